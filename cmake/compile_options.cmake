@@ -1,0 +1,17 @@
+# What every target of this project is compiled with: link velproxy_options privately.
+
+add_library(velproxy_options INTERFACE)
+target_include_directories(velproxy_options INTERFACE ${PROJECT_SOURCE_DIR})
+target_compile_options(velproxy_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+                                                  $<$<BOOL:${VELPROXY_WERROR}>:-Werror>)
+
+# Sanitizers and coverage change code generation, so third-party code built here needs them too.
+if(VELPROXY_SANITIZE)
+  add_compile_options(-fsanitize=${VELPROXY_SANITIZE} -fno-omit-frame-pointer
+                      -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${VELPROXY_SANITIZE})
+endif()
+if(VELPROXY_COVERAGE)
+  target_compile_options(velproxy_options INTERFACE --coverage -fprofile-update=atomic)
+  add_link_options(--coverage)
+endif()

@@ -1,0 +1,90 @@
+#ifndef VEL_APPS_LOCAL_VELPROXY_INTERNAL_REMOTE_CALL_H
+#define VEL_APPS_LOCAL_VELPROXY_INTERNAL_REMOTE_CALL_H
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "bus/qxbus.h"
+#include "vel/apps/local/velproxy/vel_proxy.h"
+
+namespace qx {
+
+// One request to the service and its reply: what every remote operation does, so that an operation
+// states only its method, its arguments and how it reads the answer.
+//
+//   return RemoteCall(*this).method("connectDevice").vm(vmId).int16(devNumber).status();
+//
+// The steps are those of the text: the constructor connects again if the service was away and takes
+// the call mutex, method() tests the connection and makes the message, each argument is appended
+// where it stands, and a reading (status, answer, reply, sendOnly) makes the call. Without a
+// connection the rest does nothing and the reading gives its failure value.
+class RemoteCall {
+ public:
+  enum class Lock {
+    kHeld,      // the call mutex is held until this object is gone: one request at a time
+    kReleased,  // ... only while the connection is taken: the call holds nobody up
+    kLookUp,    // none, and failures are not logged: for the look-up inside another call
+  };
+
+  static constexpr int kUsualTimeoutMs = 3000;
+  static constexpr int kNoTimeout = -1;
+  static constexpr int kNoAnswer = -1;
+
+  // Log lines name the function that constructs the object.
+  explicit RemoteCall(VelProxy& proxy, Lock lock = Lock::kHeld,
+                      const char* function = __builtin_FUNCTION(), int line = __builtin_LINE());
+
+  RemoteCall(const RemoteCall&) = delete;
+  RemoteCall& operator=(const RemoteCall&) = delete;
+
+  // Whether there is a service to call. The first question logs an error if there is none, and ends
+  // the lock of Lock::kReleased.
+  bool connected();
+
+  RemoteCall& method(const char* name, int timeoutMs = kUsualTimeoutMs);
+  explicit operator bool() const { return message_ != nullptr; }
+
+  // The service's number of a VM; may itself ask the service. 0 without a connection.
+  unsigned int numberOf(const std::string& vmId);
+
+  RemoteCall& vm(const std::string& vmId) { return int32(numberOf(vmId)); }
+  // Keeps the bits: 65535 travels as -1.
+  RemoteCall& int16(unsigned short value);
+  RemoteCall& int32(int value);
+  RemoteCall& int32(unsigned int value);
+  RemoteCall& uint64(unsigned long long value);
+  RemoteCall& string(const std::string& value);
+  RemoteCall& bytes(const void* data, std::size_t length);
+  RemoteCall& bytes(const std::string& value) { return bytes(value.data(), value.size()); }
+  // Logs the reply, whatever it is.
+  RemoteCall& loggingReply();
+
+  // Makes the call. The reply if it is a normal one, otherwise null.
+  std::shared_ptr<QXBusMessage> reply();
+  // Makes the call. The integer of a normal reply.
+  std::optional<int> answer();
+  // Makes the call. The integer of a normal reply, otherwise -1.
+  int status() { return answer().value_or(kNoAnswer); }
+  // Sends the request; its answer is only logged. 0, or -1 without a connection.
+  int sendOnly();
+
+ private:
+  VelProxy& proxy_;
+  const char* function_;
+  int line_;
+  Lock policy_;
+  bool asked_ = false;  // whether connected() has looked
+  bool logsReply_ = false;
+  int timeoutMs_ = kUsualTimeoutMs;
+  // Declared before what must be gone when it is released.
+  std::unique_lock<std::mutex> lock_;
+  std::shared_ptr<QXBusProxyInterface> interface_;
+  std::shared_ptr<QXBusMessage> message_;
+};
+
+}  // namespace qx
+
+#endif  // VEL_APPS_LOCAL_VELPROXY_INTERNAL_REMOTE_CALL_H

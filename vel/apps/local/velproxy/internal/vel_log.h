@@ -1,0 +1,34 @@
+// Log lines of the library.
+//
+//   VEL_DEBUG("vmId:%s, port:%d", vmId.c_str(), port);
+//
+// writes the text in quotes behind file, function and line. The text must be a literal, so that the
+// compiler checks it against the arguments. VEL_DEBUG_AT and VEL_ERROR_AT name another place than
+// their own, for code that logs on behalf of an operation.
+
+#ifndef VEL_APPS_LOCAL_VELPROXY_INTERNAL_VEL_LOG_H
+#define VEL_APPS_LOCAL_VELPROXY_INTERNAL_VEL_LOG_H
+
+#include "platform/log.h"
+
+#define VEL_DEBUG(...) VEL_DEBUG_AT(__func__, __LINE__, __VA_ARGS__)
+#define VEL_ERROR(...) VEL_ERROR_AT(__func__, __LINE__, __VA_ARGS__)
+#define VEL_DEBUG_AT(function, line, ...) VEL_LOG_(5, "Debug:", function, line, __VA_ARGS__)
+#define VEL_ERROR_AT(function, line, ...) VEL_LOG_(7, "Error:", function, line, __VA_ARGS__)
+
+// A text without arguments must not leave a comma behind, so the number of arguments (at most 11)
+// chooses between two forms.
+#define VEL_LOG_(level, word, function, line, ...)                                           \
+  VEL_LOG_CHOOSE_(__VA_ARGS__, VEL_LOG_ARGS_, VEL_LOG_ARGS_, VEL_LOG_ARGS_, VEL_LOG_ARGS_,   \
+                  VEL_LOG_ARGS_, VEL_LOG_ARGS_, VEL_LOG_ARGS_, VEL_LOG_ARGS_, VEL_LOG_ARGS_, \
+                  VEL_LOG_ARGS_, VEL_LOG_ARGS_, VEL_LOG_TEXT_, ~)                            \
+  (level, word, function, line, __VA_ARGS__)
+#define VEL_LOG_CHOOSE_(text, a1, a2, a3, a4, a5, a6, a7, a8, a9, a10, a11, form, ...) form
+#define VEL_LOG_FORMAT_(word, text) "%s %s(%d): \"" word "\" \"" text "\""
+#define VEL_LOG_TEXT_(level, word, function, line, text) \
+  norvoLogPrint(0, level, "VEL_LOG", VEL_LOG_FORMAT_(word, text), "vel_proxy", function, line)
+#define VEL_LOG_ARGS_(level, word, function, line, text, ...)                                  \
+  norvoLogPrint(0, level, "VEL_LOG", VEL_LOG_FORMAT_(word, text), "vel_proxy", function, line, \
+                __VA_ARGS__)
+
+#endif  // VEL_APPS_LOCAL_VELPROXY_INTERNAL_VEL_LOG_H

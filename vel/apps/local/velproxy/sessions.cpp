@@ -1,0 +1,141 @@
+// Attaching VM sessions, their pipes and channels, window focus and drive tokens.
+
+#include <cstring>
+
+#include "vel/apps/local/velproxy/internal/remote_call.h"
+#include "vel/apps/local/velproxy/internal/vel_log.h"
+#include "vel/apps/local/velproxy/vel_proxy.h"
+
+namespace qx {
+namespace {
+
+constexpr unsigned int kNoAnswer = 0xFFFFFFFF;
+constexpr int kConnectTimeoutMs = 2000;
+// Sent on every change of focus, so it must not hold the window up.
+constexpr int kFocusTimeoutMs = 500;
+constexpr unsigned int VEL_KST_STREAM_COLLAB_TYPE_COLLABORATOR = 1;
+
+// A pipe on the bus; the offsets stand at _CHANNEL_HANDLE.
+constexpr std::size_t kHandleOffset = 4;
+constexpr std::size_t kName1Offset = 12;
+constexpr std::size_t kName2Offset = 140;
+constexpr std::size_t kPipeSize = 268;
+static_assert(kName1Offset == kHandleOffset + sizeof(_CHANNEL_HANDLE::handle), "no gaps");
+static_assert(kName2Offset == kName1Offset + sizeof(_CHANNEL_HANDLE::name1), "no gaps");
+static_assert(kPipeSize == kName2Offset + sizeof(_CHANNEL_HANDLE::name2), "no gaps");
+
+template <std::size_t size>
+void copyText(unsigned char* to, const char (&text)[size]) {
+  std::memcpy(to, text, strnlen(text, size));
+}
+
+void appendPipes(RemoteCall& call, const std::list<_CHANNEL_HANDLE>& pipes) {
+  call.int32(static_cast<int>(pipes.size()));
+  for (const _CHANNEL_HANDLE& pipe : pipes) {
+    const unsigned int vm = call.numberOf(pipe.vmId);
+    unsigned char block[kPipeSize] = {};
+    std::memcpy(block, &vm, sizeof vm);
+    std::memcpy(block + kHandleOffset, &pipe.handle, sizeof pipe.handle);
+    copyText(block + kName1Offset, pipe.name1);
+    copyText(block + kName2Offset, pipe.name2);
+    call.bytes(block, sizeof block);
+  }
+}
+
+}  // namespace
+
+unsigned int VelProxy::ConnectVm(VmInfo info) {
+  VEL_DEBUG(
+      "vmId:%s, systemType:%d, shareMode:%d, sessionId:%u, kstMajorVer:%u, kstMinorVer:%u "
+      "kstStreamCollaborateType:%u",
+      info.vmId.c_str(), info.systemType, info.shareMode, info.sessionId, info.kstMajorVer,
+      info.kstMinorVer, info.kstStreamCollaborateType);
+  RemoteCall call(*this);
+  if (call.connected() &&
+      info.kstStreamCollaborateType == VEL_KST_STREAM_COLLAB_TYPE_COLLABORATOR) {
+    VEL_DEBUG("don't ConnectVm when VEL_KST_STREAM_COLLAB_TYPE_COLLABORATOR");
+    return kNoAnswer;
+  }
+  if (!call.method("connectVm", kConnectTimeoutMs)) {
+    return kNoAnswer;
+  }
+  const unsigned int vm = call.numberOf(info.vmId);
+  VEL_DEBUG("ConnectVM vmId:%s, vmid:%d", info.vmId.c_str(), vm);
+  call.int32(vm).int32(info.systemType).int32(info.shareMode).int32(info.connectParam);
+  return static_cast<unsigned int>(call.loggingReply().status());
+}
+
+unsigned int VelProxy::DisconnectVm(std::string vmId) {
+  return static_cast<unsigned int>(RemoteCall(*this).method("disconnectVm").vm(vmId).sendOnly());
+}
+
+unsigned int VelProxy::StartVm(std::string vmId) {
+  VEL_DEBUG("vmId: %s ", vmId.c_str());
+  VEL_DEBUG("call startmanager");
+  return static_cast<unsigned int>(RemoteCall(*this).method("startManager").vm(vmId).sendOnly());
+}
+
+unsigned int VelProxy::CreatePipe(std::string vmId, std::list<_CHANNEL_HANDLE> handles) {
+  RemoteCall call(*this);
+  if (!call.method("createPipe")) {
+    return kNoAnswer;
+  }
+  const unsigned int vm = call.numberOf(vmId);
+  VEL_DEBUG("vmId: %s, list size: %ld id:%d", vmId.c_str(), static_cast<long>(handles.size()), vm);
+  appendPipes(call.int32(vm), handles);
+  const std::optional<int> result = call.loggingReply().answer();
+  if (result.value_or(0) != 0) {
+    VEL_ERROR("ret = %d", *result);
+  }
+  return static_cast<unsigned int>(result.value_or(RemoteCall::kNoAnswer));
+}
+
+unsigned int VelProxy::DestroyPipe(std::string vmId, std::list<_CHANNEL_HANDLE> handles) {
+  VEL_DEBUG("vmId: %s, list size: %ld", vmId.c_str(), static_cast<long>(handles.size()));
+  RemoteCall call(*this);
+  appendPipes(call.method("destroyPipe").vm(vmId), handles);
+  const std::optional<int> result = call.answer();
+  if (result.value_or(0) != 0) {
+    VEL_ERROR("ret = %d", *result);
+  }
+  return static_cast<unsigned int>(result.value_or(RemoteCall::kNoAnswer));
+}
+
+unsigned int VelProxy::SetPortChannelStatus(std::string vmId, unsigned int port, int status) {
+  VEL_DEBUG("vmId:%s, port:%d, status:%d", vmId.c_str(), port, status);
+  RemoteCall call(*this);
+  const std::optional<int> result =
+      call.method("setPortChannelStatus").vm(vmId).int32(port).int32(status).answer();
+  if (result) {
+    VEL_DEBUG("ret: %d", *result);
+  }
+  return static_cast<unsigned int>(result.value_or(RemoteCall::kNoAnswer));
+}
+
+unsigned int VelProxy::OnFocusChanged(std::string vmId, unsigned long long windowId,
+                                      unsigned int gainFocus) {
+  VEL_DEBUG("vmId:%s, gainFocus:%d windowId:%lld", vmId.c_str(), gainFocus,
+            static_cast<long long>(windowId));
+  RemoteCall call(*this);
+  const std::optional<int> result = call.method("onFocusChanged", kFocusTimeoutMs)
+                                        .vm(vmId)
+                                        .int32(gainFocus)
+                                        .uint64(windowId)
+                                        .answer();
+  if (result) {
+    VEL_DEBUG("ret: %d", *result);
+  }
+  return static_cast<unsigned int>(result.value_or(RemoteCall::kNoAnswer));
+}
+
+unsigned int VelProxy::UpdateDriveToken(std::string token) {
+  VEL_DEBUG("token:%s", token.c_str());
+  if (token.empty()) {
+    VEL_ERROR("token is NULL");
+    return kNoAnswer;
+  }
+  return static_cast<unsigned int>(
+      RemoteCall(*this).method("updateDriveToken").bytes(token).status());
+}
+
+}  // namespace qx

@@ -1,0 +1,835 @@
+// VelProxy drives the peripheral-device service of this machine: its printers, USB devices,
+// storage, cameras, pens and joysticks, for use in remote virtual machines (VMs). This is the one
+// header a client includes.
+//
+// THREADS   Any thread may call, except that SendPenData, PortInit and PortStatus belong to one
+//           thread (a GUI's). Event callbacks run on a thread of the bus while the callback mutex
+//           is held: do not register or unregister anything inside one, and copy what you keep of
+//           its record, which is gone when the callback returns. A callback may call remote
+//           operations.
+// BLOCKING  An operation that names a bus method waits for the answer, at most the time in its
+//           comment (3000 ms if it says none). Calls are made one at a time: a call also waits for
+//           those of other threads that came before it. Operations without a bus method never wait.
+// MEMORY    Records that a returned list points to are malloc'ed, each exactly as long as the
+// service
+//           sent it, and yours: FreeDeviceList, FreePolicyList or free.
+// ERRORS    Nothing throws. Statuses are the service's own, passed on unchanged; -1 (0xFFFFFFFF)
+//           also stands for "no answer": no service, an error reply, or the time has passed. Lists
+//           are empty and texts "" then, unless the operation says otherwise. Reasons are logged.
+// VM IDS    vmId is the client's name of a VM. On the bus travels the service's number for it; an
+//           empty name, and one that the service does not know, travels as 0. The first use of a
+//           name asks the service (GetVmIdInt), which is one more call.
+// BUS       int16, int32, uint64, string and bytes are the argument types of bus/qxbus.h. `vm` is
+//           the number of vmId as int32. A uint16 that travels as int16 keeps its bits.
+//
+// The order of the virtual operations is the binary interface: add at the end only.
+
+#ifndef VEL_APPS_LOCAL_VELPROXY_VEL_PROXY_H
+#define VEL_APPS_LOCAL_VELPROXY_VEL_PROXY_H
+
+#include <atomic>
+#include <cstddef>
+#include <functional>
+#include <list>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include "bus/qxbus.h"
+
+// ------------------------------------------------------------------------------------------------
+// Records. All multi-byte values are little-endian; texts end at the first NUL.
+// ------------------------------------------------------------------------------------------------
+
+// A VM session, as ConnectVm announces it.
+struct VmInfo {
+  std::string vmId;
+  int systemType = 0;    // operating system of the session, in the service's numbers
+  int shareMode = 0;     // sharing mode, in the service's numbers
+  int connectParam = 0;  // further parameter for the service
+  // The rest is logged, never sent.
+  unsigned int sessionId = 0;
+  unsigned int kstMajorVer = 0;  // version of the streaming protocol
+  unsigned int kstMinorVer = 0;
+  // 1: this client collaborates in somebody else's session, so the session is not attached.
+  unsigned int kstStreamCollaborateType = 0;
+};
+
+// A data pipe of a session. On the bus it is a block of 268 bytes:
+//   offset  size  value
+//        0     4  number of vmId
+//        4     8  handle
+//       12   128  name1, zero-padded
+//      140   128  name2, zero-padded
+struct _CHANNEL_HANDLE {
+  std::string vmId;
+  unsigned long long handle = 0;
+  char name1[128] = {};
+  char name2[128] = {};
+};
+
+// A printer of this machine. The block is as long as the service makes it: name runs to its end.
+struct PrinterDevice {
+  unsigned short devNum;      // the service's number of the printer
+  unsigned char reserved[6];  // the service's own
+  int vmId;                   // number of the VM that the printer belongs to
+  int status;                 // redirection status, in the service's numbers
+  char name[1];
+};
+static_assert(offsetof(PrinterDevice, devNum) == 0, "PrinterDevice is a wire format");
+static_assert(offsetof(PrinterDevice, vmId) == 8, "PrinterDevice is a wire format");
+static_assert(offsetof(PrinterDevice, status) == 12, "PrinterDevice is a wire format");
+static_assert(offsetof(PrinterDevice, name) == 16, "PrinterDevice is a wire format");
+
+// A device of this machine. The block is as long as the service makes it: vmIdText runs to its end.
+struct CommonDevice {
+  unsigned short devNumber;      // the service's number of the device, key of every device command
+  unsigned char reserved1[6];    // the service's own
+  unsigned short status;         // in the service's numbers; 2: attached to the VM in vmId
+  short policy;                  // local policy, see SetDeviceLocalPolicy
+  unsigned char reserved2[8];    // the service's own
+  unsigned int vmId;             // number of the VM that the device is attached to
+  unsigned char reserved3[272];  // the service's own
+  char name[128];
+  char policyText[256];  // goes with policy
+  // Name of the VM in vmId. GetDeviceList fills it in where status is 2, without a NUL of its own.
+  char vmIdText[1];
+};
+static_assert(offsetof(CommonDevice, devNumber) == 0, "CommonDevice is a wire format");
+static_assert(offsetof(CommonDevice, status) == 8, "CommonDevice is a wire format");
+static_assert(offsetof(CommonDevice, policy) == 10, "CommonDevice is a wire format");
+static_assert(offsetof(CommonDevice, vmId) == 20, "CommonDevice is a wire format");
+static_assert(offsetof(CommonDevice, name) == 296, "CommonDevice is a wire format");
+static_assert(offsetof(CommonDevice, policyText) == 424, "CommonDevice is a wire format");
+static_assert(offsetof(CommonDevice, vmIdText) == 680, "CommonDevice is a wire format");
+
+// A USB device, as the client's own USB channel identifies it. The library sends the bytes unread.
+struct UDevInfo {
+  unsigned char bytes[8];
+};
+static_assert(sizeof(UDevInfo) == 8, "UDevInfo is 8 bytes on the bus");
+
+// What became of configuring a new device. code runs to the end of the block.
+struct _ConfigNewDeviceResult {
+  unsigned short vid;          // USB vendor id
+  unsigned short pid;          // USB product id
+  unsigned char reserved[14];  // the service's own
+  unsigned short isSuccess;    // not 0: configured
+  char name[256];
+  char code[1];  // result, as a text of the service
+};
+static_assert(offsetof(_ConfigNewDeviceResult, vid) == 0, "a result is a wire format");
+static_assert(offsetof(_ConfigNewDeviceResult, pid) == 2, "a result is a wire format");
+static_assert(offsetof(_ConfigNewDeviceResult, isSuccess) == 18, "a result is a wire format");
+static_assert(offsetof(_ConfigNewDeviceResult, name) == 20, "a result is a wire format");
+static_assert(offsetof(_ConfigNewDeviceResult, code) == 276, "a result is a wire format");
+
+// The service's answer to a command. The library passes it on unread.
+struct CmdResponse;
+
+// A policy for a USB vendor and product id. The library passes it on unread.
+struct CommonVidPidPolicy;
+
+// A printer that another machine shares. Its texts always end with a NUL.
+struct _SharePrinterDevice {
+  char name[128];
+  char addr[128];
+  char desc[128];
+};
+static_assert(sizeof(_SharePrinterDevice) == 384, "a shared printer is 384 bytes");
+static_assert(offsetof(_SharePrinterDevice, name) == 0, "name comes first");
+static_assert(offsetof(_SharePrinterDevice, addr) == 128, "the address follows the name");
+static_assert(offsetof(_SharePrinterDevice, desc) == 256, "the description comes last");
+
+// Joystick records are passed on unread.
+struct JoystickDevice {
+  unsigned char bytes[138];
+};
+static_assert(sizeof(JoystickDevice) == 138, "one joystick is 138 bytes on the bus");
+
+struct JoystickMapping {
+  unsigned char bytes[130];
+};
+static_assert(sizeof(JoystickMapping) == 130, "one mapping is 130 bytes on the bus");
+
+struct _JoystickResult {
+  unsigned char bytes[146];
+};
+static_assert(sizeof(_JoystickResult) == 146, "one joystick result is 146 bytes");
+
+// ------------------------------------------------------------------------------------------------
+// Callbacks. The first argument is the event's code, the last the pointer given on registration;
+// what a callback returns is ignored.
+// ------------------------------------------------------------------------------------------------
+
+// Code 5 with a null pointer: the service has died, the VM's session is gone, and so is the
+// registration.
+using VmCallback = int (*)(unsigned short code, void* data, void* userData);
+using PrinterCallback = int (*)(unsigned short code, PrinterDevice* printer, void* userData);
+using DeviceCallback = int (*)(unsigned short code, CommonDevice* device, void* userData);
+// response is null when the service sent no record, and when a command failed.
+using CmdCallback = int (*)(unsigned short code, CmdResponse* response, void* userData);
+using ConfigNewDevResultCallback = int (*)(unsigned short code, _ConfigNewDeviceResult* result,
+                                           void* userData);
+using JoystickCallback = int (*)(unsigned short code, _JoystickResult result, void* userData);
+
+// Writes bytes to a port of the client; its result is ignored. The bytes are gone when it returns.
+using PortWriter =
+    std::function<unsigned int(const std::string& portName, unsigned int length, unsigned char*)>;
+
+// Receives the progress of Diagnose and DiagnoseDevice. Implemented by the client, never freed by
+// the library; it must live until another one, or null, has taken its place.
+class VelDiagnoseNotify {
+ public:
+  virtual ~VelDiagnoseNotify() = default;
+  // Runs on a thread of the bus. id is the source id, or the device number, of the diagnosis.
+  virtual void DiagnoseResultNotify(std::string vmId, unsigned long long id, unsigned int status,
+                                    std::string result) = 0;
+};
+
+namespace qx {
+
+class RemoteCall;
+
+class VelProxy {
+ public:
+  // Disconnected. Clients use getInstance(); an object of your own connects with Init().
+  VelProxy();
+  VelProxy(const VelProxy&) = delete;
+  VelProxy& operator=(const VelProxy&) = delete;
+
+  // The one instance, made on first use and never destroyed; never null. Connects again first if
+  // the service was away.
+  static VelProxy* getInstance();
+
+  // Hands a broadcast event to the instance. Public because the bus calls it.
+  static void BroadcastCallback(std::shared_ptr<QXBusMessage> message);
+
+  // Releases the service. No event may be on its way.
+  virtual ~VelProxy();
+
+  // --- Connection ------------------------------------------------------------------------------
+
+  // Connects to the service; getInstance() and so every remote operation does it for you.
+  //
+  // returns    0: connected, or was connected before; 0xFFFFFFFF: no bus or no service
+  virtual unsigned int Init();
+
+  // Tells the service to forget the state of this client.
+  //
+  // returns    0: the service answered, whatever it said; 0xFFFFFFFF: no answer
+  // bus        resetService() -> int32, ignored
+  virtual unsigned int ResetService();
+
+  // Lets go of the service. The next getInstance() connects again.
+  virtual void ReleaseService();
+
+  // Takes one event of the service to the callbacks that it concerns. Called by the bus.
+  virtual void HandleEvent(std::shared_ptr<QXBusMessage> event);
+
+  // Listens for broadcast events once more, so that each one is handled once per successful Init().
+  //
+  // returns    0
+  virtual unsigned int InitBroadcast();
+
+  // --- VM sessions -----------------------------------------------------------------------------
+
+  // Attaches the service to a VM session. Waits at most 2000 ms.
+  //
+  // returns    the service's status; -1: no answer, or kstStreamCollaborateType is 1
+  // bus        connectVm(vm, int32 systemType, int32 shareMode, int32 connectParam) -> int32 status
+  virtual unsigned int ConnectVm(VmInfo info);
+
+  // Detaches the service from a VM session, without waiting: the service's status is only logged.
+  //
+  // returns    0: sent; -1: no service
+  // bus        disconnectVm(vm) -> int32 status
+  virtual unsigned int DisconnectVm(std::string vmId);
+
+  // Opens data pipes for a VM session. Each pipe names a VM of its own.
+  //
+  // returns    the service's status; -1: no answer
+  // bus        createPipe(vm, int32 count, count x bytes of 268) -> int32 status
+  virtual unsigned int CreatePipe(std::string vmId, std::list<_CHANNEL_HANDLE> handles);
+
+  // Closes data pipes, described as for CreatePipe.
+  //
+  // returns    the service's status; -1: no answer
+  // bus        destroyPipe(vm, int32 count, count x bytes of 268) -> int32 status
+  virtual unsigned int DestroyPipe(std::string vmId, std::list<_CHANNEL_HANDLE> handles);
+
+  // Asks to be told when the service dies and a VM's session with it. A later callback for the same
+  // VM takes the place of the earlier one. The registration ends with that call: register again.
+  //
+  // callback   must not be null
+  // returns    0
+  virtual int RegisterCallback(std::string vmId, VmCallback callback, void* userData);
+
+  // returns    0, also when there was nothing to remove
+  virtual int UnregisterCallback(std::string vmId);
+
+  // Starts a VM session, without waiting: the service's status is only logged.
+  //
+  // returns    0: sent; -1: no service
+  // bus        startManager(vm) -> int32 status
+  virtual unsigned int StartVm(std::string vmId);
+
+  // --- Printers --------------------------------------------------------------------------------
+
+  // Asks to be told of printer events (code 1). There is one such callback.
+  //
+  // returns    0; -1: callback or userData is null, and nothing has changed
+  virtual int RegisterPrinterCallback(PrinterCallback callback, void* userData);
+
+  // returns    0
+  virtual int UnregisterPrinterCallback();
+
+  // returns    the user data of the printer callback; null when there is none
+  virtual void* CheckPrinterCallback();
+
+  // Reports that a port channel of a VM has changed its state.
+  //
+  // returns    the service's status; -1: no answer
+  // bus        setPortChannelStatus(vm, int32 port, int32 status) -> int32 status
+  virtual unsigned int SetPortChannelStatus(std::string vmId, unsigned int port, int status);
+
+  // The VM sessions that the service knows, with its number for each.
+  //
+  // bus        getVmList(int32 0) -> int32 count, count x (string vmId, int32 number)
+  virtual std::map<std::string, unsigned int> GetVmList();
+
+  // The printers that can be redirected into a VM. Free each record with free().
+  //
+  // returns    the printers; those before the first empty record if there is one
+  // bus        getPrinterList(vm) -> int32 count, count x bytes
+  virtual std::list<PrinterDevice*> GetPrinterList(std::string vmId);
+
+  // One printer, normally: a list of what the service answers. Free each record with free().
+  //
+  // devNumber  PrinterDevice::devNum
+  // bus        getPrinterStatus(int16 printer) -> int32 count, count x bytes
+  virtual std::list<PrinterDevice*> GetPrinterStatus(unsigned short devNumber);
+
+  // Redirects a printer into a VM. Does not make other operations wait.
+  //
+  // returns    the service's status; -1: no answer
+  // bus        connectPrinter(vm, int16 printer) -> int32 status
+  virtual int ConnectPrinter(std::string vmId, unsigned short devNumber);
+
+  // Takes a printer back from a VM. Does not make other operations wait.
+  //
+  // returns    the service's status; -1: no answer
+  // bus        disconnectPrinter(vm, int16 printer) -> int32 status
+  virtual int DisconnectPrinter(std::string vmId, unsigned short devNumber);
+
+  // Adds a network printer under the name "defaultPrinter": the next form with that name.
+  //
+  // printerAddr  its address; not null
+  virtual int AddNetworkPrinter(const char* printerAddr);
+
+  // Adds a network printer.
+  //
+  // printerExtra  passed on unread; may be empty
+  // returns       the service's status; -1: no answer, or an empty address or name
+  // bus           addNetworkPrinter(string addr, string name, string extra) -> int32 status
+  virtual int AddNetworkPrinter(const std::string& printerAddr, const std::string& printerName,
+                                const std::string& printerExtra);
+
+  // returns    the service's status; -1: no answer
+  // bus        deleteNetworkPrinter(string name) -> int32 status
+  virtual int DeleteNetworkPrinter(const std::string& printerName);
+
+  // returns    the service's status; -1: no answer, or an empty name
+  // bus        renameNetworkPrinter(bytes oldName, bytes newName) -> int32 status
+  virtual int RenameNetworkPrinter(std::string oldName, std::string newName);
+
+  // The network printers. Free the records with FreeDeviceList.
+  //
+  // bus        getNetworkPrinterList() -> int32 count, count x bytes
+  virtual std::list<CommonDevice*> GetNetworkPrinterList();
+
+  // --- Devices ---------------------------------------------------------------------------------
+
+  // The devices that can be attached to a VM. Free the records with FreeDeviceList.
+  //
+  // returns    the devices; those before the first empty record if there is one
+  // bus        getDeviceList(vm) -> int32 count, count x bytes
+  virtual std::list<CommonDevice*> GetDeviceList(std::string vmId);
+
+  // One device, normally: a list of what the service answers, untouched. Free the records with
+  // FreeDeviceList.
+  //
+  // devNumber  CommonDevice::devNumber
+  // bus        getDeviceStatus(int16 device) -> int32 count, count x bytes
+  virtual std::list<CommonDevice*> GetDeviceStatus(unsigned short devNumber);
+
+  // Frees every record of a list. The caller's list still holds the pointers: clear it.
+  //
+  // returns    0
+  virtual int FreeDeviceList(std::list<CommonDevice*> list);
+
+  // Attaches one device of this machine to a VM.
+  //
+  // devNumber  CommonDevice::devNumber
+  // returns    the service's status; -1: no answer
+  // bus        connectDevice(vm, int16 device) -> int32 status
+  virtual int ConnectDevice(std::string vmId, unsigned short devNumber);
+
+  // Takes a device back from a VM.
+  //
+  // returns    the service's status; -1: no answer
+  // bus        disconnectDevice(vm, int16 device) -> int32 status
+  virtual int DisconnectDevice(std::string vmId, unsigned short devNumber);
+
+  // Asks to be told of device events (codes 4, 5, 6, 7, 10, 64, 65). One callback per userData; a
+  // later one takes the place of the earlier.
+  //
+  // returns    0; -1: callback or userData is null, and nothing has changed
+  virtual int RegisterDeviceCallback(DeviceCallback callback, void* userData);
+
+  // returns    0, also when there was nothing to remove
+  virtual int UnregisterDeviceCallback(void* userData);
+
+  // Removes every device callback.
+  //
+  // returns    0
+  virtual int UnregisterDeviceCallback();
+
+  // returns    the smallest user data of the device callbacks; null when there is none
+  virtual void* CheckDeviceCallback();
+
+  // Asks to be told of answers to service commands (code 66). There is one such callback; null ends
+  // it. DoVelCmd calls it itself, on the caller's thread and with the call mutex held, when the
+  // service refuses a command: a callback that then calls a remote operation never returns.
+  //
+  // returns    0
+  virtual int RegisterCmdCallback(CmdCallback callback, void* userData);
+
+  // Reports that a window of a VM has gained or lost the focus. Waits at most 500 ms.
+  //
+  // returns    the service's status; -1: no answer
+  // bus        onFocusChanged(vm, int32 gainFocus, uint64 windowId) -> int32 status
+  virtual unsigned int OnFocusChanged(std::string vmId, unsigned long long windowId,
+                                      unsigned int gainFocus);
+
+  // Hands a drive-access token to the service.
+  //
+  // returns    the service's status; -1: no answer, or an empty token
+  // bus        updateDriveToken(bytes token) -> int32 status
+  virtual unsigned int UpdateDriveToken(std::string token);
+
+  // Reports the state of a USB device that the client redirects through a USB channel of its own.
+  //
+  // returns    the service's status; -1: no answer
+  // bus        setUsbredirStatus(vm, int16 status, bytes of 8 info) -> int32 status
+  virtual int SetUsbredirStatus(std::string vmId, UDevInfo info, unsigned short status);
+
+  // Does nothing.
+  //
+  // returns    0
+  virtual int ConnectUsbredir(std::string vmId, UDevInfo info);
+
+  // Waits until the service is back, at most about 1000 s, connects again, and tells every per-VM
+  // callback with code 5 that its session has ended. Called by the bus, on a thread of its own.
+  virtual void onServiceDeath();
+
+  // --- Pen input -------------------------------------------------------------------------------
+
+  // Sends one tablet event to the pen port. Nothing is sent, and 0 returned, while the port is
+  // closed or the far end has not yet given the pen its device number.
+  //
+  // vmId       not used
+  // event      a QTabletEvent
+  // type       0: a tablet event; nothing else is handled
+  // x, y       the position to send, in pixels; -1 takes the event's own, each for itself
+  // returns    0; -1: type is not 0, or event is null
+  virtual int SendPenData(std::string vmId, void* event, int type, int x, int y);
+
+  // Announces a port of the client. Only one whose name contains "space.port.2" is the pen's.
+  //
+  // writer     receives the frames of the pen; may announce the port anew while it runs
+  virtual void PortInit(const std::string& name, bool opened, PortWriter writer);
+
+  // Tells that a port has been opened or closed.
+  virtual void PortStatus(const std::string& name, bool opened);
+
+  // Takes what arrived on a port, from any thread. The first message with command 2101 gives the
+  // pen its device number, for the life of the proxy.
+  //
+  // data       at least 8 bytes; length is not looked at
+  virtual void PortData(const std::string& name, unsigned char* data, unsigned int length);
+
+  // --- Devices of this machine, VM numbers -----------------------------------------------------
+
+  // The devices of this machine: GetDeviceList("").
+  virtual std::list<CommonDevice*> GetLocalDeviceList();
+
+  // Sets a device's local policy from devNumber, policy, name and policyText of its record.
+  //
+  // returns    the service's status; -1: no answer, or device is null
+  // bus        setLocalPolicy(int16 device, int16 policy, bytes name, bytes policyText)
+  //            -> int32 status
+  virtual int SetDeviceLocalPolicy(CommonDevice* device);
+
+  // The service's number for a VM. Asked once; then remembered until the service dies. Does not
+  // wait for calls of other threads.
+  //
+  // returns    the number; 0: vmId is empty or not known to the service, or no answer
+  // bus        getVmListSize(string vmId) -> int32 number
+  virtual unsigned int GetVmIdInt(std::string vmId);
+
+  // The name of a VM whose number GetVmIdInt has learned. Never asks the service.
+  //
+  // returns    the name; "": not known
+  virtual std::string GetVmIdString(unsigned int id);
+
+  // Adds a device that is reached over the network. device is only read.
+  //
+  // returns    the service's status; -1: no answer
+  // bus        addNetworkDevice(int32 type, bytes device) -> int32 status
+  virtual int AddNetworkDevice(int type, std::string& device);
+
+  // Removes a device that is reached over the network. Both texts are only read.
+  //
+  // returns    the service's status; -1: no answer
+  // bus        deleteNetworkDevice(bytes device, bytes detail) -> int32 status
+  virtual int DeleteNetworkDevice(std::string& device, std::string& detail);
+
+  // Redirects a device in a way that the service defines by two numbers.
+  //
+  // returns    the service's status; -1: no answer
+  // bus        redirectDevice(vm, int16 first, int16 second) -> int32 status
+  virtual int RedirectDevice(std::string vmId, unsigned short first, unsigned short second);
+
+  // Sets whether devices of a type are attached by themselves.
+  //
+  // autoConnect  only its low 16 bits travel
+  // returns      the service's status; -1: no answer
+  // bus          setAutoConnect(int32 0, int16 deviceType, int16 autoConnect) -> int32 status
+  virtual int SetAutoConnect(unsigned short deviceType, int autoConnect);
+
+  // returns    the setting; 0: no answer, as for a setting of 0
+  // bus        getAutoConnect(int32 0, int16 deviceType) -> int32 setting
+  virtual int GetAutoConnect(unsigned short deviceType);
+
+  // Attaches a device to a VM by the id of its source.
+  //
+  // returns    the service's status; -1: no answer
+  // bus        connectDeviceBySrcId(vm, uint64 srcId) -> int32 status
+  virtual int ConnectDeviceBySrcId(std::string vmId, unsigned long long srcId);
+
+  // Takes a device back from a VM by the id of its source.
+  //
+  // returns    the service's status; -1: no answer
+  // bus        disconnectDeviceBySrcId(vm, uint64 srcId) -> int32 status
+  virtual int DisconnectDeviceBySrcId(std::string vmId, unsigned long long srcId);
+
+  // --- Service commands ------------------------------------------------------------------------
+
+  // Runs a numbered self-test of the service.
+  //
+  // vmId       only logged
+  // flag       number of the test; only its low 16 bits travel
+  // returns    the service's status; -1: no answer
+  // bus        doveltest(int32 0, int16 flag) -> int32 status
+  virtual int DoVelTest(std::string vmId, unsigned int flag);
+
+  // Gives the service a command. Its answer arrives later, at the callback of RegisterCmdCallback.
+  // Writes a line to standard output.
+  //
+  // returns    the service's status; -1: no answer. After an error reply the callback has been
+  //            called with (cmdId & 0xFFFF, null)
+  // bus        dovelcmd(vm, string args, int32 cmdId) -> int32 status
+  virtual int DoVelCmd(std::string vmId, std::string args, int cmdId);
+
+  // The service's help on its commands.
+  //
+  // returns    "vm id [\n", the text, "]\n"; without an answer only "vm id [\n"
+  // bus        getvelcmdhelp(vm) -> string text
+  virtual std::string GetVelCmdHelp(std::string vmId);
+
+  // --- Stream quality --------------------------------------------------------------------------
+
+  // Reports two bandwidth figures, without waiting: the service's status is only logged.
+  //
+  // bus        setBwInfo(vm, uint64 first, uint64 second) -> int32 status
+  virtual void SetBwInfo(const std::string& vmId, unsigned long long first,
+                         unsigned long long second);
+
+  // Reports a figure on the quality of real-time communication, without waiting.
+  //
+  // data       for type 1 an unsigned int; otherwise not read. May be null
+  // bus        setRtcQosInfo(vm, uint64 type [, uint64 figure]) -> int32 status
+  virtual void SetRtcQosInfo(const std::string& vmId, unsigned int type, void* data);
+
+  // --- Diagnosis -------------------------------------------------------------------------------
+
+  // Diagnoses the redirection of one source. Waits at most 10000 ms, without making other
+  // operations wait.
+  //
+  // notify     receives the progress, from now on and of every diagnosis. Null ends that; nothing
+  //            else is done then
+  // returns    the service's text; {"velservice":4097}: no answer, or the VM is not known
+  // bus        diagnose(vm, bytes of 8 sourceId) -> string text
+  virtual std::string Diagnose(const std::string& vmId, unsigned long long sourceId,
+                               VelDiagnoseNotify* notify);
+
+  // Diagnoses one device, as Diagnose does; other operations wait.
+  //
+  // bus        diagnoseDevice(vm, int32 device) -> string text
+  virtual std::string DiagnoseDevice(const std::string& vmId, unsigned short devNumber,
+                                     VelDiagnoseNotify* notify);
+
+  // Whether the service may use the camera.
+  //
+  // returns    the service's number for that; -1: no answer
+  // bus        CheckCameraAuthStat() -> int32
+  virtual int CheckCameraAuthStat();
+
+  // --- Policies and properties by USB vendor and product id ------------------------------------
+
+  // returns    the service's status; -1: no answer
+  // bus        setDevicePropertyWithVidPid(int32 0, int16 vid, int16 pid, int32 deviceType,
+  //            int32 value) -> int32 status
+  virtual int SetDevicePropertyWithVidPid(unsigned short vid, unsigned short pid,
+                                          unsigned short deviceType, int value);
+
+  // deviceType  not sent: the service expects pid a second time in its place
+  // returns     the property; 0: no answer, as for a property of 0
+  // bus         getDevicePropertyWithVidPid(int32 0, int16 vid, int16 pid, int32 pid) -> int32
+  virtual int GetDevicePropertyWithVidPid(unsigned short vid, unsigned short pid,
+                                          unsigned short deviceType);
+
+  // As GetDevicePropertyWithVidPid, for the property on this machine.
+  //
+  // bus        getLocalDevicePropertyWithVidPid(int32 0, int16 vid, int16 pid, int32 pid) -> int32
+  virtual int GetLocalDevicePropertyWithVidPid(unsigned short vid, unsigned short pid,
+                                               unsigned short deviceType);
+
+  // The policies of the service. Free the records with FreePolicyList.
+  //
+  // bus        getPolicyListByVidPid(int32 0) -> int32 count, count x bytes
+  virtual std::list<CommonVidPidPolicy*> GetPolicyListByVidPid();
+
+  // Frees every record of a list. The caller's list still holds the pointers: clear it.
+  //
+  // returns    0
+  virtual int FreePolicyList(std::list<CommonVidPidPolicy*> list);
+
+  // returns    the text; "": no answer
+  // bus        getTurboConfigWithVidPid(int32 0, int16 vid, int16 pid) -> string text
+  virtual std::string GetTurboConfigWithVidPid(unsigned short vid, unsigned short pid);
+
+  // returns    the service's status; 0 also when there is no answer
+  // bus        setTurboConfigWithVidPid(int32 0, int16 vid, int16 pid, bytes config)
+  //            -> int32 status
+  virtual int SetTurboConfigWithVidPid(unsigned short vid, unsigned short pid,
+                                       const std::string& config);
+
+  // returns    the service's status; 0 also when there is no answer
+  // bus        resetAllDeviceProperty(int32 0) -> int32 status
+  virtual int ResetAllDeviceProperty();
+
+  // --- Printers that other machines share ------------------------------------------------------
+
+  // Looks for the printers that the machine at an address shares. Waits at most 10000 ms.
+  //
+  // ipaddr     an address that checkIpAddr accepts
+  // list       replaced by what was found when the result is 0; otherwise left alone
+  // returns    the service's status; 1: ipaddr was refused, nothing was sent; -1: no answer
+  // bus        searchSharePrinter(string ipaddr) -> int32 status [, int32 count,
+  //            count x (string addr, string name, string desc)]
+  virtual int SearchSharePrinterDevice(const std::string& ipaddr,
+                                       std::list<_SharePrinterDevice>& list);
+
+  // Ends a search, once the call that searches has returned.
+  //
+  // returns    the service's status; -1: no answer
+  // bus        stopSearchSharePrinter() -> int32 status
+  virtual int StopSearchSharePrinterDevice();
+
+  // returns    the service's status; -1: no answer
+  // bus        addSharePrinter(int32 count, count x (string addr, string name, string desc))
+  //            -> int32 status
+  virtual int AddSharePrinterDevice(std::list<_SharePrinterDevice>& list);
+
+  // Removes a shared printer, found by its address and name.
+  //
+  // returns    the service's status; -1: no answer
+  // bus        deleteSharePrinter(string addr, string name) -> int32 status
+  virtual int DeleteSharePrinterDevice(_SharePrinterDevice& device);
+
+  // --- Print queues of this machine: texts that client and service agree on ----------------------
+
+  // All printers the service can see. Waits at most 30000 ms.
+  //
+  // bus        searchAllPrinter() -> string text
+  virtual std::string SearchAllPrinter();
+
+  // The drivers for a printer. Waits at most 30000 ms.
+  //
+  // bus        getPrinterDriverlList(string printer) -> string text
+  virtual std::string GetPrinterDriverlList(const std::string& printer);
+
+  // returns    the service's status; -1: no answer
+  // bus        addPrinter(string first, string second, string third) -> int32 status
+  virtual int AddLocalPrinter(const std::string& first, const std::string& second,
+                              const std::string& third);
+
+  // As AddLocalPrinter, with a driver that the service finds. Waits at most 30000 ms.
+  //
+  // bus        autoAddPrinter(string first, string second, string third) -> int32 status
+  virtual int AutoAddPrinter(const std::string& first, const std::string& second,
+                             const std::string& third);
+
+  // returns    the service's status; -1: no answer
+  // bus        deletePrinter(string printer) -> int32 status
+  virtual int DeletePrinter(const std::string& printer);
+
+  // returns    the service's status; -1: no answer
+  // bus        changePrinterDriver(string printer, string driver) -> int32 status
+  virtual int ChangePrinterDriver(const std::string& printer, const std::string& driver);
+
+  // Waits at most 10000 ms.
+  //
+  // returns    the service's status; -1: no answer
+  // bus        printTestPage(string printer) -> int32 status
+  virtual int PrintTestPage(const std::string& printer);
+
+  // --- Configuration of new devices ------------------------------------------------------------
+
+  // Asks to be told what became of a configuration (codes 2, 3, 8 and all that nothing else takes).
+  // One callback per userData; a later one takes the place of the earlier.
+  //
+  // returns    0; -1: callback or userData is null, and nothing has changed
+  virtual int RegisterConfigNewDevResultCallback(ConfigNewDevResultCallback callback,
+                                                 void* userData);
+
+  // returns    0, also when there was nothing to remove
+  virtual int UnregisterConfigNewDevResultCallback(void* userData);
+
+  // Removes every such callback.
+  //
+  // returns    0
+  virtual int UnregisterConfigNewDevResultCallback();
+
+  // Attaches a new device to a VM, as the user chose on its card. Waits at most 10000 ms.
+  //
+  // returns    the service's status; -1: no answer
+  // bus        configNewDeviceAsConnect(vm, bytes of 8 sourceId, int32 type, int32 autoConnect,
+  //            int32 popupCardConfig) -> int32 status
+  virtual int ConfigNewDeviceAsConnect(const std::string& vmId, unsigned long long sourceId,
+                                       unsigned short type, unsigned short autoConnect,
+                                       unsigned short popupCardConfig);
+
+  // Leaves a new device alone, as the user chose on its card. Waits at most 2000 ms.
+  //
+  // returns    the service's status; -1: no answer
+  // bus        configNewDeviceAsIgnore(bytes of 8 sourceId, int32 deviceType, int32 autoConnect,
+  //            int32 popupCardConfig) -> int32 status
+  virtual int ConfigNewDeviceAsIgnore(unsigned long long sourceId, unsigned short deviceType,
+                                      unsigned short autoConnect, unsigned short popupCardConfig);
+
+  // Gives a command for a storage device. Waits at most 10000 ms.
+  //
+  // returns    the service's status; -1: no answer
+  // bus        ConfigUdisks2Command(vm, bytes of 8 sourceId, int32 command) -> int32 status
+  virtual int ConfigUdisks2Command(const std::string& vmId, unsigned long long sourceId,
+                                   unsigned short command);
+
+  // Gives a command for a printer. Waits at most 10000 ms.
+  //
+  // returns    0: the service answered, whatever it said; -1: no answer
+  // bus        ConfigPrinterCommand(vm, bytes of 8 sourceId, int32 command) -> int32, ignored
+  virtual int ConfigPrinterCommand(const std::string& vmId, unsigned long long sourceId,
+                                   unsigned short command);
+
+  // Hands a device record to every device callback, in ascending order of user data.
+  //
+  // returns    0
+  virtual int DeviceBaseInfoNotify(unsigned short cmd, CommonDevice* device);
+
+  // Hands a result to every callback for new devices, in ascending order of user data.
+  //
+  // returns    0
+  virtual int ConfigNewDeviceResultNotify(unsigned short cmd, _ConfigNewDeviceResult* result);
+
+  // --- Joysticks -------------------------------------------------------------------------------
+
+  // bus        getJoystickDevList() -> int32 count, count x bytes of 138
+  virtual std::list<JoystickDevice> GetJoystickDevList();
+
+  // bus        getJoystickMappingList() -> int32 count, count x bytes of 130
+  virtual std::list<JoystickMapping> GetJoystickMappingList();
+
+  // Chooses a mapping for a joystick; both are positions in the two lists.
+  //
+  // returns    the service's status; -1: no answer
+  // bus        setJoystickMapping(int16 devIndex, int16 mappingIndex) -> int32 status
+  virtual int SetJoystickMapping(unsigned short devIndex, unsigned short mappingIndex);
+
+  // returns    the service's status; -1: no answer
+  // bus        calibrationJoystick(int16 devIndex) -> int32 status
+  virtual int CalibrationJoystick(unsigned short devIndex);
+
+  // Subscribes to joystick results. One callback per userData; a later one takes the place of the
+  // earlier. The service forgets the subscription when it dies: register again.
+  //
+  // returns    the service's status, and the callback is registered whatever it is; -1: no answer,
+  //            or callback or userData is null, and nothing has changed
+  // bus        registerJoystickCallback(bytes of 8 address of this object) -> int32 status
+  virtual int RegisterJoystickCallback(JoystickCallback callback, void* userData);
+
+  // Removes a callback; the service is told when none is left.
+  //
+  // returns    0: others remain; otherwise the service's status, -1: no answer
+  // bus        unregisterJoystickCallback(bytes of 8 address of this object) -> int32 status
+  virtual int UnregisterJoystickCallback(void* userData);
+
+  // Hands a joystick result to every joystick callback, in ascending order of user data.
+  //
+  // result     null stands for a result of zeroes
+  // returns    0
+  virtual int JoystickResultNotify(unsigned short cmd, _JoystickResult* result);
+
+  // --- Not virtual -----------------------------------------------------------------------------
+
+  // Does nothing.
+  //
+  // returns    0
+  int DisconnectUsbredir(std::string vmId, UDevInfo info);
+
+ private:
+  friend class RemoteCall;
+
+  struct VmRegistration {
+    VmCallback callback;
+    void* userData;
+  };
+
+  std::shared_ptr<QXBusProxyInterface> currentInterface() const;
+  bool isServiceRegistered() const;
+
+  // Written under the call mutex, with the atomic functions for shared_ptr: Init and GetVmIdInt
+  // read it without.
+  std::shared_ptr<QXBusProxyInterface> interface_;
+  std::atomic<QXBusSerivceManager*> serviceManager_{nullptr};
+  std::map<std::string, VmRegistration> vmCallbacks_;
+  std::map<unsigned int, std::string> vmIds_;
+  std::map<void*, DeviceCallback> deviceCallbacks_;
+  QXBusEventCallback* eventListener_ = nullptr;
+  // Guards the callbacks. A callback may call remote operations, so it comes before the call mutex.
+  std::mutex callbackMutex_;
+  // Guards vmIds_ and vmIdGeneration_; comes last.
+  std::mutex vmIdMutex_;
+  // Held across a call, and guards interface_ and eventListener_.
+  std::mutex callMutex_;
+  // Counts the services whose numbers have been forgotten.
+  unsigned int vmIdGeneration_ = 0;
+};
+
+}  // namespace qx
+
+#endif  // VEL_APPS_LOCAL_VELPROXY_VEL_PROXY_H

@@ -1,0 +1,69 @@
+// The service's numbers for VMs.
+
+#include <algorithm>
+
+#include "vel/apps/local/velproxy/internal/remote_call.h"
+#include "vel/apps/local/velproxy/internal/vel_log.h"
+#include "vel/apps/local/velproxy/vel_proxy.h"
+
+namespace qx {
+
+unsigned int VelProxy::GetVmIdInt(std::string vmId) {
+  getInstance();
+  if (vmId.empty()) {
+    return 0;
+  }
+  unsigned int generation = 0;
+  {
+    const std::lock_guard<std::mutex> lock(vmIdMutex_);
+    const auto known =
+        std::find_if(vmIds_.begin(), vmIds_.end(),
+                     [&vmId](const auto& numberAndName) { return numberAndName.second == vmId; });
+    if (known != vmIds_.end()) {
+      return known->first;
+    }
+    generation = vmIdGeneration_;
+  }
+  const std::optional<int> answer =
+      RemoteCall(*this, RemoteCall::Lock::kLookUp).method("getVmListSize").string(vmId).answer();
+  if (!answer) {
+    return 0;
+  }
+  const auto id = static_cast<unsigned int>(*answer);
+  VEL_DEBUG("vmid[%s]~ maped to id[%d] from hulservice", vmId.c_str(), id);
+  if (id != 0) {
+    const std::lock_guard<std::mutex> lock(vmIdMutex_);
+    // A service that has died since gave numbers that mean nothing to the next one.
+    if (generation == vmIdGeneration_) {
+      vmIds_[id] = std::move(vmId);
+    }
+  }
+  return id;
+}
+
+std::string VelProxy::GetVmIdString(unsigned int id) {
+  const std::lock_guard<std::mutex> lock(vmIdMutex_);
+  const auto known = vmIds_.find(id);
+  return known != vmIds_.end() ? known->second : std::string();
+}
+
+std::map<std::string, unsigned int> VelProxy::GetVmList() {
+  RemoteCall call(*this);
+  const std::shared_ptr<QXBusMessage> reply = call.method("getVmList").int32(0).reply();
+  std::map<std::string, unsigned int> vms;
+  if (!reply) {
+    return vms;
+  }
+  const int count = reply->getInt32(0);
+  VEL_DEBUG("vm list size: %d", count);
+  const int whole = (reply->argCount() - 1) / 2;
+  for (int k = 0; k < std::min(count, whole); ++k) {
+    const std::string vmId = reply->getString(2 * k + 1);
+    const auto id = static_cast<unsigned int>(reply->getInt32(2 * k + 2));
+    vms[vmId] = id;
+    VEL_DEBUG("vmid[%s]~ maped to id[%d]", vmId.c_str(), id);
+  }
+  return vms;
+}
+
+}  // namespace qx
