@@ -1,0 +1,516 @@
+#include "bus/dbus/client.h"
+
+#include <algorithm>
+#include <iterator>
+#include <optional>
+#include <system_error>
+#include <thread>
+
+#include <unistd.h>
+
+#include "bus/dbus/bus_daemon.h"
+#include "bus/dbus/message_impl.h"
+#include "bus/dbus/names.h"
+#include "bus/dbus/wire.h"
+#include "platform/log.h"
+
+namespace qxbus {
+namespace {
+
+constexpr int kErrorLevel = 7;
+// How long the bus itself may take: callers hold locks meanwhile.
+constexpr int kBusTimeoutMs = 2000;
+// More users than this are not remembered: unique names are never used again.
+constexpr std::size_t kRememberedUsers = 1000;
+
+void logError(const std::string& text) {
+  norvoLogPrint(0, kErrorLevel, "QXBUS", "%s", text.c_str());
+}
+
+std::string quoted(const std::string& text) {
+  return "\"" + text + "\"";
+}
+
+std::string ownerRule(const std::string& busName) {
+  return "type='signal',sender='" DBUS_SERVICE_DBUS "',path='" DBUS_PATH_DBUS
+         "',interface='" DBUS_INTERFACE_DBUS "',member='NameOwnerChanged',arg0='" +
+         busName + "'";
+}
+
+std::string eventRule(const std::string& service, const std::string& owner) {
+  return "type='signal',sender='" + owner + "',path='" + objectPathOf(service) + "',interface='" +
+         interfaceOf(service) + "'";
+}
+
+std::string broadcastRule(const std::string& name) {
+  return std::string("type='signal',interface='") + kBroadcastInterface + "',member='" + name + "'";
+}
+
+std::string textOf(const char* field) {
+  return field ? field : "";
+}
+
+void callEach(const std::vector<Listeners::Registration>& registrations,
+              const std::shared_ptr<QXBusMessage>& event) {
+  for (const Listeners::Registration& registration : registrations) {
+    if (registration.listener->handler) {
+      registration.listener->handler(event);
+    }
+  }
+}
+
+}  // namespace
+
+// --- Listeners -----------------------------------------------------------------------------------
+
+void Listeners::add(const std::string& name, QXBusEventCallback* listener,
+                    QXBusSecurityFlags flags) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  registrations_.push_back({name, listener, flags});
+}
+
+void Listeners::remove(const std::string& name, const QXBusEventCallback* listener) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  registrations_.erase(std::remove_if(registrations_.begin(), registrations_.end(),
+                                      [&](const Registration& registration) {
+                                        return registration.name == name &&
+                                               registration.listener == listener;
+                                      }),
+                       registrations_.end());
+}
+
+void Listeners::clear() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  registrations_.clear();
+}
+
+std::vector<Listeners::Registration> Listeners::named(const std::string& name) const {
+  std::vector<Registration> found;
+  const std::lock_guard<std::mutex> lock(mutex_);
+  std::copy_if(registrations_.begin(), registrations_.end(), std::back_inserter(found),
+               [&name](const Registration& registration) { return registration.name == name; });
+  return found;
+}
+
+// --- ServiceHandle -------------------------------------------------------------------------------
+
+ServiceHandle::ServiceHandle(std::shared_ptr<Client> client, std::shared_ptr<Connection> connection,
+                             std::string service)
+    : client_(std::move(client)),
+      connection_(std::move(connection)),
+      service_(std::move(service)),
+      busName_(busNameOf(service_)) {}
+
+ServiceHandle::~ServiceHandle() {
+  for (const std::string& rule : rules_) {
+    removeMatch(*connection_, rule);
+  }
+}
+
+bool ServiceHandle::attach(QXBusSecurityFlags flags, Clock::time_point deadline,
+                           std::string* failure) {
+  // The rule comes first: whatever happens to the owner after it is named here will be told.
+  const std::string toldOfOwner = ownerRule(busName_);
+  if (!addMatch(*connection_, toldOfOwner, deadline, failure)) {
+    return false;
+  }
+  rules_.push_back(toldOfOwner);
+  const std::string owner = ownerOf(*connection_, busName_, deadline);
+  if (owner.empty()) {
+    *failure = "nobody owns " + busName_;
+    return false;
+  }
+  if (flags != QXBUS_SECURITY_ANY_USER &&
+      !client_->isTrusted(*connection_, owner, "service " + quoted(service_), deadline)) {
+    *failure = "its user is refused";
+    return false;
+  }
+  const std::string toldOfEvents = eventRule(service_, owner);
+  if (!addMatch(*connection_, toldOfEvents, deadline, failure)) {
+    return false;
+  }
+  rules_.push_back(toldOfEvents);
+
+  bool gone = false;
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    owner_ = owner;
+    gone = std::find(formerOwners_.begin(), formerOwners_.end(), owner) != formerOwners_.end();
+    formerOwners_.clear();
+  }
+  if (gone || !connection_->isOpen()) {
+    die();
+  }
+  return true;
+}
+
+std::string ServiceHandle::owner() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return dead_ ? std::string() : owner_;
+}
+
+MessagePtr ServiceHandle::encode(QXBusMessage& message, std::string* failure) const {
+  const QXBusMessage::Impl& content = message.impl();
+  const std::string destination = owner();
+  if (destination.empty()) {
+    *failure = "service " + quoted(service_) + " is gone";
+    return nullptr;
+  }
+  if (!isMemberName(content.name)) {
+    *failure = quoted(content.name) + " is no name for a method";
+    return nullptr;
+  }
+  MessagePtr call(dbus_message_new_method_call(destination.c_str(), objectPathOf(service_).c_str(),
+                                               interfaceOf(service_).c_str(),
+                                               content.name.c_str()));
+  if (!call || !appendBody(call.get(), content.arguments)) {
+    *failure = "the arguments of " + content.name + " are too large for the bus";
+    return nullptr;
+  }
+  dbus_message_set_auto_start(call.get(), FALSE);
+  return call;
+}
+
+std::shared_ptr<QXBusMessage> ServiceHandle::call(QXBusMessage& message, int timeoutMs) {
+  std::string failure;
+  const MessagePtr call = encode(message, &failure);
+  return call ? messageFrom(connection_->call(call.get(), deadlineAfter(timeoutMs)),
+                            message.impl().name)
+              : makeFailure(failure);
+}
+
+void ServiceHandle::call(QXBusMessage& message, int timeoutMs,
+                         std::function<void(std::shared_ptr<QXBusMessage>)> done) {
+  std::string failure;
+  const MessagePtr call = encode(message, &failure);
+  if (!call) {
+    client_->complete([done = std::move(done), failed = makeFailure(failure)] { done(failed); });
+    return;
+  }
+  connection_->call(
+      call.get(), deadlineAfter(timeoutMs),
+      [client = client_, done = std::move(done), method = message.impl().name](Outcome outcome) {
+        auto held = std::make_shared<Outcome>(std::move(outcome));
+        client->complete([done, held, method] { done(messageFrom(std::move(*held), method)); });
+      });
+}
+
+void ServiceHandle::setDeathCallback(std::function<void()> callback) {
+  bool dead = false;
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    dead = dead_;
+    callback.swap(deathCallback_);
+  }
+  if (dead) {
+    die();
+  }
+}
+
+void ServiceHandle::die() {
+  std::function<void()> callback;
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    dead_ = true;
+    if (deathReported_ || !deathCallback_) {
+      return;
+    }
+    deathReported_ = true;
+    callback.swap(deathCallback_);
+  }
+  try {
+    std::thread(std::move(callback)).detach();
+  } catch (const std::system_error& error) {
+    logError("the death of service " + quoted(service_) + " goes untold: " + error.what());
+  }
+}
+
+void ServiceHandle::addEventListener(const std::string& name, QXBusEventCallback* listener,
+                                     QXBusSecurityFlags flags) {
+  // A service that may be anybody's is not good enough for a listener that asks for more.
+  if (flags == QXBUS_SECURITY_ANY_USER ||
+      client_->isTrusted(*connection_, owner(), "service " + quoted(service_),
+                         deadlineAfter(kBusTimeoutMs))) {
+    listeners_.add(name, listener, flags);
+  }
+}
+
+bool ServiceHandle::sends(const std::string& sender, const std::string& path,
+                          const std::string& interface) const {
+  return !sender.empty() && sender == owner() && path == objectPathOf(service_) &&
+         interface == interfaceOf(service_);
+}
+
+void ServiceHandle::ownerChanged(const std::string& busName, const std::string& from,
+                                 const std::string& to) {
+  if (busName != busName_) {
+    return;
+  }
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (owner_.empty()) {
+      formerOwners_.push_back(from);
+      return;
+    }
+    // A change that came before the owner was asked may still be on its way here.
+    if (from != owner_ || to == owner_) {
+      return;
+    }
+  }
+  die();
+}
+
+void ServiceHandle::connectionLost(const Connection* connection) {
+  if (connection == connection_.get()) {
+    die();
+  }
+}
+
+// --- Client --------------------------------------------------------------------------------------
+
+Client::Client(std::string address) : address_(std::move(address)) {}
+
+std::shared_ptr<Client> Client::connect(std::string address, std::string* failure) {
+  std::shared_ptr<Client> client(new Client(std::move(address)));
+  return client->connection(deadlineAfter(kBusTimeoutMs), failure) ? client : nullptr;
+}
+
+std::shared_ptr<Connection> Client::connection(Clock::time_point deadline, std::string* failure) {
+  std::unique_lock<std::mutex> lock(mutex_);
+  if (!connected_.wait_until(lock, deadline, [this] { return !connecting_; })) {
+    *failure = "the bus does not answer";
+    return nullptr;
+  }
+  if (connection_ && connection_->isOpen()) {
+    return connection_;
+  }
+  connecting_ = true;
+  lock.unlock();
+  std::shared_ptr<Connection> connected = connectAnew(deadline, failure);
+  lock.lock();
+  connecting_ = false;
+  connected_.notify_all();
+  return connected;
+}
+
+std::shared_ptr<Connection> Client::connectAnew(Clock::time_point deadline, std::string* failure) {
+  unsigned int generation = 0;
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    generation = ++generation_;
+  }
+  const std::weak_ptr<Client> self = weak_from_this();
+  std::shared_ptr<Connection> connected =
+      Connection::open({address_, true},
+                       {[self, generation](MessagePtr message) {
+                          if (const std::shared_ptr<Client> client = self.lock()) {
+                            client->onMessage(generation, std::move(message));
+                          }
+                        },
+                        [self, generation] {
+                          if (const std::shared_ptr<Client> client = self.lock()) {
+                            client->onLost(generation);
+                          }
+                        }},
+                       deadline, failure);
+  if (!connected) {
+    return nullptr;
+  }
+  std::vector<std::string> rules;
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    connection_ = connected;
+    users_.clear();
+    rules = broadcastRules_;
+  }
+  for (const std::string& rule : rules) {
+    if (!addMatch(*connected, rule, deadline, failure)) {
+      logError("broadcast events will not arrive: " + *failure);
+    }
+  }
+  return connected;
+}
+
+bool Client::isServiceRegistered(const std::string& service) {
+  if (!isServiceName(service)) {
+    return false;
+  }
+  const Clock::time_point deadline = deadlineAfter(kBusTimeoutMs);
+  std::string failure;
+  const std::shared_ptr<Connection> connected = connection(deadline, &failure);
+  if (!connected) {
+    return false;
+  }
+  const std::string owner = ownerOf(*connected, busNameOf(service), deadline);
+  return !owner.empty() && isTrusted(*connected, owner, "service " + quoted(service), deadline);
+}
+
+std::shared_ptr<ServiceHandle> Client::handleOn(const std::string& service,
+                                                QXBusSecurityFlags flags) {
+  std::string failure = "that is no name for a service";
+  const Clock::time_point deadline = deadlineAfter(kBusTimeoutMs);
+  if (isServiceName(service)) {
+    if (const std::shared_ptr<Connection> connected = connection(deadline, &failure)) {
+      auto handle = std::make_shared<ServiceHandle>(shared_from_this(), connected, service);
+      {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        handles_.push_back(handle);
+      }
+      if (handle->attach(flags, deadline, &failure)) {
+        return handle;
+      }
+    }
+  }
+  logError("no connection to service " + quoted(service) + ": " + failure);
+  return nullptr;
+}
+
+void Client::addBroadcastListener(const std::string& name, QXBusEventCallback* listener,
+                                  QXBusSecurityFlags flags) {
+  if (!isMemberName(name)) {
+    logError(quoted(name) + " is no name for an event");
+    return;
+  }
+  broadcastListeners_.add(name, listener, flags);
+  const std::string rule = broadcastRule(name);
+  std::shared_ptr<Connection> connected;
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    // One rule serves every listener of the name; a new connection takes it over.
+    if (std::find(broadcastRules_.begin(), broadcastRules_.end(), rule) != broadcastRules_.end()) {
+      return;
+    }
+    broadcastRules_.push_back(rule);
+    connected = connection_;
+  }
+  std::string failure;
+  if (connected && connected->isOpen() &&
+      !addMatch(*connected, rule, deadlineAfter(kBusTimeoutMs), &failure)) {
+    logError("broadcast events " + quoted(name) + " will not arrive: " + failure);
+  }
+}
+
+bool Client::isTrusted(Connection& connection, const std::string& uniqueName,
+                       const std::string& what, Clock::time_point deadline) {
+  std::optional<dbus_uint32_t> user;
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto known = users_.find(uniqueName);
+    if (known != users_.end()) {
+      user = known->second;
+    }
+  }
+  if (!user) {
+    user = userOf(connection, uniqueName, deadline);
+    if (!user) {
+      logError(what + " is refused: the bus does not say which user it runs as");
+      return false;
+    }
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (users_.size() >= kRememberedUsers) {
+      users_.clear();
+    }
+    users_.emplace(uniqueName, *user);
+  }
+  if (*user == ::geteuid() || *user == 0) {
+    return true;
+  }
+  logError(what + " is refused: it runs as user " + std::to_string(*user) +
+           ", neither as this user (" + std::to_string(::geteuid()) + ") nor as root");
+  return false;
+}
+
+std::vector<std::shared_ptr<ServiceHandle>> Client::liveHandles() {
+  std::vector<std::shared_ptr<ServiceHandle>> live;
+  const std::lock_guard<std::mutex> lock(mutex_);
+  for (auto handle = handles_.begin(); handle != handles_.end();) {
+    if (std::shared_ptr<ServiceHandle> alive = handle->lock()) {
+      live.push_back(std::move(alive));
+      ++handle;
+    } else {
+      handle = handles_.erase(handle);
+    }
+  }
+  return live;
+}
+
+void Client::onMessage(unsigned int generation, MessagePtr message) {
+  std::shared_ptr<Connection> connection;
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (generation != generation_ || !connection_) {
+      return;
+    }
+    connection = connection_;
+  }
+  if (dbus_message_get_type(message.get()) != DBUS_MESSAGE_TYPE_SIGNAL) {
+    return;
+  }
+  const char* name = nullptr;
+  const char* from = nullptr;
+  const char* to = nullptr;
+  if (dbus_message_is_signal(message.get(), DBUS_INTERFACE_DBUS, "NameOwnerChanged")) {
+    if (textOf(dbus_message_get_sender(message.get())) == DBUS_SERVICE_DBUS &&
+        dbus_message_get_args(message.get(), nullptr, DBUS_TYPE_STRING, &name, DBUS_TYPE_STRING,
+                              &from, DBUS_TYPE_STRING, &to, DBUS_TYPE_INVALID)) {
+      for (const std::shared_ptr<ServiceHandle>& handle : liveHandles()) {
+        handle->ownerChanged(name, from, to);
+      }
+    }
+    return;
+  }
+  // Tasks are copied, messages are not.
+  const std::shared_ptr<DBusMessage> signal(message.release(), UnrefMessage());
+  events_.post([self = shared_from_this(), connection, signal] {
+    self->onSignal(connection, signal.get());
+  });
+}
+
+void Client::onSignal(const std::shared_ptr<Connection>& connection, DBusMessage* signal) {
+  const std::string sender = textOf(dbus_message_get_sender(signal));
+  const std::string path = textOf(dbus_message_get_path(signal));
+  const std::string interface = textOf(dbus_message_get_interface(signal));
+  const std::string name = textOf(dbus_message_get_member(signal));
+
+  std::vector<Listeners::Registration> called;
+  if (interface == kBroadcastInterface) {
+    called = broadcastListeners_.named(name);
+    const bool anyAsks = std::any_of(called.begin(), called.end(), [](const auto& registration) {
+      return registration.flags != QXBUS_SECURITY_ANY_USER;
+    });
+    if (anyAsks && !isTrusted(*connection, sender, "broadcast event " + quoted(name),
+                              deadlineAfter(kBusTimeoutMs))) {
+      called.erase(std::remove_if(called.begin(), called.end(),
+                                  [](const auto& registration) {
+                                    return registration.flags != QXBUS_SECURITY_ANY_USER;
+                                  }),
+                   called.end());
+    }
+  } else {
+    for (const std::shared_ptr<ServiceHandle>& handle : liveHandles()) {
+      if (handle->sends(sender, path, interface)) {
+        const auto more = handle->listeners().named(name);
+        called.insert(called.end(), more.begin(), more.end());
+      }
+    }
+  }
+  if (!called.empty()) {
+    callEach(called, makeMessage(MESSAGE_TYPE_SIGNAL, name, readBody(signal)));
+  }
+}
+
+void Client::onLost(unsigned int generation) {
+  std::shared_ptr<Connection> lost;
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (generation != generation_) {
+      return;
+    }
+    lost = connection_;
+  }
+  for (const std::shared_ptr<ServiceHandle>& handle : liveHandles()) {
+    handle->connectionLost(lost.get());
+  }
+}
+
+}  // namespace qxbus

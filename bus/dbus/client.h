@@ -1,0 +1,148 @@
+// The client's side of the bus: one connection at a time, its listeners, and the services it talks
+// to.
+//
+//   I/O thread          reads; hands replies to whoever waits, the rest to the threads below
+//   event thread        runs the listeners, one event after the other
+//   completion thread   runs what waits for an asynchronous reply
+//   a thread per death  may sleep and call as long as it likes
+//
+// So nothing of a client's can hold up the reading, and no two kinds hold each other up. No lock is
+// held while any of them calls out.
+
+#ifndef BUS_DBUS_CLIENT_H
+#define BUS_DBUS_CLIENT_H
+
+#include <condition_variable>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "bus/dbus/connection.h"
+#include "bus/dbus/worker.h"
+#include "bus/qxbus.h"
+
+namespace qxbus {
+
+class Client;
+
+// Listeners by event name, in the order of registration. Every registration counts.
+class Listeners {
+ public:
+  void add(const std::string& name, QXBusEventCallback* listener, QXBusSecurityFlags flags);
+  // Undoes every registration of the listener under the name.
+  void remove(const std::string& name, const QXBusEventCallback* listener);
+  void clear();
+
+  struct Registration {
+    std::string name;
+    QXBusEventCallback* listener;
+    QXBusSecurityFlags flags;
+  };
+  std::vector<Registration> named(const std::string& name) const;
+
+ private:
+  mutable std::mutex mutex_;
+  std::vector<Registration> registrations_;
+};
+
+// One running instance of a service, bound to its unique name on one connection: it never reaches
+// a later instance, and nobody else's signal is an event of it.
+class ServiceHandle {
+ public:
+  ServiceHandle(std::shared_ptr<Client> client, std::shared_ptr<Connection> connection,
+                std::string service);
+  ~ServiceHandle();
+
+  ServiceHandle(const ServiceHandle&) = delete;
+  ServiceHandle& operator=(const ServiceHandle&) = delete;
+
+  // Finds the instance that runs now. False, with a reason, when there is none or it is refused.
+  bool attach(QXBusSecurityFlags flags, Clock::time_point deadline, std::string* failure);
+
+  std::shared_ptr<QXBusMessage> call(QXBusMessage& message, int timeoutMs);
+  void call(QXBusMessage& message, int timeoutMs,
+            std::function<void(std::shared_ptr<QXBusMessage>)> done);
+
+  void setDeathCallback(std::function<void()> callback);
+  void addEventListener(const std::string& name, QXBusEventCallback* listener,
+                        QXBusSecurityFlags flags);
+  Listeners& listeners() { return listeners_; }
+
+  // What the client has read from the bus.
+  bool sends(const std::string& sender, const std::string& path,
+             const std::string& interface) const;
+  void ownerChanged(const std::string& busName, const std::string& from, const std::string& to);
+  void connectionLost(const Connection* connection);
+
+ private:
+  MessagePtr encode(QXBusMessage& message, std::string* failure) const;
+  void die();
+  std::string owner() const;
+
+  const std::shared_ptr<Client> client_;
+  const std::shared_ptr<Connection> connection_;
+  const std::string service_;
+  const std::string busName_;
+  std::vector<std::string> rules_;
+  Listeners listeners_;
+
+  mutable std::mutex mutex_;  // guards the rest
+  std::string owner_;
+  std::vector<std::string> formerOwners_;  // seen to go before owner_ was known
+  bool dead_ = false;
+  bool deathReported_ = false;
+  std::function<void()> deathCallback_;
+};
+
+class Client : public std::enable_shared_from_this<Client> {
+ public:
+  // Null, with a reason, when the bus cannot be reached.
+  static std::shared_ptr<Client> connect(std::string address, std::string* failure);
+
+  bool isServiceRegistered(const std::string& service);
+  std::shared_ptr<ServiceHandle> handleOn(const std::string& service, QXBusSecurityFlags flags);
+  void addBroadcastListener(const std::string& name, QXBusEventCallback* listener,
+                            QXBusSecurityFlags flags);
+
+  // Whether a connection belongs to this user or to root; unknown is no.
+  bool isTrusted(Connection& connection, const std::string& uniqueName, const std::string& what,
+                 Clock::time_point deadline);
+
+  // Runs a task on the completion thread.
+  void complete(std::function<void()> task) { completions_.post(std::move(task)); }
+
+ private:
+  explicit Client(std::string address);
+
+  // The connection; a new one when the last is gone. Null, with a reason, when the bus cannot be
+  // reached by the deadline.
+  std::shared_ptr<Connection> connection(Clock::time_point deadline, std::string* failure);
+  std::shared_ptr<Connection> connectAnew(Clock::time_point deadline, std::string* failure);
+  std::vector<std::shared_ptr<ServiceHandle>> liveHandles();
+
+  void onMessage(unsigned int generation, MessagePtr message);
+  void onSignal(const std::shared_ptr<Connection>& connection, DBusMessage* signal);
+  void onLost(unsigned int generation);
+
+  const std::string address_;
+  Worker events_;
+  Worker completions_;
+  Listeners broadcastListeners_;
+
+  std::mutex mutex_;  // guards the rest
+  std::condition_variable connected_;
+  bool connecting_ = false;
+  unsigned int generation_ = 0;  // counts the connections
+  std::shared_ptr<Connection> connection_;
+  std::vector<std::string> broadcastRules_;
+  std::vector<std::weak_ptr<ServiceHandle>> handles_;
+  std::map<std::string, dbus_uint32_t> users_;  // by unique name, of this connection
+};
+
+}  // namespace qxbus
+
+#endif  // BUS_DBUS_CLIENT_H

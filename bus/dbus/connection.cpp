@@ -1,0 +1,426 @@
+#include "bus/dbus/connection.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <condition_variable>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include "bus/dbus/bus_daemon.h"
+
+namespace qxbus {
+namespace {
+
+constexpr char kConnectionGone[] = "the connection to the bus is gone";
+constexpr char kNoReplyInTime[] = "no reply in time";
+
+// Wakes a poll. Both ends never block: a full pipe wakes just as well.
+class WakePipe {
+ public:
+  WakePipe() {
+    if (::pipe(ends_) != 0) {
+      ends_[0] = ends_[1] = -1;
+      return;
+    }
+    for (const int end : ends_) {
+      ::fcntl(end, F_SETFL, O_NONBLOCK);
+      ::fcntl(end, F_SETFD, FD_CLOEXEC);
+    }
+  }
+  ~WakePipe() {
+    if (isOpen()) {
+      ::close(ends_[0]);
+      ::close(ends_[1]);
+    }
+  }
+  WakePipe(const WakePipe&) = delete;
+  WakePipe& operator=(const WakePipe&) = delete;
+
+  bool isOpen() const { return ends_[0] >= 0; }
+  int readEnd() const { return ends_[0]; }
+
+  void wake() const {
+    const char byte = 0;
+    [[maybe_unused]] const ssize_t written = ::write(ends_[1], &byte, 1);
+  }
+
+  void drain() const {
+    char bytes[64];
+    while (::read(ends_[0], bytes, sizeof bytes) > 0) {
+    }
+  }
+
+ private:
+  int ends_[2] = {-1, -1};
+};
+
+short pollEvents(unsigned int flags) {
+  return static_cast<short>(((flags & DBUS_WATCH_READABLE) != 0 ? POLLIN : 0) |
+                            ((flags & DBUS_WATCH_WRITABLE) != 0 ? POLLOUT : 0));
+}
+
+unsigned int watchFlags(short events) {
+  unsigned int flags = 0;
+  flags |= (events & POLLIN) != 0 ? unsigned{DBUS_WATCH_READABLE} : 0;
+  flags |= (events & POLLOUT) != 0 ? unsigned{DBUS_WATCH_WRITABLE} : 0;
+  flags |= (events & POLLERR) != 0 ? unsigned{DBUS_WATCH_ERROR} : 0;
+  flags |= (events & POLLHUP) != 0 ? unsigned{DBUS_WATCH_HANGUP} : 0;
+  return flags;
+}
+
+int pollTimeout(Clock::time_point next) {
+  if (next == Clock::time_point::max()) {
+    return -1;
+  }
+  // Rounded up, so that the poll does not end just before the deadline, again and again.
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(next - Clock::now()).count();
+  return static_cast<int>(std::clamp<std::chrono::milliseconds::rep>(left, 0, INT_MAX));
+}
+
+}  // namespace
+
+Clock::time_point deadlineAfter(int milliseconds) {
+  return milliseconds < 0 ? Clock::time_point::max()
+                          : Clock::now() + std::chrono::milliseconds(milliseconds);
+}
+
+// What the I/O thread and the callers share. It outlives the Connection for as long as the I/O
+// thread runs.
+class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
+ public:
+  explicit Core(Handlers handlers) : handlers_(std::move(handlers)) {}
+  ~Core() {
+    if (bus_) {
+      dbus_connection_unref(bus_);
+    }
+  }
+  Core(const Core&) = delete;
+  Core& operator=(const Core&) = delete;
+
+  bool connect(const std::string& address, std::string* failure) {
+    if (!wake_.isOpen()) {
+      *failure = "no pipe left";
+      return false;
+    }
+    if (!dbus_threads_init_default()) {
+      *failure = "out of memory";
+      return false;
+    }
+    Error error;
+    bus_ = dbus_connection_open_private(address.c_str(), error.get());
+    if (!bus_) {
+      *failure = error.text();
+      return false;
+    }
+    dbus_connection_set_exit_on_disconnect(bus_, FALSE);
+    if (!dbus_connection_set_watch_functions(bus_, &Core::addWatch, &Core::removeWatch,
+                                             &Core::toggleWatch, this, nullptr)) {
+      *failure = "out of memory";
+      close();
+      return false;
+    }
+    open_ = true;
+    std::thread([self = shared_from_this()] { self->run(); }).detach();
+    return true;
+  }
+
+  void requestClose() {
+    closing_ = true;
+    wake_.wake();
+  }
+
+  bool isOpen() const { return open_; }
+
+  bool send(DBusMessage* message) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return open_ && dbus_connection_send(bus_, message, nullptr);
+  }
+
+  // The serial of the request; nothing when it could not be sent, and done is the caller's to run.
+  std::optional<dbus_uint32_t> send(DBusMessage* message, Clock::time_point deadline,
+                                    std::function<void(Outcome)>* done) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    dbus_uint32_t serial = 0;
+    if (!open_ || !dbus_connection_send(bus_, message, &serial)) {
+      return std::nullopt;
+    }
+    // The reply cannot be read before the lock is released, so it finds its call.
+    pending_.emplace(serial, Pending{deadline, std::move(*done)});
+    if (deadline < nextDeadline_) {
+      nextDeadline_ = deadline;
+      wake_.wake();
+    }
+    return serial;
+  }
+
+  // Nobody waits for this reply any more.
+  void forget(dbus_uint32_t serial) {
+    std::function<void(Outcome)> done;
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto call = pending_.find(serial);
+    if (call != pending_.end()) {
+      done = std::move(call->second.done);
+      pending_.erase(call);
+    }
+  }
+
+ private:
+  struct Pending {
+    Clock::time_point deadline;
+    std::function<void(Outcome)> done;
+  };
+  using Finished = std::vector<std::pair<std::function<void(Outcome)>, Outcome>>;
+
+  static dbus_bool_t addWatch(DBusWatch* watch, void* core) {
+    auto* const self = static_cast<Core*>(core);
+    self->watches_.push_back(watch);
+    self->wake_.wake();
+    return TRUE;
+  }
+
+  static void removeWatch(DBusWatch* watch, void* core) {
+    auto& watches = static_cast<Core*>(core)->watches_;
+    watches.erase(std::remove(watches.begin(), watches.end(), watch), watches.end());
+  }
+
+  // Also called where a message is freed, when that makes room for more, so without the lock.
+  static void toggleWatch(DBusWatch* watch, void* core) {
+    if (dbus_watch_get_enabled(watch)) {
+      static_cast<Core*>(core)->wake_.wake();
+    }
+  }
+
+  void run() {
+    std::vector<pollfd> polled;
+    std::vector<DBusWatch*> watches;
+    for (bool open = true; open;) {
+      const int timeout = prepare(&polled, &watches);
+      ::poll(polled.data(), static_cast<nfds_t>(polled.size()), timeout);
+      if (polled.front().revents != 0) {
+        wake_.drain();
+      }
+      open = handle(polled, watches);
+    }
+    end();
+  }
+
+  int prepare(std::vector<pollfd>* polled, std::vector<DBusWatch*>* watches) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    polled->assign(1, {wake_.readEnd(), POLLIN, 0});
+    watches->clear();
+    for (DBusWatch* const watch : watches_) {
+      if (dbus_watch_get_enabled(watch)) {
+        polled->push_back(
+            {dbus_watch_get_unix_fd(watch), pollEvents(dbus_watch_get_flags(watch)), 0});
+        watches->push_back(watch);
+      }
+    }
+    return pollTimeout(nextDeadline_);
+  }
+
+  // Moves bytes, then hands on what has arrived. False when the connection has ended.
+  bool handle(const std::vector<pollfd>& polled, const std::vector<DBusWatch*>& watches) {
+    Finished finished;
+    std::vector<MessagePtr> messages;
+    bool open = true;
+    {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      for (std::size_t i = 0; i < watches.size(); ++i) {
+        const unsigned int flags = watchFlags(polled[i + 1].revents);
+        // Handling one watch may remove another.
+        if (flags != 0 &&
+            std::find(watches_.begin(), watches_.end(), watches[i]) != watches_.end()) {
+          dbus_watch_handle(watches[i], flags);
+        }
+      }
+      while (DBusMessage* const message = dbus_connection_pop_message(bus_)) {
+        sort(MessagePtr(message), &finished, &messages);
+      }
+      expire(&finished);
+      open = !closing_ && dbus_connection_get_is_connected(bus_);
+    }
+    for (auto& [done, outcome] : finished) {
+      done(std::move(outcome));
+    }
+    for (MessagePtr& message : messages) {
+      handlers_.onMessage(std::move(message));
+    }
+    return open;
+  }
+
+  void sort(MessagePtr message, Finished* finished, std::vector<MessagePtr>* messages) {
+    switch (dbus_message_get_type(message.get())) {
+      case DBUS_MESSAGE_TYPE_METHOD_RETURN:
+      case DBUS_MESSAGE_TYPE_ERROR: {
+        const auto call = pending_.find(dbus_message_get_reply_serial(message.get()));
+        // A reply that nobody waits for any more came too late.
+        if (call != pending_.end()) {
+          finished->emplace_back(std::move(call->second.done), Outcome{std::move(message), ""});
+          pending_.erase(call);
+        }
+        break;
+      }
+      default:
+        messages->push_back(std::move(message));
+    }
+  }
+
+  void expire(Finished* finished) {
+    const Clock::time_point now = Clock::now();
+    if (now < nextDeadline_) {
+      return;
+    }
+    nextDeadline_ = Clock::time_point::max();
+    for (auto call = pending_.begin(); call != pending_.end();) {
+      if (call->second.deadline <= now) {
+        finished->emplace_back(std::move(call->second.done), Outcome{nullptr, kNoReplyInTime});
+        call = pending_.erase(call);
+      } else {
+        nextDeadline_ = std::min(nextDeadline_, call->second.deadline);
+        ++call;
+      }
+    }
+  }
+
+  void end() {
+    std::map<dbus_uint32_t, Pending> abandoned;
+    {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      open_ = false;
+      close();
+      abandoned.swap(pending_);
+    }
+    for (auto& [serial, call] : abandoned) {
+      call.done(Outcome{nullptr, kConnectionGone});
+    }
+    handlers_.onLost();
+    // What the handlers hold may in turn hold this connection.
+    handlers_ = {};
+  }
+
+  void close() {
+    dbus_connection_close(bus_);
+    dbus_connection_set_watch_functions(bus_, nullptr, nullptr, nullptr, nullptr, nullptr);
+    while (DBusMessage* const message = dbus_connection_pop_message(bus_)) {
+      dbus_message_unref(message);
+    }
+  }
+
+  Handlers handlers_;
+  WakePipe wake_;
+  std::atomic<bool> open_{false};
+  std::atomic<bool> closing_{false};
+  DBusConnection* bus_ = nullptr;
+
+  // Guards the rest, and every use of bus_: libdbus gives way instead of writing when two threads
+  // use a connection at once.
+  std::mutex mutex_;
+  std::vector<DBusWatch*> watches_;
+  std::map<dbus_uint32_t, Pending> pending_;
+  Clock::time_point nextDeadline_ = Clock::time_point::max();
+};
+
+namespace {
+
+// What a caller waits for. It is shared, because the caller may have given up when the reply comes.
+struct Rendezvous {
+  std::mutex mutex;
+  std::condition_variable arrived;
+  std::optional<Outcome> outcome;
+};
+
+}  // namespace
+
+Connection::Connection(std::shared_ptr<Core> core) : core_(std::move(core)) {}
+
+Connection::~Connection() {
+  core_->requestClose();
+}
+
+std::shared_ptr<Connection> Connection::open(const Endpoint& endpoint, Handlers handlers,
+                                             Clock::time_point deadline, std::string* failure) {
+  auto core = std::make_shared<Core>(std::move(handlers));
+  if (!core->connect(endpoint.address, failure)) {
+    return nullptr;
+  }
+  std::shared_ptr<Connection> connection(new Connection(std::move(core)));
+  if (!endpoint.isBus) {
+    return connection;
+  }
+  const MessagePtr hello = busCall("Hello");
+  if (!hello) {
+    *failure = "out of memory";
+    return nullptr;
+  }
+  const Outcome outcome = connection->call(hello.get(), deadline);
+  const char* name = nullptr;
+  Error error;
+  if (!outcome.reply) {
+    *failure = outcome.failure;
+    return nullptr;
+  }
+  if (dbus_set_error_from_message(error.get(), outcome.reply.get()) ||
+      !dbus_message_get_args(outcome.reply.get(), error.get(), DBUS_TYPE_STRING, &name,
+                             DBUS_TYPE_INVALID)) {
+    *failure = error.text();
+    return nullptr;
+  }
+  connection->uniqueName_ = name;
+  return connection;
+}
+
+bool Connection::isOpen() const {
+  return core_->isOpen();
+}
+
+bool Connection::send(DBusMessage* message) {
+  return core_->send(message);
+}
+
+Outcome Connection::call(DBusMessage* message, Clock::time_point deadline) {
+  auto meeting = std::make_shared<Rendezvous>();
+  std::function<void(Outcome)> done = [meeting](Outcome outcome) {
+    {
+      const std::lock_guard<std::mutex> lock(meeting->mutex);
+      meeting->outcome = std::move(outcome);
+    }
+    meeting->arrived.notify_one();
+  };
+  // The caller keeps the time itself: the I/O thread is not woken for it.
+  const std::optional<dbus_uint32_t> serial = core_->send(message, Clock::time_point::max(), &done);
+  if (!serial) {
+    return {nullptr, kConnectionGone};
+  }
+  std::unique_lock<std::mutex> lock(meeting->mutex);
+  const auto hasArrived = [&meeting] { return meeting->outcome.has_value(); };
+  if (deadline == Clock::time_point::max()) {
+    meeting->arrived.wait(lock, hasArrived);
+  } else {
+    meeting->arrived.wait_until(lock, deadline, hasArrived);
+  }
+  if (!meeting->outcome) {
+    lock.unlock();
+    core_->forget(*serial);
+    lock.lock();
+  }
+  return meeting->outcome ? std::move(*meeting->outcome) : Outcome{nullptr, kNoReplyInTime};
+}
+
+void Connection::call(DBusMessage* message, Clock::time_point deadline,
+                      std::function<void(Outcome)> done) {
+  if (!core_->send(message, deadline, &done)) {
+    done({nullptr, kConnectionGone});
+  }
+}
+
+}  // namespace qxbus

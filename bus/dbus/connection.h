@@ -1,0 +1,84 @@
+// One private D-Bus connection with a thread of its own that reads.
+//
+// libdbus builds, parses, authenticates and moves bytes. It never waits and never dispatches here:
+// with two callers inside its blocking call each starves the other, and a thread inside its
+// dispatch loop holds every caller up. Instead the I/O thread polls outside any lock, and whoever
+// calls writes the request and waits for the reply with a deadline of its own.
+//
+// THREADS   Any thread may call any member. The handlers run on the I/O thread: they must be quick
+//           and must not wait for a reply.
+
+#ifndef BUS_DBUS_CONNECTION_H
+#define BUS_DBUS_CONNECTION_H
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "bus/dbus/dbus_ptr.h"
+
+namespace qxbus {
+
+using Clock = std::chrono::steady_clock;
+
+// A point in time that many milliseconds from now; negative is never.
+Clock::time_point deadlineAfter(int milliseconds);
+
+// What became of a call: a reply, or a text that says why there is none.
+struct Outcome {
+  MessagePtr reply;
+  std::string failure;
+};
+
+class Connection {
+ public:
+  struct Endpoint {
+    std::string address;
+    // Whether a bus daemon is at the other end; otherwise it is the service itself.
+    bool isBus = true;
+  };
+
+  struct Handlers {
+    // A signal or a method call has arrived.
+    std::function<void(MessagePtr)> onMessage;
+    // The connection is gone. Called once, after every waiting call has got its outcome.
+    std::function<void()> onLost;
+  };
+
+  // Connects, and signs in at the bus daemon. Null, with a reason, when that fails or is not done
+  // by the deadline.
+  static std::shared_ptr<Connection> open(const Endpoint& endpoint, Handlers handlers,
+                                          Clock::time_point deadline, std::string* failure);
+
+  // Closes the connection. Does not wait for the I/O thread.
+  ~Connection();
+
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+
+  bool isOpen() const;
+  // This side's name on the bus; empty without a bus daemon.
+  const std::string& uniqueName() const { return uniqueName_; }
+
+  // False when the connection is gone.
+  bool send(DBusMessage* message);
+
+  // Sends a method call and waits for its reply. Never call it on the I/O thread.
+  Outcome call(DBusMessage* message, Clock::time_point deadline);
+
+  // Sends a method call. done runs once: on the I/O thread, or on this one when sending fails.
+  void call(DBusMessage* message, Clock::time_point deadline, std::function<void(Outcome)> done);
+
+ private:
+  class Core;
+
+  explicit Connection(std::shared_ptr<Core> core);
+
+  std::shared_ptr<Core> core_;
+  std::string uniqueName_;
+};
+
+}  // namespace qxbus
+
+#endif  // BUS_DBUS_CONNECTION_H

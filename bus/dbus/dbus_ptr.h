@@ -1,0 +1,34 @@
+// Owning handles on what libdbus counts or allocates.
+
+#ifndef BUS_DBUS_DBUS_PTR_H
+#define BUS_DBUS_DBUS_PTR_H
+
+#include <memory>
+
+#include <dbus/dbus.h>
+
+namespace qxbus {
+
+struct UnrefMessage {
+  void operator()(DBusMessage* message) const { dbus_message_unref(message); }
+};
+using MessagePtr = std::unique_ptr<DBusMessage, UnrefMessage>;
+
+// A DBusError that is freed with its scope.
+class Error {
+ public:
+  Error() { dbus_error_init(&error_); }
+  ~Error() { dbus_error_free(&error_); }
+  Error(const Error&) = delete;
+  Error& operator=(const Error&) = delete;
+
+  DBusError* get() { return &error_; }
+  const char* text() const { return error_.message ? error_.message : "out of memory"; }
+
+ private:
+  DBusError error_;
+};
+
+}  // namespace qxbus
+
+#endif  // BUS_DBUS_DBUS_PTR_H

@@ -1,0 +1,34 @@
+// What a message holds, and how it goes to and comes from D-Bus.
+
+#ifndef BUS_DBUS_MESSAGE_IMPL_H
+#define BUS_DBUS_MESSAGE_IMPL_H
+
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "bus/dbus/connection.h"
+#include "bus/dbus/value.h"
+#include "bus/qxbus.h"
+
+// Nothing is encoded before a message is sent, so one may be sent again, or changed and sent again.
+struct QXBusMessage::Impl {
+  QXBusMessageType type = MESSAGE_TYPE_INVALID;
+  std::string name;  // of the method, the event or the error
+  qxbus::Values arguments;
+};
+
+namespace qxbus {
+
+std::shared_ptr<QXBusMessage> makeMessage(QXBusMessageType type, std::string name,
+                                          Values arguments = {});
+
+// What every failed call gives: argument 0 is the text.
+std::shared_ptr<QXBusMessage> makeFailure(const std::string& text);
+
+// The reply to a call of a method, or the failure in its place.
+std::shared_ptr<QXBusMessage> messageFrom(Outcome outcome, const std::string& method);
+
+}  // namespace qxbus
+
+#endif  // BUS_DBUS_MESSAGE_IMPL_H

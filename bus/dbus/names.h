@@ -1,0 +1,31 @@
+// How names of the bus become names of D-Bus.
+
+#ifndef BUS_DBUS_NAMES_H
+#define BUS_DBUS_NAMES_H
+
+#include <string>
+
+namespace qxbus {
+
+inline constexpr char kBroadcastInterface[] = "qx.bus.Broadcast";
+inline constexpr char kFailedError[] = "qx.bus.Error.Failed";
+
+// Service "vel" has the well-known name qx.bus.vel, the object /qx/bus/vel and the interface
+// qx.bus.vel.
+std::string busNameOf(const std::string& service);
+std::string objectPathOf(const std::string& service);
+inline std::string interfaceOf(const std::string& service) {
+  return busNameOf(service);
+}
+
+// Whether D-Bus allows a service, or a method or event, of this name. libdbus ends the process when
+// it is given one that it does not allow.
+bool isServiceName(const std::string& service);
+bool isMemberName(const std::string& member);
+
+// The address of the bus: QXBUS_ADDRESS when set, else the session bus; empty when there is none.
+std::string busAddress();
+
+}  // namespace qxbus
+
+#endif  // BUS_DBUS_NAMES_H

@@ -1,0 +1,111 @@
+// The bus classes, in terms of a client of D-Bus.
+
+#include "bus/qxbus.h"
+
+#include "bus/dbus/client.h"
+#include "bus/dbus/message_impl.h"
+#include "bus/dbus/names.h"
+#include "platform/log.h"
+
+struct QXBusProxyInterface::Impl {
+  std::shared_ptr<qxbus::ServiceHandle> service;
+};
+
+struct QXBusSerivceManager::Impl {
+  std::shared_ptr<qxbus::Client> client;
+};
+
+QXBusEventCallback::~QXBusEventCallback() = default;
+
+QXBusProxyInterface::QXBusProxyInterface(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
+
+QXBusProxyInterface::~QXBusProxyInterface() {
+  // An event that is being handed out may hold the service a little longer.
+  impl_->service->listeners().clear();
+  impl_->service->setDeathCallback(nullptr);
+}
+
+std::shared_ptr<QXBusMessage> QXBusProxyInterface::makeMethodCallMessage(std::string method) {
+  return qxbus::makeMessage(MESSAGE_TYPE_METHOD_CALL, std::move(method));
+}
+
+std::shared_ptr<QXBusMessage> QXBusProxyInterface::callWithReplyBlocking(
+    std::shared_ptr<QXBusMessage> message, int timeoutMs) {
+  return message ? impl_->service->call(*message, timeoutMs)
+                 : qxbus::makeFailure("there is no message to send");
+}
+
+void QXBusProxyInterface::callWithReply(std::shared_ptr<QXBusMessage> message,
+                                        std::function<void(std::shared_ptr<QXBusMessage>)> done,
+                                        int timeoutMs) {
+  if (!done) {
+    done = [](const std::shared_ptr<QXBusMessage>&) {};
+  }
+  // A message without a name is refused as such, on the way that every failure takes.
+  const std::shared_ptr<QXBusMessage> sent = message ? message : makeMethodCallMessage("");
+  impl_->service->call(*sent, timeoutMs, std::move(done));
+}
+
+void QXBusProxyInterface::setDeathCallback(std::function<void()> callback) {
+  impl_->service->setDeathCallback(std::move(callback));
+}
+
+void QXBusProxyInterface::addEventListener(std::string name, QXBusEventCallback* listener,
+                                           QXBusSecurityFlags flags) {
+  if (listener) {
+    impl_->service->addEventListener(name, listener, flags);
+  }
+}
+
+void QXBusProxyInterface::removeEventListener(std::string name, QXBusEventCallback* listener) {
+  impl_->service->listeners().remove(name, listener);
+}
+
+QXBusSerivceManager::QXBusSerivceManager(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
+QXBusSerivceManager::~QXBusSerivceManager() = default;
+
+QXBusSerivceManager* QXBusSerivceManager::initSync(int /*wait*/) {
+  // Neither is ever destroyed: the bus threads run until the process has ended.
+  static auto* const mutex = new std::mutex;
+  static QXBusSerivceManager* manager = nullptr;
+  const std::lock_guard<std::mutex> lock(*mutex);
+  if (manager) {
+    return manager;
+  }
+  std::string failure = "there is no session bus, and QXBUS_ADDRESS names none";
+  const std::string address = qxbus::busAddress();
+  std::shared_ptr<qxbus::Client> client;
+  if (!address.empty()) {
+    client = qxbus::Client::connect(address, &failure);
+  }
+  if (!client) {
+    norvoLogPrint(0, 7, "QXBUS", "no connection to the bus: %s", failure.c_str());
+    return nullptr;
+  }
+  auto impl = std::make_unique<Impl>();
+  impl->client = std::move(client);
+  manager = new QXBusSerivceManager(std::move(impl));
+  return manager;
+}
+
+bool QXBusSerivceManager::isServiceRegistered(const std::string& name) {
+  return impl_->client->isServiceRegistered(name);
+}
+
+std::shared_ptr<QXBusProxyInterface> QXBusSerivceManager::getServiceProxyInterface(
+    std::string name, QXBusSecurityFlags flags, int /*mode*/) {
+  std::shared_ptr<qxbus::ServiceHandle> service = impl_->client->handleOn(name, flags);
+  if (!service) {
+    return nullptr;
+  }
+  auto impl = std::make_unique<QXBusProxyInterface::Impl>();
+  impl->service = std::move(service);
+  return std::make_shared<QXBusProxyInterface>(std::move(impl));
+}
+
+void QXBusSerivceManager::addEventListener(const std::string& name, QXBusEventCallback* listener,
+                                           QXBusSecurityFlags flags) {
+  if (listener) {
+    impl_->client->addBroadcastListener(name, listener, flags);
+  }
+}

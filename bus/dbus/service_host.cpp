@@ -1,0 +1,331 @@
+#include "bus/dbus/service_host.h"
+
+#include <algorithm>
+#include <atomic>
+#include <map>
+#include <mutex>
+#include <stdexcept>
+#include <utility>
+
+#include "bus/dbus/bus_daemon.h"
+#include "bus/dbus/connection.h"
+#include "bus/dbus/names.h"
+#include "bus/dbus/wire.h"
+#include "bus/dbus/worker.h"
+
+namespace qxbus {
+namespace {
+
+constexpr int kBusTimeoutMs = 5000;
+
+std::string textOf(const char* field) {
+  return field ? field : "";
+}
+
+void sendError(Connection& connection, DBusMessage* call, const char* name,
+               const std::string& text) {
+  std::string carried = text;
+  if (!isText(carried)) {
+    std::replace_if(
+        carried.begin(), carried.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+  }
+  if (dbus_message_get_no_reply(call)) {
+    return;
+  }
+  if (const MessagePtr error{dbus_message_new_error(call, name, carried.c_str())}) {
+    connection.send(error.get());
+  }
+}
+
+void sendText(Connection& connection, DBusMessage* call, const std::string& text) {
+  const MessagePtr reply(dbus_message_new_method_return(call));
+  const char* const argument = text.c_str();
+  if (reply &&
+      dbus_message_append_args(reply.get(), DBUS_TYPE_STRING, &argument, DBUS_TYPE_INVALID)) {
+    connection.send(reply.get());
+  }
+}
+
+std::string methodXml(const std::string& name) {
+  return "    <method name=\"" + name +
+         "\">\n"
+         "      <arg name=\"arguments\" type=\"av\" direction=\"in\"/>\n"
+         "      <arg name=\"results\" type=\"av\" direction=\"out\"/>\n"
+         "    </method>\n";
+}
+
+std::string signalXml(const std::string& name) {
+  return "    <signal name=\"" + name +
+         "\">\n      <arg name=\"arguments\" type=\"av\"/>\n    </signal>\n";
+}
+
+constexpr char kStandardXml[] =
+    "  <interface name=\"" DBUS_INTERFACE_INTROSPECTABLE
+    "\">\n"
+    "    <method name=\"Introspect\"><arg type=\"s\" direction=\"out\"/></method>\n"
+    "  </interface>\n"
+    "  <interface name=\"" DBUS_INTERFACE_PEER
+    "\">\n"
+    "    <method name=\"Ping\"/>\n"
+    "    <method name=\"GetMachineId\"><arg type=\"s\" direction=\"out\"/></method>\n"
+    "  </interface>\n";
+
+std::string node(const std::string& content) {
+  return DBUS_INTROSPECT_1_0_XML_DOCTYPE_DECL_NODE "<node>\n" + content + "</node>\n";
+}
+
+}  // namespace
+
+// --- Request -------------------------------------------------------------------------------------
+
+struct Request::Impl {
+  std::shared_ptr<Connection> connection;
+  MessagePtr call;
+  std::string method;
+  std::string sender;
+  Values arguments;
+  std::atomic<bool> answered{false};
+};
+
+Request::Request(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
+Request::Request(Request&&) noexcept = default;
+
+Request& Request::operator=(Request&& other) noexcept {
+  std::swap(impl_, other.impl_);
+  return *this;
+}
+
+Request::~Request() {
+  if (impl_) {
+    fail(impl_->method + " was not answered");
+  }
+}
+
+const std::string& Request::method() const {
+  return impl_->method;
+}
+const Values& Request::arguments() const {
+  return impl_->arguments;
+}
+const std::string& Request::sender() const {
+  return impl_->sender;
+}
+
+void Request::reply(const Values& values) {
+  if (impl_->answered.exchange(true)) {
+    return;
+  }
+  const MessagePtr reply(dbus_message_new_method_return(impl_->call.get()));
+  if (!reply || !appendBody(reply.get(), values)) {
+    sendError(*impl_->connection, impl_->call.get(), kFailedError,
+              "the reply of " + impl_->method + " is too large for the bus");
+  } else if (!dbus_message_get_no_reply(impl_->call.get())) {
+    impl_->connection->send(reply.get());
+  }
+}
+
+void Request::fail(const std::string& text) {
+  if (!impl_->answered.exchange(true)) {
+    sendError(*impl_->connection, impl_->call.get(), kFailedError, text);
+  }
+}
+
+// --- ServiceHost ---------------------------------------------------------------------------------
+
+struct ServiceHost::Impl {
+  Impl(std::string serviceName, std::vector<Method> methodList,
+       const std::vector<std::string>& events)
+      : service(std::move(serviceName)),
+        path(objectPathOf(service)),
+        interface(interfaceOf(service)) {
+    std::string xml = kStandardXml;
+    xml += "  <interface name=\"" + interface + "\">\n";
+    for (Method& method : methodList) {
+      xml += methodXml(method.name);
+      methods.emplace(std::move(method.name), std::move(method.handler));
+    }
+    for (const std::string& event : events) {
+      xml += signalXml(event);
+    }
+    objectXml = node(xml + "  </interface>\n");
+  }
+
+  // On the I/O thread: answers what needs no handler, leaves the rest to the host's thread.
+  void onMessage(const std::shared_ptr<Connection>& from, MessagePtr message);
+  bool answerStandardCall(Connection& to, DBusMessage* call) const;
+  void onLost();
+  void emit(const std::string& onInterface, const std::string& name, const Values& values) const;
+
+  const std::string service;
+  const std::string path;
+  const std::string interface;
+  std::string objectXml;
+  std::map<std::string, std::function<void(Request)>> methods;
+
+  std::mutex mutex;  // guards the next three
+  std::shared_ptr<Connection> connection;
+  std::function<void()> lostCallback;
+  bool lost = false;
+
+  Worker worker;
+};
+
+void ServiceHost::Impl::onMessage(const std::shared_ptr<Connection>& from, MessagePtr message) {
+  DBusMessage* const call = message.get();
+  if (!from || dbus_message_get_type(call) != DBUS_MESSAGE_TYPE_METHOD_CALL ||
+      answerStandardCall(*from, call)) {
+    return;
+  }
+  const std::string onPath = textOf(dbus_message_get_path(call));
+  const std::string onInterface = textOf(dbus_message_get_interface(call));
+  const std::string name = textOf(dbus_message_get_member(call));
+  if (onPath != path) {
+    sendError(*from, call, DBUS_ERROR_UNKNOWN_OBJECT,
+              "there is no object " + onPath + "; the object is " + path);
+    return;
+  }
+  if (!onInterface.empty() && onInterface != interface) {
+    sendError(*from, call, DBUS_ERROR_UNKNOWN_INTERFACE,
+              "there is no interface " + onInterface + "; the interface is " + interface);
+    return;
+  }
+  const auto method = methods.find(name);
+  if (method == methods.end()) {
+    sendError(*from, call, DBUS_ERROR_UNKNOWN_METHOD,
+              "service " + service + " has no method " + name);
+    return;
+  }
+  auto impl = std::make_unique<Request::Impl>();
+  impl->connection = from;
+  impl->method = name;
+  impl->sender = textOf(dbus_message_get_sender(call));
+  impl->arguments = readBody(call);
+  impl->call = std::move(message);
+  const auto request = std::make_shared<Request>(std::move(impl));
+  worker.post([&handler = method->second, request] { handler(std::move(*request)); });
+}
+
+bool ServiceHost::Impl::answerStandardCall(Connection& to, DBusMessage* call) const {
+  const std::string onPath = textOf(dbus_message_get_path(call));
+  if (dbus_message_is_method_call(call, DBUS_INTERFACE_PEER, "Ping")) {
+    if (const MessagePtr pong{dbus_message_new_method_return(call)}) {
+      to.send(pong.get());
+    }
+    return true;
+  }
+  if (dbus_message_is_method_call(call, DBUS_INTERFACE_PEER, "GetMachineId")) {
+    Error error;
+    char* const id = dbus_try_get_local_machine_id(error.get());
+    if (id) {
+      sendText(to, call, id);
+    } else {
+      sendError(to, call, DBUS_ERROR_FAILED, error.text());
+    }
+    dbus_free(id);
+    return true;
+  }
+  if (!dbus_message_is_method_call(call, DBUS_INTERFACE_INTROSPECTABLE, "Introspect")) {
+    return false;
+  }
+  const std::string parent = onPath == "/" ? onPath : onPath + "/";
+  if (onPath == path) {
+    sendText(to, call, objectXml);
+  } else if (path.compare(0, parent.size(), parent) == 0) {
+    const std::string child = path.substr(parent.size());
+    sendText(to, call, node("  <node name=\"" + child.substr(0, child.find('/')) + "\"/>\n"));
+  } else {
+    return false;
+  }
+  return true;
+}
+
+void ServiceHost::Impl::onLost() {
+  std::function<void()> callback;
+  {
+    const std::lock_guard<std::mutex> lock(mutex);
+    lost = true;
+    callback.swap(lostCallback);
+  }
+  if (callback) {
+    worker.post(std::move(callback));
+  }
+}
+
+void ServiceHost::Impl::emit(const std::string& onInterface, const std::string& name,
+                             const Values& values) const {
+  if (!isMemberName(name)) {
+    return;
+  }
+  const MessagePtr signal(dbus_message_new_signal(path.c_str(), onInterface.c_str(), name.c_str()));
+  if (signal && appendBody(signal.get(), values)) {
+    connection->send(signal.get());
+  }
+}
+
+ServiceHost::ServiceHost(const std::string& address, const std::string& service,
+                         std::vector<Method> methods, const std::vector<std::string>& events) {
+  if (!isServiceName(service)) {
+    throw std::runtime_error("\"" + service + "\" is no name for a service");
+  }
+  impl_ = std::make_shared<Impl>(service, std::move(methods), events);
+  const std::string reached = address.empty() ? busAddress() : address;
+  if (reached.empty()) {
+    throw std::runtime_error("there is no session bus, and QXBUS_ADDRESS names none");
+  }
+  const Clock::time_point deadline = deadlineAfter(kBusTimeoutMs);
+  const std::weak_ptr<Impl> self = impl_;
+  std::string failure;
+  const std::shared_ptr<Connection> connection =
+      Connection::open({reached, true},
+                       {[self](MessagePtr message) {
+                          if (const std::shared_ptr<Impl> impl = self.lock()) {
+                            std::unique_lock<std::mutex> lock(impl->mutex);
+                            const std::shared_ptr<Connection> from = impl->connection;
+                            lock.unlock();
+                            impl->onMessage(from, std::move(message));
+                          }
+                        },
+                        [self] {
+                          if (const std::shared_ptr<Impl> impl = self.lock()) {
+                            impl->onLost();
+                          }
+                        }},
+                       deadline, &failure);
+  if (!connection) {
+    throw std::runtime_error("no connection to the bus at " + reached + ": " + failure);
+  }
+  {
+    const std::lock_guard<std::mutex> lock(impl_->mutex);
+    impl_->connection = connection;
+  }
+  // From here on calls are answered, so the name may be taken: it is what callers wait for.
+  if (!requestName(*connection, busNameOf(service), deadline, &failure)) {
+    throw std::runtime_error(failure);
+  }
+}
+
+ServiceHost::~ServiceHost() {
+  releaseName(*impl_->connection, busNameOf(impl_->service), deadlineAfter(kBusTimeoutMs));
+  impl_->worker.finish();
+}
+
+void ServiceHost::emitEvent(const std::string& name, const Values& values) {
+  impl_->emit(impl_->interface, name, values);
+}
+
+void ServiceHost::broadcast(const std::string& name, const Values& values) {
+  impl_->emit(kBroadcastInterface, name, values);
+}
+
+void ServiceHost::setLostCallback(std::function<void()> onLost) {
+  {
+    const std::lock_guard<std::mutex> lock(impl_->mutex);
+    if (!impl_->lost) {
+      impl_->lostCallback.swap(onLost);
+      return;
+    }
+  }
+  impl_->worker.post(std::move(onLost));
+}
+
+}  // namespace qxbus
