@@ -5,15 +5,30 @@
 #include "vel/apps/local/velproxy/internal/vel_log.h"
 
 namespace qx {
+namespace {
+
+constexpr RemoteCall::Texts kUsualTexts = {
+    VEL_ERROR_FORMAT("wait velserviced restart when it death"),
+    VEL_DEBUG_FORMAT("reply: %s"),
+    VEL_ERROR_FORMAT("reply type: %d(%s)"),
+    true,
+};
+
+}  // namespace
 
 RemoteCall::RemoteCall(VelProxy& proxy, Lock lock, const char* function, int line)
-    : proxy_(proxy), function_(function), line_(line), policy_(lock) {
+    : proxy_(proxy), texts_(&kUsualTexts), function_(function), line_(line), policy_(lock) {
   if (policy_ == Lock::kLookUp) {
     return;
   }
   // Before the lock: connecting takes the call mutex itself.
   VelProxy::getInstance();
   lock_ = std::unique_lock<std::mutex>(proxy_.callMutex_);
+}
+
+RemoteCall& RemoteCall::saying(const Texts& texts) {
+  texts_ = &texts;
+  return *this;
 }
 
 bool RemoteCall::connected() {
@@ -24,7 +39,7 @@ bool RemoteCall::connected() {
       lock_.unlock();
     }
     if (!interface_ && policy_ != Lock::kLookUp) {
-      VEL_ERROR_AT(function_, line_, "wait velserviced restart when it death");
+      norvoLogPrint(0, kErrorLevel, kLogTag, texts_->notConnected, kLogFile, function_, line_);
     }
   }
   return interface_ != nullptr;
@@ -74,6 +89,13 @@ RemoteCall& RemoteCall::string(const std::string& value) {
   return *this;
 }
 
+RemoteCall& RemoteCall::cString(const std::string& value) {
+  if (message_) {
+    message_->appendCString(value.c_str());
+  }
+  return *this;
+}
+
 RemoteCall& RemoteCall::bytes(const void* data, std::size_t length) {
   if (message_) {
     message_->appendBytes(data, length > INT_MAX ? INT_MAX : static_cast<int>(length));
@@ -95,14 +117,23 @@ std::shared_ptr<QXBusMessage> RemoteCall::reply() {
     return nullptr;
   }
   if (logsReply_) {
-    VEL_DEBUG_AT(function_, line_, "reply: %s", reply->toDebugString().c_str());
+    norvoLogPrint(0, kDebugLevel, kLogTag, texts_->reply, kLogFile, function_, line_,
+                  reply->toDebugString().c_str());
   }
   const int type = reply->type();
   if (type == MESSAGE_TYPE_METHOD_RETURN) {
     return reply;
   }
-  if (policy_ != Lock::kLookUp) {
-    VEL_ERROR_AT(function_, line_, "reply type: %d(%s)", type, reply->getString(0).c_str());
+  if (policy_ == Lock::kLookUp) {
+    return nullptr;
+  }
+  const std::string reason = reply->getString(0);
+  if (texts_->failureNamesType) {
+    norvoLogPrint(0, kErrorLevel, kLogTag, texts_->failure, kLogFile, function_, line_, type,
+                  reason.c_str());
+  } else {
+    norvoLogPrint(0, kErrorLevel, kLogTag, texts_->failure, kLogFile, function_, line_,
+                  reason.c_str());
   }
   return nullptr;
 }
@@ -110,6 +141,11 @@ std::shared_ptr<QXBusMessage> RemoteCall::reply() {
 std::optional<int> RemoteCall::answer() {
   const std::shared_ptr<QXBusMessage> normal = reply();
   return normal ? std::optional<int>(normal->getInt32(0)) : std::nullopt;
+}
+
+std::optional<std::string> RemoteCall::text() {
+  const std::shared_ptr<QXBusMessage> normal = reply();
+  return normal ? std::optional<std::string>(normal->getString(0)) : std::nullopt;
 }
 
 int RemoteCall::sendOnly() {
@@ -123,6 +159,14 @@ int RemoteCall::sendOnly() {
       },
       kNoTimeout);
   return 0;
+}
+
+void BlockList::logEmptyBlock(EmptyBlock logged, const void* data, int announced) const {
+  if (logged == EmptyBlock::kError) {
+    VEL_ERROR_AT(function_, line_, "buf: %p, size: %d", data, announced);
+  } else {
+    VEL_DEBUG_AT(function_, line_, "buf: %p, size: %d", data, announced);
+  }
 }
 
 }  // namespace qx

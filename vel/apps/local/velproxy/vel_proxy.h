@@ -29,6 +29,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <list>
 #include <map>
@@ -189,9 +190,30 @@ class VelDiagnoseNotify {
                                     std::string result) = 0;
 };
 
+class QTabletEvent;
+
 namespace qx {
 
+class Block;
 class RemoteCall;
+
+// Makes the pen packet of a tablet event: 178 bytes in a buffer of the process, which the next call
+// writes again. One thread at a time.
+//
+// flags      what the packet says of the pointer, as Windows pointer flags
+// x, y       position in pixels; -1 takes the event's own, each for itself
+// returns    the packet; null when event is null
+unsigned char* serialize(QTabletEvent* event, int flags, int x, int y);
+
+// Copies len bytes, the first one first.
+//
+// returns    dst + advance; dst + len when advance is 0
+unsigned char* serialize_field(unsigned char* dst, void* src, unsigned long len,
+                               unsigned long advance);
+
+// Whether a text is an IPv4 address in dotted decimal form, without leading zeroes or blanks, with
+// or without a port: 10.0.0.7, 10.0.0.7:631.
+bool checkIpAddr(std::string ip);
 
 class VelProxy {
  public:
@@ -808,9 +830,59 @@ class VelProxy {
     VmCallback callback;
     void* userData;
   };
+  struct CmdRegistration {
+    CmdCallback callback = nullptr;
+    void* userData = nullptr;
+  };
+
+  // Callbacks of one kind, one per user data, in ascending order of it. Used under the callback
+  // mutex, except for first().
+  template <typename Record>
+  class CallbackRegistry {
+   public:
+    using Callback = int (*)(unsigned short, Record, void*);
+
+    bool empty() const { return callbacks_.empty(); }
+    void set(void* userData, Callback callback) {
+      callbacks_[userData] = callback;
+      remember();
+    }
+    void remove(void* userData) {
+      callbacks_.erase(userData);
+      remember();
+    }
+    void clear() {
+      callbacks_.clear();
+      remember();
+    }
+    // The smallest user data, or null. Takes no lock: it may be asked for inside a callback.
+    void* first() const { return first_.load(); }
+    template <typename After>
+    void callEach(unsigned short code, Record record, After after) const {
+      for (const auto& [userData, callback] : callbacks_) {
+        callback(code, record, userData);
+        after(userData);
+      }
+    }
+
+   private:
+    void remember() { first_.store(callbacks_.empty() ? nullptr : callbacks_.begin()->first); }
+
+    std::map<void*, Callback> callbacks_;
+    std::atomic<void*> first_{nullptr};
+  };
 
   std::shared_ptr<QXBusProxyInterface> currentInterface() const;
   bool isServiceRegistered() const;
+  CmdRegistration cmdRegistration() const;
+
+  // What HandleEvent does with each kind of event. False: there was no record, and that was all.
+  bool handlePrinterEvent(const Block& block);
+  bool handleDeviceInfo(int code, const Block& block);
+  bool handleDeviceState(int code, const Block& block);
+  bool handleNewDeviceResult(int code, const Block& block);
+  bool handleDiagnosis(const Block& block);
+  bool handleCmdResponse(const Block& block);
 
   // Written under the call mutex, with the atomic functions for shared_ptr: Init and GetVmIdInt
   // read it without.
@@ -818,7 +890,11 @@ class VelProxy {
   std::atomic<QXBusSerivceManager*> serviceManager_{nullptr};
   std::map<std::string, VmRegistration> vmCallbacks_;
   std::map<unsigned int, std::string> vmIds_;
-  std::map<void*, DeviceCallback> deviceCallbacks_;
+  PrinterCallback printerCallback_ = nullptr;
+  // CheckPrinterCallback reads it without a lock: it may be asked for inside a callback.
+  std::atomic<void*> printerUserData_{nullptr};
+  CallbackRegistry<CommonDevice*> deviceCallbacks_;
+  CmdRegistration cmdRegistration_;
   QXBusEventCallback* eventListener_ = nullptr;
   // Guards the callbacks. A callback may call remote operations, so it comes before the call mutex.
   std::mutex callbackMutex_;
@@ -826,6 +902,22 @@ class VelProxy {
   std::mutex vmIdMutex_;
   // Held across a call, and guards interface_ and eventListener_.
   std::mutex callMutex_;
+  // Guards cmdRegistration_, and nothing is called under it: DoVelCmd reads it during a call.
+  mutable std::mutex cmdMutex_;
+  std::atomic<VelDiagnoseNotify*> diagnoseNotify_{nullptr};
+  CallbackRegistry<_ConfigNewDeviceResult*> newDeviceCallbacks_;
+  CallbackRegistry<_JoystickResult> joystickCallbacks_;
+  // The pen's port, and null until it is announced. Shared with the frame that is being written.
+  struct PenPort {
+    std::string name;
+    PortWriter writer;
+  };
+  std::shared_ptr<const PenPort> penPort_;
+  bool penPortOpened_ = false;
+  bool penDown_ = false;
+  std::uint16_t penReqId_ = 0;
+  // 0: not known. Ports may be read on a thread of their own.
+  std::atomic<std::uint8_t> penDevId_{0};
   // Counts the services whose numbers have been forgotten.
   unsigned int vmIdGeneration_ = 0;
 };

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "bus/qxbus.h"
+#include "vel/apps/local/velproxy/internal/blocks.h"
 #include "vel/apps/local/velproxy/vel_proxy.h"
 
 namespace qx {
@@ -33,12 +34,23 @@ class RemoteCall {
   static constexpr int kNoTimeout = -1;
   static constexpr int kNoAnswer = -1;
 
+  // What a call says in the log. Formats, with the common prefix.
+  struct Texts {
+    const char* notConnected;
+    const char* reply;
+    const char* failure;
+    bool failureNamesType;
+  };
+
   // Log lines name the function that constructs the object.
   explicit RemoteCall(VelProxy& proxy, Lock lock = Lock::kHeld,
                       const char* function = __builtin_FUNCTION(), int line = __builtin_LINE());
 
   RemoteCall(const RemoteCall&) = delete;
   RemoteCall& operator=(const RemoteCall&) = delete;
+
+  // Before method(): other texts than the usual.
+  RemoteCall& saying(const Texts& texts);
 
   // Whether there is a service to call. The first question logs an error if there is none, and ends
   // the lock of Lock::kReleased.
@@ -57,8 +69,15 @@ class RemoteCall {
   RemoteCall& int32(unsigned int value);
   RemoteCall& uint64(unsigned long long value);
   RemoteCall& string(const std::string& value);
+  // A field of a record.
+  template <std::size_t size>
+  RemoteCall& cString(const char (&field)[size]) {
+    return cString(textIn(field));
+  }
   RemoteCall& bytes(const void* data, std::size_t length);
   RemoteCall& bytes(const std::string& value) { return bytes(value.data(), value.size()); }
+  // The 8 bytes of a number, as they lie in memory.
+  RemoteCall& eightBytes(unsigned long long value) { return bytes(&value, sizeof value); }
   // Logs the reply, whatever it is.
   RemoteCall& loggingReply();
 
@@ -66,13 +85,20 @@ class RemoteCall {
   std::shared_ptr<QXBusMessage> reply();
   // Makes the call. The integer of a normal reply.
   std::optional<int> answer();
-  // Makes the call. The integer of a normal reply, otherwise -1.
-  int status() { return answer().value_or(kNoAnswer); }
+  // Makes the call. The integer of a normal reply, otherwise the failure value.
+  int status(int failure = kNoAnswer) { return answer().value_or(failure); }
+  // Makes the call. The text of a normal reply.
+  std::optional<std::string> text();
+  // Makes the call. The blocks of a normal reply.
+  BlockList blocks() { return BlockList(reply(), function_, line_); }
   // Sends the request; its answer is only logged. 0, or -1 without a connection.
   int sendOnly();
 
  private:
+  RemoteCall& cString(const std::string& value);
+
   VelProxy& proxy_;
+  const Texts* texts_;
   const char* function_;
   int line_;
   Lock policy_;

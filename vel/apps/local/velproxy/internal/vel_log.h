@@ -11,10 +11,21 @@
 
 #include "platform/log.h"
 
+namespace qx {
+
+inline constexpr int kDebugLevel = 5;
+inline constexpr int kErrorLevel = 7;
+inline constexpr char kLogTag[] = "VEL_LOG";
+inline constexpr char kLogFile[] = "vel_proxy";
+
+}  // namespace qx
+
 #define VEL_DEBUG(...) VEL_DEBUG_AT(__func__, __LINE__, __VA_ARGS__)
 #define VEL_ERROR(...) VEL_ERROR_AT(__func__, __LINE__, __VA_ARGS__)
-#define VEL_DEBUG_AT(function, line, ...) VEL_LOG_(5, "Debug:", function, line, __VA_ARGS__)
-#define VEL_ERROR_AT(function, line, ...) VEL_LOG_(7, "Error:", function, line, __VA_ARGS__)
+#define VEL_DEBUG_AT(function, line, ...) \
+  VEL_LOG_(qx::kDebugLevel, "Debug:", function, line, __VA_ARGS__)
+#define VEL_ERROR_AT(function, line, ...) \
+  VEL_LOG_(qx::kErrorLevel, "Error:", function, line, __VA_ARGS__)
 
 // A text without arguments must not leave a comma behind, so the number of arguments (at most 11)
 // chooses between two forms.
@@ -24,11 +35,14 @@
                   VEL_LOG_ARGS_, VEL_LOG_ARGS_, VEL_LOG_TEXT_, ~)                            \
   (level, word, function, line, __VA_ARGS__)
 #define VEL_LOG_CHOOSE_(text, a1, a2, a3, a4, a5, a6, a7, a8, a9, a10, a11, form, ...) form
+// The whole format of a line, for tables of formats.
+#define VEL_DEBUG_FORMAT(text) VEL_LOG_FORMAT_("Debug:", text)
+#define VEL_ERROR_FORMAT(text) VEL_LOG_FORMAT_("Error:", text)
 #define VEL_LOG_FORMAT_(word, text) "%s %s(%d): \"" word "\" \"" text "\""
 #define VEL_LOG_TEXT_(level, word, function, line, text) \
-  norvoLogPrint(0, level, "VEL_LOG", VEL_LOG_FORMAT_(word, text), "vel_proxy", function, line)
-#define VEL_LOG_ARGS_(level, word, function, line, text, ...)                                  \
-  norvoLogPrint(0, level, "VEL_LOG", VEL_LOG_FORMAT_(word, text), "vel_proxy", function, line, \
+  norvoLogPrint(0, level, qx::kLogTag, VEL_LOG_FORMAT_(word, text), qx::kLogFile, function, line)
+#define VEL_LOG_ARGS_(level, word, function, line, text, ...)                                     \
+  norvoLogPrint(0, level, qx::kLogTag, VEL_LOG_FORMAT_(word, text), qx::kLogFile, function, line, \
                 __VA_ARGS__)
 
 #endif  // VEL_APPS_LOCAL_VELPROXY_INTERNAL_VEL_LOG_H

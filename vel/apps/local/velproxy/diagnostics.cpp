@@ -1,0 +1,130 @@
+// Service commands, diagnoses and stream quality.
+
+#include <cstdio>
+#include <cstring>
+
+#include "vel/apps/local/velproxy/internal/remote_call.h"
+#include "vel/apps/local/velproxy/internal/vel_log.h"
+#include "vel/apps/local/velproxy/vel_proxy.h"
+
+namespace qx {
+namespace {
+
+using Lock = RemoteCall::Lock;
+
+constexpr int kDiagnosisTimeoutMs = 10000;
+constexpr char kNoDiagnosis[] = "{\"velservice\":4097}";
+// The one kind of quality report that carries a figure.
+constexpr unsigned int kTypeWithFigure = 1;
+
+}  // namespace
+
+int VelProxy::DoVelTest(std::string vmId, unsigned int flag) {
+  RemoteCall call(*this);
+  VEL_DEBUG("vmId:%s, flag: %ld", vmId.c_str(), static_cast<long>(flag));
+  // The test concerns no VM: the service expects 0 where its number would stand.
+  return call.method("doveltest").int32(0).int16(static_cast<unsigned short>(flag)).status();
+}
+
+int VelProxy::DoVelCmd(std::string vmId, std::string args, int cmdId) {
+  RemoteCall call(*this);
+  VEL_DEBUG("vmId:%s, args: %s", vmId.c_str(), args.c_str());
+  std::printf("vmId:%s, args: %s \n", vmId.c_str(), args.c_str());
+  if (!call.method("dovelcmd")) {
+    return RemoteCall::kNoAnswer;
+  }
+  const std::optional<int> result = call.vm(vmId).string(args).int32(cmdId).answer();
+  if (!result) {
+    const CmdRegistration registered = cmdRegistration();
+    if (registered.callback) {
+      VEL_DEBUG("do cmd response callback this[%p]", static_cast<void*>(this));
+      registered.callback(static_cast<unsigned short>(cmdId), nullptr, registered.userData);
+    }
+  }
+  return result.value_or(RemoteCall::kNoAnswer);
+}
+
+std::string VelProxy::GetVelCmdHelp(std::string vmId) {
+  RemoteCall call(*this);
+  VEL_DEBUG("vmId:%s", vmId.c_str());
+  std::string help = "vm id [\n";
+  if (const std::optional<std::string> text = call.method("getvelcmdhelp").vm(vmId).text()) {
+    help += *text + "]\n";
+  }
+  return help;
+}
+
+std::string VelProxy::Diagnose(const std::string& vmId, unsigned long long sourceId,
+                               VelDiagnoseNotify* notify) {
+  diagnoseNotify_.store(notify);
+  if (!notify) {
+    return kNoDiagnosis;
+  }
+  VEL_DEBUG("diagnose: vmid[%s] sourceId:%lld", vmId.c_str(), static_cast<long long>(sourceId));
+  const unsigned int vm = GetVmIdInt(vmId);
+  if (vm == 0) {
+    VEL_ERROR("no desktop connected");
+    return kNoDiagnosis;
+  }
+  RemoteCall call(*this, Lock::kReleased);
+  const std::optional<std::string> result =
+      call.method("diagnose", kDiagnosisTimeoutMs).int32(vm).eightBytes(sourceId).text();
+  if (result) {
+    VEL_DEBUG("diagnose result[%s]", result->c_str());
+  }
+  return result.value_or(kNoDiagnosis);
+}
+
+std::string VelProxy::DiagnoseDevice(const std::string& vmId, unsigned short devNumber,
+                                     VelDiagnoseNotify* notify) {
+  diagnoseNotify_.store(notify);
+  if (!notify) {
+    return kNoDiagnosis;
+  }
+  VEL_DEBUG("DiagnoseDevice: vmid[%s] devNumber:%d", vmId.c_str(), devNumber);
+  const unsigned int vm = GetVmIdInt(vmId);
+  if (vm == 0) {
+    VEL_ERROR("no desktop connected");
+    return kNoDiagnosis;
+  }
+  RemoteCall call(*this);
+  const std::optional<std::string> result =
+      call.method("diagnoseDevice", kDiagnosisTimeoutMs).int32(vm).int32(int{devNumber}).text();
+  if (result) {
+    VEL_DEBUG("DiagnoseDevice result[%s]", result->c_str());
+  }
+  return result.value_or(kNoDiagnosis);
+}
+
+int VelProxy::CheckCameraAuthStat() {
+  RemoteCall call(*this);
+  const std::optional<int> result = call.method("CheckCameraAuthStat").answer();
+  if (result) {
+    VEL_DEBUG("CheckCameraAuthStat result: %d", *result);
+  }
+  return result.value_or(RemoteCall::kNoAnswer);
+}
+
+void VelProxy::SetBwInfo(const std::string& vmId, unsigned long long first,
+                         unsigned long long second) {
+  RemoteCall(*this, Lock::kReleased)
+      .method("setBwInfo")
+      .vm(vmId)
+      .uint64(first)
+      .uint64(second)
+      .sendOnly();
+}
+
+void VelProxy::SetRtcQosInfo(const std::string& vmId, unsigned int type, void* data) {
+  RemoteCall call(*this, Lock::kReleased);
+  VEL_DEBUG("vmId:%s", vmId.c_str());
+  call.method("setRtcQosInfo").vm(vmId).uint64(type);
+  if (type == kTypeWithFigure && data) {
+    unsigned int figure = 0;
+    std::memcpy(&figure, data, sizeof figure);
+    call.uint64(figure);
+  }
+  call.sendOnly();
+}
+
+}  // namespace qx

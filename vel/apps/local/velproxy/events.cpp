@@ -1,0 +1,304 @@
+// Events of the service, and who is told of them.
+
+#include <cstdint>
+
+#include "vel/apps/local/velproxy/internal/blocks.h"
+#include "vel/apps/local/velproxy/internal/vel_log.h"
+#include "vel/apps/local/velproxy/vel_proxy.h"
+
+namespace qx {
+namespace {
+
+constexpr int kFailed = -1;
+
+// Events are logged as the operation that takes them.
+constexpr char kHandleEvent[] = "HandleEvent";
+
+// The record of a diagnosis:
+//   offset  size  value
+//        0     8  id
+//        8     4  status
+//       12     4  number of the VM
+//       16     -  text, to its NUL
+constexpr std::size_t kDiagnosisStatus = 8;
+constexpr std::size_t kDiagnosisVm = 12;
+constexpr std::size_t kDiagnosisText = 16;
+
+// A code is told apart by all its bits, and passed on by its low ones.
+unsigned short narrowed(int code) {
+  return static_cast<unsigned short>(code);
+}
+
+}  // namespace
+
+// --- Registering ---------------------------------------------------------------------------------
+
+int VelProxy::RegisterCallback(std::string vmId, VmCallback callback, void* userData) {
+  VEL_DEBUG("registerCallback:vmId:%s callback %p userdata:%p", vmId.c_str(),
+            reinterpret_cast<void*>(callback), userData);
+  {
+    const std::lock_guard<std::mutex> lock(callbackMutex_);
+    vmCallbacks_[vmId] = {callback, userData};
+  }
+  VEL_DEBUG("end");
+  return 0;
+}
+
+int VelProxy::UnregisterCallback(std::string vmId) {
+  VEL_DEBUG("unregistercallback vmid:%s", vmId.c_str());
+  const std::lock_guard<std::mutex> lock(callbackMutex_);
+  vmCallbacks_.erase(vmId);
+  return 0;
+}
+
+int VelProxy::RegisterPrinterCallback(PrinterCallback callback, void* userData) {
+  if (!callback || !userData) {
+    VEL_ERROR("callback or userData is NULL");
+    return kFailed;
+  }
+  const std::lock_guard<std::mutex> lock(callbackMutex_);
+  printerCallback_ = callback;
+  printerUserData_.store(userData);
+  return 0;
+}
+
+int VelProxy::UnregisterPrinterCallback() {
+  const std::lock_guard<std::mutex> lock(callbackMutex_);
+  printerCallback_ = nullptr;
+  printerUserData_.store(nullptr);
+  return 0;
+}
+
+void* VelProxy::CheckPrinterCallback() {
+  return printerUserData_.load();
+}
+
+int VelProxy::RegisterDeviceCallback(DeviceCallback callback, void* userData) {
+  if (!callback || !userData) {
+    VEL_ERROR("callback or userData is NULL");
+    return kFailed;
+  }
+  VEL_DEBUG("enter, cb[%p] userData[%p]", reinterpret_cast<void*>(callback), userData);
+  {
+    const std::lock_guard<std::mutex> lock(callbackMutex_);
+    deviceCallbacks_.set(userData, callback);
+  }
+  VEL_DEBUG("end, cb[%p] userData[%p]", reinterpret_cast<void*>(callback), userData);
+  return 0;
+}
+
+int VelProxy::UnregisterDeviceCallback(void* userData) {
+  VEL_DEBUG("userData[%p] enter", userData);
+  {
+    const std::lock_guard<std::mutex> lock(callbackMutex_);
+    deviceCallbacks_.remove(userData);
+  }
+  VEL_DEBUG("userData[%p] end", userData);
+  return 0;
+}
+
+int VelProxy::UnregisterDeviceCallback() {
+  VEL_DEBUG("enter");
+  {
+    const std::lock_guard<std::mutex> lock(callbackMutex_);
+    deviceCallbacks_.clear();
+  }
+  VEL_DEBUG("end");
+  return 0;
+}
+
+void* VelProxy::CheckDeviceCallback() {
+  return deviceCallbacks_.first();
+}
+
+int VelProxy::RegisterCmdCallback(CmdCallback callback, void* userData) {
+  const std::lock_guard<std::mutex> lock(cmdMutex_);
+  cmdRegistration_ = {callback, userData};
+  return 0;
+}
+
+VelProxy::CmdRegistration VelProxy::cmdRegistration() const {
+  const std::lock_guard<std::mutex> lock(cmdMutex_);
+  return cmdRegistration_;
+}
+
+int VelProxy::RegisterConfigNewDevResultCallback(ConfigNewDevResultCallback callback,
+                                                 void* userData) {
+  if (!callback || !userData) {
+    VEL_ERROR("callback or userData is NULL");
+    return kFailed;
+  }
+  {
+    const std::lock_guard<std::mutex> lock(callbackMutex_);
+    newDeviceCallbacks_.set(userData, callback);
+  }
+  VEL_DEBUG("enter, cb[%p] userData[%p]", reinterpret_cast<void*>(callback), userData);
+  return 0;
+}
+
+int VelProxy::UnregisterConfigNewDevResultCallback(void* userData) {
+  {
+    const std::lock_guard<std::mutex> lock(callbackMutex_);
+    newDeviceCallbacks_.remove(userData);
+  }
+  VEL_DEBUG("end userData[%p]", userData);
+  return 0;
+}
+
+int VelProxy::UnregisterConfigNewDevResultCallback() {
+  const std::lock_guard<std::mutex> lock(callbackMutex_);
+  newDeviceCallbacks_.clear();
+  return 0;
+}
+
+// --- Events --------------------------------------------------------------------------------------
+
+void VelProxy::HandleEvent(std::shared_ptr<QXBusMessage> event) {
+  if (!event) {
+    return;
+  }
+  const auto vm = static_cast<unsigned int>(event->getInt32(0));
+  // Sessions that this proxy never asked about are somebody else's.
+  if (GetVmIdString(vm).empty() && vm != 0) {
+    return;
+  }
+  VEL_DEBUG("enter");
+  const int code = event->getInt32(1);
+  const Block block = event->argCount() >= 3 ? Block(*event, 2) : Block();
+  bool handled = false;
+  switch (code) {
+    case 1:
+      handled = handlePrinterEvent(block);
+      break;
+    case 4:
+    case 6:
+    case 7:
+    case 10:
+      handled = handleDeviceInfo(code, block);
+      break;
+    case 5:
+    case 64:
+    case 65:
+      handled = handleDeviceState(code, block);
+      break;
+    case 9:
+      handled = handleDiagnosis(block);
+      break;
+    case 66:
+      handled = handleCmdResponse(block);
+      break;
+    default:
+      handled = handleNewDeviceResult(code, block);
+  }
+  if (handled) {
+    VEL_DEBUG("end");
+  }
+}
+
+bool VelProxy::handlePrinterEvent(const Block& block) {
+  const std::lock_guard<std::mutex> lock(callbackMutex_);
+  VEL_DEBUG_AT(kHandleEvent, __LINE__, "printer callback: %p",
+               reinterpret_cast<void*>(printerCallback_));
+  if (block.empty()) {
+    return false;
+  }
+  const ReadableRecord<PrinterDevice> printer(block, offsetof(PrinterDevice, name));
+  VEL_DEBUG_AT(kHandleEvent, __LINE__, "devNum:%d, vmId: %d, status:%d, name:%s", printer->devNum,
+               printer->vmId, printer->status, printer->name);
+  if (printerCallback_) {
+    printerCallback_(1, printer.get(), printerUserData_.load());
+  }
+  return true;
+}
+
+bool VelProxy::handleDeviceInfo(int code, const Block& block) {
+  if (block.empty()) {
+    return false;
+  }
+  const ReadableRecord<CommonDevice> device(block, offsetof(CommonDevice, vmIdText));
+  VEL_DEBUG_AT(kHandleEvent, __LINE__, "devNum:%d, vmId: %d, status:%d, name:%s this:%p cmd[%d]",
+               device->devNumber, device->vmId, device->status, textIn(device->name).c_str(),
+               static_cast<void*>(this), code);
+  DeviceBaseInfoNotify(narrowed(code), device.get());
+  return true;
+}
+
+bool VelProxy::handleDeviceState(int code, const Block& block) {
+  if (block.empty()) {
+    return false;
+  }
+  const ReadableRecord<CommonDevice> device(block, offsetof(CommonDevice, vmIdText));
+  VEL_DEBUG_AT(kHandleEvent, __LINE__, "cmd: %d, status: %d, name:%s\n", code, device->status,
+               textIn(device->name).c_str());
+  DeviceBaseInfoNotify(narrowed(code), device.get());
+  return true;
+}
+
+bool VelProxy::handleNewDeviceResult(int code, const Block& block) {
+  if (block.empty()) {
+    return false;
+  }
+  const ReadableRecord<_ConfigNewDeviceResult> result(block,
+                                                      offsetof(_ConfigNewDeviceResult, code));
+  VEL_DEBUG_AT(kHandleEvent, __LINE__, "cmd: %d, vidpid[0x%.4x0x%.4x], code: %s, name:%s\n", code,
+               result->vid, result->pid, result->code, textIn(result->name).c_str());
+  ConfigNewDeviceResultNotify(narrowed(code), result.get());
+  return true;
+}
+
+bool VelProxy::handleDiagnosis(const Block& block) {
+  VEL_DEBUG_AT(kHandleEvent, __LINE__, "cmd response callback this[%p] ", static_cast<void*>(this));
+  {
+    const std::lock_guard<std::mutex> lock(callbackMutex_);
+    VelDiagnoseNotify* const notify = diagnoseNotify_.load();
+    if (notify && block.size() >= kDiagnosisText) {
+      notify->DiagnoseResultNotify(
+          GetVmIdString(block.at<unsigned int>(kDiagnosisVm)), block.at<unsigned long long>(0),
+          block.at<unsigned int>(kDiagnosisStatus), block.textAt(kDiagnosisText));
+    }
+  }
+  VEL_DEBUG_AT(kHandleEvent, __LINE__, "cb exec end");
+  return true;
+}
+
+bool VelProxy::handleCmdResponse(const Block& block) {
+  VEL_DEBUG_AT(kHandleEvent, __LINE__, "cmd response callback this[%p] ", static_cast<void*>(this));
+  {
+    const std::lock_guard<std::mutex> lock(callbackMutex_);
+    const CmdRegistration registered = cmdRegistration();
+    if (registered.callback) {
+      registered.callback(66, reinterpret_cast<CmdResponse*>(block.data()), registered.userData);
+    }
+  }
+  VEL_DEBUG_AT(kHandleEvent, __LINE__, "cb exec end");
+  return true;
+}
+
+int VelProxy::DeviceBaseInfoNotify(unsigned short cmd, CommonDevice* device) {
+  if (!device) {
+    return kFailed;
+  }
+  const std::lock_guard<std::mutex> lock(callbackMutex_);
+  deviceCallbacks_.callEach(cmd, device, [&, function = __func__](void* userData) {
+    VEL_DEBUG_AT(function, __LINE__, "userdata:%p,devNum:%d, vmId: %d, status:%d, name:%s cmd[%d]",
+                 userData, device->devNumber, device->vmId, device->status,
+                 textIn(device->name).c_str(), cmd);
+  });
+  return 0;
+}
+
+int VelProxy::ConfigNewDeviceResultNotify(unsigned short cmd, _ConfigNewDeviceResult* result) {
+  if (!result) {
+    return kFailed;
+  }
+  const std::lock_guard<std::mutex> lock(callbackMutex_);
+  newDeviceCallbacks_.callEach(cmd, result, [&, function = __func__](void* userData) {
+    VEL_DEBUG_AT(function, __LINE__,
+                 "userdata:%p,name:%s, code:%s, isSuccess: %d, vid:0x%.4x, pid:%.4x cmd[%d]",
+                 userData, textIn(result->name).c_str(), result->code, result->isSuccess,
+                 result->vid, result->pid, cmd);
+  });
+  return 0;
+}
+
+}  // namespace qx

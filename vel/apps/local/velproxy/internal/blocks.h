@@ -1,0 +1,159 @@
+// Byte blocks from the service: records whose length the service chooses and nobody can trust.
+
+#ifndef VEL_APPS_LOCAL_VELPROXY_INTERNAL_BLOCKS_H
+#define VEL_APPS_LOCAL_VELPROXY_INTERNAL_BLOCKS_H
+
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <list>
+#include <memory>
+#include <new>
+#include <string>
+#include <utility>
+
+#include "bus/qxbus.h"
+
+namespace qx {
+
+struct DeleteBytes {
+  void operator()(unsigned char* bytes) const { ::operator delete(bytes); }
+};
+using OwnedBytes = std::unique_ptr<unsigned char, DeleteBytes>;
+
+// One block of a message. Empty when the message has none at the index.
+class Block {
+ public:
+  Block() = default;
+  Block(QXBusMessage& message, int index) { bytes_.reset(message.getBytes(index, &length_)); }
+
+  bool empty() const { return length_ < 1 || !bytes_; }
+  std::size_t size() const { return empty() ? 0 : static_cast<std::size_t>(length_); }
+  unsigned char* data() const { return bytes_.get(); }
+
+  // The value at an offset; zero where the block does not reach it.
+  template <typename T>
+  T at(std::size_t offset) const {
+    T value = {};
+    if (offset + sizeof value <= size()) {
+      std::memcpy(&value, data() + offset, sizeof value);
+    }
+    return value;
+  }
+
+  // The text at an offset, up to its NUL, the end of its field or the end of the block.
+  std::string textAt(std::size_t offset, std::size_t fieldSize = std::string::npos) const {
+    if (offset >= size()) {
+      return {};
+    }
+    const auto* const text = reinterpret_cast<const char*>(data() + offset);
+    const std::size_t most = size() - offset < fieldSize ? size() - offset : fieldSize;
+    return std::string(text, strnlen(text, most));
+  }
+
+ private:
+  OwnedBytes bytes_;
+  int length_ = 0;
+};
+
+// A block as a record that a client may read: fixed fields, then a text at textOffset that runs to
+// the end. A block that is whole is used where it lies; a shorter one, and one whose last text has
+// no end, is copied and filled up with zeroes.
+template <typename Record>
+class ReadableRecord {
+ public:
+  ReadableRecord(const Block& block, std::size_t textOffset) : record_(block.data()) {
+    const bool whole =
+        block.size() > textOffset &&
+        std::memchr(block.data() + textOffset, 0, block.size() - textOffset) != nullptr;
+    if (!whole) {
+      const std::size_t length = block.size() > textOffset ? block.size() : textOffset;
+      padded_.reset(static_cast<unsigned char*>(::operator new(length + 1)));
+      std::memset(padded_.get(), 0, length + 1);
+      if (!block.empty()) {
+        std::memcpy(padded_.get(), block.data(), block.size());
+      }
+      record_ = padded_.get();
+    }
+  }
+
+  Record* get() const { return reinterpret_cast<Record*>(record_); }
+  Record* operator->() const { return get(); }
+
+ private:
+  OwnedBytes padded_;
+  unsigned char* record_;
+};
+
+// The counted list of blocks in a reply: argument 0 is the count, arguments 1 to count are blocks.
+// The first empty block, or the first that is missing, ends the list.
+class BlockList {
+ public:
+  // How the block that ends the list early is logged.
+  enum class EmptyBlock { kDebug, kError };
+
+  // reply may be null. Log lines name the function and line.
+  BlockList(std::shared_ptr<QXBusMessage> reply, const char* function, int line)
+      : reply_(std::move(reply)), function_(function), line_(line) {}
+
+  explicit operator bool() const { return reply_ != nullptr; }
+  // As announced; it may be negative, or more than there are.
+  int count() const { return reply_ ? reply_->getInt32(0) : 0; }
+
+  template <typename Take>
+  void forEach(EmptyBlock logged, Take take) const {
+    const int announced = count();
+    for (int i = 0; i < announced; ++i) {
+      Block block(*reply_, i + 1);
+      if (block.empty()) {
+        logEmptyBlock(logged, block.data(), announced);
+        return;
+      }
+      take(block);
+    }
+  }
+
+  // Each block in malloc'ed memory of its own, exactly as long. prepare sees it first.
+  template <typename Record, typename Prepare>
+  std::list<Record*> copies(EmptyBlock logged, Prepare prepare) const {
+    std::list<Record*> records;
+    forEach(logged, [&](Block& block) {
+      prepare(block);
+      if (void* const copy = std::malloc(block.size())) {
+        std::memcpy(copy, block.data(), block.size());
+        records.push_back(static_cast<Record*>(copy));
+      }
+    });
+    return records;
+  }
+
+  template <typename Record>
+  std::list<Record*> copies(EmptyBlock logged) const {
+    return copies<Record>(logged, [](const Block&) {});
+  }
+
+ private:
+  void logEmptyBlock(EmptyBlock logged, const void* data, int announced) const;
+
+  std::shared_ptr<QXBusMessage> reply_;
+  const char* function_;
+  int line_;
+};
+
+// Frees the records of a list that copies() made.
+template <typename Record>
+void freeEach(const std::list<Record*>& records) {
+  for (Record* const record : records) {
+    std::free(record);
+  }
+}
+
+// The text in a field of fixed size, which a hostile or careless sender need not have ended.
+template <std::size_t size>
+std::string textIn(const char (&field)[size]) {
+  return std::string(field, strnlen(field, size));
+}
+
+}  // namespace qx
+
+#endif  // VEL_APPS_LOCAL_VELPROXY_INTERNAL_BLOCKS_H

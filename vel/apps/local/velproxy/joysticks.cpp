@@ -1,0 +1,122 @@
+// Joysticks: lists, mappings, calibration, results.
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+#include "vel/apps/local/velproxy/internal/remote_call.h"
+#include "vel/apps/local/velproxy/internal/vel_log.h"
+#include "vel/apps/local/velproxy/vel_proxy.h"
+
+namespace qx {
+namespace {
+
+// Records of a fixed size. A block that is longer is cut; one that is shorter keeps the end of the
+// record before it.
+template <typename Record>
+std::list<Record> recordsOf(const BlockList& blocks) {
+  std::list<Record> records;
+  Record record = {};
+  blocks.forEach(BlockList::EmptyBlock::kError, [&](const Block& block) {
+    std::memcpy(&record, block.data(), std::min(block.size(), sizeof record));
+    records.push_back(record);
+  });
+  return records;
+}
+
+}  // namespace
+
+std::list<JoystickDevice> VelProxy::GetJoystickDevList() {
+  RemoteCall call(*this);
+  VEL_DEBUG("");
+  const BlockList joysticks = call.method("getJoystickDevList").blocks();
+  if (joysticks) {
+    VEL_DEBUG("joystick list size: %d", joysticks.count());
+  }
+  return recordsOf<JoystickDevice>(joysticks);
+}
+
+std::list<JoystickMapping> VelProxy::GetJoystickMappingList() {
+  RemoteCall call(*this);
+  VEL_DEBUG("");
+  const BlockList mappings = call.method("getJoystickMappingList").blocks();
+  if (mappings) {
+    VEL_DEBUG("joystick list size: %d", mappings.count());
+  }
+  return recordsOf<JoystickMapping>(mappings);
+}
+
+int VelProxy::SetJoystickMapping(unsigned short devIndex, unsigned short mappingIndex) {
+  VEL_DEBUG("enter devIndex[%d], mappingIndex[%d]", devIndex, mappingIndex);
+  RemoteCall call(*this);
+  if (!call.method("setJoystickMapping")) {
+    return RemoteCall::kNoAnswer;
+  }
+  VEL_DEBUG("SetJoystickMapping devIndex:%d, mappingIndex:%d", devIndex, mappingIndex);
+  return call.int16(devIndex).int16(mappingIndex).loggingReply().status();
+}
+
+int VelProxy::CalibrationJoystick(unsigned short devIndex) {
+  VEL_DEBUG("enter devIndex[%d]", devIndex);
+  RemoteCall call(*this);
+  if (!call.method("calibrationJoystick")) {
+    return RemoteCall::kNoAnswer;
+  }
+  VEL_DEBUG("CalibrationJoystick devIndex:%d", devIndex);
+  return call.int16(devIndex).loggingReply().status();
+}
+
+int VelProxy::RegisterJoystickCallback(JoystickCallback callback, void* userData) {
+  VEL_DEBUG("enter, cb[%p] userData[%p]", reinterpret_cast<void*>(callback), userData);
+  if (!callback || !userData) {
+    VEL_ERROR("callback or userData is NULL");
+    return RemoteCall::kNoAnswer;
+  }
+  // The service knows the subscriber by the address of this object.
+  const auto objId = reinterpret_cast<std::uintptr_t>(this);
+  std::optional<int> result;
+  {
+    RemoteCall call(*this);
+    if (!call.method("registerJoystickCallback")) {
+      return RemoteCall::kNoAnswer;
+    }
+    VEL_DEBUG("registerJoystickCallback objId:%ld", static_cast<long>(objId));
+    result = call.eightBytes(objId).loggingReply().answer();
+  }
+  if (result) {
+    const std::lock_guard<std::mutex> lock(callbackMutex_);
+    joystickCallbacks_.set(userData, callback);
+  }
+  return result.value_or(RemoteCall::kNoAnswer);
+}
+
+int VelProxy::UnregisterJoystickCallback(void* userData) {
+  bool othersRemain = false;
+  {
+    const std::lock_guard<std::mutex> lock(callbackMutex_);
+    joystickCallbacks_.remove(userData);
+    othersRemain = !joystickCallbacks_.empty();
+  }
+  VEL_DEBUG("end userData[%p]", userData);
+  if (othersRemain) {
+    return 0;
+  }
+  const auto objId = reinterpret_cast<std::uintptr_t>(this);
+  RemoteCall call(*this);
+  if (!call.method("unregisterJoystickCallback")) {
+    return RemoteCall::kNoAnswer;
+  }
+  VEL_DEBUG("unregisterJoystickCallback objId:%ld", static_cast<long>(objId));
+  return call.eightBytes(objId).loggingReply().status();
+}
+
+int VelProxy::JoystickResultNotify(unsigned short cmd, _JoystickResult* result) {
+  const _JoystickResult record = result ? *result : _JoystickResult{};
+  const std::lock_guard<std::mutex> lock(callbackMutex_);
+  joystickCallbacks_.callEach(cmd, record, [cmd, function = __func__](void* userData) {
+    VEL_DEBUG_AT(function, __LINE__, "userdata:%p,cmd[%d]", userData, cmd);
+  });
+  return 0;
+}
+
+}  // namespace qx
