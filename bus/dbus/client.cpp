@@ -95,9 +95,10 @@ std::vector<Listeners::Registration> Listeners::named(const std::string& name) c
 // --- ServiceHandle -------------------------------------------------------------------------------
 
 ServiceHandle::ServiceHandle(std::shared_ptr<Client> client, std::shared_ptr<Connection> connection,
-                             std::string service)
+                             unsigned int generation, std::string service)
     : client_(std::move(client)),
       connection_(std::move(connection)),
+      generation_(generation),
       service_(std::move(service)),
       busName_(busNameOf(service_)) {}
 
@@ -260,8 +261,8 @@ void ServiceHandle::ownerChanged(const std::string& busName, const std::string& 
   die();
 }
 
-void ServiceHandle::connectionLost(const Connection* connection) {
-  if (connection == connection_.get()) {
+void ServiceHandle::connectionLost(unsigned int generation) {
+  if (generation == generation_) {
     die();
   }
 }
@@ -297,7 +298,7 @@ std::shared_ptr<Connection> Client::connectAnew(Clock::time_point deadline, std:
   unsigned int generation = 0;
   {
     const std::lock_guard<std::mutex> lock(mutex_);
-    generation = ++generation_;
+    generation = ++attempts_;
   }
   const std::weak_ptr<Client> self = weak_from_this();
   std::shared_ptr<Connection> connected =
@@ -320,6 +321,7 @@ std::shared_ptr<Connection> Client::connectAnew(Clock::time_point deadline, std:
   {
     const std::lock_guard<std::mutex> lock(mutex_);
     connection_ = connected;
+    generation_ = generation;
     users_.clear();
     rules = broadcastRules_;
   }
@@ -351,9 +353,11 @@ std::shared_ptr<ServiceHandle> Client::handleOn(const std::string& service,
   const Clock::time_point deadline = deadlineAfter(kBusTimeoutMs);
   if (isServiceName(service)) {
     if (const std::shared_ptr<Connection> connected = connection(deadline, &failure)) {
-      auto handle = std::make_shared<ServiceHandle>(shared_from_this(), connected, service);
+      std::shared_ptr<ServiceHandle> handle;
       {
         const std::lock_guard<std::mutex> lock(mutex_);
+        handle = std::make_shared<ServiceHandle>(
+            shared_from_this(), connected, connected == connection_ ? generation_ : 0, service);
         handles_.push_back(handle);
       }
       if (handle->attach(flags, deadline, &failure)) {
@@ -410,7 +414,10 @@ bool Client::isTrusted(Connection& connection, const std::string& uniqueName,
     if (users_.size() >= kRememberedUsers) {
       users_.clear();
     }
-    users_.emplace(uniqueName, *user);
+    // A bus that has been started again gives the same names to others.
+    if (&connection == connection_.get()) {
+      users_.emplace(uniqueName, *user);
+    }
   }
   if (*user == ::geteuid() || *user == 0) {
     return true;
@@ -500,16 +507,8 @@ void Client::onSignal(const std::shared_ptr<Connection>& connection, DBusMessage
 }
 
 void Client::onLost(unsigned int generation) {
-  std::shared_ptr<Connection> lost;
-  {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    if (generation != generation_) {
-      return;
-    }
-    lost = connection_;
-  }
   for (const std::shared_ptr<ServiceHandle>& handle : liveHandles()) {
-    handle->connectionLost(lost.get());
+    handle->connectionLost(generation);
   }
 }
 

@@ -53,8 +53,9 @@ class Listeners {
 // a later instance, and nobody else's signal is an event of it.
 class ServiceHandle {
  public:
+  // generation is the connection's.
   ServiceHandle(std::shared_ptr<Client> client, std::shared_ptr<Connection> connection,
-                std::string service);
+                unsigned int generation, std::string service);
   ~ServiceHandle();
 
   ServiceHandle(const ServiceHandle&) = delete;
@@ -76,7 +77,7 @@ class ServiceHandle {
   bool sends(const std::string& sender, const std::string& path,
              const std::string& interface) const;
   void ownerChanged(const std::string& busName, const std::string& from, const std::string& to);
-  void connectionLost(const Connection* connection);
+  void connectionLost(unsigned int generation);
 
  private:
   MessagePtr encode(QXBusMessage& message, std::string* failure) const;
@@ -85,6 +86,7 @@ class ServiceHandle {
 
   const std::shared_ptr<Client> client_;
   const std::shared_ptr<Connection> connection_;
+  const unsigned int generation_;
   const std::string service_;
   const std::string busName_;
   std::vector<std::string> rules_;
@@ -136,8 +138,9 @@ class Client : public std::enable_shared_from_this<Client> {
   std::mutex mutex_;  // guards the rest
   std::condition_variable connected_;
   bool connecting_ = false;
-  unsigned int generation_ = 0;  // counts the connections
+  unsigned int attempts_ = 0;  // to connect
   std::shared_ptr<Connection> connection_;
+  unsigned int generation_ = 0;  // the attempt that gave connection_
   std::vector<std::string> broadcastRules_;
   std::vector<std::weak_ptr<ServiceHandle>> handles_;
   std::map<std::string, dbus_uint32_t> users_;  // by unique name, of this connection

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <climits>
 #include <condition_variable>
+#include <cstring>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -155,7 +156,8 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
       return std::nullopt;
     }
     // The reply cannot be read before the lock is released, so it finds its call.
-    pending_.emplace(serial, Pending{deadline, std::move(*done)});
+    const char* const destination = dbus_message_get_destination(message);
+    pending_.emplace(serial, Pending{deadline, destination ? destination : "", std::move(*done)});
     if (deadline < nextDeadline_) {
       nextDeadline_ = deadline;
       wake_.wake();
@@ -176,7 +178,15 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
 
  private:
   struct Pending {
+    // Whether a reply comes from whom the call went to, or from the bus in its place. A serial can
+    // be guessed by anybody.
+    bool isAnsweredBy(const char* sender) const {
+      return destination.empty() || !sender || sender == destination ||
+             std::strcmp(sender, DBUS_SERVICE_DBUS) == 0;
+    }
+
     Clock::time_point deadline;
+    std::string destination;
     std::function<void(Outcome)> done;
   };
   using Finished = std::vector<std::pair<std::function<void(Outcome)>, Outcome>>;
@@ -264,7 +274,8 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
       case DBUS_MESSAGE_TYPE_ERROR: {
         const auto call = pending_.find(dbus_message_get_reply_serial(message.get()));
         // A reply that nobody waits for any more came too late.
-        if (call != pending_.end()) {
+        if (call != pending_.end() &&
+            call->second.isAnsweredBy(dbus_message_get_sender(message.get()))) {
           finished->emplace_back(std::move(call->second.done), Outcome{std::move(message), ""});
           pending_.erase(call);
         }

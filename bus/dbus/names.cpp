@@ -50,7 +50,7 @@ bool isMemberName(const std::string& member) {
 
 std::string busAddress() {
   for (const char* const variable : {"QXBUS_ADDRESS", "DBUS_SESSION_BUS_ADDRESS"}) {
-    const std::string address = environment(variable);
+    std::string address = environment(variable);
     if (!address.empty()) {
       return address;
     }
@@ -64,7 +64,7 @@ std::string busAddress() {
     return "";
   }
   char* const escaped = dbus_address_escape_value((runtime + "/bus").c_str());
-  const std::string address = escaped ? std::string("unix:path=") + escaped : "";
+  std::string address = escaped ? std::string("unix:path=") + escaped : "";
   dbus_free(escaped);
   return address;
 #endif

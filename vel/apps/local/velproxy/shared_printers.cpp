@@ -75,8 +75,9 @@ int VelProxy::SearchSharePrinterDevice(const std::string& ipaddr,
     return result;
   }
   const int count = reply->getInt32(1);
+  const int whole = (reply->argCount() - 2) / 3;
   list.clear();
-  for (int j = 0; j < count && 2 + 3 * j < reply->argCount(); ++j) {
+  for (int j = 0; j < std::min(count, whole); ++j) {
     _SharePrinterDevice found = {};
     setField(found.addr, reply->getString(2 + 3 * j));
     setField(found.name, reply->getString(3 + 3 * j));

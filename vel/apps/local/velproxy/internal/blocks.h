@@ -25,10 +25,14 @@ using OwnedBytes = std::unique_ptr<unsigned char, DeleteBytes>;
 class Block {
  public:
   Block() = default;
-  Block(QXBusMessage& message, int index) { bytes_.reset(message.getBytes(index, &length_)); }
+  Block(QXBusMessage& message, int index) {
+    int length = 0;
+    bytes_.reset(message.getBytes(index, &length));
+    size_ = bytes_ && length > 0 ? static_cast<std::size_t>(length) : 0;
+  }
 
-  bool empty() const { return length_ < 1 || !bytes_; }
-  std::size_t size() const { return empty() ? 0 : static_cast<std::size_t>(length_); }
+  bool empty() const { return size_ == 0; }
+  std::size_t size() const { return size_; }
   unsigned char* data() const { return bytes_.get(); }
 
   // The value at an offset; zero where the block does not reach it.
@@ -53,7 +57,7 @@ class Block {
 
  private:
   OwnedBytes bytes_;
-  int length_ = 0;
+  std::size_t size_ = 0;
 };
 
 // A block as a record that a client may read: fixed fields, then a text at textOffset that runs to
