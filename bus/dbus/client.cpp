@@ -37,9 +37,9 @@ std::string ownerRule(const std::string& busName) {
          busName + "'";
 }
 
-std::string eventRule(const std::string& service, const std::string& owner) {
-  return "type='signal',sender='" + owner + "',path='" + objectPathOf(service) + "',interface='" +
-         interfaceOf(service) + "'";
+std::string eventRule(const std::string& owner, const std::string& path,
+                      const std::string& interface) {
+  return "type='signal',sender='" + owner + "',path='" + path + "',interface='" + interface + "'";
 }
 
 std::string broadcastRule(const std::string& name) {
@@ -100,7 +100,8 @@ ServiceHandle::ServiceHandle(std::shared_ptr<Client> client, std::shared_ptr<Con
       connection_(std::move(connection)),
       generation_(generation),
       service_(std::move(service)),
-      busName_(busNameOf(service_)) {}
+      busName_(busNameOf(service_)),
+      path_(objectPathOf(service_)) {}
 
 ServiceHandle::~ServiceHandle() {
   for (const std::string& rule : rules_) {
@@ -126,7 +127,7 @@ bool ServiceHandle::attach(QXBusSecurityFlags flags, Clock::time_point deadline,
     *failure = "its user is refused";
     return false;
   }
-  const std::string toldOfEvents = eventRule(service_, owner);
+  const std::string toldOfEvents = eventRule(owner, path_, busName_);
   if (!addMatch(*connection_, toldOfEvents, deadline, failure)) {
     return false;
   }
@@ -161,8 +162,7 @@ MessagePtr ServiceHandle::encode(QXBusMessage& message, std::string* failure) co
     *failure = quoted(content.name) + " is no name for a method";
     return nullptr;
   }
-  MessagePtr call(dbus_message_new_method_call(destination.c_str(), objectPathOf(service_).c_str(),
-                                               interfaceOf(service_).c_str(),
+  MessagePtr call(dbus_message_new_method_call(destination.c_str(), path_.c_str(), busName_.c_str(),
                                                content.name.c_str()));
   if (!call || !appendBody(call.get(), content.arguments)) {
     *failure = "the arguments of " + content.name + " are too large for the bus";
@@ -238,8 +238,12 @@ void ServiceHandle::addEventListener(const std::string& name, QXBusEventCallback
 
 bool ServiceHandle::sends(const std::string& sender, const std::string& path,
                           const std::string& interface) const {
-  return !sender.empty() && sender == owner() && path == objectPathOf(service_) &&
-         interface == interfaceOf(service_);
+  if (sender.empty() || path != path_ || interface != busName_) {
+    return false;
+  }
+  // Also once it is dead: what it sent in time may still be waiting to be handled.
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return sender == owner_;
 }
 
 void ServiceHandle::ownerChanged(const std::string& busName, const std::string& from,

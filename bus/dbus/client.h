@@ -88,7 +88,8 @@ class ServiceHandle {
   const std::shared_ptr<Connection> connection_;
   const unsigned int generation_;
   const std::string service_;
-  const std::string busName_;
+  const std::string busName_;  // also the name of its interface
+  const std::string path_;
   std::vector<std::string> rules_;
   Listeners listeners_;
 

@@ -142,7 +142,8 @@ struct ServiceHost::Impl {
     xml += "  <interface name=\"" + interface + "\">\n";
     for (Method& method : methodList) {
       xml += methodXml(method.name);
-      methods.emplace(std::move(method.name), std::move(method.handler));
+      methods.emplace(std::move(method.name), std::make_shared<const std::function<void(Request)>>(
+                                                  std::move(method.handler)));
     }
     for (const std::string& event : events) {
       xml += signalXml(event);
@@ -160,7 +161,8 @@ struct ServiceHost::Impl {
   const std::string path;
   const std::string interface;
   std::string objectXml;
-  std::map<std::string, std::function<void(Request)>> methods;
+  // Shared with the call that is being handled, which may end the host.
+  std::map<std::string, std::shared_ptr<const std::function<void(Request)>>> methods;
 
   std::mutex mutex;  // guards the next three
   std::shared_ptr<Connection> connection;
@@ -202,7 +204,7 @@ void ServiceHost::Impl::onMessage(const std::shared_ptr<Connection>& from, Messa
   impl->arguments = readBody(call);
   impl->call = std::move(message);
   const auto request = std::make_shared<Request>(std::move(impl));
-  worker.post([&handler = method->second, request] { handler(std::move(*request)); });
+  worker.post([handler = method->second, request] { (*handler)(std::move(*request)); });
 }
 
 bool ServiceHost::Impl::answerStandardCall(Connection& to, DBusMessage* call) const {
@@ -325,7 +327,9 @@ void ServiceHost::setLostCallback(std::function<void()> onLost) {
       return;
     }
   }
-  impl_->worker.post(std::move(onLost));
+  if (onLost) {
+    impl_->worker.post(std::move(onLost));
+  }
 }
 
 }  // namespace qxbus

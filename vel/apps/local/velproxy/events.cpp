@@ -196,15 +196,19 @@ void VelProxy::HandleEvent(std::shared_ptr<QXBusMessage> event) {
 }
 
 bool VelProxy::handlePrinterEvent(const Block& block) {
-  const std::lock_guard<std::mutex> lock(callbackMutex_);
-  VEL_DEBUG_AT(kHandleEvent, __LINE__, "printer callback: %p",
-               reinterpret_cast<void*>(printerCallback_));
+  PrinterCallback registered = nullptr;
+  {
+    const std::lock_guard<std::mutex> lock(callbackMutex_);
+    registered = printerCallback_;
+  }
+  VEL_DEBUG_AT(kHandleEvent, __LINE__, "printer callback: %p", reinterpret_cast<void*>(registered));
   if (block.empty()) {
     return false;
   }
   const ReadableRecord<PrinterDevice> printer(block, offsetof(PrinterDevice, name));
   VEL_DEBUG_AT(kHandleEvent, __LINE__, "devNum:%d, vmId: %d, status:%d, name:%s", printer->devNum,
                printer->vmId, printer->status, printer->name);
+  const std::lock_guard<std::mutex> lock(callbackMutex_);
   if (printerCallback_) {
     printerCallback_(1, printer.get(), printerUserData_.load());
   }

@@ -11,8 +11,7 @@
 //           comment (3000 ms if it says none). Calls are made one at a time: a call also waits for
 //           those of other threads that came before it. Operations without a bus method never wait.
 // MEMORY    Records that a returned list points to are malloc'ed, each exactly as long as the
-// service
-//           sent it, and yours: FreeDeviceList, FreePolicyList or free.
+//           service sent it, and yours: FreeDeviceList, FreePolicyList or free.
 // ERRORS    Nothing throws. Statuses are the service's own, passed on unchanged; -1 (0xFFFFFFFF)
 //           also stands for "no answer": no service, an error reply, or the time has passed. Lists
 //           are empty and texts "" then, unless the operation says otherwise. Reasons are logged.
@@ -181,7 +180,8 @@ using PortWriter =
     std::function<unsigned int(const std::string& portName, unsigned int length, unsigned char*)>;
 
 // Receives the progress of Diagnose and DiagnoseDevice. Implemented by the client, never freed by
-// the library; it must live until another one, or null, has taken its place.
+// the library. It must live until another one, or null, has taken its place and a call that was
+// running then has returned.
 class VelDiagnoseNotify {
  public:
   virtual ~VelDiagnoseNotify() = default;
@@ -285,7 +285,7 @@ class VelProxy {
   // Asks to be told when the service dies and a VM's session with it. A later callback for the same
   // VM takes the place of the earlier one. The registration ends with that call: register again.
   //
-  // callback   must not be null
+  // callback   null is registered, and never called
   // returns    0
   virtual int RegisterCallback(std::string vmId, VmCallback callback, void* userData);
 
@@ -770,12 +770,12 @@ class VelProxy {
 
   // Hands a device record to every device callback, in ascending order of user data.
   //
-  // returns    0
+  // returns    0; -1: device is null
   virtual int DeviceBaseInfoNotify(unsigned short cmd, CommonDevice* device);
 
   // Hands a result to every callback for new devices, in ascending order of user data.
   //
-  // returns    0
+  // returns    0; -1: result is null
   virtual int ConfigNewDeviceResultNotify(unsigned short cmd, _ConfigNewDeviceResult* result);
 
   // --- Joysticks -------------------------------------------------------------------------------
