@@ -1,0 +1,554 @@
+// Records that a service should not send: empty, cut short, without an end, announced and missing.
+// The bus hands out each block at its exact size, so that AddressSanitizer sees every byte that is
+// read or written outside one.
+
+#include <malloc.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <limits>
+#include <ostream>
+
+#include "tests/library/proxy_test.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kIsSanitized = true;
+#elif defined(__has_feature)
+constexpr bool kIsSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
+#else
+constexpr bool kIsSanitized = false;
+#endif
+
+// Whether an allocation has this size. Without a sanitizer it may be somewhat larger.
+testing::AssertionResult isAsLongAs(const void* allocation, std::size_t size) {
+  const std::size_t usable = malloc_usable_size(const_cast<void*>(allocation));
+  const std::size_t most = kIsSanitized ? size : size + 64;
+  if (usable < size || usable > most) {
+    return testing::AssertionFailure() << usable << " bytes instead of " << size;
+  }
+  return testing::AssertionSuccess();
+}
+
+template <typename Value>
+void put(Bytes& block, std::size_t offset, Value value) {
+  if (offset + sizeof value <= block.size()) {
+    std::memcpy(block.data() + offset, &value, sizeof value);
+  }
+}
+
+template <typename Value>
+Value valueIn(const Bytes& block, std::size_t offset) {
+  Value value = {};
+  std::memcpy(&value, block.data() + offset, sizeof value);
+  return value;
+}
+
+// The text in a field, up to its NUL or the field's end.
+std::string textIn(const Bytes& block, std::size_t offset, std::size_t fieldSize) {
+  const std::size_t most = std::min(fieldSize, block.size() - offset);
+  const std::string field(block.begin() + static_cast<std::ptrdiff_t>(offset),
+                          block.begin() + static_cast<std::ptrdiff_t>(offset + most));
+  return field.substr(0, field.find('\0'));
+}
+
+// A block without a single NUL.
+Bytes unendedBlock(std::size_t size) {
+  return Bytes(size, 'x');
+}
+
+// --- Lists --------------------------------------------------------------------------------------
+
+struct ListOperation {
+  const char* name;
+  const char* function;  // that logs
+  const char* method;
+  const char* sizeFormat;
+  const char* sizeMessage;  // before the size
+  bool isEmptyBlockAnError;
+  bool namesVms;
+  std::vector<void*> (*run)(qx::VelProxy& proxy);
+};
+
+void PrintTo(const ListOperation& operation, std::ostream* out) {
+  *out << operation.name;
+}
+
+template <typename Record>
+std::vector<void*> recordsOf(const std::list<Record*>& list) {
+  return std::vector<void*>(list.begin(), list.end());
+}
+
+class HostileListTest : public ProxyTest, public testing::WithParamInterface<ListOperation> {
+ protected:
+  HostileListTest() {
+    bus.knowsVm("win11", 7);
+    proxy->GetVmIdInt("win11");
+    forget();
+  }
+  ~HostileListTest() override { freeRecords(); }
+
+  // The records are freed with the test, or by the next run.
+  const std::vector<void*>& run(const Reply& reply) {
+    freeRecords();
+    forget();
+    bus.answer(GetParam().method, reply);
+    records_ = GetParam().run(*proxy);
+    return records_;
+  }
+
+  static std::string sizeLine(int size) {
+    return debugLine(GetParam().function, GetParam().sizeFormat,
+                     GetParam().sizeMessage + std::to_string(size));
+  }
+  static std::string emptyBlockLine(int announced) {
+    const std::string message = "buf: " + pointer(nullptr) + ", size: " + std::to_string(announced);
+    return GetParam().isEmptyBlockAnError
+               ? errorLine(GetParam().function, "buf: %p, size: %d", message)
+               : debugLine(GetParam().function, "buf: %p, size: %d", message);
+  }
+
+ private:
+  void freeRecords() {
+    for (void* const record : records_) {
+      std::free(record);
+    }
+    records_.clear();
+  }
+
+  std::vector<void*> records_;
+};
+
+TEST_P(HostileListTest, EachRecordIsExactlyAsLongAsItsBlock) {
+  const std::size_t sizes[] = {1, 5000, 2, 9, 10, 300, 17, 680, 681, 3};
+  Reply reply;
+  reply.int32(static_cast<int>(std::size(sizes)));
+  for (const std::size_t size : sizes) {
+    reply.bytes(unendedBlock(size));
+  }
+
+  const std::vector<void*>& records = run(reply);
+
+  ASSERT_EQ(records.size(), std::size(sizes));
+  for (std::size_t i = 0; i < std::size(sizes); ++i) {
+    EXPECT_TRUE(isAsLongAs(records[i], sizes[i]));
+    EXPECT_EQ(bytesOf(records[i], sizes[i]), unendedBlock(sizes[i]));
+  }
+  EXPECT_THAT(log.summaries(), Not(Contains(testing::HasSubstr("buf: "))));
+}
+
+// Every length up to one where all fields fit, with a VM's name to be put at 680.
+TEST_P(HostileListTest, ABlockMayEndAnywhere) {
+  constexpr std::size_t kVmId = offsetof(CommonDevice, vmId);
+  constexpr std::size_t kText = offsetof(CommonDevice, vmIdText);
+  constexpr std::size_t kLongest = kText + 12;
+  const std::string name = "win11";
+  Reply reply;
+  reply.int32(kLongest);
+  std::vector<Bytes> expected;
+  for (std::size_t size = 1; size <= kLongest; ++size) {
+    Bytes block = unendedBlock(size);
+    put(block, offsetof(CommonDevice, status), static_cast<unsigned short>(2));
+    put(block, kVmId, 7u);
+    reply.bytes(block);
+    if (GetParam().namesVms && size > kText) {
+      const auto fits = static_cast<std::ptrdiff_t>(std::min(name.size(), size - kText));
+      std::copy(name.begin(), name.begin() + fits, block.begin() + kText);
+    }
+    expected.push_back(block);
+  }
+
+  const std::vector<void*>& records = run(reply);
+
+  ASSERT_EQ(records.size(), kLongest);
+  for (std::size_t i = 0; i < kLongest; ++i) {
+    EXPECT_TRUE(isAsLongAs(records[i], i + 1));
+    EXPECT_EQ(bytesOf(records[i], i + 1), expected[i]) << "of length " << i + 1;
+  }
+}
+
+TEST_P(HostileListTest, AnEmptyBlockEndsTheListWhereverItStands) {
+  const Bytes block = unendedBlock(700);
+  EXPECT_EQ(run(Reply().int32(3).bytes({}).bytes(block).bytes(block)).size(), 0u);
+  EXPECT_EQ(log.summaries().back(), emptyBlockLine(3));
+
+  EXPECT_EQ(run(Reply().int32(3).bytes(block).bytes({}).bytes(block)).size(), 1u);
+  EXPECT_EQ(log.summaries().back(), emptyBlockLine(3));
+
+  EXPECT_EQ(run(Reply().int32(3).bytes(block).bytes(block).bytes({})).size(), 2u);
+  EXPECT_EQ(log.summaries().back(), emptyBlockLine(3));
+}
+
+TEST_P(HostileListTest, AnArgumentThatIsNoBlockEndsTheList) {
+  const Bytes block = unendedBlock(700);
+
+  EXPECT_EQ(run(Reply().int32(2).bytes(block).string("a device")).size(), 1u);
+  EXPECT_EQ(log.summaries().back(), emptyBlockLine(2));
+
+  EXPECT_EQ(run(Reply().int32(2).int32(700).bytes(block)).size(), 0u);
+  EXPECT_EQ(log.summaries().back(), emptyBlockLine(2));
+}
+
+TEST_P(HostileListTest, ACountLargerThanTheArgumentsEndsAtTheLastOne) {
+  for (const int count : {3, 1000, std::numeric_limits<int>::max()}) {
+    const std::vector<void*>& records =
+        run(Reply().int32(count).bytes(unendedBlock(20)).bytes(unendedBlock(30)));
+
+    EXPECT_EQ(records.size(), 2u);
+    EXPECT_THAT(log.summaries(), Contains(sizeLine(count)));
+    EXPECT_EQ(log.summaries().back(), emptyBlockLine(count));
+  }
+}
+
+TEST_P(HostileListTest, ACountBelow1IsAnEmptyListAndNoMore) {
+  for (const int count : {0, -1, -2, std::numeric_limits<int>::min()}) {
+    EXPECT_THAT(run(Reply().int32(count).bytes(unendedBlock(20))), IsEmpty());
+
+    EXPECT_EQ(log.summaries().back(), sizeLine(count));
+  }
+}
+
+TEST_P(HostileListTest, BlocksBeyondTheCountAreNotRead) {
+  EXPECT_EQ(run(Reply().int32(1).bytes(unendedBlock(20)).bytes({})).size(), 1u);
+
+  EXPECT_THAT(log.summaries(), Contains(sizeLine(1)));
+  EXPECT_THAT(log.summaries(), Not(Contains(emptyBlockLine(1))));
+}
+
+TEST_P(HostileListTest, ACountOfAnotherTypeIs0) {
+  EXPECT_THAT(run(Reply().string("1").bytes(unendedBlock(20))), IsEmpty());
+  EXPECT_EQ(log.summaries().back(), sizeLine(0));
+
+  EXPECT_THAT(run(Reply().bytes(unendedBlock(20)).bytes(unendedBlock(20))), IsEmpty());
+  EXPECT_EQ(log.summaries().back(), sizeLine(0));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, HostileListTest,
+    testing::Values(
+        ListOperation{"GetPrinterList", "GetPrinterList", "getPrinterList",
+                      "vmId: %s, list size: %d", "vmId: win11, list size: ", false, false,
+                      [](qx::VelProxy& proxy) { return recordsOf(proxy.GetPrinterList("win11")); }},
+        ListOperation{"GetPrinterStatus", "GetPrinterStatus", "getPrinterStatus",
+                      "devNumber: %d, list size: %d", "devNumber: 9, list size: ", false, false,
+                      [](qx::VelProxy& proxy) { return recordsOf(proxy.GetPrinterStatus(9)); }},
+        ListOperation{"GetDeviceList", "GetDeviceList", "getDeviceList", "vmId: %s, list size: %d",
+                      "vmId: win11, list size: ", true, true,
+                      [](qx::VelProxy& proxy) { return recordsOf(proxy.GetDeviceList("win11")); }},
+        ListOperation{"GetLocalDeviceList", "GetDeviceList", "getDeviceList",
+                      "vmId: %s, list size: %d", "vmId: , list size: ", true, true,
+                      [](qx::VelProxy& proxy) { return recordsOf(proxy.GetLocalDeviceList()); }},
+        ListOperation{"GetDeviceStatus", "GetDeviceStatus", "getDeviceStatus",
+                      "devNumber: %d, list size: %d", "devNumber: 9, list size: ", false, false,
+                      [](qx::VelProxy& proxy) { return recordsOf(proxy.GetDeviceStatus(9)); }}),
+    [](const testing::TestParamInfo<ListOperation>& row) { return row.param.name; });
+
+using DeviceStatusTest = ProxyTest;
+
+// What GetDeviceStatus logs of a record: 0 and nothing where the block does not reach.
+TEST_F(DeviceStatusTest, AStatusLogsOnlyWhatIsInTheBlock) {
+  const struct {
+    std::size_t size;
+    std::string logged;
+  } rows[] = {
+      {1, "vmId:0, devNumber:0, status:0, name:"},
+      {2, "vmId:0, devNumber:30840, status:0, name:"},
+      {9, "vmId:0, devNumber:30840, status:0, name:"},
+      {10, "vmId:0, devNumber:30840, status:30840, name:"},
+      {23, "vmId:0, devNumber:30840, status:30840, name:"},
+      {24, "vmId:2021161080, devNumber:30840, status:30840, name:"},
+      {296, "vmId:2021161080, devNumber:30840, status:30840, name:"},
+      {297, "vmId:2021161080, devNumber:30840, status:30840, name:x"},
+      {423, "vmId:2021161080, devNumber:30840, status:30840, name:" + std::string(127, 'x')},
+      {424, "vmId:2021161080, devNumber:30840, status:30840, name:" + std::string(128, 'x')},
+      {700, "vmId:2021161080, devNumber:30840, status:30840, name:" + std::string(128, 'x')},
+  };
+  for (const auto& [size, logged] : rows) {
+    bus.answer("getDeviceStatus", Reply().int32(1).bytes(unendedBlock(size)));
+
+    proxy->FreeDeviceList(proxy->GetDeviceStatus(9));
+
+    EXPECT_EQ(log.summaries().back(),
+              debugLine("GetDeviceStatus", "vmId:%d, devNumber:%d, status:%d, name:%s", logged))
+        << size;
+  }
+}
+
+// --- Events -------------------------------------------------------------------------------------
+
+// Keeps what its callback is handed, in the length that the test expects it to have.
+struct Taker {
+  template <typename Record>
+  static int called(unsigned short code, Record* record, void* userData) {
+    auto& self = *static_cast<Taker*>(userData);
+    self.codes.push_back(code);
+    EXPECT_TRUE(isAsLongAs(record, self.length));
+    self.record = bytesOf(record, self.length);
+    return 0;
+  }
+
+  std::size_t length = 0;
+  std::vector<unsigned short> codes;
+  Bytes record;
+};
+
+struct DiagnoseTaker : VelDiagnoseNotify {
+  void DiagnoseResultNotify(std::string vmId, unsigned long long id, unsigned int status,
+                            std::string result) override {
+    calls.push_back(vmId + "," + std::to_string(id) + "," + std::to_string(status) + "," + result);
+  }
+
+  Strings calls;
+};
+
+// A kind of record that reaches callbacks: fixed fields, then a text that runs to its end.
+struct RecordKind {
+  const char* name;
+  int code;
+  std::size_t textOffset;
+  // Where its fields end, before the text.
+  std::vector<std::size_t> ends;
+  // What HandleEvent logs of a record, behind the other arguments' formats.
+  std::string (*logged)(const Bytes& record, const qx::VelProxy& proxy);
+};
+
+void PrintTo(const RecordKind& kind, std::ostream* out) {
+  *out << kind.name;
+}
+
+std::string shortValue(const Bytes& record, std::size_t offset) {
+  return std::to_string(valueIn<unsigned short>(record, offset));
+}
+
+std::string intValue(const Bytes& record, std::size_t offset) {
+  return std::to_string(valueIn<int>(record, offset));
+}
+
+std::string hexValue(const Bytes& record, std::size_t offset) {
+  char text[8];
+  std::snprintf(text, sizeof text, "%.4x", valueIn<unsigned short>(record, offset));
+  return text;
+}
+
+std::string printerLogged(const Bytes& record, const qx::VelProxy&) {
+  return debugLine("HandleEvent", "devNum:%d, vmId: %d, status:%d, name:%s",
+                   "devNum:" + shortValue(record, 0) + ", vmId: " + intValue(record, 8) +
+                       ", status:" + intValue(record, 12) +
+                       ", name:" + textIn(record, 16, std::string::npos));
+}
+
+std::string deviceInfoLogged(const Bytes& record, const qx::VelProxy& proxy) {
+  return debugLine("HandleEvent", "devNum:%d, vmId: %d, status:%d, name:%s this:%p cmd[%d]",
+                   "devNum:" + shortValue(record, 0) + ", vmId: " + intValue(record, 20) +
+                       ", status:" + shortValue(record, 8) + ", name:" + textIn(record, 296, 128) +
+                       " this:" + pointer(&proxy) + " cmd[4]");
+}
+
+std::string deviceStateLogged(const Bytes& record, const qx::VelProxy&) {
+  return debugLine(
+      "HandleEvent", "cmd: %d, status: %d, name:%s\n",
+      "cmd: 5, status: " + shortValue(record, 8) + ", name:" + textIn(record, 296, 128) + "\n");
+}
+
+std::string resultLogged(const Bytes& record, const qx::VelProxy&) {
+  return debugLine("HandleEvent", "cmd: %d, vidpid[0x%.4x0x%.4x], code: %s, name:%s\n",
+                   "cmd: 65544, vidpid[0x" + hexValue(record, 0) + "0x" + hexValue(record, 2) +
+                       "], code: " + textIn(record, 276, std::string::npos) +
+                       ", name:" + textIn(record, 20, 256) + "\n");
+}
+
+class HostileEventTest : public ProxyTest {
+ protected:
+  HostileEventTest() {
+    bus.knowsVm("win11", 7);
+    proxy->GetVmIdInt("win11");
+    proxy->RegisterPrinterCallback(&Taker::called<PrinterDevice>, &taker);
+    proxy->RegisterDeviceCallback(&Taker::called<CommonDevice>, &taker);
+    proxy->RegisterConfigNewDevResultCallback(&Taker::called<_ConfigNewDeviceResult>, &taker);
+    proxy->RegisterCmdCallback(&Taker::called<CmdResponse>, &taker);
+    proxy->Diagnose("", 0, &diagnosis);
+    // So that only the proxy listens.
+    disconnect(*instance);
+  }
+
+  void emit(int code, const Bytes& record) {
+    log.clear();
+    taker.codes.clear();
+    taker.record.clear();
+    bus.emit("velevent", EventArguments().int32(7).int32(code).bytes(record));
+  }
+
+  Taker taker;
+  DiagnoseTaker diagnosis;
+};
+
+class HostileRecordTest : public HostileEventTest, public testing::WithParamInterface<RecordKind> {
+ protected:
+  // What a callback should be handed in place of a block that it cannot read as it is.
+  static Bytes padded(Bytes block) {
+    block.resize(std::max(block.size(), GetParam().textOffset) + 1, 0);
+    return block;
+  }
+  void expectToBeHandedOn(const Bytes& block, const Bytes& expected) {
+    taker.length = expected.size();
+
+    emit(GetParam().code, block);
+
+    EXPECT_THAT(taker.codes, ElementsAre(static_cast<unsigned short>(GetParam().code)));
+    EXPECT_EQ(taker.record, expected);
+    EXPECT_THAT(log.summaries(), Contains(GetParam().logged(expected, *proxy)));
+    EXPECT_EQ(log.summaries().back(), debugLine("HandleEvent", "end"));
+  }
+};
+
+TEST_P(HostileRecordTest, AShortRecordIsHandedOnWithZeroesBehindIt) {
+  std::vector<std::size_t> sizes = {1};
+  for (const std::size_t end : GetParam().ends) {
+    sizes.insert(sizes.end(), {end - 1, end, end + 1});
+  }
+  for (const std::size_t size : sizes) {
+    SCOPED_TRACE(size);
+    expectToBeHandedOn(unendedBlock(size), padded(unendedBlock(size)));
+  }
+}
+
+TEST_P(HostileRecordTest, ARecordOfFixedFieldsOnlyIsHandedOnWithAnEmptyText) {
+  const Bytes zeroes(GetParam().textOffset, 0);
+
+  expectToBeHandedOn(zeroes, padded(zeroes));
+}
+
+TEST_P(HostileRecordTest, ATextWithoutAnEndIsHandedOnWithOne) {
+  for (const std::size_t length : {1u, 2u, 40u, 3000u}) {
+    SCOPED_TRACE(length);
+    const Bytes block = unendedBlock(GetParam().textOffset + length);
+
+    expectToBeHandedOn(block, padded(block));
+  }
+}
+
+// A copy would be longer by its NUL: the taker looks at the length of the allocation.
+TEST_P(HostileRecordTest, AWholeRecordIsHandedOnInPlace) {
+  for (const std::size_t length : {1u, 2u, 40u, 3000u}) {
+    for (const std::size_t end : {std::size_t{0}, length / 2, length - 1}) {
+      SCOPED_TRACE(length);
+      Bytes block = unendedBlock(GetParam().textOffset + length);
+      block[GetParam().textOffset + end] = 0;
+
+      expectToBeHandedOn(block, block);
+    }
+  }
+}
+
+TEST_P(HostileRecordTest, AnEmptyRecordReachesNobody) {
+  emit(GetParam().code, {});
+
+  EXPECT_THAT(taker.codes, IsEmpty());
+  EXPECT_THAT(log.summaries(), Not(Contains(debugLine("HandleEvent", "end"))));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, HostileRecordTest,
+    testing::Values(
+        RecordKind{"Printer", 1, 16, {2, 8, 12, 16}, &printerLogged},
+        RecordKind{"DeviceInfo", 4, 680, {2, 8, 10, 12, 20, 24, 296, 424, 680}, &deviceInfoLogged},
+        RecordKind{
+            "DeviceState", 5, 680, {2, 8, 10, 12, 20, 24, 296, 424, 680}, &deviceStateLogged},
+        // With a code above 65535, which is nobody else's.
+        RecordKind{"NewDeviceResult", 65536 + 8, 276, {2, 4, 18, 20, 276}, &resultLogged}),
+    [](const testing::TestParamInfo<RecordKind>& row) { return row.param.name; });
+
+// A field that is full has no NUL of its own; the text of the next field must not be taken for it.
+TEST_F(HostileEventTest, ANameThatFillsItsFieldIsLoggedUpToItsEnd) {
+  Bytes device(700, 0);
+  std::fill(device.begin() + 296, device.begin() + 424, 'n');
+  std::fill(device.begin() + 424, device.begin() + 680, 'p');
+  taker.length = device.size();
+  const std::string name = std::string(128, 'n');
+
+  emit(4, device);
+  EXPECT_THAT(log.summaries(), Contains(deviceInfoLogged(device, *proxy)));
+  EXPECT_THAT(log.summariesOf("DeviceBaseInfoNotify"),
+              ElementsAre(testing::HasSubstr(", name:" + name + " cmd[4]")));
+  emit(5, device);
+  EXPECT_THAT(log.summaries(), Contains(deviceStateLogged(device, *proxy)));
+
+  Bytes result(300, 0);
+  std::fill(result.begin() + 20, result.begin() + 276, 'n');
+  result[276] = 'c';
+  taker.length = result.size();
+  emit(65544, result);
+  EXPECT_THAT(log.summaries(), Contains(resultLogged(result, *proxy)));
+  EXPECT_THAT(log.summariesOf("ConfigNewDeviceResultNotify"),
+              ElementsAre(testing::HasSubstr(",name:" + name + name + ", code:c, ")));
+}
+
+TEST_F(HostileEventTest, ADiagnosisNeedsItsFixedFields) {
+  for (std::size_t size = 0; size < 16; ++size) {
+    SCOPED_TRACE(size);
+
+    emit(9, unendedBlock(size));
+
+    EXPECT_THAT(diagnosis.calls, IsEmpty());
+    EXPECT_THAT(
+        log.summaries(),
+        ElementsAre(debugLine("HandleEvent", "enter"),
+                    StartsWith("Debug HandleEvent: cmd response callback this["),
+                    debugLine("HandleEvent", "cb exec end"), debugLine("HandleEvent", "end")));
+  }
+}
+
+TEST_F(HostileEventTest, ADiagnosisTextEndsWithItsNulOrTheBlock) {
+  const auto textOf = [this](const Bytes& block) {
+    diagnosis.calls.clear();
+    emit(9, block);
+    const std::string fixed = ",8680820740569200760,2021161080,";
+    EXPECT_THAT(diagnosis.calls, ElementsAre(StartsWith(fixed)));
+    return diagnosis.calls.empty() ? "none" : diagnosis.calls.front().substr(fixed.size());
+  };
+  Bytes block = unendedBlock(16);
+  EXPECT_EQ(textOf(block), "");
+  EXPECT_EQ(textOf(unendedBlock(17)), "x");
+  EXPECT_EQ(textOf(unendedBlock(5000)), std::string(4984, 'x'));
+
+  block.push_back(0);
+  EXPECT_EQ(textOf(block), "");
+  block.push_back('y');
+  EXPECT_EQ(textOf(block), "");
+  block[16] = 'z';
+  block.push_back(0);
+  EXPECT_EQ(textOf(block), "zy");
+}
+
+TEST_F(HostileEventTest, ACommandsRecordIsHandedOnInPlaceWhateverItIs) {
+  for (const std::size_t size : {1u, 2u, 3u, 700u}) {
+    taker.length = size;
+
+    emit(66, unendedBlock(size));
+
+    EXPECT_THAT(taker.codes, ElementsAre(66));
+    EXPECT_EQ(taker.record, unendedBlock(size));
+  }
+}
+
+TEST_F(HostileEventTest, ARecordOfAnotherTypeIsNone) {
+  for (const int code : {1, 2, 4, 5, 9}) {
+    bus.emit("velevent", EventArguments().int32(7).int32(code).string(std::string(700, 'x')));
+    bus.emit("velevent", EventArguments().int32(7).int32(code).int32(700));
+  }
+
+  EXPECT_THAT(taker.codes, IsEmpty());
+  EXPECT_THAT(diagnosis.calls, IsEmpty());
+}
+
+}  // namespace

@@ -1,0 +1,30 @@
+#ifndef TESTS_PLATFORM_TEMPORARY_DIRECTORY_H
+#define TESTS_PLATFORM_TEMPORARY_DIRECTORY_H
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <system_error>
+
+// A directory of its own that is gone, with all that is in it, when this object is.
+class TemporaryDirectory {
+ public:
+  TemporaryDirectory() {
+    std::string name = (std::filesystem::temp_directory_path() / "platform_test.XXXXXX").string();
+    path_ = ::mkdtemp(name.data()) ? name : "";
+  }
+  TemporaryDirectory(const TemporaryDirectory&) = delete;
+  TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+  ~TemporaryDirectory() {
+    std::error_code error;
+    std::filesystem::remove_all(path_, error);
+  }
+
+  const std::filesystem::path& path() const { return path_; }
+  std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
+
+ private:
+  std::filesystem::path path_;
+};
+
+#endif  // TESTS_PLATFORM_TEMPORARY_DIRECTORY_H

@@ -1,0 +1,181 @@
+#include "tests/scripted_bus/platform_doubles.h"
+
+#include <cstdarg>
+#include <cstdio>
+
+#include "platform/app_data_path.h"
+#include "platform/log.h"
+#include "tests/scripted_bus/timeline.h"
+#include "vel/apps/local/velproxy/internal/pause.h"
+
+namespace scripted {
+namespace {
+
+constexpr int kDebugLevel = 5;
+constexpr int kErrorLevel = 7;
+constexpr char kPrefix[] = "%s %s(%d): ";
+
+std::mutex dataPathMutex;
+std::string& dataPath() {
+  static auto* const path = new std::string;
+  return *path;
+}
+
+std::string wordOf(int level) {
+  return level == kDebugLevel ? "Debug" : level == kErrorLevel ? "Error" : std::to_string(level);
+}
+
+std::string summaryOf(int level, const std::string& function, const std::string& format,
+                      const std::string& message) {
+  std::string summary = wordOf(level) + " " + function + ": " + message;
+  return format == message ? summary : summary + "   <- " + format;
+}
+
+}  // namespace
+
+std::string LogLine::message() const {
+  const std::string start =
+      file + " " + function + "(" + std::to_string(line) + "): \"" + wordOf(level) + ":\" \"";
+  if (text.compare(0, start.size(), start) != 0 || text.size() <= start.size()) {
+    return text;
+  }
+  return text.substr(start.size(), text.size() - start.size() - 1);
+}
+
+std::string LogLine::summary() const {
+  const std::string start = kPrefix + ("\"" + wordOf(level)) + ":\" \"";
+  const bool isWellFormed = channel == 0 && (level == kDebugLevel || level == kErrorLevel) &&
+                            tag == "VEL_LOG" && file == "vel_proxy" && line > 0 &&
+                            format.compare(0, start.size(), start) == 0 &&
+                            format.size() > start.size() && format.back() == '"';
+  if (!isWellFormed) {
+    return "MALFORMED channel " + std::to_string(channel) + ", level " + std::to_string(level) +
+           ", tag " + tag + ", file " + file + ", line " + std::to_string(line) + ", format " +
+           format;
+  }
+  const std::string given = format.substr(start.size(), format.size() - start.size() - 1);
+  return summaryOf(level, function, given, message());
+}
+
+std::string debugLine(const std::string& function, const std::string& format,
+                      const std::string& message) {
+  return summaryOf(kDebugLevel, function, format, message);
+}
+
+std::string debugLine(const std::string& function, const std::string& message) {
+  return debugLine(function, message, message);
+}
+
+std::string errorLine(const std::string& function, const std::string& format,
+                      const std::string& message) {
+  return summaryOf(kErrorLevel, function, format, message);
+}
+
+std::string errorLine(const std::string& function, const std::string& message) {
+  return errorLine(function, message, message);
+}
+
+std::string pointer(const void* address) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%p", address);
+  return text;
+}
+
+RecordedLog& RecordedLog::the() {
+  static auto* const log = new RecordedLog;
+  return *log;
+}
+
+std::vector<LogLine> RecordedLog::lines() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return lines_;
+}
+
+std::vector<std::string> RecordedLog::summaries() const {
+  std::vector<std::string> summaries;
+  for (const LogLine& line : lines()) {
+    summaries.push_back(line.summary());
+  }
+  return summaries;
+}
+
+std::vector<std::string> RecordedLog::summariesOf(const std::string& function) const {
+  std::vector<std::string> summaries;
+  for (const LogLine& line : lines()) {
+    if (line.function == function) {
+      summaries.push_back(line.summary());
+    }
+  }
+  return summaries;
+}
+
+std::vector<std::string> RecordedLog::errors() const {
+  std::vector<std::string> messages;
+  for (const LogLine& line : lines()) {
+    if (line.level == kErrorLevel) {
+      messages.push_back(line.message());
+    }
+  }
+  return messages;
+}
+
+void RecordedLog::add(LogLine line) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  lines_.push_back(std::move(line));
+}
+
+void RecordedLog::clear() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  lines_.clear();
+}
+
+void setDataPath(const std::string& path) {
+  const std::lock_guard<std::mutex> lock(dataPathMutex);
+  dataPath() = path;
+}
+
+}  // namespace scripted
+
+extern "C" void norvoLogPrint(int channel, int level, const char* tag, const char* format, ...) {
+  scripted::LogLine line{
+      channel, level, tag ? tag : "(null)",      format ? format : "(null)", "", "",
+      "",      0,     std::this_thread::get_id()};
+  va_list arguments;
+  va_start(arguments, format);
+  if (line.format.compare(0, sizeof scripted::kPrefix - 1, scripted::kPrefix) == 0) {
+    va_list again;
+    va_copy(again, arguments);
+    line.file = va_arg(again, const char*);
+    line.function = va_arg(again, const char*);
+    line.line = va_arg(again, int);
+    va_copy(again, arguments);
+    const int length = std::vsnprintf(nullptr, 0, format, again);
+    va_end(again);
+    line.text.resize(length > 0 ? static_cast<std::size_t>(length) + 1 : 1);
+    std::vsnprintf(line.text.data(), line.text.size(), format, arguments);
+    line.text.pop_back();
+  }
+  va_end(arguments);
+  const std::string event = scripted::wordOf(level) + " " + line.function + ": " + line.message();
+  scripted::RecordedLog::the().add(std::move(line));
+  scripted::Timeline::the().add(event);
+}
+
+extern "C" void pellamLogInit(const char* directory) {
+  scripted::Timeline::the().add("pellamLogInit(\"" + std::string(directory ? directory : "(null)") +
+                                "\")");
+}
+
+std::string GetAppDataPath() {
+  scripted::Timeline::the().add("GetAppDataPath()");
+  const std::lock_guard<std::mutex> lock(scripted::dataPathMutex);
+  return scripted::dataPath();
+}
+
+namespace qx {
+
+void pauseFor(std::chrono::seconds duration) {
+  scripted::Timeline::the().add("pause " + std::to_string(duration.count()) + " s");
+}
+
+}  // namespace qx
