@@ -1,0 +1,302 @@
+// The bus itself goes away and comes back.
+
+#include <atomic>
+#include <filesystem>
+#include <thread>
+
+#include "tests/dbus/bus_test.h"
+
+namespace {
+
+using namespace dbustest;
+using testing::Each;
+using testing::ElementsAre;
+
+constexpr QXBusSecurityFlags kSafe = QXBUS_SECURITY_SAME_USER_OR_ROOT;
+
+class BusThatIsLost : public BusTest {
+ protected:
+  std::unique_ptr<TestService> service_ = std::make_unique<TestService>();
+  ProxyRef proxy_ = proxyOf();
+};
+
+TEST_F(BusThatIsLost, EndsEveryPendingCall) {
+  const auto replies = std::make_shared<Messages>();
+  for (const int timeoutMs : {-1, 60000}) {
+    proxy_->callWithReply(
+        messageTo(*proxy_, "hold"), [replies](const MessageRef& reply) { replies->add(reply); },
+        timeoutMs);
+  }
+  Messages blocking;
+  std::vector<std::thread> callers;
+  for (const int timeoutMs : {-1, 60000}) {
+    callers.emplace_back([&, timeoutMs] { blocking.add(call(*proxy_, "hold", {}, timeoutMs)); });
+  }
+  ASSERT_TRUE(service_->waitForHeld(4));
+
+  bus().kill();
+  for (std::thread& caller : callers) {
+    caller.join();
+  }
+
+  EXPECT_THAT(blocking.items(), ElementsAre(IsFailure(), IsFailure()));
+  ASSERT_TRUE(replies->waitFor(2));
+  EXPECT_TRUE(replies->stays(2));
+  EXPECT_THAT(replies->items(), Each(IsFailure()));
+}
+
+TEST_F(BusThatIsLost, IsTheDeathOfEveryInterface) {
+  const TestService other("other");
+  const ProxyRef second = proxyOf("other");
+  const ProxyRef unwatched = proxyOf();
+  const auto deaths = std::make_shared<Record<std::string>>();
+  for (const ProxyRef& proxy : {proxy_, second}) {
+    proxy->setDeathCallback([deaths] { deaths->add("told"); });
+  }
+
+  bus().kill();
+  ASSERT_TRUE(deaths->waitFor(2));
+  unwatched->setDeathCallback([deaths] { deaths->add("told when set"); });
+
+  ASSERT_TRUE(deaths->waitFor(3));
+  EXPECT_TRUE(deaths->stays(3));
+  EXPECT_THAT(deaths->items(), ElementsAre("told", "told", "told when set"));
+}
+
+TEST_F(BusThatIsLost, IsNoSecondDeathOfAServiceThatDiedBefore) {
+  const auto deaths = std::make_shared<Record<std::string>>();
+  proxy_->setDeathCallback([deaths] { deaths->add("death"); });
+  service_.reset();
+  ASSERT_TRUE(deaths->waitFor(1));
+
+  bus().kill();
+  EXPECT_FALSE(manager().isServiceRegistered("vel"));
+
+  EXPECT_TRUE(deaths->stays(1));
+}
+
+TEST_F(BusThatIsLost, MeansThatNothingIsThereAndNothingIsWaitedFor) {
+  bus().kill();
+
+  const auto begun = TestClock::now();
+  EXPECT_THAT(call(*proxy_, "echo", {}, -1), IsFailure());
+  EXPECT_FALSE(manager().isServiceRegistered("vel"));
+  EXPECT_FALSE(manager().getServiceProxyInterface("vel", kSafe, 1));
+  const auto replies = std::make_shared<Messages>();
+  proxy_->callWithReply(
+      messageTo(*proxy_, "echo"), [replies](const MessageRef& reply) { replies->add(reply); }, -1);
+  EXPECT_TRUE(replies->waitFor(1));
+
+  EXPECT_LT(since(begun), Milliseconds(5000));
+  EXPECT_THAT(replies->items(), Each(IsFailure()));
+}
+
+TEST_F(BusThatIsLost, LeavesTheSameManager) {
+  QXBusSerivceManager* const before = QXBusSerivceManager::initSync(-1);
+  bus().kill();
+  QXBusSerivceManager* const meanwhile = QXBusSerivceManager::initSync(-1);
+  bus().start();
+  QXBusSerivceManager* const afterwards = QXBusSerivceManager::initSync(-1);
+
+  EXPECT_EQ(meanwhile, before);
+  EXPECT_EQ(afterwards, before);
+}
+
+TEST_F(BusThatIsLost, CanBeUsedAgainAfterItsReturn) {
+  for (int round = 0; round < 3; ++round) {
+    bus().kill();
+    bus().start();
+    EXPECT_FALSE(manager().isServiceRegistered("vel"));
+    const TestService again;
+    ASSERT_TRUE(manager().isServiceRegistered("vel"));
+
+    const ProxyRef fresh = proxyOf();
+    EXPECT_THAT(call(*fresh, "echo"), IsReply());
+    EXPECT_THAT(call(*proxy_, "echo", {}, 1000), IsFailure());
+  }
+}
+
+TEST_F(BusThatIsLost, IsFoundAgainByWhoeverAsksFirst) {
+  bus().kill();
+  bus().start();
+  const TestService again;
+
+  const ProxyRef fresh = manager().getServiceProxyInterface("vel", kSafe, 1);
+
+  ASSERT_TRUE(fresh);
+  EXPECT_THAT(call(*fresh, "echo"), IsReply());
+}
+
+TEST_F(BusThatIsLost, KeepsItsBroadcastListeners) {
+  const auto broadcasts = std::make_shared<Messages>();
+  const std::string name = newBroadcastName();
+  QXBusEventCallback* const listener =
+      lastingListener([broadcasts](const MessageRef& event) { broadcasts->add(event); });
+  manager().addEventListener(name, listener, kSafe);
+  manager().addEventListener(name, listener, kSafe);
+
+  bus().kill();
+  bus().start();
+  TestService again;
+  ASSERT_TRUE(manager().isServiceRegistered("vel"));
+  again.host().broadcast(name, {std::int32_t{7}});
+
+  ASSERT_TRUE(broadcasts->waitFor(2));
+  EXPECT_TRUE(broadcasts->stays(2));
+  EXPECT_THAT(firstNumbers(*broadcasts), ElementsAre(7, 7));
+}
+
+TEST_F(BusThatIsLost, TakesBroadcastListenersAlsoMeanwhile) {
+  const auto broadcasts = std::make_shared<Messages>();
+  const std::string name = newBroadcastName();
+  bus().kill();
+  EXPECT_FALSE(manager().isServiceRegistered("vel"));
+  manager().addEventListener(
+      name, lastingListener([broadcasts](const MessageRef& event) { broadcasts->add(event); }),
+      kSafe);
+
+  bus().start();
+  TestService again;
+  ASSERT_TRUE(manager().isServiceRegistered("vel"));
+  again.host().broadcast(name, {});
+
+  EXPECT_TRUE(broadcasts->waitFor(1));
+}
+
+// How a client comes back: the death handler waits for the service and takes a new interface.
+TEST_F(BusThatIsLost, CanBeWaitedForInADeathHandler) {
+  const auto replies = std::make_shared<Messages>();
+  const auto fresh = std::make_shared<Record<ProxyRef>>();
+  proxy_->setDeathCallback([=] {
+    waitUntil([] { return manager().isServiceRegistered("vel"); });
+    fresh->add(manager().getServiceProxyInterface("vel", kSafe, 1));
+    if (const ProxyRef proxy = fresh->items().front()) {
+      replies->add(call(*proxy, "echo"));
+    }
+  });
+
+  bus().kill();
+  bus().start();
+  const TestService again;
+
+  ASSERT_TRUE(replies->waitFor(1));
+  EXPECT_THAT(replies->items(), ElementsAre(IsReply()));
+}
+
+// A caller whose call has just ended connects again before all others have been told.
+TEST_F(BusThatIsLost, IsTheDeathOfEveryInterfaceAlsoWhenACallerReconnectsAtOnce) {
+  const auto deaths = std::make_shared<Gate>();
+  proxy_->setDeathCallback([deaths] { deaths->open(); });
+  std::thread caller([&] {
+    EXPECT_THAT(call(*proxy_, "hold", {}, -1), IsFailure());
+    manager().isServiceRegistered("vel");
+  });
+  ASSERT_TRUE(service_->waitForHeld(1));
+  std::atomic<std::size_t> ended{0};
+  constexpr std::size_t kPending = 20000;
+  for (std::size_t i = 0; i < kPending; ++i) {
+    proxy_->callWithReply(
+        messageTo(*proxy_, "hold"), [&](const MessageRef&) { ++ended; }, -1);
+  }
+  ASSERT_TRUE(service_->waitForHeld(kPending + 1));
+
+  bus().kill();
+  caller.join();
+
+  EXPECT_TRUE(waitUntil([&] { return ended == kPending; }));
+  EXPECT_TRUE(deaths->wait(Milliseconds(3000)));
+}
+
+#if defined(__linux__)
+std::ptrdiff_t openDescriptors() {
+  const std::filesystem::directory_iterator descriptors("/proc/self/fd");
+  return std::distance(begin(descriptors), end(descriptors));
+}
+
+TEST_F(BusThatIsLost, LeavesNoDescriptorsOpen) {
+  const auto restart = [] {
+    bus().kill();
+    bus().start();
+    TestService again;
+    call(*proxyOf(), "echo");
+  };
+  service_.reset();
+  proxy_.reset();
+  restart();
+  const std::ptrdiff_t before = openDescriptors();
+
+  for (int i = 0; i < 5; ++i) {
+    restart();
+  }
+
+  EXPECT_TRUE(waitUntil([&] { return openDescriptors() <= before; }, Milliseconds(5000)))
+      << openDescriptors() << " instead of " << before;
+}
+#endif
+
+// --- The first connection ------------------------------------------------------------------------
+
+class FirstConnection : public BusTest {
+ protected:
+  struct Result {
+    std::string said;
+    Milliseconds took;
+  };
+  static Result connect(const std::vector<std::string>& variable) {
+    std::vector<std::string> arguments = {BUS_PROCESS, "connect"};
+    arguments.insert(arguments.end(), variable.begin(), variable.end());
+    ChildProcess process(arguments);
+    const std::string said = process.readLine();
+    const std::string took = process.readLine();
+    EXPECT_EQ(process.wait(), 0);
+    return {said, Milliseconds(std::atoi(took.c_str()))};
+  }
+};
+
+TEST_F(FirstConnection, ToABusThatIsNotThereFailsPromptly) {
+  const std::string addresses[] = {"unix:path=" + (bus().directory() / "nothing").string(),
+                                   "unix:path=" + (bus().directory() / "no" / "directory").string(),
+                                   "nonsense",
+                                   "unix:",
+                                   ";",
+                                   "tcp:host=127.0.0.1,port=1"};
+  for (const std::string& address : addresses) {
+    SCOPED_TRACE(address);
+    const Result result = connect({"QXBUS_ADDRESS=" + address});
+    EXPECT_EQ(result.said, "no bus");
+    EXPECT_LT(result.took, Milliseconds(1000));
+  }
+}
+
+TEST_F(FirstConnection, WithoutAnyAddressFailsPromptly) {
+  const Result result = connect({});
+
+  EXPECT_EQ(result.said, "no bus");
+  EXPECT_LT(result.took, Milliseconds(1000));
+}
+
+TEST_F(FirstConnection, IsToTheSessionBusWhenNoOtherIsNamed) {
+  EXPECT_EQ(connect({"DBUS_SESSION_BUS_ADDRESS=" + bus().address()}).said, "connected");
+  EXPECT_EQ(connect({"QXBUS_ADDRESS=" + bus().address()}).said, "connected");
+}
+
+TEST_F(FirstConnection, ToABusThatHangsFailsWithinTwoSeconds) {
+  bus().hang();
+  const Result result = connect({"QXBUS_ADDRESS=" + bus().address()});
+  bus().resume();
+
+  EXPECT_EQ(result.said, "no bus");
+  EXPECT_LT(result.took, Milliseconds(2500));
+}
+
+TEST_F(FirstConnection, CanBeTriedAgain) {
+  bus().kill();
+  ChildProcess process({BUS_PROCESS, "wait", "QXBUS_ADDRESS=" + bus().address()});
+  ASSERT_EQ(process.readLine(), "no bus");
+
+  bus().start();
+
+  EXPECT_EQ(process.readLine(), "connected");
+}
+
+}  // namespace

@@ -1,0 +1,101 @@
+// What the tests of the bus over D-Bus have in common: one private bus and one manager per process,
+// services in this process, and the log.
+
+#ifndef TESTS_DBUS_BUS_TEST_H
+#define TESTS_DBUS_BUS_TEST_H
+
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "bus/dbus/service_host.h"
+#include "bus/qxbus.h"
+#include "tests/dbus/private_bus.h"
+#include "tests/dbus/waiting.h"
+
+namespace dbustest {
+
+using MessageRef = std::shared_ptr<QXBusMessage>;
+using ProxyRef = std::shared_ptr<QXBusProxyInterface>;
+using Messages = Record<MessageRef>;
+
+// The lines that were logged since the test began.
+std::vector<std::string> loggedLines();
+
+// A service in this process, on a connection of its own. Its methods:
+//   echo    replies with its arguments
+//   fail    fails with its first argument as the text
+//   hold    is kept, unanswered, until release()
+class TestService {
+ public:
+  explicit TestService(const std::string& name = "vel", std::vector<qxbus::Method> more = {},
+                       const std::vector<std::string>& events = {});
+  ~TestService();
+
+  qxbus::ServiceHost& host() { return *host_; }
+  void emit(const std::string& event, const qxbus::Values& values) {
+    host_->emitEvent(event, values);
+  }
+
+  bool waitForHeld(std::size_t count) const;
+  std::size_t held() const;
+  // Answers everything that is held with these values.
+  void release(const qxbus::Values& values);
+  // Gives away what is held.
+  std::shared_ptr<std::deque<qxbus::Request>> takeHeld();
+
+ private:
+  struct Held;
+  std::shared_ptr<Held> held_;
+  std::unique_ptr<qxbus::ServiceHost> host_;
+};
+
+class BusTest : public testing::Test {
+ protected:
+  BusTest();
+  ~BusTest() override;
+
+  static PrivateBus& bus();
+  // Connected when the test begins.
+  static QXBusSerivceManager& manager() { return *QXBusSerivceManager::initSync(-1); }
+  // An interface of a service that runs; the test fails if there is none.
+  static ProxyRef proxyOf(const std::string& service = "vel");
+
+  // A listener that lives as long as the process: the bus never says when it has done with one.
+  static QXBusEventCallback* lastingListener(std::function<void(MessageRef)> handler);
+  // A broadcast event that no other test listens to.
+  static std::string newBroadcastName();
+};
+
+// Calls a method with these arguments and waits for the reply.
+MessageRef call(QXBusProxyInterface& proxy, const std::string& method,
+                const qxbus::Values& arguments = {}, int timeoutMs = 10000);
+MessageRef messageTo(QXBusProxyInterface& proxy, const std::string& method,
+                     const qxbus::Values& arguments = {});
+
+std::string bytesOf(QXBusMessage& message, int index);
+
+std::int32_t firstNumber(const MessageRef& message);
+std::vector<std::int32_t> firstNumbers(const Messages& messages);
+
+// A message of a failed call: its type and a text.
+MATCHER(IsFailure, "") {
+  return arg && arg->type() == MESSAGE_TYPE_ERROR && !arg->getString(0).empty();
+}
+MATCHER(IsReply, "") {
+  return arg && arg->type() == MESSAGE_TYPE_METHOD_RETURN;
+}
+
+}  // namespace dbustest
+
+// How a failed expectation shows a message.
+void PrintTo(const std::shared_ptr<QXBusMessage>& message, std::ostream* stream);
+
+#endif  // TESTS_DBUS_BUS_TEST_H

@@ -1,0 +1,321 @@
+// Calls: their replies, failures and deadlines.
+
+#include <atomic>
+#include <thread>
+
+#include "tests/dbus/bus_test.h"
+#include "tests/dbus/raw_peer.h"
+
+namespace {
+
+using namespace dbustest;
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+// How late a deadline may be noticed on a machine that is busy with other things.
+constexpr Milliseconds kLate{250};
+
+class CallOverDBus : public BusTest {
+ protected:
+  std::function<void(MessageRef)> note() {
+    return [replies = replies_](MessageRef reply) { replies->add(std::move(reply)); };
+  }
+
+  TestService service_;
+  ProxyRef proxy_ = proxyOf();
+  std::shared_ptr<Messages> replies_ = std::make_shared<Messages>();
+};
+
+TEST_F(CallOverDBus, GivesTheReply) {
+  const MessageRef reply = call(*proxy_, "echo", {std::int32_t{7}, std::string("text")});
+
+  ASSERT_THAT(reply, IsReply());
+  EXPECT_EQ(reply->argCount(), 2);
+  EXPECT_EQ(reply->getInt32(0), 7);
+  EXPECT_EQ(reply->getString(1), "text");
+}
+
+TEST_F(CallOverDBus, GivesTheTextOfAnErrorReply) {
+  const MessageRef reply = call(*proxy_, "fail", {std::string("no desktop connected")});
+
+  EXPECT_EQ(reply->type(), 3);
+  EXPECT_EQ(reply->getString(0), "no desktop connected");
+}
+
+TEST_F(CallOverDBus, OfAMethodThatIsNotThereFailsWithItsName) {
+  const MessageRef reply = call(*proxy_, "noSuchMethod");
+
+  EXPECT_THAT(reply, IsFailure());
+  EXPECT_THAT(reply->getString(0), HasSubstr("noSuchMethod"));
+}
+
+TEST_F(CallOverDBus, WithANameThatDBusDoesNotAllowFails) {
+  const std::string names[] = {"",        "with blank", "dotted.name", "1st",
+                               "dash-ed", "\xC3",       "nul\0l",      std::string(256, 'a')};
+  for (const std::string& name : names) {
+    EXPECT_THAT(call(*proxy_, name), IsFailure()) << name;
+  }
+  EXPECT_THAT(call(*proxy_, std::string("nul\0l", 5)), IsFailure());
+
+  proxy_->callWithReply(proxy_->makeMethodCallMessage("with blank"), note(), 1000);
+
+  ASSERT_TRUE(replies_->waitFor(1));
+  EXPECT_THAT(replies_->items(), ElementsAre(IsFailure()));
+}
+
+TEST_F(CallOverDBus, WithoutAMessageFails) {
+  EXPECT_THAT(proxy_->callWithReplyBlocking(nullptr, 1000), IsFailure());
+
+  proxy_->callWithReply(nullptr, note(), 1000);
+
+  ASSERT_TRUE(replies_->waitFor(1));
+  EXPECT_THAT(replies_->items(), ElementsAre(IsFailure()));
+}
+
+TEST_F(CallOverDBus, WithoutACompletionIsMadeAllTheSame) {
+  proxy_->callWithReply(messageTo(*proxy_, "hold"), nullptr, 5000);
+
+  EXPECT_TRUE(service_.waitForHeld(1));
+}
+
+// The usual way to try again is with the same message.
+TEST_F(CallOverDBus, MayBeMadeAgainWithTheSameMessage) {
+  const MessageRef message = messageTo(*proxy_, "echo", {std::int32_t{7}});
+
+  EXPECT_EQ(firstNumber(proxy_->callWithReplyBlocking(message, 10000)), 7);
+  EXPECT_EQ(firstNumber(proxy_->callWithReplyBlocking(message, 10000)), 7);
+  proxy_->callWithReply(message, note(), 10000);
+  proxy_->callWithReply(message, note(), 10000);
+
+  ASSERT_TRUE(replies_->waitFor(2));
+  EXPECT_THAT(firstNumbers(*replies_), ElementsAre(7, 7));
+}
+
+TEST_F(CallOverDBus, MayBeMadeAgainAfterItsTimeOut) {
+  const MessageRef message = messageTo(*proxy_, "hold");
+  EXPECT_THAT(proxy_->callWithReplyBlocking(message, 20), IsFailure());
+  proxy_->callWithReply(message, note(), 10000);
+  ASSERT_TRUE(service_.waitForHeld(2));
+
+  service_.release({std::int32_t{5}});
+
+  ASSERT_TRUE(replies_->waitFor(1));
+  EXPECT_THAT(firstNumbers(*replies_), ElementsAre(5));
+}
+
+TEST_F(CallOverDBus, AnErrorReplyWithoutATextStillHasOne) {
+  RawPeer odd(bus().address());
+  ASSERT_TRUE(odd.own("qx.bus.odd"));
+  const ProxyRef proxy = proxyOf("odd");
+
+  proxy->callWithReply(proxy->makeMethodCallMessage("first"), note(), 10000);
+  odd.replyError(odd.nextCall(), "odd.Error.Empty");
+  proxy->callWithReply(proxy->makeMethodCallMessage("second"), note(), 10000);
+  odd.replyError(odd.nextCall(), "odd.Error.Number", nativeInt32(5));
+
+  ASSERT_TRUE(replies_->waitFor(2));
+  EXPECT_THAT(replies_->items(), Each(IsFailure()));
+}
+
+// --- Deadlines -----------------------------------------------------------------------------------
+
+TEST_F(CallOverDBus, EndsAtItsDeadline) {
+  for (const int timeoutMs : {1, 50, 200}) {
+    const auto begun = TestClock::now();
+    const MessageRef reply = call(*proxy_, "hold", {}, timeoutMs);
+    const Milliseconds took = since(begun);
+
+    EXPECT_THAT(reply, IsFailure());
+    EXPECT_EQ(reply->type(), 3);
+    EXPECT_GE(took, Milliseconds(timeoutMs));
+    EXPECT_LT(took, Milliseconds(timeoutMs) + kLate);
+  }
+}
+
+TEST_F(CallOverDBus, EndsAtItsDeadlineWhileAnotherCallWaitsLonger) {
+  MessageRef longReply;
+  std::thread longCaller([&] { longReply = call(*proxy_, "hold", {std::int32_t{0}}, 30000); });
+  proxy_->callWithReply(messageTo(*proxy_, "hold"), note(), 30000);
+  ASSERT_TRUE(service_.waitForHeld(2));
+
+  const auto begun = TestClock::now();
+  const MessageRef reply = call(*proxy_, "hold", {}, 50);
+  const Milliseconds took = since(begun);
+  service_.release({std::int32_t{9}});
+  longCaller.join();
+
+  EXPECT_THAT(reply, IsFailure());
+  EXPECT_GE(took, Milliseconds(50));
+  EXPECT_LT(took, Milliseconds(50) + kLate);
+  EXPECT_EQ(firstNumber(longReply), 9);
+  EXPECT_TRUE(replies_->waitFor(1));
+}
+
+TEST_F(CallOverDBus, EndsAtItsDeadlineAmongManyCallersThatWaitLonger) {
+  std::vector<std::thread> callers;
+  Record<MessageRef> longReplies;
+  for (int i = 0; i < 8; ++i) {
+    callers.emplace_back([&] { longReplies.add(call(*proxy_, "hold", {}, 30000)); });
+  }
+  ASSERT_TRUE(service_.waitForHeld(8));
+  Record<Milliseconds> took;
+  Record<MessageRef> shortReplies;
+
+  for (int i = 0; i < 8; ++i) {
+    callers.emplace_back([&] {
+      for (int round = 0; round < 4; ++round) {
+        const auto begun = TestClock::now();
+        shortReplies.add(call(*proxy_, "hold", {}, 50));
+        took.add(since(begun));
+      }
+    });
+  }
+  ASSERT_TRUE(shortReplies.waitFor(32));
+  ASSERT_TRUE(took.waitFor(32));
+  EXPECT_EQ(longReplies.size(), 0u);
+  service_.release({});
+  for (std::thread& caller : callers) {
+    caller.join();
+  }
+
+  EXPECT_THAT(shortReplies.items(), Each(IsFailure()));
+  EXPECT_THAT(took.items(), Each(testing::Ge(Milliseconds(50))));
+  EXPECT_THAT(took.items(), Each(testing::Lt(Milliseconds(50) + kLate)));
+  EXPECT_THAT(longReplies.items(), Each(IsReply()));
+}
+
+TEST_F(CallOverDBus, EndsAtItsDeadlineWithoutWaitingForACallerThatSendsMuch) {
+  std::atomic<bool> stop{false};
+  std::thread sender([&] {
+    const qxbus::Values much = {qxbus::Bytes(4 * 1024 * 1024)};
+    while (!stop) {
+      call(*proxy_, "echo", much, 10000);
+    }
+  });
+
+  std::vector<Milliseconds> took;
+  for (int i = 0; i < 5; ++i) {
+    const auto begun = TestClock::now();
+    EXPECT_THAT(call(*proxy_, "hold", {}, 50), IsFailure());
+    took.push_back(since(begun));
+  }
+  stop = true;
+  sender.join();
+
+  EXPECT_THAT(took, Each(testing::Ge(Milliseconds(50))));
+  EXPECT_THAT(took, Each(testing::Lt(Milliseconds(50) + 2 * kLate)));
+}
+
+TEST_F(CallOverDBus, ACompletionComesAtItsDeadlineAlsoWhenALongerOneWasThereFirst) {
+  const auto took = std::make_shared<Record<Milliseconds>>();
+  const auto begun = TestClock::now();
+  const auto noteTime = [took, begun](const MessageRef&) { took->add(since(begun)); };
+  proxy_->callWithReply(messageTo(*proxy_, "hold"), noteTime, 30000);
+  proxy_->callWithReply(messageTo(*proxy_, "hold"), noteTime, 150);
+  proxy_->callWithReply(messageTo(*proxy_, "hold"), noteTime, 50);
+
+  ASSERT_TRUE(took->waitFor(2));
+
+  EXPECT_GE(took->items()[0], Milliseconds(50));
+  EXPECT_LT(took->items()[0], Milliseconds(50) + kLate);
+  EXPECT_GE(took->items()[1], Milliseconds(150));
+  EXPECT_LT(took->items()[1], Milliseconds(150) + kLate);
+  service_.release({});
+  EXPECT_TRUE(took->waitFor(3));
+}
+
+// Minus one is not the bus library's own default, nor a moment ago.
+TEST_F(CallOverDBus, WithoutALimitWaitsForItsReply) {
+  proxy_->callWithReply(messageTo(*proxy_, "hold"), note(), -1);
+  MessageRef blocking;
+  std::thread caller([&] { blocking = call(*proxy_, "hold", {}, -1); });
+  ASSERT_TRUE(service_.waitForHeld(2));
+
+  EXPECT_FALSE(replies_->waitFor(1, Milliseconds(1500)));
+  service_.release({std::int32_t{3}});
+  caller.join();
+
+  ASSERT_TRUE(replies_->waitFor(1));
+  EXPECT_EQ(firstNumber(blocking), 3);
+  EXPECT_THAT(firstNumbers(*replies_), ElementsAre(3));
+}
+
+TEST_F(CallOverDBus, AReplyThatComesTooLateIsIgnored) {
+  proxy_->callWithReply(messageTo(*proxy_, "hold"), note(), 30);
+  EXPECT_THAT(call(*proxy_, "hold", {}, 30), IsFailure());
+  ASSERT_TRUE(replies_->waitFor(1));
+
+  service_.release({std::int32_t{1}});
+
+  const MessageRef next = call(*proxy_, "echo", {std::int32_t{2}});
+  EXPECT_EQ(firstNumber(next), 2);
+  EXPECT_TRUE(replies_->stays(1));
+  EXPECT_THAT(replies_->items(), ElementsAre(IsFailure()));
+}
+
+// --- Completions ---------------------------------------------------------------------------------
+
+TEST_F(CallOverDBus, RunsItsCompletionExactlyOnceWhateverHappens) {
+  for (int i = 0; i < 50; ++i) {
+    proxy_->callWithReply(messageTo(*proxy_, "echo"), note(), 10000);
+    proxy_->callWithReply(messageTo(*proxy_, "fail", {std::string("why")}), note(), 10000);
+    proxy_->callWithReply(messageTo(*proxy_, "hold"), note(), i % 7);
+    proxy_->callWithReply(messageTo(*proxy_, "echo"), note(), i % 3);
+  }
+  ASSERT_TRUE(replies_->waitFor(200));
+
+  service_.release({});
+
+  EXPECT_TRUE(replies_->stays(200));
+  EXPECT_THAT(replies_->items(), Each(testing::NotNull()));
+}
+
+TEST_F(CallOverDBus, RunsItsCompletionAlsoWhenTheInterfaceIsGone) {
+  proxy_->callWithReply(messageTo(*proxy_, "hold"), note(), 10000);
+  ASSERT_TRUE(service_.waitForHeld(1));
+  proxy_.reset();
+
+  service_.release({std::int32_t{4}});
+
+  ASSERT_TRUE(replies_->waitFor(1));
+  EXPECT_THAT(firstNumbers(*replies_), ElementsAre(4));
+}
+
+TEST_F(CallOverDBus, FailsWhenTheServiceDiesBeforeItsReply) {
+  auto mortal = std::make_unique<RawPeer>(bus().address());
+  ASSERT_TRUE(mortal->own("qx.bus.mortal"));
+  const ProxyRef proxy = proxyOf("mortal");
+  proxy->callWithReply(proxy->makeMethodCallMessage("never"), note(), -1);
+  MessageRef reply;
+  std::thread caller([&] { reply = call(*proxy, "never", {}, -1); });
+  ASSERT_TRUE(mortal->nextCall() && mortal->nextCall());
+
+  mortal.reset();
+  caller.join();
+
+  EXPECT_THAT(reply, IsFailure());
+  ASSERT_TRUE(replies_->waitFor(1));
+  EXPECT_THAT(replies_->items(), ElementsAre(IsFailure()));
+}
+
+TEST_F(CallOverDBus, ManyCallersAtOnceEachGetTheirOwnReply) {
+  std::atomic<int> wrong{0};
+  std::vector<std::thread> callers;
+  for (std::int32_t id = 0; id < 8; ++id) {
+    callers.emplace_back([&, id] {
+      for (std::int32_t i = 0; i < 100; ++i) {
+        const std::int32_t asked = id * 1000 + i;
+        const MessageRef reply = call(*proxy_, "echo", qxbus::Values(1, asked));
+        wrong += firstNumber(reply) == asked ? 0 : 1;
+      }
+    });
+  }
+  for (std::thread& caller : callers) {
+    caller.join();
+  }
+
+  EXPECT_EQ(wrong, 0);
+}
+
+}  // namespace

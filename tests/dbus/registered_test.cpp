@@ -1,0 +1,140 @@
+// Whether a service is there, and what asking must not do.
+
+#include <filesystem>
+#include <fstream>
+
+#include "tests/dbus/bus_test.h"
+#include "tests/dbus/raw_peer.h"
+
+namespace {
+
+using namespace dbustest;
+
+constexpr QXBusSecurityFlags kSafe = QXBUS_SECURITY_SAME_USER_OR_ROOT;
+
+class ServiceOverDBus : public BusTest {};
+
+TEST_F(ServiceOverDBus, IsAskedForEachTime) {
+  EXPECT_FALSE(manager().isServiceRegistered("vel"));
+  auto service = std::make_unique<TestService>();
+  EXPECT_TRUE(manager().isServiceRegistered("vel"));
+  service.reset();
+  EXPECT_FALSE(manager().isServiceRegistered("vel"));
+  service = std::make_unique<TestService>();
+  EXPECT_TRUE(manager().isServiceRegistered("vel"));
+}
+
+TEST_F(ServiceOverDBus, ThatIsAbsentHasNoInterface) {
+  EXPECT_FALSE(manager().getServiceProxyInterface("absent", kSafe, 1));
+  EXPECT_FALSE(manager().isServiceRegistered("absent"));
+}
+
+TEST_F(ServiceOverDBus, WithANameThatDBusDoesNotAllowIsNotThere) {
+  for (const std::string& name :
+       {std::string(), std::string("with blank"), std::string("a-b"), std::string(".."),
+        std::string("nul\0l", 5), std::string("\xC3"), std::string(300, 'a'), std::string("1a")}) {
+    EXPECT_FALSE(manager().isServiceRegistered(name)) << name;
+    EXPECT_FALSE(manager().getServiceProxyInterface(name, kSafe, 1)) << name;
+  }
+}
+
+TEST_F(ServiceOverDBus, HasManyInterfacesIfNeedBe) {
+  const TestService service;
+  const ProxyRef first = proxyOf();
+  ProxyRef second = proxyOf();
+
+  EXPECT_NE(first, second);
+  second.reset();
+
+  EXPECT_THAT(call(*first, "echo"), IsReply());
+}
+
+// Releasing one must not take away what the bus sends for the other.
+TEST_F(ServiceOverDBus, KeepsItsEventsWhenOneOfTwoInterfacesIsReleased) {
+  auto service = std::make_unique<TestService>();
+  const ProxyRef kept = proxyOf();
+  ProxyRef released = proxyOf();
+  const auto events = std::make_shared<Messages>();
+  const auto death = std::make_shared<Gate>();
+  kept->addEventListener("velevent",
+                         lastingListener([events](const MessageRef& event) { events->add(event); }),
+                         kSafe);
+  kept->setDeathCallback([death] { death->open(); });
+
+  released.reset();
+
+  EXPECT_THAT(call(*kept, "echo"), IsReply());
+  service->emit("velevent", {});
+  EXPECT_TRUE(events->waitFor(1));
+  service.reset();
+  EXPECT_TRUE(death->wait());
+}
+
+// The bus would start a service that somebody calls by its name.
+TEST_F(ServiceOverDBus, IsNeverStartedByAsking) {
+  const std::filesystem::path witness = bus().directory() / "started";
+  bus().kill();
+  std::ofstream(bus().serviceDirectory() / "qx.bus.startable.service")
+      << "[D-BUS Service]\nName=qx.bus.startable\nExec=/bin/sh -c \"touch " << witness.string()
+      << "; exit 1\"\n";
+  bus().start();
+  ASSERT_FALSE(manager().isServiceRegistered("startable"));
+
+  EXPECT_FALSE(manager().getServiceProxyInterface("startable", kSafe, 1));
+  auto service = std::make_unique<TestService>("startable");
+  const ProxyRef proxy = proxyOf("startable");
+  service.reset();
+  EXPECT_THAT(call(*proxy, "echo", {}, 2000), IsFailure());
+  EXPECT_FALSE(manager().isServiceRegistered("startable"));
+  std::this_thread::sleep_for(kSilence);
+  EXPECT_FALSE(std::filesystem::exists(witness));
+
+  // That the file can appear at all: somebody else has the service started.
+  RawPeer other(bus().address());
+  other.call("qx.bus.startable", "/", "qx.bus.startable", "start");
+  EXPECT_TRUE(std::filesystem::exists(witness));
+  std::filesystem::remove(bus().serviceDirectory() / "qx.bus.startable.service");
+  std::filesystem::remove(witness);
+}
+
+class HangingBus : public BusTest {
+ protected:
+  ~HangingBus() override { bus().resume(); }
+};
+
+TEST_F(HangingBus, MeansAfterTwoSecondsThatTheServiceIsNotThere) {
+  const TestService service;
+  const ProxyRef proxy = proxyOf();
+  bus().hang();
+
+  auto begun = TestClock::now();
+  EXPECT_FALSE(manager().isServiceRegistered("vel"));
+  EXPECT_GE(since(begun), Milliseconds(1000));
+  EXPECT_LT(since(begun), Milliseconds(2500));
+
+  begun = TestClock::now();
+  EXPECT_THAT(call(*proxy, "echo", {}, 100), IsFailure());
+  EXPECT_GE(since(begun), Milliseconds(100));
+  EXPECT_LT(since(begun), Milliseconds(1000));
+
+  bus().resume();
+  EXPECT_TRUE(manager().isServiceRegistered("vel"));
+  EXPECT_THAT(call(*proxy, "echo"), IsReply());
+}
+
+// The bus takes the connection and then says nothing.
+TEST_F(HangingBus, ThatHasStartedAnewMeansTheSame) {
+  bus().kill();
+  bus().start();
+  bus().hang();
+
+  const auto begun = TestClock::now();
+  EXPECT_FALSE(manager().isServiceRegistered("vel"));
+
+  EXPECT_LT(since(begun), Milliseconds(2500));
+  bus().resume();
+  const TestService service;
+  EXPECT_TRUE(manager().isServiceRegistered("vel"));
+}
+
+}  // namespace

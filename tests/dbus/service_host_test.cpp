@@ -1,0 +1,306 @@
+// The service side, seen by ordinary tools and by callers of every kind.
+
+#include <atomic>
+#include <thread>
+
+#include "bus/dbus/wire.h"
+#include "tests/dbus/bus_test.h"
+#include "tests/dbus/raw_peer.h"
+
+namespace {
+
+using namespace dbustest;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+constexpr char kName[] = "qx.bus.vel";
+constexpr char kPath[] = "/qx/bus/vel";
+
+class ServiceHostOverDBus : public BusTest {
+ protected:
+  // What dbus-send prints.
+  static std::string dbusSend(const std::vector<std::string>& arguments) {
+    std::vector<std::string> command = {"dbus-send", "--bus=" + bus().address(), "--print-reply",
+                                        "--reply-timeout=20000"};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    ChildProcess process(command);
+    std::string printed = process.readAll();
+    EXPECT_EQ(process.wait(), 0);
+    return printed;
+  }
+
+  DBusMessageRef ask(const std::string& method, const Body& body = nullptr) {
+    return client_.call(kName, kPath, kName, method, body);
+  }
+
+  // How many replies go over the bus to the client because of what an action does.
+  int repliesDuring(const std::function<void()>& action) {
+    RawPeer watcher(bus().address());
+    const Body everything = [](DBusMessageIter* arguments) {
+      DBusMessageIter rules;
+      const dbus_uint32_t flags = 0;
+      dbus_message_iter_open_container(arguments, DBUS_TYPE_ARRAY, "s", &rules);
+      dbus_message_iter_close_container(arguments, &rules);
+      dbus_message_iter_append_basic(arguments, DBUS_TYPE_UINT32, &flags);
+    };
+    EXPECT_EQ(errorNameOf(watcher.call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_MONITORING,
+                                       "BecomeMonitor", everything)),
+              "");
+
+    action();
+    ask("echo", nativeString("the end"));
+
+    for (int replies = 0;; ++replies) {
+      DBusMessageRef seen = watcher.nextMessage();
+      while (seen && (dbus_message_get_reply_serial(seen.get()) == 0 ||
+                      !dbus_message_has_destination(seen.get(), client_.uniqueName().c_str()))) {
+        seen = watcher.nextMessage();
+      }
+      if (!seen || qxbus::readString(qxbus::readBody(seen.get()), 0) == "the end") {
+        EXPECT_TRUE(seen);
+        return replies;
+      }
+    }
+  }
+
+  RawPeer client_{bus().address()};
+};
+
+// --- Ordinary tools ------------------------------------------------------------------------------
+
+TEST_F(ServiceHostOverDBus, TellsAnOrdinaryToolWhatItHas) {
+  const TestService service("vel", {}, {"velevent"});
+
+  const std::string xml = dbusSend(
+      {std::string("--dest=") + kName, kPath, "org.freedesktop.DBus.Introspectable.Introspect"});
+
+  EXPECT_THAT(xml,
+              AllOf(HasSubstr("<interface name=\"qx.bus.vel\""), HasSubstr("<method name=\"echo\""),
+                    HasSubstr("<method name=\"fail\""), HasSubstr("<signal name=\"velevent\""),
+                    HasSubstr("org.freedesktop.DBus.Peer")));
+}
+
+TEST_F(ServiceHostOverDBus, LeadsAnOrdinaryToolFromTheRootToItsObject) {
+  const TestService service;
+  const auto childOf = [](const std::string& path) {
+    return dbusSend(
+        {std::string("--dest=") + kName, path, "org.freedesktop.DBus.Introspectable.Introspect"});
+  };
+
+  EXPECT_THAT(childOf("/"), HasSubstr("<node name=\"qx\""));
+  EXPECT_THAT(childOf("/qx"), HasSubstr("<node name=\"bus\""));
+  EXPECT_THAT(childOf("/qx/bus"), HasSubstr("<node name=\"vel\""));
+}
+
+TEST_F(ServiceHostOverDBus, AnswersAnOrdinaryToolThatPings) {
+  const TestService service;
+
+  EXPECT_THAT(dbusSend({std::string("--dest=") + kName, kPath, "org.freedesktop.DBus.Peer.Ping"}),
+              HasSubstr("method return"));
+  EXPECT_THAT(
+      dbusSend({std::string("--dest=") + kName, kPath, "org.freedesktop.DBus.Peer.GetMachineId"}),
+      HasSubstr("string \""));
+}
+
+TEST_F(ServiceHostOverDBus, TakesNativeArgumentsFromAnOrdinaryTool) {
+  const TestService service;
+
+  const std::string printed = dbusSend({std::string("--dest=") + kName, kPath, "qx.bus.vel.echo",
+                                        "int32:7", "string:text", "array:byte:1,2"});
+
+  EXPECT_THAT(printed, AllOf(HasSubstr("int32 7"), HasSubstr("string \"text\""),
+                             HasSubstr("array of bytes")));
+}
+
+// --- Calls ---------------------------------------------------------------------------------------
+
+TEST_F(ServiceHostOverDBus, ReadsNativeAndVariantArguments) {
+  TestService service("vel", {{"describe", [](qxbus::Request request) {
+                                 request.reply({qxbus::describe(request.arguments())});
+                               }}});
+  const auto described = [&](const Body& body) {
+    const DBusMessageRef reply = ask("describe", body);
+    return qxbus::readString(qxbus::readBody(reply.get()), 0);
+  };
+
+  EXPECT_EQ(described(nativeInt32(7)), "int32 7");
+  EXPECT_EQ(described(nativeString("text")), "string \"text\"");
+  EXPECT_EQ(described(variants({std::int32_t{7}, std::string("text")})),
+            "int32 7, string \"text\"");
+  EXPECT_EQ(described(variants({})), "");
+  EXPECT_EQ(described(nullptr), "");
+}
+
+TEST_F(ServiceHostOverDBus, RepliesWithVariants) {
+  const TestService service;
+
+  EXPECT_STREQ(dbus_message_get_signature(ask("echo", nativeInt32(7)).get()), "av");
+  EXPECT_STREQ(dbus_message_get_signature(ask("echo").get()), "av");
+}
+
+TEST_F(ServiceHostOverDBus, FailsWithOneText) {
+  const TestService service;
+
+  const DBusMessageRef reply = ask("fail", nativeString("no desktop connected"));
+
+  EXPECT_NE(errorNameOf(reply), "");
+  EXPECT_STREQ(dbus_message_get_signature(reply.get()), "s");
+  EXPECT_EQ(textOf(reply), "no desktop connected");
+}
+
+TEST_F(ServiceHostOverDBus, NamesTheMethodThatItDoesNotHave) {
+  const TestService service;
+
+  const DBusMessageRef reply = ask("startManger");
+
+  EXPECT_EQ(errorNameOf(reply), DBUS_ERROR_UNKNOWN_METHOD);
+  EXPECT_THAT(textOf(reply), HasSubstr("startManger"));
+}
+
+TEST_F(ServiceHostOverDBus, HasNoOtherObjectAndNoOtherInterface) {
+  const TestService service;
+
+  EXPECT_EQ(errorNameOf(client_.call(kName, "/qx/bus/else", kName, "echo")),
+            DBUS_ERROR_UNKNOWN_OBJECT);
+  EXPECT_EQ(errorNameOf(client_.call(kName, kPath, "qx.bus.else", "echo")),
+            DBUS_ERROR_UNKNOWN_INTERFACE);
+  EXPECT_EQ(errorNameOf(client_.call(kName, kPath, "", "echo")), "");
+}
+
+TEST_F(ServiceHostOverDBus, TellsWhoCalls) {
+  const auto senders = std::make_shared<Record<std::string>>();
+  TestService service("vel", {{"whoAmI", [senders](qxbus::Request request) {
+                                 senders->add(request.method() + " " + request.sender());
+                                 request.reply({});
+                               }}});
+
+  ask("whoAmI");
+
+  EXPECT_THAT(senders->items(), ElementsAre("whoAmI " + client_.uniqueName()));
+}
+
+TEST_F(ServiceHostOverDBus, AnswersLater) {
+  TestService service;
+  std::thread answerer([&] {
+    service.waitForHeld(1);
+    service.release({std::string("at last")});
+  });
+
+  const DBusMessageRef reply = ask("hold");
+  answerer.join();
+
+  EXPECT_EQ(qxbus::readString(qxbus::readBody(reply.get()), 0), "at last");
+}
+
+TEST_F(ServiceHostOverDBus, AnswersARequestThatIsDroppedWithAnError) {
+  TestService service("vel", {{"drop", [](const qxbus::Request&) {}}});
+
+  const DBusMessageRef reply = ask("drop");
+
+  EXPECT_NE(errorNameOf(reply), "");
+  EXPECT_THAT(textOf(reply), HasSubstr("drop"));
+}
+
+TEST_F(ServiceHostOverDBus, SendsOnlyTheFirstAnswer) {
+  TestService service("vel", {{"twice",
+                               [](qxbus::Request request) {
+                                 request.reply({std::string("first")});
+                                 request.fail("second");
+                                 request.reply({std::string("third")});
+                               }},
+                              {"twiceNo", [](qxbus::Request request) {
+                                 request.fail("first");
+                                 request.reply({std::string("second")});
+                               }}});
+
+  EXPECT_EQ(repliesDuring([&] {
+              EXPECT_EQ(qxbus::readString(qxbus::readBody(ask("twice").get()), 0), "first");
+              EXPECT_EQ(textOf(ask("twiceNo")), "first");
+            }),
+            2);
+}
+
+TEST_F(ServiceHostOverDBus, SendsNoReplyThatNobodyWants) {
+  TestService service("vel", {{"drop", [](const qxbus::Request&) {}}});
+
+  EXPECT_EQ(
+      repliesDuring([&] {
+        for (const char* const method : {"echo", "fail", "drop", "unknown"}) {
+          const DBusMessageRef call(dbus_message_new_method_call(kName, kPath, kName, method));
+          dbus_message_set_no_reply(call.get(), TRUE);
+          client_.send(call);
+        }
+      }),
+      0);
+}
+
+TEST_F(ServiceHostOverDBus, RunsItsHandlersOneAtATimeOnAThreadOfItsOwn) {
+  std::atomic<int> running{0};
+  std::atomic<int> most{0};
+  const auto threads = std::make_shared<Record<std::thread::id>>();
+  TestService service("vel", {{"work", [&, threads](qxbus::Request request) {
+                                 most = std::max(most.load(), ++running);
+                                 threads->add(std::this_thread::get_id());
+                                 --running;
+                                 request.reply({});
+                               }}});
+  const ProxyRef proxy = proxyOf();
+
+  std::vector<std::thread> callers;
+  for (int i = 0; i < 4; ++i) {
+    callers.emplace_back([&] {
+      for (int round = 0; round < 20; ++round) {
+        EXPECT_THAT(call(*proxy, "work"), IsReply());
+      }
+    });
+  }
+  for (std::thread& caller : callers) {
+    caller.join();
+  }
+
+  EXPECT_EQ(most, 1);
+  EXPECT_THAT(threads->items(), testing::Each(threads->items().front()));
+  EXPECT_NE(threads->items().front(), std::this_thread::get_id());
+}
+
+// --- Its events ----------------------------------------------------------------------------------
+
+TEST_F(ServiceHostOverDBus, SendsEventsAsVariantsFromItsObjectAndInterface) {
+  TestService service;
+  client_.listen("type='signal',interface='qx.bus.vel'");
+  client_.listen("type='signal',interface='qx.bus.Broadcast'");
+
+  service.emit("velevent", {std::int32_t{7}, std::string("text")});
+  const DBusMessageRef event = client_.nextSignal();
+  service.host().broadcast("mountedEvent", {});
+  const DBusMessageRef broadcast = client_.nextSignal();
+
+  ASSERT_TRUE(event && broadcast);
+  EXPECT_TRUE(dbus_message_is_signal(event.get(), kName, "velevent"));
+  EXPECT_STREQ(dbus_message_get_path(event.get()), kPath);
+  EXPECT_STREQ(dbus_message_get_signature(event.get()), "av");
+  EXPECT_EQ(qxbus::describe(qxbus::readBody(event.get())), "int32 7, string \"text\"");
+  EXPECT_TRUE(dbus_message_is_signal(broadcast.get(), "qx.bus.Broadcast", "mountedEvent"));
+  EXPECT_STREQ(dbus_message_get_signature(broadcast.get()), "av");
+}
+
+TEST_F(ServiceHostOverDBus, DoesNotSendWhatDBusDoesNotAllow) {
+  TestService service;
+  const ProxyRef proxy = proxyOf();
+  const auto events = std::make_shared<Messages>();
+  proxy->addEventListener(
+      "velevent", lastingListener([events](const MessageRef& event) { events->add(event); }),
+      QXBUS_SECURITY_SAME_USER_OR_ROOT);
+
+  service.emit("no event", {});
+  service.emit("", {});
+  service.emit("velevent", {qxbus::Bytes(70 * 1024 * 1024)});
+  service.emit("velevent", {std::string("a\0b", 3)});
+
+  ASSERT_TRUE(events->waitFor(1));
+  EXPECT_TRUE(events->stays(1));
+  EXPECT_EQ(events->items()[0]->getString(0), std::string("a\0b", 3));
+}
+
+}  // namespace

@@ -1,0 +1,258 @@
+// On which threads handlers run, and what waits for what.
+
+#include <atomic>
+#include <numeric>
+#include <set>
+#include <thread>
+
+#include "tests/dbus/from_a_handler.h"
+
+namespace {
+
+using namespace dbustest;
+using testing::ElementsAreArray;
+using ThreadIds = Record<std::thread::id>;
+
+class HandlersOverDBus : public BusTest {};
+
+TEST_F(HandlersOverDBus, RunOnNoThreadOfACaller) {
+  auto service = std::make_unique<TestService>();
+  const ProxyRef proxy = proxyOf();
+  const auto threads = std::make_shared<ThreadIds>();
+  const auto note = [threads](const MessageRef&) { threads->add(std::this_thread::get_id()); };
+  const std::string broadcast = newBroadcastName();
+
+  proxy->addEventListener("velevent", lastingListener(note), QXBUS_SECURITY_SAME_USER_OR_ROOT);
+  service->emit("velevent", {});
+  ASSERT_TRUE(threads->waitFor(1));
+  manager().addEventListener(broadcast, lastingListener(note), QXBUS_SECURITY_SAME_USER_OR_ROOT);
+  service->host().broadcast(broadcast, {});
+  ASSERT_TRUE(threads->waitFor(2));
+  proxy->callWithReply(messageTo(*proxy, "echo"), note, 10000);
+  ASSERT_TRUE(threads->waitFor(3));
+  proxy->setDeathCallback([note] { note(nullptr); });
+  service.reset();
+  ASSERT_TRUE(threads->waitFor(4));
+
+  EXPECT_THAT(threads->items(), testing::Each(testing::Ne(std::this_thread::get_id())));
+}
+
+// What is known to have failed before it was asked for is still told elsewhere.
+TEST_F(HandlersOverDBus, OfWhatHasFailedAlreadyRunOutsideTheCall) {
+  auto service = std::make_unique<TestService>();
+  const ProxyRef proxy = proxyOf();
+  service.reset();
+  ASSERT_TRUE(waitUntil([&] { return !manager().isServiceRegistered("vel"); }));
+  const auto gate = std::make_shared<Gate>();
+  const OpenAtExit openAtExit(gate);
+  const auto threads = std::make_shared<ThreadIds>();
+  const auto waitAndNote = [gate, threads] {
+    gate->wait();
+    threads->add(std::this_thread::get_id());
+  };
+
+  proxy->setDeathCallback(waitAndNote);
+  proxy->callWithReply(
+      messageTo(*proxy, "echo"), [=](const MessageRef&) { waitAndNote(); }, 1000);
+
+  EXPECT_EQ(threads->size(), 0u);
+  gate->open();
+  ASSERT_TRUE(threads->waitFor(2));
+  EXPECT_THAT(threads->items(), testing::Each(testing::Ne(std::this_thread::get_id())));
+}
+
+TEST_F(HandlersOverDBus, RunOutsideAddEventListenerWhileEventsKeepComing) {
+  TestService service;
+  const ProxyRef proxy = proxyOf();
+  const auto threads = std::make_shared<ThreadIds>();
+  std::atomic<bool> stop{false};
+  std::thread emitter([&] {
+    while (!stop) {
+      service.emit("velevent", {});
+      std::this_thread::sleep_for(Milliseconds(1));
+    }
+  });
+
+  for (int i = 0; i < 50; ++i) {
+    QXBusEventCallback* const listener =
+        lastingListener([threads](const MessageRef&) { threads->add(std::this_thread::get_id()); });
+    proxy->addEventListener("velevent", listener, QXBUS_SECURITY_ANY_USER);
+    proxy->removeEventListener("velevent", listener);
+  }
+  proxy->addEventListener("velevent", lastingListener([threads](const MessageRef&) {
+                            threads->add(std::this_thread::get_id());
+                          }),
+                          QXBUS_SECURITY_ANY_USER);
+  const bool came = threads->waitFor(1);
+  stop = true;
+  emitter.join();
+
+  EXPECT_TRUE(came);
+  EXPECT_THAT(threads->items(), testing::Each(testing::Ne(std::this_thread::get_id())));
+}
+
+TEST_F(HandlersOverDBus, ReceiveEventsOfOneSenderInOrderAndOneAtATime) {
+  TestService service;
+  const ProxyRef proxy = proxyOf();
+  const auto events = std::make_shared<Messages>();
+  const auto running = std::make_shared<std::atomic<int>>(0);
+  const auto most = std::make_shared<std::atomic<int>>(0);
+  const std::string broadcast = newBroadcastName();
+  QXBusEventCallback* const listener = lastingListener([=](MessageRef event) {
+    *most = std::max(most->load(), ++*running);
+    std::this_thread::yield();
+    events->add(std::move(event));
+    --*running;
+  });
+  proxy->addEventListener("velevent", listener, QXBUS_SECURITY_SAME_USER_OR_ROOT);
+  manager().addEventListener(broadcast, listener, QXBUS_SECURITY_SAME_USER_OR_ROOT);
+  constexpr int kEvents = 600;
+
+  for (std::int32_t i = 0; i < kEvents; i += 2) {
+    service.emit("velevent", {i});
+    service.host().broadcast(broadcast, {i + 1});
+  }
+
+  ASSERT_TRUE(events->waitFor(kEvents));
+  std::vector<std::int32_t> inOrder(kEvents);
+  std::iota(inOrder.begin(), inOrder.end(), 0);
+  EXPECT_THAT(firstNumbers(*events), ElementsAreArray(inOrder));
+  EXPECT_EQ(*most, 1);
+}
+
+// Everything a client may be waiting for arrives while a handler of one kind stands still.
+class BlockedHandler : public BusTest {
+ protected:
+  void expectEverythingElseWorks() {
+    const ProxyRef proxy = proxyOf();
+    EXPECT_THAT(call(*proxy, "echo", {std::int32_t{7}}), IsReply());
+    EXPECT_TRUE(manager().isServiceRegistered("vel"));
+  }
+  void expectEventsArrive() {
+    const ProxyRef proxy = proxyOf();
+    const auto events = std::make_shared<Messages>();
+    const auto note = [events](const MessageRef& event) { events->add(event); };
+    const std::string broadcast = newBroadcastName();
+    proxy->addEventListener("velevent", lastingListener(note), QXBUS_SECURITY_ANY_USER);
+    manager().addEventListener(broadcast, lastingListener(note), QXBUS_SECURITY_ANY_USER);
+    service_.emit("velevent", {});
+    service_.host().broadcast(broadcast, {});
+    EXPECT_TRUE(events->waitFor(2));
+  }
+  void expectCompletionsArrive() {
+    const ProxyRef proxy = proxyOf();
+    const auto replies = std::make_shared<Messages>();
+    const auto note = [replies](const MessageRef& reply) { replies->add(reply); };
+    proxy->callWithReply(messageTo(*proxy, "echo"), note, 10000);
+    proxy->callWithReply(messageTo(*proxy, "hold"), note, 20);
+    EXPECT_TRUE(replies->waitFor(2));
+  }
+  void expectDeathsAreTold() {
+    auto mortal = std::make_unique<TestService>("othermortal");
+    const ProxyRef proxy = proxyOf("othermortal");
+    const auto deaths = std::make_shared<Gate>();
+    proxy->setDeathCallback([deaths] { deaths->open(); });
+    mortal.reset();
+    EXPECT_TRUE(deaths->wait());
+  }
+
+  TestService service_;
+};
+
+TEST_F(BlockedHandler, OfADeathHoldsUpNothing) {
+  auto mortal = std::make_unique<TestService>("mortal");
+  const ProxyRef proxy = proxyOf("mortal");
+  const auto gate = std::make_shared<Gate>();
+  const OpenAtExit openAtExit(gate);
+  const auto entered = std::make_shared<Gate>();
+  proxy->setDeathCallback([=] {
+    entered->open();
+    gate->wait(Milliseconds(60000));
+  });
+  mortal.reset();
+  ASSERT_TRUE(entered->wait());
+
+  expectEverythingElseWorks();
+  expectEventsArrive();
+  expectCompletionsArrive();
+  expectDeathsAreTold();
+  EXPECT_FALSE(gate->isOpen());
+}
+
+TEST_F(BlockedHandler, OfAnEventHoldsUpOnlyEvents) {
+  const ProxyRef proxy = proxyOf();
+  const auto gate = std::make_shared<Gate>();
+  const OpenAtExit openAtExit(gate);
+  const auto entered = std::make_shared<Gate>();
+  proxy->addEventListener("velevent", lastingListener([=](const MessageRef&) {
+                            entered->open();
+                            gate->wait(Milliseconds(60000));
+                          }),
+                          QXBUS_SECURITY_ANY_USER);
+  service_.emit("velevent", {});
+  ASSERT_TRUE(entered->wait());
+
+  expectEverythingElseWorks();
+  expectCompletionsArrive();
+  expectDeathsAreTold();
+  EXPECT_FALSE(gate->isOpen());
+}
+
+TEST_F(BlockedHandler, OfACompletionHoldsUpOnlyCompletions) {
+  const ProxyRef proxy = proxyOf();
+  const auto gate = std::make_shared<Gate>();
+  const OpenAtExit openAtExit(gate);
+  const auto entered = std::make_shared<Gate>();
+  proxy->callWithReply(
+      messageTo(*proxy, "echo"),
+      [=](const MessageRef&) {
+        entered->open();
+        gate->wait(Milliseconds(60000));
+      },
+      10000);
+  ASSERT_TRUE(entered->wait());
+
+  expectEverythingElseWorks();
+  expectEventsArrive();
+  expectDeathsAreTold();
+  EXPECT_FALSE(gate->isOpen());
+}
+
+// A lock that is held while calling out would keep the other thread, and so the handler, waiting.
+using NoLockIsHeld = FromAHandler;
+
+TEST_P(NoLockIsHeld, SoAnotherThreadMayDoAnythingMeanwhile) {
+  TestService service;
+  const ProxyRef proxy = proxyOf();
+  MessageRef reply;
+  ProxyRef another;
+  bool registered = false;
+
+  const bool finished = run([&] {
+    std::thread other([&] {
+      reply = call(*proxy, "echo");
+      proxy->callWithReply(
+          messageTo(*proxy, "echo"), [](const MessageRef&) {}, 1000);
+      registered = manager().isServiceRegistered("vel");
+      another = manager().getServiceProxyInterface("vel", QXBUS_SECURITY_SAME_USER_OR_ROOT, 1);
+      QXBusEventCallback* const listener = lastingListener([](const MessageRef&) {});
+      manager().addEventListener(newBroadcastName(), listener, QXBUS_SECURITY_SAME_USER_OR_ROOT);
+      for (const ProxyRef& each : {proxy, trigger()}) {
+        each->addEventListener("velevent", listener, QXBUS_SECURITY_SAME_USER_OR_ROOT);
+        each->removeEventListener("velevent", listener);
+        each->setDeathCallback([] {});
+      }
+      trigger().reset();
+    });
+    other.join();
+  });
+
+  ASSERT_TRUE(finished);
+  EXPECT_THAT(reply, IsReply());
+  EXPECT_TRUE(registered);
+  EXPECT_TRUE(another);
+}
+
+INSTANTIATE_TEST_SUITE_P(InEachHandler, NoLockIsHeld, testing::ValuesIn(kEachKind), nameOf);
+
+}  // namespace
