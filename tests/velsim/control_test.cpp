@@ -1,0 +1,192 @@
+#include "vel/apps/local/velsim/control.h"
+
+#include "tests/velsim/simulated_service.h"
+
+namespace velsim {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Pair;
+using ::testing::StartsWith;
+
+class ControlTest : public SimulatedServiceTest {
+ protected:
+  std::string run(const std::string& line) {
+    const Control::Result result = control.run(line);
+    EXPECT_TRUE(result.isOk) << result.text;
+    return result.text;
+  }
+  const Device* newest() { return &machine().devices.all().rbegin()->second; }
+
+  int vanished = 0;
+  Control control{simulator, [this] { ++vanished; }};
+};
+
+TEST_F(ControlTest, PlugsInADeviceOfEachType) {
+  const std::pair<const char*, DeviceType> types[] = {{"storage", DeviceType::kStorage},
+                                                      {"camera", DeviceType::kCamera},
+                                                      {"tablet", DeviceType::kTablet},
+                                                      {"printer-class", DeviceType::kPrinterClass},
+                                                      {"generic", DeviceType::kGeneric}};
+  for (const auto& [word, type] : types) {
+    const std::string said = run(std::string("plug ") + word + " \"Front camera\"");
+
+    EXPECT_EQ(newest()->type, type);
+    EXPECT_EQ(newest()->name, "Front camera");
+    EXPECT_EQ(said, "plugged in " + std::to_string(newest()->number) + "\n");
+    EXPECT_THAT(toldCodes(), ::testing::Contains(Pair(4, 0)));
+  }
+}
+
+TEST_F(ControlTest, PlugsInAPrinter) {
+  const std::string said = run("plug printer Plotter");
+
+  EXPECT_EQ(machine().printers.all().rbegin()->second.name, "Plotter");
+  EXPECT_EQ(said, "plugged in 31\n");
+  EXPECT_THAT(toldCodes(), ElementsAre(Pair(1, 0)));
+}
+
+TEST_F(ControlTest, UnplugsDevicesAndPrinters) {
+  EXPECT_EQ(run("unplug 12"), "unplugged 12\n");
+  EXPECT_EQ(run("unplug 21"), "unplugged 21\n");
+
+  EXPECT_EQ(machine().devices.find(kCamera), nullptr);
+  EXPECT_EQ(machine().printers.find(kLaser), nullptr);
+}
+
+TEST_F(ControlTest, SaysWhetherCamerasMayBeUsed) {
+  run("camera deny");
+  EXPECT_EQ(machine().devices.cameraStatus(), CameraStatus::kDenied);
+  run("camera allow");
+  EXPECT_EQ(machine().devices.cameraStatus(), CameraStatus::kAllowed);
+}
+
+TEST_F(ControlTest, ListsWhatIsThere) {
+  call("connectDevice", {int32(kWin11), int16(kCamera)});
+  call("configNewDeviceAsIgnore", {block8(kStickSource), int32(1), int32(0), int32(0)});
+  call("addNetworkPrinter", {"10.0.0.5", "Hall", ""});
+
+  const std::string shown = run("list");
+
+  EXPECT_THAT(shown, HasSubstr("   11  storage          ignored         0x7e5700010000000b  "
+                               "Memory stick\n"));
+  EXPECT_THAT(shown, HasSubstr("   12  camera           in vm 101       0x7e5700020000000c  "
+                               "Built-in camera\n"));
+  EXPECT_THAT(shown, HasSubstr("   21  printer          here            0x7e57010000000015  "
+                               "Office laser\n"));
+  EXPECT_THAT(shown, HasSubstr("   31  network-printer  here            0x7e5701010000001f  "
+                               "Hall\n"));
+}
+
+TEST_F(ControlTest, HelpNamesEveryCommand) {
+  const std::string help = run("help");
+
+  for (const char* const word : {"plug ", "unplug ", "camera ", "list ", "vanish ", "help "}) {
+    EXPECT_TRUE(help.find(std::string("\n") + word) != std::string::npos ||
+                help.compare(0, std::string(word).size(), word) == 0)
+        << word;
+  }
+  EXPECT_THAT(help, HasSubstr("storage, camera, tablet, printer-class, generic, printer"));
+}
+
+TEST_F(ControlTest, VanishesOnlyWhenToldTo) {
+  control.run("vanish now");
+  EXPECT_EQ(vanished, 0);
+
+  run("vanish");
+  EXPECT_EQ(vanished, 1);
+}
+
+TEST_F(ControlTest, AnEmptyLineDoesNothing) {
+  EXPECT_EQ(run(""), "");
+  EXPECT_EQ(run(" \t\r"), "");
+}
+
+TEST_F(ControlTest, WordsMayBeQuoted) {
+  run("  plug\tcamera  \"a \\\"b\\\" \\\\c\"  \r");
+  EXPECT_EQ(newest()->name, "a \"b\" \\c");
+
+  run("plug camera a\" b\"c");
+  EXPECT_EQ(newest()->name, "a bc");
+}
+
+struct Wrong {
+  const char* line;
+  const char* says;
+};
+
+void PrintTo(const Wrong& wrong, std::ostream* stream) {
+  *stream << wrong.line;
+}
+
+class WrongLineTest : public ControlTest, public ::testing::WithParamInterface<Wrong> {};
+
+TEST_P(WrongLineTest, SaysWhatIsWrongAndChangesNothing) {
+  const std::string before = run("list");
+
+  const Control::Result result = control.run(GetParam().line);
+
+  EXPECT_FALSE(result.isOk);
+  EXPECT_EQ(result.text, GetParam().says);
+  EXPECT_EQ(run("list"), before);
+  EXPECT_THAT(told(), IsEmpty());
+  EXPECT_EQ(vanished, 0);
+}
+
+constexpr char kBadName[] = "plug: a name has 1 to 127 bytes of UTF-8";
+
+const Wrong kWrong[] = {
+    {"plugin camera x", "\"plugin\" is no command; help shows them"},
+    {"\"\"", "\"\" is no command; help shows them"},
+    {"plug", "plug: write plug TYPE NAME, and blanks in quotes"},
+    {"plug camera", "plug: write plug TYPE NAME, and blanks in quotes"},
+    {"plug camera Front camera", "plug: write plug TYPE NAME, and blanks in quotes"},
+    {"plug scanner x",
+     "plug: \"scanner\" is no type; the types are storage, camera, tablet, printer-class, "
+     "generic, printer"},
+    {"plug network x",
+     "plug: \"network\" is no type; the types are storage, camera, tablet, printer-class, "
+     "generic, printer"},
+    {"plug camera \"x", "a quote is not closed: plug camera \"x"},
+    {"plug camera \"x\\", "a quote is not closed: plug camera \"x\\"},
+    {"plug camera \"\"", kBadName},
+    {"plug camera \xFF", kBadName},
+    {"unplug", "unplug: write unplug NUMBER, and blanks in quotes"},
+    {"unplug camera", "unplug: \"camera\" is no number from 0 to 65535"},
+    {"unplug 65548", "unplug: \"65548\" is no number from 0 to 65535"},
+    {"unplug -12", "unplug: \"-12\" is no number from 0 to 65535"},
+    {"unplug 12x", "unplug: \"12x\" is no number from 0 to 65535"},
+    {"unplug 99", "unplug: nothing with number 99 is plugged in; list shows what is"},
+    {"camera", "camera: write camera allow|deny, and blanks in quotes"},
+    {"camera maybe", "camera: allow or deny, not \"maybe\""},
+    {"list all", "list takes nothing"},
+    {"vanish now", "vanish takes nothing"},
+    {"help me", "help takes nothing"},
+};
+
+INSTANTIATE_TEST_SUITE_P(All, WrongLineTest, ::testing::ValuesIn(kWrong));
+
+TEST_F(ControlTest, ANameMayBeAsLongAsItsField) {
+  run("plug camera " + std::string(127, 'n'));
+
+  EXPECT_EQ(control.run("plug camera " + std::string(128, 'n')).text, kBadName);
+}
+
+TEST_F(ControlTest, ANetworkPrinterCannotBeUnplugged) {
+  call("addNetworkPrinter", {"10.0.0.5", "Hall", ""});
+
+  EXPECT_THAT(control.run("unplug 31").text, StartsWith("unplug: nothing with number 31"));
+}
+
+TEST_F(ControlTest, SaysWhenThereIsNoNumberLeft) {
+  while (machine().numbers.take() != 0) {
+  }
+
+  EXPECT_EQ(control.run("plug camera x").text, "plug: no number is left");
+  EXPECT_EQ(control.run("plug printer x").text, "plug: no number is left");
+}
+
+}  // namespace
+}  // namespace velsim
