@@ -1,0 +1,260 @@
+#include "examples/penframe/pen_frame.h"
+
+#include <cstdio>
+
+namespace penframe {
+namespace {
+
+// All numbers are little-endian. A number of 8 bytes has its value in the first four.
+//
+//   offset  size  value
+//        0     4  number of bytes that follow: 194
+//        4     1  magic: 0x27
+//        5     1  device number
+//        6     2  command: 2000
+//        8     4  request number, of which 16 bits are used
+//       12     4  size of header and packet: 194
+//       16     4  0
+//       20   178  the packet, as below
+constexpr std::size_t kLengthSize = 4;
+constexpr std::size_t kDevId = 5;
+constexpr std::size_t kReqId = 8;
+constexpr std::size_t kPacket = 20;
+constexpr std::uint32_t kContentSize = 194;
+
+// Offsets in the packet.
+constexpr std::size_t kFlags = 26;
+constexpr std::size_t kX = 50;
+constexpr std::size_t kY = 54;
+constexpr std::size_t kPressure = 146;
+constexpr std::size_t kRotation = 154;
+constexpr std::size_t kTiltX = 162;
+constexpr std::size_t kTiltY = 170;
+
+// A field with one value for ever.
+struct FixedField {
+  std::size_t offset;
+  std::size_t size;
+  std::uint64_t value;
+  const char* name;
+};
+
+constexpr FixedField kFixedInFrame[] = {
+    {0, 4, kContentSize, "length"},   {4, 1, 0x27, "magic"},         {6, 2, 2000, "cmd"},
+    {10, 2, 0, "high half of reqId"}, {12, 4, kContentSize, "size"}, {16, 4, 0, "reserved"},
+};
+
+// With the names that Windows gives to the fields of POINTER_PEN_INFO and POINTER_INFO.
+constexpr FixedField kFixedInPacket[] = {
+    {0, 1, 0xFF, "marker"},
+    {1, 1, 0, "reserved"},
+    {2, 8, 3, "pointerType"},
+    {10, 8, 0, "pointerId"},
+    {18, 8, 0, "frameId"},
+    {30, 4, 0, "high half of pointerFlags"},
+    {34, 8, 0, "sourceDevice"},
+    {42, 8, 0, "hwndTarget"},
+    {58, 8, 0, "ptHimetricLocation"},
+    {66, 8, 0, "ptPixelLocationRaw"},
+    {74, 8, 0, "ptHimetricLocationRaw"},
+    {82, 8, 0, "dwTime"},
+    {90, 8, 0, "historyCount"},
+    {98, 8, 0, "InputData"},
+    {106, 8, 0, "dwKeyStates"},
+    {114, 8, 0, "PerformanceCount"},
+    {122, 8, 0, "ButtonChangeType"},
+    {130, 8, 0, "penFlags"},
+    {138, 8, 15, "penMask"},
+    {150, 4, 0, "high half of pressure"},
+    {158, 4, 0, "high half of rotation"},
+    {166, 4, 0, "high half of tiltX"},
+    {174, 4, 0, "high half of tiltY"},
+};
+
+struct NamedBit {
+  std::uint32_t bit;
+  const char* name;
+};
+
+constexpr NamedBit kFlagNames[] = {
+    {0x1, "NEW"},
+    {0x2, "INRANGE"},
+    {0x4, "INCONTACT"},
+    {0x10, "FIRSTBUTTON"},
+    {0x20, "SECONDBUTTON"},
+    {0x40, "THIRDBUTTON"},
+    {0x80, "FOURTHBUTTON"},
+    {0x100, "FIFTHBUTTON"},
+    {0x2000, "PRIMARY"},
+    {0x4000, "CONFIDENCE"},
+    {0x8000, "CANCELED"},
+    {0x10000, "DOWN"},
+    {0x20000, "UPDATE"},
+    {0x40000, "UP"},
+    {0x80000, "WHEEL"},
+    {0x100000, "HWHEEL"},
+    {0x200000, "CAPTURECHANGED"},
+    {0x400000, "HASTRANSFORM"},
+};
+
+// Numbers of events in Qt, which end there.
+constexpr std::uint32_t kLastEvent = 0xFFFF;
+constexpr NamedBit kEventNames[] = {
+    {171, "enter proximity"},
+    {172, "leave proximity"},
+    {219, "tracking change"},
+};
+
+std::uint64_t readUnsigned(const unsigned char* bytes, std::size_t size) {
+  std::uint64_t value = 0;
+  for (std::size_t i = size; i > 0; --i) {
+    value = value << 8 | bytes[i - 1];
+  }
+  return value;
+}
+
+std::uint32_t readUnsigned32(const unsigned char* bytes) {
+  return static_cast<std::uint32_t>(readUnsigned(bytes, 4));
+}
+
+std::int32_t readSigned32(const unsigned char* bytes) {
+  return static_cast<std::int32_t>(readUnsigned32(bytes));
+}
+
+std::string hex(std::uint64_t value) {
+  char text[24];
+  std::snprintf(text, sizeof text, "0x%llx", static_cast<unsigned long long>(value));
+  return text;
+}
+
+std::string wrongLength(const char* what, std::size_t expected, std::size_t length) {
+  return std::string("a ") + what + " has " + std::to_string(expected) + " bytes, not " +
+         std::to_string(length);
+}
+
+// Empty when every field has its value.
+template <std::size_t kCount>
+std::string faultIn(const unsigned char* bytes, const FixedField (&fields)[kCount],
+                    const char* whole) {
+  for (const FixedField& field : fields) {
+    const std::uint64_t value = readUnsigned(bytes + field.offset, field.size);
+    if (value != field.value) {
+      return std::string(field.name) + " at offset " + std::to_string(field.offset) + " of the " +
+             whole + " is " + hex(value) + ", not " + hex(field.value);
+    }
+  }
+  return "";
+}
+
+}  // namespace
+
+std::optional<Packet> decodePacket(const unsigned char* bytes, std::size_t length,
+                                   std::string* error) {
+  if (length != kPacketSize || !bytes) {
+    *error = wrongLength("packet", kPacketSize, bytes ? length : 0);
+    return std::nullopt;
+  }
+  *error = faultIn(bytes, kFixedInPacket, "packet");
+  if (!error->empty()) {
+    return std::nullopt;
+  }
+  Packet packet;
+  packet.flags = readUnsigned32(bytes + kFlags);
+  packet.x = readSigned32(bytes + kX);
+  packet.y = readSigned32(bytes + kY);
+  packet.pressure = readSigned32(bytes + kPressure);
+  packet.rotation = readSigned32(bytes + kRotation);
+  packet.tiltX = readSigned32(bytes + kTiltX);
+  packet.tiltY = readSigned32(bytes + kTiltY);
+  return packet;
+}
+
+std::optional<Frame> decodeFrame(const unsigned char* bytes, std::size_t length,
+                                 std::string* error) {
+  if (length != kFrameSize || !bytes) {
+    *error = wrongLength("frame", kFrameSize, bytes ? length : 0);
+    return std::nullopt;
+  }
+  *error = faultIn(bytes, kFixedInFrame, "frame");
+  if (!error->empty()) {
+    return std::nullopt;
+  }
+  const std::optional<Packet> packet = decodePacket(bytes + kPacket, kPacketSize, error);
+  if (!packet) {
+    return std::nullopt;
+  }
+  Frame frame;
+  frame.devId = bytes[kDevId];
+  frame.reqId = readUnsigned32(bytes + kReqId);
+  frame.packet = *packet;
+  return frame;
+}
+
+bool touches(const Packet& packet) {
+  return (packet.flags & kFlagUpdate) != 0 && (packet.flags & (kFlagNew | kFlagInContact)) != 0;
+}
+
+std::string flagsText(std::uint32_t flags) {
+  if (flags <= kLastEvent) {
+    std::string text = "event " + std::to_string(flags);
+    for (const NamedBit& event : kEventNames) {
+      text += event.bit == flags ? std::string(", ") + event.name : "";
+    }
+    return text;
+  }
+  std::string text;
+  std::uint32_t rest = flags;
+  for (const NamedBit& flag : kFlagNames) {
+    if ((rest & flag.bit) != 0) {
+      text += (text.empty() ? "" : "|") + std::string(flag.name);
+      rest &= ~flag.bit;
+    }
+  }
+  if (rest != 0) {
+    text += (text.empty() ? "" : "|") + hex(rest);
+  }
+  return text;
+}
+
+std::string describe(const Frame& frame) {
+  const Packet& packet = frame.packet;
+  char numbers[160];
+  std::snprintf(numbers, sizeof numbers,
+                "  x %d  y %d  pressure %d/1024  rotation %.1f  tilt %d %d", packet.x, packet.y,
+                packet.pressure, packet.rotation / 1024.0, packet.tiltX, packet.tiltY);
+  return "frame " + std::to_string(frame.reqId) + "  device " + std::to_string(frame.devId) +
+         numbers + "  " + flagsText(packet.flags);
+}
+
+std::array<unsigned char, 8> deviceNumberMessage(std::uint8_t devId) {
+  // Magic, device number, command 2101, request number 0.
+  return {0x27, devId, 0x35, 0x08, 0, 0, 0, 0};
+}
+
+void FrameStream::add(const unsigned char* bytes, std::size_t length) {
+  if (error_.empty()) {
+    bytes_.insert(bytes_.end(), bytes, bytes + length);
+  }
+}
+
+std::optional<Frame> FrameStream::next(std::string* error) {
+  *error = error_;
+  if (!error_.empty() || bytes_.size() < kLengthSize) {
+    return std::nullopt;
+  }
+  // At once: nobody should wait for a frame of four gigabytes.
+  const std::uint32_t length = readUnsigned32(bytes_.data());
+  if (length != kContentSize) {
+    error_ = "length at offset 0 of the frame is " + hex(length) + ", not " + hex(kContentSize);
+  } else if (bytes_.size() < kFrameSize) {
+    return std::nullopt;
+  } else if (const std::optional<Frame> frame = decodeFrame(bytes_.data(), kFrameSize, &error_)) {
+    bytes_.erase(bytes_.begin(), bytes_.begin() + kFrameSize);
+    return frame;
+  }
+  bytes_.clear();
+  *error = error_;
+  return std::nullopt;
+}
+
+}  // namespace penframe

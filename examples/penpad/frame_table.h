@@ -1,0 +1,33 @@
+// The frames that arrived, one per row.
+
+#ifndef EXAMPLES_PENPAD_FRAME_TABLE_H
+#define EXAMPLES_PENPAD_FRAME_TABLE_H
+
+#include <deque>
+
+#include <QAbstractTableModel>
+
+#include "examples/penframe/pen_frame.h"
+
+namespace penpad {
+
+class FrameTable : public QAbstractTableModel {
+ public:
+  enum Column { kRequest, kDevice, kX, kY, kPressure, kTilt, kRotation, kFlags, kColumns };
+
+  // Old frames go when there are many.
+  void add(const penframe::Frame& frame);
+  void clear();
+
+  int rowCount(const QModelIndex& parent = QModelIndex()) const override;
+  int columnCount(const QModelIndex& parent = QModelIndex()) const override;
+  QVariant data(const QModelIndex& index, int role) const override;
+  QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+
+ private:
+  std::deque<penframe::Frame> frames_;
+};
+
+}  // namespace penpad
+
+#endif  // EXAMPLES_PENPAD_FRAME_TABLE_H

@@ -1,0 +1,106 @@
+// penpad: draw with a pen, and see what the library makes of it.
+
+#include <cstdio>
+#include <exception>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+#include <QApplication>
+#include <QTimer>
+
+#include "examples/penpad/exit_codes.h"
+#include "examples/penpad/replay.h"
+#include "examples/penpad/window.h"
+#include "examples/stroke/stroke_file.h"
+
+namespace {
+
+struct Options {
+  std::string replay;
+  std::string screenshot;
+  bool isWithoutDevice = false;
+};
+
+void say(const std::string& line) {
+  std::fprintf(stderr, "penpad: %s\n", line.c_str());
+}
+
+penpad::ExitCode save(penpad::Window& window, const std::string& name) {
+  if (window.picture().save(QString::fromStdString(name), "PNG")) {
+    return penpad::kExitOk;
+  }
+  say(name + ": the picture cannot be written there; does the folder exist?");
+  return penpad::kExitNotWritten;
+}
+
+int show(const Options& options, std::vector<stroke::Event> events, int argc, char** argv) {
+  const bool isPicture = !options.screenshot.empty();
+  if (isPicture && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+    // Nobody looks, so no display is needed.
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+  }
+  QApplication application(argc, argv);
+  QApplication::setStyle("Fusion");
+  penpad::Window window;
+  const auto atEnd = [&] {
+    if (isPicture) {
+      QCoreApplication::exit(save(window, options.screenshot));
+    }
+  };
+  penpad::Replay replay(
+      std::move(events),
+      isPicture ? penpad::Replay::Pace::kAtOnce : penpad::Replay::Pace::kAsRecorded,
+      &window.drawn(), atEnd);
+  window.show();
+  if (!options.replay.empty() && !options.isWithoutDevice) {
+    window.deviceButton().click();
+  }
+  if (isPicture || !options.replay.empty()) {
+    replay.start();
+  }
+  return QApplication::exec();
+}
+
+int run(const Options& options, int argc, char** argv) {
+  std::vector<stroke::Event> events;
+  if (!options.replay.empty()) {
+    events = stroke::readFile(options.replay);
+  }
+  return show(options, std::move(events), argc, argv);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Options options;
+  CLI::App app(
+      "Draw with a pen, or with the mouse: on the left what you drew, on the right the same from "
+      "the "
+      "frames that the library sent for it, which the table shows.",
+      "penpad");
+  app.add_option("--replay", options.replay,
+                 "Play a recorded stroke, one JSON event per line (see strokes/)");
+  app.add_option("--screenshot", options.screenshot,
+                 "Write a picture of the window to this PNG file and leave; needs no display");
+  app.add_flag("--no-device", options.isWithoutDevice,
+               "Replay without the pen having been given a device number");
+  app.footer(
+      "Exit status: 0 done, 2 bad usage, 3 the stroke cannot be read, 4 the picture cannot be "
+      "written.");
+  try {
+    app.parse(argc, argv);
+    return run(options, argc, argv);
+  } catch (const CLI::Success& wanted) {  // --help
+    return app.exit(wanted);
+  } catch (const CLI::ParseError& error) {
+    say(std::string(error.what()) + "; see penpad --help");
+    return penpad::kExitUsage;
+  } catch (const stroke::FileError& error) {
+    say(error.what());
+    return penpad::kExitBadStroke;
+  } catch (const std::exception& error) {
+    say(error.what());
+    return penpad::kExitFailed;
+  }
+}

@@ -1,0 +1,27 @@
+// A mouse as a pen: slow movements press hard.
+
+#ifndef EXAMPLES_PENPAD_MOUSE_PEN_H
+#define EXAMPLES_PENPAD_MOUSE_PEN_H
+
+#include <QMouseEvent>
+#include <QTabletEvent>
+
+namespace penpad {
+
+class MousePen {
+ public:
+  // The tablet event that stands for a press, a movement or a release of the left button. Without
+  // the button the pen is above the surface.
+  QTabletEvent tabletEvent(const QMouseEvent& event);
+
+ private:
+  double pressureAt(const QMouseEvent& event);
+
+  QPointF position_;
+  unsigned long time_ = 0;
+  double pressure_ = 0;
+};
+
+}  // namespace penpad
+
+#endif  // EXAMPLES_PENPAD_MOUSE_PEN_H

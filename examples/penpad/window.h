@@ -1,0 +1,67 @@
+// The window: on the left what was drawn, on the right the same stroke from nothing but the frames,
+// under them the frames themselves.
+
+#ifndef EXAMPLES_PENPAD_WINDOW_H
+#define EXAMPLES_PENPAD_WINDOW_H
+
+#include <QCheckBox>
+#include <QImage>
+#include <QLabel>
+#include <QPushButton>
+#include <QSpinBox>
+#include <QTableView>
+#include <QWidget>
+
+#include "examples/penpad/drawing_pad.h"
+#include "examples/penpad/frame_table.h"
+#include "examples/penpad/pen_link.h"
+
+namespace penpad {
+
+class Window : public QWidget {
+ public:
+  Window();
+
+  DrawingPad& drawn() { return drawn_; }
+  Paper& redrawn() { return redrawn_; }
+  FrameTable& frames() { return frames_; }
+  QPushButton& deviceButton() { return deviceButton_; }
+  QSpinBox& deviceNumber() { return deviceNumber_; }
+  QCheckBox& portOpen() { return portOpen_; }
+  QPushButton& clearButton() { return clearButton_; }
+  // What the line between strokes and table says.
+  QString status() const { return status_.text(); }
+
+  // The window as it looks now. The texts "Drawn" and "Redrawn" of the image say where the two
+  // sheets are in it: "x y width height".
+  QImage picture();
+
+ protected:
+  // Takes the events of a pen that comes near or goes away, which no widget receives.
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
+ private:
+  void send(QTabletEvent* event);
+  void receive(const penframe::Frame& frame);
+  void deliverDeviceNumber();
+  void clear();
+  void showStatus();
+  QWidget* captioned(const QString& caption, const QString& text, Paper* paper);
+  void layOut();
+
+  PenLink link_;
+  DrawingPad drawn_;
+  Paper redrawn_;
+  FrameTable frames_;
+  QTableView table_;
+  QLabel lamp_;
+  QLabel status_;
+  QSpinBox deviceNumber_;
+  QPushButton deviceButton_;
+  QCheckBox portOpen_;
+  QPushButton clearButton_;
+};
+
+}  // namespace penpad
+
+#endif  // EXAMPLES_PENPAD_WINDOW_H
