@@ -1,0 +1,54 @@
+// What the tests of this folder stand on: each has a folder, a bus daemon and processes of its own,
+// so that they can run beside each other.
+
+#ifndef TESTS_END_TO_END_END_TO_END_TEST_H
+#define TESTS_END_TO_END_END_TO_END_TEST_H
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/dbus/private_bus.h"
+#include "tests/end_to_end/process.h"
+
+namespace end_to_end {
+
+class EndToEndTest : public ::testing::Test {
+ protected:
+  // A service that still runs must end well when asked to.
+  void TearDown() override;
+
+  void startVelsim(const std::vector<std::string>& arguments = {});
+  void killVelsim();
+  // Ends it, and tells what it left.
+  Finished stopVelsim(int signalNumber);
+  // What velsim has written since it was started: a line for each request.
+  std::string velsimLog() const { return velsim_ ? velsim_->err() : ""; }
+
+  Process::Options velctlOptions(const std::vector<std::string>& arguments) const;
+  Finished velctl(const std::vector<std::string>& arguments) const;
+
+  // A call with an ordinary D-Bus tool, whose arguments are like "int32:101".
+  Finished call(const std::string& method, const std::vector<std::string>& arguments) const;
+
+  Process::Options options(const std::vector<std::string>& command) const;
+  std::string folder() const { return bus_.directory().string(); }
+  dbustest::PrivateBus& bus() { return bus_; }
+  Process* velsim() const { return velsim_.get(); }
+
+ private:
+  dbustest::PrivateBus bus_;
+  std::unique_ptr<Process> velsim_;
+};
+
+class EndToEndTestWithService : public EndToEndTest {
+ protected:
+  void SetUp() override { startVelsim(); }
+};
+
+}  // namespace end_to_end
+
+#endif  // TESTS_END_TO_END_END_TO_END_TEST_H

@@ -1,0 +1,125 @@
+// The service dies without a word and comes back.
+
+#include <csignal>
+
+#include <nlohmann/json.hpp>
+
+#include "tests/end_to_end/end_to_end_test.h"
+#include "vel/apps/local/velctl/exit_codes.h"
+
+namespace end_to_end {
+namespace {
+
+using ::testing::IsEmpty;
+
+constexpr char kWatching[] = "velctl: watching ";
+
+const char* const kVms[] = {"debian", "ubuntu", "win10", "win11"};
+
+std::size_t occurrences(const std::string& text, const std::string& part) {
+  std::size_t count = 0;
+  for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
+    ++count;
+  }
+  return count;
+}
+
+std::string ended(const std::string& vm) {
+  return vm + ": session ended, the service has died (code 5)\n";
+}
+
+class RestartTest : public EndToEndTestWithService {
+ protected:
+  static bool isWatching(const Process& watch) {
+    return comesTrue([&watch] { return watch.err().find(kWatching) != std::string::npos; });
+  }
+
+  // Whether it has written that many lines; more of them are found when it has ended.
+  static bool hasPrinted(const Process& watch, std::size_t lines) {
+    return comesTrue([&watch, lines] { return occurrences(watch.out(), "\n") >= lines; });
+  }
+};
+
+TEST_F(RestartTest, TellsEveryWatchedVmOncePerDeathAndTheNextCallWorks) {
+  Process watch(velctlOptions({"watch"}));
+  ASSERT_TRUE(isWatching(watch)) << watch.err();
+
+  constexpr std::size_t kDeaths = 2;
+  for (std::size_t death = 1; death <= kDeaths; ++death) {
+    killVelsim();
+    EXPECT_EQ(velctl({"vm", "connect", "win11"}).status, velctl::kExitNoService);
+    ASSERT_NO_FATAL_FAILURE(startVelsim());
+    ASSERT_TRUE(hasPrinted(watch, death * std::size(kVms))) << watch.out() << watch.err();
+    EXPECT_EQ(velctl({"vm", "connect", "win11"}).out, "win11: connected\n");
+  }
+  const Finished finished = watch.end(SIGINT);
+
+  EXPECT_EQ(finished.status, velctl::kExitOk) << finished.err;
+  for (const char* const vm : kVms) {
+    EXPECT_EQ(occurrences(finished.out, ended(vm)), kDeaths) << finished.out;
+  }
+  EXPECT_EQ(occurrences(finished.out, "\n"), kDeaths * std::size(kVms)) << finished.out;
+}
+
+TEST_F(RestartTest, TellsOnlyOfTheVmsThatAreWatchedWithOneObjectPerLineInJson) {
+  Process watch(velctlOptions({"watch", "win11", "ubuntu", "win11", "--json"}));
+  ASSERT_TRUE(isWatching(watch)) << watch.err();
+
+  killVelsim();
+  ASSERT_NO_FATAL_FAILURE(startVelsim());
+  ASSERT_TRUE(hasPrinted(watch, 2)) << watch.out() << watch.err();
+  const Finished finished = watch.end(SIGINT);
+
+  EXPECT_EQ(finished.status, velctl::kExitOk) << finished.err;
+  EXPECT_EQ(finished.out, R"({"event":"sessionEnded","vm":"ubuntu","code":5})"
+                          "\n"
+                          R"({"event":"sessionEnded","vm":"win11","code":5})"
+                          "\n");
+}
+
+TEST_F(RestartTest, AServiceThatIsReplacedAtOnceHasDiedToo) {
+  Process watch(velctlOptions({"watch", "win11"}));
+  ASSERT_TRUE(isWatching(watch)) << watch.err();
+
+  EXPECT_EQ(stopVelsim(SIGTERM).status, 0);
+  ASSERT_NO_FATAL_FAILURE(startVelsim());
+  ASSERT_TRUE(hasPrinted(watch, 1)) << watch.err();
+
+  EXPECT_EQ(watch.end(SIGINT).out, ended("win11"));
+}
+
+TEST_F(RestartTest, TheBusMayEndAndComeBackAsWell) {
+  Process watch(velctlOptions({"watch", "win11"}));
+  ASSERT_TRUE(isWatching(watch)) << watch.err();
+
+  bus().kill();
+  velsim()->wait();
+  bus().start();
+  ASSERT_NO_FATAL_FAILURE(startVelsim());
+  ASSERT_TRUE(hasPrinted(watch, 1)) << watch.err();
+
+  EXPECT_EQ(watch.end(SIGINT).out, ended("win11"));
+  EXPECT_EQ(velctl({"vm", "connect", "win11"}).out, "win11: connected\n");
+}
+
+TEST_F(RestartTest, AWatchEndsWellWhileTheServiceIsAway) {
+  Process watch(velctlOptions({"watch"}));
+  ASSERT_TRUE(isWatching(watch)) << watch.err();
+  killVelsim();
+
+  const Finished finished = watch.end(SIGINT);
+
+  EXPECT_EQ(finished.status, velctl::kExitOk) << finished.err;
+  EXPECT_THAT(finished.out, IsEmpty());
+}
+
+TEST_F(RestartTest, ANewServiceKnowsNothingOfTheOldOne) {
+  EXPECT_EQ(velctl({"pipe", "create", "win11", "7"}).status, velctl::kExitOk);
+  killVelsim();
+  ASSERT_NO_FATAL_FAILURE(startVelsim());
+
+  EXPECT_EQ(velctl({"pipe", "destroy", "win11", "7"}).status, velctl::kExitRefused);
+}
+
+}  // namespace
+}  // namespace end_to_end

@@ -1,0 +1,75 @@
+// Commands, and the arguments that many of them have.
+
+#ifndef VEL_APPS_LOCAL_VELCTL_ARGUMENTS_H
+#define VEL_APPS_LOCAL_VELCTL_ARGUMENTS_H
+
+#include <limits>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "vel/apps/local/velctl/command_line.h"
+#include "vel/apps/local/velctl/numbers.h"
+
+namespace velctl {
+
+// A command and what its options fill in.
+template <typename Arguments>
+struct Added {
+  CLI::App& command;
+  Arguments& arguments;
+};
+
+// Adds a command that runs with arguments.
+template <typename Arguments>
+Added<Arguments> addCommand(CommandLine& commandLine, CLI::App& group, const std::string& name,
+                            const std::string& help, void (*run)(const Output&, const Arguments&)) {
+  const auto arguments = std::make_shared<Arguments>();
+  CLI::App& command = commandLine.command(
+      group, name, help, [run, arguments](const Output& output) { run(output, *arguments); });
+  return {command, *arguments};
+}
+
+// Adds a number that may be missing.
+template <typename Unsigned>
+CLI::Option& addNumber(CLI::App& command, const std::string& name, std::optional<Unsigned>& number,
+                       const std::string& help) {
+  constexpr Unsigned kMost = std::numeric_limits<Unsigned>::max();
+  return *command
+              .add_option_function<std::string>(
+                  name,
+                  [&number, name](const std::string& text) {
+                    const std::optional<unsigned long long> read = readNumber(text, kMost);
+                    if (!read) {
+                      throw CLI::ValidationError(name, text + ": " + notANumber(kMost));
+                    }
+                    number = static_cast<Unsigned>(*read);
+                  },
+                  help)
+              ->type_name("NUMBER");
+}
+
+// A group inside a group.
+CLI::App& addGroup(CLI::App& group, const std::string& name, const std::string& help);
+
+// --vm NAME. An empty name stands for this machine.
+CLI::Option& addVm(CLI::App& command, std::string& vmId);
+
+// A USB vendor and product id.
+struct UsbId {
+  unsigned short vendor = 0;
+  unsigned short product = 0;
+};
+
+// 046d:0825
+std::string shown(const UsbId& id);
+
+// Adds the argument "id", which is a USB id in that form.
+CLI::Option& addUsbId(CLI::App& command, UsbId& id);
+
+// The argument, or with - what standard input has, without newlines at its end.
+std::string textOrStandardInput(const std::string& argument);
+
+}  // namespace velctl
+
+#endif  // VEL_APPS_LOCAL_VELCTL_ARGUMENTS_H

@@ -1,0 +1,28 @@
+#include "vel/apps/local/velctl/numbers.h"
+
+#include <charconv>
+#include <system_error>
+
+namespace velctl {
+
+std::optional<unsigned long long> readNumber(std::string_view text, unsigned long long most) {
+  constexpr std::string_view kHexadecimal = "0x";
+  int base = 10;
+  if (text.substr(0, kHexadecimal.size()) == kHexadecimal) {
+    base = 16;
+    text.remove_prefix(kHexadecimal.size());
+  }
+  unsigned long long number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number, base);
+  if (error != std::errc() || stop != end || number > most) {
+    return std::nullopt;
+  }
+  return number;
+}
+
+std::string notANumber(unsigned long long most) {
+  return "must be a number from 0 to " + std::to_string(most) + ", decimal or 0x...";
+}
+
+}  // namespace velctl
