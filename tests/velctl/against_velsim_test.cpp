@@ -1,0 +1,35 @@
+// Every command against the simulated service, which refuses requests that it does not understand.
+
+#include <csignal>
+#include <memory>
+
+#include "tests/velctl/commands.h"
+#include "tests/velctl/velctl_test.h"
+
+namespace velctl_tests {
+namespace {
+
+using ::testing::AnyOf;
+
+TEST_F(VelctlAloneTest, VelsimUnderstandsEveryCommand) {
+  Process::Options simulator = options({});
+  simulator.command = {VELSIM_PATH};
+  Process velsim(simulator);
+  ASSERT_TRUE(comesTrue([&] { return velsim.err().find("velsim: ready ") != std::string::npos; }))
+      << velsim.err();
+
+  for (const Command& command : commands()) {
+    const Finished finished = velctl(with(command.arguments, "--json"));
+
+    // It may well have no such device.
+    EXPECT_THAT(finished.status, AnyOf(velctl::kExitOk, velctl::kExitRefused))
+        << command.name << ": " << finished.err;
+    EXPECT_NE(velsim.err().find("velsim: " + command.method() + "("), std::string::npos)
+        << command.name;
+  }
+
+  EXPECT_EQ(velsim.end(SIGTERM).status, 0);
+}
+
+}  // namespace
+}  // namespace velctl_tests

@@ -1,0 +1,166 @@
+// What a person sees of a command that takes long.
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include "tests/velctl/velctl_test.h"
+
+namespace velctl_tests {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+// The side of a terminal where the person sits.
+class Terminal {
+ public:
+  Terminal() : terminal_(::posix_openpt(O_RDWR | O_NOCTTY)) {
+    if (terminal_ < 0 || ::grantpt(terminal_) != 0 || ::unlockpt(terminal_) != 0) {
+      throw std::runtime_error("there is no terminal");
+    }
+    name_ = ::ptsname(terminal_);
+    // While this side is open too, reading never finds the terminal hung up.
+    other_ = ::open(name_.c_str(), O_RDWR | O_NOCTTY);
+  }
+
+  ~Terminal() {
+    ::close(other_);
+    ::close(terminal_);
+  }
+
+  Terminal(const Terminal&) = delete;
+  Terminal& operator=(const Terminal&) = delete;
+
+  const std::string& name() const { return name_; }
+
+  // Everything that was written to it so far.
+  const std::string& text() {
+    char bytes[1024];
+    pollfd polled = {terminal_, POLLIN, 0};
+    while (::poll(&polled, 1, 0) > 0) {
+      const ssize_t count = ::read(terminal_, bytes, sizeof bytes);
+      if (count <= 0) {
+        break;
+      }
+      text_.append(bytes, static_cast<std::size_t>(count));
+    }
+    return text_;
+  }
+
+ private:
+  int terminal_;
+  int other_;
+  std::string name_;
+  std::string text_;
+};
+
+class TerminalTest : public VelctlTest {
+ protected:
+  TerminalTest() {
+    service().answer("searchAllPrinter", qxbus::Values{std::string("found")});
+    service().hold("searchAllPrinter");
+  }
+
+  // velctl with standard error on the terminal, or what else a shell is told.
+  Process::Options onTerminal(const std::vector<std::string>& arguments,
+                              const std::string& redirection = "2>\"$TERMINAL\"") {
+    Process::Options on = options(arguments);
+    on.command.insert(on.command.begin(), {"sh", "-c", "exec \"$0\" \"$@\" " + redirection});
+    on.environment["TERMINAL"] = terminal_.name();
+    return on;
+  }
+
+  bool shows(const std::string& text) {
+    return comesTrue([&] { return terminal_.text().find(text) != std::string::npos; });
+  }
+  bool showsLast(const std::string& end) {
+    return comesTrue([&] {
+      const std::string& text = terminal_.text();
+      return text.size() >= end.size() &&
+             text.compare(text.size() - end.size(), end.size(), end) == 0;
+    });
+  }
+
+  Terminal& terminal() { return terminal_; }
+
+ private:
+  Terminal terminal_;
+};
+
+TEST_F(TerminalTest, ALongCommandShowsHowLongItHasTakenAndThenRemovesThat) {
+  Process search(onTerminal({"printer", "queue", "search"}));
+
+  EXPECT_TRUE(shows("velctl: searching for printers, 2 s of at most 30")) << terminal().text();
+  service().release();
+
+  const Finished finished = search.wait();
+  EXPECT_EQ(finished.status, velctl::kExitOk);
+  EXPECT_EQ(finished.out, "found\n");
+  EXPECT_TRUE(shows("velctl: searching for printers, 1 s of at most 30\r"));
+  // Later seconds may have needed more.
+  const std::size_t columns =
+      std::string("velctl: searching for printers, 1 s of at most 30").size();
+  EXPECT_TRUE(showsLast(std::string(columns, ' ') + '\r')) << terminal().text();
+}
+
+TEST_F(TerminalTest, ALongCommandEndsAtOnceWhenInterruptedAndLeavesTheLineWhole) {
+  Process search(onTerminal({"printer", "queue", "search"}));
+  ASSERT_TRUE(shows(", 1 s of at most 30")) << terminal().text();
+
+  // The service goes on holding the request.
+  const Finished finished = search.end(SIGINT);
+
+  EXPECT_EQ(finished.status, 128 + SIGINT);
+  EXPECT_THAT(finished.out, IsEmpty());
+  EXPECT_TRUE(showsLast(" s of at most 30\r\n")) << terminal().text();
+}
+
+TEST_F(TerminalTest, ALongCommandEndsAtOnceWhenInterruptedWithoutATerminal) {
+  Process search(options({"printer", "queue", "search"}));
+  ASSERT_TRUE(comesTrue([&] { return service().requests().size() == 1; }));
+
+  const Finished finished = search.end(SIGINT);
+
+  EXPECT_EQ(finished.status, 128 + SIGINT);
+  EXPECT_THAT(finished.out, IsEmpty());
+}
+
+TEST_F(TerminalTest, OnlyATerminalIsShownTheTime) {
+  Process watched(onTerminal({"printer", "queue", "search"}));
+  Process unwatched(options({"printer", "queue", "search"}));
+  ASSERT_TRUE(comesTrue([&] { return service().requests().size() == 2; }));
+  // Both have been waiting for as long.
+  ASSERT_TRUE(shows(", 2 s of at most 30"));
+  service().release();
+
+  EXPECT_EQ(watched.wait().status, velctl::kExitOk);
+  const Finished finished = unwatched.wait();
+  EXPECT_EQ(finished.out, "found\n");
+  EXPECT_THAT(finished.err, Not(HasSubstr("searching for printers")));
+}
+
+TEST_F(TerminalTest, ProgressStandsOnALineOfItsOwn) {
+  service().answer("diagnose", qxbus::Values{std::string("well")});
+  service().hold("diagnose");
+  Process diagnose(onTerminal({"diagnose", "source", "7", "--vm", "win11", "--follow", "0"},
+                              ">\"$TERMINAL\" 2>&1"));
+  ASSERT_TRUE(shows("velctl: diagnosing, 1 s of at most 10"));
+
+  service().emit({std::int32_t{0}, std::int32_t{9}, diagnosisBlock(7, 1, kVmNumber, "looking")});
+
+  EXPECT_TRUE(shows(" \rstatus 1: looking\r\n")) << terminal().text();
+  service().release();
+  EXPECT_TRUE(shows("well\r\n"));
+  EXPECT_EQ(diagnose.wait().status, velctl::kExitOk);
+}
+
+}  // namespace
+}  // namespace velctl_tests

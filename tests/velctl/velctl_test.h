@@ -1,0 +1,59 @@
+// velctl as a user runs it, against a service that the test scripts. Each test has a folder, a bus
+// and a service of its own, so that they can run beside each other.
+
+#ifndef TESTS_VELCTL_VELCTL_TEST_H
+#define TESTS_VELCTL_VELCTL_TEST_H
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/dbus/private_bus.h"
+#include "tests/end_to_end/process.h"
+#include "tests/velctl/scripted_service.h"
+#include "vel/apps/local/velctl/exit_codes.h"
+
+namespace velctl_tests {
+
+using end_to_end::comesTrue;
+using end_to_end::Finished;
+using end_to_end::Process;
+
+// How velctl is run on the bus at an address.
+Process::Options velctlOptions(const std::string& busAddress, const std::string& folder,
+                               const std::vector<std::string>& arguments);
+
+std::vector<std::string> with(std::vector<std::string> arguments, const std::string& last);
+
+class VelctlAloneTest : public ::testing::Test {
+ protected:
+  Process::Options options(const std::vector<std::string>& arguments) const {
+    return velctlOptions(bus_.address(), bus_.directory().string(), arguments);
+  }
+  Finished velctl(const std::vector<std::string>& arguments) const {
+    return run(options(arguments));
+  }
+  dbustest::PrivateBus& bus() { return bus_; }
+
+ private:
+  dbustest::PrivateBus bus_;
+};
+
+class VelctlTest : public VelctlAloneTest {
+ protected:
+  VelctlTest() { startService(); }
+
+  void startService() { service_ = std::make_unique<ScriptedService>(bus().address()); }
+  void stopService() { service_.reset(); }
+  ScriptedService& service() { return *service_; }
+
+ private:
+  std::unique_ptr<ScriptedService> service_;
+};
+
+}  // namespace velctl_tests
+
+#endif  // TESTS_VELCTL_VELCTL_TEST_H
