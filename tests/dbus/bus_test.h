@@ -26,6 +26,8 @@ using MessageRef = std::shared_ptr<QXBusMessage>;
 using ProxyRef = std::shared_ptr<QXBusProxyInterface>;
 using Messages = Record<MessageRef>;
 
+constexpr std::size_t kMegabyte = std::size_t{1024} * 1024;
+
 // The lines that were logged since the test began.
 std::vector<std::string> loggedLines();
 

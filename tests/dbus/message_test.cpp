@@ -153,7 +153,7 @@ TEST_F(MessageOverDBus, CarriesALongListOfRecords) {
 }
 
 TEST_F(MessageOverDBus, CarriesALargeBlock) {
-  qxbus::Bytes block(20 * 1024 * 1024);
+  qxbus::Bytes block(20 * kMegabyte);
   for (std::size_t i = 0; i < block.size(); ++i) {
     block[i] = static_cast<unsigned char>(i * 2654435761U >> 13);
   }
@@ -165,14 +165,14 @@ TEST_F(MessageOverDBus, CarriesALargeBlock) {
 }
 
 TEST_F(MessageOverDBus, ThatIsTooLargeForTheBusFails) {
-  const qxbus::Bytes half(40 * 1024 * 1024);
+  const qxbus::Bytes half(40 * kMegabyte);
   const auto replies = std::make_shared<Messages>();
   const MessageRef oneBlock = proxy_->makeMethodCallMessage("echo");
-  oneBlock->appendBytes(std::vector<char>(70 * 1024 * 1024).data(), 70 * 1024 * 1024);
+  oneBlock->appendBytes(std::vector<char>(70 * kMegabyte).data(), static_cast<int>(70 * kMegabyte));
 
   EXPECT_THAT(proxy_->callWithReplyBlocking(oneBlock, 10000), IsFailure());
   EXPECT_THAT(echo({half, half}), IsFailure());
-  EXPECT_THAT(echo({std::string(70 * 1024 * 1024, 'x')}), IsFailure());
+  EXPECT_THAT(echo({std::string(70 * kMegabyte, 'x')}), IsFailure());
   proxy_->callWithReply(
       oneBlock, [replies](const MessageRef& reply) { replies->add(reply); }, 10000);
 
@@ -183,7 +183,7 @@ TEST_F(MessageOverDBus, ThatIsTooLargeForTheBusFails) {
 
 TEST_F(MessageOverDBus, ThatIsTooLargeAsAReplyFails) {
   const TestService large("large", {{"everything", [](qxbus::Request request) {
-                                       request.reply({qxbus::Bytes(70 * 1024 * 1024)});
+                                       request.reply({qxbus::Bytes(70 * kMegabyte)});
                                      }}});
   const ProxyRef proxy = proxyOf("large");
 

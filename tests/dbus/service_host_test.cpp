@@ -248,6 +248,7 @@ TEST_F(ServiceHostOverDBus, RunsItsHandlersOneAtATimeOnAThreadOfItsOwn) {
   const ProxyRef proxy = proxyOf();
 
   std::vector<std::thread> callers;
+  callers.reserve(4);
   for (int i = 0; i < 4; ++i) {
     callers.emplace_back([&] {
       for (int round = 0; round < 20; ++round) {
@@ -295,7 +296,7 @@ TEST_F(ServiceHostOverDBus, DoesNotSendWhatDBusDoesNotAllow) {
 
   service.emit("no event", {});
   service.emit("", {});
-  service.emit("velevent", {qxbus::Bytes(70 * 1024 * 1024)});
+  service.emit("velevent", {qxbus::Bytes(70 * kMegabyte)});
   service.emit("velevent", {std::string("a\0b", 3)});
 
   ASSERT_TRUE(events->waitFor(1));

@@ -63,6 +63,7 @@ class UnderStress : public BusTest {
   void runClients(const std::function<void()>& disturb) {
     std::atomic<bool> stop{false};
     std::vector<std::thread> clients;
+    clients.reserve(4);
     QXBusEventCallback* const listener =
         lastingListener([counts = counts_](const MessageRef&) { ++counts->events; });
     for (int i = 0; i < 4; ++i) {
@@ -141,6 +142,7 @@ TEST_F(UnderStress, NoDeathIsMissedAndNoneIsToldTwice) {
     auto service = std::make_unique<TestService>();
     std::atomic<bool> stop{false};
     std::vector<std::thread> clients;
+    clients.reserve(3);
     for (int i = 0; i < 3; ++i) {
       clients.emplace_back([&] {
         while (!stop) {

@@ -100,7 +100,7 @@ TEST(WireBody, CarriesTextThatDBusCannotAsBytes) {
 }
 
 TEST(WireBody, IsNotMadeWhenItIsTooLarge) {
-  constexpr std::size_t kMegabyte = 1024 * 1024;
+  constexpr std::size_t kMegabyte = std::size_t{1024} * 1024;
 
   EXPECT_FALSE(qxbus::appendBody(newMessage().get(), {Bytes(65 * kMegabyte)}));
   EXPECT_FALSE(qxbus::appendBody(newMessage().get(), {std::string(65 * kMegabyte, 'x')}));
