@@ -51,7 +51,7 @@ std::string contentOf(const fs::path& file) {
 
 class LogTest : public testing::Test {
  protected:
-  LogTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+  LogTest() { GTEST_FLAG_SET(death_test_style, "fast"); }
 
   // Runs the body in a new process with this value of QX_LOG_LEVEL, and fails if a check in it
   // does. Gives what it wrote to standard error. Once per test: the new process runs the test, too,
