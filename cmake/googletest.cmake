@@ -7,4 +7,12 @@ if(EXISTS /usr/src/googletest/CMakeLists.txt)
 else()
   find_package(GTest REQUIRED)
 endif()
-include(GoogleTest)
+
+# Registers a test program with ctest as one test: a process for each of its tests would take longer
+# to start than most of them to run. The results test by test go to test-results/ in the build tree.
+function(velproxy_add_tests program)
+  add_test(NAME ${program} COMMAND ${program}
+           --gtest_output=xml:${PROJECT_BINARY_DIR}/test-results/${program}.xml)
+  # Generous: a slow machine may be busy with other programs.
+  set_tests_properties(${program} PROPERTIES TIMEOUT 600)
+endfunction()

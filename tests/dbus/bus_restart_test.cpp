@@ -12,8 +12,6 @@ using namespace dbustest;
 using testing::Each;
 using testing::ElementsAre;
 
-constexpr QXBusSecurityFlags kSafe = QXBUS_SECURITY_SAME_USER_OR_ROOT;
-
 class BusThatIsLost : public BusTest {
  protected:
   std::unique_ptr<TestService> service_ = std::make_unique<TestService>();

@@ -26,6 +26,9 @@ using MessageRef = std::shared_ptr<QXBusMessage>;
 using ProxyRef = std::shared_ptr<QXBusProxyInterface>;
 using Messages = Record<MessageRef>;
 
+// What VelProxy asks for.
+constexpr QXBusSecurityFlags kSafe = QXBUS_SECURITY_SAME_USER_OR_ROOT;
+
 constexpr std::size_t kMegabyte = std::size_t{1024} * 1024;
 
 // The lines that were logged since the test began.

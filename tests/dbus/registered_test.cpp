@@ -10,8 +10,6 @@ namespace {
 
 using namespace dbustest;
 
-constexpr QXBusSecurityFlags kSafe = QXBUS_SECURITY_SAME_USER_OR_ROOT;
-
 class ServiceOverDBus : public BusTest {};
 
 TEST_F(ServiceOverDBus, IsAskedForEachTime) {

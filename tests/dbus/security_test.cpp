@@ -12,7 +12,6 @@ using testing::Contains;
 using testing::HasSubstr;
 using testing::Not;
 
-constexpr QXBusSecurityFlags kSafe = QXBUS_SECURITY_SAME_USER_OR_ROOT;
 constexpr char kOtherUser[] = "65534";
 
 // Only root can start a service as somebody else.

@@ -10,7 +10,6 @@ namespace {
 
 using namespace dbustest;
 
-constexpr QXBusSecurityFlags kSafe = QXBUS_SECURITY_SAME_USER_OR_ROOT;
 constexpr int kRounds = 60;
 
 class UnderStress : public BusTest {

@@ -53,6 +53,10 @@ Finished EndToEndTest::velctl(const std::vector<std::string>& arguments) const {
   return run(velctlOptions(arguments));
 }
 
+bool EndToEndTest::isWatching(const Process& watch) {
+  return comesTrue([&watch] { return watch.err().find("velctl: watching ") != std::string::npos; });
+}
+
 Finished EndToEndTest::call(const std::string& method,
                             const std::vector<std::string>& arguments) const {
   std::vector<std::string> command = {"dbus-send",     "--bus=" + bus_.address(),

@@ -30,6 +30,8 @@ class EndToEndTest : public ::testing::Test {
 
   Process::Options velctlOptions(const std::vector<std::string>& arguments) const;
   Finished velctl(const std::vector<std::string>& arguments) const;
+  // Waits until a velctl watch sees what happens from now on.
+  static bool isWatching(const Process& watch);
 
   // A call with an ordinary D-Bus tool, whose arguments are like "int32:101".
   Finished call(const std::string& method, const std::vector<std::string>& arguments) const;

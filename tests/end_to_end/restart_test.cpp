@@ -12,8 +12,6 @@ namespace {
 
 using ::testing::IsEmpty;
 
-constexpr char kWatching[] = "velctl: watching ";
-
 const char* const kVms[] = {"debian", "ubuntu", "win10", "win11"};
 
 std::size_t occurrences(const std::string& text, const std::string& part) {
@@ -30,10 +28,6 @@ std::string ended(const std::string& vm) {
 
 class RestartTest : public EndToEndTestWithService {
  protected:
-  static bool isWatching(const Process& watch) {
-    return comesTrue([&watch] { return watch.err().find(kWatching) != std::string::npos; });
-  }
-
   // Whether it has written that many lines; more of them are found when it has ended.
   static bool hasPrinted(const Process& watch, std::size_t lines) {
     return comesTrue([&watch, lines] { return occurrences(watch.out(), "\n") >= lines; });

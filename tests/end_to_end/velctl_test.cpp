@@ -22,7 +22,6 @@ using ::testing::StartsWith;
 // Numbers of the built-in VMs.
 constexpr int kWin11 = 101;
 constexpr char kVmsAsText[] = "debian  104\nubuntu  103\nwin10   102\nwin11   101\n";
-constexpr char kWatching[] = "velctl: watching ";
 
 std::vector<std::string> with(std::vector<std::string> arguments, const std::string& last) {
   arguments.push_back(last);
@@ -414,7 +413,7 @@ TEST_F(VelctlTest, ReportsAServiceThatDoesNotAnswer) {
 TEST_F(VelctlTest, WatchEndsWellWhenInterrupted) {
   for (const int signal : {SIGINT, SIGTERM}) {
     Process watch(velctlOptions({"watch"}));
-    ASSERT_TRUE(comesTrue([&] { return watch.err().find(kWatching) != std::string::npos; }));
+    ASSERT_TRUE(isWatching(watch));
 
     const Finished finished = watch.end(signal);
 

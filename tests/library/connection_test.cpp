@@ -277,7 +277,7 @@ TEST_F(InitTest, BroadcastCallbackIsForAnyThread) {
 // --- Virtual dispatch ---------------------------------------------------------------------------
 
 // Does what VelProxy does, after the test has had its say.
-class Overriding : public qx::VelProxy {
+class ProxyOfItsOwnLife : public qx::VelProxy {
  public:
   unsigned int InitBroadcast() override {
     ++initBroadcasts;
@@ -312,10 +312,10 @@ class Overriding : public qx::VelProxy {
   std::thread::id deathThread;
 };
 
-class OverridingTest : public ProxyTestOf<Overriding> {};
+class OverridingTest : public ProxyTestOf<ProxyOfItsOwnLife> {};
 
 TEST_F(OverridingTest, InitGivesTheResultOfTheVirtualInitBroadcast) {
-  Overriding fresh;
+  ProxyOfItsOwnLife fresh;
   fresh.initBroadcastResult = 123;
 
   EXPECT_EQ(fresh.Init(), 123u);
@@ -432,20 +432,24 @@ TEST_F(InitTest, ReleasingLogsAndThenWaitsForTheCallMutex) {
 // Destroying an interface may take its time, and calls of other threads must not wait for it.
 TEST_F(InitTest, TheInterfaceIsDestroyedAfterTheCallMutexIsFree) {
   fresh.Init();
-  std::unique_ptr<Background<unsigned int>> init;
-  bool isDone = false;
-  timeline.when("interface destroyed", [&] {
-    if (!init) {
-      init = std::make_unique<Background<unsigned int>>([this] { return fresh.Init(); });
-      isDone = init->isDone();
+  struct Meanwhile {
+    std::unique_ptr<Background<unsigned int>> init;
+    bool isDone = false;
+  };
+  // Shared, because the interface that this Init gets is destroyed when the test is over.
+  const auto meanwhile = std::make_shared<Meanwhile>();
+  timeline.when("interface destroyed", [this, meanwhile] {
+    if (!meanwhile->init) {
+      meanwhile->init = std::make_unique<Background<unsigned int>>([this] { return fresh.Init(); });
+      meanwhile->isDone = meanwhile->init->isDone();
     }
   });
 
   fresh.ReleaseService();
 
-  ASSERT_TRUE(init);
-  EXPECT_TRUE(isDone);
-  EXPECT_EQ(init->result(), 0u);
+  ASSERT_TRUE(meanwhile->init);
+  EXPECT_TRUE(meanwhile->isDone);
+  EXPECT_EQ(meanwhile->init->result(), 0u);
 }
 
 TEST_F(InitTest, AReleasedProxyConnectsAnew) {

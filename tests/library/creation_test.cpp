@@ -14,7 +14,7 @@ using testing::StartsWith;
 class CreationTest : public BusTest {
  protected:
   CreationTest() {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    GTEST_FLAG_SET(death_test_style, "fast");
     scripted::setDataPath(kDataPath);
   }
 

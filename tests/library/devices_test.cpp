@@ -6,6 +6,7 @@
 #include <cstring>
 #include <functional>
 
+#include "tests/library/blocks.h"
 #include "tests/library/proxy_test.h"
 
 namespace {
@@ -15,11 +16,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr std::size_t kVmIdText = offsetof(CommonDevice, vmIdText);
-
-template <typename Value>
-void put(Bytes& block, std::size_t offset, Value value) {
-  std::memcpy(block.data() + offset, &value, sizeof value);
-}
 
 // A device's record: everything that the library does not write is '#'.
 Bytes device(unsigned short number, unsigned short status, unsigned int vm, const std::string& name,
@@ -213,7 +209,7 @@ TEST_F(DevicesTest, EachRecordOfAListGetsTheNameOfItsOwnVm) {
 
 // --- Virtual dispatch ---------------------------------------------------------------------------
 
-class Overriding : public qx::VelProxy {
+class ProxyOfItsOwnLists : public qx::VelProxy {
  public:
   std::string GetVmIdString(unsigned int id) override {
     namesAskedFor.push_back(id);
@@ -234,7 +230,7 @@ class Overriding : public qx::VelProxy {
   CommonDevice unreal = {};
 };
 
-class OverriddenDevicesTest : public ProxyTestOf<Overriding> {};
+class OverriddenDevicesTest : public ProxyTestOf<ProxyOfItsOwnLists> {};
 
 TEST_F(OverriddenDevicesTest, AListAsksTheVirtualLookUpForTheNamesOfVms) {
   bus.answer("getDeviceList", Reply()

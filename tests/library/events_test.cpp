@@ -7,6 +7,7 @@
 #include <limits>
 #include <ostream>
 
+#include "tests/library/blocks.h"
 #include "tests/library/proxy_test.h"
 
 namespace {
@@ -16,15 +17,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 // --- Records ------------------------------------------------------------------------------------
-
-template <typename Value>
-void put(Bytes& block, std::size_t offset, Value value) {
-  std::memcpy(block.data() + offset, &value, sizeof value);
-}
-
-void put(Bytes& block, std::size_t offset, const char* text) {
-  std::memcpy(block.data() + offset, text, std::strlen(text) + 1);
-}
 
 Bytes printerBlock() {
   Bytes block(40, 0);
@@ -70,10 +62,10 @@ EventArguments event(int vm, int code) {
 
 // Records its calls, and runs what the test has for it to do: pass `this` as user data. Each call
 // is an event on the timeline: "called(4)".
-struct Listener {
+struct RecordListener {
   template <typename Record>
   static int called(unsigned short code, Record* record, void* userData) {
-    auto& self = *static_cast<Listener*>(userData);
+    auto& self = *static_cast<RecordListener*>(userData);
     self.codes.push_back(code);
     self.bytes.push_back(record ? bytesOf(record, self.size) : Bytes());
     scripted::Timeline::the().add("called(" + std::to_string(code) + ")");
@@ -83,7 +75,7 @@ struct Listener {
     return -1;
   }
   static int calledInstead(unsigned short code, CommonDevice*, void* userData) {
-    static_cast<Listener*>(userData)->otherCodes.push_back(code);
+    static_cast<RecordListener*>(userData)->otherCodes.push_back(code);
     return 0;
   }
 
@@ -95,10 +87,11 @@ struct Listener {
   std::vector<unsigned short> otherCodes;
 };
 
-constexpr PrinterCallback kPrinterCalled = &Listener::called<PrinterDevice>;
-constexpr DeviceCallback kDeviceCalled = &Listener::called<CommonDevice>;
-constexpr CmdCallback kCmdCalled = &Listener::called<CmdResponse>;
-constexpr ConfigNewDevResultCallback kResultCalled = &Listener::called<_ConfigNewDeviceResult>;
+constexpr PrinterCallback kPrinterCalled = &RecordListener::called<PrinterDevice>;
+constexpr DeviceCallback kDeviceCalled = &RecordListener::called<CommonDevice>;
+constexpr CmdCallback kCmdCalled = &RecordListener::called<CmdResponse>;
+constexpr ConfigNewDevResultCallback kResultCalled =
+    &RecordListener::called<_ConfigNewDeviceResult>;
 
 struct DiagnoseListener : VelDiagnoseNotify {
   void DiagnoseResultNotify(std::string vmId, unsigned long long id, unsigned int status,
@@ -146,10 +139,10 @@ class EventsTestOf : public ProxyTestOf<Proxy> {
                             newDevice.codes.size() + diagnosis.calls.size());
   }
 
-  Listener printer;
-  Listener device;
-  Listener cmd;
-  Listener newDevice;
+  RecordListener printer;
+  RecordListener device;
+  RecordListener cmd;
+  RecordListener newDevice;
   DiagnoseListener diagnosis;
 };
 
@@ -217,7 +210,7 @@ TEST_F(EventsTest, ADeviceCallbackIsRefusedUnlessBothAreGiven) {
 
 TEST_F(EventsTest, ALaterDeviceCallbackTakesThePlaceOfTheEarlier) {
   proxy->RegisterDeviceCallback(kDeviceCalled, &device);
-  proxy->RegisterDeviceCallback(&Listener::calledInstead, &device);
+  proxy->RegisterDeviceCallback(&RecordListener::calledInstead, &device);
 
   emit(event(0, 4).bytes(deviceBlock()));
 
@@ -226,7 +219,7 @@ TEST_F(EventsTest, ALaterDeviceCallbackTakesThePlaceOfTheEarlier) {
 }
 
 TEST_F(EventsTest, UnregisteringADeviceCallbackLogsBeforeAndAfter) {
-  Listener other;
+  RecordListener other;
   proxy->RegisterDeviceCallback(kDeviceCalled, &device);
   proxy->RegisterDeviceCallback(kDeviceCalled, &other);
   forget();
@@ -252,7 +245,7 @@ TEST_F(EventsTest, UnregisteringADeviceCallbackLogsBeforeAndAfter) {
 }
 
 TEST_F(EventsTest, UnregisteringAllDeviceCallbacksLogsBeforeAndAfter) {
-  Listener other;
+  RecordListener other;
   proxy->RegisterDeviceCallback(kDeviceCalled, &device);
   proxy->RegisterDeviceCallback(kDeviceCalled, &other);
   forget();
@@ -267,7 +260,7 @@ TEST_F(EventsTest, UnregisteringAllDeviceCallbacksLogsBeforeAndAfter) {
 }
 
 TEST_F(EventsTest, CheckingGivesTheSmallestUserDataOfTheDevices) {
-  Listener three[3];
+  RecordListener three[3];
   EXPECT_EQ(proxy->CheckDeviceCallback(), nullptr);
 
   proxy->RegisterDeviceCallback(kDeviceCalled, &three[1]);
@@ -467,7 +460,7 @@ TEST_P(DeviceEventTest, GoesToTheDeviceCallback) {
 }
 
 TEST_P(DeviceEventTest, GoesToEachDeviceCallbackInAscendingOrder) {
-  Listener three[3];
+  RecordListener three[3];
   Strings order;
   for (const std::size_t i : {2u, 0u, 1u}) {
     three[i].action = [&order, i] { order.push_back(std::to_string(i)); };
@@ -681,7 +674,7 @@ TEST_F(EventsTest, ACommandEventWithoutACallbackIsOnlyLogged) {
 
 // --- Virtual dispatch ---------------------------------------------------------------------------
 
-class Overriding : public qx::VelProxy {
+class ProxyOfItsOwnNotices : public qx::VelProxy {
  public:
   std::string GetVmIdString(unsigned int id) override {
     namesAskedFor.push_back(id);
@@ -700,7 +693,7 @@ class Overriding : public qx::VelProxy {
   Strings notified;
 };
 
-using OverriddenEventsTest = EventsTestOf<Overriding>;
+using OverriddenEventsTest = EventsTestOf<ProxyOfItsOwnNotices>;
 
 TEST_F(OverriddenEventsTest, TheVirtualLookUpDecidesWhichEventsAreItsOwn) {
   emit(event(7, 1000));
@@ -756,7 +749,7 @@ TEST(BroadcastTest, ReachesCallbacksTwiceAfterTwoConnections) {
   qx::VelProxy* const instance = qx::VelProxy::getInstance();
   instance->ReleaseService();
   bus.reset();
-  Listener device;
+  RecordListener device;
   ASSERT_EQ(instance->Init(), 0u);
   instance->RegisterDeviceCallback(kDeviceCalled, &device);
   bus.emit("mountedEvent", event(0, 4).bytes(deviceBlock()));
@@ -777,7 +770,7 @@ TEST(BroadcastTest, ReachesCallbacksTwiceAfterTwoConnections) {
 }
 
 TEST_F(EventsTest, ABroadcastIsForTheInstanceWhoeverListens) {
-  Listener others;
+  RecordListener others;
   instance->RegisterDeviceCallback(kDeviceCalled, &others);
   proxy->RegisterDeviceCallback(kDeviceCalled, &device);
   ASSERT_EQ(bus.broadcastListeners().size(), 2u) << "instance and proxy";
@@ -793,7 +786,7 @@ TEST_F(EventsTest, ABroadcastIsHandledWithTheVmsThatTheInstanceKnows) {
   // It may have learned them in another test.
   instance->onServiceDeath();
   disconnect(*instance);
-  Listener others;
+  RecordListener others;
   instance->RegisterDeviceCallback(kDeviceCalled, &others);
 
   bus.emit("mountedEvent", event(7, 4).bytes(deviceBlock()));
@@ -841,7 +834,7 @@ TEST_F(EventsTest, ACallbackMayAskWhoIsRegistered) {
 
 TEST_F(EventsTest, TheCommandCallbackAndTheNotifyObjectMayBeReplacedInsideTheirCalls) {
   listenToAll();
-  Listener other;
+  RecordListener other;
   cmd.action = [&] { proxy->RegisterCmdCallback(kCmdCalled, &other); };
   diagnosis.action = [&] { proxy->Diagnose("", 0, nullptr); };
 
@@ -924,7 +917,7 @@ class CallbackMutexTest : public EventsTest, public testing::WithParamInterface<
 
 TEST_P(CallbackMutexTest, IsHeldWhileTheCallbackRuns) {
   listenToAll();
-  Listener other;
+  RecordListener other;
   Gate gate = timeline.hold(GetParam().called);
   Background running([this] {
     emit(event(0, GetParam().code).bytes(GetParam().record));
@@ -1003,10 +996,10 @@ TEST_F(EventsTest, RegisteringLogsBeforeItWaits) {
 constexpr int kRounds = 30;
 
 // A registration that must not be called once it has ended.
-struct Registration {
+struct ShortRegistration {
   template <typename Record>
   static int called(unsigned short, Record*, void* userData) {
-    auto& self = *static_cast<Registration*>(userData);
+    auto& self = *static_cast<ShortRegistration*>(userData);
     ++self.calls;
     if (self.hasEnded) {
       ++self.callsTooLate;
@@ -1031,13 +1024,13 @@ struct CountingNotify : VelDiagnoseNotify {
 };
 
 TEST_F(EventsTest, ManyThreadsMayRegisterWhileFourBringEvents) {
-  Registration staying;
-  Registration others;
-  Registration printers;
+  ShortRegistration staying;
+  ShortRegistration others;
+  ShortRegistration printers;
   CountingNotify first;
   CountingNotify second;
   std::atomic<int> callsTooLate{0};
-  proxy->RegisterDeviceCallback(&Registration::called<CommonDevice>, &staying);
+  proxy->RegisterDeviceCallback(&ShortRegistration::called<CommonDevice>, &staying);
   std::vector<std::unique_ptr<Background<int>>> threads;
   const auto start = [&threads](std::function<void(int)> round) {
     threads.push_back(std::make_unique<Background<int>>([round = std::move(round)] {
@@ -1059,9 +1052,10 @@ TEST_F(EventsTest, ManyThreadsMayRegisterWhileFourBringEvents) {
     });
   }
   start([&](int) {
-    Registration own;
-    proxy->RegisterDeviceCallback(&Registration::called<CommonDevice>, &own);
-    proxy->RegisterConfigNewDevResultCallback(&Registration::called<_ConfigNewDeviceResult>, &own);
+    ShortRegistration own;
+    proxy->RegisterDeviceCallback(&ShortRegistration::called<CommonDevice>, &own);
+    proxy->RegisterConfigNewDevResultCallback(&ShortRegistration::called<_ConfigNewDeviceResult>,
+                                              &own);
     proxy->UnregisterDeviceCallback(&own);
     proxy->UnregisterConfigNewDevResultCallback(&own);
     own.hasEnded = true;
@@ -1070,7 +1064,7 @@ TEST_F(EventsTest, ManyThreadsMayRegisterWhileFourBringEvents) {
   });
   start([&](int) {
     printers.hasEnded = false;
-    proxy->RegisterPrinterCallback(&Registration::called<PrinterDevice>, &printers);
+    proxy->RegisterPrinterCallback(&ShortRegistration::called<PrinterDevice>, &printers);
     proxy->CheckPrinterCallback();
     proxy->CheckDeviceCallback();
     proxy->UnregisterPrinterCallback();
@@ -1078,11 +1072,11 @@ TEST_F(EventsTest, ManyThreadsMayRegisterWhileFourBringEvents) {
     std::this_thread::yield();
   });
   start([&](int i) {
-    proxy->RegisterCmdCallback(&Registration::called<CmdResponse>, &others);
+    proxy->RegisterCmdCallback(&ShortRegistration::called<CmdResponse>, &others);
     proxy->Diagnose("", 0, i % 2 == 0 ? &first : &second);
     proxy->RegisterCmdCallback(nullptr, nullptr);
     proxy->DiagnoseDevice("", 0, nullptr);
-    proxy->RegisterConfigNewDevResultCallback(&Registration::called<_ConfigNewDeviceResult>,
+    proxy->RegisterConfigNewDevResultCallback(&ShortRegistration::called<_ConfigNewDeviceResult>,
                                               &others);
     proxy->UnregisterConfigNewDevResultCallback();
   });

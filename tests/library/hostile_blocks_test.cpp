@@ -12,6 +12,7 @@
 #include <limits>
 #include <ostream>
 
+#include "tests/library/blocks.h"
 #include "tests/library/proxy_test.h"
 
 namespace {
@@ -41,9 +42,9 @@ testing::AssertionResult isAsLongAs(const void* allocation, std::size_t size) {
 }
 
 template <typename Value>
-void put(Bytes& block, std::size_t offset, Value value) {
+void putIfItFits(Bytes& block, std::size_t offset, Value value) {
   if (offset + sizeof value <= block.size()) {
-    std::memcpy(block.data() + offset, &value, sizeof value);
+    put(block, offset, value);
   }
 }
 
@@ -158,8 +159,8 @@ TEST_P(HostileListTest, ABlockMayEndAnywhere) {
   std::vector<Bytes> expected;
   for (std::size_t size = 1; size <= kLongest; ++size) {
     Bytes block = unendedBlock(size);
-    put(block, offsetof(CommonDevice, status), static_cast<unsigned short>(2));
-    put(block, kVmId, 7u);
+    putIfItFits(block, offsetof(CommonDevice, status), static_cast<unsigned short>(2));
+    putIfItFits(block, kVmId, 7u);
     reply.bytes(block);
     if (GetParam().namesVms && size > kText) {
       const auto fits = static_cast<std::ptrdiff_t>(std::min(name.size(), size - kText));

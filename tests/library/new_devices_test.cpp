@@ -91,16 +91,16 @@ Bytes resultBlock() {
 }
 
 // Records its calls: pass `this` as user data.
-struct Listener {
+struct ResultListener {
   static int called(unsigned short code, _ConfigNewDeviceResult* result, void* userData) {
-    auto& self = *static_cast<Listener*>(userData);
+    auto& self = *static_cast<ResultListener*>(userData);
     self.codes.push_back(code);
     self.results.push_back(result);
     scripted::Timeline::the().add("called " + pointer(userData));
     return -1;
   }
   static int calledInstead(unsigned short code, _ConfigNewDeviceResult*, void* userData) {
-    static_cast<Listener*>(userData)->otherCodes.push_back(code);
+    static_cast<ResultListener*>(userData)->otherCodes.push_back(code);
     return 0;
   }
 
@@ -116,7 +116,7 @@ std::string pointerTo(ConfigNewDevResultCallback callback) {
 class NewDeviceCallbacksTest : public ProxyTest {
  protected:
   // In ascending order.
-  Listener listeners[3];
+  ResultListener listeners[3];
   Bytes block = resultBlock();
   _ConfigNewDeviceResult* const result = reinterpret_cast<_ConfigNewDeviceResult*>(block.data());
 };
@@ -124,19 +124,19 @@ class NewDeviceCallbacksTest : public ProxyTest {
 TEST_F(NewDeviceCallbacksTest, RegisteringLogsAndSendsNothing) {
   disconnect(*instance);
 
-  EXPECT_EQ(proxy->RegisterConfigNewDevResultCallback(&Listener::called, &listeners[0]), 0);
+  EXPECT_EQ(proxy->RegisterConfigNewDevResultCallback(&ResultListener::called, &listeners[0]), 0);
 
   EXPECT_THAT(
       log.summaries(),
       ElementsAre(debugLine("RegisterConfigNewDevResultCallback", "enter, cb[%p] userData[%p]",
-                            "enter, cb[" + pointerTo(&Listener::called) + "] userData[" +
+                            "enter, cb[" + pointerTo(&ResultListener::called) + "] userData[" +
                                 pointer(&listeners[0]) + "]")));
   EXPECT_EQ(timeline.all().size(), 1u) << "neither a connection nor a call";
 }
 
 TEST_F(NewDeviceCallbacksTest, RegisteringRefusesNull) {
   EXPECT_EQ(proxy->RegisterConfigNewDevResultCallback(nullptr, &listeners[0]), -1);
-  EXPECT_EQ(proxy->RegisterConfigNewDevResultCallback(&Listener::called, nullptr), -1);
+  EXPECT_EQ(proxy->RegisterConfigNewDevResultCallback(&ResultListener::called, nullptr), -1);
   EXPECT_EQ(proxy->RegisterConfigNewDevResultCallback(nullptr, nullptr), -1);
 
   const std::string refusal =
@@ -148,7 +148,7 @@ TEST_F(NewDeviceCallbacksTest, RegisteringRefusesNull) {
 }
 
 TEST_F(NewDeviceCallbacksTest, ARefusalLeavesTheCallbackThatWasThere) {
-  proxy->RegisterConfigNewDevResultCallback(&Listener::called, &listeners[0]);
+  proxy->RegisterConfigNewDevResultCallback(&ResultListener::called, &listeners[0]);
 
   EXPECT_EQ(proxy->RegisterConfigNewDevResultCallback(nullptr, &listeners[0]), -1);
 
@@ -157,8 +157,8 @@ TEST_F(NewDeviceCallbacksTest, ARefusalLeavesTheCallbackThatWasThere) {
 }
 
 TEST_F(NewDeviceCallbacksTest, ALaterCallbackTakesThePlaceOfTheEarlier) {
-  proxy->RegisterConfigNewDevResultCallback(&Listener::called, &listeners[0]);
-  proxy->RegisterConfigNewDevResultCallback(&Listener::calledInstead, &listeners[0]);
+  proxy->RegisterConfigNewDevResultCallback(&ResultListener::called, &listeners[0]);
+  proxy->RegisterConfigNewDevResultCallback(&ResultListener::calledInstead, &listeners[0]);
 
   proxy->ConfigNewDeviceResultNotify(2, result);
 
@@ -173,15 +173,15 @@ TEST_F(NewDeviceCallbacksTest, RegisteringLogsWhenTheCallbackIsStored) {
     ++calls;
   });
 
-  proxy->RegisterConfigNewDevResultCallback(&Listener::called, &listeners[0]);
+  proxy->RegisterConfigNewDevResultCallback(&ResultListener::called, &listeners[0]);
 
   EXPECT_EQ(calls, 1);
   EXPECT_THAT(listeners[0].codes, ElementsAre(2));
 }
 
 TEST_F(NewDeviceCallbacksTest, UnregisteringRemovesOneAndLogsAfterwards) {
-  for (Listener& listener : listeners) {
-    proxy->RegisterConfigNewDevResultCallback(&Listener::called, &listener);
+  for (ResultListener& listener : listeners) {
+    proxy->RegisterConfigNewDevResultCallback(&ResultListener::called, &listener);
   }
   disconnect(*instance);
   timeline.when("Debug UnregisterConfigNewDevResultCallback: end",
@@ -199,7 +199,7 @@ TEST_F(NewDeviceCallbacksTest, UnregisteringRemovesOneAndLogsAfterwards) {
 }
 
 TEST_F(NewDeviceCallbacksTest, UnregisteringWhatIsNotThereOnlyLogs) {
-  proxy->RegisterConfigNewDevResultCallback(&Listener::called, &listeners[0]);
+  proxy->RegisterConfigNewDevResultCallback(&ResultListener::called, &listeners[0]);
   forget();
 
   EXPECT_EQ(proxy->UnregisterConfigNewDevResultCallback(&listeners[1]), 0);
@@ -215,8 +215,8 @@ TEST_F(NewDeviceCallbacksTest, UnregisteringWhatIsNotThereOnlyLogs) {
 }
 
 TEST_F(NewDeviceCallbacksTest, UnregisteringAllLogsNothing) {
-  for (Listener& listener : listeners) {
-    proxy->RegisterConfigNewDevResultCallback(&Listener::called, &listener);
+  for (ResultListener& listener : listeners) {
+    proxy->RegisterConfigNewDevResultCallback(&ResultListener::called, &listener);
   }
   disconnect(*instance);
 
@@ -224,7 +224,7 @@ TEST_F(NewDeviceCallbacksTest, UnregisteringAllLogsNothing) {
 
   EXPECT_THAT(timeline.all(), IsEmpty());
   proxy->ConfigNewDeviceResultNotify(2, result);
-  for (const Listener& listener : listeners) {
+  for (const ResultListener& listener : listeners) {
     EXPECT_THAT(listener.codes, IsEmpty());
   }
 }
@@ -233,7 +233,7 @@ TEST_F(NewDeviceCallbacksTest, UnregisteringAllLogsNothing) {
 
 TEST_F(NewDeviceCallbacksTest, AResultGoesToEachInAscendingOrderAndIsLoggedAfterEach) {
   for (const std::size_t i : {1u, 2u, 0u}) {
-    proxy->RegisterConfigNewDevResultCallback(&Listener::called, &listeners[i]);
+    proxy->RegisterConfigNewDevResultCallback(&ResultListener::called, &listeners[i]);
   }
   forget();
 
@@ -243,7 +243,7 @@ TEST_F(NewDeviceCallbacksTest, AResultGoesToEachInAscendingOrderAndIsLoggedAfter
       "userdata:%p,name:%s, code:%s, isSuccess: %d, vid:0x%.4x, pid:%.4x cmd[%d]";
   Strings steps;
   Strings lines;
-  for (const Listener& listener : listeners) {
+  for (const ResultListener& listener : listeners) {
     EXPECT_THAT(listener.codes, ElementsAre(65535));
     EXPECT_THAT(listener.results, ElementsAre(result)) << "not a copy";
     const std::string message =
@@ -264,7 +264,7 @@ TEST_F(NewDeviceCallbacksTest, AResultThatNobodyWaitsForIsDropped) {
 }
 
 TEST_F(NewDeviceCallbacksTest, AMissingResultIsRefused) {
-  proxy->RegisterConfigNewDevResultCallback(&Listener::called, &listeners[0]);
+  proxy->RegisterConfigNewDevResultCallback(&ResultListener::called, &listeners[0]);
 
   EXPECT_EQ(proxy->ConfigNewDeviceResultNotify(2, nullptr), -1);
 
@@ -272,7 +272,7 @@ TEST_F(NewDeviceCallbacksTest, AMissingResultIsRefused) {
 }
 
 TEST_F(NewDeviceCallbacksTest, ANameThatFillsItsFieldIsLoggedUpToItsEnd) {
-  proxy->RegisterConfigNewDevResultCallback(&Listener::called, &listeners[0]);
+  proxy->RegisterConfigNewDevResultCallback(&ResultListener::called, &listeners[0]);
   std::memset(block.data() + 20, 'n', 256);
   forget();
 
@@ -290,13 +290,13 @@ TEST_F(NewDeviceCallbacksTest, RegisteringWaitsForACallbackAndNotForACall) {
   Gate call = timeline.hold("call resetService(");
   Background reset([this] { return proxy->ResetService(); });
   ASSERT_TRUE(call.isReached());
-  proxy->RegisterConfigNewDevResultCallback(&Listener::called, &listeners[0]);
+  proxy->RegisterConfigNewDevResultCallback(&ResultListener::called, &listeners[0]);
   Gate callback = timeline.hold("called ");
   Background notify([this] { return proxy->ConfigNewDeviceResultNotify(2, result); });
   ASSERT_TRUE(callback.isReached());
 
   Background registering([this] {
-    proxy->RegisterConfigNewDevResultCallback(&Listener::called, &listeners[1]);
+    proxy->RegisterConfigNewDevResultCallback(&ResultListener::called, &listeners[1]);
     return timeline.add("registered");
   });
   Background unregistering([this] {

@@ -46,13 +46,13 @@ TEST_F(PrintQueuesTest, TextsKeepEveryByte) {
   proxy->ChangePrinterDriver(a, b);
   proxy->PrintTestPage(a);
 
-  const auto shown = [](const std::string& text) { return "string \"" + text + "\""; };
-  const std::string all = shown(a) + ", " + shown(b) + ", " + shown(c);
+  const auto argument = [](const std::string& text) { return "string \"" + text + "\""; };
+  const std::string all = argument(a) + ", " + argument(b) + ", " + argument(c);
   EXPECT_THAT(bus.requests(),
-              ElementsAre("getPrinterDriverlList(" + shown(a) + ")", "addPrinter(" + all + ")",
-                          "autoAddPrinter(" + all + ")", "deletePrinter(" + shown(a) + ")",
-                          "changePrinterDriver(" + shown(a) + ", " + shown(b) + ")",
-                          "printTestPage(" + shown(a) + ")"));
+              ElementsAre("getPrinterDriverlList(" + argument(a) + ")", "addPrinter(" + all + ")",
+                          "autoAddPrinter(" + all + ")", "deletePrinter(" + argument(a) + ")",
+                          "changePrinterDriver(" + argument(a) + ", " + argument(b) + ")",
+                          "printTestPage(" + argument(a) + ")"));
 }
 
 TEST_F(PrintQueuesTest, AnswersAreGivenAsTheServiceSentThem) {

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <limits>
 
+#include "tests/library/blocks.h"
 #include "tests/library/proxy_test.h"
 
 namespace {
@@ -13,11 +14,6 @@ namespace {
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-template <typename Value>
-void put(Bytes& block, std::size_t offset, Value value) {
-  std::memcpy(block.data() + offset, &value, sizeof value);
-}
 
 // A printer's record, as long as its name.
 Bytes printer(unsigned short number, int vm, int status, const std::string& name) {

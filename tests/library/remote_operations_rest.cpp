@@ -80,7 +80,7 @@ std::string add(qx::VelProxy& proxy) {
 
 // Blocks, each by its first two bytes: every block of these rows is two bytes long.
 template <typename Record>
-std::string shownAndFreed(const std::list<Record*>& records) {
+std::string shownBlocksAndFreed(const std::list<Record*>& records) {
   std::string text;
   for (Record* const record : records) {
     text.append(reinterpret_cast<const char*>(record), 2);
@@ -91,7 +91,7 @@ std::string shownAndFreed(const std::list<Record*>& records) {
 }
 
 template <typename Record>
-std::string shown(const std::list<Record>& records) {
+std::string shownBlocks(const std::list<Record>& records) {
   std::string text;
   for (const Record& record : records) {
     text.append(reinterpret_cast<const char*>(record.bytes), 2);
@@ -258,7 +258,7 @@ std::vector<RemoteOperation> remainingOperations() {
 
       RemoteOperation(
           "GetPolicyListByVidPid",
-          [](qx::VelProxy& proxy) { return shownAndFreed(proxy.GetPolicyListByVidPid()); },
+          [](qx::VelProxy& proxy) { return shownBlocksAndFreed(proxy.GetPolicyListByVidPid()); },
           "getPolicyListByVidPid(int32 0)")
           .answered(twoBlocks(), "ab;cd;")
           .failing("")
@@ -372,7 +372,7 @@ std::vector<RemoteOperation> remainingOperations() {
 
       RemoteOperation(
           "GetNetworkPrinterList",
-          [](qx::VelProxy& proxy) { return shownAndFreed(proxy.GetNetworkPrinterList()); },
+          [](qx::VelProxy& proxy) { return shownBlocksAndFreed(proxy.GetNetworkPrinterList()); },
           "getNetworkPrinterList()")
           .answered(twoBlocks(), "ab;cd;")
           .failing("")
@@ -477,7 +477,7 @@ std::vector<RemoteOperation> remainingOperations() {
 
       RemoteOperation(
           "GetJoystickDevList",
-          [](qx::VelProxy& proxy) { return shown(proxy.GetJoystickDevList()); },
+          [](qx::VelProxy& proxy) { return shownBlocks(proxy.GetJoystickDevList()); },
           "getJoystickDevList()")
           .answered(twoBlocks(), "ab;cd;")
           .failing("")
@@ -488,7 +488,7 @@ std::vector<RemoteOperation> remainingOperations() {
 
       RemoteOperation(
           "GetJoystickMappingList",
-          [](qx::VelProxy& proxy) { return shown(proxy.GetJoystickMappingList()); },
+          [](qx::VelProxy& proxy) { return shownBlocks(proxy.GetJoystickMappingList()); },
           "getJoystickMappingList()")
           .answered(twoBlocks(), "ab;cd;")
           .failing("")
