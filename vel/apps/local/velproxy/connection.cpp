@@ -32,6 +32,17 @@ std::mutex& creationMutex() {
   return *mutex;
 }
 
+// Runs what the bus calls on a thread of its own, where an exception would end the process. Only a
+// client's code throws: its callbacks and what it overrides.
+template <typename Action>
+void withoutExceptions(const Action& action) {
+  try {
+    action();
+  } catch (...) {
+    VEL_ERROR("a callback has thrown an exception");
+  }
+}
+
 // A listener outlives its registration, because the bus may be calling it at that moment. So none
 // is ever freed; they are kept in a list, which also tells leak checkers that they are meant to be.
 QXBusEventCallback* newListener(std::function<void(std::shared_ptr<QXBusMessage>)> handler) {
@@ -39,7 +50,10 @@ QXBusEventCallback* newListener(std::function<void(std::shared_ptr<QXBusMessage>
   static auto* const listeners = new std::list<QXBusEventCallback>;
   const std::lock_guard<std::mutex> lock(*mutex);
   listeners->emplace_back();
-  listeners->back().handler = std::move(handler);
+  listeners->back().handler = [handler =
+                                   std::move(handler)](const std::shared_ptr<QXBusMessage>& event) {
+    withoutExceptions([&] { handler(event); });
+  };
   return &listeners->back();
 }
 
@@ -111,7 +125,7 @@ unsigned int VelProxy::Init() {
       newListener([this](const std::shared_ptr<QXBusMessage>& event) { HandleEvent(event); });
   VEL_DEBUG("init callback : %p", static_cast<void*>(eventListener_));
   interface->addEventListener(kServiceEvent, eventListener_, QXBUS_SECURITY_SAME_USER_OR_ROOT);
-  interface->setDeathCallback([this] { onServiceDeath(); });
+  interface->setDeathCallback([this] { withoutExceptions([this] { onServiceDeath(); }); });
   return InitBroadcast();
 }
 

@@ -13,7 +13,6 @@ namespace {
 using EmptyBlock = BlockList::EmptyBlock;
 
 constexpr unsigned short kAttachedToVm = 2;
-constexpr int kConfigTimeoutMs = 10000;
 constexpr int kIgnoreTimeoutMs = 2000;
 
 // Puts the name of the record's VM behind its fixed part, as far as the block goes. The byte after
@@ -113,7 +112,7 @@ int VelProxy::ConfigNewDeviceAsConnect(const std::string& vmId, unsigned long lo
       vmId.c_str(), static_cast<long>(sourceId), type, autoConnect, popupCardConfig);
   return RemoteCall(*this)
       .saying(kTexts)
-      .method("configNewDeviceAsConnect", kConfigTimeoutMs)
+      .method("configNewDeviceAsConnect", RemoteCall::kPatientTimeoutMs)
       .vm(vmId)
       .eightBytes(sourceId)
       .int32(int{type})
@@ -148,7 +147,7 @@ int VelProxy::ConfigUdisks2Command(const std::string& vmId, unsigned long long s
                                    unsigned short command) {
   VEL_DEBUG("enter");
   RemoteCall call(*this);
-  if (!call.method("ConfigUdisks2Command", kConfigTimeoutMs)) {
+  if (!call.method("ConfigUdisks2Command", RemoteCall::kPatientTimeoutMs)) {
     return RemoteCall::kNoAnswer;
   }
   const unsigned int vm = call.numberOf(vmId);
@@ -160,9 +159,12 @@ int VelProxy::ConfigUdisks2Command(const std::string& vmId, unsigned long long s
 // --- Network devices, USB redirection ------------------------------------------------------------
 
 int VelProxy::SetUsbredirStatus(std::string vmId, UDevInfo info, unsigned short status) {
-  RemoteCall call(*this);
-  call.method("setUsbredirStatus").vm(vmId).int16(status).bytes(&info, sizeof info);
-  return call.status();
+  return RemoteCall(*this)
+      .method("setUsbredirStatus")
+      .vm(vmId)
+      .int16(status)
+      .bytes(&info, sizeof info)
+      .status();
 }
 
 int VelProxy::ConnectUsbredir(std::string /*vmId*/, UDevInfo /*info*/) {

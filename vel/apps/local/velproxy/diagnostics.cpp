@@ -12,10 +12,19 @@ namespace {
 
 using Lock = RemoteCall::Lock;
 
-constexpr int kDiagnosisTimeoutMs = 10000;
 constexpr char kNoDiagnosis[] = "{\"velservice\":4097}";
 // The one kind of quality report that carries a figure.
 constexpr unsigned int kTypeWithFigure = 1;
+
+// The number of the VM that is to be diagnosed; 0, which is logged, when it has none.
+unsigned int vmToDiagnose(VelProxy& proxy, const std::string& vmId,
+                          const char* function = __builtin_FUNCTION()) {
+  const unsigned int vm = proxy.GetVmIdInt(vmId);
+  if (vm == 0) {
+    VEL_ERROR_AT(function, __LINE__, "no desktop connected");
+  }
+  return vm;
+}
 
 }  // namespace
 
@@ -61,14 +70,13 @@ std::string VelProxy::Diagnose(const std::string& vmId, unsigned long long sourc
     return kNoDiagnosis;
   }
   VEL_DEBUG("diagnose: vmid[%s] sourceId:%lld", vmId.c_str(), static_cast<long long>(sourceId));
-  const unsigned int vm = GetVmIdInt(vmId);
+  const unsigned int vm = vmToDiagnose(*this, vmId);
   if (vm == 0) {
-    VEL_ERROR("no desktop connected");
     return kNoDiagnosis;
   }
   RemoteCall call(*this, Lock::kReleased);
   const std::optional<std::string> result =
-      call.method("diagnose", kDiagnosisTimeoutMs).int32(vm).eightBytes(sourceId).text();
+      call.method("diagnose", RemoteCall::kPatientTimeoutMs).int32(vm).eightBytes(sourceId).text();
   if (result) {
     VEL_DEBUG("diagnose result[%s]", result->c_str());
   }
@@ -82,14 +90,16 @@ std::string VelProxy::DiagnoseDevice(const std::string& vmId, unsigned short dev
     return kNoDiagnosis;
   }
   VEL_DEBUG("DiagnoseDevice: vmid[%s] devNumber:%d", vmId.c_str(), devNumber);
-  const unsigned int vm = GetVmIdInt(vmId);
+  const unsigned int vm = vmToDiagnose(*this, vmId);
   if (vm == 0) {
-    VEL_ERROR("no desktop connected");
     return kNoDiagnosis;
   }
   RemoteCall call(*this);
   const std::optional<std::string> result =
-      call.method("diagnoseDevice", kDiagnosisTimeoutMs).int32(vm).int32(int{devNumber}).text();
+      call.method("diagnoseDevice", RemoteCall::kPatientTimeoutMs)
+          .int32(vm)
+          .int32(int{devNumber})
+          .text();
   if (result) {
     VEL_DEBUG("DiagnoseDevice result[%s]", result->c_str());
   }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #include "vel/apps/local/velproxy/internal/remote_call.h"
 #include "vel/apps/local/velproxy/internal/vel_log.h"
@@ -24,26 +25,26 @@ std::list<Record> recordsOf(const BlockList& blocks) {
   return records;
 }
 
+template <typename Record>
+std::list<Record> listOf(VelProxy& proxy, const char* method,
+                         const char* function = __builtin_FUNCTION()) {
+  RemoteCall call(proxy, RemoteCall::Lock::kHeld, function);
+  VEL_DEBUG_AT(function, __LINE__, "");
+  const BlockList joysticks = call.method(method).blocks();
+  if (joysticks) {
+    VEL_DEBUG_AT(function, __LINE__, "joystick list size: %d", joysticks.count());
+  }
+  return recordsOf<Record>(joysticks);
+}
+
 }  // namespace
 
 std::list<JoystickDevice> VelProxy::GetJoystickDevList() {
-  RemoteCall call(*this);
-  VEL_DEBUG("");
-  const BlockList joysticks = call.method("getJoystickDevList").blocks();
-  if (joysticks) {
-    VEL_DEBUG("joystick list size: %d", joysticks.count());
-  }
-  return recordsOf<JoystickDevice>(joysticks);
+  return listOf<JoystickDevice>(*this, "getJoystickDevList");
 }
 
 std::list<JoystickMapping> VelProxy::GetJoystickMappingList() {
-  RemoteCall call(*this);
-  VEL_DEBUG("");
-  const BlockList mappings = call.method("getJoystickMappingList").blocks();
-  if (mappings) {
-    VEL_DEBUG("joystick list size: %d", mappings.count());
-  }
-  return recordsOf<JoystickMapping>(mappings);
+  return listOf<JoystickMapping>(*this, "getJoystickMappingList");
 }
 
 int VelProxy::SetJoystickMapping(unsigned short devIndex, unsigned short mappingIndex) {
@@ -91,15 +92,16 @@ int VelProxy::RegisterJoystickCallback(JoystickCallback callback, void* userData
 }
 
 int VelProxy::UnregisterJoystickCallback(void* userData) {
-  bool othersRemain = false;
   {
     const std::lock_guard<std::mutex> lock(callbackMutex_);
     joystickCallbacks_.remove(userData);
-    othersRemain = !joystickCallbacks_.empty();
   }
   VEL_DEBUG("end userData[%p]", userData);
-  if (othersRemain) {
-    return 0;
+  {
+    const std::lock_guard<std::mutex> lock(callbackMutex_);
+    if (!joystickCallbacks_.empty()) {
+      return 0;
+    }
   }
   const auto objId = reinterpret_cast<std::uintptr_t>(this);
   RemoteCall call(*this);
@@ -111,11 +113,12 @@ int VelProxy::UnregisterJoystickCallback(void* userData) {
 }
 
 int VelProxy::JoystickResultNotify(unsigned short cmd, _JoystickResult* result) {
-  const _JoystickResult record = result ? *result : _JoystickResult{};
+  const _JoystickResult none = {};
   const std::lock_guard<std::mutex> lock(callbackMutex_);
-  joystickCallbacks_.callEach(cmd, record, [cmd, function = __func__](void* userData) {
-    VEL_DEBUG_AT(function, __LINE__, "userdata:%p,cmd[%d]", userData, cmd);
-  });
+  joystickCallbacks_.callEach(
+      cmd, result ? std::as_const(*result) : none, [cmd, function = __func__](void* userData) {
+        VEL_DEBUG_AT(function, __LINE__, "userdata:%p,cmd[%d]", userData, cmd);
+      });
   return 0;
 }
 

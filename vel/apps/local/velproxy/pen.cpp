@@ -19,9 +19,8 @@ namespace {
 //   offset  size  value
 //        0     1  marker, 0xFF
 //        1     1  0
-//        2  22x8  the fields of the Windows structure POINTER_PEN_INFO, in its order, each in a
-//        slot
-//                 of 8 bytes: the value in the low 4 bytes, zero in the high 4. The location is the
+//        2  22x8  the fields of POINTER_PEN_INFO of Windows in its order, each in a slot of 8
+//                 bytes: the value in the low 4 bytes, zero in the high 4. The location is the
 //                 exception: x in the low 4 bytes, y in the high 4
 //
 // The fields that are not named below stay zero.
@@ -220,7 +219,12 @@ int VelProxy::SendPenData(std::string /*vmId*/, void* event, int type, int x, in
   put(&frame[8], reqId);
   put(&frame[12], kContentSize);
   std::memcpy(&frame[kPacketOffset], packet, kPacketSize);
-  port->writer(port->name, kFrameSize, frame.data());
+  try {
+    port->writer(port->name, kFrameSize, frame.data());
+  } catch (...) {
+    // The client's own, for which those who deliver tablet events to it are not prepared.
+    return -1;
+  }
 
   VEL_DEBUG("size:%d, devId:%d,cmd: %d, reqId:%d,type:%d,pressure:%f,x:%d,y:%d, posx:%d, posy:%d",
             kContentSize, devId, kPenData, reqId, eventType, tablet->pressure(), tablet->x(),

@@ -12,6 +12,12 @@ constexpr int kNoVm = 0;
 // Where an operation fails with this, its caller cannot tell.
 constexpr int kFailsWithZero = 0;
 
+// The service relies on the product id also in the place of the device type.
+int propertyOf(RemoteCall& call, const char* method, unsigned short vid, unsigned short pid) {
+  call.method(method).int32(kNoVm).int16(vid).int16(pid).int32(int{pid});
+  return call.status(kFailsWithZero);
+}
+
 }  // namespace
 
 int VelProxy::SetDeviceLocalPolicy(CommonDevice* device) {
@@ -37,8 +43,11 @@ int VelProxy::SetAutoConnect(unsigned short deviceType, int autoConnect) {
 }
 
 int VelProxy::GetAutoConnect(unsigned short deviceType) {
-  RemoteCall call(*this);
-  return call.method("getAutoConnect").int32(kNoVm).int16(deviceType).status(kFailsWithZero);
+  return RemoteCall(*this)
+      .method("getAutoConnect")
+      .int32(kNoVm)
+      .int16(deviceType)
+      .status(kFailsWithZero);
 }
 
 int VelProxy::SetDevicePropertyWithVidPid(unsigned short vid, unsigned short pid,
@@ -53,27 +62,16 @@ int VelProxy::SetDevicePropertyWithVidPid(unsigned short vid, unsigned short pid
       .status();
 }
 
-// The service relies on the product id in the place of the device type.
 int VelProxy::GetDevicePropertyWithVidPid(unsigned short vid, unsigned short pid,
                                           unsigned short /*deviceType*/) {
-  return RemoteCall(*this)
-      .method("getDevicePropertyWithVidPid")
-      .int32(kNoVm)
-      .int16(vid)
-      .int16(pid)
-      .int32(int{pid})
-      .status(kFailsWithZero);
+  RemoteCall call(*this);
+  return propertyOf(call, "getDevicePropertyWithVidPid", vid, pid);
 }
 
 int VelProxy::GetLocalDevicePropertyWithVidPid(unsigned short vid, unsigned short pid,
                                                unsigned short /*deviceType*/) {
-  return RemoteCall(*this)
-      .method("getLocalDevicePropertyWithVidPid")
-      .int32(kNoVm)
-      .int16(vid)
-      .int16(pid)
-      .int32(int{pid})
-      .status(kFailsWithZero);
+  RemoteCall call(*this);
+  return propertyOf(call, "getLocalDevicePropertyWithVidPid", vid, pid);
 }
 
 std::list<CommonVidPidPolicy*> VelProxy::GetPolicyListByVidPid() {
@@ -92,16 +90,24 @@ int VelProxy::FreePolicyList(std::list<CommonVidPidPolicy*> list) {
 }
 
 std::string VelProxy::GetTurboConfigWithVidPid(unsigned short vid, unsigned short pid) {
-  RemoteCall call(*this);
-  call.method("getTurboConfigWithVidPid").int32(kNoVm).int16(vid).int16(pid);
-  return call.text().value_or("");
+  return RemoteCall(*this)
+      .method("getTurboConfigWithVidPid")
+      .int32(kNoVm)
+      .int16(vid)
+      .int16(pid)
+      .text()
+      .value_or("");
 }
 
 int VelProxy::SetTurboConfigWithVidPid(unsigned short vid, unsigned short pid,
                                        const std::string& config) {
-  RemoteCall call(*this);
-  call.method("setTurboConfigWithVidPid").int32(kNoVm).int16(vid).int16(pid).bytes(config);
-  return call.status(kFailsWithZero);
+  return RemoteCall(*this)
+      .method("setTurboConfigWithVidPid")
+      .int32(kNoVm)
+      .int16(vid)
+      .int16(pid)
+      .bytes(config)
+      .status(kFailsWithZero);
 }
 
 int VelProxy::ResetAllDeviceProperty() {

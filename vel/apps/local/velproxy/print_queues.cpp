@@ -9,44 +9,45 @@ namespace {
 
 // The service searches or installs meanwhile.
 constexpr int kLongTimeoutMs = 30000;
-constexpr int kTestPageTimeoutMs = 10000;
+
+// Makes the call; logs what the service has found.
+std::string found(RemoteCall& call, const char* function = __builtin_FUNCTION()) {
+  const std::optional<std::string> result = call.text();
+  if (result) {
+    VEL_DEBUG_AT(function, __LINE__, "result: %s", result->c_str());
+  }
+  return result.value_or("");
+}
 
 }  // namespace
 
 std::string VelProxy::SearchAllPrinter() {
   VEL_DEBUG("enter");
   RemoteCall call(*this);
-  const std::optional<std::string> result = call.method("searchAllPrinter", kLongTimeoutMs).text();
-  if (result) {
-    VEL_DEBUG("result: %s", result->c_str());
-  }
-  return result.value_or("");
+  return found(call.method("searchAllPrinter", kLongTimeoutMs));
 }
 
 std::string VelProxy::GetPrinterDriverlList(const std::string& printer) {
   VEL_DEBUG("enter");
   RemoteCall call(*this);
-  const std::optional<std::string> result =
-      call.method("getPrinterDriverlList", kLongTimeoutMs).string(printer).text();
-  if (result) {
-    VEL_DEBUG("result: %s", result->c_str());
-  }
-  return result.value_or("");
+  return found(call.method("getPrinterDriverlList", kLongTimeoutMs).string(printer));
 }
 
 int VelProxy::AddLocalPrinter(const std::string& first, const std::string& second,
                               const std::string& third) {
   VEL_DEBUG("enter");
-  RemoteCall call(*this);
-  return call.method("addPrinter").string(first).string(second).string(third).status();
+  return RemoteCall(*this).method("addPrinter").string(first).string(second).string(third).status();
 }
 
 int VelProxy::AutoAddPrinter(const std::string& first, const std::string& second,
                              const std::string& third) {
   VEL_DEBUG("enter");
-  RemoteCall call(*this);
-  call.method("autoAddPrinter", kLongTimeoutMs);
-  return call.string(first).string(second).string(third).status();
+  return RemoteCall(*this)
+      .method("autoAddPrinter", kLongTimeoutMs)
+      .string(first)
+      .string(second)
+      .string(third)
+      .status();
 }
 
 int VelProxy::DeletePrinter(const std::string& printer) {
@@ -61,7 +62,10 @@ int VelProxy::ChangePrinterDriver(const std::string& printer, const std::string&
 
 int VelProxy::PrintTestPage(const std::string& printer) {
   VEL_DEBUG("enter");
-  return RemoteCall(*this).method("printTestPage", kTestPageTimeoutMs).string(printer).status();
+  return RemoteCall(*this)
+      .method("printTestPage", RemoteCall::kPatientTimeoutMs)
+      .string(printer)
+      .status();
 }
 
 }  // namespace qx

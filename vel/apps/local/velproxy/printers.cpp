@@ -10,8 +10,6 @@ namespace {
 using EmptyBlock = BlockList::EmptyBlock;
 using Lock = RemoteCall::Lock;
 
-constexpr int kCommandTimeoutMs = 10000;
-
 }  // namespace
 
 std::list<PrinterDevice*> VelProxy::GetPrinterList(std::string vmId) {
@@ -54,7 +52,7 @@ int VelProxy::ConfigPrinterCommand(const std::string& vmId, unsigned long long s
                                    unsigned short command) {
   VEL_DEBUG("enter");
   RemoteCall call(*this);
-  if (!call.method("ConfigPrinterCommand", kCommandTimeoutMs)) {
+  if (!call.method("ConfigPrinterCommand", RemoteCall::kPatientTimeoutMs)) {
     return RemoteCall::kNoAnswer;
   }
   const unsigned int vm = call.numberOf(vmId);

@@ -161,12 +161,4 @@ int RemoteCall::sendOnly() {
   return 0;
 }
 
-void BlockList::logEmptyBlock(EmptyBlock logged, const void* data, int announced) const {
-  if (logged == EmptyBlock::kError) {
-    VEL_ERROR_AT(function_, line_, "buf: %p, size: %d", data, announced);
-  } else {
-    VEL_DEBUG_AT(function_, line_, "buf: %p, size: %d", data, announced);
-  }
-}
-
 }  // namespace qx

@@ -10,13 +10,11 @@
 namespace qx {
 namespace {
 
-constexpr int kSearchTimeoutMs = 10000;
 constexpr int kAddressRefused = 1;
 constexpr unsigned int kMostOctet = 255;
 constexpr unsigned int kMostPort = 65535;
 
-// Whether the text is a number as one writes it, no sign, blank or leading zero, and not above
-// most.
+// Whether the text is a number as one writes it (no sign, blank or leading zero), at most this.
 bool isNumber(const std::string& text, unsigned int most) {
   if (text.empty() || (text[0] == '0' && text.size() > 1)) {
     return false;
@@ -66,7 +64,7 @@ int VelProxy::SearchSharePrinterDevice(const std::string& ipaddr,
   }
   RemoteCall call(*this);
   const std::shared_ptr<QXBusMessage> reply =
-      call.method("searchSharePrinter", kSearchTimeoutMs).string(ipaddr).reply();
+      call.method("searchSharePrinter", RemoteCall::kPatientTimeoutMs).string(ipaddr).reply();
   if (!reply) {
     return RemoteCall::kNoAnswer;
   }

@@ -3,16 +3,17 @@
 // header a client includes.
 //
 // THREADS   Any thread may call, except that SendPenData, PortInit and PortStatus belong to one
-//           thread (a GUI's). Event callbacks run on a thread of the bus while the callback mutex
-//           is held: do not register or unregister anything inside one, and copy what you keep of
-//           its record, which is gone when the callback returns. A callback may call remote
-//           operations.
+//           thread (a GUI's). Event callbacks run on a thread of the bus, joystick callbacks on
+//           that of JoystickResultNotify, all while the callback mutex is held: do not register or
+//           unregister anything inside one, and copy what you keep of its record, which is gone
+//           when the callback returns. A callback may call remote operations.
 // BLOCKING  An operation that names a bus method waits for the answer, at most the time in its
 //           comment (3000 ms if it says none). Calls are made one at a time: a call also waits for
 //           those of other threads that came before it. Operations without a bus method never wait.
 // MEMORY    Records that a returned list points to are malloc'ed, each exactly as long as the
 //           service sent it, and yours: FreeDeviceList, FreePolicyList or free.
-// ERRORS    Nothing throws. Statuses are the service's own, passed on unchanged; -1 (0xFFFFFFFF)
+// ERRORS    Nothing throws, unless memory runs out. Statuses are the service's own, passed on
+// unchanged; -1 (0xFFFFFFFF)
 //           also stands for "no answer": no service, an error reply, or the time has passed. Lists
 //           are empty and texts "" then, unless the operation says otherwise. Reasons are logged.
 // VM IDS    vmId is the client's name of a VM. On the bus travels the service's number for it; an
@@ -283,7 +284,8 @@ class VelProxy {
   virtual unsigned int DestroyPipe(std::string vmId, std::list<_CHANNEL_HANDLE> handles);
 
   // Asks to be told when the service dies and a VM's session with it. A later callback for the same
-  // VM takes the place of the earlier one. The registration ends with that call: register again.
+  // VM takes the place of the earlier one. The registration ends with that call: register again
+  // once the callback has returned.
   //
   // callback   null is registered, and never called
   // returns    0
@@ -424,7 +426,8 @@ class VelProxy {
 
   // Asks to be told of answers to service commands (code 66). There is one such callback; null ends
   // it. DoVelCmd calls it itself, on the caller's thread and with the call mutex held, when the
-  // service refuses a command: a callback that then calls a remote operation never returns.
+  // service refuses a command: a callback that then calls a remote operation never returns, and one
+  // that registers or unregisters anything but itself may not.
   //
   // returns    0
   virtual int RegisterCmdCallback(CmdCallback callback, void* userData);
@@ -466,7 +469,7 @@ class VelProxy {
   // event      a QTabletEvent
   // type       0: a tablet event; nothing else is handled
   // x, y       the position to send, in pixels; -1 takes the event's own, each for itself
-  // returns    0; -1: type is not 0, or event is null
+  // returns    0; -1: type is not 0, event is null, or the port's writer has thrown an exception
   virtual int SendPenData(std::string vmId, void* event, int type, int x, int y);
 
   // Announces a port of the client. Only one whose name contains "space.port.2" is the pen's.
@@ -490,6 +493,8 @@ class VelProxy {
 
   // Sets a device's local policy from devNumber, policy, name and policyText of its record.
   //
+  // device     readable up to the end of policyText; a record of a list is as long as the service
+  //            sent it, which may be less
   // returns    the service's status; -1: no answer, or device is null
   // bus        setLocalPolicy(int16 device, int16 policy, bytes name, bytes policyText)
   //            -> int32 status
@@ -804,13 +809,15 @@ class VelProxy {
   // bus        registerJoystickCallback(bytes of 8 address of this object) -> int32 status
   virtual int RegisterJoystickCallback(JoystickCallback callback, void* userData);
 
-  // Removes a callback; the service is told when none is left.
+  // Removes a callback; the service is told when none is left. Whether one is left is found before
+  // the service is told, so a registration on another thread at that moment may be ended with it.
   //
   // returns    0: others remain; otherwise the service's status, -1: no answer
   // bus        unregisterJoystickCallback(bytes of 8 address of this object) -> int32 status
   virtual int UnregisterJoystickCallback(void* userData);
 
-  // Hands a joystick result to every joystick callback, in ascending order of user data.
+  // Hands a joystick result to every joystick callback, in ascending order of user data, on the
+  // calling thread. Each gets a copy of its own.
   //
   // result     null stands for a result of zeroes
   // returns    0
@@ -858,7 +865,7 @@ class VelProxy {
     // The smallest user data, or null. Takes no lock: it may be asked for inside a callback.
     void* first() const { return first_.load(); }
     template <typename After>
-    void callEach(unsigned short code, Record record, After after) const {
+    void callEach(unsigned short code, const Record& record, After after) const {
       for (const auto& [userData, callback] : callbacks_) {
         callback(code, record, userData);
         after(userData);

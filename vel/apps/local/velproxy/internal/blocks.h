@@ -3,6 +3,7 @@
 #ifndef VEL_APPS_LOCAL_VELPROXY_INTERNAL_BLOCKS_H
 #define VEL_APPS_LOCAL_VELPROXY_INTERNAL_BLOCKS_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
@@ -60,20 +61,21 @@ class Block {
   std::size_t size_ = 0;
 };
 
-// A block as a record that a client may read: fixed fields, then a text at textOffset that runs to
-// the end. A block that is whole is used where it lies; a shorter one, and one whose last text has
-// no end, is copied and filled up with zeroes.
+// A block as a record that a client may read, all of its type: fixed fields, then a text at
+// textOffset that runs to the end. A block that is whole is used where it lies; a shorter one, and
+// one whose last text has no end, is copied and filled up with zeroes.
 template <typename Record>
 class ReadableRecord {
  public:
   ReadableRecord(const Block& block, std::size_t textOffset) : record_(block.data()) {
     const bool whole =
-        block.size() > textOffset &&
+        block.size() >= sizeof(Record) &&
         std::memchr(block.data() + textOffset, 0, block.size() - textOffset) != nullptr;
     if (!whole) {
-      const std::size_t length = block.size() > textOffset ? block.size() : textOffset;
-      padded_.reset(static_cast<unsigned char*>(::operator new(length + 1)));
-      std::memset(padded_.get(), 0, length + 1);
+      // One more, for the end of the text.
+      const std::size_t length = std::max(block.size() + 1, sizeof(Record));
+      padded_.reset(static_cast<unsigned char*>(::operator new(length)));
+      std::memset(padded_.get(), 0, length);
       if (!block.empty()) {
         std::memcpy(padded_.get(), block.data(), block.size());
       }

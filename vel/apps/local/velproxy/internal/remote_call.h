@@ -18,7 +18,7 @@ namespace qx {
 //
 //   return RemoteCall(*this).method("connectDevice").vm(vmId).int16(devNumber).status();
 //
-// The steps are those of the text: the constructor connects again if the service was away and takes
+// The constructor connects again if the service was away and takes
 // the call mutex, method() tests the connection and makes the message, each argument is appended
 // where it stands, and a reading (status, answer, reply, sendOnly) makes the call. Without a
 // connection the rest does nothing and the reading gives its failure value.
@@ -31,6 +31,8 @@ class RemoteCall {
   };
 
   static constexpr int kUsualTimeoutMs = 3000;
+  // Where the service works for a while before it answers.
+  static constexpr int kPatientTimeoutMs = 10000;
   static constexpr int kNoTimeout = -1;
   static constexpr int kNoAnswer = -1;
 
