@@ -2,7 +2,7 @@
 
 #include <random>
 
-#include "examples/penframe/pen_frame.h"
+#include "pen/pen_frame.h"
 #include "tests/pen/pen_test.h"
 
 namespace {

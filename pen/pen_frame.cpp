@@ -1,4 +1,4 @@
-#include "examples/penframe/pen_frame.h"
+#include "pen/pen_frame.h"
 
 #include <cstdio>
 

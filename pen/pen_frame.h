@@ -6,8 +6,8 @@
 // ERRORS   Any bytes may be given. Nothing throws but std::bad_alloc; what is not a frame gives no
 //          frame and a text that names the first byte at fault.
 
-#ifndef EXAMPLES_PENFRAME_PEN_FRAME_H
-#define EXAMPLES_PENFRAME_PEN_FRAME_H
+#ifndef PEN_PEN_FRAME_H
+#define PEN_PEN_FRAME_H
 
 #include <array>
 #include <cstddef>
@@ -91,4 +91,4 @@ class FrameStream {
 
 }  // namespace penframe
 
-#endif  // EXAMPLES_PENFRAME_PEN_FRAME_H
+#endif  // PEN_PEN_FRAME_H
