@@ -71,7 +71,11 @@ std::string flagsText(std::uint32_t flags);
 std::string describe(const Frame& frame);
 
 // The 8 bytes that give the pen a device number, for VelProxy::PortData.
-std::array<unsigned char, 8> deviceNumberMessage(std::uint8_t devId);
+constexpr std::size_t kMessageSize = 8;
+std::array<unsigned char, kMessageSize> deviceNumberMessage(std::uint8_t devId);
+
+// The number in such a message; 0 in any other. The magic may be anything.
+std::uint8_t deviceNumberIn(const std::array<unsigned char, kMessageSize>& message);
 
 // Frames out of a stream of bytes, in whatever portions it comes.
 class FrameStream {
@@ -83,6 +87,9 @@ class FrameStream {
   // error      empty: more bytes are needed; otherwise there is no frame and never will be, for
   //            nobody knows where the next one begins
   std::optional<Frame> next(std::string* error);
+
+  // Whether a part of a frame has come whose rest is missing.
+  bool isInFrame() const { return !bytes_.empty(); }
 
  private:
   std::vector<unsigned char> bytes_;
