@@ -7,7 +7,7 @@
 
 #include <QAbstractTableModel>
 
-#include "examples/penframe/pen_frame.h"
+#include "pen/pen_frame.h"
 
 namespace penpad {
 

@@ -12,7 +12,7 @@
 #include "examples/penpad/exit_codes.h"
 #include "examples/penpad/replay.h"
 #include "examples/penpad/window.h"
-#include "examples/stroke/stroke_file.h"
+#include "pen/stroke_file.h"
 
 namespace {
 

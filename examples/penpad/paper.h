@@ -11,7 +11,7 @@
 #include <QTabletEvent>
 #include <QWidget>
 
-#include "examples/penframe/pen_frame.h"
+#include "pen/pen_frame.h"
 
 namespace penpad {
 

@@ -8,7 +8,7 @@
 #include <functional>
 #include <string>
 
-#include "examples/penframe/pen_frame.h"
+#include "pen/pen_frame.h"
 #include "vel/apps/local/velproxy/vel_proxy.h"
 
 namespace penpad {

@@ -10,7 +10,7 @@
 #include <QTimer>
 #include <QWidget>
 
-#include "examples/stroke/stroke_file.h"
+#include "pen/stroke_file.h"
 
 namespace penpad {
 

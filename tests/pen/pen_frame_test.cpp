@@ -2,7 +2,7 @@
 
 #include <random>
 
-#include "examples/penframe/pen_frame.h"
+#include "pen/pen_frame.h"
 #include "tests/pen/pen_test.h"
 
 namespace {
@@ -199,6 +199,26 @@ TEST_F(PenFrameOfTheLibraryTest, GivesItADeviceNumber) {
   EXPECT_EQ(lastFrame()[5], 7);
 }
 
+TEST(PenFrameTest, FindsTheDeviceNumberInAMessage) {
+  struct Row {
+    const char* message;
+    int number;
+  };
+  const Row rows[] = {
+      {"27 05 35 08 00 00 00 00", 5}, {"27 FF 35 08 00 00 00 00", 255},
+      {"27 00 35 08 00 00 00 00", 0}, {"00 05 35 08 FF FF FF FF", 5},
+      {"27 05 34 08 00 00 00 00", 0}, {"27 05 36 08 00 00 00 00", 0},
+      {"27 05 35 09 00 00 00 00", 0}, {"35 08 05 00 00 00 00 00", 0},
+  };
+  for (const Row& row : rows) {
+    const Bytes bytes = fromHex(row.message);
+    std::array<unsigned char, penframe::kMessageSize> message = {};
+    std::copy(bytes.begin(), bytes.end(), message.begin());
+
+    EXPECT_EQ(penframe::deviceNumberIn(message), row.number) << row.message;
+  }
+}
+
 // --- Flags --------------------------------------------------------------------------------------
 
 TEST(PenFrameTest, NamesTheFlags) {
@@ -284,12 +304,15 @@ TEST(FrameStreamTest, WaitsForTheRestOfAFrame) {
 
   EXPECT_FALSE(frames.next(&error).has_value());
   EXPECT_EQ(error, "");
+  EXPECT_FALSE(frames.isInFrame());
   frames.add(frame.data(), kFrameSize - 1);
   EXPECT_FALSE(frames.next(&error).has_value());
   EXPECT_EQ(error, "");
+  EXPECT_TRUE(frames.isInFrame());
 
   frames.add(frame.data() + kFrameSize - 1, 1);
   EXPECT_TRUE(frames.next(&error).has_value());
+  EXPECT_FALSE(frames.isInFrame());
 }
 
 TEST(FrameStreamTest, DoesNotWaitForALengthThatNoFrameHas) {

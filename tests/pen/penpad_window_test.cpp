@@ -6,7 +6,7 @@
 #include <QMouseEvent>
 
 #include "examples/penpad/window.h"
-#include "examples/stroke/stroke_file.h"
+#include "pen/stroke_file.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "examples/stroke/stroke_file.h"
+#include "pen/stroke_file.h"
 #include "tests/platform/temporary_directory.h"
 
 namespace {

@@ -56,7 +56,8 @@ CommandLine::CommandLine()
       "Environment: QXBUS_ADDRESS (the bus; default: the session bus), QX_APP_DATA (folder of the\n"
       "log), QX_LOG_LEVEL.\n"
       "Exit status: 0 done, 1 internal error, 2 bad usage, 3 no bus, 4 no service, 5 no answer,\n"
-      "6 refused by the service, 7 unknown VM, 8 standard output cannot be written to.");
+      "6 refused by the service, 7 unknown VM, 8 standard output cannot be written to,\n"
+      "130 interrupted.");
 }
 
 CLI::App& CommandLine::group(const std::string& name, const std::string& help) {

@@ -36,6 +36,7 @@ int main(int argc, char** argv) {
     velctl::addNewDeviceCommands(commandLine);
     velctl::addPrinterCommands(commandLine);
     velctl::addJoystickCommands(commandLine);
+    velctl::addPenCommands(commandLine);
     velctl::addCameraCommand(commandLine);
     velctl::addUsbCommands(commandLine);
     velctl::addQualityCommands(commandLine);

@@ -9,7 +9,7 @@ enum ExitCode : int {
   kExitStopped = 0,     // asked to stop, by SIGINT or SIGTERM
   kExitFailed = 1,      // a defect of velsim, or the system is out of something
   kExitUsage = 2,       // the command line makes no sense
-  kExitNotServing = 3,  // no bus, or the name of the service is taken or refused
+  kExitNotServing = 3,  // no bus, the name of the service is taken or refused, or no pen port
   kExitBusLost = 4,     // the bus has closed the connection
 };
 

@@ -19,6 +19,7 @@
 #include "vel/apps/local/velsim/control.h"
 #include "vel/apps/local/velsim/exit_codes.h"
 #include "vel/apps/local/velsim/line_reader.h"
+#include "vel/apps/local/velsim/pen_port.h"
 #include "vel/apps/local/velsim/simulator.h"
 
 namespace {
@@ -31,6 +32,7 @@ constexpr char kStandardInput[] = "-";
 struct Options {
   std::string address;
   std::string control;  // where control lines come from; empty: standard input if somebody is there
+  std::string penPort;  // path of a socket; empty: none
   bool isQuiet = false;
 };
 
@@ -162,8 +164,26 @@ std::string nameOf(const std::string& address) {
   return fromEnvironment && *fromEnvironment ? fromEnvironment : "the session bus";
 }
 
-velsim::ExitCode serve(const Options& options) {
-  const StopSignals stopSignals;
+// The far end of the pen port for as long as it lives, if the user wants one.
+class PenInput {
+ public:
+  explicit PenInput(const Options& options) {
+    if (options.penPort.empty()) {
+      return;
+    }
+    port_.emplace(options.penPort, [isQuiet = options.isQuiet](const std::string& line) {
+      if (!isQuiet) {
+        say(line);
+      }
+    });
+    say("pen port at " + options.penPort);
+  }
+
+ private:
+  std::optional<velsim::PenPort> port_;
+};
+
+velsim::ExitCode serveOnBus(const Options& options, const StopSignals& stopSignals) {
   velsim::Simulator simulator;
   std::atomic<bool> isBusLost{false};
   try {
@@ -191,6 +211,18 @@ velsim::ExitCode serve(const Options& options) {
   return velsim::kExitStopped;
 }
 
+velsim::ExitCode serve(const Options& options) {
+  const StopSignals stopSignals;
+  std::optional<PenInput> penInput;
+  try {
+    penInput.emplace(options);
+  } catch (const std::runtime_error& error) {
+    say(std::string("cannot open the pen port: ") + error.what());
+    return velsim::kExitNotServing;
+  }
+  return serveOnBus(options, stopSignals);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -200,14 +232,20 @@ int main(int argc, char** argv) {
   app.set_version_flag("--version", "velsim " VELSIM_VERSION);
   app.add_option("--address", options.address,
                  "D-Bus address of the bus (default: QXBUS_ADDRESS, else the session bus)");
-  app.add_flag("-q,--quiet", options.isQuiet, "Do not write a line for each request and event");
+  app.add_option("--pen-port", options.penPort,
+                 "Be the far end of the pen port too: a Unix socket to make at this path")
+      ->check(penport::pathFault)
+      ->type_name("PATH");
+  app.add_flag("-q,--quiet", options.isQuiet,
+               "Do not write a line for each request, event and pen frame");
   app.add_option("--control", options.control,
                  "- reads control lines from standard input, as is done at a terminal; try help")
       ->check(CLI::IsMember({kStandardInput}));
   app.footer(
-      "Requests and events go to standard error, one line each. Exit status: 0 stopped by SIGINT "
-      "or SIGTERM,\n"
-      "2 bad usage, 3 no bus or the service's name is taken, 4 bus connection lost.");
+      "Requests, events and pen frames go to standard error, one line each. Exit status: 0 stopped "
+      "by SIGINT\n"
+      "or SIGTERM, 2 bad usage, 3 no bus, the service's name is taken, or no pen port, 4 bus "
+      "connection lost.");
   try {
     app.parse(argc, argv);
     return serve(options);

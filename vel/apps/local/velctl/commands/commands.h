@@ -16,6 +16,7 @@ void addPolicyCommands(CommandLine& commandLine);
 void addNewDeviceCommands(CommandLine& commandLine);
 void addPrinterCommands(CommandLine& commandLine);
 void addJoystickCommands(CommandLine& commandLine);
+void addPenCommands(CommandLine& commandLine);
 void addCameraCommand(CommandLine& commandLine);
 void addUsbCommands(CommandLine& commandLine);
 void addQualityCommands(CommandLine& commandLine);

@@ -6,8 +6,8 @@
 // ERRORS   Any bytes may be given. Nothing throws but std::bad_alloc; what is not a frame gives no
 //          frame and a text that names the first byte at fault.
 
-#ifndef EXAMPLES_PENFRAME_PEN_FRAME_H
-#define EXAMPLES_PENFRAME_PEN_FRAME_H
+#ifndef PEN_PEN_FRAME_H
+#define PEN_PEN_FRAME_H
 
 #include <array>
 #include <cstddef>
@@ -71,7 +71,11 @@ std::string flagsText(std::uint32_t flags);
 std::string describe(const Frame& frame);
 
 // The 8 bytes that give the pen a device number, for VelProxy::PortData.
-std::array<unsigned char, 8> deviceNumberMessage(std::uint8_t devId);
+constexpr std::size_t kMessageSize = 8;
+std::array<unsigned char, kMessageSize> deviceNumberMessage(std::uint8_t devId);
+
+// The number in such a message; 0 in any other. The magic may be anything.
+std::uint8_t deviceNumberIn(const std::array<unsigned char, kMessageSize>& message);
 
 // Frames out of a stream of bytes, in whatever portions it comes.
 class FrameStream {
@@ -84,6 +88,9 @@ class FrameStream {
   //            nobody knows where the next one begins
   std::optional<Frame> next(std::string* error);
 
+  // Whether a part of a frame has come whose rest is missing.
+  bool isInFrame() const { return !bytes_.empty(); }
+
  private:
   std::vector<unsigned char> bytes_;
   std::string error_;
@@ -91,4 +98,4 @@ class FrameStream {
 
 }  // namespace penframe
 
-#endif  // EXAMPLES_PENFRAME_PEN_FRAME_H
+#endif  // PEN_PEN_FRAME_H

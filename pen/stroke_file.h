@@ -13,8 +13,8 @@
 //
 // event, x and y are in every line. Empty lines mean nothing.
 
-#ifndef EXAMPLES_STROKE_STROKE_FILE_H
-#define EXAMPLES_STROKE_STROKE_FILE_H
+#ifndef PEN_STROKE_FILE_H
+#define PEN_STROKE_FILE_H
 
 #include <iosfwd>
 #include <stdexcept>
@@ -51,4 +51,4 @@ std::vector<Event> readFile(const std::string& name);
 
 }  // namespace stroke
 
-#endif  // EXAMPLES_STROKE_STROKE_FILE_H
+#endif  // PEN_STROKE_FILE_H

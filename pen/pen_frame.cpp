@@ -1,4 +1,4 @@
-#include "examples/penframe/pen_frame.h"
+#include "pen/pen_frame.h"
 
 #include <cstdio>
 
@@ -21,6 +21,11 @@ constexpr std::size_t kDevId = 5;
 constexpr std::size_t kReqId = 8;
 constexpr std::size_t kPacket = 20;
 constexpr std::uint32_t kContentSize = 194;
+
+// The message with the device number has the first 8 bytes of a header, and no length before them.
+constexpr std::size_t kMessageDevId = 1;
+constexpr std::size_t kMessageCommand = 2;
+constexpr unsigned int kDeviceNumberGiven = 2101;
 
 // Offsets in the packet.
 constexpr std::size_t kFlags = 26;
@@ -226,9 +231,14 @@ std::string describe(const Frame& frame) {
          numbers + "  " + flagsText(packet.flags);
 }
 
-std::array<unsigned char, 8> deviceNumberMessage(std::uint8_t devId) {
-  // Magic, device number, command 2101, request number 0.
-  return {0x27, devId, 0x35, 0x08, 0, 0, 0, 0};
+std::array<unsigned char, kMessageSize> deviceNumberMessage(std::uint8_t devId) {
+  // Magic, device number, command, request number 0.
+  return {0x27, devId, kDeviceNumberGiven & 0xFF, kDeviceNumberGiven >> 8, 0, 0, 0, 0};
+}
+
+std::uint8_t deviceNumberIn(const std::array<unsigned char, kMessageSize>& message) {
+  const bool isGiven = readUnsigned(&message[kMessageCommand], 2) == kDeviceNumberGiven;
+  return isGiven ? message[kMessageDevId] : std::uint8_t{0};
 }
 
 void FrameStream::add(const unsigned char* bytes, std::size_t length) {

@@ -1,4 +1,4 @@
-#include "examples/stroke/stroke_file.h"
+#include "pen/stroke_file.h"
 
 #include <cerrno>
 #include <cmath>

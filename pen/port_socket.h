@@ -1,0 +1,78 @@
+// The pen port as a Unix stream socket, for both of its ends: a client that sends frames, and a far
+// end that reads them.
+//
+// Sockets never wait, raise no SIGPIPE, and are closed in programs that are executed.
+//
+// THREADS  None of its own; one object belongs to one thread at a time.
+
+#ifndef PEN_PORT_SOCKET_H
+#define PEN_PORT_SOCKET_H
+
+#include <cstddef>
+#include <string>
+
+#include <sys/types.h>
+
+namespace penport {
+
+// Why no socket can have this path; empty when one can.
+std::string pathFault(const std::string& path);
+
+// Owns a socket, or any other file descriptor.
+class Socket {
+ public:
+  Socket() = default;
+  explicit Socket(int descriptor) : descriptor_(descriptor) {}
+  Socket(Socket&& other) noexcept;
+  Socket& operator=(Socket&& other) noexcept;
+  ~Socket();
+
+  // -1: none.
+  int descriptor() const { return descriptor_; }
+  explicit operator bool() const { return descriptor_ >= 0; }
+
+ private:
+  int descriptor_ = -1;
+};
+
+// Throws std::system_error when the system has none left.
+Socket newSocket();
+
+// Connects to whoever listens at the path. Returns 0 or an errno value: EAGAIN stands for a
+// listener that is there and has no room yet.
+int connectTo(const Socket& socket, const std::string& path);
+
+// As send() and recv(), again when a signal came.
+ssize_t sendSome(const Socket& socket, const unsigned char* bytes, std::size_t length);
+ssize_t receiveSome(const Socket& socket, unsigned char* bytes, std::size_t length);
+
+// Listens at a path for as long as it lives. Only this user can connect.
+class Listener {
+ public:
+  // Replaces a socket that nobody listens at any more, and nothing else. Throws std::runtime_error
+  // when it cannot listen there; the text begins with the path.
+  explicit Listener(const std::string& path);
+  // Removes the socket, unless the path has become something else.
+  ~Listener();
+
+  Listener(const Listener&) = delete;
+  Listener& operator=(const Listener&) = delete;
+
+  // Becomes readable when a client waits.
+  int descriptor() const { return socket_.descriptor(); }
+  // The next client; none when none waits or it cannot be taken, which errno tells.
+  Socket accept() const;
+
+ private:
+  void bind();
+  void removeStale() const;
+
+  const std::string path_;
+  Socket socket_;
+  dev_t device_ = 0;  // these two tell the socket from any other file
+  ino_t inode_ = 0;
+};
+
+}  // namespace penport
+
+#endif  // PEN_PORT_SOCKET_H

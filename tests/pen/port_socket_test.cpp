@@ -1,0 +1,186 @@
+// What may stand at the path of a port, and what becomes of it.
+
+#include "pen/port_socket.h"
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/platform/temporary_directory.h"
+
+namespace {
+
+using penport::Listener;
+using penport::Socket;
+using testing::StartsWith;
+
+class ListenerTest : public testing::Test {
+ protected:
+  // What keeps a listener away; empty when nothing does.
+  static std::string obstacleAt(const std::string& path) {
+    try {
+      const Listener listener(path);
+      return "";
+    } catch (const std::runtime_error& error) {
+      return error.what();
+    }
+  }
+  static int connectingTo(const std::string& path) {
+    return penport::connectTo(penport::newSocket(), path);
+  }
+  // At which nobody listens.
+  Socket boundSocket(int type = SOCK_STREAM) const {
+    Socket socket(::socket(AF_UNIX, type, 0));
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    EXPECT_EQ(
+        ::bind(socket.descriptor(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
+        0);
+    return socket;
+  }
+
+  TemporaryDirectory folder;
+  const std::string path = folder / "port";
+};
+
+TEST_F(ListenerTest, TakesClientsOneAfterTheOther) {
+  const Listener listener(path);
+  EXPECT_FALSE(listener.accept());
+  const Socket first = penport::newSocket();
+  const Socket second = penport::newSocket();
+
+  EXPECT_EQ(penport::connectTo(first, path), 0);
+  EXPECT_EQ(penport::connectTo(second, path), 0);
+
+  EXPECT_TRUE(listener.accept());
+  EXPECT_TRUE(listener.accept());
+  EXPECT_FALSE(listener.accept());
+}
+
+TEST_F(ListenerTest, OnlyThisUserCanConnect) {
+  const Listener listener(path);
+  struct stat file = {};
+
+  ASSERT_EQ(::stat(path.c_str(), &file), 0);
+
+  EXPECT_EQ(file.st_mode & 0777u, 0600u);
+}
+
+TEST_F(ListenerTest, TheSocketGoesWithIt) {
+  { const Listener listener(path); }
+
+  EXPECT_FALSE(std::filesystem::exists(path));
+  EXPECT_EQ(connectingTo(path), ENOENT);
+}
+
+TEST_F(ListenerTest, WhatHasTakenThePlaceOfTheSocketStays) {
+  {
+    const Listener listener(path);
+    std::filesystem::rename(path, path + ".old");
+    std::ofstream(path) << "a file";
+  }
+
+  EXPECT_TRUE(std::filesystem::is_regular_file(path));
+}
+
+TEST_F(ListenerTest, ReplacesASocketThatNobodyListensAt) {
+  // As after a program that was killed.
+  boundSocket();
+  EXPECT_EQ(connectingTo(path), ECONNREFUSED);
+
+  const Listener listener(path);
+
+  EXPECT_EQ(connectingTo(path), 0);
+}
+
+TEST_F(ListenerTest, LeavesTheSocketOfAnotherListenerAlone) {
+  const Listener other(path);
+
+  EXPECT_EQ(obstacleAt(path), path + ": another program listens there; choose another path");
+
+  EXPECT_EQ(connectingTo(path), 0);
+}
+
+TEST_F(ListenerTest, LeavesAListenerWithoutRoomAlone) {
+  const Socket busy = boundSocket();
+  ASSERT_EQ(::listen(busy.descriptor(), 0), 0);
+  const Socket first = penport::newSocket();
+  ASSERT_EQ(penport::connectTo(first, path), 0);
+#ifdef __linux__
+  // Elsewhere a listener without room cannot be told from none at all.
+  EXPECT_THAT(obstacleAt(path), StartsWith(path + ": another program listens there"));
+  EXPECT_TRUE(std::filesystem::is_socket(path));
+#endif
+}
+
+TEST_F(ListenerTest, LeavesSocketsOfAnotherKindAlone) {
+  const Socket datagrams = boundSocket(SOCK_DGRAM);
+
+  EXPECT_THAT(obstacleAt(path), StartsWith(path + ": a socket stands there already ("));
+
+  EXPECT_TRUE(std::filesystem::is_socket(path));
+}
+
+TEST_F(ListenerTest, LeavesWhatIsNoSocketAlone) {
+  const std::string file = folder / "file";
+  const std::string directory = folder / "directory";
+  const std::string link = folder / "link";
+  std::ofstream(file) << "text";
+  std::filesystem::create_directory(directory);
+  std::filesystem::create_symlink(folder / "nowhere", link);
+
+  for (const std::string& each : {file, directory, link}) {
+    EXPECT_EQ(obstacleAt(each), each +
+                                    ": a file that is no socket stands there; choose another path, "
+                                    "or remove it");
+  }
+
+  EXPECT_EQ(std::filesystem::file_size(file), 4u);
+  EXPECT_TRUE(std::filesystem::is_directory(directory));
+  EXPECT_TRUE(std::filesystem::is_symlink(link));
+}
+
+TEST_F(ListenerTest, NeedsAFolderThatIsThere) {
+  const std::string nowhere = folder / "nosuch" / "port";
+
+  EXPECT_EQ(obstacleAt(nowhere), nowhere + ": No such file or directory");
+}
+
+TEST_F(ListenerTest, NeedsAPathThatFits) {
+  constexpr std::size_t kMost = sizeof(sockaddr_un::sun_path) - 1;
+  const std::string start = folder.path().string() + "/";
+  const std::string longest = start + std::string(kMost - start.size(), 'x');
+
+  EXPECT_EQ(obstacleAt(longest), "");
+  EXPECT_EQ(penport::pathFault(longest), "");
+  EXPECT_EQ(obstacleAt(longest + "x"), longest + "x: the path of a socket has at most " +
+                                           std::to_string(kMost) + " bytes, not " +
+                                           std::to_string(kMost + 1));
+  EXPECT_EQ(connectingTo(longest + "x"), ENAMETOOLONG);
+  EXPECT_EQ(penport::pathFault(""), "the path of the socket is empty");
+}
+
+TEST(PortSocketTest, SendingToNobodyIsAnErrorAndNoSignal) {
+  const TemporaryDirectory folder;
+  const Listener listener(folder / "port");
+  const Socket client = penport::newSocket();
+  ASSERT_EQ(penport::connectTo(client, folder / "port"), 0);
+  listener.accept();
+  const unsigned char byte = 0;
+
+  EXPECT_EQ(penport::sendSome(client, &byte, 1), -1);
+
+  EXPECT_EQ(errno, EPIPE);
+}
+
+}  // namespace
