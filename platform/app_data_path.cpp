@@ -32,8 +32,12 @@ fs::path usersDataDirectory() {
 }
 
 fs::path chosenDirectory() {
-  const std::string given = environment("QX_APP_DATA");
+  std::string given = environment("QX_APP_DATA");
   if (!given.empty()) {
+    // With a slash behind it the directory would be its own parent.
+    while (given.size() > 1 && given.back() == '/') {
+      given.pop_back();
+    }
     return given;
   }
   const fs::path users = usersDataDirectory();

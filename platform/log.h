@@ -15,8 +15,8 @@ extern "C" {
 // tag      names the component that logs
 // format   printf style, with its arguments; a null pointer for %s prints "(null)"
 //
-// Before pellamLogInit only error lines are written, to standard error. Afterwards the environment
-// variable QX_LOG_LEVEL (a number, or debug, info, warn, error, off) is the least level written.
+// The environment variable QX_LOG_LEVEL (a number, or debug, info, warn, error, off) is the least
+// level written. Before pellamLogInit no more than error lines are, to standard error.
 void norvoLogPrint(int channel, int level, const char* tag, const char* format, ...)
 #if defined(__GNUC__)
     __attribute__((format(printf, 4, 5)))

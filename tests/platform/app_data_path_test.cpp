@@ -92,6 +92,14 @@ TEST_F(AppDataPathTest, TheDirectoryIsPrivateAndItsParentsAreMadeToo) {
   EXPECT_EQ(modeOf(directory / "a" / "b" / "c"), 0700);
 }
 
+TEST_F(AppDataPathTest, ASlashBehindItsNameDoesNotOpenTheDirectory) {
+  set("QX_APP_DATA", (directory / "parent" / "data").string() + "//");
+
+  EXPECT_EQ(GetAppDataPath(), directory / "parent" / "data");
+
+  EXPECT_EQ(modeOf(directory / "parent" / "data"), 0700);
+}
+
 TEST_F(AppDataPathTest, AnOpenMaskDoesNotOpenTheDirectory) {
   ::umask(0);
   set("QX_APP_DATA", directory / "given");
