@@ -12,11 +12,8 @@ namespace {
 using ::testing::AnyOf;
 
 TEST_F(VelctlAloneTest, VelsimUnderstandsEveryCommand) {
-  Process::Options simulator = options({});
-  simulator.command = {VELSIM_PATH};
-  Process velsim(simulator);
-  ASSERT_TRUE(comesTrue([&] { return velsim.err().find("velsim: ready ") != std::string::npos; }))
-      << velsim.err();
+  Process velsim(processes::velsimOptions(bus(), {}));
+  ASSERT_TRUE(processes::isReady(velsim)) << velsim.err();
 
   for (const Command& command : commands()) {
     const Finished finished = velctl(with(command.arguments, "--json"));

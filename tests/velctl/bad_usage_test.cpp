@@ -12,23 +12,12 @@ using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
 // Nobody is there: a command that tried to connect would say so.
-constexpr char kNowhere[] = "unix:path=/nonexistent/bus";
-
 Finished velctl(const std::vector<std::string>& arguments) {
-  const std::filesystem::path folder =
-      std::filesystem::temp_directory_path() / ("velctl-usage-" + std::to_string(::getpid()));
-  std::filesystem::create_directory(folder);
-  const Finished finished = run(velctlOptions(kNowhere, folder.string(), arguments));
-  std::filesystem::remove_all(folder);
-  return finished;
-}
-
-std::string joined(const std::vector<std::string>& words) {
-  std::string text;
-  for (const std::string& word : words) {
-    text += (text.empty() ? "" : " ") + word;
-  }
-  return text;
+  Process::Options options;
+  options.command = {VELCTL_PATH};
+  options.command.insert(options.command.end(), arguments.begin(), arguments.end());
+  options.environment = {{"QXBUS_ADDRESS", "unix:path=/nonexistent/bus"}};
+  return run(options);
 }
 
 TEST(BadUsageTest, IsToldInOneLineAndNothingIsSent) {
