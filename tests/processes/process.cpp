@@ -14,7 +14,8 @@
 #include <sys/prctl.h>
 #endif
 
-extern char** environ;
+// Not every unistd.h declares it.
+extern char** environ;  // NOLINT(readability-redundant-declaration)
 
 namespace processes {
 namespace {
@@ -78,7 +79,7 @@ std::vector<std::string> environmentWith(std::map<std::string, std::string> vari
   std::vector<std::string> entries;
   entries.reserve(variables.size());
   for (const auto& [name, value] : variables) {
-    entries.push_back(name + "=" + value);
+    entries.emplace_back(name).append(1, '=').append(value);
   }
   return entries;
 }

@@ -61,6 +61,7 @@ class Process {
 
   void write(const std::string& text) const;
 
+  bool hasEnded();
   void signal(int number) const;
   Finished wait();
   // Sends a signal and waits for the end.
@@ -68,8 +69,6 @@ class Process {
 
  private:
   using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
-
-  bool hasEnded();
 
   File out_;
   File err_;

@@ -112,6 +112,10 @@ Step fails(const std::string& method, const std::string& command, velctl::ExitCo
   return {method, command, Form::kText, status, "", err, nullptr};
 }
 
+Step notes(const std::string& method, const std::string& command, const std::string& note) {
+  return fails(method, command, velctl::kExitOk, "velctl: " + note + '\n');
+}
+
 Step knows(const std::string& word, const std::string& answer) {
   return {"dovelcmd",
           "exec run 7 " + word + " --wait 600",

@@ -48,7 +48,7 @@ Step shows(const std::string& method, const std::string& command, const std::str
 // With --json, it prints {"operation":METHOD,MEMBERS}.
 Step tells(const std::string& method, const std::string& command, const std::string& members);
 
-// The same lines in any order.
+// They print these lines in any order.
 Step showsInAnyOrder(const std::string& method, const std::string& command,
                      const std::string& text);
 Step tellsInAnyOrder(const std::string& method, const std::string& command,
@@ -63,6 +63,9 @@ Step refusesInJson(const std::string& method, const std::string& command, int st
 // The command ends with an exit status, prints nothing, and says that on standard error.
 Step fails(const std::string& method, const std::string& command, velctl::ExitCode status,
            const std::string& err);
+
+// The command prints nothing, and says that on standard error.
+Step notes(const std::string& method, const std::string& command, const std::string& note);
 
 // What velsim knows of something, which a command of its own tells: "devices", "vms" and so on.
 Step knows(const std::string& word, const std::string& answer);
