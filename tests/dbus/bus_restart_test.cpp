@@ -243,10 +243,10 @@ class FirstConnection : public BusTest {
   static Result connect(const std::vector<std::string>& variable) {
     std::vector<std::string> arguments = {BUS_PROCESS, "connect"};
     arguments.insert(arguments.end(), variable.begin(), variable.end());
-    ChildProcess process(arguments);
+    Process process(helper(arguments));
     const std::string said = process.readLine();
     const std::string took = process.readLine();
-    EXPECT_EQ(process.wait(), 0);
+    EXPECT_EQ(process.wait().status, 0);
     return {said, Milliseconds(std::atoi(took.c_str()))};
   }
 };
@@ -289,7 +289,7 @@ TEST_F(FirstConnection, ToABusThatHangsFailsWithinTwoSeconds) {
 
 TEST_F(FirstConnection, CanBeTriedAgain) {
   bus().kill();
-  ChildProcess process({BUS_PROCESS, "wait", "QXBUS_ADDRESS=" + bus().address()});
+  Process process(helper({BUS_PROCESS, "wait", "QXBUS_ADDRESS=" + bus().address()}));
   ASSERT_EQ(process.readLine(), "no bus");
 
   bus().start();

@@ -17,10 +17,13 @@
 
 #include "bus/dbus/service_host.h"
 #include "bus/qxbus.h"
-#include "tests/dbus/private_bus.h"
 #include "tests/dbus/waiting.h"
+#include "tests/processes/private_bus.h"
 
 namespace dbustest {
+
+using processes::PrivateBus;
+using processes::Process;
 
 using MessageRef = std::shared_ptr<QXBusMessage>;
 using ProxyRef = std::shared_ptr<QXBusProxyInterface>;
@@ -61,6 +64,14 @@ class TestService {
   std::shared_ptr<Held> held_;
   std::unique_ptr<qxbus::ServiceHost> host_;
 };
+
+// How a helper of a test is run, whose complaints are shown.
+inline Process::Options helper(const std::vector<std::string>& command) {
+  Process::Options options;
+  options.command = command;
+  options.isErrShown = true;
+  return options;
+}
 
 class BusTest : public testing::Test {
  protected:

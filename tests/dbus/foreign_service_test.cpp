@@ -1,5 +1,7 @@
 // A service that was written with another D-Bus library, and uses D-Bus types as it likes.
 
+#include <csignal>
+
 #include "tests/dbus/bus_test.h"
 
 namespace {
@@ -13,8 +15,8 @@ class ForeignService : public BusTest {
     if (std::string(FOREIGN_SERVICE_PYTHON).empty()) {
       GTEST_SKIP() << "needs the Python modules dbus and gi";
     }
-    process_ = std::make_unique<ChildProcess>(
-        std::vector<std::string>{FOREIGN_SERVICE_PYTHON, FOREIGN_SERVICE, bus().address()});
+    process_ = std::make_unique<Process>(
+        helper({FOREIGN_SERVICE_PYTHON, FOREIGN_SERVICE, bus().address()}));
     ASSERT_EQ(process_->readLine(), "running");
     proxy_ = proxyOf("foreign");
   }
@@ -25,7 +27,7 @@ class ForeignService : public BusTest {
     return reply;
   }
 
-  std::unique_ptr<ChildProcess> process_;
+  std::unique_ptr<Process> process_;
   ProxyRef proxy_;
 };
 
@@ -151,7 +153,7 @@ TEST_F(ForeignService, DiesLikeAnyOther) {
   const auto death = std::make_shared<Gate>();
   proxy_->setDeathCallback([death] { death->open(); });
 
-  process_->kill();
+  process_->end(SIGKILL);
 
   EXPECT_TRUE(death->wait());
   EXPECT_THAT(call(*proxy_, "number", {}, 2000), IsFailure());

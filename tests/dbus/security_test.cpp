@@ -1,5 +1,7 @@
 // Who may stand behind a service: this user or root, and nobody else.
 
+#include <csignal>
+
 #include <unistd.h>
 
 #include "tests/dbus/bus_test.h"
@@ -21,8 +23,8 @@ class AnotherUser : public BusTest {
     if (::geteuid() != 0) {
       GTEST_SKIP() << "needs root to start a service as another user";
     }
-    stranger_ = std::make_unique<ChildProcess>(
-        std::vector<std::string>{BUS_PROCESS, "serve", bus().address(), "vel", kOtherUser});
+    stranger_ = std::make_unique<Process>(
+        helper({BUS_PROCESS, "serve", bus().address(), "vel", kOtherUser}));
     ASSERT_EQ(stranger_->readLine(), "running");
   }
 
@@ -30,7 +32,7 @@ class AnotherUser : public BusTest {
     return AllOf(HasSubstr("error: "), HasSubstr(kOtherUser), HasSubstr("vel"));
   }
 
-  std::unique_ptr<ChildProcess> stranger_;
+  std::unique_ptr<Process> stranger_;
 };
 
 TEST_F(AnotherUser, IsNotTakenForTheService) {
@@ -78,7 +80,7 @@ TEST_F(AnotherUser, SendsEventsOnlyToListenersThatTakeAnybody) {
 
 TEST_F(AnotherUser, MakesRoomForTheRealService) {
   EXPECT_FALSE(manager().isServiceRegistered("vel"));
-  stranger_->kill();
+  stranger_->end(SIGKILL);
   ASSERT_TRUE(waitUntil([] {
     try {
       return std::make_unique<TestService>() != nullptr;
@@ -95,7 +97,7 @@ TEST_F(AnotherUser, MakesRoomForTheRealService) {
 class ThisUser : public BusTest {};
 
 TEST_F(ThisUser, IsTakenForTheServiceWithoutAWordInTheLog) {
-  ChildProcess service({BUS_PROCESS, "serve", bus().address(), "vel"});
+  Process service(helper({BUS_PROCESS, "serve", bus().address(), "vel"}));
   ASSERT_EQ(service.readLine(), "running");
 
   EXPECT_TRUE(manager().isServiceRegistered("vel"));
@@ -108,20 +110,20 @@ TEST_F(ThisUser, IsTakenForTheServiceWithoutAWordInTheLog) {
 
 // The service runs in a process of its own, and ends with that.
 TEST_F(ThisUser, IsMissedWhenItsProcessIsKilled) {
-  ChildProcess service({BUS_PROCESS, "serve", bus().address(), "vel"});
+  Process service(helper({BUS_PROCESS, "serve", bus().address(), "vel"}));
   ASSERT_EQ(service.readLine(), "running");
   const ProxyRef proxy = proxyOf();
   const auto death = std::make_shared<Gate>();
   proxy->setDeathCallback([death] { death->open(); });
 
-  service.kill();
+  service.end(SIGKILL);
 
   EXPECT_TRUE(death->wait());
   EXPECT_THAT(call(*proxy, "echo", {}, 2000), IsFailure());
 }
 
 TEST_F(ThisUser, IsHeardToItsLastWord) {
-  ChildProcess service({BUS_PROCESS, "serve", bus().address(), "vel"});
+  Process service(helper({BUS_PROCESS, "serve", bus().address(), "vel"}));
   ASSERT_EQ(service.readLine(), "running");
   const ProxyRef proxy = proxyOf();
   const auto events = std::make_shared<Messages>();

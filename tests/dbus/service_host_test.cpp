@@ -24,10 +24,9 @@ class ServiceHostOverDBus : public BusTest {
     std::vector<std::string> command = {"dbus-send", "--bus=" + bus().address(), "--print-reply",
                                         "--reply-timeout=20000"};
     command.insert(command.end(), arguments.begin(), arguments.end());
-    ChildProcess process(command);
-    std::string printed = process.readAll();
-    EXPECT_EQ(process.wait(), 0);
-    return printed;
+    const processes::Finished sent = run(helper(command));
+    EXPECT_EQ(sent.status, 0);
+    return sent.out;
   }
 
   DBusMessageRef ask(const std::string& method, const Body& body = nullptr) {

@@ -3,6 +3,7 @@
 #include <csignal>
 
 namespace end_to_end {
+
 void EndToEndTest::TearDown() {
   if (velsim_) {
     const Finished velsim = stopVelsim(SIGTERM);
@@ -10,26 +11,9 @@ void EndToEndTest::TearDown() {
   }
 }
 
-Process::Options EndToEndTest::options(const std::vector<std::string>& command) const {
-  Process::Options options;
-  options.command = command;
-  options.folder = folder();
-  options.environment = {{"QXBUS_ADDRESS", bus_.address()},
-                         {"QX_APP_DATA", folder() + "/data"},
-                         {"HOME", folder()},
-                         {"QX_LOG_LEVEL", ""},
-                         {"DBUS_SESSION_BUS_ADDRESS", ""},
-                         {"LC_ALL", "C"}};
-  return options;
-}
-
 void EndToEndTest::startVelsim(const std::vector<std::string>& arguments) {
-  std::vector<std::string> command = {VELSIM_PATH};
-  command.insert(command.end(), arguments.begin(), arguments.end());
-  velsim_ = std::make_unique<Process>(options(command));
-  ASSERT_TRUE(comesTrue([this] {
-    return velsim_->err().find("velsim: ready ") != std::string::npos;
-  })) << velsim_->err();
+  velsim_ = std::make_unique<Process>(processes::velsimOptions(bus_, arguments));
+  ASSERT_TRUE(processes::isReady(*velsim_)) << velsim_->err();
 }
 
 void EndToEndTest::killVelsim() {
@@ -41,12 +25,6 @@ Finished EndToEndTest::stopVelsim(int signalNumber) {
   const Finished finished = velsim_->end(signalNumber);
   velsim_.reset();
   return finished;
-}
-
-Process::Options EndToEndTest::velctlOptions(const std::vector<std::string>& arguments) const {
-  std::vector<std::string> command = {VELCTL_PATH};
-  command.insert(command.end(), arguments.begin(), arguments.end());
-  return options(command);
 }
 
 Finished EndToEndTest::velctl(const std::vector<std::string>& arguments) const {

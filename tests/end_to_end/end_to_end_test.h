@@ -11,10 +11,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/dbus/private_bus.h"
-#include "tests/end_to_end/process.h"
+#include "tests/processes/port_peer.h"
+#include "tests/processes/programs.h"
 
 namespace end_to_end {
+
+using processes::comesTrue;
+using processes::Finished;
+using processes::kPatienceSeconds;
+using processes::PortPeer;
+using processes::Process;
 
 class EndToEndTest : public ::testing::Test {
  protected:
@@ -28,7 +34,9 @@ class EndToEndTest : public ::testing::Test {
   // What velsim has written since it was started: a line for each request.
   std::string velsimLog() const { return velsim_ ? velsim_->err() : ""; }
 
-  Process::Options velctlOptions(const std::vector<std::string>& arguments) const;
+  Process::Options velctlOptions(const std::vector<std::string>& arguments) const {
+    return processes::velctlOptions(bus_, arguments);
+  }
   Finished velctl(const std::vector<std::string>& arguments) const;
   // Waits until a velctl watch sees what happens from now on.
   static bool isWatching(const Process& watch);
@@ -36,13 +44,15 @@ class EndToEndTest : public ::testing::Test {
   // A call with an ordinary D-Bus tool, whose arguments are like "int32:101".
   Finished call(const std::string& method, const std::vector<std::string>& arguments) const;
 
-  Process::Options options(const std::vector<std::string>& command) const;
+  Process::Options options(const std::vector<std::string>& command) const {
+    return bus_.options(command);
+  }
   std::string folder() const { return bus_.directory().string(); }
-  dbustest::PrivateBus& bus() { return bus_; }
+  processes::PrivateBus& bus() { return bus_; }
   Process* velsim() const { return velsim_.get(); }
 
  private:
-  dbustest::PrivateBus bus_;
+  processes::PrivateBus bus_;
   std::unique_ptr<Process> velsim_;
 };
 

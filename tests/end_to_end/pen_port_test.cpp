@@ -5,7 +5,7 @@
 #include <fstream>
 
 #include "tests/end_to_end/end_to_end_test.h"
-#include "tests/end_to_end/port_peer.h"
+#include "tests/processes/port_peer.h"
 #include "vel/apps/local/velsim/exit_codes.h"
 
 namespace end_to_end {

@@ -15,7 +15,7 @@
 
 #include "pen/pen_frame.h"
 #include "tests/end_to_end/end_to_end_test.h"
-#include "tests/end_to_end/port_peer.h"
+#include "tests/processes/port_peer.h"
 #include "vel/apps/local/velctl/exit_codes.h"
 
 namespace end_to_end {

@@ -13,6 +13,8 @@ namespace end_to_end {
 namespace {
 
 using nlohmann::json;
+using processes::joined;
+using processes::with;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -22,19 +24,6 @@ using ::testing::StartsWith;
 // Numbers of the built-in VMs.
 constexpr int kWin11 = 101;
 constexpr char kVmsAsText[] = "debian  104\nubuntu  103\nwin10   102\nwin11   101\n";
-
-std::vector<std::string> with(std::vector<std::string> arguments, const std::string& last) {
-  arguments.push_back(last);
-  return arguments;
-}
-
-std::string joined(const std::vector<std::string>& words) {
-  std::string text;
-  for (const std::string& word : words) {
-    text += (text.empty() ? "" : " ") + word;
-  }
-  return text;
-}
 
 std::size_t lines(const std::string& text) {
   return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));

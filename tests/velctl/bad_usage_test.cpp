@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "tests/velctl/commands.h"
+#include "tests/velctl/stories.h"
 #include "tests/velctl/velctl_test.h"
 
 namespace velctl_tests {
@@ -12,23 +14,22 @@ using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
 // Nobody is there: a command that tried to connect would say so.
-constexpr char kNowhere[] = "unix:path=/nonexistent/bus";
-
 Finished velctl(const std::vector<std::string>& arguments) {
-  const std::filesystem::path folder =
-      std::filesystem::temp_directory_path() / ("velctl-usage-" + std::to_string(::getpid()));
-  std::filesystem::create_directory(folder);
-  const Finished finished = run(velctlOptions(kNowhere, folder.string(), arguments));
-  std::filesystem::remove_all(folder);
-  return finished;
+  Process::Options options;
+  options.command = {VELCTL_PATH};
+  options.command.insert(options.command.end(), arguments.begin(), arguments.end());
+  options.environment = {{"QXBUS_ADDRESS", "unix:path=/nonexistent/bus"}};
+  return run(options);
 }
 
-std::string joined(const std::vector<std::string>& words) {
-  std::string text;
-  for (const std::string& word : words) {
-    text += (text.empty() ? "" : " ") + word;
-  }
-  return text;
+void expectBadUsage(const std::vector<std::string>& arguments, const std::string& error) {
+  const Finished refused = velctl(arguments);
+
+  EXPECT_EQ(refused.status, velctl::kExitUsage);
+  EXPECT_THAT(refused.out, IsEmpty());
+  EXPECT_THAT(refused.err, StartsWith("velctl"));
+  EXPECT_THAT(refused.err, HasSubstr(error));
+  EXPECT_EQ(std::count(refused.err.begin(), refused.err.end(), '\n'), 1) << refused.err;
 }
 
 TEST(BadUsageTest, IsToldInOneLineAndNothingIsSent) {
@@ -37,34 +38,18 @@ TEST(BadUsageTest, IsToldInOneLineAndNothingIsSent) {
     std::string error;
   };
   const std::string longText(128, 'x');
-  const std::string notU16 = ": must be a number from 0 to 65535, decimal or 0x...";
-  const std::string notU64 = ": must be a number from 0 to 18446744073709551615, ";
   const std::string notUsb = ": must be a USB vendor and product id, such as 046d:0825";
   const Row rows[] = {
       {{"device"}, "velctl device: a command is missing; see velctl device --help"},
       {{"device", "network"}, "velctl device network: a command is missing; "},
       {{"printer", "shared", "find"}, "velctl printer shared: no command find; "},
-      {{"device", "status"}, "velctl device status: device is required; "},
-      {{"device", "status", "65536"}, "device: 65536" + notU16},
-      {{"device", "status", "-1"}, "device: -1" + notU16},
-      {{"device", "status", "camera"}, "device: camera" + notU16},
       {{"device", "status", "12", "13"}, "not expected: 13; "},
-      {{"device", "connect", "12"}, "--vm is required; "},
-      {{"device", "connect", "65536", "--vm", "win11"}, "device: 65536" + notU16},
       {{"device", "connect", "--vm", "win11"},
        "connectDevice: name the device by its number or with --source, not both"},
       {{"device", "connect", "12", "--source", "7", "--vm", "win11"},
        "connectDevice: name the device by its number or with --source, not both"},
       {{"device", "disconnect", "--vm", "win11"},
        "disconnectDevice: name the device by its number or with --source, not both"},
-      {{"device", "connect", "--source", "18446744073709551616", "--vm", "win11"},
-       "--source: 18446744073709551616" + notU64},
-      {{"device", "redirect", "1", "--vm", "win11"}, "second is required; "},
-      {{"device", "network", "add", "x", "y"}, "could not convert: type = x; "},
-      {{"device", "network", "remove"}, "device is required; "},
-      {{"printer", "connect", "51"}, "--vm is required; "},
-      {{"printer", "status", "65536"}, "printer: 65536" + notU16},
-      {{"printer", "command", "1", "65536", "--vm", "win11"}, "command: 65536" + notU16},
       {{"printer", "network", "add", ""},
        "addNetworkPrinter: the address is empty; give at least one character"},
       {{"printer", "network", "add", "10.0.0.7", ""}, "addNetworkPrinter: the name is empty; "},
@@ -77,39 +62,18 @@ TEST(BadUsageTest, IsToldInOneLineAndNothingIsSent) {
        "addSharePrinter: each printer needs an address, a name and a description; "},
       {{"printer", "shared", "add", "10.0.0.7", longText, ""}, " is longer than 127 bytes"},
       {{"printer", "shared", "delete", longText, "a"}, " is longer than 127 bytes"},
-      {{"printer", "queue", "add", "a", "b"}, "third is required; "},
-      {{"printer", "queue", "drivers"}, "printer is required; "},
-      {{"policy", "local", "12"}, "policy is required; "},
-      {{"policy", "local", "12", "32768"}, "could not convert: policy = 32768; "},
       {{"policy", "local", "12", "1", "--name", longText}, " is longer than 127 bytes"},
       {{"policy", "local", "12", "1", "--text", longText + longText}, " is longer than 255 bytes"},
-      {{"policy", "auto-connect", "set", "1"}, "value is required; "},
-      {{"policy", "auto-connect", "set", "1", "65536"}, "value: 65536" + notU16},
-      {{"policy", "auto-connect", "get", "65536"}, "type: 65536" + notU16},
       {{"policy", "property", "get", "046d"}, "id: 046d" + notUsb},
       {{"policy", "property", "get", "46d:0825"}, "id: 46d:0825" + notUsb},
       {{"policy", "property", "get", "046d:08255"}, "id: 046d:08255" + notUsb},
       {{"policy", "property", "local", "046g:0825"}, "id: 046g:0825" + notUsb},
-      {{"policy", "property", "set", "046d:0825", "1"}, "value is required; "},
-      {{"policy", "turbo", "set", "046d:0825"}, "config is required; "},
-      {{"new-device", "connect", "1"}, "--vm is required; "},
-      {{"new-device", "ignore", "1", "--type", "65536"}, "--type: 65536" + notU16},
-      {{"new-device", "storage", "1", "--vm", "win11"}, "command is required; "},
-      {{"joystick", "map", "1"}, "mapping is required; "},
-      {{"joystick", "calibrate", "65536"}, "joystick: 65536" + notU16},
-      {{"quality", "bandwidth", "1", "--vm", "win11"}, "second is required; "},
       {{"quality", "rtc", "1", "--vm", "win11"},
        "setRtcQosInfo: type 1 needs a figure, and no other type has one"},
       {{"quality", "rtc", "2", "3", "--vm", "win11"},
        "setRtcQosInfo: type 1 needs a figure, and no other type has one"},
-      {{"diagnose", "source", "1"}, "--vm is required; "},
       {{"diagnose", "source", "1", "--vm", ""},
        "diagnose: name a VM; there is none on this machine"},
-      {{"diagnose", "device", "65536", "--vm", "win11"}, "device: 65536" + notU16},
-      {{"exec", "run", "x"}, "could not convert: command = x; "},
-      {{"exec", "run", "2147483648"}, "could not convert: command = 2147483648; "},
-      {{"exec", "test", "65536"}, "test: 65536" + notU16},
-      {{"usb", "status", "0102030405060708", "1"}, "--vm is required; "},
       {{"usb", "status", "01020304050607", "1", "--vm", "win11"},
        "device: 01020304050607: must be 16 hexadecimal digits"},
       {{"usb", "status", "010203040506070g", "1", "--vm", "win11"},
@@ -118,14 +82,164 @@ TEST(BadUsageTest, IsToldInOneLineAndNothingIsSent) {
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(joined(row.arguments));
+    expectBadUsage(row.arguments, row.error);
+  }
+}
 
-    const Finished refused = velctl(row.arguments);
+TEST(BadUsageTest, WhatIsRequiredMustBeThere) {
+  struct Row {
+    std::string command;
+    std::string missing;
+  };
+  const Row rows[] = {
+      {"device status", "device"},
+      {"device connect", "--vm"},
+      {"device disconnect", "--vm"},
+      {"device redirect --vm win11", "first"},
+      {"device network add", "type"},
+      {"device network add 1", "device"},
+      {"device network remove", "device"},
+      {"printer status", "printer"},
+      {"printer connect --vm win11", "printer"},
+      {"printer disconnect 51", "--vm"},
+      {"printer command --vm win11", "source"},
+      {"printer command 1 --vm win11", "command"},
+      {"printer command 1 1", "--vm"},
+      {"printer network add", "address"},
+      {"printer network delete", "name"},
+      {"printer network rename a", "new"},
+      {"printer shared search", "address"},
+      {"printer shared add", "printers"},
+      {"printer shared delete 10.0.0.7", "name"},
+      {"printer queue drivers", "printer"},
+      {"printer queue add a", "second"},
+      {"printer queue auto-add a b", "third"},
+      {"printer queue delete", "printer"},
+      {"printer queue driver a", "driver"},
+      {"printer queue test-page", "printer"},
+      {"policy local", "device"},
+      {"policy auto-connect get", "type"},
+      {"policy property get", "id"},
+      {"policy property local", "id"},
+      {"policy property set 046d:0825", "type"},
+      {"policy turbo get", "id"},
+      {"policy turbo set", "id"},
+      {"new-device connect --vm win11", "source"},
+      {"new-device ignore", "source"},
+      {"new-device storage --vm win11", "source"},
+      {"new-device storage 1 1", "--vm"},
+      {"joystick map", "joystick"},
+      {"joystick calibrate", "joystick"},
+      {"quality bandwidth --vm win11", "first"},
+      {"quality bandwidth 1 2", "--vm"},
+      {"quality rtc --vm win11", "type"},
+      {"quality rtc 2", "--vm"},
+      {"diagnose source --vm win11", "source"},
+      {"diagnose device --vm win11", "device"},
+      {"diagnose device 12", "--vm"},
+      {"exec run", "command"},
+      {"exec test", "test"},
+      {"device redirect 1 --vm win11", "second"},
+      {"printer connect 51", "--vm"},
+      {"device connect 12", "--vm"},
+      {"printer queue add a b", "third"},
+      {"policy local 12", "policy"},
+      {"policy auto-connect set 1", "value"},
+      {"policy property set 046d:0825 1", "value"},
+      {"policy turbo set 046d:0825", "config"},
+      {"new-device connect 1", "--vm"},
+      {"new-device storage 1 --vm win11", "command"},
+      {"joystick map 1", "mapping"},
+      {"quality bandwidth 1 --vm win11", "second"},
+      {"diagnose source 1", "--vm"},
+      {"usb status 0102030405060708 1", "--vm"},
+      {"usb status --vm win11", "device"},
+      {"usb status 0102030405060708 --vm win11", "status"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.command);
+    expectBadUsage(wordsOf(row.command), ": " + row.missing + " is required; ");
+  }
+}
 
-    EXPECT_EQ(refused.status, velctl::kExitUsage);
-    EXPECT_THAT(refused.out, IsEmpty());
-    EXPECT_THAT(refused.err, StartsWith("velctl"));
-    EXPECT_THAT(refused.err, HasSubstr(row.error));
-    EXPECT_EQ(std::count(refused.err.begin(), refused.err.end(), '\n'), 1) << refused.err;
+TEST(BadUsageTest, ANumberIsANumberAndNotTooLarge) {
+  struct Row {
+    std::string before;
+    std::string name;  // of what stands there
+    std::string after;
+    std::string above;  // one more than the largest
+  };
+  const std::string u16 = "65536";
+  const std::string u32 = "4294967296";
+  const std::string u64 = "18446744073709551616";
+  const std::string i16 = "32768";
+  const std::string i32 = "2147483648";
+  const std::string toVm = " --vm win11";
+  const Row rows[] = {
+      {"device status ", "device", "", u16},
+      {"device connect ", "device", toVm, u16},
+      {"device connect --source ", "--source", toVm, u64},
+      {"device disconnect ", "device", toVm, u16},
+      {"device disconnect --source ", "--source", toVm, u64},
+      {"device redirect ", "first", " 1" + toVm, u16},
+      {"device redirect 1 ", "second", toVm, u16},
+      {"device network add ", "type", " x", i32},
+      {"printer status ", "printer", "", u16},
+      {"printer connect ", "printer", toVm, u16},
+      {"printer disconnect ", "printer", toVm, u16},
+      {"printer command ", "source", " 1" + toVm, u64},
+      {"printer command 1 ", "command", toVm, u16},
+      {"policy local ", "device", " 1", u16},
+      {"policy local 1 ", "policy", "", i16},
+      {"policy auto-connect get ", "type", "", u16},
+      {"policy auto-connect set ", "type", " 1", u16},
+      {"policy auto-connect set 1 ", "value", "", u16},
+      {"policy property set 046d:0825 ", "type", " 1", u16},
+      {"policy property set 046d:0825 1 ", "value", "", i32},
+      {"new-device connect ", "source", toVm, u64},
+      {"new-device connect 1 --type ", "--type", toVm, u16},
+      {"new-device connect 1 --auto-connect ", "--auto-connect", toVm, u16},
+      {"new-device connect 1 --popup ", "--popup", toVm, u16},
+      {"new-device ignore ", "source", "", u64},
+      {"new-device ignore 1 --type ", "--type", "", u16},
+      {"new-device ignore 1 --auto-connect ", "--auto-connect", "", u16},
+      {"new-device ignore 1 --popup ", "--popup", "", u16},
+      {"new-device storage ", "source", " 1" + toVm, u64},
+      {"new-device storage 1 ", "command", toVm, u16},
+      {"usb status 0102030405060708 ", "status", toVm, u16},
+      {"joystick map ", "joystick", " 1", u16},
+      {"joystick map 1 ", "mapping", "", u16},
+      {"joystick calibrate ", "joystick", "", u16},
+      {"quality bandwidth ", "first", " 1" + toVm, u64},
+      {"quality bandwidth 1 ", "second", toVm, u64},
+      {"quality rtc ", "type", toVm, u32},
+      {"quality rtc 1 ", "figure", toVm, u32},
+      {"diagnose source ", "source", toVm, u64},
+      {"diagnose source 1 --follow ", "--follow", toVm, u32},
+      {"diagnose device ", "device", toVm, u16},
+      {"diagnose device 1 --until ", "--until", toVm, u32},
+      {"exec run ", "command", "", i32},
+      {"exec run 1 --wait ", "--wait", "", u32},
+      {"exec test ", "test", "", u16},
+  };
+  for (const Row& row : rows) {
+    for (const std::string& number : {std::string("camera"), row.above}) {
+      const std::string command = row.before + number + row.after;
+      SCOPED_TRACE(command);
+      const bool isSigned = row.above == i16 || row.above == i32;
+      expectBadUsage(wordsOf(command),
+                     isSigned ? ": could not convert: " + row.name + " = " + number
+                              : ": " + row.name + ": " + number + ": must be a number from 0 to ");
+    }
+  }
+  expectBadUsage({"device", "status", "-1"},
+                 "device: -1: must be a number from 0 to 65535, decimal or 0x...; ");
+}
+
+TEST(BadUsageTest, AnOptionThatNoCommandHasIsTold) {
+  for (const Command& command : commands()) {
+    SCOPED_TRACE(command.name);
+    expectBadUsage(with(command.arguments, "--nosuch"), "not expected: --nosuch; ");
   }
 }
 

@@ -3,6 +3,7 @@
 #ifndef TESTS_VELCTL_COMMANDS_H
 #define TESTS_VELCTL_COMMANDS_H
 
+#include <cstdint>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -31,6 +32,11 @@ struct Command {
   // Of the command's own request.
   std::string method() const;
 };
+
+// The reply of a service that has done its part.
+inline const qxbus::Values kDone = {std::int32_t{0}};
+// The request whose reply shows that the service has had those before it.
+constexpr char kConfirmation[] = "getVmList(int32 0)";
 
 void PrintTo(const Command& command, std::ostream* stream);
 

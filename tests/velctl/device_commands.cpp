@@ -8,8 +8,6 @@
 namespace velctl_tests {
 namespace {
 
-const qxbus::Values kDone = {std::int32_t{0}};
-
 // Attached to the VM that the service knows, to another, and to none.
 qxbus::Values devices() {
   return {std::int32_t{3}, deviceBlock(12, 2, -3, kVmNumber, "Front camera", "allow"),

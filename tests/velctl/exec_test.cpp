@@ -83,8 +83,9 @@ TEST_F(ExecTest, WithoutAVmTheAnswerIsForNone) {
 TEST_F(ExecTest, ACommandWithoutAnAnswerIsAnError) {
   const std::vector<std::string> command = {"exec", "run", "3", "--vm", "win11", "--wait", "1"};
 
-  const Finished text = velctl(command);
+  Process textProcess(options(command));
   const Finished json = velctl(with(command, "--json"));
+  const Finished text = textProcess.wait();
 
   EXPECT_EQ(text.status, velctl::kExitNoAnswer);
   EXPECT_THAT(text.out, IsEmpty());

@@ -6,11 +6,7 @@
 #include "tests/velctl/scripted_service.h"
 
 namespace velctl_tests {
-namespace {
-
-const qxbus::Values kDone = {std::int32_t{0}};
-
-}  // namespace
+namespace {}  // namespace
 
 std::vector<Command> printerCommands() {
   return {

@@ -129,7 +129,7 @@ void ScriptedService::before(const std::string& method, std::function<void()> ru
 
 void ScriptedService::hold(const std::string& method) {
   const std::lock_guard<std::mutex> lock(mutex_);
-  held_ = method;
+  held_.insert(method);
 }
 
 void ScriptedService::release() {
@@ -166,7 +166,7 @@ void ScriptedService::handle(Request request) {
     requests_.push_back(request.method() + '(' + qxbus::describe(request.arguments()) + ')');
     senders_.push_back(request.sender());
   }
-  if (request.method() == held_) {
+  if (held_.count(request.method()) != 0) {
     waiting_.push_back(std::move(request));
     return;
   }

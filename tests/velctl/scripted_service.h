@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <variant>
 #include <vector>
@@ -38,7 +39,7 @@ class ScriptedService {
   void answer(const std::string& method, Answer answer);
   // Runs on each request of a method, before it is answered.
   void before(const std::string& method, std::function<void()> run);
-  // Keeps requests of a method unanswered until release().
+  // Keeps requests of a method unanswered until release(), which lets go of all methods.
   void hold(const std::string& method);
   void release();
 
@@ -60,7 +61,7 @@ class ScriptedService {
   std::map<std::string, std::function<void()>> before_;
   std::vector<std::string> requests_;
   std::vector<std::string> senders_;
-  std::string held_;
+  std::set<std::string> held_;
   std::vector<qxbus::Request> waiting_;
   // Last: its thread uses what stands above.
   std::unique_ptr<qxbus::ServiceHost> host_;

@@ -8,10 +8,6 @@
 namespace velctl_tests {
 namespace {
 
-const qxbus::Values kDone = {std::int32_t{0}};
-// Sent to be sure that the request before it has arrived.
-constexpr char kConfirmation[] = "getVmList(int32 0)";
-
 // A block of a fixed size that begins with a text.
 qxbus::Bytes block(std::size_t size, const std::string& text) {
   qxbus::Bytes bytes = bytesOf(text);

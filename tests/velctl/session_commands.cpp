@@ -5,13 +5,6 @@
 #include "tests/velctl/commands.h"
 
 namespace velctl_tests {
-namespace {
-
-const qxbus::Values kDone = {std::int32_t{0}};
-// Sent to be sure that the request before it has arrived.
-constexpr char kConfirmation[] = "getVmList(int32 0)";
-
-}  // namespace
 
 std::vector<Command> sessionCommands() {
   return {

@@ -3,8 +3,10 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -70,20 +72,20 @@ class TerminalTest : public VelctlTest {
   }
 
   // velctl with standard error on the terminal, or what else a shell is told.
-  Process::Options onTerminal(const std::vector<std::string>& arguments,
-                              const std::string& redirection = "2>\"$TERMINAL\"") {
+  Process::Options onTerminal(const Terminal& terminal, const std::vector<std::string>& arguments,
+                              const std::string& redirection = "2>\"$TERMINAL\"") const {
     Process::Options on = options(arguments);
     on.command.insert(on.command.begin(), {"sh", "-c", "exec \"$0\" \"$@\" " + redirection});
-    on.environment["TERMINAL"] = terminal_.name();
+    on.environment["TERMINAL"] = terminal.name();
     return on;
   }
 
-  bool shows(const std::string& text) {
-    return comesTrue([&] { return terminal_.text().find(text) != std::string::npos; });
+  static bool shows(Terminal& terminal, const std::string& text) {
+    return comesTrue([&] { return terminal.text().find(text) != std::string::npos; });
   }
-  bool showsLast(const std::string& end) {
+  static bool showsLast(Terminal& terminal, const std::string& end) {
     return comesTrue([&] {
-      const std::string& text = terminal_.text();
+      const std::string& text = terminal.text();
       return text.size() >= end.size() &&
              text.compare(text.size() - end.size(), end.size(), end) == 0;
     });
@@ -96,31 +98,88 @@ class TerminalTest : public VelctlTest {
 };
 
 TEST_F(TerminalTest, ALongCommandShowsHowLongItHasTakenAndThenRemovesThat) {
-  Process search(onTerminal({"printer", "queue", "search"}));
+  Process search(onTerminal(terminal(), {"printer", "queue", "search"}));
 
-  EXPECT_TRUE(shows("velctl: searching for printers, 2 s of at most 30")) << terminal().text();
+  EXPECT_TRUE(shows(terminal(), "velctl: searching for printers, 2 s of at most 30"))
+      << terminal().text();
   service().release();
 
   const Finished finished = search.wait();
   EXPECT_EQ(finished.status, velctl::kExitOk);
   EXPECT_EQ(finished.out, "found\n");
-  EXPECT_TRUE(shows("velctl: searching for printers, 1 s of at most 30\r"));
+  EXPECT_TRUE(shows(terminal(), "velctl: searching for printers, 1 s of at most 30\r"));
   // Later seconds may have needed more.
   const std::size_t columns =
       std::string("velctl: searching for printers, 1 s of at most 30").size();
-  EXPECT_TRUE(showsLast(std::string(columns, ' ') + '\r')) << terminal().text();
+  EXPECT_TRUE(showsLast(terminal(), std::string(columns, ' ') + '\r')) << terminal().text();
 }
 
 TEST_F(TerminalTest, ALongCommandEndsAtOnceWhenInterruptedAndLeavesTheLineWhole) {
-  Process search(onTerminal({"printer", "queue", "search"}));
-  ASSERT_TRUE(shows(", 1 s of at most 30")) << terminal().text();
+  Process search(onTerminal(terminal(), {"printer", "queue", "search"}));
+  ASSERT_TRUE(shows(terminal(), ", 1 s of at most 30")) << terminal().text();
 
   // The service goes on holding the request.
   const Finished finished = search.end(SIGINT);
 
   EXPECT_EQ(finished.status, 128 + SIGINT);
   EXPECT_THAT(finished.out, IsEmpty());
-  EXPECT_TRUE(showsLast(" s of at most 30\r\n")) << terminal().text();
+  EXPECT_TRUE(showsLast(terminal(), " s of at most 30\r\n")) << terminal().text();
+}
+
+// Each has a terminal of its own, and they wait at the same time.
+TEST_F(TerminalTest, EveryCommandThatTakesLongShowsThatAndCanBeInterrupted) {
+  struct Row {
+    std::string method;
+    std::vector<std::string> arguments;
+    std::string shown;
+  };
+  const std::string answer = "waiting for the answer to the command";
+  const Row rows[] = {
+      {"searchSharePrinter",
+       {"printer", "shared", "search", "10.0.0.7"},
+       "searching for shared printers, 1 s of at most 10"},
+      {"getPrinterDriverlList",
+       {"printer", "queue", "drivers", "a"},
+       "looking for drivers, 1 s of at most 30"},
+      {"autoAddPrinter",
+       {"printer", "queue", "auto-add", "a", "b", "c"},
+       "adding the printer, 1 s of at most 30"},
+      {"printTestPage",
+       {"printer", "queue", "test-page", "a"},
+       "waiting for the test page, 1 s of at most 10"},
+      {"ConfigPrinterCommand",
+       {"printer", "command", "1", "1", "--vm", "win11"},
+       answer + ", 1 s of at most 10"},
+      {"configNewDeviceAsConnect",
+       {"new-device", "connect", "1", "--vm", "win11"},
+       "attaching the device, 1 s of at most 10"},
+      {"ConfigUdisks2Command",
+       {"new-device", "storage", "1", "1", "--vm", "win11"},
+       answer + ", 1 s of at most 10"},
+      {"diagnose", {"diagnose", "source", "1", "--vm", "win11"}, "diagnosing, 1 s of at most 10"},
+      {"diagnoseDevice",
+       {"diagnose", "device", "1", "--vm", "win11"},
+       "diagnosing, 1 s of at most 10"},
+      {"none: the service has accepted it",
+       {"exec", "run", "1", "--wait", "600"},
+       answer + ", 1 s of at most 600"},
+  };
+  std::vector<std::unique_ptr<Terminal>> terminals;
+  std::vector<std::unique_ptr<Process>> processes;
+  for (const Row& row : rows) {
+    service().hold(row.method);
+    terminals.push_back(std::make_unique<Terminal>());
+    processes.push_back(std::make_unique<Process>(onTerminal(*terminals.back(), row.arguments)));
+  }
+
+  for (std::size_t i = 0; i < processes.size(); ++i) {
+    SCOPED_TRACE(joined(rows[i].arguments));
+    EXPECT_TRUE(shows(*terminals[i], "velctl: " + rows[i].shown)) << terminals[i]->text();
+    const Finished finished = processes[i]->end(SIGINT);
+    EXPECT_EQ(finished.status, 128 + SIGINT);
+    EXPECT_THAT(finished.out, IsEmpty());
+    EXPECT_TRUE(showsLast(*terminals[i], "\r\n")) << terminals[i]->text();
+  }
 }
 
 TEST_F(TerminalTest, ALongCommandEndsAtOnceWhenInterruptedWithoutATerminal) {
@@ -134,11 +193,11 @@ TEST_F(TerminalTest, ALongCommandEndsAtOnceWhenInterruptedWithoutATerminal) {
 }
 
 TEST_F(TerminalTest, OnlyATerminalIsShownTheTime) {
-  Process watched(onTerminal({"printer", "queue", "search"}));
+  Process watched(onTerminal(terminal(), {"printer", "queue", "search"}));
   Process unwatched(options({"printer", "queue", "search"}));
   ASSERT_TRUE(comesTrue([&] { return service().requests().size() == 2; }));
   // Both have been waiting for as long.
-  ASSERT_TRUE(shows(", 2 s of at most 30"));
+  ASSERT_TRUE(shows(terminal(), ", 2 s of at most 30"));
   service().release();
 
   EXPECT_EQ(watched.wait().status, velctl::kExitOk);
@@ -150,15 +209,16 @@ TEST_F(TerminalTest, OnlyATerminalIsShownTheTime) {
 TEST_F(TerminalTest, ProgressStandsOnALineOfItsOwn) {
   service().answer("diagnose", qxbus::Values{std::string("well")});
   service().hold("diagnose");
-  Process diagnose(onTerminal({"diagnose", "source", "7", "--vm", "win11", "--follow", "0"},
+  Process diagnose(onTerminal(terminal(),
+                              {"diagnose", "source", "7", "--vm", "win11", "--follow", "0"},
                               ">\"$TERMINAL\" 2>&1"));
-  ASSERT_TRUE(shows("velctl: diagnosing, 1 s of at most 10"));
+  ASSERT_TRUE(shows(terminal(), "velctl: diagnosing, 1 s of at most 10"));
 
   service().emit({std::int32_t{0}, std::int32_t{9}, diagnosisBlock(7, 1, kVmNumber, "looking")});
 
-  EXPECT_TRUE(shows(" \rstatus 1: looking\r\n")) << terminal().text();
+  EXPECT_TRUE(shows(terminal(), " \rstatus 1: looking\r\n")) << terminal().text();
   service().release();
-  EXPECT_TRUE(shows("well\r\n"));
+  EXPECT_TRUE(shows(terminal(), "well\r\n"));
   EXPECT_EQ(diagnose.wait().status, velctl::kExitOk);
 }
 

@@ -11,35 +11,30 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/dbus/private_bus.h"
-#include "tests/end_to_end/process.h"
+#include "tests/processes/programs.h"
 #include "tests/velctl/scripted_service.h"
 #include "vel/apps/local/velctl/exit_codes.h"
 
 namespace velctl_tests {
 
-using end_to_end::comesTrue;
-using end_to_end::Finished;
-using end_to_end::Process;
-
-// How velctl is run on the bus at an address.
-Process::Options velctlOptions(const std::string& busAddress, const std::string& folder,
-                               const std::vector<std::string>& arguments);
-
-std::vector<std::string> with(std::vector<std::string> arguments, const std::string& last);
+using processes::comesTrue;
+using processes::Finished;
+using processes::joined;
+using processes::Process;
+using processes::with;
 
 class VelctlAloneTest : public ::testing::Test {
  protected:
   Process::Options options(const std::vector<std::string>& arguments) const {
-    return velctlOptions(bus_.address(), bus_.directory().string(), arguments);
+    return processes::velctlOptions(bus_, arguments);
   }
   Finished velctl(const std::vector<std::string>& arguments) const {
     return run(options(arguments));
   }
-  dbustest::PrivateBus& bus() { return bus_; }
+  processes::PrivateBus& bus() { return bus_; }
 
  private:
-  dbustest::PrivateBus bus_;
+  processes::PrivateBus bus_;
 };
 
 class VelctlTest : public VelctlAloneTest {

@@ -12,13 +12,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/end_to_end/port_peer.h"
+#include "tests/processes/port_peer.h"
 #include "tests/platform/temporary_directory.h"
 
 namespace velsim {
 namespace {
 
-using end_to_end::PortPeer;
+using processes::PortPeer;
 using ::testing::ElementsAre;
 using ::testing::StartsWith;
 
@@ -74,7 +74,7 @@ class PenPortTest : public ::testing::Test {
   // The lines, as soon as there are so many.
   std::vector<std::string> lines(std::size_t count) {
     std::unique_lock<std::mutex> lock(mutex_);
-    changed_.wait_for(lock, std::chrono::seconds(end_to_end::kPatienceSeconds),
+    changed_.wait_for(lock, std::chrono::seconds(processes::kPatienceSeconds),
                       [&] { return lines_.size() >= count; });
     return lines_;
   }

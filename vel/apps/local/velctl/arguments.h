@@ -3,9 +3,7 @@
 #ifndef VEL_APPS_LOCAL_VELCTL_ARGUMENTS_H
 #define VEL_APPS_LOCAL_VELCTL_ARGUMENTS_H
 
-#include <limits>
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "vel/apps/local/velctl/command_line.h"
@@ -28,25 +26,6 @@ Added<Arguments> addCommand(CommandLine& commandLine, CLI::App& group, const std
   CLI::App& command = commandLine.command(
       group, name, help, [run, arguments](const Output& output) { run(output, *arguments); });
   return {command, *arguments};
-}
-
-// Adds a number that may be missing.
-template <typename Unsigned>
-CLI::Option& addNumber(CLI::App& command, const std::string& name, std::optional<Unsigned>& number,
-                       const std::string& help) {
-  constexpr Unsigned kMost = std::numeric_limits<Unsigned>::max();
-  return *command
-              .add_option_function<std::string>(
-                  name,
-                  [&number, name](const std::string& text) {
-                    const std::optional<unsigned long long> read = readNumber(text, kMost);
-                    if (!read) {
-                      throw CLI::ValidationError(name, text + ": " + notANumber(kMost));
-                    }
-                    number = static_cast<Unsigned>(*read);
-                  },
-                  help)
-              ->type_name("NUMBER");
 }
 
 // A group inside a group.

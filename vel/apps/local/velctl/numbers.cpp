@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <system_error>
+#include <utility>
 
 namespace velctl {
 
@@ -23,6 +24,22 @@ std::optional<unsigned long long> readNumber(std::string_view text, unsigned lon
 
 std::string notANumber(unsigned long long most) {
   return "must be a number from 0 to " + std::to_string(most) + ", decimal or 0x...";
+}
+
+CLI::Option& addNumber(CLI::App& command, const std::string& name, unsigned long long most,
+                       const std::string& help, std::function<void(unsigned long long)> take) {
+  return *command
+              .add_option_function<std::string>(
+                  name,
+                  [name, most, take = std::move(take)](const std::string& text) {
+                    const std::optional<unsigned long long> read = readNumber(text, most);
+                    if (!read) {
+                      throw CLI::ValidationError(name, text + ": " + notANumber(most));
+                    }
+                    take(*read);
+                  },
+                  help)
+              ->type_name("NUMBER");
 }
 
 }  // namespace velctl

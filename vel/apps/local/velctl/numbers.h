@@ -4,6 +4,7 @@
 #ifndef VEL_APPS_LOCAL_VELCTL_NUMBERS_H
 #define VEL_APPS_LOCAL_VELCTL_NUMBERS_H
 
+#include <functional>
 #include <limits>
 #include <optional>
 #include <string>
@@ -19,23 +20,24 @@ std::optional<unsigned long long> readNumber(std::string_view text, unsigned lon
 // What to say when there is none.
 std::string notANumber(unsigned long long most);
 
-// Adds an option, or a positional argument, that is such a number.
+// Adds an option, or a positional argument, that is such a number up to most, which take is given.
+CLI::Option& addNumber(CLI::App& command, const std::string& name, unsigned long long most,
+                       const std::string& help, std::function<void(unsigned long long)> take);
+
+// The same into a variable, up to its largest number.
 template <typename Unsigned>
 CLI::Option& addNumber(CLI::App& command, const std::string& name, Unsigned& number,
                        const std::string& help) {
-  constexpr Unsigned kMost = std::numeric_limits<Unsigned>::max();
-  return *command
-              .add_option_function<std::string>(
-                  name,
-                  [&number, name](const std::string& text) {
-                    const std::optional<unsigned long long> read = readNumber(text, kMost);
-                    if (!read) {
-                      throw CLI::ValidationError(name, text + ": " + notANumber(kMost));
-                    }
-                    number = static_cast<Unsigned>(*read);
-                  },
-                  help)
-              ->type_name("NUMBER");
+  return addNumber(command, name, std::numeric_limits<Unsigned>::max(), help,
+                   [&number](unsigned long long read) { number = static_cast<Unsigned>(read); });
+}
+
+// The same for a number that may be missing.
+template <typename Unsigned>
+CLI::Option& addNumber(CLI::App& command, const std::string& name, std::optional<Unsigned>& number,
+                       const std::string& help) {
+  return addNumber(command, name, std::numeric_limits<Unsigned>::max(), help,
+                   [&number](unsigned long long read) { number = static_cast<Unsigned>(read); });
 }
 
 }  // namespace velctl

@@ -1,7 +1,7 @@
 // One end of a port in the hands of a test. It waits for what must come, with much patience.
 
-#ifndef TESTS_END_TO_END_PORT_PEER_H
-#define TESTS_END_TO_END_PORT_PEER_H
+#ifndef TESTS_PROCESSES_PORT_PEER_H
+#define TESTS_PROCESSES_PORT_PEER_H
 
 #include <algorithm>
 #include <array>
@@ -12,9 +12,9 @@
 #include <poll.h>
 
 #include "pen/port_socket.h"
-#include "tests/end_to_end/process.h"
+#include "tests/processes/process.h"
 
-namespace end_to_end {
+namespace processes {
 
 class PortPeer {
  public:
@@ -83,6 +83,6 @@ class PortPeer {
   bool isThere_ = false;
 };
 
-}  // namespace end_to_end
+}  // namespace processes
 
-#endif  // TESTS_END_TO_END_PORT_PEER_H
+#endif  // TESTS_PROCESSES_PORT_PEER_H

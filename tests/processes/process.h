@@ -1,16 +1,18 @@
-// Programs that a test runs.
+// Programs that a test runs beside itself.
 
-#ifndef TESTS_END_TO_END_PROCESS_H
-#define TESTS_END_TO_END_PROCESS_H
+#ifndef TESTS_PROCESSES_PROCESS_H
+#define TESTS_PROCESSES_PROCESS_H
 
+#include <cstdio>
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include <sys/types.h>
 
-namespace end_to_end {
+namespace processes {
 
 // Much longer than anything takes, also on a busy machine under a sanitizer. A test that waits this
 // long has failed.
@@ -21,21 +23,26 @@ bool comesTrue(const std::function<bool()>& condition);
 
 // What a program has left.
 struct Finished {
-  int status = -1;  // its exit status, 128 + the signal that ended it, or -1 when it did not end
+  // Its exit status (127: there is no such program), 128 + the signal that ended it, or -1 when it
+  // did not end.
+  int status = -1;
   std::string out;
   std::string err;
 };
 
-// A running program. It is killed with its object.
+// A running program. It is killed with its object, and does not outlive the thread that started it.
+//
+// THREADS   Use it from one thread.
+// ERRORS    std::runtime_error when the system is out of something.
 class Process {
  public:
   struct Options {
     std::vector<std::string> command;                // a path, or a name to look for in PATH
     std::map<std::string, std::string> environment;  // on top of ours
-    std::string folder;                              // for what it writes
     std::string input;                               // what it reads
-    std::string outTo;                               // a file for its standard output
+    bool isInputOpen = false;                        // it reads what is given to write() instead
     bool isOutClosed = false;                        // it has no standard output
+    bool isErrShown = false;                         // its standard error is ours
   };
 
   explicit Process(const Options& options);
@@ -45,27 +52,35 @@ class Process {
   Process& operator=(const Process&) = delete;
 
   pid_t pid() const { return pid_; }
+
   // What it has written so far.
   std::string out() const;
   std::string err() const;
+  // The next line of its standard output without the newline; when it ends, what there is of it.
+  std::string readLine();
 
+  void write(const std::string& text) const;
+
+  bool hasEnded();
   void signal(int number) const;
   Finished wait();
   // Sends a signal and waits for the end.
   Finished end(int signalNumber);
 
  private:
-  bool hasEnded();
+  using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 
-  std::string outFile_;
-  std::string errFile_;
+  File out_;
+  File err_;
+  int input_ = -1;
   pid_t pid_ = -1;
   int status_ = -1;
+  std::size_t read_ = 0;  // by readLine()
 };
 
 // Runs a program to its end.
 Finished run(const Process::Options& options);
 
-}  // namespace end_to_end
+}  // namespace processes
 
-#endif  // TESTS_END_TO_END_PROCESS_H
+#endif  // TESTS_PROCESSES_PROCESS_H

@@ -1,0 +1,228 @@
+#include "tests/processes/process.h"
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <stdexcept>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#if defined(__linux__)
+#include <sys/prctl.h>
+#endif
+
+// Not every unistd.h declares it.
+extern char** environ;  // NOLINT(readability-redundant-declaration)
+
+namespace processes {
+namespace {
+
+constexpr std::chrono::milliseconds kPauseBetweenLooks{3};
+constexpr int kSignalled = 128;
+constexpr int kNoSuchProgram = 127;
+
+[[noreturn]] void fail(const std::string& what) {
+  throw std::runtime_error(what + ": " + std::strerror(errno));
+}
+
+void keepFromOtherPrograms(int file) {
+  ::fcntl(file, F_SETFD, FD_CLOEXEC);
+}
+
+std::unique_ptr<std::FILE, int (*)(std::FILE*)> fileWith(const std::string& text) {
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::tmpfile(), &std::fclose);
+  if (!file) {
+    fail("a temporary file");
+  }
+  keepFromOtherPrograms(::fileno(file.get()));
+  std::fwrite(text.data(), 1, text.size(), file.get());
+  // Programs begin to read and write where this stands.
+  std::rewind(file.get());
+  return file;
+}
+
+// Reads beside the program that writes there, whose place in the file stays as it is.
+std::string contentOf(std::FILE* file) {
+  std::string text;
+  char bytes[4096];
+  for (;;) {
+    const ssize_t count =
+        ::pread(::fileno(file), bytes, sizeof bytes, static_cast<off_t>(text.size()));
+    if (count <= 0) {
+      return text;
+    }
+    text.append(bytes, static_cast<std::size_t>(count));
+  }
+}
+
+std::vector<char*> pointers(std::vector<std::string>& texts) {
+  std::vector<char*> all;
+  all.reserve(texts.size() + 1);
+  for (std::string& text : texts) {
+    all.push_back(text.data());
+  }
+  all.push_back(nullptr);
+  return all;
+}
+
+std::vector<std::string> environmentWith(std::map<std::string, std::string> variables) {
+  for (char** entry = environ; *entry; ++entry) {
+    const std::string variable = *entry;
+    const std::size_t equals = variable.find('=');
+    if (equals != std::string::npos) {
+      variables.emplace(variable.substr(0, equals), variable.substr(equals + 1));
+    }
+  }
+  std::vector<std::string> entries;
+  entries.reserve(variables.size());
+  for (const auto& [name, value] : variables) {
+    entries.emplace_back(name).append(1, '=').append(value);
+  }
+  return entries;
+}
+
+// Files to become 0, 1 and 2; -1 closes it, or leaves standard error as it is.
+struct Streams {
+  int in;
+  int out;
+  int err;
+};
+
+// Runs in the child, where nothing may be allocated: other threads may have held locks when it was
+// made.
+[[noreturn]] void become(char* const* arguments, char** environment, const Streams& streams) {
+#if defined(__linux__)
+  ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+#endif
+  ::dup2(streams.in, STDIN_FILENO);
+  if (streams.out < 0) {
+    ::close(STDOUT_FILENO);
+  } else {
+    ::dup2(streams.out, STDOUT_FILENO);
+  }
+  if (streams.err >= 0) {
+    ::dup2(streams.err, STDERR_FILENO);
+  }
+  environ = environment;
+  ::execvp(arguments[0], arguments);
+  ::_exit(kNoSuchProgram);
+}
+
+}  // namespace
+
+bool comesTrue(const std::function<bool()>& condition) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(kPatienceSeconds);
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > deadline) {
+      return false;
+    }
+    std::this_thread::sleep_for(kPauseBetweenLooks);
+  }
+  return true;
+}
+
+Process::Process(const Options& options) : out_(fileWith("")), err_(fileWith("")) {
+  const File inputFile = fileWith(options.input);
+  int pipe[2] = {::fileno(inputFile.get()), -1};
+  if (options.isInputOpen) {
+    if (::pipe(pipe) != 0) {
+      fail("a pipe");
+    }
+    keepFromOtherPrograms(pipe[0]);
+    keepFromOtherPrograms(pipe[1]);
+    input_ = pipe[1];
+  }
+  std::vector<std::string> arguments = options.command;
+  std::vector<std::string> environment = environmentWith(options.environment);
+  const std::vector<char*> argumentPointers = pointers(arguments);
+  std::vector<char*> environmentPointers = pointers(environment);
+  const Streams streams = {pipe[0], options.isOutClosed ? -1 : ::fileno(out_.get()),
+                           options.isErrShown ? -1 : ::fileno(err_.get())};
+  pid_ = ::fork();
+  if (pid_ == 0) {
+    become(argumentPointers.data(), environmentPointers.data(), streams);
+  }
+  if (options.isInputOpen) {
+    ::close(pipe[0]);
+  }
+  if (pid_ < 0) {
+    if (input_ >= 0) {
+      ::close(input_);
+    }
+    fail("starting " + arguments.front());
+  }
+}
+
+Process::~Process() {
+  if (!hasEnded()) {
+    ::kill(pid_, SIGKILL);
+    ::waitpid(pid_, nullptr, 0);
+  }
+  if (input_ >= 0) {
+    ::close(input_);
+  }
+}
+
+std::string Process::out() const {
+  return contentOf(out_.get());
+}
+
+std::string Process::err() const {
+  return contentOf(err_.get());
+}
+
+std::string Process::readLine() {
+  std::string line;
+  comesTrue([&] {
+    const bool isAll = hasEnded();
+    const std::string rest = out().substr(read_);
+    const std::size_t newline = rest.find('\n');
+    line = rest.substr(0, newline);
+    return isAll || newline != std::string::npos;
+  });
+  read_ += line.size() + 1;
+  return line;
+}
+
+void Process::write(const std::string& text) const {
+  if (::write(input_, text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
+    fail("writing to a program");
+  }
+}
+
+void Process::signal(int number) const {
+  if (status_ < 0) {
+    ::kill(pid_, number);
+  }
+}
+
+bool Process::hasEnded() {
+  if (status_ >= 0) {
+    return true;
+  }
+  int state = 0;
+  if (::waitpid(pid_, &state, WNOHANG) != pid_) {
+    return false;
+  }
+  status_ = WIFSIGNALED(state) ? kSignalled + WTERMSIG(state) : WEXITSTATUS(state);
+  return true;
+}
+
+Finished Process::wait() {
+  comesTrue([this] { return hasEnded(); });
+  return {status_, out(), err()};
+}
+
+Finished Process::end(int signalNumber) {
+  signal(signalNumber);
+  return wait();
+}
+
+Finished run(const Process::Options& options) {
+  return Process(options).wait();
+}
+
+}  // namespace processes
