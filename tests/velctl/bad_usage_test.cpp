@@ -250,8 +250,8 @@ TEST(HelpTest, EveryGroupNamesItsCommands) {
   };
   const Row rows[] = {
       {{},
-       {"status", "vm", "pipe", "device", "policy", "new-device", "printer", "joystick", "camera",
-        "usb", "quality", "diagnose", "exec", "reset", "watch"}},
+       {"status", "vm", "pipe", "pen", "device", "policy", "new-device", "printer", "joystick",
+        "camera", "usb", "quality", "diagnose", "exec", "reset", "watch"}},
       {{"device"}, {"list", "status", "connect", "disconnect", "redirect", "network"}},
       {{"device", "network"}, {"add", "remove"}},
       {{"policy"}, {"list", "local", "auto-connect", "property", "turbo", "reset"}},
