@@ -20,13 +20,8 @@ std::optional<unsigned short> half(const std::string& digits) {
 
 }  // namespace
 
-CLI::App& addGroup(CLI::App& group, const std::string& name, const std::string& help) {
-  return *group.add_subcommand(name, help)->require_subcommand(1);
-}
-
-CLI::Option& addVm(CLI::App& command, std::string& vmId) {
-  return *command.add_option("--vm", vmId, "Name of the VM; \"\" is this machine")
-              ->type_name("NAME");
+ParserOption addVm(const ParserCommand& command, std::string& vmId) {
+  return command.addOption("--vm", vmId, "Name of the VM; \"\" is this machine").typeName("NAME");
 }
 
 std::string shown(const UsbId& id) {
@@ -36,24 +31,21 @@ std::string shown(const UsbId& id) {
   return text;
 }
 
-CLI::Option& addUsbId(CLI::App& command, UsbId& id) {
-  return *command
-              .add_option_function<std::string>(
-                  "id",
-                  [&id](const std::string& text) {
-                    const std::size_t colon = text.find(':');
-                    const std::optional<unsigned short> vendor = half(text.substr(0, colon));
-                    const std::optional<unsigned short> product =
-                        colon == std::string::npos ? std::nullopt : half(text.substr(colon + 1));
-                    if (!vendor || !product) {
-                      throw CLI::ValidationError(
-                          "id", text + ": must be a USB vendor and product id, such as 046d:0825");
-                    }
-                    id = {*vendor, *product};
-                  },
-                  "USB vendor and product id, as lsusb shows them: 046d:0825")
-              ->required()
-              ->type_name("VID:PID");
+ParserOption addUsbId(const ParserCommand& command, UsbId& id) {
+  const auto read = [&id](const std::string& text) -> std::string {
+    const std::size_t colon = text.find(':');
+    const std::optional<unsigned short> vendor = half(text.substr(0, colon));
+    const std::optional<unsigned short> product =
+        colon == std::string::npos ? std::nullopt : half(text.substr(colon + 1));
+    if (!vendor || !product) {
+      return text + ": must be a USB vendor and product id, such as 046d:0825";
+    }
+    id = {*vendor, *product};
+    return {};
+  };
+  return command.addOption("id", read, "USB vendor and product id, as lsusb shows them: 046d:0825")
+      .required()
+      .typeName("VID:PID");
 }
 
 std::string textOrStandardInput(const std::string& argument) {

@@ -14,25 +14,23 @@ namespace velctl {
 // A command and what its options fill in.
 template <typename Arguments>
 struct Added {
-  CLI::App& command;
+  ParserCommand command;
   Arguments& arguments;
 };
 
 // Adds a command that runs with arguments.
 template <typename Arguments>
-Added<Arguments> addCommand(CommandLine& commandLine, CLI::App& group, const std::string& name,
-                            const std::string& help, void (*run)(const Output&, const Arguments&)) {
+Added<Arguments> addCommand(CommandLine& commandLine, const ParserCommand& group,
+                            const std::string& name, const std::string& help,
+                            void (*run)(const Output&, const Arguments&)) {
   const auto arguments = std::make_shared<Arguments>();
-  CLI::App& command = commandLine.command(
+  const ParserCommand command = commandLine.command(
       group, name, help, [run, arguments](const Output& output) { run(output, *arguments); });
   return {command, *arguments};
 }
 
-// A group inside a group.
-CLI::App& addGroup(CLI::App& group, const std::string& name, const std::string& help);
-
 // --vm NAME. An empty name stands for this machine.
-CLI::Option& addVm(CLI::App& command, std::string& vmId);
+ParserOption addVm(const ParserCommand& command, std::string& vmId);
 
 // A USB vendor and product id.
 struct UsbId {
@@ -44,7 +42,7 @@ struct UsbId {
 std::string shown(const UsbId& id);
 
 // Adds the argument "id", which is a USB id in that form.
-CLI::Option& addUsbId(CLI::App& command, UsbId& id);
+ParserOption addUsbId(const ParserCommand& command, UsbId& id);
 
 // The argument, or with - what standard input has, without newlines at its end.
 std::string textOrStandardInput(const std::string& argument);

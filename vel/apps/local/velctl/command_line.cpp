@@ -4,6 +4,8 @@
 #include <iostream>
 #include <utility>
 
+#include <CLI/CLI.hpp>
+
 namespace velctl {
 namespace {
 
@@ -43,15 +45,16 @@ std::string mistake(const CLI::App& command, const std::vector<std::string>& unk
 }  // namespace
 
 CommandLine::CommandLine()
-    : app_("Looks at and works with the peripheral-device service of this machine.", "velctl") {
+    : app_(std::make_unique<CLI::App>(
+          "Looks at and works with the peripheral-device service of this machine.", "velctl")) {
   // Options that every command has may stand before or after its name.
-  app_.fallthrough();
-  app_.require_subcommand(1);
-  app_.set_version_flag("--version", "velctl " VELCTL_VERSION);
-  app_.add_flag("--json", isJson_, "Write data as JSON, one object per line");
-  app_.add_flag("-v,--verbose", isVerbose_,
-                "Have the library log everything, not only errors (as QX_LOG_LEVEL=debug)");
-  app_.footer(
+  app_->fallthrough();
+  app_->require_subcommand(1);
+  app_->set_version_flag("--version", "velctl " VELCTL_VERSION);
+  app_->add_flag("--json", isJson_, "Write data as JSON, one object per line");
+  app_->add_flag("-v,--verbose", isVerbose_,
+                 "Have the library log everything, not only errors (as QX_LOG_LEVEL=debug)");
+  app_->footer(
       "Data goes to standard output, everything else to standard error.\n"
       "Environment: QXBUS_ADDRESS (the bus; default: the session bus), QX_APP_DATA (folder of the\n"
       "log), QX_LOG_LEVEL.\n"
@@ -60,36 +63,36 @@ CommandLine::CommandLine()
       "130 interrupted.");
 }
 
-CLI::App& CommandLine::group(const std::string& name, const std::string& help) {
-  return *app_.add_subcommand(name, help)->require_subcommand(1);
+CommandLine::~CommandLine() = default;
+
+ParserCommand CommandLine::group(const std::string& name, const std::string& help) {
+  return ParserCommand(app_.get()).addGroup(name, help);
 }
 
-CLI::App& CommandLine::command(const std::string& name, const std::string& help, Run run) {
-  return command(app_, name, help, std::move(run));
+ParserCommand CommandLine::command(const std::string& name, const std::string& help, Run run) {
+  return command(ParserCommand(app_.get()), name, help, std::move(run));
 }
 
-CLI::App& CommandLine::command(CLI::App& group, const std::string& name, const std::string& help,
-                               Run run) {
+ParserCommand CommandLine::command(const ParserCommand& group, const std::string& name,
+                                   const std::string& help, Run run) {
   // Only remembered: a mistake later on the command line must still be found before anything runs.
-  return *group.add_subcommand(name, help)->callback([this, run = std::move(run)] {
-    chosen_ = run;
-  });
+  return group.addCommand(name, help, [this, run = std::move(run)] { chosen_ = run; });
 }
 
 std::optional<ExitCode> CommandLine::parse(int argc, char** argv) {
   try {
-    app_.parse(argc, argv);
+    app_->parse(argc, argv);
     return std::nullopt;
   } catch (const CLI::CallForVersion& version) {
     std::cout << version.what() << std::endl;
   } catch (const CLI::Success&) {  // --help
-    const CLI::App& command = named(app_);
+    const CLI::App& command = named(*app_);
     std::cout << command.help(wordsBefore(command)) << std::flush;
   } catch (const CLI::ParseError& error) {
-    const CLI::App& command = named(app_);
+    const CLI::App& command = named(*app_);
     const std::string before = wordsBefore(command);
     const std::string name = before + (before.empty() ? "" : " ") + command.get_name();
-    std::cerr << name << ": " << mistake(command, app_.remaining(true), error) << "; see " << name
+    std::cerr << name << ": " << mistake(command, app_->remaining(true), error) << "; see " << name
               << " --help\n";
     return kExitUsage;
   }

@@ -4,13 +4,13 @@
 #define VEL_APPS_LOCAL_VELCTL_COMMAND_LINE_H
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
-#include <CLI/CLI.hpp>
-
 #include "vel/apps/local/velctl/exit_codes.h"
 #include "vel/apps/local/velctl/output.h"
+#include "vel/apps/local/velctl/parser.h"
 
 namespace velctl {
 
@@ -20,12 +20,16 @@ class CommandLine {
   using Run = std::function<void(const Output&)>;
 
   CommandLine();
+  ~CommandLine();
+  CommandLine(const CommandLine&) = delete;
+  CommandLine& operator=(const CommandLine&) = delete;
 
   // Commands that share their first word.
-  CLI::App& group(const std::string& name, const std::string& help);
+  ParserCommand group(const std::string& name, const std::string& help);
   // A command, by itself or in a group. Options are added to what is returned.
-  CLI::App& command(const std::string& name, const std::string& help, Run run);
-  CLI::App& command(CLI::App& group, const std::string& name, const std::string& help, Run run);
+  ParserCommand command(const std::string& name, const std::string& help, Run run);
+  ParserCommand command(const ParserCommand& group, const std::string& name,
+                        const std::string& help, Run run);
 
   // Empty when a command was chosen. Otherwise there is nothing left to do (--help) or to be done
   // (a mistake, which has been reported), and this is the exit status.
@@ -36,7 +40,7 @@ class CommandLine {
   void run(const Output& output) const { chosen_(output); }
 
  private:
-  CLI::App app_;
+  std::unique_ptr<CLI::App> app_;
   bool isJson_ = false;
   bool isVerbose_ = false;
   Run chosen_;

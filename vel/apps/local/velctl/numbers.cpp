@@ -26,20 +26,18 @@ std::string notANumber(unsigned long long most) {
   return "must be a number from 0 to " + std::to_string(most) + ", decimal or 0x...";
 }
 
-CLI::Option& addNumber(CLI::App& command, const std::string& name, unsigned long long most,
-                       const std::string& help, std::function<void(unsigned long long)> take) {
-  return *command
-              .add_option_function<std::string>(
-                  name,
-                  [name, most, take = std::move(take)](const std::string& text) {
-                    const std::optional<unsigned long long> read = readNumber(text, most);
-                    if (!read) {
-                      throw CLI::ValidationError(name, text + ": " + notANumber(most));
-                    }
-                    take(*read);
-                  },
-                  help)
-              ->type_name("NUMBER");
+ParserOption addNumber(const ParserCommand& command, const std::string& name,
+                       unsigned long long most, const std::string& help,
+                       std::function<void(unsigned long long)> take) {
+  const auto read = [most, take = std::move(take)](const std::string& text) {
+    const std::optional<unsigned long long> number = readNumber(text, most);
+    if (!number) {
+      return text + ": " + notANumber(most);
+    }
+    take(*number);
+    return std::string();
+  };
+  return command.addOption(name, read, help).typeName("NUMBER");
 }
 
 }  // namespace velctl

@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-#include <CLI/CLI.hpp>
+#include "vel/apps/local/velctl/parser.h"
 
 namespace velctl {
 
@@ -21,12 +21,13 @@ std::optional<unsigned long long> readNumber(std::string_view text, unsigned lon
 std::string notANumber(unsigned long long most);
 
 // Adds an option, or a positional argument, that is such a number up to most, which take is given.
-CLI::Option& addNumber(CLI::App& command, const std::string& name, unsigned long long most,
-                       const std::string& help, std::function<void(unsigned long long)> take);
+ParserOption addNumber(const ParserCommand& command, const std::string& name,
+                       unsigned long long most, const std::string& help,
+                       std::function<void(unsigned long long)> take);
 
 // The same into a variable, up to its largest number.
 template <typename Unsigned>
-CLI::Option& addNumber(CLI::App& command, const std::string& name, Unsigned& number,
+ParserOption addNumber(const ParserCommand& command, const std::string& name, Unsigned& number,
                        const std::string& help) {
   return addNumber(command, name, std::numeric_limits<Unsigned>::max(), help,
                    [&number](unsigned long long read) { number = static_cast<Unsigned>(read); });
@@ -34,8 +35,8 @@ CLI::Option& addNumber(CLI::App& command, const std::string& name, Unsigned& num
 
 // The same for a number that may be missing.
 template <typename Unsigned>
-CLI::Option& addNumber(CLI::App& command, const std::string& name, std::optional<Unsigned>& number,
-                       const std::string& help) {
+ParserOption addNumber(const ParserCommand& command, const std::string& name,
+                       std::optional<Unsigned>& number, const std::string& help) {
   return addNumber(command, name, std::numeric_limits<Unsigned>::max(), help,
                    [&number](unsigned long long read) { number = static_cast<Unsigned>(read); });
 }

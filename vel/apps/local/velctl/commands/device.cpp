@@ -128,7 +128,7 @@ void removeFromNetwork(const Output& output, const NetworkDevice& removed) {
                    inQuotes(device) + " removed");
 }
 
-void addChange(CommandLine& commandLine, CLI::App& group, const std::string& name,
+void addChange(CommandLine& commandLine, const ParserCommand& group, const std::string& name,
                const std::string& help, void (*run)(const Output&, const Attachment&)) {
   const auto [command, attachment] = addCommand(commandLine, group, name, help, run);
   addNumber(command, "device", attachment.device, "Number of the device");
@@ -136,30 +136,32 @@ void addChange(CommandLine& commandLine, CLI::App& group, const std::string& nam
   addVm(command, attachment.vmId).required();
 }
 
-void addNetworkCommands(CommandLine& commandLine, CLI::App& devices) {
-  CLI::App& group = addGroup(devices, "network", "Devices that are reached over the network");
+void addNetworkCommands(CommandLine& commandLine, const ParserCommand& devices) {
+  const ParserCommand group =
+      devices.addGroup("network", "Devices that are reached over the network");
   const auto add =
       addCommand(commandLine, group, "add", "Add a device of the network", addToNetwork);
-  add.command.add_option("type", add.arguments.type, "Its type, in the service's numbers")
-      ->required();
-  add.command.add_option("device", add.arguments.device, "What the service is to know of it")
-      ->required();
+  add.command.addOption("type", add.arguments.type, "Its type, in the service's numbers")
+      .required();
+  add.command.addOption("device", add.arguments.device, "What the service is to know of it")
+      .required();
   const auto remove =
       addCommand(commandLine, group, "remove", "Remove a device of the network", removeFromNetwork);
-  remove.command.add_option("device", remove.arguments.device, "What it was added as")->required();
-  remove.command.add_option("detail", remove.arguments.detail,
-                            "What the service needs besides (default: nothing)");
+  remove.command.addOption("device", remove.arguments.device, "What it was added as").required();
+  remove.command.addOption("detail", remove.arguments.detail,
+                           "What the service needs besides (default: nothing)");
 }
 
 }  // namespace
 
 void addDeviceCommands(CommandLine& commandLine) {
-  CLI::App& group = commandLine.group("device", "Devices of this machine and of the network");
+  const ParserCommand group =
+      commandLine.group("device", "Devices of this machine and of the network");
 
   const auto listed = addCommand(commandLine, group, "list",
                                  "List the devices of this machine, or those for a VM", list);
-  listed.command.add_option("--vm", listed.arguments.vmId, "Those that can be attached to this VM")
-      ->type_name("NAME");
+  listed.command.addOption("--vm", listed.arguments.vmId, "Those that can be attached to this VM")
+      .typeName("NAME");
 
   const auto one = addCommand(commandLine, group, "status", "Show one device", status);
   addNumber(one.command, "device", one.arguments.device, "Number of the device").required();

@@ -161,8 +161,8 @@ void device(const Output& output, const Device& device) {
             }});
 }
 
-void addOptions(CLI::App& command, Options& options) {
-  command.add_option("--vm", options.vmId, "Name of the VM")->required()->type_name("NAME");
+void addOptions(const ParserCommand& command, Options& options) {
+  command.addOption("--vm", options.vmId, "Name of the VM").required().typeName("NAME");
   addNumber(command, "--follow", options.followSeconds,
             "Seconds to wait for progress after the answer [1]");
   addNumber(command, "--until", options.finalStatus,
@@ -172,7 +172,7 @@ void addOptions(CLI::App& command, Options& options) {
 }  // namespace
 
 void addDiagnoseCommands(CommandLine& commandLine) {
-  CLI::App& group = commandLine.group(
+  const ParserCommand group = commandLine.group(
       "diagnose", "Diagnose redirections, and show the progress that the service tells");
   const auto bySource =
       addCommand(commandLine, group, "source",

@@ -102,12 +102,12 @@ void test(const Output& output, const Test& test) {
 }  // namespace
 
 void addExecCommands(CommandLine& commandLine) {
-  CLI::App& group = commandLine.group("exec", "Commands and tests of the service itself");
+  const ParserCommand group = commandLine.group("exec", "Commands and tests of the service itself");
 
   const auto [runCommand, given] = addCommand(
       commandLine, group, "run", "Give a command, and show the first answer that comes", run);
-  runCommand.add_option("command", given.command, "Number of the command")->required();
-  runCommand.add_option("arguments", given.arguments, "Its arguments, as one text");
+  runCommand.addOption("command", given.command, "Number of the command").required();
+  runCommand.addOption("arguments", given.arguments, "Its arguments, as one text");
   addVm(runCommand, given.vmId);
   addNumber(runCommand, "--wait", given.waitSeconds,
             "Seconds to wait for the answer; 0: do not wait [5]");

@@ -120,7 +120,7 @@ void watch(const Output& output) {
 }  // namespace
 
 void addJoystickCommands(CommandLine& commandLine) {
-  CLI::App& group = commandLine.group("joystick", "Joysticks and their mappings");
+  const ParserCommand group = commandLine.group("joystick", "Joysticks and their mappings");
   commandLine.command(group, "list", "List the joysticks; each is known by its position", list);
   commandLine.command(group, "mappings", "List the mappings; each is known by its position",
                       mappings);

@@ -63,12 +63,13 @@ void storage(const Output& output, const Command& given) {
                        std::to_string(given.source));
 }
 
-void addSource(CLI::App& command, unsigned long long& source) {
+void addSource(const ParserCommand& command, unsigned long long& source) {
   addNumber(command, "source", source, "Id of the device's source").required();
 }
 
-Added<Choice> addChoice(CommandLine& commandLine, CLI::App& group, const std::string& name,
-                        const std::string& help, void (*run)(const Output&, const Choice&)) {
+Added<Choice> addChoice(CommandLine& commandLine, const ParserCommand& group,
+                        const std::string& name, const std::string& help,
+                        void (*run)(const Output&, const Choice&)) {
   const Added<Choice> added = addCommand(commandLine, group, name, help, run);
   const auto [command, choice] = added;
   addSource(command, choice.source);
@@ -83,7 +84,7 @@ Added<Choice> addChoice(CommandLine& commandLine, CLI::App& group, const std::st
 }  // namespace
 
 void addNewDeviceCommands(CommandLine& commandLine) {
-  CLI::App& group =
+  const ParserCommand group =
       commandLine.group("new-device", "What is to become of a device that was plugged in");
 
   const auto [connectCommand, choice] = addChoice(

@@ -189,17 +189,18 @@ void replay(const Output& output, const Given& given) {
 }  // namespace
 
 void addPenCommands(CommandLine& commandLine) {
-  CLI::App& group = commandLine.group("pen", "What a pen does, on its port; needs no service");
+  const ParserCommand group =
+      commandLine.group("pen", "What a pen does, on its port; needs no service");
 
   const auto [command, given] =
       addCommand(commandLine, group, "replay", "Play a recorded stroke on the pen port", replay);
-  command.add_option("file", given.file, "The stroke: an event per line, each a JSON object")
-      ->required();
-  command.add_option("--port", given.port, "The port: path of a Unix stream socket")
-      ->required()
-      ->check(penport::pathFault)
-      ->type_name("PATH");
-  command.add_flag("--at-once", given.isAtOnce, "Leave out the pauses of the recording");
+  command.addOption("file", given.file, "The stroke: an event per line, each a JSON object")
+      .required();
+  command.addOption("--port", given.port, "The port: path of a Unix stream socket")
+      .required()
+      .check(penport::pathFault)
+      .typeName("PATH");
+  command.addFlag("--at-once", given.isAtOnce, "Leave out the pauses of the recording");
   addNumber(command, "--wait", given.waitSeconds,
             "Seconds that the port may take to give the pen a device number, or to take a frame "
             "[5]");

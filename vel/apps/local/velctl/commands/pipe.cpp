@@ -79,15 +79,15 @@ void destroy(const Output& output, const Pipes& pipes) {
                    counted(pipes.descriptions.size()) + "destroyed");
 }
 
-void add(CommandLine& commandLine, CLI::App& group, const std::string& name,
+void add(CommandLine& commandLine, const ParserCommand& group, const std::string& name,
          const std::string& help, void (*run)(const Output&, const Pipes&)) {
   const auto pipes = std::make_shared<Pipes>();
-  CLI::App& command = commandLine.command(
+  const ParserCommand command = commandLine.command(
       group, name, help, [run, pipes](const Output& output) { run(output, *pipes); });
-  command.add_option("vm", pipes->vmId, "Name of the VM; \"\" is this machine")->required();
-  command.add_option("pipe", pipes->descriptions, "HANDLE[,NAME1[,NAME2]]")
-      ->required()
-      ->check([](const std::string& description) {
+  command.addOption("vm", pipes->vmId, "Name of the VM; \"\" is this machine").required();
+  command.addOption("pipe", pipes->descriptions, "HANDLE[,NAME1[,NAME2]]")
+      .required()
+      .check([](const std::string& description) {
         _CHANNEL_HANDLE pipe;
         return parsePipe(description, &pipe);
       });
@@ -96,7 +96,7 @@ void add(CommandLine& commandLine, CLI::App& group, const std::string& name,
 }  // namespace
 
 void addPipeCommands(CommandLine& commandLine) {
-  CLI::App& group = commandLine.group("pipe", "Data pipes of VM sessions");
+  const ParserCommand group = commandLine.group("pipe", "Data pipes of VM sessions");
   add(commandLine, group, "create", "Open pipes", create);
   add(commandLine, group, "destroy", "Close pipes", destroy);
 }

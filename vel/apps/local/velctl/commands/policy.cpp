@@ -154,22 +154,22 @@ void reset(const Output& output) {
   operation.finish(output, operation->ResetAllDeviceProperty(), "all properties reset");
 }
 
-void addType(CLI::App& command, unsigned short& type) {
+void addType(const ParserCommand& command, unsigned short& type) {
   addNumber(command, "type", type, "Type of device, in the service's numbers").required();
 }
 
-void addDevicePolicies(CommandLine& commandLine, CLI::App& group) {
+void addDevicePolicies(CommandLine& commandLine, const ParserCommand& group) {
   const auto [command, policy] = addCommand(
       commandLine, group, "local", "Set the local policy of a device of this machine", setLocal);
   addNumber(command, "device", policy.device, "Number of the device").required();
-  command.add_option("policy", policy.policy, "The policy, in the service's numbers")->required();
-  command.add_option("--name", policy.name, "Name of the device (default: as it is)");
-  command.add_option("--text", policy.text, "Text of the policy (default: as it is)");
+  command.addOption("policy", policy.policy, "The policy, in the service's numbers").required();
+  command.addOption("--name", policy.name, "Name of the device (default: as it is)");
+  command.addOption("--text", policy.text, "Text of the policy (default: as it is)");
 }
 
-void addAutoConnect(CommandLine& commandLine, CLI::App& policies) {
-  CLI::App& group =
-      addGroup(policies, "auto-connect", "Whether devices of a type are attached by themselves");
+void addAutoConnect(CommandLine& commandLine, const ParserCommand& policies) {
+  const ParserCommand group =
+      policies.addGroup("auto-connect", "Whether devices of a type are attached by themselves");
   const auto get = addCommand(commandLine, group, "get", "Show the setting", getAutoConnect);
   addType(get.command, get.arguments.type);
   const auto set = addCommand(commandLine, group, "set", "Change the setting", setAutoConnect);
@@ -178,9 +178,9 @@ void addAutoConnect(CommandLine& commandLine, CLI::App& policies) {
       .required();
 }
 
-void addProperties(CommandLine& commandLine, CLI::App& policies) {
-  CLI::App& group =
-      addGroup(policies, "property", "Properties of devices by USB vendor and product id");
+void addProperties(CommandLine& commandLine, const ParserCommand& policies) {
+  const ParserCommand group =
+      policies.addGroup("property", "Properties of devices by USB vendor and product id");
   const auto get = addCommand(commandLine, group, "get", "Show a property", getProperty);
   addUsbId(get.command, get.arguments);
   const auto local =
@@ -189,27 +189,27 @@ void addProperties(CommandLine& commandLine, CLI::App& policies) {
   const auto set = addCommand(commandLine, group, "set", "Change a property", setProperty);
   addUsbId(set.command, set.arguments.id);
   addType(set.command, set.arguments.type);
-  set.command.add_option("value", set.arguments.value, "The property, in the service's numbers")
-      ->required();
+  set.command.addOption("value", set.arguments.value, "The property, in the service's numbers")
+      .required();
 }
 
-void addTurbo(CommandLine& commandLine, CLI::App& policies) {
-  CLI::App& group =
-      addGroup(policies, "turbo", "Turbo configurations by USB vendor and product id");
+void addTurbo(CommandLine& commandLine, const ParserCommand& policies) {
+  const ParserCommand group =
+      policies.addGroup("turbo", "Turbo configurations by USB vendor and product id");
   const auto get = addCommand(commandLine, group, "get", "Show a configuration", getTurbo);
   addUsbId(get.command, get.arguments);
   const auto set = addCommand(commandLine, group, "set", "Change a configuration", setTurbo);
   addUsbId(set.command, set.arguments.id);
   set.command
-      .add_option("config", set.arguments.config,
-                  "The configuration; - reads it from standard input")
-      ->required();
+      .addOption("config", set.arguments.config,
+                 "The configuration; - reads it from standard input")
+      .required();
 }
 
 }  // namespace
 
 void addPolicyCommands(CommandLine& commandLine) {
-  CLI::App& group = commandLine.group("policy", "How the service treats devices");
+  const ParserCommand group = commandLine.group("policy", "How the service treats devices");
   commandLine.command(
       group, "list",
       "Count the policies by USB vendor and product id; their content is the service's", list);

@@ -75,7 +75,7 @@ void command(const Output& output, const Command& given) {
                        std::to_string(given.source));
 }
 
-void addChange(CommandLine& commandLine, CLI::App& group, const std::string& name,
+void addChange(CommandLine& commandLine, const ParserCommand& group, const std::string& name,
                const std::string& help, void (*run)(const Output&, const Attachment&)) {
   const auto [command, attachment] = addCommand(commandLine, group, name, help, run);
   addNumber(command, "printer", attachment.printer, "Number of the printer").required();
@@ -85,7 +85,7 @@ void addChange(CommandLine& commandLine, CLI::App& group, const std::string& nam
 }  // namespace
 
 void addPrinterCommands(CommandLine& commandLine) {
-  CLI::App& group =
+  const ParserCommand group =
       commandLine.group("printer", "Printers: redirection, network, shares, print queues");
 
   const auto listed = addCommand(commandLine, group, "list",

@@ -7,9 +7,9 @@
 
 namespace velctl {
 
-void addNetworkPrinterCommands(CommandLine& commandLine, CLI::App& printers);
-void addSharedPrinterCommands(CommandLine& commandLine, CLI::App& printers);
-void addPrintQueueCommands(CommandLine& commandLine, CLI::App& printers);
+void addNetworkPrinterCommands(CommandLine& commandLine, const ParserCommand& printers);
+void addSharedPrinterCommands(CommandLine& commandLine, const ParserCommand& printers);
+void addPrintQueueCommands(CommandLine& commandLine, const ParserCommand& printers);
 
 }  // namespace velctl
 

@@ -72,24 +72,24 @@ void rename(const Output& output, const Renamed& renamed) {
 
 }  // namespace
 
-void addNetworkPrinterCommands(CommandLine& commandLine, CLI::App& printers) {
-  CLI::App& group = addGroup(printers, "network", "Printers of the network");
+void addNetworkPrinterCommands(CommandLine& commandLine, const ParserCommand& printers) {
+  const ParserCommand group = printers.addGroup("network", "Printers of the network");
   commandLine.command(group, "list", "List the network printers", list);
 
   const auto [addCommandLine, added] =
       addCommand(commandLine, group, "add", "Add a network printer", add);
-  addCommandLine.add_option("address", added.address, "Its address")->required();
-  addCommandLine.add_option("name", added.name, "Its name (default: the library's)");
-  addCommandLine.add_option("extra", added.extra, "What the service needs besides");
+  addCommandLine.addOption("address", added.address, "Its address").required();
+  addCommandLine.addOption("name", added.name, "Its name (default: the library's)");
+  addCommandLine.addOption("extra", added.extra, "What the service needs besides");
 
   const auto [deleteCommand, deleted] =
       addCommand(commandLine, group, "delete", "Delete a network printer", remove);
-  deleteCommand.add_option("name", deleted.name, "Its name")->required();
+  deleteCommand.addOption("name", deleted.name, "Its name").required();
 
   const auto [renameCommand, renamed] =
       addCommand(commandLine, group, "rename", "Rename a network printer", rename);
-  renameCommand.add_option("old", renamed.oldName, "Its name until now")->required();
-  renameCommand.add_option("new", renamed.newName, "Its name from now on")->required();
+  renameCommand.addOption("old", renamed.oldName, "Its name until now").required();
+  renameCommand.addOption("new", renamed.newName, "Its name from now on").required();
 }
 
 }  // namespace velctl

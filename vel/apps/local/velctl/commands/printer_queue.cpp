@@ -88,24 +88,25 @@ void testPage(const Output& output, const Printer& tested) {
   operation.finish(output, status, "test page sent to " + inQuotes(tested.printer));
 }
 
-void addPrinter(CommandLine& commandLine, CLI::App& group, const std::string& name,
+void addPrinter(CommandLine& commandLine, const ParserCommand& group, const std::string& name,
                 const std::string& help, void (*run)(const Output&, const Printer&)) {
   const auto [command, arguments] = addCommand(commandLine, group, name, help, run);
-  command.add_option("printer", arguments.printer, "Name of the printer")->required();
+  command.addOption("printer", arguments.printer, "Name of the printer").required();
 }
 
-void addTexts(CommandLine& commandLine, CLI::App& group, const std::string& name,
+void addTexts(CommandLine& commandLine, const ParserCommand& group, const std::string& name,
               const std::string& help, void (*run)(const Output&, const Texts&)) {
   const auto [command, texts] = addCommand(commandLine, group, name, help, run);
-  command.add_option("first", texts.first, "First text for the service")->required();
-  command.add_option("second", texts.second, "Second text for the service")->required();
-  command.add_option("third", texts.third, "Third text for the service")->required();
+  command.addOption("first", texts.first, "First text for the service").required();
+  command.addOption("second", texts.second, "Second text for the service").required();
+  command.addOption("third", texts.third, "Third text for the service").required();
 }
 
 }  // namespace
 
-void addPrintQueueCommands(CommandLine& commandLine, CLI::App& printers) {
-  CLI::App& group = addGroup(printers, "queue", "Print queues of this machine and their drivers");
+void addPrintQueueCommands(CommandLine& commandLine, const ParserCommand& printers) {
+  const ParserCommand group =
+      printers.addGroup("queue", "Print queues of this machine and their drivers");
   commandLine.command(group, "search",
                       "Show all printers that the service can see (takes up to 30 s)", search);
   addPrinter(commandLine, group, "drivers", "Show the drivers for a printer (takes up to 30 s)",
@@ -116,8 +117,8 @@ void addPrintQueueCommands(CommandLine& commandLine, CLI::App& printers) {
   addPrinter(commandLine, group, "delete", "Delete a printer", remove);
   const auto [command, changed] =
       addCommand(commandLine, group, "driver", "Change the driver of a printer", driver);
-  command.add_option("printer", changed.printer, "Name of the printer")->required();
-  command.add_option("driver", changed.driver, "Name of the driver")->required();
+  command.addOption("printer", changed.printer, "Name of the printer").required();
+  command.addOption("driver", changed.driver, "Name of the driver").required();
   addPrinter(commandLine, group, "test-page", "Print a test page (takes up to 10 s)", testPage);
 }
 

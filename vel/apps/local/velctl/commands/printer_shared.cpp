@@ -101,27 +101,27 @@ void remove(const Output& output, const Deleted& deleted) {
 
 }  // namespace
 
-void addSharedPrinterCommands(CommandLine& commandLine, CLI::App& printers) {
-  CLI::App& group = addGroup(printers, "shared", "Printers that other machines share");
+void addSharedPrinterCommands(CommandLine& commandLine, const ParserCommand& printers) {
+  const ParserCommand group = printers.addGroup("shared", "Printers that other machines share");
 
   const auto [searchCommand, searched] =
       addCommand(commandLine, group, "search",
                  "List the printers that a machine shares (takes up to 10 s)", search);
-  searchCommand.add_option("address", searched.address, "Its IPv4 address, with or without a port")
-      ->required();
+  searchCommand.addOption("address", searched.address, "Its IPv4 address, with or without a port")
+      .required();
 
   commandLine.command(group, "stop", "Stop the service's search, also one that was given up", stop);
 
   const auto [addCommandLine, added] =
       addCommand(commandLine, group, "add", "Add shared printers, as a search shows them", add);
-  addCommandLine.add_option("printers", added.texts, "Address, name and description of each")
-      ->required()
-      ->type_name("ADDRESS NAME DESCRIPTION");
+  addCommandLine.addOption("printers", added.texts, "Address, name and description of each")
+      .required()
+      .typeName("ADDRESS NAME DESCRIPTION");
 
   const auto [deleteCommand, deleted] =
       addCommand(commandLine, group, "delete", "Delete a shared printer", remove);
-  deleteCommand.add_option("address", deleted.address, "Its address")->required();
-  deleteCommand.add_option("name", deleted.name, "Its name")->required();
+  deleteCommand.addOption("address", deleted.address, "Its address").required();
+  deleteCommand.addOption("name", deleted.name, "Its name").required();
 }
 
 }  // namespace velctl

@@ -51,7 +51,7 @@ void rtc(const Output& output, const Rtc& report) {
 }  // namespace
 
 void addQualityCommands(CommandLine& commandLine) {
-  CLI::App& group = commandLine.group(
+  const ParserCommand group = commandLine.group(
       "quality", "Figures on the quality of the stream; their outcome is not told");
 
   const auto [bandwidthCommand, figures] =

@@ -43,24 +43,19 @@ bool readDevice(const std::string& digits, UDevInfo* device) {
   return true;
 }
 
-void addDevice(CLI::App& command, UDevInfo& device) {
-  command
-      .add_option_function<std::string>(
-          "device",
-          [&device](const std::string& digits) {
-            if (!readDevice(digits, &device)) {
-              throw CLI::ValidationError("device", digits + ": must be 16 hexadecimal digits");
-            }
-          },
-          "The client's 8 bytes for the device")
-      ->required()
-      ->type_name("HEX");
+void addDevice(const ParserCommand& command, UDevInfo& device) {
+  const auto read = [&device](const std::string& digits) {
+    return readDevice(digits, &device) ? "" : digits + ": must be 16 hexadecimal digits";
+  };
+  command.addOption("device", read, "The client's 8 bytes for the device")
+      .required()
+      .typeName("HEX");
 }
 
 }  // namespace
 
 void addUsbCommands(CommandLine& commandLine) {
-  CLI::App& group =
+  const ParserCommand group =
       commandLine.group("usb", "USB devices that a client redirects through its own channel");
   const auto [command, told] = addCommand(commandLine, group, "status",
                                           "Tell that such a device has changed its state", status);

@@ -98,53 +98,53 @@ void token(const Output& output, const std::string& argument) {
 }
 
 // A command whose only argument is a text.
-CLI::App& textCommand(CommandLine& commandLine, CLI::App& group, const std::string& name,
-                      const std::string& help, void (*run)(const Output&, const std::string&),
-                      const std::string& argument, const std::string& argumentHelp) {
+void textCommand(CommandLine& commandLine, const ParserCommand& group, const std::string& name,
+                 const std::string& help, void (*run)(const Output&, const std::string&),
+                 const std::string& argument, const std::string& argumentHelp) {
   const auto text = std::make_shared<std::string>();
-  CLI::App& command = commandLine.command(
+  const ParserCommand command = commandLine.command(
       group, name, help, [run, text](const Output& output) { run(output, *text); });
-  command.add_option(argument, *text, argumentHelp)->required();
-  return command;
+  command.addOption(argument, *text, argumentHelp).required();
 }
 
-void addConnect(CommandLine& commandLine, CLI::App& group) {
+void addConnect(CommandLine& commandLine, const ParserCommand& group) {
   const auto info = std::make_shared<VmInfo>();
-  CLI::App& command = commandLine.command(group, "connect", "Attach the service to a VM session",
-                                          [info](const Output& output) { connect(output, *info); });
-  command.add_option("vm", info->vmId, kVmHelp)->required();
-  command.add_option("--system-type", info->systemType, "Operating system of the session");
-  command.add_option("--share-mode", info->shareMode, "Sharing mode");
-  command.add_option("--connect-param", info->connectParam, "Further parameter for the service");
-  command.add_flag_callback(
+  const ParserCommand command =
+      commandLine.command(group, "connect", "Attach the service to a VM session",
+                          [info](const Output& output) { connect(output, *info); });
+  command.addOption("vm", info->vmId, kVmHelp).required();
+  command.addOption("--system-type", info->systemType, "Operating system of the session");
+  command.addOption("--share-mode", info->shareMode, "Sharing mode");
+  command.addOption("--connect-param", info->connectParam, "Further parameter for the service");
+  command.addFlag(
       "--collaborator", [info] { info->kstStreamCollaborateType = 1; },
       "Take part in somebody else's session, which the library does not attach");
 }
 
-void addFocus(CommandLine& commandLine, CLI::App& group) {
+void addFocus(CommandLine& commandLine, const ParserCommand& group) {
   const auto change = std::make_shared<Focus>();
-  CLI::App& command =
+  const ParserCommand command =
       commandLine.command(group, "focus", "Tell that a session window has gained the focus",
                           [change](const Output& output) { focus(output, *change); });
-  command.add_option("vm", change->vmId, kVmHelp)->required();
+  command.addOption("vm", change->vmId, kVmHelp).required();
   addNumber(command, "--window", change->window, "The window system's number of the window");
-  command.add_flag("--lost", change->isLost, "Tell that it has lost the focus");
+  command.addFlag("--lost", change->isLost, "Tell that it has lost the focus");
 }
 
-void addPort(CommandLine& commandLine, CLI::App& group) {
+void addPort(CommandLine& commandLine, const ParserCommand& group) {
   const auto change = std::make_shared<Port>();
-  CLI::App& command =
+  const ParserCommand command =
       commandLine.command(group, "port", "Tell that a port channel has changed its state",
                           [change](const Output& output) { port(output, *change); });
-  command.add_option("vm", change->vmId, kVmHelp)->required();
+  command.addOption("vm", change->vmId, kVmHelp).required();
   addNumber(command, "port", change->port, "Number of the port").required();
-  command.add_option("status", change->status, "Its state, in the service's numbers")->required();
+  command.addOption("status", change->status, "Its state, in the service's numbers").required();
 }
 
 }  // namespace
 
 void addVmCommands(CommandLine& commandLine) {
-  CLI::App& group = commandLine.group("vm", "VM sessions");
+  const ParserCommand group = commandLine.group("vm", "VM sessions");
   commandLine.command(group, "list", "List the VMs with the service's numbers for them", list);
   addConnect(commandLine, group);
   textCommand(commandLine, group, "start", "Start a VM session; its outcome is not told", start,

@@ -216,10 +216,10 @@ void watch(const Output& output, const std::vector<std::string>& named) {
 
 void addWatchCommand(CommandLine& commandLine) {
   const auto named = std::make_shared<std::vector<std::string>>();
-  CLI::App& command = commandLine.command(
+  const ParserCommand command = commandLine.command(
       "watch", "Print events of all kinds until interrupted (which gives exit status 0)",
       [named](const Output& output) { watch(output, *named); });
-  command.add_option("vm", *named, "Leave out events of other VMs (default: all that there are)");
+  command.addOption("vm", *named, "Leave out events of other VMs (default: all that there are)");
 }
 
 }  // namespace velctl
