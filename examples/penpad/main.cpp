@@ -70,14 +70,11 @@ int run(const Options& options, int argc, char** argv) {
   return show(options, std::move(events), argc, argv);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int parseAndRun(int argc, char** argv) {
   Options options;
   CLI::App app(
       "Draw with a pen, or with the mouse: on the left what you drew, on the right the same from "
-      "the "
-      "frames that the library sent for it, which the table shows.",
+      "the frames that the library sent for it, which the table shows.",
       "penpad");
   app.add_option("--replay", options.replay,
                  "Play a recorded stroke, one JSON event per line (see strokes/)");
@@ -99,6 +96,14 @@ int main(int argc, char** argv) {
   } catch (const stroke::FileError& error) {
     say(error.what());
     return penpad::kExitBadStroke;
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return parseAndRun(argc, argv);
   } catch (const std::exception& error) {
     say(error.what());
     return penpad::kExitFailed;

@@ -169,7 +169,7 @@ std::string hexDump(std::string_view bytes) {
     lines += lines.empty() ? "" : "\n";
     appendByte(&lines, static_cast<char>(offset >> 8));
     appendByte(&lines, static_cast<char>(offset & 0xFF));
-    lines += ' ' + digits + "  |" + shown + '|';
+    lines.append(" ").append(digits).append("  |").append(shown).append("|");
   }
   return lines;
 }
