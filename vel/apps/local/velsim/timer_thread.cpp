@@ -7,7 +7,7 @@ namespace velsim {
 TimerThread::TimerThread() : thread_([this] { run(); }) {}
 
 TimerThread::~TimerThread() {
-  stop();
+  TimerThread::stop();
 }
 
 void TimerThread::stop() {

@@ -33,7 +33,7 @@ std::optional<CommandAnswer> waitForAnswer(Inbox<CommandAnswer>& answers, unsign
   const Clock::time_point end = Clock::now() + patience;
   for (;;) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
-    const std::optional<CommandAnswer> answer =
+    std::optional<CommandAnswer> answer =
         answers.next(std::max(left, std::chrono::milliseconds{0}));
     if (!answer || answer->vmNumber == 0 || answer->vmNumber == vmNumber) {
       return answer;
