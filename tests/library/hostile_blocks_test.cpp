@@ -13,6 +13,7 @@
 #include <ostream>
 
 #include "tests/library/blocks.h"
+#include "tests/library/diagnosis.h"
 #include "tests/library/proxy_test.h"
 
 namespace {
@@ -303,15 +304,6 @@ struct Taker {
   Bytes record;
 };
 
-struct DiagnoseTaker : VelDiagnoseNotify {
-  void DiagnoseResultNotify(std::string vmId, unsigned long long id, unsigned int status,
-                            std::string result) override {
-    calls.push_back(vmId + "," + std::to_string(id) + "," + std::to_string(status) + "," + result);
-  }
-
-  Strings calls;
-};
-
 // A kind of record that reaches callbacks: fixed fields, then a text that runs to its end.
 struct RecordKind {
   const char* name;
@@ -390,7 +382,7 @@ class HostileEventTest : public ProxyTest {
   }
 
   Taker taker;
-  DiagnoseTaker diagnosis;
+  DiagnosisRecorder diagnosis;
 };
 
 class HostileRecordTest : public HostileEventTest, public testing::WithParamInterface<RecordKind> {
@@ -500,7 +492,7 @@ TEST_F(HostileEventTest, ADiagnosisNeedsItsFixedFields) {
 
     emit(9, unendedBlock(size));
 
-    EXPECT_THAT(diagnosis.calls, IsEmpty());
+    EXPECT_THAT(diagnosis.told, IsEmpty());
     EXPECT_THAT(
         log.summaries(),
         ElementsAre(debugLine("HandleEvent", "enter"),
@@ -511,11 +503,11 @@ TEST_F(HostileEventTest, ADiagnosisNeedsItsFixedFields) {
 
 TEST_F(HostileEventTest, ADiagnosisTextEndsWithItsNulOrTheBlock) {
   const auto textOf = [this](const Bytes& block) {
-    diagnosis.calls.clear();
+    diagnosis.told.clear();
     emit(9, block);
     const std::string fixed = ",8680820740569200760,2021161080,";
-    EXPECT_THAT(diagnosis.calls, ElementsAre(StartsWith(fixed)));
-    return diagnosis.calls.empty() ? "none" : diagnosis.calls.front().substr(fixed.size());
+    EXPECT_THAT(diagnosis.told, ElementsAre(StartsWith(fixed)));
+    return diagnosis.told.empty() ? "none" : diagnosis.told.front().substr(fixed.size());
   };
   Bytes block = unendedBlock(16);
   EXPECT_EQ(textOf(block), "");
@@ -549,7 +541,7 @@ TEST_F(HostileEventTest, ARecordOfAnotherTypeIsNone) {
   }
 
   EXPECT_THAT(taker.codes, IsEmpty());
-  EXPECT_THAT(diagnosis.calls, IsEmpty());
+  EXPECT_THAT(diagnosis.told, IsEmpty());
 }
 
 }  // namespace
