@@ -1,6 +1,7 @@
 // Service commands, diagnoses and the camera. What these have in common with all operations stands
 // in remote_operations_rest.cpp.
 
+#include <algorithm>
 #include <cstdio>
 #include <functional>
 #include <limits>
@@ -236,6 +237,18 @@ TEST_F(CommandTest, TellsTheLatestCallbackWithItsOwnUserData) {
   EXPECT_THAT(later.codes, ElementsAre(3));
 }
 
+TEST_F(CommandTest, TellsTheCallbackThatIsRegisteredWhenTheAnswerComes) {
+  CommandListener later;
+  proxy->RegisterCmdCallback(&CommandListener::called, &listener);
+  timeline.when("call dovelcmd(",
+                [&] { proxy->RegisterCmdCallback(&CommandListener::called, &later); });
+
+  EXPECT_EQ(proxy->DoVelCmd("win11", "x", 3), -1);
+
+  EXPECT_THAT(listener.codes, IsEmpty());
+  EXPECT_THAT(later.codes, ElementsAre(3));
+}
+
 TEST_F(CommandTest, CallsTheCallbackOnTheCallersThread) {
   proxy->RegisterCmdCallback(&CommandListener::called, &listener);
 
@@ -371,6 +384,45 @@ TEST_P(DiagnosisTest, ReportsGoToTheListenerWhileItWaitsAndAfterwards) {
   report(2, 20, "ended");
 
   EXPECT_THAT(listener.told, ElementsAre("win11,1,10,begun", "win11,2,20,ended"));
+}
+
+TEST_P(DiagnosisTest, ReportsGoToTheListenerAlreadyWhileItsVmIsLookedUp) {
+  DiagnosisRecorder earlier;
+  run("win11", &earlier);
+  Gate gate = timeline.hold("call getVmListSize(string \"linux9\")");
+  Background waiting([this] { return run("linux9", &listener); });
+  ASSERT_TRUE(gate.isReached());
+
+  report(1, 10, "begun");
+
+  gate.open();
+  EXPECT_EQ(waiting.result(), "fine");
+  EXPECT_THAT(earlier.told, IsEmpty());
+  EXPECT_THAT(listener.told, ElementsAre("win11,1,10,begun"));
+}
+
+TEST_P(DiagnosisTest, ConnectsAgainBeforeTheVmIsLookedUp) {
+  class Numbering : public qx::VelProxy {
+   public:
+    unsigned int GetVmIdInt(std::string vmId) override {
+      scripted::Timeline::the().add("number of " + vmId);
+      return vmId == "win11" ? 7001 : 0;
+    }
+  };
+  Numbering numbering;
+  numbering.Init();
+  for (const std::string vmId : {"win11", "nobody"}) {
+    disconnect(*instance);
+
+    GetParam().run(numbering, vmId, &listener);
+
+    EXPECT_EQ(timeline.count(kReconnects), 1);
+    const Strings events = timeline.all();
+    const auto connection = std::find(events.begin(), events.end(), kReconnects);
+    const auto lookUp = std::find(events.begin(), events.end(), "number of " + vmId);
+    EXPECT_LT(connection, lookUp) << vmId;
+    EXPECT_NE(lookUp, events.end()) << vmId;
+  }
 }
 
 TEST_P(DiagnosisTest, ReportsGoOnAfterAFailure) {
