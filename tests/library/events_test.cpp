@@ -6,6 +6,7 @@
 #include <functional>
 #include <limits>
 #include <ostream>
+#include <stdexcept>
 
 #include "tests/library/blocks.h"
 #include "tests/library/diagnosis.h"
@@ -318,6 +319,27 @@ TEST_F(EventsTest, AnEventOfAVmThatWasForgottenIsDropped) {
   EXPECT_THAT(device.codes, IsEmpty());
   emit(event(0, 4).bytes(deviceBlock()));
   EXPECT_THAT(device.codes, ElementsAre(4)) << "the callback has stayed";
+}
+
+TEST_F(EventsTest, CallbacksOutliveTheService) {
+  listenToAll();
+  bus.serviceDies();
+  bus.setRegistered(true);
+  bus.waitForDeaths();
+  proxy->Init();
+  disconnect(*instance);
+
+  emit(event(0, 1).bytes(printerBlock()));
+  emit(event(0, 2).bytes(resultBlock()));
+  emit(event(0, 4).bytes(deviceBlock()));
+  emit(event(0, 9).bytes(diagnosisBlock(kDiagnosed, kDiagnosedState, 0, "text")));
+  emit(event(0, 66).bytes({1}));
+
+  EXPECT_THAT(printer.codes, ElementsAre(1));
+  EXPECT_THAT(newDevice.codes, ElementsAre(2));
+  EXPECT_THAT(device.codes, ElementsAre(4));
+  EXPECT_THAT(diagnosis.told, ElementsAre(",18364758544493064720,4294967294,text"));
+  EXPECT_THAT(cmd.codes, ElementsAre(66));
 }
 
 TEST_F(EventsTest, AMissingEventIsHarmless) {
@@ -721,6 +743,66 @@ TEST_F(OverriddenEventsTest, OtherEventsGoToTheVirtualNotify) {
   EXPECT_THAT(proxy->notified,
               ElementsAre("result 2 Stick", "result 3 Stick", "result 8 Stick", "result 1 Stick"));
   EXPECT_EQ(calls(), 0);
+}
+
+// --- Exceptions ---------------------------------------------------------------------------------
+
+// Nobody on the bus could catch them.
+class ThrowingProxy : public qx::VelProxy {
+ public:
+  std::string GetVmIdString(unsigned int id) override {
+    if (id == 55) {
+      throw std::runtime_error("no name for 55");
+    }
+    return qx::VelProxy::GetVmIdString(id);
+  }
+  int DeviceBaseInfoNotify(unsigned short cmd, CommonDevice* notified) override {
+    if (cmd == 10) {
+      throw 10;
+    }
+    return qx::VelProxy::DeviceBaseInfoNotify(cmd, notified);
+  }
+};
+
+using ThrowingEventsTest = EventsTestOf<ThrowingProxy>;
+
+TEST_F(ThrowingEventsTest, AnExceptionOfTheProxyStaysInside) {
+  listenToAll();
+
+  EXPECT_NO_THROW(emit(event(55, 4).bytes(deviceBlock())));
+  EXPECT_NO_THROW(emit(event(0, 10).bytes(deviceBlock())));
+  EXPECT_NO_THROW(emit(event(0, 9).bytes(diagnosisBlock(kDiagnosed, kDiagnosedState, 55, "text"))));
+
+  EXPECT_EQ(calls(), 0);
+  emit(event(0, 4).bytes(deviceBlock()));
+  EXPECT_THAT(device.codes, ElementsAre(4)) << "the next event is handled";
+}
+
+TEST_F(ThrowingEventsTest, AnExceptionOfACallbackStaysInside) {
+  listenToAll();
+  const auto fail = [] { throw std::runtime_error("full"); };
+  printer.action = newDevice.action = device.action = diagnosis.action = cmd.action = fail;
+
+  EXPECT_NO_THROW(emit(event(0, 1).bytes(printerBlock())));
+  EXPECT_NO_THROW(emit(event(0, 2).bytes(resultBlock())));
+  EXPECT_NO_THROW(emit(event(0, 4).bytes(deviceBlock())));
+  EXPECT_NO_THROW(emit(event(0, 9).bytes(diagnosisBlock(kDiagnosed, kDiagnosedState, 7, "text"))));
+  EXPECT_NO_THROW(emit(event(0, 66).bytes({1})));
+
+  EXPECT_EQ(calls(), 5);
+  device.action = nullptr;
+  emit(event(0, 4).bytes(deviceBlock()));
+  EXPECT_EQ(calls(), 6) << "the next event is handled";
+}
+
+TEST_F(EventsTest, AnExceptionStaysInsideABroadcastAsWell) {
+  device.action = [] { throw std::runtime_error("full"); };
+  instance->RegisterDeviceCallback(kDeviceCalled, &device);
+
+  EXPECT_NO_THROW(bus.emit("mountedEvent", event(0, 4).bytes(deviceBlock())));
+
+  EXPECT_THAT(device.codes, testing::Not(IsEmpty()));
+  instance->UnregisterDeviceCallback();
 }
 
 // --- Broadcasts ---------------------------------------------------------------------------------
