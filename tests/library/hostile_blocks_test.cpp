@@ -71,7 +71,7 @@ Bytes unendedBlock(std::size_t size) {
 
 // --- Lists --------------------------------------------------------------------------------------
 
-struct ListOperation {
+struct PointerList {
   const char* name;
   const char* function;  // that logs
   const char* method;
@@ -82,7 +82,7 @@ struct ListOperation {
   std::vector<void*> (*run)(qx::VelProxy& proxy);
 };
 
-void PrintTo(const ListOperation& operation, std::ostream* out) {
+void PrintTo(const PointerList& operation, std::ostream* out) {
   *out << operation.name;
 }
 
@@ -91,7 +91,7 @@ std::vector<void*> recordsOf(const std::list<Record*>& list) {
   return std::vector<void*>(list.begin(), list.end());
 }
 
-class HostileListTest : public ProxyTest, public testing::WithParamInterface<ListOperation> {
+class HostileListTest : public ProxyTest, public testing::WithParamInterface<PointerList> {
  protected:
   HostileListTest() {
     bus.knowsVm("win11", 7);
@@ -238,22 +238,28 @@ TEST_P(HostileListTest, ACountOfAnotherTypeIs0) {
 INSTANTIATE_TEST_SUITE_P(
     All, HostileListTest,
     testing::Values(
-        ListOperation{"GetPrinterList", "GetPrinterList", "getPrinterList",
-                      "vmId: %s, list size: %d", "vmId: win11, list size: ", false, false,
-                      [](qx::VelProxy& proxy) { return recordsOf(proxy.GetPrinterList("win11")); }},
-        ListOperation{"GetPrinterStatus", "GetPrinterStatus", "getPrinterStatus",
-                      "devNumber: %d, list size: %d", "devNumber: 9, list size: ", false, false,
-                      [](qx::VelProxy& proxy) { return recordsOf(proxy.GetPrinterStatus(9)); }},
-        ListOperation{"GetDeviceList", "GetDeviceList", "getDeviceList", "vmId: %s, list size: %d",
-                      "vmId: win11, list size: ", true, true,
-                      [](qx::VelProxy& proxy) { return recordsOf(proxy.GetDeviceList("win11")); }},
-        ListOperation{"GetLocalDeviceList", "GetDeviceList", "getDeviceList",
-                      "vmId: %s, list size: %d", "vmId: , list size: ", true, true,
-                      [](qx::VelProxy& proxy) { return recordsOf(proxy.GetLocalDeviceList()); }},
-        ListOperation{"GetDeviceStatus", "GetDeviceStatus", "getDeviceStatus",
-                      "devNumber: %d, list size: %d", "devNumber: 9, list size: ", false, false,
-                      [](qx::VelProxy& proxy) { return recordsOf(proxy.GetDeviceStatus(9)); }}),
-    [](const testing::TestParamInfo<ListOperation>& row) { return row.param.name; });
+        PointerList{"GetPrinterList", "GetPrinterList", "getPrinterList", "vmId: %s, list size: %d",
+                    "vmId: win11, list size: ", false, false,
+                    [](qx::VelProxy& proxy) { return recordsOf(proxy.GetPrinterList("win11")); }},
+        PointerList{"GetPrinterStatus", "GetPrinterStatus", "getPrinterStatus",
+                    "devNumber: %d, list size: %d", "devNumber: 9, list size: ", false, false,
+                    [](qx::VelProxy& proxy) { return recordsOf(proxy.GetPrinterStatus(9)); }},
+        PointerList{"GetDeviceList", "GetDeviceList", "getDeviceList", "vmId: %s, list size: %d",
+                    "vmId: win11, list size: ", true, true,
+                    [](qx::VelProxy& proxy) { return recordsOf(proxy.GetDeviceList("win11")); }},
+        PointerList{"GetLocalDeviceList", "GetDeviceList", "getDeviceList",
+                    "vmId: %s, list size: %d", "vmId: , list size: ", true, true,
+                    [](qx::VelProxy& proxy) { return recordsOf(proxy.GetLocalDeviceList()); }},
+        PointerList{"GetDeviceStatus", "GetDeviceStatus", "getDeviceStatus",
+                    "devNumber: %d, list size: %d", "devNumber: 9, list size: ", false, false,
+                    [](qx::VelProxy& proxy) { return recordsOf(proxy.GetDeviceStatus(9)); }},
+        PointerList{"GetNetworkPrinterList", "GetNetworkPrinterList", "getNetworkPrinterList",
+                    "list size: %d", "list size: ", false, false,
+                    [](qx::VelProxy& proxy) { return recordsOf(proxy.GetNetworkPrinterList()); }},
+        PointerList{"GetPolicyListByVidPid", "GetPolicyListByVidPid", "getPolicyListByVidPid",
+                    "list size: %d", "list size: ", false, false,
+                    [](qx::VelProxy& proxy) { return recordsOf(proxy.GetPolicyListByVidPid()); }}),
+    [](const testing::TestParamInfo<PointerList>& row) { return row.param.name; });
 
 using DeviceStatusTest = ProxyTest;
 
