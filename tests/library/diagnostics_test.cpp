@@ -1,12 +1,12 @@
 // Service commands, diagnoses and the camera. What these have in common with all operations stands
 // in remote_operations_rest.cpp.
 
+#include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <functional>
 #include <limits>
-#include <tuple>
 
+#include "tests/library/diagnosis.h"
 #include "tests/library/proxy_test.h"
 
 namespace {
@@ -237,6 +237,18 @@ TEST_F(CommandTest, TellsTheLatestCallbackWithItsOwnUserData) {
   EXPECT_THAT(later.codes, ElementsAre(3));
 }
 
+TEST_F(CommandTest, TellsTheCallbackThatIsRegisteredWhenTheAnswerComes) {
+  CommandListener later;
+  proxy->RegisterCmdCallback(&CommandListener::called, &listener);
+  timeline.when("call dovelcmd(",
+                [&] { proxy->RegisterCmdCallback(&CommandListener::called, &later); });
+
+  EXPECT_EQ(proxy->DoVelCmd("win11", "x", 3), -1);
+
+  EXPECT_THAT(listener.codes, IsEmpty());
+  EXPECT_THAT(later.codes, ElementsAre(3));
+}
+
 TEST_F(CommandTest, CallsTheCallbackOnTheCallersThread) {
   proxy->RegisterCmdCallback(&CommandListener::called, &listener);
 
@@ -295,30 +307,6 @@ TEST_F(DiagnosticsTest, TheHelpStaysOpenWithoutAnAnswer) {
 
 // --- Diagnose, DiagnoseDevice -------------------------------------------------------------------
 
-// Records what it is told.
-class DiagnosisListener : public VelDiagnoseNotify {
- public:
-  using Told = std::tuple<std::string, unsigned long long, unsigned int, std::string>;
-
-  void DiagnoseResultNotify(std::string vmId, unsigned long long id, unsigned int status,
-                            std::string result) override {
-    told.emplace_back(std::move(vmId), id, status, std::move(result));
-  }
-
-  std::vector<Told> told;
-};
-
-// A record of a diagnosis, as an event carries it.
-Bytes diagnosis(unsigned long long id, unsigned int status, unsigned int vm,
-                const std::string& text) {
-  Bytes block(16 + text.size() + 1, 0);
-  std::memcpy(block.data(), &id, sizeof id);
-  std::memcpy(block.data() + 8, &status, sizeof status);
-  std::memcpy(block.data() + 12, &vm, sizeof vm);
-  std::memcpy(block.data() + 16, text.data(), text.size());
-  return block;
-}
-
 // The two operations differ in name, argument, logs and lock only.
 struct DiagnosisOperation {
   const char* name;
@@ -338,10 +326,10 @@ class DiagnosisTest : public DiagnosticsTest,
   }
   void report(unsigned long long id, unsigned int status, const std::string& text) {
     bus.emit("velevent",
-             EventArguments().int32(0).int32(9).bytes(diagnosis(id, status, 7001, text)));
+             EventArguments().int32(0).int32(9).bytes(diagnosisBlock(id, status, 7001, text)));
   }
 
-  DiagnosisListener listener;
+  DiagnosisRecorder listener;
 };
 
 TEST_P(DiagnosisTest, WithoutListenerIsRefusedUnlogged) {
@@ -360,7 +348,7 @@ TEST_P(DiagnosisTest, WithoutListenerEndsTheReportsOfAnEarlierOne) {
   EXPECT_EQ(run("win11", nullptr), kNoDiagnosis);
 
   report(5, 2, "after");
-  EXPECT_THAT(listener.told, ElementsAre(DiagnosisListener::Told("win11", 5, 1, "before")));
+  EXPECT_THAT(listener.told, ElementsAre("win11,5,1,before"));
 }
 
 TEST_P(DiagnosisTest, AnEmptyNameIsNoDesktop) {
@@ -371,7 +359,7 @@ TEST_P(DiagnosisTest, AnEmptyNameIsNoDesktop) {
 }
 
 TEST_P(DiagnosisTest, OfAnUnknownVmIsNotMadeButItsListenerStays) {
-  DiagnosisListener earlier;
+  DiagnosisRecorder earlier;
   run("win11", &earlier);
   forget();
 
@@ -381,7 +369,7 @@ TEST_P(DiagnosisTest, OfAnUnknownVmIsNotMadeButItsListenerStays) {
   EXPECT_THAT(log.errors(), ElementsAre("no desktop connected"));
   report(6, 3, "still at it");
   EXPECT_THAT(earlier.told, IsEmpty());
-  EXPECT_THAT(listener.told, ElementsAre(DiagnosisListener::Told("win11", 6, 3, "still at it")));
+  EXPECT_THAT(listener.told, ElementsAre("win11,6,3,still at it"));
 }
 
 TEST_P(DiagnosisTest, ReportsGoToTheListenerWhileItWaitsAndAfterwards) {
@@ -395,8 +383,46 @@ TEST_P(DiagnosisTest, ReportsGoToTheListenerWhileItWaitsAndAfterwards) {
   EXPECT_EQ(waiting.result(), "fine");
   report(2, 20, "ended");
 
-  EXPECT_THAT(listener.told, ElementsAre(DiagnosisListener::Told("win11", 1, 10, "begun"),
-                                         DiagnosisListener::Told("win11", 2, 20, "ended")));
+  EXPECT_THAT(listener.told, ElementsAre("win11,1,10,begun", "win11,2,20,ended"));
+}
+
+TEST_P(DiagnosisTest, ReportsGoToTheListenerAlreadyWhileItsVmIsLookedUp) {
+  DiagnosisRecorder earlier;
+  run("win11", &earlier);
+  Gate gate = timeline.hold("call getVmListSize(string \"linux9\")");
+  Background waiting([this] { return run("linux9", &listener); });
+  ASSERT_TRUE(gate.isReached());
+
+  report(1, 10, "begun");
+
+  gate.open();
+  EXPECT_EQ(waiting.result(), "fine");
+  EXPECT_THAT(earlier.told, IsEmpty());
+  EXPECT_THAT(listener.told, ElementsAre("win11,1,10,begun"));
+}
+
+TEST_P(DiagnosisTest, ConnectsAgainBeforeTheVmIsLookedUp) {
+  class Numbering : public qx::VelProxy {
+   public:
+    unsigned int GetVmIdInt(std::string vmId) override {
+      scripted::Timeline::the().add("number of " + vmId);
+      return vmId == "win11" ? 7001 : 0;
+    }
+  };
+  Numbering numbering;
+  numbering.Init();
+  for (const std::string vmId : {"win11", "nobody"}) {
+    disconnect(*instance);
+
+    GetParam().run(numbering, vmId, &listener);
+
+    EXPECT_EQ(timeline.count(kReconnects), 1);
+    const Strings events = timeline.all();
+    const auto connection = std::find(events.begin(), events.end(), kReconnects);
+    const auto lookUp = std::find(events.begin(), events.end(), "number of " + vmId);
+    EXPECT_LT(connection, lookUp) << vmId;
+    EXPECT_NE(lookUp, events.end()) << vmId;
+  }
 }
 
 TEST_P(DiagnosisTest, ReportsGoOnAfterAFailure) {
@@ -440,7 +466,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(DiagnosticsTest, ASourceTravelsAsEightBytesTheLowestFirst) {
   bus.answer("diagnose", Reply().string("fine"));
-  DiagnosisListener listener;
+  DiagnosisRecorder listener;
   const struct {
     unsigned long long source;
     const char* sent;
@@ -463,7 +489,7 @@ TEST_F(DiagnosticsTest, ASourceTravelsAsEightBytesTheLowestFirst) {
 
 TEST_F(DiagnosticsTest, ADeviceTravelsWithoutASign) {
   bus.answer("diagnoseDevice", Reply().string("fine"));
-  DiagnosisListener listener;
+  DiagnosisRecorder listener;
   constexpr unsigned short kNumbers[] = {0, 1, 32767, 32768, 65535};
   for (const unsigned short number : kNumbers) {
     forget();
@@ -481,8 +507,8 @@ TEST_F(DiagnosticsTest, ADeviceTravelsWithoutASign) {
 TEST_F(DiagnosticsTest, TwoDiagnosesOfSourcesRunSideBySide) {
   bus.answerOnce("diagnose", Reply().string("first"));
   bus.answerOnce("diagnose", Reply().string("second"));
-  DiagnosisListener earlier;
-  DiagnosisListener later;
+  DiagnosisRecorder earlier;
+  DiagnosisRecorder later;
   Gate first = timeline.hold("call diagnose(int32 7001, bytes[8] 01");
   Gate second = timeline.hold("call diagnose(int32 7001, bytes[8] 02");
   Background one([&] { return proxy->Diagnose("win11", 1, &earlier); });
@@ -491,7 +517,8 @@ TEST_F(DiagnosticsTest, TwoDiagnosesOfSourcesRunSideBySide) {
   Background two([&] { return proxy->Diagnose("win11", 2, &later); });
 
   EXPECT_TRUE(second.isReached());
-  bus.emit("velevent", EventArguments().int32(0).int32(9).bytes(diagnosis(1, 2, 7001, "of one")));
+  bus.emit("velevent",
+           EventArguments().int32(0).int32(9).bytes(diagnosisBlock(1, 2, 7001, "of one")));
   first.open();
   EXPECT_EQ(one.result(), "first");
   second.open();
@@ -502,7 +529,7 @@ TEST_F(DiagnosticsTest, TwoDiagnosesOfSourcesRunSideBySide) {
 
 TEST_F(DiagnosticsTest, ADiagnosisKeepsTheServiceThatItStartedWith) {
   bus.answer("diagnose", Reply().string("fine"));
-  DiagnosisListener listener;
+  DiagnosisRecorder listener;
   Gate gate = timeline.hold("call diagnose(");
   Background diagnosing([&] { return proxy->Diagnose("win11", 1, &listener); });
   ASSERT_TRUE(gate.isReached());

@@ -6,8 +6,10 @@
 #include <functional>
 #include <limits>
 #include <ostream>
+#include <stdexcept>
 
 #include "tests/library/blocks.h"
+#include "tests/library/diagnosis.h"
 #include "tests/library/proxy_test.h"
 
 namespace {
@@ -45,14 +47,9 @@ Bytes resultBlock() {
   return block;
 }
 
-Bytes diagnosisBlock(unsigned int vm, const std::string& text) {
-  Bytes block(16 + text.size() + 1, 0);
-  put(block, 0, 0xFEDCBA9876543210);
-  put(block, 8, 0xFFFFFFFE);
-  put(block, 12, vm);
-  put(block, 16, text.c_str());
-  return block;
-}
+// Told as "18364758544493064720,4294967294".
+constexpr unsigned long long kDiagnosed = 0xFEDCBA9876543210;
+constexpr unsigned int kDiagnosedState = 0xFFFFFFFE;
 
 EventArguments event(int vm, int code) {
   return EventArguments().int32(vm).int32(code);
@@ -93,20 +90,6 @@ constexpr CmdCallback kCmdCalled = &RecordListener::called<CmdResponse>;
 constexpr ConfigNewDevResultCallback kResultCalled =
     &RecordListener::called<_ConfigNewDeviceResult>;
 
-struct DiagnoseListener : VelDiagnoseNotify {
-  void DiagnoseResultNotify(std::string vmId, unsigned long long id, unsigned int status,
-                            std::string result) override {
-    calls.push_back(vmId + "," + std::to_string(id) + "," + std::to_string(status) + "," + result);
-    scripted::Timeline::the().add("called(9)");
-    if (action) {
-      action();
-    }
-  }
-
-  std::function<void()> action;
-  Strings calls;
-};
-
 template <typename Callback>
 std::string pointerTo(Callback callback) {
   return pointer(reinterpret_cast<void*>(callback));
@@ -136,14 +119,14 @@ class EventsTestOf : public ProxyTestOf<Proxy> {
   }
   int calls() const {
     return static_cast<int>(printer.codes.size() + device.codes.size() + cmd.codes.size() +
-                            newDevice.codes.size() + diagnosis.calls.size());
+                            newDevice.codes.size() + diagnosis.told.size());
   }
 
   RecordListener printer;
   RecordListener device;
   RecordListener cmd;
   RecordListener newDevice;
-  DiagnoseListener diagnosis;
+  DiagnosisRecorder diagnosis;
 };
 
 using EventsTest = EventsTestOf<qx::VelProxy>;
@@ -336,6 +319,27 @@ TEST_F(EventsTest, AnEventOfAVmThatWasForgottenIsDropped) {
   EXPECT_THAT(device.codes, IsEmpty());
   emit(event(0, 4).bytes(deviceBlock()));
   EXPECT_THAT(device.codes, ElementsAre(4)) << "the callback has stayed";
+}
+
+TEST_F(EventsTest, CallbacksOutliveTheService) {
+  listenToAll();
+  bus.serviceDies();
+  bus.setRegistered(true);
+  bus.waitForDeaths();
+  proxy->Init();
+  disconnect(*instance);
+
+  emit(event(0, 1).bytes(printerBlock()));
+  emit(event(0, 2).bytes(resultBlock()));
+  emit(event(0, 4).bytes(deviceBlock()));
+  emit(event(0, 9).bytes(diagnosisBlock(kDiagnosed, kDiagnosedState, 0, "text")));
+  emit(event(0, 66).bytes({1}));
+
+  EXPECT_THAT(printer.codes, ElementsAre(1));
+  EXPECT_THAT(newDevice.codes, ElementsAre(2));
+  EXPECT_THAT(device.codes, ElementsAre(4));
+  EXPECT_THAT(diagnosis.told, ElementsAre(",18364758544493064720,4294967294,text"));
+  EXPECT_THAT(cmd.codes, ElementsAre(66));
 }
 
 TEST_F(EventsTest, AMissingEventIsHarmless) {
@@ -585,10 +589,10 @@ Strings responseLines(const qx::VelProxy& proxy) {
 TEST_F(EventsTest, ADiagnosisEventGoesToTheNotifyObject) {
   listenToAll();
 
-  emit(event(0, 9).bytes(diagnosisBlock(0x80000002, "{\"usb\":0}")));
+  emit(event(0, 9).bytes(diagnosisBlock(kDiagnosed, kDiagnosedState, 0x80000002, "{\"usb\":0}")));
 
   EXPECT_EQ(log.summaries(), responseLines(*proxy));
-  EXPECT_THAT(diagnosis.calls, ElementsAre("linux9,18364758544493064720,4294967294,{\"usb\":0}"));
+  EXPECT_THAT(diagnosis.told, ElementsAre("linux9,18364758544493064720,4294967294,{\"usb\":0}"));
   EXPECT_EQ(calls(), 1);
   EXPECT_EQ(timeline.all()[2], "called(9)") << "between the two log lines";
 }
@@ -596,16 +600,16 @@ TEST_F(EventsTest, ADiagnosisEventGoesToTheNotifyObject) {
 TEST_F(EventsTest, ADiagnosisOfAnUnknownVmHasAnEmptyName) {
   listenToAll();
 
-  emit(event(7, 9).bytes(diagnosisBlock(8, "text")));
-  emit(event(7, 9).bytes(diagnosisBlock(0, "")));
+  emit(event(7, 9).bytes(diagnosisBlock(kDiagnosed, kDiagnosedState, 8, "text")));
+  emit(event(7, 9).bytes(diagnosisBlock(kDiagnosed, kDiagnosedState, 0, "")));
 
-  EXPECT_THAT(diagnosis.calls, ElementsAre(",18364758544493064720,4294967294,text",
-                                           ",18364758544493064720,4294967294,"));
+  EXPECT_THAT(diagnosis.told, ElementsAre(",18364758544493064720,4294967294,text",
+                                          ",18364758544493064720,4294967294,"));
   EXPECT_THAT(bus.calls(), IsEmpty());
 }
 
 TEST_F(EventsTest, ADiagnosisEventWithoutAnObjectIsOnlyLogged) {
-  emit(event(0, 9).bytes(diagnosisBlock(7, "text")));
+  emit(event(0, 9).bytes(diagnosisBlock(kDiagnosed, kDiagnosedState, 7, "text")));
 
   EXPECT_EQ(log.summaries(), responseLines(*proxy));
 }
@@ -620,24 +624,24 @@ TEST_F(EventsTest, ADiagnosisEventWithoutARecordIsOnlyLogged) {
 }
 
 TEST_F(EventsTest, EitherDiagnosisSetsTheObjectAndNullEndsIt) {
-  DiagnoseListener first;
-  DiagnoseListener second;
+  DiagnosisRecorder first;
+  DiagnosisRecorder second;
   bus.answer("diagnose", Reply().string("{}"));
   bus.answer("diagnoseDevice", Reply().string("{}"));
 
   EXPECT_EQ(proxy->Diagnose("win11", 1, &first), "{}");
-  emit(event(0, 9).bytes(diagnosisBlock(7, "one")));
+  emit(event(0, 9).bytes(diagnosisBlock(kDiagnosed, kDiagnosedState, 7, "one")));
   EXPECT_EQ(proxy->DiagnoseDevice("win11", 1, &second), "{}");
   disconnect(*instance);
-  emit(event(0, 9).bytes(diagnosisBlock(7, "two")));
+  emit(event(0, 9).bytes(diagnosisBlock(kDiagnosed, kDiagnosedState, 7, "two")));
   proxy->Diagnose("win11", 1, nullptr);
-  emit(event(0, 9).bytes(diagnosisBlock(7, "three")));
+  emit(event(0, 9).bytes(diagnosisBlock(kDiagnosed, kDiagnosedState, 7, "three")));
   proxy->Diagnose("", 1, &first);
   proxy->DiagnoseDevice("win11", 1, nullptr);
-  emit(event(0, 9).bytes(diagnosisBlock(7, "four")));
+  emit(event(0, 9).bytes(diagnosisBlock(kDiagnosed, kDiagnosedState, 7, "four")));
 
-  EXPECT_THAT(first.calls, ElementsAre("win11,18364758544493064720,4294967294,one"));
-  EXPECT_THAT(second.calls, ElementsAre("win11,18364758544493064720,4294967294,two"));
+  EXPECT_THAT(first.told, ElementsAre("win11,18364758544493064720,4294967294,one"));
+  EXPECT_THAT(second.told, ElementsAre("win11,18364758544493064720,4294967294,two"));
 }
 
 // --- Code 66 ------------------------------------------------------------------------------------
@@ -707,9 +711,9 @@ TEST_F(OverriddenEventsTest, TheVirtualLookUpDecidesWhichEventsAreItsOwn) {
 TEST_F(OverriddenEventsTest, ADiagnosisAsksTheVirtualLookUp) {
   listenToAll();
 
-  emit(event(0, 9).bytes(diagnosisBlock(55, "text")));
+  emit(event(0, 9).bytes(diagnosisBlock(kDiagnosed, kDiagnosedState, 55, "text")));
 
-  EXPECT_THAT(diagnosis.calls, ElementsAre("its own,18364758544493064720,4294967294,text"));
+  EXPECT_THAT(diagnosis.told, ElementsAre("its own,18364758544493064720,4294967294,text"));
 }
 
 TEST_F(OverriddenEventsTest, DeviceEventsGoToTheVirtualNotify) {
@@ -739,6 +743,66 @@ TEST_F(OverriddenEventsTest, OtherEventsGoToTheVirtualNotify) {
   EXPECT_THAT(proxy->notified,
               ElementsAre("result 2 Stick", "result 3 Stick", "result 8 Stick", "result 1 Stick"));
   EXPECT_EQ(calls(), 0);
+}
+
+// --- Exceptions ---------------------------------------------------------------------------------
+
+// Nobody on the bus could catch them.
+class ThrowingProxy : public qx::VelProxy {
+ public:
+  std::string GetVmIdString(unsigned int id) override {
+    if (id == 55) {
+      throw std::runtime_error("no name for 55");
+    }
+    return qx::VelProxy::GetVmIdString(id);
+  }
+  int DeviceBaseInfoNotify(unsigned short cmd, CommonDevice* notified) override {
+    if (cmd == 10) {
+      throw 10;
+    }
+    return qx::VelProxy::DeviceBaseInfoNotify(cmd, notified);
+  }
+};
+
+using ThrowingEventsTest = EventsTestOf<ThrowingProxy>;
+
+TEST_F(ThrowingEventsTest, AnExceptionOfTheProxyStaysInside) {
+  listenToAll();
+
+  EXPECT_NO_THROW(emit(event(55, 4).bytes(deviceBlock())));
+  EXPECT_NO_THROW(emit(event(0, 10).bytes(deviceBlock())));
+  EXPECT_NO_THROW(emit(event(0, 9).bytes(diagnosisBlock(kDiagnosed, kDiagnosedState, 55, "text"))));
+
+  EXPECT_EQ(calls(), 0);
+  emit(event(0, 4).bytes(deviceBlock()));
+  EXPECT_THAT(device.codes, ElementsAre(4)) << "the next event is handled";
+}
+
+TEST_F(ThrowingEventsTest, AnExceptionOfACallbackStaysInside) {
+  listenToAll();
+  const auto fail = [] { throw std::runtime_error("full"); };
+  printer.action = newDevice.action = device.action = diagnosis.action = cmd.action = fail;
+
+  EXPECT_NO_THROW(emit(event(0, 1).bytes(printerBlock())));
+  EXPECT_NO_THROW(emit(event(0, 2).bytes(resultBlock())));
+  EXPECT_NO_THROW(emit(event(0, 4).bytes(deviceBlock())));
+  EXPECT_NO_THROW(emit(event(0, 9).bytes(diagnosisBlock(kDiagnosed, kDiagnosedState, 7, "text"))));
+  EXPECT_NO_THROW(emit(event(0, 66).bytes({1})));
+
+  EXPECT_EQ(calls(), 5);
+  device.action = nullptr;
+  emit(event(0, 4).bytes(deviceBlock()));
+  EXPECT_EQ(calls(), 6) << "the next event is handled";
+}
+
+TEST_F(EventsTest, AnExceptionStaysInsideABroadcastAsWell) {
+  device.action = [] { throw std::runtime_error("full"); };
+  instance->RegisterDeviceCallback(kDeviceCalled, &device);
+
+  EXPECT_NO_THROW(bus.emit("mountedEvent", event(0, 4).bytes(deviceBlock())));
+
+  EXPECT_THAT(device.codes, testing::Not(IsEmpty()));
+  instance->UnregisterDeviceCallback();
 }
 
 // --- Broadcasts ---------------------------------------------------------------------------------
@@ -810,7 +874,7 @@ TEST_F(EventsTest, ACallbackMayCallRemoteOperations) {
   emit(event(0, 4).bytes(deviceBlock()));
   emit(event(0, 66).bytes({1}));
   emit(event(0, 2).bytes(resultBlock()));
-  emit(event(0, 9).bytes(diagnosisBlock(7, "text")));
+  emit(event(0, 9).bytes(diagnosisBlock(kDiagnosed, kDiagnosedState, 7, "text")));
 
   EXPECT_EQ(calls(), 5);
   EXPECT_EQ(timeline.count("return connectDevice()"), 5);
@@ -840,12 +904,12 @@ TEST_F(EventsTest, TheCommandCallbackAndTheNotifyObjectMayBeReplacedInsideTheirC
 
   for (int times = 0; times < 2; ++times) {
     emit(event(0, 66).bytes({1}));
-    emit(event(0, 9).bytes(diagnosisBlock(7, "text")));
+    emit(event(0, 9).bytes(diagnosisBlock(kDiagnosed, kDiagnosedState, 7, "text")));
   }
 
   EXPECT_THAT(cmd.codes, ElementsAre(66));
   EXPECT_THAT(other.codes, ElementsAre(66));
-  EXPECT_EQ(diagnosis.calls.size(), 1u);
+  EXPECT_EQ(diagnosis.told.size(), 1u);
 }
 
 // --- The mutexes --------------------------------------------------------------------------------
@@ -862,7 +926,7 @@ TEST_F(EventsTest, AnEventDoesNotWaitForACall) {
     emit(event(7, 4).bytes(deviceBlock()));
     emit(event(7, 66).bytes({1}));
     emit(event(7, 2).bytes(resultBlock()));
-    emit(event(7, 9).bytes(diagnosisBlock(7, "text")));
+    emit(event(7, 9).bytes(diagnosisBlock(kDiagnosed, kDiagnosedState, 7, "text")));
     return calls();
   });
 
@@ -957,7 +1021,8 @@ INSTANTIATE_TEST_SUITE_P(
                     CallbackRow{"Device", "called(4)", 4, deviceBlock()},
                     CallbackRow{"NewDevice", "called(2)", 2, resultBlock()},
                     CallbackRow{"Command", "called(66)", 66, Bytes{1}},
-                    CallbackRow{"Diagnosis", "called(9)", 9, diagnosisBlock(7, "text")}),
+                    CallbackRow{"Diagnosis", "called(9)", 9,
+                                diagnosisBlock(kDiagnosed, kDiagnosedState, 7, "text")}),
     [](const testing::TestParamInfo<CallbackRow>& row) { return row.param.name; });
 
 TEST_F(EventsTest, RegisteringLogsBeforeItWaits) {
@@ -1048,7 +1113,7 @@ TEST_F(EventsTest, ManyThreadsMayRegisterWhileFourBringEvents) {
       emit(event(7, 65).bytes(deviceBlock()));
       emit(event(7, 2).bytes(resultBlock()));
       emit(event(7, 66).bytes({1}));
-      emit(event(7, 9).bytes(diagnosisBlock(7, "text")));
+      emit(event(7, 9).bytes(diagnosisBlock(kDiagnosed, kDiagnosedState, 7, "text")));
     });
   }
   start([&](int) {

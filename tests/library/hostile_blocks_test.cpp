@@ -13,6 +13,7 @@
 #include <ostream>
 
 #include "tests/library/blocks.h"
+#include "tests/library/diagnosis.h"
 #include "tests/library/proxy_test.h"
 
 namespace {
@@ -70,7 +71,7 @@ Bytes unendedBlock(std::size_t size) {
 
 // --- Lists --------------------------------------------------------------------------------------
 
-struct ListOperation {
+struct PointerList {
   const char* name;
   const char* function;  // that logs
   const char* method;
@@ -81,7 +82,7 @@ struct ListOperation {
   std::vector<void*> (*run)(qx::VelProxy& proxy);
 };
 
-void PrintTo(const ListOperation& operation, std::ostream* out) {
+void PrintTo(const PointerList& operation, std::ostream* out) {
   *out << operation.name;
 }
 
@@ -90,7 +91,7 @@ std::vector<void*> recordsOf(const std::list<Record*>& list) {
   return std::vector<void*>(list.begin(), list.end());
 }
 
-class HostileListTest : public ProxyTest, public testing::WithParamInterface<ListOperation> {
+class HostileListTest : public ProxyTest, public testing::WithParamInterface<PointerList> {
  protected:
   HostileListTest() {
     bus.knowsVm("win11", 7);
@@ -237,22 +238,28 @@ TEST_P(HostileListTest, ACountOfAnotherTypeIs0) {
 INSTANTIATE_TEST_SUITE_P(
     All, HostileListTest,
     testing::Values(
-        ListOperation{"GetPrinterList", "GetPrinterList", "getPrinterList",
-                      "vmId: %s, list size: %d", "vmId: win11, list size: ", false, false,
-                      [](qx::VelProxy& proxy) { return recordsOf(proxy.GetPrinterList("win11")); }},
-        ListOperation{"GetPrinterStatus", "GetPrinterStatus", "getPrinterStatus",
-                      "devNumber: %d, list size: %d", "devNumber: 9, list size: ", false, false,
-                      [](qx::VelProxy& proxy) { return recordsOf(proxy.GetPrinterStatus(9)); }},
-        ListOperation{"GetDeviceList", "GetDeviceList", "getDeviceList", "vmId: %s, list size: %d",
-                      "vmId: win11, list size: ", true, true,
-                      [](qx::VelProxy& proxy) { return recordsOf(proxy.GetDeviceList("win11")); }},
-        ListOperation{"GetLocalDeviceList", "GetDeviceList", "getDeviceList",
-                      "vmId: %s, list size: %d", "vmId: , list size: ", true, true,
-                      [](qx::VelProxy& proxy) { return recordsOf(proxy.GetLocalDeviceList()); }},
-        ListOperation{"GetDeviceStatus", "GetDeviceStatus", "getDeviceStatus",
-                      "devNumber: %d, list size: %d", "devNumber: 9, list size: ", false, false,
-                      [](qx::VelProxy& proxy) { return recordsOf(proxy.GetDeviceStatus(9)); }}),
-    [](const testing::TestParamInfo<ListOperation>& row) { return row.param.name; });
+        PointerList{"GetPrinterList", "GetPrinterList", "getPrinterList", "vmId: %s, list size: %d",
+                    "vmId: win11, list size: ", false, false,
+                    [](qx::VelProxy& proxy) { return recordsOf(proxy.GetPrinterList("win11")); }},
+        PointerList{"GetPrinterStatus", "GetPrinterStatus", "getPrinterStatus",
+                    "devNumber: %d, list size: %d", "devNumber: 9, list size: ", false, false,
+                    [](qx::VelProxy& proxy) { return recordsOf(proxy.GetPrinterStatus(9)); }},
+        PointerList{"GetDeviceList", "GetDeviceList", "getDeviceList", "vmId: %s, list size: %d",
+                    "vmId: win11, list size: ", true, true,
+                    [](qx::VelProxy& proxy) { return recordsOf(proxy.GetDeviceList("win11")); }},
+        PointerList{"GetLocalDeviceList", "GetDeviceList", "getDeviceList",
+                    "vmId: %s, list size: %d", "vmId: , list size: ", true, true,
+                    [](qx::VelProxy& proxy) { return recordsOf(proxy.GetLocalDeviceList()); }},
+        PointerList{"GetDeviceStatus", "GetDeviceStatus", "getDeviceStatus",
+                    "devNumber: %d, list size: %d", "devNumber: 9, list size: ", false, false,
+                    [](qx::VelProxy& proxy) { return recordsOf(proxy.GetDeviceStatus(9)); }},
+        PointerList{"GetNetworkPrinterList", "GetNetworkPrinterList", "getNetworkPrinterList",
+                    "list size: %d", "list size: ", false, false,
+                    [](qx::VelProxy& proxy) { return recordsOf(proxy.GetNetworkPrinterList()); }},
+        PointerList{"GetPolicyListByVidPid", "GetPolicyListByVidPid", "getPolicyListByVidPid",
+                    "list size: %d", "list size: ", false, false,
+                    [](qx::VelProxy& proxy) { return recordsOf(proxy.GetPolicyListByVidPid()); }}),
+    [](const testing::TestParamInfo<PointerList>& row) { return row.param.name; });
 
 using DeviceStatusTest = ProxyTest;
 
@@ -287,35 +294,30 @@ TEST_F(DeviceStatusTest, AStatusLogsOnlyWhatIsInTheBlock) {
 
 // --- Events -------------------------------------------------------------------------------------
 
-// Keeps what its callback is handed, in the length that the test expects it to have.
+// Keeps what its callback is handed, in the length that the test expects it to have at least.
 struct Taker {
   template <typename Record>
   static int called(unsigned short code, Record* record, void* userData) {
     auto& self = *static_cast<Taker*>(userData);
     self.codes.push_back(code);
-    EXPECT_TRUE(isAsLongAs(record, self.length));
-    self.record = bytesOf(record, self.length);
+    self.isInPlace = record == scripted::ScriptedBus::the().lastBlock();
+    if (malloc_usable_size(record) >= self.length) {
+      self.record = bytesOf(record, self.length);
+    }
     return 0;
   }
 
   std::size_t length = 0;
+  bool isInPlace = false;
   std::vector<unsigned short> codes;
   Bytes record;
-};
-
-struct DiagnoseTaker : VelDiagnoseNotify {
-  void DiagnoseResultNotify(std::string vmId, unsigned long long id, unsigned int status,
-                            std::string result) override {
-    calls.push_back(vmId + "," + std::to_string(id) + "," + std::to_string(status) + "," + result);
-  }
-
-  Strings calls;
 };
 
 // A kind of record that reaches callbacks: fixed fields, then a text that runs to its end.
 struct RecordKind {
   const char* name;
   int code;
+  std::size_t size;  // as the compiler has it
   std::size_t textOffset;
   // Where its fields end, before the text.
   std::vector<std::size_t> ends;
@@ -390,21 +392,23 @@ class HostileEventTest : public ProxyTest {
   }
 
   Taker taker;
-  DiagnoseTaker diagnosis;
+  DiagnosisRecorder diagnosis;
 };
 
 class HostileRecordTest : public HostileEventTest, public testing::WithParamInterface<RecordKind> {
  protected:
-  // What a callback should be handed in place of a block that it cannot read as it is.
+  // What a callback should be handed in place of a block that it cannot read as it is: a record
+  // that can be copied as a whole, with a text that has an end.
   static Bytes padded(Bytes block) {
-    block.resize(std::max(block.size(), GetParam().textOffset) + 1, 0);
+    block.resize(std::max(block.size() + 1, GetParam().size), 0);
     return block;
   }
-  void expectToBeHandedOn(const Bytes& block, const Bytes& expected) {
+  void expectToBeHandedOn(const Bytes& block, const Bytes& expected, bool isInPlace) {
     taker.length = expected.size();
 
     emit(GetParam().code, block);
 
+    EXPECT_EQ(taker.isInPlace, isInPlace);
     EXPECT_THAT(taker.codes, ElementsAre(static_cast<unsigned short>(GetParam().code)));
     EXPECT_EQ(taker.record, expected);
     EXPECT_THAT(log.summaries(), Contains(GetParam().logged(expected, *proxy)));
@@ -419,14 +423,14 @@ TEST_P(HostileRecordTest, AShortRecordIsHandedOnWithZeroesBehindIt) {
   }
   for (const std::size_t size : sizes) {
     SCOPED_TRACE(size);
-    expectToBeHandedOn(unendedBlock(size), padded(unendedBlock(size)));
+    expectToBeHandedOn(unendedBlock(size), padded(unendedBlock(size)), false);
   }
 }
 
 TEST_P(HostileRecordTest, ARecordOfFixedFieldsOnlyIsHandedOnWithAnEmptyText) {
   const Bytes zeroes(GetParam().textOffset, 0);
 
-  expectToBeHandedOn(zeroes, padded(zeroes));
+  expectToBeHandedOn(zeroes, padded(zeroes), false);
 }
 
 TEST_P(HostileRecordTest, ATextWithoutAnEndIsHandedOnWithOne) {
@@ -434,19 +438,32 @@ TEST_P(HostileRecordTest, ATextWithoutAnEndIsHandedOnWithOne) {
     SCOPED_TRACE(length);
     const Bytes block = unendedBlock(GetParam().textOffset + length);
 
-    expectToBeHandedOn(block, padded(block));
+    expectToBeHandedOn(block, padded(block), false);
   }
 }
 
-// A copy would be longer by its NUL: the taker looks at the length of the allocation.
+// The compiler rounds the sizes of these types up, and a callback may copy a record as a whole.
+TEST_P(HostileRecordTest, AnEndedTextOfOneByteIsHandedOnWithTheRestOfTheType) {
+  for (std::size_t size = GetParam().textOffset + 1; size < GetParam().size; ++size) {
+    SCOPED_TRACE(size);
+    Bytes block = unendedBlock(size);
+    block[GetParam().textOffset] = 0;
+    Bytes expected = block;
+    expected.resize(GetParam().size, 0);
+
+    expectToBeHandedOn(block, expected, false);
+  }
+}
+
 TEST_P(HostileRecordTest, AWholeRecordIsHandedOnInPlace) {
-  for (const std::size_t length : {1u, 2u, 40u, 3000u}) {
+  const std::size_t least = GetParam().size - GetParam().textOffset;
+  for (const std::size_t length : {least, least + 1, std::size_t{40}, std::size_t{3000}}) {
     for (const std::size_t end : {std::size_t{0}, length / 2, length - 1}) {
       SCOPED_TRACE(length);
       Bytes block = unendedBlock(GetParam().textOffset + length);
       block[GetParam().textOffset + end] = 0;
 
-      expectToBeHandedOn(block, block);
+      expectToBeHandedOn(block, block, true);
     }
   }
 }
@@ -461,13 +478,55 @@ TEST_P(HostileRecordTest, AnEmptyRecordReachesNobody) {
 INSTANTIATE_TEST_SUITE_P(
     Kinds, HostileRecordTest,
     testing::Values(
-        RecordKind{"Printer", 1, 16, {2, 8, 12, 16}, &printerLogged},
-        RecordKind{"DeviceInfo", 4, 680, {2, 8, 10, 12, 20, 24, 296, 424, 680}, &deviceInfoLogged},
-        RecordKind{
-            "DeviceState", 5, 680, {2, 8, 10, 12, 20, 24, 296, 424, 680}, &deviceStateLogged},
+        RecordKind{"Printer", 1, sizeof(PrinterDevice), 16, {2, 8, 12, 16}, &printerLogged},
+        RecordKind{"DeviceInfo",
+                   4,
+                   sizeof(CommonDevice),
+                   680,
+                   {2, 8, 10, 12, 20, 24, 296, 424, 680},
+                   &deviceInfoLogged},
+        RecordKind{"DeviceState",
+                   5,
+                   sizeof(CommonDevice),
+                   680,
+                   {2, 8, 10, 12, 20, 24, 296, 424, 680},
+                   &deviceStateLogged},
         // With a code above 65535, which is nobody else's.
-        RecordKind{"NewDeviceResult", 65536 + 8, 276, {2, 4, 18, 20, 276}, &resultLogged}),
+        RecordKind{"NewDeviceResult",
+                   65536 + 8,
+                   sizeof(_ConfigNewDeviceResult),
+                   276,
+                   {2, 4, 18, 20, 276},
+                   &resultLogged}),
     [](const testing::TestParamInfo<RecordKind>& row) { return row.param.name; });
+
+// What a client does that keeps a record. AddressSanitizer sees it read too far.
+template <typename Record>
+int copyRecord(unsigned short, Record* record, void* userData) {
+  const Record copy = *record;
+  *static_cast<Bytes*>(userData) = bytesOf(&copy, sizeof copy);
+  return 0;
+}
+
+TEST_F(HostileEventTest, ACallbackMayCopyItsRecordAsAWhole) {
+  Bytes copy;
+  proxy->RegisterPrinterCallback(&copyRecord<PrinterDevice>, &copy);
+  proxy->RegisterDeviceCallback(&copyRecord<CommonDevice>, &copy);
+  proxy->RegisterConfigNewDevResultCallback(&copyRecord<_ConfigNewDeviceResult>, &copy);
+  const struct {
+    int code;
+    std::size_t size;  // up to a text of no characters and its NUL
+  } rows[] = {{1, 17}, {4, 681}, {5, 681}, {65536 + 8, 277}};
+  for (const auto& [code, size] : rows) {
+    Bytes block = unendedBlock(size);
+    block.back() = 0;
+
+    emit(code, block);
+
+    ASSERT_GE(copy.size(), size);
+    EXPECT_EQ(Bytes(copy.begin(), copy.begin() + static_cast<std::ptrdiff_t>(size)), block);
+  }
+}
 
 // A field that is full has no NUL of its own; the text of the next field must not be taken for it.
 TEST_F(HostileEventTest, ANameThatFillsItsFieldIsLoggedUpToItsEnd) {
@@ -500,7 +559,7 @@ TEST_F(HostileEventTest, ADiagnosisNeedsItsFixedFields) {
 
     emit(9, unendedBlock(size));
 
-    EXPECT_THAT(diagnosis.calls, IsEmpty());
+    EXPECT_THAT(diagnosis.told, IsEmpty());
     EXPECT_THAT(
         log.summaries(),
         ElementsAre(debugLine("HandleEvent", "enter"),
@@ -511,11 +570,11 @@ TEST_F(HostileEventTest, ADiagnosisNeedsItsFixedFields) {
 
 TEST_F(HostileEventTest, ADiagnosisTextEndsWithItsNulOrTheBlock) {
   const auto textOf = [this](const Bytes& block) {
-    diagnosis.calls.clear();
+    diagnosis.told.clear();
     emit(9, block);
     const std::string fixed = ",8680820740569200760,2021161080,";
-    EXPECT_THAT(diagnosis.calls, ElementsAre(StartsWith(fixed)));
-    return diagnosis.calls.empty() ? "none" : diagnosis.calls.front().substr(fixed.size());
+    EXPECT_THAT(diagnosis.told, ElementsAre(StartsWith(fixed)));
+    return diagnosis.told.empty() ? "none" : diagnosis.told.front().substr(fixed.size());
   };
   Bytes block = unendedBlock(16);
   EXPECT_EQ(textOf(block), "");
@@ -538,6 +597,7 @@ TEST_F(HostileEventTest, ACommandsRecordIsHandedOnInPlaceWhateverItIs) {
     emit(66, unendedBlock(size));
 
     EXPECT_THAT(taker.codes, ElementsAre(66));
+    EXPECT_TRUE(taker.isInPlace);
     EXPECT_EQ(taker.record, unendedBlock(size));
   }
 }
@@ -549,7 +609,7 @@ TEST_F(HostileEventTest, ARecordOfAnotherTypeIsNone) {
   }
 
   EXPECT_THAT(taker.codes, IsEmpty());
-  EXPECT_THAT(diagnosis.calls, IsEmpty());
+  EXPECT_THAT(diagnosis.told, IsEmpty());
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <functional>
 #include <limits>
+#include <memory>
 #include <numeric>
 
 #include "tests/library/proxy_test.h"
@@ -303,6 +304,21 @@ TEST_F(JoystickResultTest, IsZeroesWithoutARecord) {
               ElementsAre(notifiedLine(listeners[0], "7"), notifiedLine(listeners[1], "7")));
 }
 
+TEST_F(JoystickResultTest, IsReadAnewForEachCallback) {
+  _JoystickResult result = {};
+  for (JoystickListener& listener : listeners) {
+    listener.meanwhile = [&result] { ++result.bytes[145]; };
+    subscribe(listener);
+  }
+
+  proxy->JoystickResultNotify(7, &result);
+
+  for (std::size_t i = 0; i < 3; ++i) {
+    ASSERT_THAT(listeners[i].results, testing::SizeIs(1));
+    EXPECT_EQ(listeners[i].results.front().back(), i) << "what those before it have made of it";
+  }
+}
+
 TEST_F(JoystickResultTest, GoesNowhereWithoutACallback) {
   disconnect(*instance);
   _JoystickResult result = {};
@@ -467,6 +483,24 @@ TEST_F(JoystickResultTest, OnlyTheLastCallbackToGoIsToldToTheService) {
 
   EXPECT_THAT(bus.requests(), ElementsAre("unregisterJoystickCallback(" + addressBytes() + ")"));
   proxy->JoystickResultNotify(7, nullptr);
+  EXPECT_THAT(listeners[1].codes, ElementsAre(7));
+}
+
+// What counts is who is left after the line is logged, and nobody has to wait for that line.
+TEST_F(JoystickResultTest, ACallbackThatComesWhileAnotherGoesKeepsTheSubscription) {
+  subscribe(listeners[0]);
+  std::unique_ptr<Background<int>> coming;
+  timeline.when("Debug UnregisterJoystickCallback: end", [&] {
+    coming = std::make_unique<Background<int>>([this] { return subscribe(listeners[1]); });
+    EXPECT_TRUE(coming->isDone());
+  });
+  forget();
+
+  EXPECT_EQ(proxy->UnregisterJoystickCallback(&listeners[0]), 0);
+
+  EXPECT_THAT(bus.requests(), ElementsAre("registerJoystickCallback(" + addressBytes() + ")"));
+  proxy->JoystickResultNotify(7, nullptr);
+  EXPECT_THAT(listeners[0].codes, IsEmpty());
   EXPECT_THAT(listeners[1].codes, ElementsAre(7));
 }
 

@@ -1,7 +1,6 @@
 // Policies and properties of devices. What these have in common with all operations stands in
-// remote_operations_rest.cpp; GetLocalDeviceList is in devices_test.cpp.
-
-#include <malloc.h>
+// remote_operations_rest.cpp; GetLocalDeviceList is in devices_test.cpp, GetPolicyListByVidPid in
+// hostile_blocks_test.cpp.
 
 #include <cstdlib>
 #include <cstring>
@@ -11,7 +10,6 @@
 
 namespace {
 
-using testing::ElementsAre;
 using testing::IsEmpty;
 
 class PoliciesTest : public ProxyTest {
@@ -224,76 +222,7 @@ TEST_F(PoliciesTest, SettersGiveMinusOneAndTheRestNothingWithoutAnAnswer) {
   EXPECT_THAT(bus.madeMessages(), IsEmpty());
 }
 
-// --- GetPolicyListByVidPid, FreePolicyList ------------------------------------------------------
-
-// The block that a client has got, which must be of this size.
-Bytes blockAt(CommonVidPidPolicy* policy, std::size_t size) {
-  // Memory that is not much too long either.
-  const std::size_t usable = malloc_usable_size(policy);
-  EXPECT_GE(usable, size);
-  EXPECT_LT(usable, size + 32);
-  return usable >= size ? bytesOf(policy, size) : Bytes();
-}
-
-TEST_F(PoliciesTest, APolicyListGivesEachBlockExactly) {
-  const Bytes blocks[] = {Bytes(1, 0x01), Bytes(400, 0x02), Bytes(500, 0x00), Bytes(70000, 0xFF)};
-  Reply reply = Reply().int32(4);
-  for (const Bytes& block : blocks) {
-    reply.bytes(block);
-  }
-  bus.answer("getPolicyListByVidPid", reply);
-
-  const std::list<CommonVidPidPolicy*> policies = proxy->GetPolicyListByVidPid();
-
-  ASSERT_EQ(policies.size(), 4u);
-  std::size_t i = 0;
-  for (CommonVidPidPolicy* const policy : policies) {
-    EXPECT_EQ(blockAt(policy, blocks[i].size()), blocks[i]);
-    ++i;
-  }
-  EXPECT_EQ(proxy->FreePolicyList(policies), 0);
-}
-
-TEST_F(PoliciesTest, APolicyListStopsAtTheFirstEmptyBlock) {
-  bus.answer("getPolicyListByVidPid",
-             Reply().int32(3).bytes(Bytes(5, 0x01)).bytes({}).bytes(Bytes(5, 0x03)));
-
-  const std::list<CommonVidPidPolicy*> policies = proxy->GetPolicyListByVidPid();
-
-  ASSERT_EQ(policies.size(), 1u);
-  EXPECT_EQ(blockAt(policies.front(), 5), Bytes(5, 0x01));
-  EXPECT_THAT(log.summaries(),
-              ElementsAre(debugLine("GetPolicyListByVidPid", ""),
-                          debugLine("GetPolicyListByVidPid", "list size: %d", "list size: 3"),
-                          debugLine("GetPolicyListByVidPid", "buf: %p, size: %d",
-                                    "buf: " + pointer(nullptr) + ", size: 3")));
-  proxy->FreePolicyList(policies);
-}
-
-TEST_F(PoliciesTest, APolicyListIsEmptyForACountOfZeroOrLess) {
-  for (const int count : {0, -1, std::numeric_limits<int>::min()}) {
-    bus.answer("getPolicyListByVidPid", Reply().int32(count).bytes(Bytes(5, 0x01)));
-    forget();
-
-    EXPECT_THAT(proxy->GetPolicyListByVidPid(), IsEmpty());
-
-    EXPECT_THAT(log.summaries(), ElementsAre(debugLine("GetPolicyListByVidPid", ""),
-                                             debugLine("GetPolicyListByVidPid", "list size: %d",
-                                                       "list size: " + std::to_string(count))));
-  }
-}
-
-TEST_F(PoliciesTest, APolicyListEndsWithTheReply) {
-  bus.answer("getPolicyListByVidPid",
-             Reply().int32(std::numeric_limits<int>::max()).bytes(Bytes(5, 0x01)));
-
-  const std::list<CommonVidPidPolicy*> policies = proxy->GetPolicyListByVidPid();
-
-  EXPECT_EQ(policies.size(), 1u);
-  EXPECT_EQ(log.summaries().back(), debugLine("GetPolicyListByVidPid", "buf: %p, size: %d",
-                                              "buf: " + pointer(nullptr) + ", size: 2147483647"));
-  proxy->FreePolicyList(policies);
-}
+// --- FreePolicyList -----------------------------------------------------------------------------
 
 // AddressSanitizer finds what is not freed, and what is freed in another way.
 TEST_F(PoliciesTest, FreeingPoliciesNeedsNoServiceAndNoLock) {

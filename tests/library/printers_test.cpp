@@ -215,28 +215,6 @@ TEST_F(PrintersTest, ConnectingAndDisconnectingRunSideBySide) {
   EXPECT_EQ(connecting.result(), 3);
 }
 
-// The lock is free already when the message is made, and so while the VM is looked up.
-TEST_F(PrintersTest, ConnectingMakesItsMessageUnlocked) {
-  bus.answer("resetService", Reply().int32(0));
-  for (const std::string method : {"connectPrinter", "disconnectPrinter"}) {
-    qx::VelProxy fresh;
-    fresh.Init();
-    Gate gate = timeline.hold("make " + method + "()");
-    Background connecting([&] {
-      return method == "connectPrinter" ? fresh.ConnectPrinter("win11", 9)
-                                        : fresh.DisconnectPrinter("win11", 9);
-    });
-    ASSERT_TRUE(gate.isReached());
-
-    Background other([&fresh] { return fresh.ResetService(); });
-
-    EXPECT_TRUE(other.isDone());
-    EXPECT_EQ(timeline.count("call " + method), 0) << "it is still held up";
-    gate.open();
-    EXPECT_TRUE(connecting.isDone());
-  }
-}
-
 TEST_F(PrintersTest, ConnectingKeepsTheServiceThatItStartedWith) {
   bus.answer("connectPrinter", Reply().int32(3));
   Gate gate = timeline.hold("call connectPrinter(");

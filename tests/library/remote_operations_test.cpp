@@ -3,7 +3,9 @@
 #include "tests/library/remote_operations.h"
 
 #include <algorithm>
+#include <functional>
 #include <limits>
+#include <memory>
 #include <ostream>
 #include <set>
 
@@ -22,6 +24,11 @@ Strings joined(std::initializer_list<Strings> parts) {
     all.insert(all.end(), part.begin(), part.end());
   }
   return all;
+}
+
+// How the timeline shows the line of a summary.
+std::string eventOf(const std::string& summary) {
+  return summary.substr(0, summary.find("   <- "));
 }
 
 // A proxy that gives VMs numbers of its own.
@@ -180,7 +187,7 @@ TEST_P(RemoteOperationTest, TakesItsStepsInOrder) {
   const auto messagesOf = [](const Strings& summaries) {
     Strings events;
     for (const std::string& summary : summaries) {
-      events.push_back(summary.substr(0, summary.find("   <- ")));
+      events.push_back(eventOf(summary));
     }
     return events;
   };
@@ -280,6 +287,15 @@ TEST_P(RemoteOperationTest, FreesTheLockWhenItHasFailed) {
   EXPECT_EQ(next.result(), operation().method() == "resetService" ? kFailed : 0u);
 }
 
+TEST_P(RemoteOperationTest, TakesNoReplyAtAllForAFailure) {
+  bus.answer(operation().method(), Reply::missing());
+
+  EXPECT_EQ(run(), operation().afterError());
+
+  EXPECT_THAT(bus.requests(), ElementsAre(operation().request()));
+  EXPECT_EQ(bus.complete(), operation().waits() ? 0 : 1);
+}
+
 TEST_P(RemoteOperationTest, SendsTheNumberThatItsVirtualLookUpGives) {
   Renumbering renumbering;
   renumbering.Init();
@@ -298,20 +314,22 @@ TEST_P(RemoteOperationTest, SendsTheNumberThatItsVirtualLookUpGives) {
 }
 
 TEST_P(RemoteOperationTest, SendsZeroForAVmThatTheServiceDoesNotKnow) {
-  bus.answer("getVmListSize", Reply::error("no such VM"));
-  qx::VelProxy fresh;
-  fresh.Init();
-  expectOf(fresh);
-  forget();
+  for (const Reply& noNumber : {Reply::error("no such VM"), Reply::missing()}) {
+    bus.answer("getVmListSize", noNumber);
+    qx::VelProxy fresh;
+    fresh.Init();
+    expectOf(fresh);
+    forget();
 
-  const std::string result = operation().runOn(fresh);
+    const std::string result = operation().runOn(fresh);
 
-  if (operation().needsVm()) {
-    EXPECT_EQ(result, operation().afterError());
-    EXPECT_THAT(bus.madeMessages(), ElementsAre("getVmListSize"));
-    EXPECT_EQ(log.summaries(), joined({operation().first(), operation().unknownVmLines()}));
-  } else if (operation().name() != "GetVmIdInt") {
-    EXPECT_EQ(bus.lastCall(), operation().requestForVm(0));
+    if (operation().needsVm()) {
+      EXPECT_EQ(result, operation().afterError());
+      EXPECT_THAT(bus.madeMessages(), ElementsAre("getVmListSize"));
+      EXPECT_EQ(log.summaries(), joined({operation().first(), operation().unknownVmLines()}));
+    } else if (operation().name() != "GetVmIdInt") {
+      EXPECT_EQ(bus.lastCall(), operation().requestForVm(0));
+    }
   }
 }
 
@@ -328,10 +346,192 @@ TEST_P(RemoteOperationTest, RefusesBadArgumentsBeforeAnythingElse) {
   }
 }
 
+std::string testNameOf(const testing::TestParamInfo<RemoteOperation>& row) {
+  return row.param.testName();
+}
+
+std::vector<RemoteOperation> operationsThat(bool (*apply)(const RemoteOperation&)) {
+  std::vector<RemoteOperation> rows = remoteOperations();
+  rows.erase(std::remove_if(rows.begin(), rows.end(), std::not_fn(apply)), rows.end());
+  return rows;
+}
+
 INSTANTIATE_TEST_SUITE_P(All, RemoteOperationTest, testing::ValuesIn(remoteOperations()),
-                         [](const testing::TestParamInfo<RemoteOperation>& row) {
-                           return row.param.testName();
-                         });
+                         testNameOf);
+
+// --- How long the lock is held ------------------------------------------------------------------
+
+// Another operation on the same proxy, and how far it gets while the tested one is held up.
+class LockTest : public RemoteOperationTest {
+ protected:
+  LockTest() { bus.answer("resetService", Reply().int32(0)); }
+
+  // Stops the operation at the last thing that it is seen to do: at a reading of the reply or at a
+  // line of its own. It is run once to find out which that is.
+  Gate holdAtTheLastStep() {
+    const Strings starts = {"read " + operation().method() + "(",
+                            "Debug " + operation().name() + ":",
+                            "Error " + operation().name() + ":"};
+    const auto steps = std::make_shared<int>(0);
+    for (const std::string& start : starts) {
+      timeline.when(start, [steps] { ++*steps; });
+    }
+    run();
+    Gate gate;
+    for (const std::string& start : starts) {
+      timeline.when(start, [steps, last = *steps, pass = gate.pass()] {
+        if (*steps == last) {
+          pass();
+        }
+      });
+    }
+    *steps = 0;
+    return gate;
+  }
+
+  // The tested one is at the gate; the other one waits before anything that is seen of it.
+  void expectAnotherToWait(Gate& gate, const std::string& itWouldDo) {
+    ASSERT_TRUE(gate.isReached());
+    disconnect(*instance);
+
+    Background another(anotherOperation());
+
+    ASSERT_TRUE(timeline.waitFor(another.id(), kReconnects));
+    EXPECT_FALSE(timeline.happensSoon(another.id(), itWouldDo));
+    gate.open();
+    EXPECT_TRUE(another.isDone());
+  }
+
+  void expectAnotherToProceed(Gate& gate) {
+    ASSERT_TRUE(gate.isReached());
+
+    Background another(anotherOperation());
+
+    EXPECT_TRUE(another.isDone());
+    gate.open();
+  }
+
+ private:
+  std::function<bool()> anotherOperation() {
+    return [this] {
+      return operation().method() == "resetService" ? proxy->GetVmList().empty()
+                                                    : proxy->ResetService() == 0;
+    };
+  }
+};
+
+class HeldLockTest : public LockTest {};
+
+TEST_P(HeldLockTest, StaysHeldUntilTheReplyHasBeenReadAndLogged) {
+  Gate gate = holdAtTheLastStep();
+  Background held([this] { return run(); });
+
+  expectAnotherToWait(gate, "make ");
+
+  EXPECT_EQ(held.result(), operation().result());
+}
+
+TEST_P(HeldLockTest, StaysHeldUntilAnErrorReplyHasBeenLogged) {
+  bus.answer(operation().method(), Reply::error("too busy"));
+  Gate gate = holdAtTheLastStep();
+  Background held([this] { return run(); });
+
+  expectAnotherToWait(gate, "make ");
+
+  EXPECT_EQ(held.result(), operation().afterError());
+}
+
+// Those that do not wait do nothing that is seen once their request is sent.
+INSTANTIATE_TEST_SUITE_P(All, HeldLockTest,
+                         testing::ValuesIn(operationsThat([](const RemoteOperation& row) {
+                           return row.lock() == Lock::kHeld && row.waits();
+                         })),
+                         testNameOf);
+
+class ReleasedLockTest : public LockTest {};
+
+TEST_P(ReleasedLockTest, IsFreeWhenTheMessageIsMade) {
+  Gate gate = timeline.hold("make " + operation().method() + "()");
+  Background released([this] { return run(); });
+
+  expectAnotherToProceed(gate);
+
+  EXPECT_EQ(released.result(), operation().result());
+}
+
+INSTANTIATE_TEST_SUITE_P(All, ReleasedLockTest,
+                         testing::ValuesIn(operationsThat([](const RemoteOperation& row) {
+                           return row.lock() == Lock::kReleased;
+                         })),
+                         testNameOf);
+
+class MissingServiceLockTest : public LockTest {};
+
+TEST_P(MissingServiceLockTest, IsHeldWhileThatIsLoggedIfItIsHeldDuringACall) {
+  disconnect(*proxy);
+  Gate gate = holdAtTheLastStep();
+  Background failing([this] { return run(); });
+
+  if (operation().lock() == Lock::kHeld) {
+    expectAnotherToWait(gate, "Error ");
+  } else {
+    expectAnotherToProceed(gate);
+  }
+
+  EXPECT_EQ(failing.result(), operation().withoutService());
+}
+
+INSTANTIATE_TEST_SUITE_P(All, MissingServiceLockTest,
+                         testing::ValuesIn(operationsThat([](const RemoteOperation& row) {
+                           return row.lock() != Lock::kNone;
+                         })),
+                         testNameOf);
+
+// --- Looking a VM up ----------------------------------------------------------------------------
+
+class LookUpTest : public RemoteOperationTest {};
+
+TEST_P(LookUpTest, IsMadeUnderTheLockOfItsOperationIfThatHoldsIt) {
+  bus.answer("resetService", Reply().int32(0));
+  qx::VelProxy fresh;
+  fresh.Init();
+  Gate gate = timeline.hold("call getVmListSize(");
+  Background mapping([&] { return operation().runOn(fresh); });
+  ASSERT_TRUE(gate.isReached());
+  disconnect(*instance);
+
+  Background another([&fresh] { return fresh.ResetService(); });
+
+  ASSERT_TRUE(timeline.waitFor(another.id(), kReconnects));
+  if (operation().lock() == Lock::kHeld && operation().mapping() == Mapping::kAfterMessage) {
+    EXPECT_FALSE(timeline.happensSoon(another.id(), "make "));
+  } else {
+    EXPECT_TRUE(another.isDone());
+  }
+  gate.open();
+  EXPECT_EQ(mapping.result(), operation().result());
+  EXPECT_EQ(another.result(), 0u);
+}
+
+TEST_P(LookUpTest, IsNotAskedForWithoutAService) {
+  Renumbering neverConnected;
+
+  EXPECT_EQ(operation().runOn(neverConnected), operation().withoutService());
+
+  if (operation().mapping() == Mapping::kAfterMessage) {
+    EXPECT_THAT(neverConnected.asked, IsEmpty());
+  } else {
+    EXPECT_THAT(neverConnected.asked, ElementsAre(kVm));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, LookUpTest,
+                         testing::ValuesIn(operationsThat([](const RemoteOperation& row) {
+                           return row.hasVm();
+                         })),
+                         testNameOf);
+
+// --- The table ----------------------------------------------------------------------------------
 
 TEST(RemoteOperationTableTest, HasOneRowForEachRequest) {
   Strings names;

@@ -422,6 +422,22 @@ TEST_F(SharedPrintersTest, ASearchEndsWithTheReply) {
   EXPECT_THAT(list, IsEmpty());
 }
 
+TEST_F(SharedPrintersTest, APrinterThatIsCutOffIsNotFound) {
+  EXPECT_EQ(search(Reply().int32(0).int32(1).string("a").string("n")), 0);
+  EXPECT_THAT(list, IsEmpty());
+  EXPECT_EQ(log.lines().size(), 1u);
+
+  for (const Reply& rest : {Reply().string("b"), Reply().string("b").string("m")}) {
+    Reply reply = Reply().int32(0).int32(2).string("a").string("n").string("d");
+    reply.arguments.insert(reply.arguments.end(), rest.arguments.begin(), rest.arguments.end());
+
+    EXPECT_EQ(search(reply), 0);
+
+    EXPECT_EQ(bytesOfEach(list), bytesOfEach({shared("a", "n", "d")}));
+    EXPECT_EQ(log.lines().size(), 2u);
+  }
+}
+
 TEST_F(SharedPrintersTest, ASearchSendsTheAddressWithItsPort) {
   bus.answer("searchSharePrinter", Reply().int32(0).int32(0));
 

@@ -148,31 +148,6 @@ TEST_F(StreamQualityTest, AnAnswerNeedsNoLock) {
   EXPECT_EQ(call.result(), 0u);
 }
 
-// The lock is free already when the message is made, and so while the VM is looked up.
-TEST_F(StreamQualityTest, MessagesAreMadeUnlocked) {
-  bus.answer("resetService", Reply().int32(0));
-  for (const std::string method : {"setBwInfo", "setRtcQosInfo"}) {
-    qx::VelProxy fresh;
-    fresh.Init();
-    Gate gate = timeline.hold("make " + method + "()");
-    Background report([&] {
-      if (method == "setBwInfo") {
-        fresh.SetBwInfo("win11", 1, 2);
-      } else {
-        fresh.SetRtcQosInfo("win11", 2, nullptr);
-      }
-      return true;
-    });
-    ASSERT_TRUE(gate.isReached());
-
-    Background other([&fresh] { return fresh.ResetService(); });
-
-    EXPECT_TRUE(other.isDone());
-    gate.open();
-    EXPECT_TRUE(report.isDone());
-  }
-}
-
 TEST_F(StreamQualityTest, ReportsAreDroppedWithoutAService) {
   unsigned int figure = 12;
   disconnect(*proxy);

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <limits>
+#include <stdexcept>
 #include <thread>
 
 #include "tests/pen/pen_test.h"
@@ -121,6 +122,27 @@ TEST_F(PortTest, WhatTheWriterReturnsMeansNothing) {
   EXPECT_EQ(send(QEvent::TabletMove), 0);
 
   EXPECT_EQ(calls, 2u);
+}
+
+TEST_F(PortTest, AnExceptionOfTheWriterStaysInside) {
+  for (const bool isStandard : {true, false}) {
+    proxy.PortInit(kPenPort, true,
+                   [isStandard](const std::string&, unsigned int, unsigned char*) -> unsigned int {
+                     if (isStandard) {
+                       throw std::runtime_error("full");
+                     }
+                     throw 17;
+                   });
+    deliver(kGivesDevice5);
+    int status = 0;
+
+    EXPECT_NO_THROW(status = send(QEvent::TabletMove));
+
+    EXPECT_EQ(status, -1);
+  }
+  announce();
+  EXPECT_EQ(send(QEvent::TabletMove), 0);
+  EXPECT_EQ(written.size(), 1u) << "the next frame is sent";
 }
 
 TEST_F(PortTest, SendsThePositionThatIsGiven) {

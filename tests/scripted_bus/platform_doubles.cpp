@@ -148,6 +148,7 @@ extern "C" void norvoLogPrint(int channel, int level, const char* tag, const cha
     line.file = va_arg(again, const char*);
     line.function = va_arg(again, const char*);
     line.line = va_arg(again, int);
+    va_end(again);
     va_copy(again, arguments);
     const int length = std::vsnprintf(nullptr, 0, format, again);
     va_end(again);

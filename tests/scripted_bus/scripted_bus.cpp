@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
+#include <future>
 #include <new>
 #include <type_traits>
 
@@ -17,7 +19,7 @@ using scripted::Timeline;
 
 struct QXBusMessage::Impl {
   int type;
-  std::string method;
+  std::string method;  // also of the request that this replies to; empty for an event
   std::vector<Argument> arguments;
 };
 
@@ -35,8 +37,18 @@ std::shared_ptr<QXBusMessage> messageOf(int type, const std::string& method,
       std::make_unique<QXBusMessage::Impl>(QXBusMessage::Impl{type, method, arguments}));
 }
 
+std::shared_ptr<QXBusMessage> messageOf(const Reply& reply, const std::string& method) {
+  return reply.isMissing ? nullptr : messageOf(reply.type, method, reply.arguments);
+}
+
 std::string inQuotes(const std::string& text) {
   return "\"" + text + "\"";
+}
+
+void passReading(const std::string& method, int index) {
+  if (!method.empty()) {
+    Timeline::the().pass("read " + method + "(" + std::to_string(index) + ")");
+  }
 }
 
 template <typename Value>
@@ -46,8 +58,9 @@ const Value* valueAt(const std::vector<Argument>& arguments, int index) {
 }
 
 template <typename Value>
-Value numberAt(const std::vector<Argument>& arguments, int index) {
-  const Value* const value = valueAt<Value>(arguments, index);
+Value numberAt(const QXBusMessage::Impl& message, int index) {
+  passReading(message.method, index);
+  const Value* const value = valueAt<Value>(message.arguments, index);
   return value ? *value : Value{};
 }
 
@@ -108,6 +121,12 @@ Bytes bytesOf(const std::string& text) {
 
 Reply Reply::error(const std::string& text, int type) {
   return Reply().string(text).ofType(type);
+}
+
+Reply Reply::missing() {
+  Reply none;
+  none.isMissing = true;
+  return none;
 }
 
 Reply& Reply::int16(std::int16_t value) {
@@ -218,14 +237,16 @@ void ScriptedBus::emit(const std::string& event, const EventArguments& arguments
     }
     listeners.insert(listeners.end(), broadcastListeners_.begin(), broadcastListeners_.end());
   }
-  const auto message = messageOf(MESSAGE_TYPE_SIGNAL, event, arguments.arguments);
-  std::thread([&] {
+  const auto message = messageOf(MESSAGE_TYPE_SIGNAL, "", arguments.arguments);
+  std::packaged_task<void()> handling([&] {
     for (const Listening& listening : listeners) {
       if (listening.event == event && listening.listener->handler) {
         listening.listener->handler(message);
       }
     }
-  }).join();
+  });
+  std::thread(std::ref(handling)).join();
+  handling.get_future().get();
 }
 
 int ScriptedBus::complete() {
@@ -236,7 +257,7 @@ int ScriptedBus::complete() {
   }
   std::thread([&pending] {
     for (const Pending& call : pending) {
-      call.done(messageOf(call.reply.type, "", call.reply.arguments));
+      call.done(messageOf(call.reply, call.method));
     }
   }).join();
   return static_cast<int>(pending.size());
@@ -290,6 +311,11 @@ std::string ScriptedBus::lastCall() const {
 int ScriptedBus::lastTimeoutMs() const {
   const std::lock_guard<std::mutex> lock(mutex_);
   return calls_.empty() ? 0 : calls_.back().timeoutMs;
+}
+
+const void* ScriptedBus::lastBlock() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return lastBlock_;
 }
 
 Bytes ScriptedBus::lastBytes(std::size_t index) const {
@@ -394,7 +420,7 @@ void QXBusMessage::appendBytes(const void* data, int length) {
 }
 
 std::int16_t QXBusMessage::getInt16(int index) {
-  return numberAt<std::int16_t>(impl_->arguments, index);
+  return numberAt<std::int16_t>(*impl_, index);
 }
 
 std::uint16_t QXBusMessage::getUInt16(int index) {
@@ -402,7 +428,7 @@ std::uint16_t QXBusMessage::getUInt16(int index) {
 }
 
 std::int32_t QXBusMessage::getInt32(int index) {
-  return numberAt<std::int32_t>(impl_->arguments, index);
+  return numberAt<std::int32_t>(*impl_, index);
 }
 
 std::uint32_t QXBusMessage::getUInt32(int index) {
@@ -410,14 +436,15 @@ std::uint32_t QXBusMessage::getUInt32(int index) {
 }
 
 std::int64_t QXBusMessage::getInt64(int index) {
-  return numberAt<std::int64_t>(impl_->arguments, index);
+  return numberAt<std::int64_t>(*impl_, index);
 }
 
 std::uint64_t QXBusMessage::getUInt64(int index) {
-  return numberAt<std::uint64_t>(impl_->arguments, index);
+  return numberAt<std::uint64_t>(*impl_, index);
 }
 
 std::string QXBusMessage::getString(int index) {
+  passReading(impl_->method, index);
   if (const Bytes* const block = valueAt<Bytes>(impl_->arguments, index)) {
     return std::string(block->begin(), block->end());
   }
@@ -427,6 +454,7 @@ std::string QXBusMessage::getString(int index) {
 
 // Exactly as long as the block, so that AddressSanitizer sees every byte read beyond it.
 unsigned char* QXBusMessage::getBytes(int index, int* length) {
+  passReading(impl_->method, index);
   const Bytes* const block = valueAt<Bytes>(impl_->arguments, index);
   *length = block ? static_cast<int>(block->size()) : 0;
   if (*length < 1) {
@@ -434,6 +462,9 @@ unsigned char* QXBusMessage::getBytes(int index, int* length) {
   }
   auto* const copy = static_cast<unsigned char*>(::operator new(block->size()));
   std::memcpy(copy, block->data(), block->size());
+  ScriptedBus& bus = ScriptedBus::the();
+  const std::lock_guard<std::mutex> lock(bus.mutex_);
+  bus.lastBlock_ = copy;
   return copy;
 }
 
@@ -486,7 +517,7 @@ std::shared_ptr<QXBusMessage> QXBusProxyInterface::callWithReplyBlocking(
   bus.record(call);
   const Reply reply = bus.replyTo(call);
   Timeline::the().add("return " + call.method + "()");
-  return messageOf(reply.type, "", reply.arguments);
+  return messageOf(reply, call.method);
 }
 
 void QXBusProxyInterface::callWithReply(std::shared_ptr<QXBusMessage> message,
@@ -499,7 +530,7 @@ void QXBusProxyInterface::callWithReply(std::shared_ptr<QXBusMessage> message,
   bus.record(call);
   const Reply reply = bus.replyTo(call);
   const std::lock_guard<std::mutex> lock(bus.mutex_);
-  bus.pending_.push_back({std::move(done), reply});
+  bus.pending_.push_back({std::move(done), call.method, reply});
 }
 
 void QXBusProxyInterface::setDeathCallback(std::function<void()> callback) {

@@ -18,6 +18,8 @@
 //   call connectDevice(int32 7, int16 12) within 3000 ms       waits for the reply
 //   send disconnectVm(int32 7) within -1 ms                    does not wait
 //   return connectDevice()                        the reply is handed over
+//   read connectDevice(0)                         an argument of the reply is read; not recorded,
+//                                                 only for when() and hold()
 //
 // An action that Timeline::when runs at one of these events comes before the bus does its part: at
 // `call` the reply can still be scripted, at `isServiceRegistered` the service can still be
@@ -66,6 +68,8 @@ class Reply {
  public:
   Reply() = default;
   static Reply error(const std::string& text, int type = MESSAGE_TYPE_ERROR);
+  // No message at all, which a bus should never give.
+  static Reply missing();
 
   Reply& int16(std::int16_t value);
   Reply& int32(std::int32_t value);
@@ -79,6 +83,7 @@ class Reply {
 
   int type = MESSAGE_TYPE_METHOD_RETURN;
   std::vector<Argument> arguments;
+  bool isMissing = false;
 };
 using EventArguments = Reply;
 
@@ -135,7 +140,8 @@ class ScriptedBus {
   // --- What the bus does by itself -------------------------------------------------------------
 
   // Hands an event to every listener of that name, on a thread of the bus, and waits for them.
-  // Listeners of interfaces and of the manager are told apart by the event's name only.
+  // Listeners of interfaces and of the manager are told apart by the event's name only. An
+  // exception that leaves a listener, where a bus would end the process, comes out of here.
   void emit(const std::string& event, const EventArguments& arguments);
   // Hands their replies to the calls that did not wait, on a thread of the bus, and waits for that.
   // Returns how many there were.
@@ -154,6 +160,8 @@ class ScriptedBus {
   std::string lastCall() const;
   int lastTimeoutMs() const;
   Bytes lastBytes(std::size_t index) const;
+  // Where the block lay that was read last. It may be gone.
+  const void* lastBlock() const;
   // The methods of all messages, in the order they were made.
   std::vector<std::string> madeMessages() const;
 
@@ -164,6 +172,7 @@ class ScriptedBus {
   int liveInterfaces() const;
 
  private:
+  friend class ::QXBusMessage;
   friend class ::QXBusProxyInterface;
   friend class ::QXBusSerivceManager;
 
@@ -174,6 +183,7 @@ class ScriptedBus {
   };
   struct Pending {
     std::function<void(std::shared_ptr<QXBusMessage>)> done;
+    std::string method;
     Reply reply;
   };
 
@@ -189,6 +199,7 @@ class ScriptedBus {
   std::map<std::string, unsigned int> vms_;
   std::vector<Call> calls_;
   std::vector<std::string> made_;
+  const void* lastBlock_ = nullptr;
   std::map<int, Interface> interfaces_;
   int interfaceCount_ = 0;
   std::vector<Listening> broadcastListeners_;

@@ -50,16 +50,33 @@ void Timeline::add(const std::string& text) {
   {
     const std::lock_guard<std::mutex> lock(mutex_);
     events_.push_back({text, std::this_thread::get_id()});
-    for (const auto& [start, action] : actions_) {
-      if (startsWith(text, start)) {
-        actions.push_back(action);
-      }
-    }
+    actions = actionsLocked(text);
     changed_.notify_all();
   }
   for (const std::function<void()>& action : actions) {
     action();
   }
+}
+
+void Timeline::pass(const std::string& text) {
+  std::vector<std::function<void()>> actions;
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    actions = actionsLocked(text);
+  }
+  for (const std::function<void()>& action : actions) {
+    action();
+  }
+}
+
+std::vector<std::function<void()>> Timeline::actionsLocked(const std::string& text) const {
+  std::vector<std::function<void()>> actions;
+  for (const auto& [start, action] : actions_) {
+    if (startsWith(text, start)) {
+      actions.push_back(action);
+    }
+  }
+  return actions;
 }
 
 void Timeline::when(const std::string& start, std::function<void()> action) {

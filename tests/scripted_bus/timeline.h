@@ -63,6 +63,8 @@ class Timeline {
 
   // Records an event, then runs what was asked for it, on this thread.
   void add(const std::string& text);
+  // Runs what was asked for it without recording it: for steps that no test wants to list.
+  void pass(const std::string& text);
 
   // Runs action on the thread of each event that starts so, right after it.
   void when(const std::string& start, std::function<void()> action);
@@ -91,6 +93,7 @@ class Timeline {
     Thread thread;
   };
 
+  std::vector<std::function<void()>> actionsLocked(const std::string& text) const;
   template <typename Condition>
   bool wait(std::chrono::milliseconds limit, Condition condition) const;
   int countLocked(const Thread* thread, const std::string& start) const;
