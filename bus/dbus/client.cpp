@@ -191,8 +191,8 @@ void ServiceHandle::call(QXBusMessage& message, int timeoutMs,
   connection_->call(
       call.get(), deadlineAfter(timeoutMs),
       [client = client_, done = std::move(done), method = message.impl().name](Outcome outcome) {
-        auto held = std::make_shared<Outcome>(std::move(outcome));
-        client->complete([done, held, method] { done(messageFrom(std::move(*held), method)); });
+        // Read here, as events are.
+        client->complete([done, reply = messageFrom(std::move(outcome), method)] { done(reply); });
       });
 }
 
@@ -445,6 +445,17 @@ std::vector<std::shared_ptr<ServiceHandle>> Client::liveHandles() {
   return live;
 }
 
+// What was read from the bus and waits for its handlers. Not the message itself: libdbus counts the
+// messages that are kept, and stops reading when they are too many.
+struct Client::Signal {
+  std::shared_ptr<Connection> connection;
+  std::string sender;
+  std::string name;
+  bool isBroadcast;
+  std::vector<std::weak_ptr<ServiceHandle>> from;  // unless it is a broadcast
+  Values arguments;
+};
+
 void Client::onMessage(unsigned int generation, MessagePtr message) {
   std::shared_ptr<Connection> connection;
   {
@@ -470,43 +481,52 @@ void Client::onMessage(unsigned int generation, MessagePtr message) {
     }
     return;
   }
-  // Tasks are copied, messages are not.
-  const std::shared_ptr<DBusMessage> signal(message.release(), UnrefMessage());
-  events_.post([self = shared_from_this(), connection, signal] {
-    self->onSignal(connection, signal.get());
-  });
-}
-
-void Client::onSignal(const std::shared_ptr<Connection>& connection, DBusMessage* signal) {
-  const std::string sender = textOf(dbus_message_get_sender(signal));
-  const std::string path = textOf(dbus_message_get_path(signal));
-  const std::string interface = textOf(dbus_message_get_interface(signal));
-  const std::string name = textOf(dbus_message_get_member(signal));
-
-  std::vector<Listeners::Registration> called;
-  if (interface == kBroadcastInterface) {
-    called = broadcastListeners_.named(name);
-    const bool anyAsks = std::any_of(called.begin(), called.end(), [](const auto& registration) {
-      return registration.flags != QXBUS_SECURITY_ANY_USER;
-    });
-    if (anyAsks && !isTrusted(*connection, sender, "broadcast event " + quoted(name),
-                              deadlineAfter(kBusTimeoutMs))) {
-      called.erase(std::remove_if(called.begin(), called.end(),
-                                  [](const auto& registration) {
-                                    return registration.flags != QXBUS_SECURITY_ANY_USER;
-                                  }),
-                   called.end());
-    }
-  } else {
+  const std::string path = textOf(dbus_message_get_path(message.get()));
+  const std::string interface = textOf(dbus_message_get_interface(message.get()));
+  Signal signal = {connection,
+                   textOf(dbus_message_get_sender(message.get())),
+                   textOf(dbus_message_get_member(message.get())),
+                   interface == kBroadcastInterface,
+                   {},
+                   {}};
+  if (!signal.isBroadcast) {
     for (const std::shared_ptr<ServiceHandle>& handle : liveHandles()) {
-      if (handle->sends(sender, path, interface)) {
-        const auto more = handle->listeners().named(name);
-        called.insert(called.end(), more.begin(), more.end());
+      if (handle->sends(signal.sender, path, interface)) {
+        signal.from.push_back(handle);
       }
     }
   }
+  // What nobody asked for must not wait behind a handler: anybody can send it.
+  if (signal.isBroadcast ? broadcastListeners_.named(signal.name).empty() : signal.from.empty()) {
+    return;
+  }
+  signal.arguments = readBody(message.get());
+  events_.post([self = shared_from_this(), held = std::make_shared<Signal>(std::move(signal))] {
+    self->onSignal(*held);
+  });
+}
+
+void Client::onSignal(Signal& signal) {
+  std::vector<Listeners::Registration> called;
+  if (signal.isBroadcast) {
+    const auto asks = [](const Listeners::Registration& registration) {
+      return registration.flags != QXBUS_SECURITY_ANY_USER;
+    };
+    called = broadcastListeners_.named(signal.name);
+    if (std::any_of(called.begin(), called.end(), asks) &&
+        !isTrusted(*signal.connection, signal.sender, "broadcast event " + quoted(signal.name),
+                   deadlineAfter(kBusTimeoutMs))) {
+      called.erase(std::remove_if(called.begin(), called.end(), asks), called.end());
+    }
+  }
+  for (const std::weak_ptr<ServiceHandle>& from : signal.from) {
+    if (const std::shared_ptr<ServiceHandle> handle = from.lock()) {
+      const auto more = handle->listeners().named(signal.name);
+      called.insert(called.end(), more.begin(), more.end());
+    }
+  }
   if (!called.empty()) {
-    callEach(called, makeMessage(MESSAGE_TYPE_SIGNAL, name, readBody(signal)));
+    callEach(called, makeMessage(MESSAGE_TYPE_SIGNAL, signal.name, std::move(signal.arguments)));
   }
 }
 

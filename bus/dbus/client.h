@@ -7,7 +7,7 @@
 //   a thread per death  may sleep and call as long as it likes
 //
 // So nothing of a client's can hold up the reading, and no two kinds hold each other up. No lock is
-// held while any of them calls out.
+// held while any of them calls out. What waits for a handler is bounded by nothing but the memory.
 
 #ifndef BUS_DBUS_CLIENT_H
 #define BUS_DBUS_CLIENT_H
@@ -127,8 +127,9 @@ class Client : public std::enable_shared_from_this<Client> {
   std::shared_ptr<Connection> connectAnew(Clock::time_point deadline, std::string* failure);
   std::vector<std::shared_ptr<ServiceHandle>> liveHandles();
 
+  struct Signal;
   void onMessage(unsigned int generation, MessagePtr message);
-  void onSignal(const std::shared_ptr<Connection>& connection, DBusMessage* signal);
+  void onSignal(Signal& signal);
   void onLost(unsigned int generation);
 
   const std::string address_;
