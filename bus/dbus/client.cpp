@@ -20,8 +20,8 @@ namespace {
 constexpr int kErrorLevel = 7;
 // How long the bus itself may take: callers hold locks meanwhile.
 constexpr int kBusTimeoutMs = 2000;
-// More users than this are not remembered: unique names are never used again.
-constexpr std::size_t kRememberedUsers = 1000;
+// More peers than this are not remembered: unique names are never used again.
+constexpr std::size_t kRememberedPeers = 1000;
 
 void logError(const std::string& text) {
   norvoLogPrint(0, kErrorLevel, "QXBUS", "%s", text.c_str());
@@ -327,6 +327,7 @@ std::shared_ptr<Connection> Client::connectAnew(Clock::time_point deadline, std:
     connection_ = connected;
     generation_ = generation;
     users_.clear();
+    refusedSenders_.clear();
     rules = broadcastRules_;
   }
   for (const std::string& rule : rules) {
@@ -400,35 +401,57 @@ void Client::addBroadcastListener(const std::string& name, QXBusEventCallback* l
 
 bool Client::isTrusted(Connection& connection, const std::string& uniqueName,
                        const std::string& what, Clock::time_point deadline) {
+  const std::string reason = refusal(connection, uniqueName, deadline);
+  if (!reason.empty()) {
+    logError(what + " is refused: " + reason);
+  }
+  return reason.empty();
+}
+
+std::string Client::refusal(Connection& connection, const std::string& uniqueName,
+                            Clock::time_point deadline) {
   std::optional<dbus_uint32_t> user;
   {
     const std::lock_guard<std::mutex> lock(mutex_);
     const auto known = users_.find(uniqueName);
-    if (known != users_.end()) {
+    if (&connection == connection_.get() && known != users_.end()) {
       user = known->second;
     }
   }
   if (!user) {
     user = userOf(connection, uniqueName, deadline);
     if (!user) {
-      logError(what + " is refused: the bus does not say which user it runs as");
-      return false;
+      return "the bus does not say which user it runs as";
     }
     const std::lock_guard<std::mutex> lock(mutex_);
-    if (users_.size() >= kRememberedUsers) {
+    if (users_.size() >= kRememberedPeers) {
       users_.clear();
     }
-    // A bus that has been started again gives the same names to others.
     if (&connection == connection_.get()) {
       users_.emplace(uniqueName, *user);
     }
   }
   if (*user == ::geteuid() || *user == 0) {
-    return true;
+    return "";
   }
-  logError(what + " is refused: it runs as user " + std::to_string(*user) +
-           ", neither as this user (" + std::to_string(::geteuid()) + ") nor as root");
-  return false;
+  return "it runs as user " + std::to_string(*user) + ", neither as this user (" +
+         std::to_string(::geteuid()) + ") nor as root";
+}
+
+// Anybody may broadcast as often as it likes, and the log is not there for that.
+void Client::logRefusedSender(const Connection& connection, const std::string& sender,
+                              const std::string& reason) {
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (refusedSenders_.size() >= kRememberedPeers) {
+      refusedSenders_.clear();
+    }
+    // What a lost connection has left behind is not worth a line either.
+    if (&connection != connection_.get() || !refusedSenders_.insert(sender).second) {
+      return;
+    }
+  }
+  logError("broadcast events of " + sender + " are refused: " + reason);
 }
 
 std::vector<std::shared_ptr<ServiceHandle>> Client::liveHandles() {
@@ -476,7 +499,9 @@ void Client::onMessage(unsigned int generation, MessagePtr message) {
         dbus_message_get_args(message.get(), nullptr, DBUS_TYPE_STRING, &name, DBUS_TYPE_STRING,
                               &from, DBUS_TYPE_STRING, &to, DBUS_TYPE_INVALID)) {
       for (const std::shared_ptr<ServiceHandle>& handle : liveHandles()) {
-        handle->ownerChanged(name, from, to);
+        if (handle->isOn(*connection)) {
+          handle->ownerChanged(name, from, to);
+        }
       }
     }
     return;
@@ -491,7 +516,8 @@ void Client::onMessage(unsigned int generation, MessagePtr message) {
                    {}};
   if (!signal.isBroadcast) {
     for (const std::shared_ptr<ServiceHandle>& handle : liveHandles()) {
-      if (handle->sends(signal.sender, path, interface)) {
+      // Instances on different connections may have had the same unique name.
+      if (handle->isOn(*connection) && handle->sends(signal.sender, path, interface)) {
         signal.from.push_back(handle);
       }
     }
@@ -513,10 +539,13 @@ void Client::onSignal(Signal& signal) {
       return registration.flags != QXBUS_SECURITY_ANY_USER;
     };
     called = broadcastListeners_.named(signal.name);
-    if (std::any_of(called.begin(), called.end(), asks) &&
-        !isTrusted(*signal.connection, signal.sender, "broadcast event " + quoted(signal.name),
-                   deadlineAfter(kBusTimeoutMs))) {
-      called.erase(std::remove_if(called.begin(), called.end(), asks), called.end());
+    if (std::any_of(called.begin(), called.end(), asks)) {
+      const std::string reason =
+          refusal(*signal.connection, signal.sender, deadlineAfter(kBusTimeoutMs));
+      if (!reason.empty()) {
+        logRefusedSender(*signal.connection, signal.sender, reason);
+        called.erase(std::remove_if(called.begin(), called.end(), asks), called.end());
+      }
     }
   }
   for (const std::weak_ptr<ServiceHandle>& from : signal.from) {

@@ -17,6 +17,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -74,6 +75,7 @@ class ServiceHandle {
   Listeners& listeners() { return listeners_; }
 
   // What the client has read from the bus.
+  bool isOn(const Connection& connection) const { return &connection == connection_.get(); }
   bool sends(const std::string& sender, const std::string& path,
              const std::string& interface) const;
   void ownerChanged(const std::string& busName, const std::string& from, const std::string& to);
@@ -127,6 +129,13 @@ class Client : public std::enable_shared_from_this<Client> {
   std::shared_ptr<Connection> connectAnew(Clock::time_point deadline, std::string* failure);
   std::vector<std::shared_ptr<ServiceHandle>> liveHandles();
 
+  // Why a connection does not belong to this user or to root; empty when it does.
+  std::string refusal(Connection& connection, const std::string& uniqueName,
+                      Clock::time_point deadline);
+  // Once per sender.
+  void logRefusedSender(const Connection& connection, const std::string& sender,
+                        const std::string& reason);
+
   struct Signal;
   void onMessage(unsigned int generation, MessagePtr message);
   void onSignal(Signal& signal);
@@ -145,7 +154,10 @@ class Client : public std::enable_shared_from_this<Client> {
   unsigned int generation_ = 0;  // the attempt that gave connection_
   std::vector<std::string> broadcastRules_;
   std::vector<std::weak_ptr<ServiceHandle>> handles_;
-  std::map<std::string, dbus_uint32_t> users_;  // by unique name, of this connection
+  // By unique name, of connection_: a bus that has been started again gives the same names to
+  // others.
+  std::map<std::string, dbus_uint32_t> users_;
+  std::set<std::string> refusedSenders_;
 };
 
 }  // namespace qxbus

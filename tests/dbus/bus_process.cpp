@@ -12,11 +12,14 @@
 #include <cstdlib>
 #include <exception>
 #include <future>
+#include <memory>
 #include <string>
 #include <thread>
 
 #include <grp.h>
 #include <unistd.h>
+
+#include "bus/dbus/wire.h"
 
 #include "bus/dbus/service_host.h"
 #include "bus/qxbus.h"
@@ -52,7 +55,12 @@ int serve(const std::string& address, const std::string& service) {
                                  shout();
                                  ::_exit(0);
                                }};
-  qxbus::ServiceHost host(address, service, {echo, stay, leave});
+  const qxbus::Method broadcast = {"broadcast", [running](qxbus::Request request) {
+                                     running.get()->broadcast(
+                                         qxbus::readString(request.arguments(), 0), {});
+                                     request.reply({});
+                                   }};
+  qxbus::ServiceHost host(address, service, {echo, stay, leave, broadcast});
   made.set_value(&host);
   say("running");
   for (;;) {

@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "tests/dbus/bus_test.h"
+#include "tests/dbus/raw_peer.h"
 
 namespace {
 
@@ -203,6 +204,32 @@ TEST_F(BusThatIsLost, IsTheDeathOfEveryInterfaceAlsoWhenACallerReconnectsAtOnce)
 
   EXPECT_TRUE(waitUntil([&] { return ended == kPending; }));
   EXPECT_TRUE(deaths->wait(Milliseconds(3000)));
+}
+
+// Unique names begin anew with the bus: the next instance may be called what the last one was.
+TEST_F(BusThatIsLost, DoesNotTakeTheEventsOfTheNextInstanceToAnInterfaceOfTheLast) {
+  std::vector<ProxyRef> proxies;
+  std::vector<std::shared_ptr<Messages>> events;
+  std::vector<std::string> names;
+  for (std::int32_t life = 0; life < 2; ++life) {
+    bus().kill();
+    bus().start();
+    service_ = std::make_unique<TestService>();
+    proxies.push_back(proxyOf());
+    const auto heard = std::make_shared<Messages>();
+    events.push_back(heard);
+    proxies.back()->addEventListener(
+        "velevent", lastingListener([heard](const MessageRef& event) { heard->add(event); }),
+        kSafe);
+    service_->emit("velevent", {life});
+    ASSERT_TRUE(heard->waitFor(1));
+    names.push_back(RawPeer(bus().address()).ownerOf("qx.bus.vel"));
+  }
+
+  ASSERT_EQ(names[0], names[1]);
+  EXPECT_TRUE(events[0]->stays(1));
+  EXPECT_THAT(firstNumbers(*events[0]), ElementsAre(0));
+  EXPECT_THAT(firstNumbers(*events[1]), ElementsAre(1));
 }
 
 #if defined(__linux__)
