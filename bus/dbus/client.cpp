@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <iterator>
 #include <optional>
-#include <system_error>
 #include <thread>
 
 #include <unistd.h>
@@ -22,6 +21,8 @@ constexpr int kErrorLevel = 7;
 constexpr int kBusTimeoutMs = 2000;
 // More peers than this are not remembered: unique names are never used again.
 constexpr std::size_t kRememberedPeers = 1000;
+// How often a thread is tried for that there was none for.
+constexpr std::chrono::milliseconds kThreadRetry{100};
 
 void logError(const std::string& text) {
   norvoLogPrint(0, kErrorLevel, "QXBUS", "%s", text.c_str());
@@ -49,6 +50,18 @@ std::string broadcastRule(const std::string& name) {
 std::string textOf(const char* field) {
   return field ? field : "";
 }
+
+// Calls a function at the end of its scope.
+class AtExit {
+ public:
+  explicit AtExit(std::function<void()> function) : function_(std::move(function)) {}
+  ~AtExit() { function_(); }
+  AtExit(const AtExit&) = delete;
+  AtExit& operator=(const AtExit&) = delete;
+
+ private:
+  const std::function<void()> function_;
+};
 
 void callEach(const std::vector<Listeners::Registration>& registrations,
               const std::shared_ptr<QXBusMessage>& event) {
@@ -209,7 +222,6 @@ void ServiceHandle::setDeathCallback(std::function<void()> callback) {
 }
 
 void ServiceHandle::die() {
-  std::function<void()> callback;
   {
     const std::lock_guard<std::mutex> lock(mutex_);
     dead_ = true;
@@ -217,13 +229,26 @@ void ServiceHandle::die() {
       return;
     }
     deathReported_ = true;
-    callback.swap(deathCallback_);
   }
-  try {
-    std::thread(std::move(callback)).detach();
-  } catch (const std::system_error& error) {
-    logError("the death of service " + quoted(service_) + " goes untold: " + error.what());
-  }
+  // The callback stays here until a thread has it: whoever releases the interface before is not
+  // told any more.
+  client_->runApart([weak = weak_from_this()] {
+    std::function<void()> callback;
+    if (const std::shared_ptr<ServiceHandle> self = weak.lock()) {
+      callback = self->takeDeathCallback();
+    }
+    if (callback) {
+      callback();
+    }
+  });
+}
+
+std::function<void()> ServiceHandle::takeDeathCallback() {
+  std::function<void()> callback;
+  const std::lock_guard<std::mutex> lock(mutex_);
+  callback.swap(deathCallback_);
+  deathReported_ = callback != nullptr;
+  return callback;
 }
 
 void ServiceHandle::addEventListener(const std::string& name, QXBusEventCallback* listener,
@@ -277,6 +302,11 @@ Client::Client(std::string address) : address_(std::move(address)) {}
 
 std::shared_ptr<Client> Client::connect(std::string address, std::string* failure) {
   std::shared_ptr<Client> client(new Client(std::move(address)));
+  if (!client->events_.isRunning() || !client->completions_.isRunning() ||
+      !client->deaths_.isRunning()) {
+    *failure = kNoThread;
+    return nullptr;
+  }
   return client->connection(deadlineAfter(kBusTimeoutMs), failure) ? client : nullptr;
 }
 
@@ -291,11 +321,13 @@ std::shared_ptr<Connection> Client::connection(Clock::time_point deadline, std::
   }
   connecting_ = true;
   lock.unlock();
-  std::shared_ptr<Connection> connected = connectAnew(deadline, failure);
-  lock.lock();
-  connecting_ = false;
-  connected_.notify_all();
-  return connected;
+  // However it ends, the next caller may try.
+  const AtExit end([this] {
+    const std::lock_guard<std::mutex> ending(mutex_);
+    connecting_ = false;
+    connected_.notify_all();
+  });
+  return connectAnew(deadline, failure);
 }
 
 std::shared_ptr<Connection> Client::connectAnew(Clock::time_point deadline, std::string* failure) {
@@ -452,6 +484,16 @@ void Client::logRefusedSender(const Connection& connection, const std::string& s
     }
   }
   logError("broadcast events of " + sender + " are refused: " + reason);
+}
+
+void Client::runApart(const std::function<void()>& task) {
+  if (!startThread(task)) {
+    deaths_.post([task] {
+      while (!startThread(task)) {
+        std::this_thread::sleep_for(kThreadRetry);
+      }
+    });
+  }
 }
 
 std::vector<std::shared_ptr<ServiceHandle>> Client::liveHandles() {

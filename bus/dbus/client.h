@@ -5,6 +5,7 @@
 //   event thread        runs the listeners, one event after the other
 //   completion thread   runs what waits for an asynchronous reply
 //   a thread per death  may sleep and call as long as it likes
+//   death thread        starts those again that could not be started
 //
 // So nothing of a client's can hold up the reading, and no two kinds hold each other up. No lock is
 // held while any of them calls out. What waits for a handler is bounded by nothing but the memory.
@@ -52,7 +53,7 @@ class Listeners {
 
 // One running instance of a service, bound to its unique name on one connection: it never reaches
 // a later instance, and nobody else's signal is an event of it.
-class ServiceHandle {
+class ServiceHandle : public std::enable_shared_from_this<ServiceHandle> {
  public:
   // generation is the connection's.
   ServiceHandle(std::shared_ptr<Client> client, std::shared_ptr<Connection> connection,
@@ -84,6 +85,8 @@ class ServiceHandle {
  private:
   MessagePtr encode(QXBusMessage& message, std::string* failure) const;
   void die();
+  // What is to be called on a thread of its own; nothing when nobody is left to be told.
+  std::function<void()> takeDeathCallback();
   std::string owner() const;
 
   const std::shared_ptr<Client> client_;
@@ -99,7 +102,7 @@ class ServiceHandle {
   std::string owner_;
   std::vector<std::string> formerOwners_;  // seen to go before owner_ was known
   bool dead_ = false;
-  bool deathReported_ = false;
+  bool deathReported_ = false;  // or about to be
   std::function<void()> deathCallback_;
 };
 
@@ -119,6 +122,8 @@ class Client : public std::enable_shared_from_this<Client> {
 
   // Runs a task on the completion thread.
   void complete(std::function<void()> task) { completions_.post(std::move(task)); }
+  // Runs a task on a thread of its own, as soon as there is one.
+  void runApart(const std::function<void()>& task);
 
  private:
   explicit Client(std::string address);
@@ -144,6 +149,7 @@ class Client : public std::enable_shared_from_this<Client> {
   const std::string address_;
   Worker events_;
   Worker completions_;
+  Worker deaths_;
   Listeners broadcastListeners_;
 
   std::mutex mutex_;  // guards the rest

@@ -9,7 +9,6 @@
 #include <map>
 #include <mutex>
 #include <optional>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -18,6 +17,8 @@
 #include <unistd.h>
 
 #include "bus/dbus/bus_daemon.h"
+#include "bus/dbus/opening.h"
+#include "bus/dbus/worker.h"
 
 namespace qxbus {
 namespace {
@@ -108,7 +109,7 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
   Core(const Core&) = delete;
   Core& operator=(const Core&) = delete;
 
-  bool connect(const std::string& address, std::string* failure) {
+  bool connect(const std::string& address, Clock::time_point deadline, std::string* failure) {
     if (!wake_.isOpen()) {
       *failure = "no pipe left";
       return false;
@@ -117,13 +118,10 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
       *failure = "out of memory";
       return false;
     }
-    Error error;
-    bus_ = dbus_connection_open_private(address.c_str(), error.get());
+    bus_ = openPrivate(address, deadline, failure);
     if (!bus_) {
-      *failure = error.text();
       return false;
     }
-    dbus_connection_set_exit_on_disconnect(bus_, FALSE);
     if (!dbus_connection_set_watch_functions(bus_, &Core::addWatch, &Core::removeWatch,
                                              &Core::toggleWatch, this, nullptr)) {
       *failure = "out of memory";
@@ -131,7 +129,12 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
       return false;
     }
     open_ = true;
-    std::thread([self = shared_from_this()] { self->run(); }).detach();
+    if (!startThread([self = shared_from_this()] { self->run(); })) {
+      *failure = kNoThread;
+      open_ = false;
+      close();
+      return false;
+    }
     return true;
   }
 
@@ -361,7 +364,7 @@ Connection::~Connection() {
 std::shared_ptr<Connection> Connection::open(const Endpoint& endpoint, Handlers handlers,
                                              Clock::time_point deadline, std::string* failure) {
   auto core = std::make_shared<Core>(std::move(handlers));
-  if (!core->connect(endpoint.address, failure)) {
+  if (!core->connect(endpoint.address, deadline, failure)) {
     return nullptr;
   }
   std::shared_ptr<Connection> connection(new Connection(std::move(core)));

@@ -47,7 +47,7 @@ class Connection {
   };
 
   // Connects, and signs in at the bus daemon. Null, with a reason, when that fails or is not done
-  // by the deadline.
+  // by the deadline, however long the other end takes to accept.
   static std::shared_ptr<Connection> open(const Endpoint& endpoint, Handlers handlers,
                                           Clock::time_point deadline, std::string* failure);
 

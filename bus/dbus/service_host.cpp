@@ -303,6 +303,9 @@ ServiceHost::ServiceHost(const std::string& address, const std::string& service,
     throw std::runtime_error("\"" + service + "\" is no name for a service");
   }
   impl_ = std::make_shared<Impl>(service, std::move(methods), events);
+  if (!impl_->worker.isRunning()) {
+    throw std::runtime_error(kNoThread);
+  }
   const std::string reached = address.empty() ? busAddress() : address;
   if (reached.empty()) {
     throw std::runtime_error("there is no session bus, and QXBUS_ADDRESS names none");

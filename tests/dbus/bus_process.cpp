@@ -6,17 +6,24 @@
 //       prints "connected" or "no bus", then the milliseconds that it took to find out
 //   bus_process wait VARIABLE=VALUE
 //       prints "no bus" when there is none at first, and "connected" as soon as there is one
+//   bus_process threads VARIABLE=VALUE
+//       runs out of threads, see runOutOfThreads
 
+#include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <functional>
 #include <future>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <thread>
 
 #include <grp.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include "bus/dbus/wire.h"
@@ -94,6 +101,96 @@ int waitForBus() {
   return 0;
 }
 
+// --- Out of threads ------------------------------------------------------------------------------
+
+// Whether the limit of this user's processes can be set so. Systems that count no threads among
+// them, and the superuser's processes, take no notice of it.
+bool limitProcesses(rlim_t most) {
+  rlimit limit = {};
+  ::getrlimit(RLIMIT_NPROC, &limit);
+  limit.rlim_cur = std::min(most, limit.rlim_max);
+  return ::setrlimit(RLIMIT_NPROC, &limit) == 0;
+}
+
+void liftLimit() {
+  limitProcesses(RLIM_INFINITY);
+}
+
+bool canStartThread() {
+  try {
+    std::thread([] {}).join();
+    return true;
+  } catch (const std::system_error&) {
+    return false;
+  }
+}
+
+// Makes the action run with no thread to be had, with one, with two, as far as that can be known.
+void tryWithFewThreads(const std::function<void()>& action) {
+  rlim_t first = 1;
+  while (limitProcesses(first) && !canStartThread()) {
+    ++first;
+  }
+  for (rlim_t most = first - 1; most < first + 6; ++most) {
+    limitProcesses(most);
+    action();
+  }
+  limitProcesses(1);
+}
+
+// Prints "no limit" when it cannot run out of threads; else, in this order,
+//   "no bus" and "connected"      what it finds without threads, and with them
+//   "limited"                     it has an interface of vel and can start no thread again
+//   (SIGUSR1: vel is gone)
+//   "untold"                      it knows that
+//   "death"                       it has been told, now that it can start threads
+//   "limited"
+//   (SIGUSR1: the bus and vel have been started again)
+//   "not there" and "there"       what it finds without threads, and with them
+void runOutOfThreads() {
+  sigset_t turn;
+  ::sigemptyset(&turn);
+  ::sigaddset(&turn, SIGUSR1);
+  ::pthread_sigmask(SIG_BLOCK, &turn, nullptr);
+  const auto waitForTurn = [&turn] {
+    int number = 0;
+    ::sigwait(&turn, &number);
+  };
+  constexpr unsigned int kNobody = 65534;
+  if ((::geteuid() == 0 && !become(kNobody)) || !limitProcesses(1) || canStartThread()) {
+    say("no limit");
+    return;
+  }
+  say(QXBusSerivceManager::initSync(-1) ? "connected" : "no bus");
+  tryWithFewThreads([] { QXBusSerivceManager::initSync(-1); });
+  liftLimit();
+  QXBusSerivceManager* const manager = QXBusSerivceManager::initSync(-1);
+  say(manager ? "connected" : "no bus");
+  const std::shared_ptr<QXBusProxyInterface> proxy =
+      manager->getServiceProxyInterface("vel", QXBUS_SECURITY_SAME_USER_OR_ROOT, 1);
+  const auto told = std::make_shared<std::promise<void>>();
+  proxy->setDeathCallback([told] { told->set_value(); });
+  limitProcesses(1);
+  say("limited");
+
+  waitForTurn();
+  // The second answer is read after everything that came before the first has been handled.
+  manager->isServiceRegistered("vel");
+  manager->isServiceRegistered("vel");
+  say("untold");
+  liftLimit();
+  told->get_future().wait();
+  say("death");
+
+  limitProcesses(1);
+  say("limited");
+  waitForTurn();
+  say(manager->isServiceRegistered("vel") ? "there" : "not there");
+  tryWithFewThreads([manager] { manager->isServiceRegistered("vel"); });
+  liftLimit();
+  say(manager->isServiceRegistered("vel") ? "there" : "not there");
+}
+
 int run(int argc, char** argv) {
   const std::string mode = argc > 1 ? argv[1] : "";
   if (mode == "serve" && argc > 3) {
@@ -109,6 +206,12 @@ int run(int argc, char** argv) {
   }
   if (argc > 2) {
     setVariable(argv[2]);
+  }
+  if (mode == "threads") {
+    runOutOfThreads();
+    // Not through main's end: a leak checker there would want to trace a process that has changed
+    // its user.
+    ::_exit(0);
   }
   return mode == "wait" ? waitForBus() : connect();
 }
