@@ -25,6 +25,8 @@ namespace {
 
 constexpr char kConnectionGone[] = "the connection to the bus is gone";
 constexpr char kNoReplyInTime[] = "no reply in time";
+// What has been sent before the end may take this long to go out.
+constexpr std::chrono::seconds kLastWords{1};
 
 // Wakes a poll. Both ends never block: a full pipe wakes just as well.
 class WakePipe {
@@ -238,7 +240,7 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
         watches->push_back(watch);
       }
     }
-    return pollTimeout(nextDeadline_);
+    return pollTimeout(std::min(nextDeadline_, closeDeadline_));
   }
 
   // Moves bytes, then hands on what has arrived. False when the connection has ended.
@@ -260,7 +262,7 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
         sort(MessagePtr(message), &finished, &messages);
       }
       expire(&finished);
-      open = !closing_ && dbus_connection_get_is_connected(bus_);
+      open = !isOver();
     }
     for (auto& [done, outcome] : finished) {
       done(std::move(outcome));
@@ -269,6 +271,19 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
       handlers_.onMessage(std::move(message));
     }
     return open;
+  }
+
+  bool isOver() {
+    if (!dbus_connection_get_is_connected(bus_)) {
+      return true;
+    }
+    if (!closing_) {
+      return false;
+    }
+    // libdbus keeps what the socket does not take at once, a large last reply for instance.
+    const Clock::time_point now = Clock::now();
+    closeDeadline_ = std::min(closeDeadline_, now + kLastWords);
+    return !dbus_connection_has_messages_to_send(bus_) || now >= closeDeadline_;
   }
 
   void sort(MessagePtr message, Finished* finished, std::vector<MessagePtr>* messages) {
@@ -342,6 +357,7 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
   std::vector<DBusWatch*> watches_;
   std::map<dbus_uint32_t, Pending> pending_;
   Clock::time_point nextDeadline_ = Clock::time_point::max();
+  Clock::time_point closeDeadline_ = Clock::time_point::max();
 };
 
 namespace {

@@ -51,7 +51,8 @@ class Connection {
   static std::shared_ptr<Connection> open(const Endpoint& endpoint, Handlers handlers,
                                           Clock::time_point deadline, std::string* failure);
 
-  // Closes the connection. Does not wait for the I/O thread.
+  // Closes the connection once what was sent has gone out, or after a second. Does not wait for the
+  // I/O thread.
   ~Connection();
 
   Connection(const Connection&) = delete;
