@@ -204,8 +204,11 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
   }
 
   static void removeWatch(DBusWatch* watch, void* core) {
-    auto& watches = static_cast<Core*>(core)->watches_;
+    auto* const self = static_cast<Core*>(core);
+    auto& watches = self->watches_;
     watches.erase(std::remove(watches.begin(), watches.end(), watch), watches.end());
+    // A caller's write that fails ends the connection, and nothing more may come to poll for.
+    self->wake_.wake();
   }
 
   // Also called where a message is freed, when that makes room for more, so without the lock.
@@ -262,7 +265,7 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
         sort(MessagePtr(message), &finished, &messages);
       }
       expire(&finished);
-      open = !isOver();
+      open = !isOver(polled);
     }
     for (auto& [done, outcome] : finished) {
       done(std::move(outcome));
@@ -273,8 +276,11 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
     return open;
   }
 
-  bool isOver() {
-    if (!dbus_connection_get_is_connected(bus_)) {
+  bool isOver(const std::vector<pollfd>& polled) {
+    // Somebody has closed a descriptor of ours: to poll it would return at once, for ever.
+    const auto isTaken = [](const pollfd& each) { return (each.revents & POLLNVAL) != 0; };
+    if (!dbus_connection_get_is_connected(bus_) ||
+        std::any_of(polled.begin(), polled.end(), isTaken)) {
       return true;
     }
     if (!closing_) {

@@ -1,4 +1,4 @@
-// What the system takes away, or would have to give in the end: threads.
+// What the system takes away, or would have to give in the end: threads, descriptors.
 
 #include "tests/dbus/bus_test.h"
 
@@ -43,6 +43,23 @@ TEST_F(ScarceSystem, MayRunOutOfThreadsForAWhile) {
   EXPECT_EQ(process.readLine(), "not there");
   EXPECT_EQ(process.readLine(), "there");
   EXPECT_EQ(process.wait(), 0);
+}
+
+// As programs do that become daemons.
+TEST_F(ScarceSystem, MayHaveEveryDescriptorClosedByTheProgram) {
+  const TestService service;
+  ChildProcess process = start("close", "all");
+
+  EXPECT_EQ(process.readLine(), "death");
+  EXPECT_EQ(process.readLine(), "there");
+}
+
+TEST_F(ScarceSystem, MayHaveItsSocketClosedByTheProgram) {
+  const TestService service;
+  ChildProcess process = start("close", "sockets");
+
+  EXPECT_EQ(process.readLine(), "death");
+  EXPECT_EQ(process.readLine(), "there");
 }
 
 }  // namespace
