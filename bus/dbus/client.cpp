@@ -395,6 +395,7 @@ std::shared_ptr<ServiceHandle> Client::handleOn(const std::string& service,
         const std::lock_guard<std::mutex> lock(mutex_);
         handle = std::make_shared<ServiceHandle>(
             shared_from_this(), connected, connected == connection_ ? generation_ : 0, service);
+        forgetDeadHandles();
         handles_.push_back(handle);
       }
       if (handle->attach(flags, deadline, &failure)) {
@@ -496,15 +497,18 @@ void Client::runApart(const std::function<void()>& task) {
   }
 }
 
+void Client::forgetDeadHandles() {
+  handles_.erase(std::remove_if(handles_.begin(), handles_.end(),
+                                [](const auto& handle) { return handle.expired(); }),
+                 handles_.end());
+}
+
 std::vector<std::shared_ptr<ServiceHandle>> Client::liveHandles() {
   std::vector<std::shared_ptr<ServiceHandle>> live;
   const std::lock_guard<std::mutex> lock(mutex_);
-  for (auto handle = handles_.begin(); handle != handles_.end();) {
-    if (std::shared_ptr<ServiceHandle> alive = handle->lock()) {
+  for (const std::weak_ptr<ServiceHandle>& handle : handles_) {
+    if (std::shared_ptr<ServiceHandle> alive = handle.lock()) {
       live.push_back(std::move(alive));
-      ++handle;
-    } else {
-      handle = handles_.erase(handle);
     }
   }
   return live;

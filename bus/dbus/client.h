@@ -133,6 +133,7 @@ class Client : public std::enable_shared_from_this<Client> {
   std::shared_ptr<Connection> connection(Clock::time_point deadline, std::string* failure);
   std::shared_ptr<Connection> connectAnew(Clock::time_point deadline, std::string* failure);
   std::vector<std::shared_ptr<ServiceHandle>> liveHandles();
+  void forgetDeadHandles();  // with mutex_ held
 
   // Why a connection does not belong to this user or to root; empty when it does.
   std::string refusal(Connection& connection, const std::string& uniqueName,

@@ -11,8 +11,12 @@
 //   bus_process close VARIABLE=VALUE all|sockets
 //       closes its own descriptors; prints "death" and "there" when it has noticed, and connected
 //       again
+//   bus_process absent VARIABLE=VALUE
+//       prints how many more blocks of memory are in use after 200 asks for a service that is
+//       absent
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -21,6 +25,7 @@
 #include <functional>
 #include <future>
 #include <memory>
+#include <new>
 #include <string>
 #include <system_error>
 #include <thread>
@@ -40,6 +45,9 @@
 #include "platform/log.h"
 
 namespace {
+
+// Stays at 0 in a program that cannot count.
+std::atomic<long> blocksInUse{0};
 
 void say(const std::string& line) {
   std::printf("%s\n", line.c_str());
@@ -231,6 +239,26 @@ int loseDescriptors(bool socketsOnly) {
   return 0;
 }
 
+// --- Memory --------------------------------------------------------------------------------------
+
+int askForWhatIsAbsent() {
+  QXBusSerivceManager* const manager = QXBusSerivceManager::initSync(-1);
+  const auto ask = [manager](int times) {
+    for (int i = 0; i < times; ++i) {
+      manager->getServiceProxyInterface("absent", QXBUS_SECURITY_ANY_USER, 1);
+    }
+  };
+  ask(50);
+  const long before = blocksInUse;
+  if (before == 0) {
+    say("uncounted");
+    return 0;
+  }
+  ask(200);
+  say(std::to_string(blocksInUse - before));
+  return 0;
+}
+
 int run(int argc, char** argv) {
   const std::string mode = argc > 1 ? argv[1] : "";
   if (mode == "serve" && argc > 3) {
@@ -256,6 +284,9 @@ int run(int argc, char** argv) {
   if (mode == "close" && argc > 3) {
     return loseDescriptors(std::string(argv[3]) == "sockets");
   }
+  if (mode == "absent") {
+    return askForWhatIsAbsent();
+  }
   return mode == "wait" ? waitForBus() : connect();
 }
 
@@ -272,3 +303,25 @@ int main(int argc, char** argv) {
 
 extern "C" void norvoLogPrint(int /*channel*/, int /*level*/, const char* /*tag*/,
                               const char* /*format*/, ...) {}
+
+#if defined(COUNTS_BLOCKS)
+void* operator new(std::size_t size) {
+  void* const block = std::malloc(size);
+  if (!block) {
+    throw std::bad_alloc();
+  }
+  ++blocksInUse;
+  return block;
+}
+
+void operator delete(void* block) noexcept {
+  if (block) {
+    --blocksInUse;
+    std::free(block);
+  }
+}
+
+void operator delete(void* block, std::size_t /*size*/) noexcept {
+  operator delete(block);
+}
+#endif

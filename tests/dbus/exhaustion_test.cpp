@@ -1,4 +1,4 @@
-// What the system takes away, or would have to give in the end: threads, descriptors.
+// What the system takes away, or would have to give in the end: threads, descriptors, memory.
 
 #include "tests/dbus/bus_test.h"
 
@@ -60,6 +60,18 @@ TEST_F(ScarceSystem, MayHaveItsSocketClosedByTheProgram) {
 
   EXPECT_EQ(process.readLine(), "death");
   EXPECT_EQ(process.readLine(), "there");
+}
+
+TEST_F(ScarceSystem, IsNotUsedUpByAskingForWhatIsAbsent) {
+  ChildProcess process = start("absent");
+
+  const std::string blocks = process.readLine();
+
+  if (blocks == "uncounted") {
+    GTEST_SKIP() << "memory is not counted in this build";
+  }
+  ASSERT_NE(blocks, "");
+  EXPECT_LT(std::atoi(blocks.c_str()), 100);
 }
 
 }  // namespace
