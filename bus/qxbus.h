@@ -11,6 +11,9 @@
 //           never freed by the bus layer.
 // ERRORS    Nothing throws. A call that fails still yields a message, whose type() is not
 //           MESSAGE_TYPE_METHOD_RETURN and whose argument 0 is a readable string.
+// SIZE      A bus may end the connection of whoever sends more than it allows in one message (over
+//           D-Bus: max_message_size of the bus daemon). To the sender that is the loss of the bus.
+// FORK      A child of fork() has none of the threads: until it calls exec it must not use the bus.
 
 #ifndef BUS_QXBUS_H
 #define BUS_QXBUS_H
@@ -77,6 +80,10 @@ class QXBusMessage {
 };
 
 // A listener for events: set handler, then pass the object to an addEventListener.
+//
+// Events are handed out over a snapshot of the listeners, so one that is removed may be called once
+// more, for the event that is being handed out just then, or may be running still. It must not be
+// freed when removeEventListener or the destructor of its interface returns.
 class QXBusEventCallback {
  public:
   virtual ~QXBusEventCallback();
@@ -100,7 +107,9 @@ class QXBusProxyInterface {
   // Called at most once per interface, when this instance of the service is gone. A death that
   // came first is delivered when the callback is set.
   void setDeathCallback(std::function<void()> callback);
+  // Every registration counts: a listener that was added twice is called twice.
   void addEventListener(std::string name, QXBusEventCallback* listener, QXBusSecurityFlags flags);
+  // Undoes all registrations of this listener under this name, however many; no effect without one.
   void removeEventListener(std::string name, QXBusEventCallback* listener);
 
   // For the implementation's own use.
@@ -124,7 +133,10 @@ class QXBusSerivceManager {
   std::shared_ptr<QXBusProxyInterface> getServiceProxyInterface(std::string name,
                                                                 QXBusSecurityFlags flags, int mode);
   // Listens to broadcast events, whoever sends them. Every registration counts: a listener that
-  // was added twice is called twice.
+  // was added twice is called twice, and stays for as long as the process.
+  //
+  // A sender that has left the bus by the time its event is handed out can no longer be checked:
+  // such an event reaches only listeners with QXBUS_SECURITY_ANY_USER.
   void addEventListener(const std::string& name, QXBusEventCallback* listener,
                         QXBusSecurityFlags flags);
 

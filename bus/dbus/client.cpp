@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <iterator>
 #include <optional>
-#include <system_error>
 #include <thread>
 
 #include <unistd.h>
@@ -20,8 +19,10 @@ namespace {
 constexpr int kErrorLevel = 7;
 // How long the bus itself may take: callers hold locks meanwhile.
 constexpr int kBusTimeoutMs = 2000;
-// More users than this are not remembered: unique names are never used again.
-constexpr std::size_t kRememberedUsers = 1000;
+// More peers than this are not remembered: unique names are never used again.
+constexpr std::size_t kRememberedPeers = 1000;
+// How often a thread is tried for that there was none for.
+constexpr std::chrono::milliseconds kThreadRetry{100};
 
 void logError(const std::string& text) {
   norvoLogPrint(0, kErrorLevel, "QXBUS", "%s", text.c_str());
@@ -49,6 +50,18 @@ std::string broadcastRule(const std::string& name) {
 std::string textOf(const char* field) {
   return field ? field : "";
 }
+
+// Calls a function at the end of its scope.
+class AtExit {
+ public:
+  explicit AtExit(std::function<void()> function) : function_(std::move(function)) {}
+  ~AtExit() { function_(); }
+  AtExit(const AtExit&) = delete;
+  AtExit& operator=(const AtExit&) = delete;
+
+ private:
+  const std::function<void()> function_;
+};
 
 void callEach(const std::vector<Listeners::Registration>& registrations,
               const std::shared_ptr<QXBusMessage>& event) {
@@ -191,8 +204,8 @@ void ServiceHandle::call(QXBusMessage& message, int timeoutMs,
   connection_->call(
       call.get(), deadlineAfter(timeoutMs),
       [client = client_, done = std::move(done), method = message.impl().name](Outcome outcome) {
-        auto held = std::make_shared<Outcome>(std::move(outcome));
-        client->complete([done, held, method] { done(messageFrom(std::move(*held), method)); });
+        // Read here, as events are.
+        client->complete([done, reply = messageFrom(std::move(outcome), method)] { done(reply); });
       });
 }
 
@@ -209,7 +222,6 @@ void ServiceHandle::setDeathCallback(std::function<void()> callback) {
 }
 
 void ServiceHandle::die() {
-  std::function<void()> callback;
   {
     const std::lock_guard<std::mutex> lock(mutex_);
     dead_ = true;
@@ -217,13 +229,26 @@ void ServiceHandle::die() {
       return;
     }
     deathReported_ = true;
-    callback.swap(deathCallback_);
   }
-  try {
-    std::thread(std::move(callback)).detach();
-  } catch (const std::system_error& error) {
-    logError("the death of service " + quoted(service_) + " goes untold: " + error.what());
-  }
+  // The callback stays here until a thread has it: whoever releases the interface before is not
+  // told any more.
+  client_->runApart([weak = weak_from_this()] {
+    std::function<void()> callback;
+    if (const std::shared_ptr<ServiceHandle> self = weak.lock()) {
+      callback = self->takeDeathCallback();
+    }
+    if (callback) {
+      callback();
+    }
+  });
+}
+
+std::function<void()> ServiceHandle::takeDeathCallback() {
+  std::function<void()> callback;
+  const std::lock_guard<std::mutex> lock(mutex_);
+  callback.swap(deathCallback_);
+  deathReported_ = callback != nullptr;
+  return callback;
 }
 
 void ServiceHandle::addEventListener(const std::string& name, QXBusEventCallback* listener,
@@ -277,6 +302,11 @@ Client::Client(std::string address) : address_(std::move(address)) {}
 
 std::shared_ptr<Client> Client::connect(std::string address, std::string* failure) {
   std::shared_ptr<Client> client(new Client(std::move(address)));
+  if (!client->events_.isRunning() || !client->completions_.isRunning() ||
+      !client->deaths_.isRunning()) {
+    *failure = kNoThread;
+    return nullptr;
+  }
   return client->connection(deadlineAfter(kBusTimeoutMs), failure) ? client : nullptr;
 }
 
@@ -291,11 +321,13 @@ std::shared_ptr<Connection> Client::connection(Clock::time_point deadline, std::
   }
   connecting_ = true;
   lock.unlock();
-  std::shared_ptr<Connection> connected = connectAnew(deadline, failure);
-  lock.lock();
-  connecting_ = false;
-  connected_.notify_all();
-  return connected;
+  // However it ends, the next caller may try.
+  const AtExit end([this] {
+    const std::lock_guard<std::mutex> ending(mutex_);
+    connecting_ = false;
+    connected_.notify_all();
+  });
+  return connectAnew(deadline, failure);
 }
 
 std::shared_ptr<Connection> Client::connectAnew(Clock::time_point deadline, std::string* failure) {
@@ -327,6 +359,7 @@ std::shared_ptr<Connection> Client::connectAnew(Clock::time_point deadline, std:
     connection_ = connected;
     generation_ = generation;
     users_.clear();
+    refusedSenders_.clear();
     rules = broadcastRules_;
   }
   for (const std::string& rule : rules) {
@@ -362,6 +395,7 @@ std::shared_ptr<ServiceHandle> Client::handleOn(const std::string& service,
         const std::lock_guard<std::mutex> lock(mutex_);
         handle = std::make_shared<ServiceHandle>(
             shared_from_this(), connected, connected == connection_ ? generation_ : 0, service);
+        forgetDeadHandles();
         handles_.push_back(handle);
       }
       if (handle->attach(flags, deadline, &failure)) {
@@ -400,50 +434,96 @@ void Client::addBroadcastListener(const std::string& name, QXBusEventCallback* l
 
 bool Client::isTrusted(Connection& connection, const std::string& uniqueName,
                        const std::string& what, Clock::time_point deadline) {
+  const std::string reason = refusal(connection, uniqueName, deadline);
+  if (!reason.empty()) {
+    logError(what + " is refused: " + reason);
+  }
+  return reason.empty();
+}
+
+std::string Client::refusal(Connection& connection, const std::string& uniqueName,
+                            Clock::time_point deadline) {
   std::optional<dbus_uint32_t> user;
   {
     const std::lock_guard<std::mutex> lock(mutex_);
     const auto known = users_.find(uniqueName);
-    if (known != users_.end()) {
+    if (&connection == connection_.get() && known != users_.end()) {
       user = known->second;
     }
   }
   if (!user) {
     user = userOf(connection, uniqueName, deadline);
     if (!user) {
-      logError(what + " is refused: the bus does not say which user it runs as");
-      return false;
+      return "the bus does not say which user it runs as";
     }
     const std::lock_guard<std::mutex> lock(mutex_);
-    if (users_.size() >= kRememberedUsers) {
+    if (users_.size() >= kRememberedPeers) {
       users_.clear();
     }
-    // A bus that has been started again gives the same names to others.
     if (&connection == connection_.get()) {
       users_.emplace(uniqueName, *user);
     }
   }
   if (*user == ::geteuid() || *user == 0) {
-    return true;
+    return "";
   }
-  logError(what + " is refused: it runs as user " + std::to_string(*user) +
-           ", neither as this user (" + std::to_string(::geteuid()) + ") nor as root");
-  return false;
+  return "it runs as user " + std::to_string(*user) + ", neither as this user (" +
+         std::to_string(::geteuid()) + ") nor as root";
+}
+
+// Anybody may broadcast as often as it likes, and the log is not there for that.
+void Client::logRefusedSender(const Connection& connection, const std::string& sender,
+                              const std::string& reason) {
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (refusedSenders_.size() >= kRememberedPeers) {
+      refusedSenders_.clear();
+    }
+    // What a lost connection has left behind is not worth a line either.
+    if (&connection != connection_.get() || !refusedSenders_.insert(sender).second) {
+      return;
+    }
+  }
+  logError("broadcast events of " + sender + " are refused: " + reason);
+}
+
+void Client::runApart(const std::function<void()>& task) {
+  if (!startThread(task)) {
+    deaths_.post([task] {
+      while (!startThread(task)) {
+        std::this_thread::sleep_for(kThreadRetry);
+      }
+    });
+  }
+}
+
+void Client::forgetDeadHandles() {
+  handles_.erase(std::remove_if(handles_.begin(), handles_.end(),
+                                [](const auto& handle) { return handle.expired(); }),
+                 handles_.end());
 }
 
 std::vector<std::shared_ptr<ServiceHandle>> Client::liveHandles() {
   std::vector<std::shared_ptr<ServiceHandle>> live;
   const std::lock_guard<std::mutex> lock(mutex_);
-  for (auto handle = handles_.begin(); handle != handles_.end();) {
-    if (std::shared_ptr<ServiceHandle> alive = handle->lock()) {
+  for (const std::weak_ptr<ServiceHandle>& handle : handles_) {
+    if (std::shared_ptr<ServiceHandle> alive = handle.lock()) {
       live.push_back(std::move(alive));
-      ++handle;
-    } else {
-      handle = handles_.erase(handle);
     }
   }
   return live;
 }
+
+// What was read from the bus and waits for its handlers. Not the message itself: libdbus counts the
+// messages that are kept, and stops reading when they are too many.
+struct Client::Signal {
+  std::shared_ptr<Connection> connection;
+  std::string sender;
+  std::string name;
+  bool isBroadcast;
+  std::vector<std::weak_ptr<ServiceHandle>> from;  // unless it is a broadcast
+  Values arguments;
+};
 
 void Client::onMessage(unsigned int generation, MessagePtr message) {
   std::shared_ptr<Connection> connection;
@@ -465,48 +545,63 @@ void Client::onMessage(unsigned int generation, MessagePtr message) {
         dbus_message_get_args(message.get(), nullptr, DBUS_TYPE_STRING, &name, DBUS_TYPE_STRING,
                               &from, DBUS_TYPE_STRING, &to, DBUS_TYPE_INVALID)) {
       for (const std::shared_ptr<ServiceHandle>& handle : liveHandles()) {
-        handle->ownerChanged(name, from, to);
+        if (handle->isOn(*connection)) {
+          handle->ownerChanged(name, from, to);
+        }
       }
     }
     return;
   }
-  // Tasks are copied, messages are not.
-  const std::shared_ptr<DBusMessage> signal(message.release(), UnrefMessage());
-  events_.post([self = shared_from_this(), connection, signal] {
-    self->onSignal(connection, signal.get());
-  });
-}
-
-void Client::onSignal(const std::shared_ptr<Connection>& connection, DBusMessage* signal) {
-  const std::string sender = textOf(dbus_message_get_sender(signal));
-  const std::string path = textOf(dbus_message_get_path(signal));
-  const std::string interface = textOf(dbus_message_get_interface(signal));
-  const std::string name = textOf(dbus_message_get_member(signal));
-
-  std::vector<Listeners::Registration> called;
-  if (interface == kBroadcastInterface) {
-    called = broadcastListeners_.named(name);
-    const bool anyAsks = std::any_of(called.begin(), called.end(), [](const auto& registration) {
-      return registration.flags != QXBUS_SECURITY_ANY_USER;
-    });
-    if (anyAsks && !isTrusted(*connection, sender, "broadcast event " + quoted(name),
-                              deadlineAfter(kBusTimeoutMs))) {
-      called.erase(std::remove_if(called.begin(), called.end(),
-                                  [](const auto& registration) {
-                                    return registration.flags != QXBUS_SECURITY_ANY_USER;
-                                  }),
-                   called.end());
-    }
-  } else {
+  const std::string path = textOf(dbus_message_get_path(message.get()));
+  const std::string interface = textOf(dbus_message_get_interface(message.get()));
+  Signal signal = {connection,
+                   textOf(dbus_message_get_sender(message.get())),
+                   textOf(dbus_message_get_member(message.get())),
+                   interface == kBroadcastInterface,
+                   {},
+                   {}};
+  if (!signal.isBroadcast) {
     for (const std::shared_ptr<ServiceHandle>& handle : liveHandles()) {
-      if (handle->sends(sender, path, interface)) {
-        const auto more = handle->listeners().named(name);
-        called.insert(called.end(), more.begin(), more.end());
+      // Instances on different connections may have had the same unique name.
+      if (handle->isOn(*connection) && handle->sends(signal.sender, path, interface)) {
+        signal.from.push_back(handle);
       }
     }
   }
+  // What nobody asked for must not wait behind a handler: anybody can send it.
+  if (signal.isBroadcast ? broadcastListeners_.named(signal.name).empty() : signal.from.empty()) {
+    return;
+  }
+  signal.arguments = readBody(message.get());
+  events_.post([self = shared_from_this(), held = std::make_shared<Signal>(std::move(signal))] {
+    self->onSignal(*held);
+  });
+}
+
+void Client::onSignal(Signal& signal) {
+  std::vector<Listeners::Registration> called;
+  if (signal.isBroadcast) {
+    const auto asks = [](const Listeners::Registration& registration) {
+      return registration.flags != QXBUS_SECURITY_ANY_USER;
+    };
+    called = broadcastListeners_.named(signal.name);
+    if (std::any_of(called.begin(), called.end(), asks)) {
+      const std::string reason =
+          refusal(*signal.connection, signal.sender, deadlineAfter(kBusTimeoutMs));
+      if (!reason.empty()) {
+        logRefusedSender(*signal.connection, signal.sender, reason);
+        called.erase(std::remove_if(called.begin(), called.end(), asks), called.end());
+      }
+    }
+  }
+  for (const std::weak_ptr<ServiceHandle>& from : signal.from) {
+    if (const std::shared_ptr<ServiceHandle> handle = from.lock()) {
+      const auto more = handle->listeners().named(signal.name);
+      called.insert(called.end(), more.begin(), more.end());
+    }
+  }
   if (!called.empty()) {
-    callEach(called, makeMessage(MESSAGE_TYPE_SIGNAL, name, readBody(signal)));
+    callEach(called, makeMessage(MESSAGE_TYPE_SIGNAL, signal.name, std::move(signal.arguments)));
   }
 }
 

@@ -5,9 +5,10 @@
 //   event thread        runs the listeners, one event after the other
 //   completion thread   runs what waits for an asynchronous reply
 //   a thread per death  may sleep and call as long as it likes
+//   death thread        starts those again that could not be started
 //
 // So nothing of a client's can hold up the reading, and no two kinds hold each other up. No lock is
-// held while any of them calls out.
+// held while any of them calls out. What waits for a handler is bounded by nothing but the memory.
 
 #ifndef BUS_DBUS_CLIENT_H
 #define BUS_DBUS_CLIENT_H
@@ -17,6 +18,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -51,7 +53,7 @@ class Listeners {
 
 // One running instance of a service, bound to its unique name on one connection: it never reaches
 // a later instance, and nobody else's signal is an event of it.
-class ServiceHandle {
+class ServiceHandle : public std::enable_shared_from_this<ServiceHandle> {
  public:
   // generation is the connection's.
   ServiceHandle(std::shared_ptr<Client> client, std::shared_ptr<Connection> connection,
@@ -74,6 +76,7 @@ class ServiceHandle {
   Listeners& listeners() { return listeners_; }
 
   // What the client has read from the bus.
+  bool isOn(const Connection& connection) const { return &connection == connection_.get(); }
   bool sends(const std::string& sender, const std::string& path,
              const std::string& interface) const;
   void ownerChanged(const std::string& busName, const std::string& from, const std::string& to);
@@ -82,6 +85,8 @@ class ServiceHandle {
  private:
   MessagePtr encode(QXBusMessage& message, std::string* failure) const;
   void die();
+  // What is to be called on a thread of its own; nothing when nobody is left to be told.
+  std::function<void()> takeDeathCallback();
   std::string owner() const;
 
   const std::shared_ptr<Client> client_;
@@ -97,7 +102,7 @@ class ServiceHandle {
   std::string owner_;
   std::vector<std::string> formerOwners_;  // seen to go before owner_ was known
   bool dead_ = false;
-  bool deathReported_ = false;
+  bool deathReported_ = false;  // or about to be
   std::function<void()> deathCallback_;
 };
 
@@ -117,6 +122,8 @@ class Client : public std::enable_shared_from_this<Client> {
 
   // Runs a task on the completion thread.
   void complete(std::function<void()> task) { completions_.post(std::move(task)); }
+  // Runs a task on a thread of its own, as soon as there is one.
+  void runApart(const std::function<void()>& task);
 
  private:
   explicit Client(std::string address);
@@ -126,14 +133,24 @@ class Client : public std::enable_shared_from_this<Client> {
   std::shared_ptr<Connection> connection(Clock::time_point deadline, std::string* failure);
   std::shared_ptr<Connection> connectAnew(Clock::time_point deadline, std::string* failure);
   std::vector<std::shared_ptr<ServiceHandle>> liveHandles();
+  void forgetDeadHandles();  // with mutex_ held
 
+  // Why a connection does not belong to this user or to root; empty when it does.
+  std::string refusal(Connection& connection, const std::string& uniqueName,
+                      Clock::time_point deadline);
+  // Once per sender.
+  void logRefusedSender(const Connection& connection, const std::string& sender,
+                        const std::string& reason);
+
+  struct Signal;
   void onMessage(unsigned int generation, MessagePtr message);
-  void onSignal(const std::shared_ptr<Connection>& connection, DBusMessage* signal);
+  void onSignal(Signal& signal);
   void onLost(unsigned int generation);
 
   const std::string address_;
   Worker events_;
   Worker completions_;
+  Worker deaths_;
   Listeners broadcastListeners_;
 
   std::mutex mutex_;  // guards the rest
@@ -144,7 +161,10 @@ class Client : public std::enable_shared_from_this<Client> {
   unsigned int generation_ = 0;  // the attempt that gave connection_
   std::vector<std::string> broadcastRules_;
   std::vector<std::weak_ptr<ServiceHandle>> handles_;
-  std::map<std::string, dbus_uint32_t> users_;  // by unique name, of this connection
+  // By unique name, of connection_: a bus that has been started again gives the same names to
+  // others.
+  std::map<std::string, dbus_uint32_t> users_;
+  std::set<std::string> refusedSenders_;
 };
 
 }  // namespace qxbus

@@ -9,7 +9,6 @@
 #include <map>
 #include <mutex>
 #include <optional>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -18,12 +17,16 @@
 #include <unistd.h>
 
 #include "bus/dbus/bus_daemon.h"
+#include "bus/dbus/opening.h"
+#include "bus/dbus/worker.h"
 
 namespace qxbus {
 namespace {
 
 constexpr char kConnectionGone[] = "the connection to the bus is gone";
 constexpr char kNoReplyInTime[] = "no reply in time";
+// What has been sent before the end may take this long to go out.
+constexpr std::chrono::seconds kLastWords{1};
 
 // Wakes a poll. Both ends never block: a full pipe wakes just as well.
 class WakePipe {
@@ -108,7 +111,7 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
   Core(const Core&) = delete;
   Core& operator=(const Core&) = delete;
 
-  bool connect(const std::string& address, std::string* failure) {
+  bool connect(const std::string& address, Clock::time_point deadline, std::string* failure) {
     if (!wake_.isOpen()) {
       *failure = "no pipe left";
       return false;
@@ -117,13 +120,10 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
       *failure = "out of memory";
       return false;
     }
-    Error error;
-    bus_ = dbus_connection_open_private(address.c_str(), error.get());
+    bus_ = openPrivate(address, deadline, failure);
     if (!bus_) {
-      *failure = error.text();
       return false;
     }
-    dbus_connection_set_exit_on_disconnect(bus_, FALSE);
     if (!dbus_connection_set_watch_functions(bus_, &Core::addWatch, &Core::removeWatch,
                                              &Core::toggleWatch, this, nullptr)) {
       *failure = "out of memory";
@@ -131,7 +131,12 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
       return false;
     }
     open_ = true;
-    std::thread([self = shared_from_this()] { self->run(); }).detach();
+    if (!startThread([self = shared_from_this()] { self->run(); })) {
+      *failure = kNoThread;
+      open_ = false;
+      close();
+      return false;
+    }
     return true;
   }
 
@@ -199,8 +204,11 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
   }
 
   static void removeWatch(DBusWatch* watch, void* core) {
-    auto& watches = static_cast<Core*>(core)->watches_;
+    auto* const self = static_cast<Core*>(core);
+    auto& watches = self->watches_;
     watches.erase(std::remove(watches.begin(), watches.end(), watch), watches.end());
+    // A caller's write that fails ends the connection, and nothing more may come to poll for.
+    self->wake_.wake();
   }
 
   // Also called where a message is freed, when that makes room for more, so without the lock.
@@ -235,7 +243,7 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
         watches->push_back(watch);
       }
     }
-    return pollTimeout(nextDeadline_);
+    return pollTimeout(std::min(nextDeadline_, closeDeadline_));
   }
 
   // Moves bytes, then hands on what has arrived. False when the connection has ended.
@@ -257,7 +265,7 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
         sort(MessagePtr(message), &finished, &messages);
       }
       expire(&finished);
-      open = !closing_ && dbus_connection_get_is_connected(bus_);
+      open = !isOver(polled);
     }
     for (auto& [done, outcome] : finished) {
       done(std::move(outcome));
@@ -266,6 +274,22 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
       handlers_.onMessage(std::move(message));
     }
     return open;
+  }
+
+  bool isOver(const std::vector<pollfd>& polled) {
+    // Somebody has closed a descriptor of ours: to poll it would return at once, for ever.
+    const auto isTaken = [](const pollfd& each) { return (each.revents & POLLNVAL) != 0; };
+    if (!dbus_connection_get_is_connected(bus_) ||
+        std::any_of(polled.begin(), polled.end(), isTaken)) {
+      return true;
+    }
+    if (!closing_) {
+      return false;
+    }
+    // libdbus keeps what the socket does not take at once, a large last reply for instance.
+    const Clock::time_point now = Clock::now();
+    closeDeadline_ = std::min(closeDeadline_, now + kLastWords);
+    return !dbus_connection_has_messages_to_send(bus_) || now >= closeDeadline_;
   }
 
   void sort(MessagePtr message, Finished* finished, std::vector<MessagePtr>* messages) {
@@ -339,6 +363,7 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
   std::vector<DBusWatch*> watches_;
   std::map<dbus_uint32_t, Pending> pending_;
   Clock::time_point nextDeadline_ = Clock::time_point::max();
+  Clock::time_point closeDeadline_ = Clock::time_point::max();
 };
 
 namespace {
@@ -361,7 +386,7 @@ Connection::~Connection() {
 std::shared_ptr<Connection> Connection::open(const Endpoint& endpoint, Handlers handlers,
                                              Clock::time_point deadline, std::string* failure) {
   auto core = std::make_shared<Core>(std::move(handlers));
-  if (!core->connect(endpoint.address, failure)) {
+  if (!core->connect(endpoint.address, deadline, failure)) {
     return nullptr;
   }
   std::shared_ptr<Connection> connection(new Connection(std::move(core)));

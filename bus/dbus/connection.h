@@ -47,11 +47,12 @@ class Connection {
   };
 
   // Connects, and signs in at the bus daemon. Null, with a reason, when that fails or is not done
-  // by the deadline.
+  // by the deadline, however long the other end takes to accept.
   static std::shared_ptr<Connection> open(const Endpoint& endpoint, Handlers handlers,
                                           Clock::time_point deadline, std::string* failure);
 
-  // Closes the connection. Does not wait for the I/O thread.
+  // Closes the connection once what was sent has gone out, or after a second. Does not wait for the
+  // I/O thread.
   ~Connection();
 
   Connection(const Connection&) = delete;

@@ -22,28 +22,66 @@ std::string textOf(const char* field) {
   return field ? field : "";
 }
 
-void sendError(Connection& connection, DBusMessage* call, const char* name,
+// Where a reply goes. Kept instead of the call: libdbus counts the messages that are kept, and
+// stops reading when they are too many.
+struct ReturnAddress {
+  explicit ReturnAddress(DBusMessage* call)
+      : sender(textOf(dbus_message_get_sender(call))),
+        serial(dbus_message_get_serial(call)),
+        isWaitedFor(!dbus_message_get_no_reply(call)) {}
+
+  std::string sender;
+  dbus_uint32_t serial;
+  bool isWaitedFor;
+};
+
+// Null when memory is short.
+MessagePtr newReply(const ReturnAddress& to, int type) {
+  MessagePtr reply(dbus_message_new(type));
+  if (!reply || !dbus_message_set_reply_serial(reply.get(), to.serial) ||
+      (!to.sender.empty() && !dbus_message_set_destination(reply.get(), to.sender.c_str()))) {
+    return nullptr;
+  }
+  dbus_message_set_no_reply(reply.get(), TRUE);
+  return reply;
+}
+
+void sendReply(Connection& connection, const ReturnAddress& to, DBusMessage* reply) {
+  if (to.isWaitedFor) {
+    connection.send(reply);
+  }
+}
+
+void sendText(Connection& connection, const ReturnAddress& to, MessagePtr reply,
+              const std::string& text) {
+  const char* const argument = text.c_str();
+  if (reply &&
+      dbus_message_append_args(reply.get(), DBUS_TYPE_STRING, &argument, DBUS_TYPE_INVALID)) {
+    sendReply(connection, to, reply.get());
+  }
+}
+
+void sendText(Connection& connection, DBusMessage* call, const std::string& text) {
+  const ReturnAddress to(call);
+  sendText(connection, to, newReply(to, DBUS_MESSAGE_TYPE_METHOD_RETURN), text);
+}
+
+void sendError(Connection& connection, const ReturnAddress& to, const char* name,
                const std::string& text) {
   std::string carried = text;
   if (!isText(carried)) {
     std::replace_if(
         carried.begin(), carried.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
   }
-  if (dbus_message_get_no_reply(call)) {
-    return;
-  }
-  if (const MessagePtr error{dbus_message_new_error(call, name, carried.c_str())}) {
-    connection.send(error.get());
+  MessagePtr error = newReply(to, DBUS_MESSAGE_TYPE_ERROR);
+  if (error && dbus_message_set_error_name(error.get(), name)) {
+    sendText(connection, to, std::move(error), carried);
   }
 }
 
-void sendText(Connection& connection, DBusMessage* call, const std::string& text) {
-  const MessagePtr reply(dbus_message_new_method_return(call));
-  const char* const argument = text.c_str();
-  if (reply &&
-      dbus_message_append_args(reply.get(), DBUS_TYPE_STRING, &argument, DBUS_TYPE_INVALID)) {
-    connection.send(reply.get());
-  }
+void sendError(Connection& connection, DBusMessage* call, const char* name,
+               const std::string& text) {
+  sendError(connection, ReturnAddress(call), name, text);
 }
 
 std::string methodXml(const std::string& name) {
@@ -80,9 +118,8 @@ std::string node(const std::string& content) {
 
 struct Request::Impl {
   std::shared_ptr<Connection> connection;
-  MessagePtr call;
+  ReturnAddress caller;
   std::string method;
-  std::string sender;
   Values arguments;
   std::atomic<bool> answered{false};
 };
@@ -108,25 +145,25 @@ const Values& Request::arguments() const {
   return impl_->arguments;
 }
 const std::string& Request::sender() const {
-  return impl_->sender;
+  return impl_->caller.sender;
 }
 
 void Request::reply(const Values& values) {
   if (impl_->answered.exchange(true)) {
     return;
   }
-  const MessagePtr reply(dbus_message_new_method_return(impl_->call.get()));
+  const MessagePtr reply = newReply(impl_->caller, DBUS_MESSAGE_TYPE_METHOD_RETURN);
   if (!reply || !appendBody(reply.get(), values)) {
-    sendError(*impl_->connection, impl_->call.get(), kFailedError,
+    sendError(*impl_->connection, impl_->caller, kFailedError,
               "the reply of " + impl_->method + " is too large for the bus");
-  } else if (!dbus_message_get_no_reply(impl_->call.get())) {
-    impl_->connection->send(reply.get());
+  } else {
+    sendReply(*impl_->connection, impl_->caller, reply.get());
   }
 }
 
 void Request::fail(const std::string& text) {
   if (!impl_->answered.exchange(true)) {
-    sendError(*impl_->connection, impl_->call.get(), kFailedError, text);
+    sendError(*impl_->connection, impl_->caller, kFailedError, text);
   }
 }
 
@@ -197,12 +234,8 @@ void ServiceHost::Impl::onMessage(const std::shared_ptr<Connection>& from, Messa
               "service " + service + " has no method " + name);
     return;
   }
-  auto impl = std::make_unique<Request::Impl>();
-  impl->connection = from;
-  impl->method = name;
-  impl->sender = textOf(dbus_message_get_sender(call));
-  impl->arguments = readBody(call);
-  impl->call = std::move(message);
+  std::unique_ptr<Request::Impl> impl(
+      new Request::Impl{from, ReturnAddress(call), name, readBody(call), {}});
   const auto request = std::make_shared<Request>(std::move(impl));
   worker.post([handler = method->second, request] { (*handler)(std::move(*request)); });
 }
@@ -270,6 +303,9 @@ ServiceHost::ServiceHost(const std::string& address, const std::string& service,
     throw std::runtime_error("\"" + service + "\" is no name for a service");
   }
   impl_ = std::make_shared<Impl>(service, std::move(methods), events);
+  if (!impl_->worker.isRunning()) {
+    throw std::runtime_error(kNoThread);
+  }
   const std::string reached = address.empty() ? busAddress() : address;
   if (reached.empty()) {
     throw std::runtime_error("there is no session bus, and QXBUS_ADDRESS names none");

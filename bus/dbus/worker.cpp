@@ -3,9 +3,19 @@
 #include <condition_variable>
 #include <deque>
 #include <mutex>
+#include <system_error>
 #include <thread>
 
 namespace qxbus {
+
+bool startThread(const std::function<void()>& task) {
+  try {
+    std::thread(task).detach();
+    return true;
+  } catch (const std::system_error&) {
+    return false;
+  }
+}
 
 struct Worker::State {
   // The tasks that are dropped are destroyed by the caller, outside the lock.
@@ -26,7 +36,7 @@ struct Worker::State {
 
 Worker::Worker() : state_(std::make_shared<State>()) {
   // Detached: whoever gives up the worker may be standing on this very thread.
-  std::thread([state = state_] {
+  running_ = startThread([state = state_] {
     std::unique_lock<std::mutex> lock(state->mutex);
     state->thread = std::this_thread::get_id();
     for (;;) {
@@ -44,7 +54,7 @@ Worker::Worker() : state_(std::make_shared<State>()) {
       state->running = false;
       state->idle.notify_all();
     }
-  }).detach();
+  });
 }
 
 Worker::~Worker() {

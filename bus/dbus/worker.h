@@ -1,4 +1,4 @@
-// A thread that runs what is posted to it, one after the other, in order.
+// Threads that never throw because there is none left.
 
 #ifndef BUS_DBUS_WORKER_H
 #define BUS_DBUS_WORKER_H
@@ -8,8 +8,15 @@
 
 namespace qxbus {
 
+inline constexpr char kNoThread[] = "the system has no thread left";
+
+// Runs a task on a new thread, which nobody waits for. False when there is none left.
+bool startThread(const std::function<void()>& task);
+
+// A thread that runs what is posted to it, one after the other, in order.
 class Worker {
  public:
+  // See isRunning().
   Worker();
   // What is posted and not yet begun is dropped. Does not wait for a task that is running, so it
   // may be called from inside one.
@@ -17,6 +24,9 @@ class Worker {
 
   Worker(const Worker&) = delete;
   Worker& operator=(const Worker&) = delete;
+
+  // False when there was no thread left for it: nothing that is posted will run.
+  bool isRunning() const { return running_; }
 
   void post(std::function<void()> task);
 
@@ -27,6 +37,7 @@ class Worker {
  private:
   struct State;
   std::shared_ptr<State> state_;
+  bool running_ = false;
 };
 
 }  // namespace qxbus

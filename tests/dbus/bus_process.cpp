@@ -6,23 +6,48 @@
 //       prints "connected" or "no bus", then the milliseconds that it took to find out
 //   bus_process wait VARIABLE=VALUE
 //       prints "no bus" when there is none at first, and "connected" as soon as there is one
+//   bus_process threads VARIABLE=VALUE
+//       runs out of threads, see runOutOfThreads
+//   bus_process close VARIABLE=VALUE all|sockets
+//       closes its own descriptors; prints "death" and "there" when it has noticed, and connected
+//       again
+//   bus_process absent VARIABLE=VALUE
+//       prints how many more blocks of memory are in use after 200 asks for a service that is
+//       absent
 
+#include <algorithm>
+#include <atomic>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <functional>
 #include <future>
+#include <memory>
+#include <new>
 #include <string>
+#include <system_error>
 #include <thread>
 
 #include <grp.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
+#if defined(__linux__)
+#include <sys/syscall.h>
+#endif
+
+#include "bus/dbus/wire.h"
 
 #include "bus/dbus/service_host.h"
 #include "bus/qxbus.h"
 #include "platform/log.h"
 
 namespace {
+
+// Stays at 0 in a program that cannot count.
+std::atomic<long> blocksInUse{0};
 
 void say(const std::string& line) {
   std::printf("%s\n", line.c_str());
@@ -52,7 +77,12 @@ int serve(const std::string& address, const std::string& service) {
                                  shout();
                                  ::_exit(0);
                                }};
-  qxbus::ServiceHost host(address, service, {echo, stay, leave});
+  const qxbus::Method broadcast = {"broadcast", [running](qxbus::Request request) {
+                                     running.get()->broadcast(
+                                         qxbus::readString(request.arguments(), 0), {});
+                                     request.reply({});
+                                   }};
+  qxbus::ServiceHost host(address, service, {echo, stay, leave, broadcast});
   made.set_value(&host);
   say("running");
   for (;;) {
@@ -86,6 +116,149 @@ int waitForBus() {
   return 0;
 }
 
+// --- Out of threads ------------------------------------------------------------------------------
+
+// Whether the limit of this user's processes can be set so. Systems that count no threads among
+// them, and the superuser's processes, take no notice of it.
+bool limitProcesses(rlim_t most) {
+  rlimit limit = {};
+  ::getrlimit(RLIMIT_NPROC, &limit);
+  limit.rlim_cur = std::min(most, limit.rlim_max);
+  return ::setrlimit(RLIMIT_NPROC, &limit) == 0;
+}
+
+void liftLimit() {
+  limitProcesses(RLIM_INFINITY);
+}
+
+bool canStartThread() {
+  try {
+    std::thread([] {}).join();
+    return true;
+  } catch (const std::system_error&) {
+    return false;
+  }
+}
+
+// Makes the action run with no thread to be had, with one, with two, as far as that can be known.
+void tryWithFewThreads(const std::function<void()>& action) {
+  rlim_t first = 1;
+  while (limitProcesses(first) && !canStartThread()) {
+    ++first;
+  }
+  for (rlim_t most = first - 1; most < first + 6; ++most) {
+    limitProcesses(most);
+    action();
+  }
+  limitProcesses(1);
+}
+
+// Prints "no limit" when it cannot run out of threads; else, in this order,
+//   "no bus" and "connected"      what it finds without threads, and with them
+//   "limited"                     it has an interface of vel and can start no thread again
+//   (SIGUSR1: vel is gone)
+//   "untold"                      it knows that
+//   "death"                       it has been told, now that it can start threads
+//   "limited"
+//   (SIGUSR1: the bus and vel have been started again)
+//   "not there" and "there"       what it finds without threads, and with them
+void runOutOfThreads() {
+  sigset_t turn;
+  ::sigemptyset(&turn);
+  ::sigaddset(&turn, SIGUSR1);
+  ::pthread_sigmask(SIG_BLOCK, &turn, nullptr);
+  const auto waitForTurn = [&turn] {
+    int number = 0;
+    ::sigwait(&turn, &number);
+  };
+  constexpr unsigned int kNobody = 65534;
+  if ((::geteuid() == 0 && !become(kNobody)) || !limitProcesses(1) || canStartThread()) {
+    say("no limit");
+    return;
+  }
+  say(QXBusSerivceManager::initSync(-1) ? "connected" : "no bus");
+  tryWithFewThreads([] { QXBusSerivceManager::initSync(-1); });
+  liftLimit();
+  QXBusSerivceManager* const manager = QXBusSerivceManager::initSync(-1);
+  say(manager ? "connected" : "no bus");
+  const std::shared_ptr<QXBusProxyInterface> proxy =
+      manager->getServiceProxyInterface("vel", QXBUS_SECURITY_SAME_USER_OR_ROOT, 1);
+  const auto told = std::make_shared<std::promise<void>>();
+  proxy->setDeathCallback([told] { told->set_value(); });
+  limitProcesses(1);
+  say("limited");
+
+  waitForTurn();
+  // The second answer is read after everything that came before the first has been handled.
+  manager->isServiceRegistered("vel");
+  manager->isServiceRegistered("vel");
+  say("untold");
+  liftLimit();
+  told->get_future().wait();
+  say("death");
+
+  limitProcesses(1);
+  say("limited");
+  waitForTurn();
+  say(manager->isServiceRegistered("vel") ? "there" : "not there");
+  tryWithFewThreads([manager] { manager->isServiceRegistered("vel"); });
+  liftLimit();
+  say(manager->isServiceRegistered("vel") ? "there" : "not there");
+}
+
+// --- Descriptors ---------------------------------------------------------------------------------
+
+void closeDescriptors(bool socketsOnly) {
+  for (int each = 3; each < 1024; ++each) {
+    struct stat status = {};
+    if (::fstat(each, &status) == 0 && (!socketsOnly || S_ISSOCK(status.st_mode))) {
+#if defined(__linux__)
+      // Past the race detector, to which this is the mistake that it is.
+      ::syscall(SYS_close, each);
+#else
+      ::close(each);
+#endif
+    }
+  }
+}
+
+int loseDescriptors(bool socketsOnly) {
+  QXBusSerivceManager* const manager = QXBusSerivceManager::initSync(-1);
+  const std::shared_ptr<QXBusProxyInterface> proxy =
+      manager->getServiceProxyInterface("vel", QXBUS_SECURITY_SAME_USER_OR_ROOT, 1);
+  const auto told = std::make_shared<std::promise<void>>();
+  proxy->setDeathCallback([told] { told->set_value(); });
+  closeDescriptors(socketsOnly);
+  if (socketsOnly) {
+    // Nothing comes to an end that a thread waits for. Whoever uses the connection finds out.
+    manager->isServiceRegistered("vel");
+  }
+  told->get_future().wait();
+  say("death");
+  say(manager->isServiceRegistered("vel") ? "there" : "not there");
+  return 0;
+}
+
+// --- Memory --------------------------------------------------------------------------------------
+
+int askForWhatIsAbsent() {
+  QXBusSerivceManager* const manager = QXBusSerivceManager::initSync(-1);
+  const auto ask = [manager](int times) {
+    for (int i = 0; i < times; ++i) {
+      manager->getServiceProxyInterface("absent", QXBUS_SECURITY_ANY_USER, 1);
+    }
+  };
+  ask(50);
+  const long before = blocksInUse;
+  if (before == 0) {
+    say("uncounted");
+    return 0;
+  }
+  ask(200);
+  say(std::to_string(blocksInUse - before));
+  return 0;
+}
+
 int run(int argc, char** argv) {
   const std::string mode = argc > 1 ? argv[1] : "";
   if (mode == "serve" && argc > 3) {
@@ -101,6 +274,18 @@ int run(int argc, char** argv) {
   }
   if (argc > 2) {
     setVariable(argv[2]);
+  }
+  if (mode == "threads") {
+    runOutOfThreads();
+    // Not through main's end: a leak checker there would want to trace a process that has changed
+    // its user.
+    ::_exit(0);
+  }
+  if (mode == "close" && argc > 3) {
+    return loseDescriptors(std::string(argv[3]) == "sockets");
+  }
+  if (mode == "absent") {
+    return askForWhatIsAbsent();
   }
   return mode == "wait" ? waitForBus() : connect();
 }
@@ -118,3 +303,25 @@ int main(int argc, char** argv) {
 
 extern "C" void norvoLogPrint(int /*channel*/, int /*level*/, const char* /*tag*/,
                               const char* /*format*/, ...) {}
+
+#if defined(COUNTS_BLOCKS)
+void* operator new(std::size_t size) {
+  void* const block = std::malloc(size);
+  if (!block) {
+    throw std::bad_alloc();
+  }
+  ++blocksInUse;
+  return block;
+}
+
+void operator delete(void* block) noexcept {
+  if (block) {
+    --blocksInUse;
+    std::free(block);
+  }
+}
+
+void operator delete(void* block, std::size_t /*size*/) noexcept {
+  operator delete(block);
+}
+#endif

@@ -4,13 +4,63 @@
 #include <filesystem>
 #include <thread>
 
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
 #include "tests/dbus/bus_test.h"
+#include "tests/dbus/raw_peer.h"
 
 namespace {
 
 using namespace dbustest;
 using testing::Each;
 using testing::ElementsAre;
+
+// A socket that is listened to by somebody who accepts nothing, with no more room to wait.
+class FullSocket {
+ public:
+  explicit FullSocket(const std::filesystem::path& path) : path_(path) {
+    std::filesystem::remove(path_);
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    path_.string().copy(address.sun_path, sizeof address.sun_path - 1);
+    const auto* const where = reinterpret_cast<const sockaddr*>(&address);
+    const int listener = newSocket();
+    if (::bind(listener, where, sizeof address) != 0 || ::listen(listener, 0) != 0) {
+      throw std::runtime_error("no socket to listen to");
+    }
+    while (::connect(newSocket(), where, sizeof address) == 0) {
+    }
+  }
+  ~FullSocket() {
+    std::filesystem::remove(path_);
+    for (const int each : sockets_) {
+      ::close(each);
+    }
+  }
+  FullSocket(const FullSocket&) = delete;
+  FullSocket& operator=(const FullSocket&) = delete;
+
+ private:
+  int newSocket() {
+    const int made = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    ::fcntl(made, F_SETFL, O_NONBLOCK);
+    ::fcntl(made, F_SETFD, FD_CLOEXEC);
+    sockets_.push_back(made);
+    return made;
+  }
+
+  const std::filesystem::path path_;
+  std::vector<int> sockets_;
+};
+
+// 0 where there is no such directory.
+std::ptrdiff_t entriesOf(const std::string& directory) {
+  std::error_code error;
+  const std::filesystem::directory_iterator entries(directory, error);
+  return std::distance(begin(entries), end(entries));
+}
 
 class BusThatIsLost : public BusTest {
  protected:
@@ -205,10 +255,63 @@ TEST_F(BusThatIsLost, IsTheDeathOfEveryInterfaceAlsoWhenACallerReconnectsAtOnce)
   EXPECT_TRUE(deaths->wait(Milliseconds(3000)));
 }
 
+// Unique names begin anew with the bus: the next instance may be called what the last one was.
+TEST_F(BusThatIsLost, DoesNotTakeTheEventsOfTheNextInstanceToAnInterfaceOfTheLast) {
+  std::vector<ProxyRef> proxies;
+  std::vector<std::shared_ptr<Messages>> events;
+  std::vector<std::string> names;
+  for (std::int32_t life = 0; life < 2; ++life) {
+    bus().kill();
+    bus().start();
+    service_ = std::make_unique<TestService>();
+    proxies.push_back(proxyOf());
+    const auto heard = std::make_shared<Messages>();
+    events.push_back(heard);
+    proxies.back()->addEventListener(
+        "velevent", lastingListener([heard](const MessageRef& event) { heard->add(event); }),
+        kSafe);
+    service_->emit("velevent", {life});
+    ASSERT_TRUE(heard->waitFor(1));
+    names.push_back(RawPeer(bus().address()).ownerOf("qx.bus.vel"));
+  }
+
+  ASSERT_EQ(names[0], names[1]);
+  EXPECT_TRUE(events[0]->stays(1));
+  EXPECT_THAT(firstNumbers(*events[0]), ElementsAre(0));
+  EXPECT_THAT(firstNumbers(*events[1]), ElementsAre(1));
+}
+
+TEST_F(BusThatIsLost, AndTakesNoConnectionsMeansAfterTwoSecondsThatNothingIsThere) {
+  bus().kill();
+  EXPECT_FALSE(manager().isServiceRegistered("vel"));
+  auto socket = std::make_unique<FullSocket>(bus().directory() / "bus");
+  const std::ptrdiff_t threads = entriesOf("/proc/self/task");
+
+  for (int i = 0; i < 2; ++i) {
+    std::vector<std::thread> callers;
+    for (int caller = 0; caller < 3; ++caller) {
+      callers.emplace_back([] {
+        const auto begun = TestClock::now();
+        EXPECT_FALSE(manager().isServiceRegistered("vel"));
+        EXPECT_LT(since(begun), Milliseconds(2500));
+      });
+    }
+    for (std::thread& caller : callers) {
+      caller.join();
+    }
+  }
+  // However often it was tried, one thread at most still waits there.
+  EXPECT_TRUE(waitUntil([&] { return entriesOf("/proc/self/task") <= threads + 1; }));
+
+  socket.reset();
+  bus().start();
+  const TestService service;
+  EXPECT_TRUE(waitUntil([] { return manager().isServiceRegistered("vel"); }));
+}
+
 #if defined(__linux__)
 std::ptrdiff_t openDescriptors() {
-  const std::filesystem::directory_iterator descriptors("/proc/self/fd");
-  return std::distance(begin(descriptors), end(descriptors));
+  return entriesOf("/proc/self/fd");
 }
 
 TEST_F(BusThatIsLost, LeavesNoDescriptorsOpen) {
@@ -285,6 +388,17 @@ TEST_F(FirstConnection, ToABusThatHangsFailsWithinTwoSeconds) {
 
   EXPECT_EQ(result.said, "no bus");
   EXPECT_LT(result.took, Milliseconds(2500));
+}
+
+TEST_F(FirstConnection, ToABusThatTakesNoConnectionsFailsWithinTwoSeconds) {
+  const std::filesystem::path path = bus().directory() / "full";
+  const FullSocket socket(path);
+  Process process(helper({BUS_PROCESS, "connect", "QXBUS_ADDRESS=unix:path=" + path.string()}));
+
+  EXPECT_EQ(process.readLine(), "no bus");
+  const std::string took = process.readLine();
+  ASSERT_NE(took, "");
+  EXPECT_LT(std::atoi(took.c_str()), 2500);
 }
 
 TEST_F(FirstConnection, CanBeTriedAgain) {

@@ -32,6 +32,10 @@ using Messages = Record<MessageRef>;
 // What VelProxy asks for.
 constexpr QXBusSecurityFlags kSafe = QXBUS_SECURITY_SAME_USER_OR_ROOT;
 
+// Service "vel" on D-Bus.
+constexpr char kVelName[] = "qx.bus.vel";
+constexpr char kVelPath[] = "/qx/bus/vel";
+
 constexpr std::size_t kMegabyte = std::size_t{1024} * 1024;
 
 // The lines that were logged since the test began.

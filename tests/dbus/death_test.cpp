@@ -11,9 +11,6 @@ namespace {
 using namespace dbustest;
 using testing::ElementsAre;
 
-constexpr char kName[] = "qx.bus.vel";
-constexpr char kPath[] = "/qx/bus/vel";
-
 class Death : public BusTest {
  protected:
   std::function<void()> note(const std::string& what = "death") {
@@ -37,7 +34,7 @@ TEST_F(Death, IsToldOnceWhenTheServiceGivesUpItsName) {
 
 TEST_F(Death, IsToldWhenTheConnectionOfTheServiceEnds) {
   auto service = std::make_unique<RawPeer>(bus().address());
-  ASSERT_TRUE(service->own(kName));
+  ASSERT_TRUE(service->own(kVelName));
   const ProxyRef proxy = proxyOf();
   proxy->setDeathCallback(note());
 
@@ -49,11 +46,11 @@ TEST_F(Death, IsToldWhenTheConnectionOfTheServiceEnds) {
 TEST_F(Death, IsToldWhenAnotherTakesTheNameOver) {
   RawPeer first(bus().address());
   RawPeer second(bus().address());
-  ASSERT_TRUE(first.own(kName, DBUS_NAME_FLAG_ALLOW_REPLACEMENT));
+  ASSERT_TRUE(first.own(kVelName, DBUS_NAME_FLAG_ALLOW_REPLACEMENT));
   const ProxyRef proxy = proxyOf();
   proxy->setDeathCallback(note());
 
-  ASSERT_TRUE(second.own(kName, DBUS_NAME_FLAG_REPLACE_EXISTING));
+  ASSERT_TRUE(second.own(kVelName, DBUS_NAME_FLAG_REPLACE_EXISTING));
 
   ASSERT_TRUE(deaths_->waitFor(1));
   EXPECT_TRUE(deaths_->stays(1));
@@ -236,21 +233,21 @@ TEST_F(StaleInterface, DoesNotReceiveTheEventsOfTheNextInstance) {
 TEST_F(StaleInterface, OfAReplacedOwnerCallsNobody) {
   RawPeer first(bus().address());
   RawPeer second(bus().address());
-  ASSERT_TRUE(first.own(kName, DBUS_NAME_FLAG_ALLOW_REPLACEMENT));
+  ASSERT_TRUE(first.own(kVelName, DBUS_NAME_FLAG_ALLOW_REPLACEMENT));
   const ProxyRef stale = proxyOf();
   const auto events = std::make_shared<Messages>();
   stale->addEventListener(
       "velevent", lastingListener([events](const MessageRef& event) { events->add(event); }),
       QXBUS_SECURITY_SAME_USER_OR_ROOT);
   stale->setDeathCallback(note());
-  ASSERT_TRUE(second.own(kName, DBUS_NAME_FLAG_REPLACE_EXISTING));
+  ASSERT_TRUE(second.own(kVelName, DBUS_NAME_FLAG_REPLACE_EXISTING));
   ASSERT_TRUE(deaths_->waitFor(1));
 
   const auto begun = TestClock::now();
   EXPECT_THAT(call(*stale, "echo", {}, 10000), IsFailure());
   EXPECT_LT(since(begun), Milliseconds(5000));
 
-  second.emit(kPath, kName, "velevent", nativeInt32(2));
+  second.emit(kVelPath, kVelName, "velevent", nativeInt32(2));
   second.sync();
   EXPECT_TRUE(events->stays(0));
 }

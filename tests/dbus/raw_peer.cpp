@@ -75,6 +75,12 @@ bool RawPeer::own(const std::string& busName, unsigned int flags) {
          answer == DBUS_REQUEST_NAME_REPLY_ALREADY_OWNER;
 }
 
+std::string RawPeer::ownerOf(const std::string& busName) {
+  const DBusMessageRef reply = call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS,
+                                    "GetNameOwner", nativeString(busName));
+  return errorNameOf(reply).empty() ? textOf(reply) : "";
+}
+
 void RawPeer::emit(const std::string& path, const std::string& interface, const std::string& member,
                    const Body& body, const std::string& destination) {
   const DBusMessageRef signal(

@@ -38,6 +38,9 @@ class RawPeer {
   // Whether the name is this peer's now.
   bool own(const std::string& busName, unsigned int flags = DBUS_NAME_FLAG_DO_NOT_QUEUE);
 
+  // The unique name behind another; empty when nobody has it.
+  std::string ownerOf(const std::string& busName);
+
   // Empty destination: to everyone who listens.
   void emit(const std::string& path, const std::string& interface, const std::string& member,
             const Body& body = nullptr, const std::string& destination = "");

@@ -1,10 +1,12 @@
 // Who may stand behind a service: this user or root, and nobody else.
 
+#include <algorithm>
 #include <csignal>
 
 #include <unistd.h>
 
 #include "tests/dbus/bus_test.h"
+#include "tests/dbus/raw_peer.h"
 
 namespace {
 
@@ -94,7 +96,110 @@ TEST_F(AnotherUser, MakesRoomForTheRealService) {
   EXPECT_TRUE(manager().getServiceProxyInterface("vel", kSafe, 1));
 }
 
+// Takes the events of a name and counts them.
+std::shared_ptr<Messages> broadcastsTo(QXBusSerivceManager& manager, QXBusEventCallback* listener,
+                                       const std::string& name, QXBusSecurityFlags flags) {
+  auto heard = std::make_shared<Messages>();
+  listener->handler = [heard](const MessageRef& event) { heard->add(event); };
+  manager.addEventListener(name, listener, flags);
+  return heard;
+}
+
+std::ptrdiff_t linesWith(const std::string& text) {
+  const std::vector<std::string> lines = loggedLines();
+  return std::count_if(lines.begin(), lines.end(), [&text](const std::string& line) {
+    return line.find(text) != std::string::npos;
+  });
+}
+
+TEST_F(AnotherUser, FillsNoLogWithItsBroadcasts) {
+  const std::string name = newBroadcastName();
+  const auto safe = broadcastsTo(manager(), lastingListener(nullptr), name, kSafe);
+  const auto any = broadcastsTo(manager(), lastingListener(nullptr), name, QXBUS_SECURITY_ANY_USER);
+  const ProxyRef proxy = manager().getServiceProxyInterface("vel", QXBUS_SECURITY_ANY_USER, 1);
+  ASSERT_TRUE(proxy);
+
+  for (int i = 0; i < 5; ++i) {
+    EXPECT_THAT(call(*proxy, "broadcast", {name}), IsReply());
+  }
+
+  ASSERT_TRUE(any->waitFor(5));
+  EXPECT_EQ(safe->size(), 0u);
+  EXPECT_EQ(linesWith(kOtherUser), 1);
+}
+
+// Unique names begin anew with the bus, and what the last bus has brought may still wait.
+TEST_F(AnotherUser, IsNotTakenForOneWithItsUniqueNameOnTheNextBus) {
+  stranger_->end(SIGKILL);
+  bus().kill();
+  bus().start();
+  stranger_ =
+      std::make_unique<Process>(helper({BUS_PROCESS, "serve", bus().address(), "vel", kOtherUser}));
+  ASSERT_EQ(stranger_->readLine(), "running");
+  const ProxyRef proxy = manager().getServiceProxyInterface("vel", QXBUS_SECURITY_ANY_USER, 1);
+  ASSERT_TRUE(proxy);
+  const std::string strangersName = RawPeer(bus().address()).ownerOf("qx.bus.vel");
+  const std::string forged = newBroadcastName();
+  const std::string last = newBroadcastName();
+  const auto heard = broadcastsTo(manager(), lastingListener(nullptr), forged, kSafe);
+  const auto end = broadcastsTo(manager(), lastingListener(nullptr), last, kSafe);
+  const auto gate = std::make_shared<Gate>();
+  const OpenAtExit openAtExit(gate);
+  const auto entered = std::make_shared<Gate>();
+  proxy->addEventListener("velevent", lastingListener([entered, gate](const MessageRef&) {
+                            entered->open();
+                            gate->wait();
+                          }),
+                          QXBUS_SECURITY_ANY_USER);
+  call(*proxy, "shout");
+  ASSERT_TRUE(entered->wait());
+  call(*proxy, "broadcast", {forged});
+  // The second reply is read after everything that came before the first has been handled.
+  call(*proxy, "echo");
+
+  bus().kill();
+  stranger_->end(SIGKILL);
+  bus().start();
+  TestService trusted;
+  ASSERT_TRUE(manager().isServiceRegistered("vel"));
+  gate->open();
+  trusted.host().broadcast(last, {});
+
+  ASSERT_TRUE(end->waitFor(1));
+  EXPECT_EQ(heard->size(), 0u);
+  EXPECT_EQ(RawPeer(bus().address()).ownerOf("qx.bus.vel"), strangersName);
+}
+
 class ThisUser : public BusTest {};
+
+// Nobody knows any more who it was.
+TEST_F(ThisUser, IsNotHeardOnceItHasLeftTheBusAndFillsNoLogEither) {
+  TestService service;
+  const ProxyRef proxy = proxyOf();
+  const std::string name = newBroadcastName();
+  const auto safe = broadcastsTo(manager(), lastingListener(nullptr), name, kSafe);
+  const auto any = broadcastsTo(manager(), lastingListener(nullptr), name, QXBUS_SECURITY_ANY_USER);
+  const auto gate = std::make_shared<Gate>();
+  const OpenAtExit openAtExit(gate);
+  proxy->addEventListener("velevent", lastingListener([gate](const MessageRef&) { gate->wait(); }),
+                          kSafe);
+  service.emit("velevent", {});
+  auto peer = std::make_unique<RawPeer>(bus().address());
+  const std::string sender = peer->uniqueName();
+  for (std::int32_t i = 0; i < 5; ++i) {
+    peer->emit("/", "qx.bus.Broadcast", name, nativeInt32(i));
+  }
+  peer->sync();
+
+  peer.reset();
+  RawPeer observer(bus().address());
+  ASSERT_TRUE(waitUntil([&] { return observer.ownerOf(sender).empty(); }));
+  gate->open();
+
+  ASSERT_TRUE(any->waitFor(5));
+  EXPECT_EQ(safe->size(), 0u);
+  EXPECT_EQ(linesWith(sender + " "), 1);
+}
 
 TEST_F(ThisUser, IsTakenForTheServiceWithoutAWordInTheLog) {
   Process service(helper({BUS_PROCESS, "serve", bus().address(), "vel"}));

@@ -3,6 +3,8 @@
 #include <atomic>
 #include <thread>
 
+#include "bus/dbus/connection.h"
+#include "bus/dbus/wire.h"
 #include "tests/dbus/bus_test.h"
 #include "tests/dbus/raw_peer.h"
 
@@ -105,6 +107,41 @@ TEST_F(LifeOfAServiceHost, CanEndInsideItsHandler) {
   ASSERT_TRUE(after->waitFor(1));
   EXPECT_EQ(after->items().front(), kept);
   EXPECT_FALSE(manager().isServiceRegistered("vel"));
+}
+
+// More than the socket takes at once.
+TEST_F(LifeOfAServiceHost, CanEndInsideItsHandlerBeforeALargeReply) {
+  const auto host = std::make_shared<std::unique_ptr<qxbus::ServiceHost>>();
+  const std::string large(8 * kMegabyte, 'x');
+  *host = std::make_unique<qxbus::ServiceHost>(
+      "", "vel", std::vector<qxbus::Method>{{"quit", [host, large](qxbus::Request request) {
+                                               host->reset();
+                                               request.reply({large});
+                                             }}});
+
+  const MessageRef reply = call(*proxyOf(), "quit");
+
+  ASSERT_THAT(reply, IsReply());
+  EXPECT_TRUE(reply->getString(0) == large);
+}
+
+// What the bus does not take is not kept for ever.
+TEST_F(LifeOfAServiceHost, EndsSoonAfterALastReplyThatTheBusDoesNotTake) {
+  const auto lost = std::make_shared<Gate>();
+  std::string failure;
+  std::shared_ptr<qxbus::Connection> connection = qxbus::Connection::open(
+      {bus().address(), true}, {[](const qxbus::MessagePtr&) {}, [lost] { lost->open(); }},
+      qxbus::deadlineAfter(10000), &failure);
+  ASSERT_TRUE(connection) << failure;
+  bus().hang();
+  const qxbus::MessagePtr signal(dbus_message_new_signal("/", "qx.bus.vel", "velevent"));
+  ASSERT_TRUE(qxbus::appendBody(signal.get(), {std::string(8 * kMegabyte, 'x')}));
+  EXPECT_TRUE(connection->send(signal.get()));
+
+  connection.reset();
+
+  EXPECT_TRUE(lost->wait(Milliseconds(10000)));
+  bus().resume();
 }
 
 TEST_F(LifeOfAServiceHost, MayBeOutlivedByARequest) {

@@ -14,9 +14,6 @@ using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-constexpr char kName[] = "qx.bus.vel";
-constexpr char kPath[] = "/qx/bus/vel";
-
 class ServiceHostOverDBus : public BusTest {
  protected:
   // What dbus-send prints.
@@ -30,7 +27,7 @@ class ServiceHostOverDBus : public BusTest {
   }
 
   DBusMessageRef ask(const std::string& method, const Body& body = nullptr) {
-    return client_.call(kName, kPath, kName, method, body);
+    return client_.call(kVelName, kVelPath, kVelName, method, body);
   }
 
   // How many replies go over the bus to the client because of what an action does.
@@ -71,8 +68,8 @@ class ServiceHostOverDBus : public BusTest {
 TEST_F(ServiceHostOverDBus, TellsAnOrdinaryToolWhatItHas) {
   const TestService service("vel", {}, {"velevent"});
 
-  const std::string xml = dbusSend(
-      {std::string("--dest=") + kName, kPath, "org.freedesktop.DBus.Introspectable.Introspect"});
+  const std::string xml = dbusSend({std::string("--dest=") + kVelName, kVelPath,
+                                    "org.freedesktop.DBus.Introspectable.Introspect"});
 
   EXPECT_THAT(xml,
               AllOf(HasSubstr("<interface name=\"qx.bus.vel\""), HasSubstr("<method name=\"echo\""),
@@ -83,8 +80,8 @@ TEST_F(ServiceHostOverDBus, TellsAnOrdinaryToolWhatItHas) {
 TEST_F(ServiceHostOverDBus, LeadsAnOrdinaryToolFromTheRootToItsObject) {
   const TestService service;
   const auto childOf = [](const std::string& path) {
-    return dbusSend(
-        {std::string("--dest=") + kName, path, "org.freedesktop.DBus.Introspectable.Introspect"});
+    return dbusSend({std::string("--dest=") + kVelName, path,
+                     "org.freedesktop.DBus.Introspectable.Introspect"});
   };
 
   EXPECT_THAT(childOf("/"), HasSubstr("<node name=\"qx\""));
@@ -95,18 +92,20 @@ TEST_F(ServiceHostOverDBus, LeadsAnOrdinaryToolFromTheRootToItsObject) {
 TEST_F(ServiceHostOverDBus, AnswersAnOrdinaryToolThatPings) {
   const TestService service;
 
-  EXPECT_THAT(dbusSend({std::string("--dest=") + kName, kPath, "org.freedesktop.DBus.Peer.Ping"}),
-              HasSubstr("method return"));
   EXPECT_THAT(
-      dbusSend({std::string("--dest=") + kName, kPath, "org.freedesktop.DBus.Peer.GetMachineId"}),
-      HasSubstr("string \""));
+      dbusSend({std::string("--dest=") + kVelName, kVelPath, "org.freedesktop.DBus.Peer.Ping"}),
+      HasSubstr("method return"));
+  EXPECT_THAT(dbusSend({std::string("--dest=") + kVelName, kVelPath,
+                        "org.freedesktop.DBus.Peer.GetMachineId"}),
+              HasSubstr("string \""));
 }
 
 TEST_F(ServiceHostOverDBus, TakesNativeArgumentsFromAnOrdinaryTool) {
   const TestService service;
 
-  const std::string printed = dbusSend({std::string("--dest=") + kName, kPath, "qx.bus.vel.echo",
-                                        "int32:7", "string:text", "array:byte:1,2"});
+  const std::string printed =
+      dbusSend({std::string("--dest=") + kVelName, kVelPath, "qx.bus.vel.echo", "int32:7",
+                "string:text", "array:byte:1,2"});
 
   EXPECT_THAT(printed, AllOf(HasSubstr("int32 7"), HasSubstr("string \"text\""),
                              HasSubstr("array of bytes")));
@@ -160,11 +159,11 @@ TEST_F(ServiceHostOverDBus, NamesTheMethodThatItDoesNotHave) {
 TEST_F(ServiceHostOverDBus, HasNoOtherObjectAndNoOtherInterface) {
   const TestService service;
 
-  EXPECT_EQ(errorNameOf(client_.call(kName, "/qx/bus/else", kName, "echo")),
+  EXPECT_EQ(errorNameOf(client_.call(kVelName, "/qx/bus/else", kVelName, "echo")),
             DBUS_ERROR_UNKNOWN_OBJECT);
-  EXPECT_EQ(errorNameOf(client_.call(kName, kPath, "qx.bus.else", "echo")),
+  EXPECT_EQ(errorNameOf(client_.call(kVelName, kVelPath, "qx.bus.else", "echo")),
             DBUS_ERROR_UNKNOWN_INTERFACE);
-  EXPECT_EQ(errorNameOf(client_.call(kName, kPath, "", "echo")), "");
+  EXPECT_EQ(errorNameOf(client_.call(kVelName, kVelPath, "", "echo")), "");
 }
 
 TEST_F(ServiceHostOverDBus, TellsWhoCalls) {
@@ -223,15 +222,15 @@ TEST_F(ServiceHostOverDBus, SendsOnlyTheFirstAnswer) {
 TEST_F(ServiceHostOverDBus, SendsNoReplyThatNobodyWants) {
   TestService service("vel", {{"drop", [](const qxbus::Request&) {}}});
 
-  EXPECT_EQ(
-      repliesDuring([&] {
-        for (const char* const method : {"echo", "fail", "drop", "unknown"}) {
-          const DBusMessageRef call(dbus_message_new_method_call(kName, kPath, kName, method));
-          dbus_message_set_no_reply(call.get(), TRUE);
-          client_.send(call);
-        }
-      }),
-      0);
+  EXPECT_EQ(repliesDuring([&] {
+              for (const char* const method : {"echo", "fail", "drop", "unknown"}) {
+                const DBusMessageRef call(
+                    dbus_message_new_method_call(kVelName, kVelPath, kVelName, method));
+                dbus_message_set_no_reply(call.get(), TRUE);
+                client_.send(call);
+              }
+            }),
+            0);
 }
 
 TEST_F(ServiceHostOverDBus, RunsItsHandlersOneAtATimeOnAThreadOfItsOwn) {
@@ -277,8 +276,8 @@ TEST_F(ServiceHostOverDBus, SendsEventsAsVariantsFromItsObjectAndInterface) {
   const DBusMessageRef broadcast = client_.nextSignal();
 
   ASSERT_TRUE(event && broadcast);
-  EXPECT_TRUE(dbus_message_is_signal(event.get(), kName, "velevent"));
-  EXPECT_STREQ(dbus_message_get_path(event.get()), kPath);
+  EXPECT_TRUE(dbus_message_is_signal(event.get(), kVelName, "velevent"));
+  EXPECT_STREQ(dbus_message_get_path(event.get()), kVelPath);
   EXPECT_STREQ(dbus_message_get_signature(event.get()), "av");
   EXPECT_EQ(qxbus::describe(qxbus::readBody(event.get())), "int32 7, string \"text\"");
   EXPECT_TRUE(dbus_message_is_signal(broadcast.get(), "qx.bus.Broadcast", "mountedEvent"));

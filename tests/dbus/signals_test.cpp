@@ -8,8 +8,6 @@ namespace {
 using namespace dbustest;
 using testing::ElementsAre;
 
-constexpr char kName[] = "qx.bus.vel";
-constexpr char kPath[] = "/qx/bus/vel";
 constexpr char kBroadcasts[] = "qx.bus.Broadcast";
 
 class ForgedSignal : public BusTest {
@@ -41,8 +39,8 @@ class ForgedSignal : public BusTest {
 };
 
 TEST_F(ForgedSignal, OfAThirdConnectionIsNoEvent) {
-  stranger_.emit(kPath, kName, "velevent", nativeInt32(666));
-  stranger_.emit(kPath, kName, "velevent", variants({std::int32_t{666}}));
+  stranger_.emit(kVelPath, kVelName, "velevent", nativeInt32(666));
+  stranger_.emit(kVelPath, kVelName, "velevent", variants({std::int32_t{666}}));
   stranger_.sync();
 
   expectOnlyTheServicesOwnEvent();
@@ -50,7 +48,7 @@ TEST_F(ForgedSignal, OfAThirdConnectionIsNoEvent) {
 
 // A signal that is addressed to the client passes by its match rules.
 TEST_F(ForgedSignal, AddressedToTheClientIsNoEvent) {
-  stranger_.emit(kPath, kName, "velevent", nativeInt32(666), clientName());
+  stranger_.emit(kVelPath, kVelName, "velevent", nativeInt32(666), clientName());
   stranger_.sync();
 
   expectOnlyTheServicesOwnEvent();
@@ -65,7 +63,7 @@ TEST_F(ForgedSignal, OfAConnectionThatOwnsAnotherServiceIsNoEvent) {
                           }),
                           QXBUS_SECURITY_SAME_USER_OR_ROOT);
 
-  stranger_.emit(kPath, kName, "velevent", nativeInt32(666), clientName());
+  stranger_.emit(kVelPath, kVelName, "velevent", nativeInt32(666), clientName());
   stranger_.emit("/qx/bus/other", "qx.bus.other", "velevent", nativeInt32(2));
 
   ASSERT_TRUE(otherEvents->waitFor(1));
@@ -75,11 +73,12 @@ TEST_F(ForgedSignal, OfAConnectionThatOwnsAnotherServiceIsNoEvent) {
 
 TEST_F(ForgedSignal, ThatAnnouncesADeathIsNotBelieved) {
   const std::string client = clientName();
-  const std::string owner = textOf(stranger_.call(
-      DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, "GetNameOwner", nativeString(kName)));
+  const std::string owner =
+      textOf(stranger_.call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, "GetNameOwner",
+                            nativeString(kVelName)));
   ASSERT_NE(owner, "");
   const Body death = [&owner](DBusMessageIter* arguments) {
-    for (const char* const text : {kName, owner.c_str(), ""}) {
+    for (const char* const text : {kVelName, owner.c_str(), ""}) {
       dbus_message_iter_append_basic(arguments, DBUS_TYPE_STRING, &text);
     }
   };
@@ -143,7 +142,7 @@ TEST_F(BroadcastOverDBus, MayComeFromAnyoneAndAnyObject) {
 
   stranger_.emit("/", kBroadcasts, name, nativeInt32(1));
   stranger_.emit("/some/object", kBroadcasts, name, variants({std::int32_t{2}}));
-  stranger_.emit(kPath, kBroadcasts, name, variants({std::int32_t{3}}));
+  stranger_.emit(kVelPath, kBroadcasts, name, variants({std::int32_t{3}}));
   stranger_.emit("/", "qx.bus.Else", name, nativeInt32(4));
   stranger_.sync();
   RawPeer another(bus().address());

@@ -218,6 +218,84 @@ TEST_F(BlockedHandler, OfACompletionHoldsUpOnlyCompletions) {
   EXPECT_FALSE(gate->isOpen());
 }
 
+// libdbus reads no more when the messages that are kept come to 63 MB.
+constexpr std::int32_t kLargeMessages = 90;
+const std::string& largeText() {
+  static const std::string text(kMegabyte, 'x');
+  return text;
+}
+
+TEST_F(BlockedHandler, OfAnEventHoldsUpNothingHoweverMuchArrives) {
+  const ProxyRef proxy = proxyOf();
+  const auto gate = std::make_shared<Gate>();
+  const OpenAtExit openAtExit(gate);
+  const auto sizes = std::make_shared<Record<std::size_t>>();
+  proxy->addEventListener("velevent", lastingListener([=](const MessageRef& event) {
+                            gate->wait(Milliseconds(60000));
+                            sizes->add(event->getString(0).size());
+                          }),
+                          QXBUS_SECURITY_ANY_USER);
+  for (std::int32_t i = 0; i < kLargeMessages; ++i) {
+    service_.emit("velevent", {largeText()});
+  }
+
+  expectEverythingElseWorks();
+  expectCompletionsArrive();
+  expectDeathsAreTold();
+  EXPECT_FALSE(gate->isOpen());
+  gate->open();
+  EXPECT_TRUE(sizes->waitFor(kLargeMessages));
+  EXPECT_THAT(sizes->items(), testing::Each(kMegabyte));
+}
+
+TEST_F(BlockedHandler, OfACompletionHoldsUpNothingHoweverMuchArrives) {
+  const ProxyRef proxy = proxyOf();
+  const auto gate = std::make_shared<Gate>();
+  const OpenAtExit openAtExit(gate);
+  const auto sizes = std::make_shared<Record<std::size_t>>();
+  for (std::int32_t i = 0; i < kLargeMessages; ++i) {
+    proxy->callWithReply(
+        messageTo(*proxy, "echo", {largeText()}),
+        [=](const MessageRef& reply) {
+          gate->wait(Milliseconds(60000));
+          sizes->add(reply->getString(0).size());
+        },
+        60000);
+  }
+
+  expectEverythingElseWorks();
+  expectEventsArrive();
+  expectDeathsAreTold();
+  EXPECT_FALSE(gate->isOpen());
+  gate->open();
+  EXPECT_TRUE(sizes->waitFor(kLargeMessages));
+  EXPECT_THAT(sizes->items(), testing::Each(kMegabyte));
+}
+
+// The other side: what needs no handler is answered while all handlers wait.
+TEST_F(BlockedHandler, OfAServiceHoldsUpNoReadingHoweverMuchArrives) {
+  const auto gate = std::make_shared<Gate>();
+  const OpenAtExit openAtExit(gate);
+  TestService blocked("blocked", {{"wait", [gate](qxbus::Request request) {
+                                     gate->wait(Milliseconds(60000));
+                                     request.reply(request.arguments());
+                                   }}});
+  const ProxyRef proxy = proxyOf("blocked");
+  const auto replies = std::make_shared<Record<bool>>();
+  for (std::int32_t i = 0; i < kLargeMessages; ++i) {
+    proxy->callWithReply(
+        messageTo(*proxy, "wait", {largeText()}),
+        [replies](const MessageRef& reply) { replies->add(reply->getString(0) == largeText()); },
+        60000);
+  }
+
+  EXPECT_THAT(call(*proxy, "noSuchMethod")->getString(0), testing::HasSubstr("has no method"));
+  EXPECT_FALSE(gate->isOpen());
+  gate->open();
+  EXPECT_TRUE(replies->waitFor(kLargeMessages));
+  EXPECT_THAT(replies->items(), testing::Each(true));
+}
+
 // A lock that is held while calling out would keep the other thread, and so the handler, waiting.
 using NoLockIsHeld = FromAHandler;
 

@@ -27,7 +27,7 @@ namespace scripted {
 // How long a test waits for what must happen.
 constexpr std::chrono::seconds kLongEnough{30};
 // How long a test looks for what must not happen.
-constexpr std::chrono::milliseconds kAMoment{60};
+constexpr std::chrono::milliseconds kAMoment{25};
 
 // Stops the threads that come by until it is opened, by open() or by its end.
 class Gate {

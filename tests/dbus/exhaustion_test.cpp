@@ -1,0 +1,79 @@
+// What the system takes away, or would have to give in the end: threads, descriptors, memory.
+
+#include <csignal>
+
+#include "tests/dbus/bus_test.h"
+
+namespace {
+
+using namespace dbustest;
+
+class ScarceSystem : public BusTest {
+ protected:
+  static Process start(const std::string& mode, const std::string& argument = "") {
+    std::vector<std::string> arguments = {BUS_PROCESS, mode, "QXBUS_ADDRESS=" + bus().address()};
+    if (!argument.empty()) {
+      arguments.push_back(argument);
+    }
+    return Process(helper(arguments));
+  }
+};
+
+// A thread that cannot be started once ended the process, or the use of the bus; and a death that
+// came just then was never told.
+TEST_F(ScarceSystem, MayRunOutOfThreadsForAWhile) {
+  auto service = std::make_unique<TestService>();
+  Process process = start("threads");
+  const std::string first = process.readLine();
+  if (first == "no limit") {
+    GTEST_SKIP() << "this system does not limit threads";
+  }
+  EXPECT_EQ(first, "no bus");
+  EXPECT_EQ(process.readLine(), "connected");
+  ASSERT_EQ(process.readLine(), "limited");
+
+  service.reset();
+  process.signal(SIGUSR1);
+  EXPECT_EQ(process.readLine(), "untold");
+  EXPECT_EQ(process.readLine(), "death");
+  ASSERT_EQ(process.readLine(), "limited");
+
+  bus().kill();
+  bus().start();
+  service = std::make_unique<TestService>();
+  process.signal(SIGUSR1);
+  EXPECT_EQ(process.readLine(), "not there");
+  EXPECT_EQ(process.readLine(), "there");
+  EXPECT_EQ(process.wait().status, 0);
+}
+
+// As programs do that become daemons.
+TEST_F(ScarceSystem, MayHaveEveryDescriptorClosedByTheProgram) {
+  const TestService service;
+  Process process = start("close", "all");
+
+  EXPECT_EQ(process.readLine(), "death");
+  EXPECT_EQ(process.readLine(), "there");
+}
+
+TEST_F(ScarceSystem, MayHaveItsSocketClosedByTheProgram) {
+  const TestService service;
+  Process process = start("close", "sockets");
+
+  EXPECT_EQ(process.readLine(), "death");
+  EXPECT_EQ(process.readLine(), "there");
+}
+
+TEST_F(ScarceSystem, IsNotUsedUpByAskingForWhatIsAbsent) {
+  Process process = start("absent");
+
+  const std::string blocks = process.readLine();
+
+  if (blocks == "uncounted") {
+    GTEST_SKIP() << "memory is not counted in this build";
+  }
+  ASSERT_NE(blocks, "");
+  EXPECT_LT(std::atoi(blocks.c_str()), 100);
+}
+
+}  // namespace
