@@ -220,6 +220,8 @@ TEST_F(BlockedHandler, OfACompletionHoldsUpOnlyCompletions) {
 
 // libdbus reads no more when the messages that are kept come to 63 MB.
 constexpr std::int32_t kLargeMessages = 90;
+// A slow machine takes a while to move them.
+constexpr int kLargeTimeoutMs = 60000;
 const std::string& largeText() {
   static const std::string text(kMegabyte, 'x');
   return text;
@@ -231,7 +233,7 @@ TEST_F(BlockedHandler, OfAnEventHoldsUpNothingHoweverMuchArrives) {
   const OpenAtExit openAtExit(gate);
   const auto sizes = std::make_shared<Record<std::size_t>>();
   proxy->addEventListener("velevent", lastingListener([=](const MessageRef& event) {
-                            gate->wait(Milliseconds(60000));
+                            gate->wait(Milliseconds(2 * kLargeTimeoutMs));
                             sizes->add(event->getString(0).size());
                           }),
                           QXBUS_SECURITY_ANY_USER);
@@ -239,6 +241,8 @@ TEST_F(BlockedHandler, OfAnEventHoldsUpNothingHoweverMuchArrives) {
     service_.emit("velevent", {largeText()});
   }
 
+  // This reply comes after all of them.
+  EXPECT_THAT(call(*proxy, "echo", {}, kLargeTimeoutMs), IsReply());
   expectEverythingElseWorks();
   expectCompletionsArrive();
   expectDeathsAreTold();
@@ -257,12 +261,14 @@ TEST_F(BlockedHandler, OfACompletionHoldsUpNothingHoweverMuchArrives) {
     proxy->callWithReply(
         messageTo(*proxy, "echo", {largeText()}),
         [=](const MessageRef& reply) {
-          gate->wait(Milliseconds(60000));
+          gate->wait(Milliseconds(2 * kLargeTimeoutMs));
           sizes->add(reply->getString(0).size());
         },
-        60000);
+        kLargeTimeoutMs);
   }
 
+  // This reply comes after all of them.
+  EXPECT_THAT(call(*proxy, "echo", {}, kLargeTimeoutMs), IsReply());
   expectEverythingElseWorks();
   expectEventsArrive();
   expectDeathsAreTold();
@@ -277,7 +283,7 @@ TEST_F(BlockedHandler, OfAServiceHoldsUpNoReadingHoweverMuchArrives) {
   const auto gate = std::make_shared<Gate>();
   const OpenAtExit openAtExit(gate);
   TestService blocked("blocked", {{"wait", [gate](qxbus::Request request) {
-                                     gate->wait(Milliseconds(60000));
+                                     gate->wait(Milliseconds(2 * kLargeTimeoutMs));
                                      request.reply(request.arguments());
                                    }}});
   const ProxyRef proxy = proxyOf("blocked");
@@ -286,10 +292,11 @@ TEST_F(BlockedHandler, OfAServiceHoldsUpNoReadingHoweverMuchArrives) {
     proxy->callWithReply(
         messageTo(*proxy, "wait", {largeText()}),
         [replies](const MessageRef& reply) { replies->add(reply->getString(0) == largeText()); },
-        60000);
+        kLargeTimeoutMs);
   }
 
-  EXPECT_THAT(call(*proxy, "noSuchMethod")->getString(0), testing::HasSubstr("has no method"));
+  EXPECT_THAT(call(*proxy, "noSuchMethod", {}, kLargeTimeoutMs)->getString(0),
+              testing::HasSubstr("has no method"));
   EXPECT_FALSE(gate->isOpen());
   gate->open();
   EXPECT_TRUE(replies->waitFor(kLargeMessages));
