@@ -223,9 +223,7 @@ velsim::ExitCode serve(const Options& options) {
   return serveOnBus(options, stopSignals);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int parseAndServe(int argc, char** argv) {
   Options options;
   CLI::App app("A simulated peripheral-device service: what velproxy talks to, without hardware.",
                "velsim");
@@ -242,10 +240,10 @@ int main(int argc, char** argv) {
                  "- reads control lines from standard input, as is done at a terminal; try help")
       ->check(CLI::IsMember({kStandardInput}));
   app.footer(
-      "Requests, events and pen frames go to standard error, one line each. Exit status: 0 stopped "
-      "by SIGINT\n"
-      "or SIGTERM, 2 bad usage, 3 no bus, the service's name is taken, or no pen port, 4 bus "
-      "connection lost.");
+      "Requests, events and pen frames go to standard error, one line each. Exit status: 0 "
+      "stopped\n"
+      "by SIGINT or SIGTERM, 2 bad usage, 3 no bus, the service's name is taken, or no pen port,\n"
+      "4 bus connection lost.");
   try {
     app.parse(argc, argv);
     return serve(options);
@@ -254,6 +252,14 @@ int main(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     say(std::string(error.what()) + "; see velsim --help");
     return velsim::kExitUsage;
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return parseAndServe(argc, argv);
   } catch (const std::exception& error) {
     say(error.what());
     return velsim::kExitFailed;
