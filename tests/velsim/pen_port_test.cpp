@@ -12,8 +12,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/processes/port_peer.h"
 #include "tests/platform/temporary_directory.h"
+#include "tests/processes/port_peer.h"
 
 namespace velsim {
 namespace {
