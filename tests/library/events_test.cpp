@@ -790,6 +790,8 @@ TEST_F(ThrowingEventsTest, AnExceptionOfACallbackStaysInside) {
   EXPECT_NO_THROW(emit(event(0, 66).bytes({1})));
 
   EXPECT_EQ(calls(), 5);
+  EXPECT_THAT(log.errors(),
+              testing::ElementsAreArray(Strings(5, "a callback has thrown an exception")));
   device.action = nullptr;
   emit(event(0, 4).bytes(deviceBlock()));
   EXPECT_EQ(calls(), 6) << "the next event is handled";
