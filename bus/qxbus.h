@@ -30,13 +30,17 @@ enum QXBusSecurityFlags : int {
   QXBUS_SECURITY_SAME_USER_OR_ROOT = 1,
 };
 
-// What type() of a message says. The numbers are those of D-Bus.
+// The kind of a message. Numbers up to 4 are those of D-Bus; the bus layer itself makes the others,
+// in place of a reply that has not come. Every value but MESSAGE_TYPE_METHOD_RETURN is a failure of
+// the call, and argument 0 is a text for people that gives the reason.
 enum QXBusMessageType : int {
   MESSAGE_TYPE_INVALID = 0,
   MESSAGE_TYPE_METHOD_CALL = 1,
   MESSAGE_TYPE_METHOD_RETURN = 2,
-  MESSAGE_TYPE_ERROR = 3,
+  MESSAGE_TYPE_ERROR = 3,  // the peer's error reply
   MESSAGE_TYPE_SIGNAL = 4,
+  MESSAGE_TYPE_NO_REPLY = 16,      // no reply in time
+  MESSAGE_TYPE_DISCONNECTED = 17,  // the request could not be sent, or the connection was lost
 };
 
 // One method call, reply or event: a list of typed positional arguments.

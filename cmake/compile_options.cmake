@@ -4,6 +4,10 @@ add_library(velproxy_options INTERFACE)
 target_include_directories(velproxy_options INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_options(velproxy_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow
                                                   $<$<BOOL:${VELPROXY_WERROR}>:-Werror>)
+# What a mutex guards, and the order of two: see platform/mutex.h.
+if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
+  target_compile_options(velproxy_options INTERFACE -Wthread-safety -Wthread-safety-beta)
+endif()
 
 # Sanitizers and coverage change code generation, so third-party code built here needs them too.
 if(VELPROXY_SANITIZE)

@@ -1,0 +1,33 @@
+// A pipe by which one thread, or a signal handler, wakes another out of poll().
+
+#ifndef BASE_SELF_PIPE_H
+#define BASE_SELF_PIPE_H
+
+namespace base {
+
+// Both ends never block and are closed in programs that are executed.
+//
+// THREADS   wake() may be called from any thread, and in a signal handler.
+class SelfPipe {
+ public:
+  // isOpen() is false, and errno says why, when the system has no descriptor left.
+  SelfPipe();
+  ~SelfPipe();
+  SelfPipe(const SelfPipe&) = delete;
+  SelfPipe& operator=(const SelfPipe&) = delete;
+
+  bool isOpen() const { return ends_[0] >= 0; }
+  // Readable from wake() to drain().
+  int readEnd() const { return ends_[0]; }
+
+  // Leaves errno alone. A pipe that is full wakes just as well.
+  void wake() const;
+  void drain() const;
+
+ private:
+  int ends_[2] = {-1, -1};
+};
+
+}  // namespace base
+
+#endif  // BASE_SELF_PIPE_H

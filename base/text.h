@@ -1,0 +1,48 @@
+// Numbers, hexadecimal digits, counts and lists of names, from and as text.
+
+#ifndef BASE_TEXT_H
+#define BASE_TEXT_H
+
+#include <cstddef>
+#include <limits>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+namespace base {
+
+// All of the text as a number without a sign: decimal digits.
+//
+// returns    nullopt: the text is something else, or the number is larger than most
+std::optional<unsigned long long> parseDecimal(std::string_view text, unsigned long long most);
+
+// The same, in hexadecimal when the text begins with 0x.
+std::optional<unsigned long long> parseNumber(std::string_view text, unsigned long long most);
+
+template <typename Unsigned>
+std::optional<Unsigned> parseDecimalAs(std::string_view text) {
+  static_assert(std::is_unsigned_v<Unsigned>, "negative numbers are not parsed");
+  const auto number = parseDecimal(text, std::numeric_limits<Unsigned>::max());
+  return number ? std::optional(static_cast<Unsigned>(*number)) : std::nullopt;
+}
+
+// Two lower-case digits for each byte: "0aff".
+std::string hexOf(std::string_view bytes);
+void appendHex(std::string* text, unsigned char byte);
+// The bytes that pairs of digits of either case stand for; nullopt when the text is something else.
+std::optional<std::string> parseHex(std::string_view digits);
+
+// "1 frame", "2 frames".
+std::string counted(std::size_t count, std::string_view noun);
+
+// "camera, tablet, printer".
+std::string joined(const std::vector<std::string>& names, std::string_view separator = ", ");
+
+// "win11" in quotation marks.
+std::string quoted(std::string_view text);
+
+}  // namespace base
+
+#endif  // BASE_TEXT_H

@@ -1,0 +1,108 @@
+// Mutexes that the compiler checks: clang's -Wthread-safety refuses an access to a guarded variable
+// without its mutex, a mutex that is not released, and a wrong order of two.
+//
+//   class Counter {
+//    public:
+//     void add() { const platform::MutexLock lock(mutex_); ++count_; }
+//    private:
+//     platform::Mutex mutex_;
+//     int count_ QX_GUARDED_BY(mutex_) = 0;
+//   };
+//
+// Other compilers ignore the annotations. A Mutex is a std::mutex and nothing more, so it has its
+// size and its cost.
+
+#ifndef PLATFORM_MUTEX_H
+#define PLATFORM_MUTEX_H
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+
+#if defined(__clang__)
+#define QX_THREAD_SAFETY_(annotation) __attribute__((annotation))
+#else
+#define QX_THREAD_SAFETY_(annotation)
+#endif
+
+// Variables: needs the mutex; what the pointer points to needs the mutex.
+#define QX_GUARDED_BY(mutex) QX_THREAD_SAFETY_(guarded_by(mutex))
+#define QX_PT_GUARDED_BY(mutex) QX_THREAD_SAFETY_(pt_guarded_by(mutex))
+// Mutexes: the order in which two are taken.
+#define QX_ACQUIRED_BEFORE(...) QX_THREAD_SAFETY_(acquired_before(__VA_ARGS__))
+#define QX_ACQUIRED_AFTER(...) QX_THREAD_SAFETY_(acquired_after(__VA_ARGS__))
+// Functions: called with the mutex held; called without; takes it; releases it.
+#define QX_REQUIRES(...) QX_THREAD_SAFETY_(requires_capability(__VA_ARGS__))
+#define QX_EXCLUDES(...) QX_THREAD_SAFETY_(locks_excluded(__VA_ARGS__))
+#define QX_ACQUIRE(...) QX_THREAD_SAFETY_(acquire_capability(__VA_ARGS__))
+#define QX_TRY_ACQUIRE(...) QX_THREAD_SAFETY_(try_acquire_capability(__VA_ARGS__))
+#define QX_RELEASE(...) QX_THREAD_SAFETY_(release_capability(__VA_ARGS__))
+#define QX_RETURN_CAPABILITY(mutex) QX_THREAD_SAFETY_(lock_returned(mutex))
+// The last resort, with a comment that says why the compiler cannot follow.
+#define QX_NO_THREAD_SAFETY_ANALYSIS QX_THREAD_SAFETY_(no_thread_safety_analysis)
+
+namespace platform {
+
+class QX_THREAD_SAFETY_(capability("mutex")) Mutex {
+ public:
+  Mutex() = default;
+  Mutex(const Mutex&) = delete;
+  Mutex& operator=(const Mutex&) = delete;
+
+  void lock() QX_ACQUIRE() { mutex_.lock(); }
+  bool try_lock() QX_TRY_ACQUIRE(true) { return mutex_.try_lock(); }
+  void unlock() QX_RELEASE() { mutex_.unlock(); }
+
+ private:
+  friend class MutexLock;
+  std::mutex mutex_;
+};
+
+// Holds a mutex for its scope. unlock() and lock() let go of it for a part of the scope.
+class QX_THREAD_SAFETY_(scoped_lockable) MutexLock {
+ public:
+  explicit MutexLock(Mutex& mutex) QX_ACQUIRE(mutex) : lock_(mutex.mutex_) {}
+  ~MutexLock() QX_RELEASE() {}
+
+  MutexLock(const MutexLock&) = delete;
+  MutexLock& operator=(const MutexLock&) = delete;
+
+  void lock() QX_ACQUIRE() { lock_.lock(); }
+  void unlock() QX_RELEASE() { lock_.unlock(); }
+
+ private:
+  friend class Condition;
+  std::unique_lock<std::mutex> lock_;
+};
+
+// A condition variable. Waits end for no reason at times, so they stand in a loop that tests what
+// is waited for:
+//
+//   while (tasks_.empty()) { changed_.wait(lock); }
+class Condition {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  Condition() = default;
+  Condition(const Condition&) = delete;
+  Condition& operator=(const Condition&) = delete;
+
+  void wait(MutexLock& lock) { condition_.wait(lock.lock_); }
+  // False when the deadline has passed. Clock::time_point::max() waits forever.
+  bool waitUntil(MutexLock& lock, Clock::time_point deadline) {
+    if (deadline == Clock::time_point::max()) {
+      wait(lock);
+      return true;
+    }
+    return condition_.wait_until(lock.lock_, deadline) == std::cv_status::no_timeout;
+  }
+  void notifyOne() { condition_.notify_one(); }
+  void notifyAll() { condition_.notify_all(); }
+
+ private:
+  std::condition_variable condition_;
+};
+
+}  // namespace platform
+
+#endif  // PLATFORM_MUTEX_H

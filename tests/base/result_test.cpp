@@ -1,0 +1,59 @@
+#include "base/result.h"
+
+#include <memory>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+base::Result<int> half(int number) {
+  if (number % 2 != 0) {
+    return base::Failed{"odd"};
+  }
+  return number / 2;
+}
+
+base::Result<void> check(bool isGood) {
+  return isGood ? base::Result<void>() : base::Failed{"bad"};
+}
+
+TEST(ResultTest, HoldsAValueAndNoReason) {
+  const base::Result<int> result = half(8);
+
+  ASSERT_TRUE(result);
+  EXPECT_EQ(*result, 4);
+  EXPECT_EQ(result.reason(), "");
+}
+
+TEST(ResultTest, HoldsTheReasonInPlaceOfAValue) {
+  const base::Result<int> result = half(7);
+
+  EXPECT_FALSE(result);
+  EXPECT_EQ(result.reason(), "odd");
+}
+
+TEST(ResultTest, GivesItsValueAway) {
+  base::Result<std::unique_ptr<int>> result = std::make_unique<int>(5);
+
+  const std::unique_ptr<int> taken = std::move(*result);
+
+  EXPECT_EQ(*taken, 5);
+}
+
+TEST(ResultTest, PassesItsReasonOnToAnotherResult) {
+  const base::Result<int> first = half(7);
+
+  const base::Result<void> second = first.failed();
+
+  EXPECT_FALSE(second);
+  EXPECT_EQ(second.reason(), "odd");
+}
+
+TEST(ResultTest, CanBeDoneWithoutAValue) {
+  EXPECT_TRUE(check(true));
+  EXPECT_EQ(check(true).reason(), "");
+  EXPECT_FALSE(check(false));
+  EXPECT_EQ(check(false).reason(), "bad");
+}
+
+}  // namespace
