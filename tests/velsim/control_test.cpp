@@ -1,6 +1,6 @@
 #include "vel/apps/local/velsim/control.h"
 
-#include "tests/velsim/simulated_service.h"
+#include "tests/velsim/service/simulated_service.h"
 
 namespace velsim {
 namespace {

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "vel/apps/local/velsim/simulator.h"
+#include "vel/apps/local/velsim/service/simulator.h"
 
 namespace velsim {
 

@@ -20,7 +20,7 @@
 #include "vel/apps/local/velsim/exit_codes.h"
 #include "vel/apps/local/velsim/line_reader.h"
 #include "vel/apps/local/velsim/pen_port.h"
-#include "vel/apps/local/velsim/simulator.h"
+#include "vel/apps/local/velsim/service/simulator.h"
 
 namespace {
 

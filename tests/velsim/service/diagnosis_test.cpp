@@ -1,0 +1,147 @@
+// Diagnoses and self-tests.
+
+#include <nlohmann/json.hpp>
+
+#include "tests/velsim/service/simulated_service.h"
+#include "vel/apps/local/velsim/service/records.h"
+
+namespace velsim {
+namespace {
+
+using nlohmann::json;
+using std::chrono::milliseconds;
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Pair;
+
+constexpr milliseconds kLong{1000};
+constexpr unsigned kFine = 0;
+constexpr unsigned kRunning = 1;
+constexpr unsigned kTrouble = 2;
+
+class DiagnosisTest : public SimulatedServiceTest {
+ protected:
+  json diagnose(VmNumber vm, std::uint64_t sourceId) {
+    return textOf("diagnose", {int32(vm), block8(sourceId)});
+  }
+  json diagnoseDevice(VmNumber vm, int device) {
+    return textOf("diagnoseDevice", {int32(vm), int32(device)});
+  }
+  json textOf(const std::string& method, const qxbus::Values& arguments) {
+    return json::parse(std::get<std::string>(call(method, arguments).at(0)));
+  }
+  void attachCamera() {
+    call("connectVm", {int32(kWin11), int32(1), int32(1), int32(0)});
+    call("connectDevice", {int32(kWin11), int16(kCamera)});
+    told();
+  }
+  // Status and text of each step told.
+  std::vector<std::pair<unsigned, std::string>> steps(std::uint64_t id) {
+    std::vector<std::pair<unsigned, std::string>> found;
+    for (const Event& event : told()) {
+      EXPECT_EQ(static_cast<int>(event.code), 9);
+      EXPECT_EQ(event.vm, kWin11);
+      EXPECT_EQ(numberAt<std::uint64_t>(event.record, 0), id);
+      EXPECT_EQ(numberAt<std::uint32_t>(event.record, 12), kWin11);
+      found.emplace_back(numberAt<std::uint32_t>(event.record, 8), textAt(event.record, 16));
+    }
+    return found;
+  }
+};
+
+TEST_F(DiagnosisTest, AnswersAtOnceThenTellsOfItsSteps) {
+  attachCamera();
+
+  EXPECT_EQ(diagnose(kWin11, kCameraSource),
+            (json{{"velservice", 0}, {"status", "ok"}, {"steps", 3}}));
+
+  EXPECT_THAT(steps(kCameraSource), ElementsAre(Pair(kRunning, "looking at the device")));
+  clock->advance(milliseconds(100));
+  EXPECT_THAT(steps(kCameraSource), ElementsAre(Pair(kRunning, "looking at the session")));
+  clock->advance(milliseconds(100));
+  EXPECT_THAT(steps(kCameraSource), ElementsAre(Pair(kFine, "no trouble found")));
+  clock->advance(kLong);
+  EXPECT_THAT(told(), IsEmpty());
+}
+
+TEST_F(DiagnosisTest, OfADeviceIsNamedByItsNumber) {
+  attachCamera();
+
+  EXPECT_EQ(diagnoseDevice(kWin11, kCamera).at("velservice"), 0);
+  clock->advance(kLong);
+
+  EXPECT_THAT(steps(kCamera),
+              ElementsAre(Pair(kRunning, ::testing::_), Pair(kRunning, ::testing::_),
+                          Pair(kFine, "no trouble found")));
+}
+
+TEST_F(DiagnosisTest, FindsWhatIsNotAttached) {
+  attachCamera();
+  diagnoseDevice(kWin11, kTablet);
+  clock->advance(kLong);
+
+  EXPECT_EQ(steps(kTablet).back(),
+            std::pair(kTrouble, std::string("it is not attached to the VM")));
+}
+
+TEST_F(DiagnosisTest, FindsAVmThatIsNotConnected) {
+  call("connectPrinter", {int32(kWin11), int16(kLaser)});
+  told();
+  diagnose(kWin11, kLaserSource);
+  clock->advance(kLong);
+
+  EXPECT_EQ(steps(kLaserSource).back(),
+            std::pair(kTrouble, std::string("the VM is not connected")));
+}
+
+TEST_F(DiagnosisTest, OfAPrinterCanBeFineToo) {
+  attachCamera();
+  call("connectPrinter", {int32(kWin11), int16(kLaser)});
+  told();
+  diagnose(kWin11, kLaserSource);
+  clock->advance(kLong);
+
+  EXPECT_EQ(steps(kLaserSource).back(), std::pair(kFine, std::string("no trouble found")));
+}
+
+TEST_F(DiagnosisTest, FindsWhatHasGoneMeanwhile) {
+  attachCamera();
+  diagnose(kWin11, kCameraSource);
+  simulator.change([](MachineState& now) { now.devices.unplug(kCamera); });
+  told();
+  clock->advance(kLong);
+
+  EXPECT_EQ(steps(kCameraSource).back(), std::pair(kTrouble, std::string("it has been unplugged")));
+}
+
+TEST_F(DiagnosisTest, SaysWhyItCannotBegin) {
+  EXPECT_EQ(diagnose(kWin11, 7), (json{{"velservice", 6}, {"status", "unknown-device"}}));
+  EXPECT_EQ(diagnose(kNobody, kCameraSource), (json{{"velservice", 1}, {"status", "unknown-vm"}}));
+  EXPECT_EQ(diagnoseDevice(kWin11, 99).at("status"), "unknown-device");
+  EXPECT_EQ(diagnoseDevice(kWin11, 0x10000 + kCamera).at("status"), "unknown-device");
+  EXPECT_EQ(diagnoseDevice(kNobody, kCamera).at("status"), "unknown-vm");
+  clock->advance(kLong);
+
+  EXPECT_THAT(told(), IsEmpty());
+}
+
+TEST_F(DiagnosisTest, SelfTestsTellOfEverything) {
+  EXPECT_EQ(call("doveltest", {int32(0), int16(0)}), statusValues(Status::kOk));
+  EXPECT_THAT(told(), IsEmpty());
+
+  EXPECT_EQ(call("doveltest", {int32(0), int16(1)}), statusValues(Status::kOk));
+  const auto devices = toldCodes();
+  EXPECT_EQ(devices.size(), 5u);
+  EXPECT_THAT(devices, Each(Pair(10, 0)));
+
+  EXPECT_EQ(call("doveltest", {int32(0), int16(2)}), statusValues(Status::kOk));
+  const auto printers = toldCodes();
+  EXPECT_EQ(printers.size(), 2u);
+  EXPECT_THAT(printers, Each(Pair(1, 0)));
+
+  EXPECT_EQ(call("doveltest", {int32(0), int16(-1)}), statusValues(Status::kUnknownTest));
+}
+
+}  // namespace
+}  // namespace velsim

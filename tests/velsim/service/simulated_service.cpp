@@ -1,0 +1,101 @@
+#include "tests/velsim/service/simulated_service.h"
+
+#include <algorithm>
+
+namespace velsim {
+
+void ManualClock::after(std::chrono::milliseconds delay, std::function<void()> task) {
+  tasks_.emplace(now_ + delay, std::move(task));
+}
+
+void ManualClock::stop() {
+  tasks_.clear();
+}
+
+void ManualClock::advance(std::chrono::milliseconds time) {
+  const std::chrono::milliseconds until = now_ + time;
+  while (!tasks_.empty() && tasks_.begin()->first <= until) {
+    now_ = tasks_.begin()->first;
+    const std::function<void()> task = std::move(tasks_.begin()->second);
+    tasks_.erase(tasks_.begin());
+    task();
+  }
+  now_ = until;
+}
+
+qxbus::Value block8(std::uint64_t number) {
+  qxbus::Bytes block(sizeof number);
+  std::memcpy(block.data(), &number, sizeof number);
+  return block;
+}
+
+qxbus::Value bytes(const std::string& text) {
+  return qxbus::Bytes(text.begin(), text.end());
+}
+
+std::string textAt(const qxbus::Bytes& record, std::size_t offset) {
+  const auto begin = record.begin() + static_cast<std::ptrdiff_t>(std::min(offset, record.size()));
+  const auto end = std::find(begin, record.end(), 0);
+  EXPECT_NE(end, record.end()) << "no NUL";
+  return std::string(begin, end);
+}
+
+SimulatedServiceTest::SimulatedServiceTest() {
+  simulator.setEventSink([this](const Event& event) { events_.push_back(event); });
+}
+
+qxbus::Values SimulatedServiceTest::call(const std::string& method,
+                                         const qxbus::Values& arguments) {
+  const auto answer = callLater(method, arguments);
+  EXPECT_TRUE(*answer) << method << " was not answered";
+  return answer->value_or(qxbus::Values());
+}
+
+std::string SimulatedServiceTest::error(const std::string& method, const qxbus::Values& arguments) {
+  std::string text;
+  bool isAnswered = false;
+  simulator.answer(method, arguments, [&](const Simulator::Answer& answer) {
+    isAnswered = true;
+    const auto* const error = std::get_if<Simulator::Error>(&answer);
+    text = error ? error->text : "";
+  });
+  EXPECT_TRUE(isAnswered) << method << " was not answered";
+  return text;
+}
+
+std::shared_ptr<std::optional<qxbus::Values>> SimulatedServiceTest::callLater(
+    const std::string& method, const qxbus::Values& arguments) {
+  const auto given = std::make_shared<std::optional<qxbus::Values>>();
+  simulator.answer(method, arguments, [method, given](const Simulator::Answer& answer) {
+    EXPECT_FALSE(*given) << method << " was answered twice";
+    if (const auto* const error = std::get_if<Simulator::Error>(&answer)) {
+      ADD_FAILURE() << error->text;
+      *given = qxbus::Values();
+    } else {
+      *given = std::get<qxbus::Values>(answer);
+    }
+  });
+  return given;
+}
+
+std::vector<qxbus::Bytes> SimulatedServiceTest::list(const std::string& method,
+                                                     const qxbus::Values& arguments) {
+  const qxbus::Values answer = call(method, arguments);
+  std::vector<qxbus::Bytes> records;
+  for (std::size_t i = 1; i < answer.size(); ++i) {
+    records.push_back(std::get<qxbus::Bytes>(answer[i]));
+  }
+  EXPECT_FALSE(answer.empty());
+  EXPECT_EQ(answer.front(), int32(static_cast<std::int64_t>(records.size())));
+  return records;
+}
+
+std::vector<std::pair<int, VmNumber>> SimulatedServiceTest::toldCodes() {
+  std::vector<std::pair<int, VmNumber>> codes;
+  for (const Event& event : told()) {
+    codes.emplace_back(static_cast<int>(event.code), event.vm);
+  }
+  return codes;
+}
+
+}  // namespace velsim

@@ -1,0 +1,110 @@
+// A simulator whose clock the test moves and whose events it reads.
+
+#ifndef TESTS_VELSIM_SERVICE_SIMULATED_SERVICE_H
+#define TESTS_VELSIM_SERVICE_SIMULATED_SERVICE_H
+
+#include <chrono>
+#include <cstring>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "vel/apps/local/velsim/service/simulator.h"
+
+namespace velsim {
+
+class ManualClock : public Scheduler {
+ public:
+  void after(std::chrono::milliseconds delay, std::function<void()> task) override;
+  void stop() override;
+
+  // Runs what becomes due, in order.
+  void advance(std::chrono::milliseconds time);
+
+ private:
+  std::chrono::milliseconds now_{0};
+  std::multimap<std::chrono::milliseconds, std::function<void()>> tasks_;
+};
+
+// Values of the widths that the bus has.
+inline qxbus::Value int16(int value) {
+  return static_cast<std::int16_t>(value);
+}
+inline qxbus::Value int32(std::int64_t value) {
+  return static_cast<std::int32_t>(value);
+}
+inline qxbus::Value uint64(std::uint64_t value) {
+  return value;
+}
+// The eight bytes of a number, the lowest first.
+qxbus::Value block8(std::uint64_t number);
+qxbus::Value bytes(const std::string& text);
+
+template <typename Number>
+Number numberAt(const qxbus::Bytes& record, std::size_t offset) {
+  Number number = 0;
+  EXPECT_LE(offset + sizeof number, record.size());
+  if (offset + sizeof number <= record.size()) {
+    std::memcpy(&number, &record[offset], sizeof number);
+  }
+  return number;
+}
+// Up to the first NUL, which must be there.
+std::string textAt(const qxbus::Bytes& record, std::size_t offset);
+
+constexpr VmNumber kWin11 = 101;
+constexpr VmNumber kUbuntu = 103;
+constexpr VmNumber kNobody = 9999;
+
+// Built-in things.
+constexpr std::uint16_t kStick = 11;
+constexpr std::uint16_t kCamera = 12;
+constexpr std::uint16_t kTablet = 13;
+constexpr std::uint16_t kLaser = 21;
+constexpr std::uint64_t kStickSource = 0x7E5700010000000B;
+constexpr std::uint64_t kCameraSource = 0x7E5700020000000C;
+constexpr std::uint64_t kLaserSource = 0x7E57010000000015;
+
+inline qxbus::Values statusValues(Status status) {
+  return {static_cast<std::int32_t>(status)};
+}
+
+class SimulatedServiceTest : public ::testing::Test {
+ protected:
+  SimulatedServiceTest();
+
+  // The answer, which must be there at once and no error.
+  qxbus::Values call(const std::string& method, const qxbus::Values& arguments);
+  // The error, which must be there at once; "" when it is none.
+  std::string error(const std::string& method, const qxbus::Values& arguments);
+  // Puts the answer where the pointer says when it is given.
+  std::shared_ptr<std::optional<qxbus::Values>> callLater(const std::string& method,
+                                                          const qxbus::Values& arguments);
+  // The blocks of a list.
+  std::vector<qxbus::Bytes> list(const std::string& method, const qxbus::Values& arguments);
+
+  // What has been told since the last time this was asked.
+  std::vector<Event> told() { return std::exchange(events_, {}); }
+  // The same, only code and VM.
+  std::vector<std::pair<int, VmNumber>> toldCodes();
+
+  MachineState& machine() { return const_cast<MachineState&>(simulator.machine()); }
+
+ private:
+  std::vector<Event> events_;
+
+ protected:
+  ManualClock* clock = new ManualClock;
+  Simulator simulator{std::unique_ptr<Scheduler>(clock)};
+};
+
+}  // namespace velsim
+
+#endif  // TESTS_VELSIM_SERVICE_SIMULATED_SERVICE_H

@@ -1,0 +1,353 @@
+#include "vel/apps/local/velsim/machine/devices.h"
+
+#include <algorithm>
+
+#include "vel/apps/local/velsim/service/records.h"
+
+namespace velsim {
+namespace {
+
+constexpr std::uint16_t kVendor = 0x7E57;
+
+struct TypeRow {
+  DeviceType type;
+  const char* word;
+  bool isPluggable;
+};
+constexpr TypeRow kTypes[] = {
+    {DeviceType::kStorage, "storage", true},
+    {DeviceType::kCamera, "camera", true},
+    {DeviceType::kTablet, "tablet", true},
+    {DeviceType::kPrinterClass, "printer-class", true},
+    {DeviceType::kGeneric, "generic", true},
+    {DeviceType::kNetwork, "network", false},
+    {DeviceType::kNetworkPrinter, "network-printer", false},
+};
+
+struct BuiltIn {
+  std::uint16_t number;
+  DeviceType type;
+  const char* name;
+};
+constexpr BuiltIn kBuiltIn[] = {{11, DeviceType::kStorage, "Memory stick"},
+                                {12, DeviceType::kCamera, "Built-in camera"},
+                                {13, DeviceType::kTablet, "Drawing tablet"},
+                                {14, DeviceType::kPrinterClass, "Label printer"},
+                                {15, DeviceType::kGeneric, "Barcode scanner"}};
+
+}  // namespace
+
+const char* wordFor(DeviceType type) {
+  const auto* const row = std::find_if(std::begin(kTypes), std::end(kTypes),
+                                       [type](const TypeRow& each) { return each.type == type; });
+  return row != std::end(kTypes) ? row->word : "";
+}
+
+std::optional<DeviceType> pluggableType(const std::string& word) {
+  for (const TypeRow& row : kTypes) {
+    if (row.isPluggable && word == row.word) {
+      return row.type;
+    }
+  }
+  return std::nullopt;
+}
+
+std::vector<std::string> pluggableTypes() {
+  std::vector<std::string> words;
+  for (const TypeRow& row : kTypes) {
+    if (row.isPluggable) {
+      words.emplace_back(row.word);
+    }
+  }
+  return words;
+}
+
+std::uint64_t sourceIdOf(std::uint16_t vid, std::uint16_t pid, std::uint16_t number) {
+  constexpr int kVidShift = 48;
+  constexpr int kPidShift = 32;
+  return std::uint64_t{vid} << kVidShift | std::uint64_t{pid} << kPidShift | number;
+}
+
+Devices::Devices(NumberPool& numbers, Events& events) : numbers_(numbers), events_(events) {
+  for (const BuiltIn& row : kBuiltIn) {
+    add(row.number, row.type, row.name);
+  }
+}
+
+std::vector<const Device*> Devices::of(VmNumber vm) const {
+  std::vector<const Device*> found;
+  for (const auto& [number, device] : devices_) {
+    if (device.vm == 0 || device.vm == vm) {
+      found.push_back(&device);
+    }
+  }
+  return found;
+}
+
+const Device* Devices::find(std::uint16_t number) const {
+  const auto known = devices_.find(number);
+  return known != devices_.end() ? &known->second : nullptr;
+}
+
+const Device* Devices::findBySource(std::uint64_t sourceId) const {
+  for (const auto& [number, device] : devices_) {
+    if (device.sourceId == sourceId) {
+      return &device;
+    }
+  }
+  return nullptr;
+}
+
+Device* Devices::device(std::uint16_t number) {
+  const auto known = devices_.find(number);
+  return known != devices_.end() ? &known->second : nullptr;
+}
+
+const Device* Devices::findNetwork(const std::string& text) const {
+  for (const auto& [number, device] : devices_) {
+    if (device.type == DeviceType::kNetwork && device.originalName == text) {
+      return &device;
+    }
+  }
+  return nullptr;
+}
+
+Device& Devices::add(std::uint16_t number, DeviceType type, const std::string& name) {
+  Device& added = devices_[number];
+  added.number = number;
+  added.type = type;
+  added.vid = kVendor;
+  added.pid = static_cast<std::uint16_t>(type);
+  added.sourceId = sourceIdOf(added.vid, added.pid, number);
+  added.name = name;
+  added.originalName = name;
+  added.isMounted = type == DeviceType::kStorage;
+  return added;
+}
+
+const Device* Devices::plug(DeviceType type, const std::string& name) {
+  const std::uint16_t number = numbers_.take();
+  if (number == 0) {
+    return nullptr;
+  }
+  const Device& plugged = add(number, type, name);
+  tell(EventCode::kDevicePlugged, plugged);
+  if (plugged.isMounted) {
+    tell(EventCode::kMounted, plugged);
+  }
+  return &plugged;
+}
+
+Status Devices::unplug(std::uint16_t number) {
+  Device* const unplugged = device(number);
+  if (!unplugged) {
+    return Status::kUnknownDevice;
+  }
+  takeBack(*unplugged);
+  setMounted(*unplugged, false);
+  unplugged->status = DeviceStatus::kGone;
+  tell(EventCode::kDeviceUnplugged, *unplugged);
+  devices_.erase(number);
+  numbers_.giveBack(number);
+  return Status::kOk;
+}
+
+Status Devices::attach(std::uint16_t number, VmNumber vm) {
+  Device* const attached = device(number);
+  if (!attached) {
+    return Status::kUnknownDevice;
+  }
+  if (attached->vm == vm) {
+    return Status::kOk;
+  }
+  if (attached->vm != 0) {
+    return Status::kBusy;
+  }
+  const bool isForbidden = attached->policy == static_cast<std::int16_t>(LocalPolicy::kForbidden) ||
+                           (attached->type == DeviceType::kCamera && !isCameraAllowed_);
+  if (isForbidden) {
+    return Status::kForbidden;
+  }
+  setMounted(*attached, false);
+  attached->status = DeviceStatus::kAttached;
+  attached->vm = vm;
+  tell(EventCode::kDeviceAttached, *attached, vm);
+  return Status::kOk;
+}
+
+Status Devices::detach(std::uint16_t number, VmNumber vm) {
+  Device* const detached = device(number);
+  if (!detached) {
+    return Status::kUnknownDevice;
+  }
+  if (detached->vm == 0 || detached->vm != vm) {
+    return Status::kNotAttached;
+  }
+  takeBack(*detached);
+  return Status::kOk;
+}
+
+Status Devices::move(std::uint16_t number, VmNumber vm) {
+  Device* const moved = device(number);
+  if (moved && moved->vm != vm) {
+    takeBack(*moved);
+  }
+  return attach(number, vm);
+}
+
+void Devices::detachAll(VmNumber vm) {
+  for (auto& [number, device] : devices_) {
+    if (device.vm == vm) {
+      takeBack(device);
+    }
+  }
+}
+
+Status Devices::ignore(std::uint16_t number) {
+  Device* const ignored = device(number);
+  if (!ignored) {
+    return Status::kUnknownDevice;
+  }
+  if (ignored->vm != 0) {
+    return Status::kBusy;
+  }
+  ignored->status = DeviceStatus::kIgnored;
+  tell(EventCode::kDeviceChanged, *ignored);
+  return Status::kOk;
+}
+
+Status Devices::setPolicy(std::uint16_t number, std::int16_t policy, const std::string& name,
+                          const std::string& text) {
+  Device* const changed = device(number);
+  if (!changed) {
+    return Status::kUnknownDevice;
+  }
+  changed->policy = policy;
+  changed->policyText = text;
+  if (!name.empty()) {
+    changed->name = name;
+  }
+  tell(EventCode::kDeviceChanged, *changed);
+  return Status::kOk;
+}
+
+Status Devices::mount(std::uint16_t number) {
+  Device* const mounted = device(number);
+  if (!mounted) {
+    return Status::kUnknownDevice;
+  }
+  if (mounted->type != DeviceType::kStorage) {
+    return Status::kNotStorage;
+  }
+  if (mounted->vm != 0) {
+    return Status::kBusy;
+  }
+  setMounted(*mounted, true);
+  return Status::kOk;
+}
+
+Status Devices::unmount(std::uint16_t number) {
+  Device* const unmounted = device(number);
+  if (!unmounted) {
+    return Status::kUnknownDevice;
+  }
+  if (unmounted->type != DeviceType::kStorage) {
+    return Status::kNotStorage;
+  }
+  setMounted(*unmounted, false);
+  return Status::kOk;
+}
+
+Status Devices::addNetwork(std::int32_t type, const std::string& text) {
+  if (text.empty()) {
+    return Status::kEmptyText;
+  }
+  if (findNetwork(text)) {
+    return Status::kExists;
+  }
+  const Device* const added = plug(DeviceType::kNetwork, text);
+  if (!added) {
+    return Status::kFull;
+  }
+  device(added->number)->networkType = type;
+  return Status::kOk;
+}
+
+Status Devices::removeNetwork(const std::string& text) {
+  const Device* const removed = findNetwork(text);
+  return removed ? unplug(removed->number) : Status::kUnknownDevice;
+}
+
+CameraStatus Devices::cameraStatus() const {
+  const bool isThere = std::any_of(devices_.begin(), devices_.end(), [](const auto& entry) {
+    return entry.second.type == DeviceType::kCamera;
+  });
+  if (!isThere) {
+    return CameraStatus::kNone;
+  }
+  return isCameraAllowed_ ? CameraStatus::kAllowed : CameraStatus::kDenied;
+}
+
+void Devices::allowCamera(bool isAllowed) {
+  isCameraAllowed_ = isAllowed;
+  if (isAllowed) {
+    return;
+  }
+  for (auto& [number, device] : devices_) {
+    if (device.type == DeviceType::kCamera) {
+      takeBack(device);
+    }
+  }
+}
+
+void Devices::tellAll() {
+  for (const auto& [number, device] : devices_) {
+    tell(EventCode::kDeviceChanged, device);
+  }
+}
+
+void Devices::reset() {
+  std::vector<std::uint16_t> addedByClients;
+  for (auto& [number, device] : devices_) {
+    if (device.type == DeviceType::kNetwork) {
+      addedByClients.push_back(number);
+      continue;
+    }
+    takeBack(device);
+    const bool isChanged = device.status != DeviceStatus::kAvailable || device.policy != 0 ||
+                           !device.policyText.empty() || device.name != device.originalName;
+    device.status = DeviceStatus::kAvailable;
+    device.policy = 0;
+    device.policyText.clear();
+    device.name = device.originalName;
+    if (isChanged) {
+      tell(EventCode::kDeviceChanged, device);
+    }
+    setMounted(device, device.type == DeviceType::kStorage);
+  }
+  for (const std::uint16_t number : addedByClients) {
+    unplug(number);
+  }
+}
+
+void Devices::setMounted(Device& device, bool isMounted) {
+  if (device.isMounted != isMounted) {
+    device.isMounted = isMounted;
+    tell(isMounted ? EventCode::kMounted : EventCode::kUnmounted, device);
+  }
+}
+
+void Devices::takeBack(Device& device) {
+  if (device.vm == 0) {
+    return;
+  }
+  const VmNumber vm = std::exchange(device.vm, 0);
+  device.status = DeviceStatus::kAvailable;
+  tell(EventCode::kDeviceDetached, device, vm);
+}
+
+void Devices::tell(EventCode code, const Device& device, VmNumber vm) {
+  events_.add(code, vm, recordOf(device));
+}
+
+}  // namespace velsim

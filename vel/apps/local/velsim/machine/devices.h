@@ -1,0 +1,118 @@
+// The devices of the simulated machine.
+//
+// Built in:
+//   number  type           name              USB id     source id
+//       11  storage        Memory stick      7e57:0001  0x7e5700010000000b
+//       12  camera         Built-in camera   7e57:0002  0x7e5700020000000c
+//       13  tablet         Drawing tablet    7e57:0003  0x7e5700030000000d
+//       14  printer-class  Label printer     7e57:0004  0x7e5700040000000e
+//       15  generic        Barcode scanner   7e57:0005  0x7e5700050000000f
+// The source id of every device is made of vendor id, product id, two bytes of zero and number.
+//
+// THREADS   One thread at a time.
+
+#ifndef VEL_APPS_LOCAL_VELSIM_MACHINE_DEVICES_H
+#define VEL_APPS_LOCAL_VELSIM_MACHINE_DEVICES_H
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "vel/apps/local/velsim/machine/events.h"
+#include "vel/apps/local/velsim/machine/number_pool.h"
+#include "vel/apps/local/velsim/machine/numbers.h"
+#include "vel/apps/local/velsim/machine/status.h"
+#include "vel/apps/local/velsim/machine/vm_sessions.h"
+
+namespace velsim {
+
+struct Device {
+  std::uint16_t number = 0;
+  DeviceType type = DeviceType::kGeneric;
+  std::uint64_t sourceId = 0;
+  std::uint16_t vid = 0;
+  std::uint16_t pid = 0;
+  std::string name;
+  std::string originalName;  // before clients changed it
+  std::int16_t policy = 0;   // see LocalPolicy
+  std::string policyText;
+  DeviceStatus status = DeviceStatus::kAvailable;
+  VmNumber vm = 0;               // that it is attached to
+  bool isMounted = false;        // only storage
+  std::int32_t networkType = 0;  // of a network device, as its client gave it
+};
+
+// "storage", and so on.
+const char* wordFor(DeviceType type);
+// The type of what can be plugged in; empty when there is no such word.
+std::optional<DeviceType> pluggableType(const std::string& word);
+std::vector<std::string> pluggableTypes();
+
+std::uint64_t sourceIdOf(std::uint16_t vid, std::uint16_t pid, std::uint16_t number);
+
+// Every change tells events what clients would expect to hear.
+class Devices {
+ public:
+  // With the built-in devices.
+  Devices(NumberPool& numbers, Events& events);
+
+  const std::map<std::uint16_t, Device>& all() const { return devices_; }
+  // What can be attached to the VM, or is.
+  std::vector<const Device*> of(VmNumber vm) const;
+  // Null when there is none.
+  const Device* find(std::uint16_t number) const;
+  const Device* findBySource(std::uint64_t sourceId) const;
+  const Device* findNetwork(const std::string& text) const;
+
+  // Storage is mounted at once. Null when no number is left.
+  const Device* plug(DeviceType type, const std::string& name);
+  // Takes it out of its VM first.
+  Status unplug(std::uint16_t number);
+
+  // Attaching to the same VM again is fine. Storage is unmounted first.
+  Status attach(std::uint16_t number, VmNumber vm);
+  Status detach(std::uint16_t number, VmNumber vm);
+  // Attaches it also when another VM has it.
+  Status move(std::uint16_t number, VmNumber vm);
+  void detachAll(VmNumber vm);
+
+  Status ignore(std::uint16_t number);
+  // An empty name leaves it as it is.
+  Status setPolicy(std::uint16_t number, std::int16_t policy, const std::string& name,
+                   const std::string& text);
+  // Mounting what is mounted, and the other way round, is fine.
+  Status mount(std::uint16_t number);
+  Status unmount(std::uint16_t number);
+
+  // A device that is known by its text.
+  Status addNetwork(std::int32_t type, const std::string& text);
+  Status removeNetwork(const std::string& text);
+
+  CameraStatus cameraStatus() const;
+  // Forbidding takes the cameras out of their VMs.
+  void allowCamera(bool isAllowed);
+
+  // Tells of every device as changed.
+  void tellAll();
+
+  // Undoes what clients have done. What was plugged in stays.
+  void reset();
+
+ private:
+  Device* device(std::uint16_t number);
+  Device& add(std::uint16_t number, DeviceType type, const std::string& name);
+  void setMounted(Device& device, bool isMounted);
+  void takeBack(Device& device);
+  void tell(EventCode code, const Device& device, VmNumber vm = 0);
+
+  NumberPool& numbers_;
+  Events& events_;
+  std::map<std::uint16_t, Device> devices_;
+  bool isCameraAllowed_ = true;
+};
+
+}  // namespace velsim
+
+#endif  // VEL_APPS_LOCAL_VELSIM_MACHINE_DEVICES_H

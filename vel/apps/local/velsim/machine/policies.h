@@ -1,0 +1,76 @@
+// How devices in general are treated: by their type, and by USB vendor and product id.
+//
+// A property has one value per vendor and product id, whatever the type it was set for: whoever
+// asks for it does not tell the type. Of the built-in devices only the camera has one of its own
+// (30, pictures per second), which clients can change and a reset brings back.
+//
+// THREADS   One thread at a time.
+
+#ifndef VEL_APPS_LOCAL_VELSIM_MACHINE_POLICIES_H
+#define VEL_APPS_LOCAL_VELSIM_MACHINE_POLICIES_H
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <tuple>
+
+namespace velsim {
+
+struct VidPid {
+  std::uint16_t vid = 0;
+  std::uint16_t pid = 0;
+
+  bool operator<(const VidPid& other) const {
+    return std::tie(vid, pid) < std::tie(other.vid, other.pid);
+  }
+};
+
+struct VidPidPolicy {
+  VidPid id;
+  std::uint16_t deviceType = 0;
+  std::int32_t builtInProperty = 0;
+  // What clients have set.
+  std::optional<std::int32_t> property;
+  std::optional<std::string> turboText;
+};
+
+class Policies {
+ public:
+  Policies() { reset(); }
+
+  // Whether devices of a type are attached when they are plugged in; 0 until it is set.
+  std::int16_t autoConnect(std::uint16_t deviceType) const;
+  void setAutoConnect(std::uint16_t deviceType, std::int16_t setting);
+  const std::map<std::uint16_t, std::int16_t>& autoConnects() const { return autoConnects_; }
+
+  // Whether the card of a new device of a type is to be shown, as clients say.
+  void setPopupCard(std::uint16_t deviceType, std::uint16_t setting);
+  const std::map<std::uint16_t, std::uint16_t>& popupCards() const { return popupCards_; }
+
+  // What a client has set, else what is built in, else 0.
+  std::int32_t property(VidPid id) const;
+  // Only what a client has set; 0 when none has.
+  std::int32_t localProperty(VidPid id) const;
+  void setProperty(VidPid id, std::uint16_t deviceType, std::int32_t value);
+
+  // Empty until it is set.
+  std::string turboText(VidPid id) const;
+  void setTurboText(VidPid id, const std::string& text);
+
+  const std::map<VidPid, VidPidPolicy>& byVidPid() const { return byVidPid_; }
+
+  void reset();
+
+ private:
+  const VidPidPolicy* find(VidPid id) const;
+  VidPidPolicy& policy(VidPid id);
+
+  std::map<std::uint16_t, std::int16_t> autoConnects_;
+  std::map<std::uint16_t, std::uint16_t> popupCards_;
+  std::map<VidPid, VidPidPolicy> byVidPid_;
+};
+
+}  // namespace velsim
+
+#endif  // VEL_APPS_LOCAL_VELSIM_MACHINE_POLICIES_H

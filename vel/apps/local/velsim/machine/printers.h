@@ -1,0 +1,89 @@
+// The printers of the simulated machine: those plugged into it, and network printers that clients
+// have added. Both can be redirected into a VM.
+//
+// Built in:
+//   number  name           source id
+//       21  Office laser   0x7e57010000000015
+//       22  Photo printer  0x7e57010000000016
+// Network printers have 0101 where these have 0100.
+//
+// THREADS   One thread at a time.
+
+#ifndef VEL_APPS_LOCAL_VELSIM_MACHINE_PRINTERS_H
+#define VEL_APPS_LOCAL_VELSIM_MACHINE_PRINTERS_H
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "vel/apps/local/velsim/machine/events.h"
+#include "vel/apps/local/velsim/machine/number_pool.h"
+#include "vel/apps/local/velsim/machine/numbers.h"
+#include "vel/apps/local/velsim/machine/status.h"
+#include "vel/apps/local/velsim/machine/vm_sessions.h"
+
+namespace velsim {
+
+struct Printer {
+  std::uint16_t number = 0;
+  std::uint64_t sourceId = 0;
+  std::string name;
+  DeviceStatus status = DeviceStatus::kAvailable;
+  VmNumber vm = 0;  // that it is attached to
+  bool isNetwork = false;
+  std::string address;  // of a network printer
+  std::string extra;    // of a network printer, as its client gave it
+};
+
+// Every change of a printer tells events.
+class Printers {
+ public:
+  // With the built-in printers.
+  Printers(NumberPool& numbers, Events& events);
+
+  const std::map<std::uint16_t, Printer>& all() const { return printers_; }
+  // What can be attached to the VM, or is.
+  std::vector<const Printer*> of(VmNumber vm) const;
+  std::vector<const Printer*> network() const;
+  // Null when there is none.
+  const Printer* find(std::uint16_t number) const;
+  const Printer* findBySource(std::uint64_t sourceId) const;
+
+  // Null when no number is left.
+  const Printer* plug(const std::string& name);
+  // Takes it out of its VM first. A network printer has no plug: kUnknownPrinter.
+  Status unplug(std::uint16_t number);
+
+  // Attaching to the same VM again is fine.
+  Status attach(std::uint16_t number, VmNumber vm);
+  Status detach(std::uint16_t number, VmNumber vm);
+  void detachAll(VmNumber vm);
+
+  // Network printers are known by their names.
+  Status addNetwork(const std::string& address, const std::string& name, const std::string& extra);
+  Status removeNetwork(const std::string& name);
+  Status renameNetwork(const std::string& from, const std::string& to);
+
+  // Tells of every printer.
+  void tellAll();
+
+  // Undoes what clients have done. What was plugged in stays.
+  void reset();
+
+ private:
+  Printer* printer(std::uint16_t number);
+  Printer* networkPrinter(const std::string& name);
+  Printer& add(std::uint16_t number, const std::string& name, bool isNetwork);
+  void remove(Printer& printer);
+  void takeBack(Printer& printer);
+  void tell(const Printer& printer, VmNumber vm = 0);
+
+  NumberPool& numbers_;
+  Events& events_;
+  std::map<std::uint16_t, Printer> printers_;
+};
+
+}  // namespace velsim
+
+#endif  // VEL_APPS_LOCAL_VELSIM_MACHINE_PRINTERS_H

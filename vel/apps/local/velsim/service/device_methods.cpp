@@ -1,0 +1,110 @@
+// Devices, network devices, and USB devices that clients redirect themselves.
+
+#include "vel/apps/local/velsim/service/arguments.h"
+#include "vel/apps/local/velsim/service/records.h"
+#include "vel/apps/local/velsim/service/simulator.h"
+
+namespace velsim {
+namespace {
+
+using qxbus::Bytes;
+using qxbus::Values;
+
+// Number 0 stands for this machine: every device, whoever has it.
+Values getDeviceList(MachineState& machine, const Values& arguments) {
+  const VmNumber vm = vmOf(arguments);
+  std::vector<Bytes> records;
+  if (vm == 0) {
+    for (const auto& [number, device] : machine.devices.all()) {
+      records.push_back(recordOf(device));
+    }
+  } else if (machine.vms.find(vm)) {
+    for (const Device* const device : machine.devices.of(vm)) {
+      records.push_back(recordOf(*device));
+    }
+  }
+  return listOf(std::move(records));
+}
+
+Values getDeviceStatus(MachineState& machine, const Values& arguments) {
+  const Device* const device = machine.devices.find(qxbus::readUInt16(arguments, 0));
+  return device ? listOf({recordOf(*device)}) : listOf({});
+}
+
+Values connectDevice(MachineState& machine, const Values& arguments) {
+  const std::uint16_t number = qxbus::readUInt16(arguments, 1);
+  return status(
+      forVm(machine, arguments, [&](VmNumber vm) { return machine.devices.attach(number, vm); }));
+}
+
+Values disconnectDevice(MachineState& machine, const Values& arguments) {
+  const std::uint16_t number = qxbus::readUInt16(arguments, 1);
+  return status(
+      forVm(machine, arguments, [&](VmNumber vm) { return machine.devices.detach(number, vm); }));
+}
+
+Values connectDeviceBySrcId(MachineState& machine, const Values& arguments) {
+  const Device* const device = machine.devices.findBySource(qxbus::readUInt64(arguments, 1));
+  return status(forVm(machine, arguments, [&](VmNumber vm) {
+    return device ? machine.devices.attach(device->number, vm) : Status::kUnknownDevice;
+  }));
+}
+
+Values disconnectDeviceBySrcId(MachineState& machine, const Values& arguments) {
+  const Device* const device = machine.devices.findBySource(qxbus::readUInt64(arguments, 1));
+  return status(forVm(machine, arguments, [&](VmNumber vm) {
+    return device ? machine.devices.detach(device->number, vm) : Status::kUnknownDevice;
+  }));
+}
+
+Values redirectDevice(MachineState& machine, const Values& arguments) {
+  const std::uint16_t number = qxbus::readUInt16(arguments, 1);
+  const auto direction = static_cast<Redirection>(qxbus::readUInt16(arguments, 2));
+  return status(forVm(machine, arguments, [&](VmNumber vm) {
+    switch (direction) {
+      case Redirection::kBack:
+        return machine.devices.detach(number, vm);
+      case Redirection::kInto:
+        return machine.devices.move(number, vm);
+    }
+    return Status::kUnknownCommand;
+  }));
+}
+
+Values addNetworkDevice(MachineState& machine, const Values& arguments) {
+  return status(machine.addNetworkDevice(int32Of(arguments, 0), qxbus::readString(arguments, 1)));
+}
+
+// The detail is for the people who read the requests.
+Values deleteNetworkDevice(MachineState& machine, const Values& arguments) {
+  return status(machine.devices.removeNetwork(qxbus::readString(arguments, 0)));
+}
+
+Values setUsbredirStatus(MachineState& machine, const Values& arguments) {
+  const std::int16_t usbStatus = int16Of(arguments, 1);
+  const std::uint64_t identity = numberInBlock(arguments, 2);
+  return status(forVm(machine, arguments, [&](VmNumber vm) {
+    machine.streamReports.setUsbStatus(vm, identity, usbStatus);
+    return Status::kOk;
+  }));
+}
+
+}  // namespace
+
+const std::vector<MethodRow>& deviceMethods() {
+  static const std::vector<MethodRow> rows = {
+      {"getDeviceList", "vm:i", getDeviceList},
+      {"getDeviceStatus", "device:n", getDeviceStatus},
+      {"connectDevice", "vm:i device:n", connectDevice},
+      {"disconnectDevice", "vm:i device:n", disconnectDevice},
+      {"connectDeviceBySrcId", "vm:i sourceId:t", connectDeviceBySrcId},
+      {"disconnectDeviceBySrcId", "vm:i sourceId:t", disconnectDeviceBySrcId},
+      {"redirectDevice", "vm:i device:n direction:n", redirectDevice},
+      {"addNetworkDevice", "type:i device:ay", addNetworkDevice},
+      {"deleteNetworkDevice", "device:ay detail:ay", deleteNetworkDevice},
+      {"setUsbredirStatus", "vm:i status:n identity:ay8", setUsbredirStatus},
+  };
+  return rows;
+}
+
+}  // namespace velsim

@@ -1,0 +1,195 @@
+// Service commands: words that a client sends, and whose answer comes as an event with a JSON text,
+// {"id":70000,"command":"vms","answer":{...}}, in which id is what the client has given the
+// command. A command that does not exist is refused with a status, and no event follows.
+
+#include <algorithm>
+
+#include "vel/apps/local/velsim/service/arguments.h"
+#include "vel/apps/local/velsim/service/json_text.h"
+#include "vel/apps/local/velsim/service/records.h"
+#include "vel/apps/local/velsim/service/simulator.h"
+
+namespace velsim {
+namespace {
+
+using qxbus::Values;
+
+std::string hex(std::uint64_t number) {
+  constexpr char kDigits[] = "0123456789abcdef";
+  constexpr int kBits = 64;
+  constexpr int kBitsPerDigit = 4;
+  constexpr std::uint64_t kDigit = 0xF;
+  std::string text = "0x";
+  for (int shift = kBits - kBitsPerDigit; shift >= 0; shift -= kBitsPerDigit) {
+    text += kDigits[number >> shift & kDigit];
+  }
+  return text;
+}
+
+Json vmsOf(const MachineState& machine) {
+  Json list = Json::array();
+  for (const auto& [vmId, number] : machine.vms.numbers()) {
+    const VmSession& session = *machine.vms.find(number);
+    list.push_back({{"vm", vmId},
+                    {"number", number},
+                    {"isConnected", session.attachment.has_value()},
+                    {"isStarted", session.isStarted},
+                    {"pipes", session.pipes.size()},
+                    {"ports", session.ports.size()},
+                    {"hasFocus", machine.vms.focus() && machine.vms.focus()->vm == number}});
+  }
+  return {{"vms", list}};
+}
+
+Json devicesOf(const MachineState& machine) {
+  Json list = Json::array();
+  for (const auto& [number, device] : machine.devices.all()) {
+    Json entry = {{"number", number},
+                  {"type", wordFor(device.type)},
+                  {"name", device.name},
+                  {"sourceId", hex(device.sourceId)},
+                  {"status", static_cast<int>(device.status)},
+                  {"vm", device.vm},
+                  {"policy", device.policy},
+                  {"policyText", device.policyText}};
+    if (device.type == DeviceType::kStorage) {
+      entry["isMounted"] = device.isMounted;
+    }
+    if (device.type == DeviceType::kNetwork) {
+      entry["networkType"] = device.networkType;
+    }
+    list.push_back(entry);
+  }
+  return {{"devices", list}, {"camera", static_cast<int>(machine.devices.cameraStatus())}};
+}
+
+Json printersOf(const MachineState& machine) {
+  Json list = Json::array();
+  for (const auto& [number, printer] : machine.printers.all()) {
+    Json entry = {{"number", number},
+                  {"name", printer.name},
+                  {"sourceId", hex(printer.sourceId)},
+                  {"status", static_cast<int>(printer.status)},
+                  {"vm", printer.vm}};
+    if (printer.isNetwork) {
+      entry["address"] = printer.address;
+      entry["extra"] = printer.extra;
+    }
+    list.push_back(entry);
+  }
+  return {{"printers", list}};
+}
+
+Json policiesOf(const MachineState& machine) {
+  Json autoConnects = Json::array();
+  for (const auto& [type, setting] : machine.policies.autoConnects()) {
+    autoConnects.push_back({{"deviceType", type}, {"setting", setting}});
+  }
+  Json cards = Json::array();
+  for (const auto& [type, setting] : machine.policies.popupCards()) {
+    cards.push_back({{"deviceType", type}, {"setting", setting}});
+  }
+  Json byVidPid = Json::array();
+  for (const auto& [id, policy] : machine.policies.byVidPid()) {
+    Json entry = {{"vid", id.vid},
+                  {"pid", id.pid},
+                  {"deviceType", policy.deviceType},
+                  {"property", policy.property.value_or(policy.builtInProperty)}};
+    if (policy.turboText) {
+      entry["turbo"] = *policy.turboText;
+    }
+    byVidPid.push_back(entry);
+  }
+  return {{"autoConnect", autoConnects}, {"popupCards", cards}, {"byVidPid", byVidPid}};
+}
+
+Json joysticksOf(const MachineState& machine) {
+  Json list = Json::array();
+  for (const Joystick& joystick : machine.joysticks.all()) {
+    list.push_back({{"name", joystick.name},
+                    {"mapping", Joysticks::mappings()[joystick.mapping]},
+                    {"isCalibrated", joystick.isCalibrated}});
+  }
+  return {{"joysticks", list}, {"subscribers", machine.joysticks.subscribers().size()}};
+}
+
+Json qualityOf(const MachineState& machine) {
+  Json list = Json::array();
+  for (const auto& [vm, report] : machine.streamReports.all()) {
+    Json entry = {{"vm", vm}};
+    if (report.bandwidth) {
+      entry["bandwidth"] = {report.bandwidth->first, report.bandwidth->second};
+    }
+    Json quality = Json::array();
+    for (const auto& [type, figure] : report.quality) {
+      quality.push_back({{"type", type}, {"figure", figure ? Json(*figure) : Json()}});
+    }
+    entry["quality"] = quality;
+    list.push_back(entry);
+  }
+  return {{"reports", list}};
+}
+
+Json usbOf(const MachineState& machine) {
+  Json list = Json::array();
+  for (const auto& [vm, report] : machine.streamReports.all()) {
+    for (const auto& [identity, usbStatus] : report.usbStatus) {
+      list.push_back({{"vm", vm}, {"identity", hex(identity)}, {"status", usbStatus}});
+    }
+  }
+  return {{"usb", list}};
+}
+
+struct Command {
+  const char* word;
+  const char* help;
+  Json (*answer)(const MachineState& machine);
+};
+constexpr Command kCommands[] = {
+    {"vms", "the VM sessions", vmsOf},
+    {"devices", "the devices, and whether the camera may be used", devicesOf},
+    {"printers", "the printers and network printers", printersOf},
+    {"policies", "what is set by type, and by vendor and product id", policiesOf},
+    {"joysticks", "the joysticks", joysticksOf},
+    {"quality", "bandwidth and quality as clients report them", qualityOf},
+    {"usb", "USB devices that clients redirect themselves", usbOf},
+};
+
+// Number 0 stands for this machine.
+Values dovelcmd(MachineState& machine, const Values& arguments) {
+  const VmNumber vm = vmOf(arguments);
+  if (vm != 0 && !machine.vms.find(vm)) {
+    return status(Status::kUnknownVm);
+  }
+  const std::string word = qxbus::readString(arguments, 1);
+  const auto* const command =
+      std::find_if(std::begin(kCommands), std::end(kCommands),
+                   [&word](const Command& each) { return word == each.word; });
+  if (command == std::end(kCommands)) {
+    return status(Status::kUnknownCommand);
+  }
+  const Json answer = {
+      {"id", int32Of(arguments, 2)}, {"command", word}, {"answer", command->answer(machine)}};
+  machine.events.add(EventCode::kCommandAnswer, vm, commandAnswer(textOf(answer)));
+  return status(Status::kOk);
+}
+
+Values getvelcmdhelp(MachineState&, const Values&) {
+  std::string text;
+  for (const Command& command : kCommands) {
+    text += std::string(command.word) + ": " + command.help + "\n";
+  }
+  return {text};
+}
+
+}  // namespace
+
+const std::vector<MethodRow>& serviceCommandMethods() {
+  static const std::vector<MethodRow> rows = {
+      {"dovelcmd", "vm:i command:s id:i", dovelcmd},
+      {"getvelcmdhelp", "vm:i", getvelcmdhelp},
+  };
+  return rows;
+}
+
+}  // namespace velsim

@@ -1,0 +1,131 @@
+// Resetting, VM sessions, their pipes, ports and focus, drive tokens.
+
+#include <cstring>
+
+#include "bus/dbus/wire.h"
+#include "vel/apps/local/velsim/service/simulator.h"
+
+namespace velsim {
+namespace {
+
+using qxbus::Bytes;
+using qxbus::Values;
+
+// A pipe on the bus:
+//   offset  size  value
+//        0     4  number of its VM
+//        4     8  handle
+//       12   128  name1, zero-padded
+//      140   128  name2, zero-padded
+constexpr std::size_t kHandleOffset = 4;
+constexpr std::size_t kName1Offset = 12;
+constexpr std::size_t kName2Offset = 140;
+constexpr std::size_t kNameSize = 128;
+constexpr char kPipes[] = "vm:i count:i (pipe:ay268)*";
+
+Values status(Status status) {
+  return {static_cast<std::int32_t>(status)};
+}
+
+VmNumber vmOf(const Values& arguments) {
+  return qxbus::readUInt32(arguments, 0);
+}
+
+std::string textAt(const Bytes& block, std::size_t offset) {
+  const auto* const text = reinterpret_cast<const char*>(block.data() + offset);
+  return std::string(text, strnlen(text, kNameSize));
+}
+
+std::vector<Pipe> pipesOf(const Values& arguments) {
+  std::vector<Pipe> pipes;
+  for (const qxbus::Value& argument : arguments) {
+    if (const auto* const block = std::get_if<Bytes>(&argument)) {
+      Pipe pipe;
+      std::memcpy(&pipe.vm, block->data(), sizeof pipe.vm);
+      std::memcpy(&pipe.handle, block->data() + kHandleOffset, sizeof pipe.handle);
+      pipe.name1 = textAt(*block, kName1Offset);
+      pipe.name2 = textAt(*block, kName2Offset);
+      pipes.push_back(pipe);
+    }
+  }
+  return pipes;
+}
+
+Values resetService(MachineState& machine, const Values&) {
+  machine.reset();
+  return status(Status::kOk);
+}
+
+Values getVmListSize(MachineState& machine, const Values& arguments) {
+  return {static_cast<std::int32_t>(machine.vms.numberOf(qxbus::readString(arguments, 0)))};
+}
+
+Values getVmList(MachineState& machine, const Values&) {
+  Values list = {static_cast<std::int32_t>(machine.vms.numbers().size())};
+  for (const auto& [vmId, number] : machine.vms.numbers()) {
+    list.emplace_back(vmId);
+    list.emplace_back(static_cast<std::int32_t>(number));
+  }
+  return list;
+}
+
+Values connectVm(MachineState& machine, const Values& arguments) {
+  const auto argument = [&arguments](int index) {
+    return static_cast<std::int32_t>(qxbus::readUInt32(arguments, index));
+  };
+  return status(
+      machine.vms.connect(vmOf(arguments), Attachment{argument(1), argument(2), argument(3)}));
+}
+
+Values disconnectVm(MachineState& machine, const Values& arguments) {
+  return status(machine.vms.disconnect(vmOf(arguments)));
+}
+
+Values startManager(MachineState& machine, const Values& arguments) {
+  return status(machine.vms.start(vmOf(arguments)));
+}
+
+Values createPipe(MachineState& machine, const Values& arguments) {
+  return status(machine.vms.createPipes(vmOf(arguments), pipesOf(arguments)));
+}
+
+Values destroyPipe(MachineState& machine, const Values& arguments) {
+  return status(machine.vms.destroyPipes(vmOf(arguments), pipesOf(arguments)));
+}
+
+Values setPortChannelStatus(MachineState& machine, const Values& arguments) {
+  const std::uint32_t port = qxbus::readUInt32(arguments, 1);
+  const auto portStatus = static_cast<std::int32_t>(qxbus::readUInt32(arguments, 2));
+  return status(machine.vms.setPortStatus(vmOf(arguments), port, portStatus));
+}
+
+Values onFocusChanged(MachineState& machine, const Values& arguments) {
+  const bool isGained = qxbus::readUInt32(arguments, 1) != 0;
+  const std::uint64_t window = qxbus::readUInt64(arguments, 2);
+  return status(machine.vms.setFocus(vmOf(arguments), isGained, window));
+}
+
+Values updateDriveToken(MachineState& machine, const Values& arguments) {
+  return status(machine.vms.setDriveToken(qxbus::readString(arguments, 0)));
+}
+
+}  // namespace
+
+const std::vector<MethodRow>& sessionMethods() {
+  static const std::vector<MethodRow> rows = {
+      {"resetService", "", resetService},
+      {"getVmListSize", "vmId:s", getVmListSize},
+      {"getVmList", "unused:i", getVmList},
+      {"connectVm", "vm:i systemType:i shareMode:i connectParam:i", connectVm},
+      {"disconnectVm", "vm:i", disconnectVm},
+      {"startManager", "vm:i", startManager},
+      {"createPipe", kPipes, createPipe},
+      {"destroyPipe", kPipes, destroyPipe},
+      {"setPortChannelStatus", "vm:i port:i status:i", setPortChannelStatus},
+      {"onFocusChanged", "vm:i gainFocus:i windowId:t", onFocusChanged},
+      {"updateDriveToken", "token:ay", updateDriveToken},
+  };
+  return rows;
+}
+
+}  // namespace velsim

@@ -1,0 +1,134 @@
+#include "vel/apps/local/velsim/service/simulator.h"
+
+#include <future>
+#include <optional>
+#include <utility>
+
+#include "bus/dbus/wire.h"
+#include "vel/apps/local/velsim/service/timer_thread.h"
+
+namespace velsim {
+
+Simulator::Simulator() : Simulator(std::make_unique<TimerThread>()) {}
+
+Simulator::Simulator(std::unique_ptr<Scheduler> scheduler) : scheduler_(std::move(scheduler)) {
+  for (const std::vector<MethodRow>* const rows :
+       {&sessionMethods(), &deviceMethods(), &newDeviceMethods(), &policyMethods(),
+        &printerMethods(), &sharedPrinterMethods(), &printQueueMethods(), &joystickMethods(),
+        &diagnosisMethods(), &serviceCommandMethods(), &streamReportMethods()}) {
+    for (const MethodRow& row : *rows) {
+      methods_[row.name].push_back({Signature(row.takes), row.answer});
+    }
+  }
+}
+
+Simulator::~Simulator() {
+  scheduler_->stop();
+}
+
+std::vector<std::string> Simulator::methods() const {
+  std::vector<std::string> names;
+  for (const auto& [name, method] : methods_) {
+    names.push_back(name);
+  }
+  return names;
+}
+
+void Simulator::answer(const std::string& method, const qxbus::Values& arguments, Respond respond) {
+  const auto known = methods_.find(method);
+  if (known == methods_.end()) {
+    respond(Error{method + ": no such method"});
+    return;
+  }
+  const Method* fitting = nullptr;
+  std::optional<std::string> wrong;
+  for (const Method& each : known->second) {
+    wrong = each.takes.mismatch(arguments);
+    if (!wrong) {
+      fitting = &each;
+      break;
+    }
+  }
+  if (!fitting) {
+    respond(Error{method + ": " + *wrong});
+    return;
+  }
+  const std::lock_guard<std::mutex> lock(mutex_);
+  if (const auto* const atOnce = std::get_if<AnswerAtOnce>(&fitting->answer)) {
+    respond((*atOnce)(machine_, arguments));
+  } else {
+    begin(std::get<AnswerLater>(fitting->answer)(machine_, arguments), std::move(respond));
+  }
+  settle();
+}
+
+Simulator::Answer Simulator::answer(const std::string& method, const qxbus::Values& arguments) {
+  const auto answered = std::make_shared<std::promise<Answer>>();
+  answer(method, arguments, [answered](const Answer& given) { answered->set_value(given); });
+  return answered->get_future().get();
+}
+
+void Simulator::setEventSink(EventSink sink) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  sink_ = std::move(sink);
+  settle();
+}
+
+void Simulator::change(const std::function<void(MachineState& machine)>& action) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  action(machine_);
+  settle();
+}
+
+void Simulator::begin(Later later, Respond respond) {
+  const std::uint64_t id = ++lastWaiting_;
+  scheduler_->after(later.after, [this, id] {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto due = waiting_.find(id);
+    if (due != waiting_.end()) {
+      const Waiting given = std::move(due->second);
+      waiting_.erase(due);
+      given.respond(given.later.answer(machine_));
+      settle();
+    }
+  });
+  waiting_.emplace(id, Waiting{std::move(later), std::move(respond)});
+}
+
+void Simulator::giveDueAnswers() {
+  for (auto next = waiting_.begin(); next != waiting_.end();) {
+    if (next->second.later.isDue(machine_)) {
+      const Waiting given = std::move(next->second);
+      next = waiting_.erase(next);
+      given.respond(given.later.answer(machine_));
+    } else {
+      ++next;
+    }
+  }
+}
+
+void Simulator::settle() {
+  machine_.settle();
+  giveDueAnswers();
+  for (MachineState::Plan& plan : machine_.takePlans()) {
+    scheduler_->after(plan.after, [this, action = std::move(plan.action)] { change(action); });
+  }
+  for (Event& event : machine_.events.take()) {
+    unsent_.push_back(std::move(event));
+  }
+  if (sink_) {
+    for (const Event& event : std::exchange(unsent_, {})) {
+      sink_(event);
+    }
+  }
+}
+
+std::string describe(const std::string& method, const qxbus::Values& arguments,
+                     const Simulator::Answer& answer) {
+  const auto* const error = std::get_if<Simulator::Error>(&answer);
+  const std::string result =
+      error ? "error: " + error->text : qxbus::describe(std::get<qxbus::Values>(answer));
+  return method + "(" + qxbus::describe(arguments) + ") -> " + result;
+}
+
+}  // namespace velsim

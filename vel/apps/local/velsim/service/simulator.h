@@ -1,0 +1,141 @@
+// Answers the requests of the bus methods from the state of the simulated machine, and tells of
+// what happens to it.
+//
+// Each method is a row: its name, what it takes (see signature.h) and a function that may rely on
+// having been given that. A name may have several rows, which take different arguments. The rows of
+// one kind of peripheral stand together in one source file.
+//
+// THREADS   Any thread may call; requests, changes and what is due later happen one at a time. What
+//           is called back is called in the order of what has happened, and must not call the
+//           simulator.
+
+#ifndef VEL_APPS_LOCAL_VELSIM_SERVICE_SIMULATOR_H
+#define VEL_APPS_LOCAL_VELSIM_SERVICE_SIMULATOR_H
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "bus/dbus/value.h"
+#include "vel/apps/local/velsim/machine/events.h"
+#include "vel/apps/local/velsim/machine/machine_state.h"
+#include "vel/apps/local/velsim/service/scheduler.h"
+#include "vel/apps/local/velsim/service/signature.h"
+
+namespace velsim {
+
+// An answer that takes its time. Requests that come meanwhile are not held up.
+struct Later {
+  std::chrono::milliseconds after;
+  // Whether it is to be given before the time is over; asked after every change.
+  std::function<bool(const MachineState& machine)> isDue;
+  std::function<qxbus::Values(MachineState& machine)> answer;
+};
+
+using AnswerAtOnce = qxbus::Values (*)(MachineState& machine, const qxbus::Values& arguments);
+using AnswerLater = Later (*)(MachineState& machine, const qxbus::Values& arguments);
+
+struct MethodRow {
+  const char* name;
+  const char* takes;
+  std::variant<AnswerAtOnce, AnswerLater> answer;
+};
+
+// session_methods.cpp: resetting, VM sessions, their pipes, ports and focus, drive tokens.
+const std::vector<MethodRow>& sessionMethods();
+// device_methods.cpp: devices, network devices, USB devices that clients redirect themselves.
+const std::vector<MethodRow>& deviceMethods();
+// new_device_methods.cpp: what users decide on the cards of new devices.
+const std::vector<MethodRow>& newDeviceMethods();
+// policy_methods.cpp: policies and properties by type, and by vendor and product id.
+const std::vector<MethodRow>& policyMethods();
+// printer_methods.cpp: printers and network printers.
+const std::vector<MethodRow>& printerMethods();
+// shared_printer_methods.cpp: printers that other machines share.
+const std::vector<MethodRow>& sharedPrinterMethods();
+// print_queue_methods.cpp: print queues and their drivers.
+const std::vector<MethodRow>& printQueueMethods();
+// joystick_methods.cpp
+const std::vector<MethodRow>& joystickMethods();
+// diagnosis_methods.cpp: diagnoses, self-tests, the camera.
+const std::vector<MethodRow>& diagnosisMethods();
+// service_command_methods.cpp
+const std::vector<MethodRow>& serviceCommandMethods();
+// stream_report_methods.cpp: bandwidth and quality.
+const std::vector<MethodRow>& streamReportMethods();
+
+class Simulator {
+ public:
+  struct Error {
+    std::string text;
+  };
+  using Answer = std::variant<qxbus::Values, Error>;
+  using Respond = std::function<void(const Answer& answer)>;
+  using EventSink = std::function<void(const Event& event)>;
+
+  // With a clock on the wall.
+  Simulator();
+  explicit Simulator(std::unique_ptr<Scheduler> scheduler);
+  ~Simulator();
+
+  Simulator(const Simulator&) = delete;
+  Simulator& operator=(const Simulator&) = delete;
+
+  std::vector<std::string> methods() const;
+
+  // Answers once, at once or later. An error when the method is unknown or the arguments are not
+  // what it takes; nothing has changed then. An answer that is not due yet when the simulator goes
+  // is not given.
+  void answer(const std::string& method, const qxbus::Values& arguments, Respond respond);
+  // The same, waiting for the answer.
+  Answer answer(const std::string& method, const qxbus::Values& arguments);
+
+  // Takes the events, beginning with those that have been waiting for a sink; null lets them wait
+  // again. What follows from a request is told after its answer.
+  void setEventSink(EventSink sink);
+
+  // Does something to the machine that no client has asked for.
+  void change(const std::function<void(MachineState& machine)>& action);
+
+  // Only while nothing happens to it.
+  const MachineState& machine() const { return machine_; }
+
+ private:
+  struct Method {
+    Signature takes;
+    decltype(MethodRow::answer) answer;
+  };
+  struct Waiting {
+    Later later;
+    Respond respond;
+  };
+
+  // These are called with the mutex held.
+  void begin(Later later, Respond respond);
+  void giveDueAnswers();
+  void settle();
+
+  std::map<std::string, std::vector<Method>> methods_;
+  std::mutex mutex_;  // guards all that follows
+  MachineState machine_;
+  EventSink sink_;
+  std::vector<Event> unsent_;
+  std::uint64_t lastWaiting_ = 0;
+  std::map<std::uint64_t, Waiting> waiting_;
+
+  const std::unique_ptr<Scheduler> scheduler_;
+};
+
+// A request and its answer on one line.
+std::string describe(const std::string& method, const qxbus::Values& arguments,
+                     const Simulator::Answer& answer);
+
+}  // namespace velsim
+
+#endif  // VEL_APPS_LOCAL_VELSIM_SERVICE_SIMULATOR_H
