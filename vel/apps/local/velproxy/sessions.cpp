@@ -13,7 +13,6 @@ constexpr unsigned int kNoAnswer = 0xFFFFFFFF;
 constexpr int kConnectTimeoutMs = 2000;
 // Sent on every change of focus, so it must not hold the window up.
 constexpr int kFocusTimeoutMs = 500;
-constexpr unsigned int VEL_KST_STREAM_COLLAB_TYPE_COLLABORATOR = 1;
 
 // A pipe on the bus; the offsets stand at _CHANNEL_HANDLE.
 constexpr std::size_t kHandleOffset = 4;
