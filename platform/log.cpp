@@ -13,6 +13,8 @@
 #include <spdlog/sinks/rotating_file_sink.h>
 #include <spdlog/spdlog.h>
 
+#include "base/printable.h"
+
 namespace {
 
 constexpr int kDebugLevel = 5;
@@ -107,7 +109,8 @@ void write(int level, const char* tag, const std::string& text) {
   if (files) {
     files->log(spdlogLevel(level), "[{}] {}", tag, text);
   } else if (level >= kErrorLevel) {
-    std::fprintf(stderr, "[%s] %s\n", tag, text.c_str());
+    // A terminal obeys control characters, and texts hold names from elsewhere.
+    std::fprintf(stderr, "[%s] %s\n", tag, base::printable(text).c_str());
   }
 }
 

@@ -16,7 +16,8 @@ extern "C" {
 // format   printf style, with its arguments; a null pointer for %s prints "(null)"
 //
 // The environment variable QX_LOG_LEVEL (a number, or debug, info, warn, error, off) is the least
-// level written. Before pellamLogInit no more than error lines are, to standard error.
+// level written. Before pellamLogInit no more than error lines are, to standard error, where control
+// characters and bytes that are not UTF-8 are escaped.
 void norvoLogPrint(int channel, int level, const char* tag, const char* format, ...)
 #if defined(__GNUC__)
     __attribute__((format(printf, 4, 5)))

@@ -88,6 +88,13 @@ TEST_F(LogTest, BeforeInitialisationOnlyErrorsAreWrittenToStandardError) {
   EXPECT_EQ(written, "[VEL_LOG] error text\n[VEL_LOG] worse text\n");
 }
 
+TEST_F(LogTest, BeforeInitialisationControlCharactersAreEscaped) {
+  const std::string written =
+      standardErrorOf([] { log(kError, "a\x1b[2J\n\xc2\x9b\xff \xc3\xa4"); });
+
+  EXPECT_EQ(written, "[VEL_LOG] a\\x1b[2J\\x0a\\xc2\\x9b\\xff \xc3\xa4\n");
+}
+
 TEST_F(LogTest, BeforeInitialisationTheLevelAddsNothing) {
   const std::string written = standardErrorOf(
       [] {
