@@ -72,7 +72,7 @@ TEST_F(DevicesTest, ConnectingAttachesAndTells) {
 
   EXPECT_EQ(device(kCamera).status, DeviceStatus::kAttached);
   EXPECT_EQ(device(kCamera).vm, kWin11);
-  const std::vector<Event> events = told();
+  const std::vector<BusEvent> events = told();
   ASSERT_EQ(events.size(), 1u);
   EXPECT_EQ(static_cast<int>(events[0].code), kAttached);
   EXPECT_EQ(events[0].vm, kWin11);
@@ -98,7 +98,7 @@ TEST_F(DevicesTest, DisconnectingTakesItBackAndTellsTheVmThatHadIt) {
 
   EXPECT_EQ(device(kCamera).status, DeviceStatus::kAvailable);
   EXPECT_EQ(device(kCamera).vm, 0u);
-  const std::vector<Event> events = told();
+  const std::vector<BusEvent> events = told();
   ASSERT_EQ(events.size(), 1u);
   EXPECT_EQ(static_cast<int>(events[0].code), kDetached);
   EXPECT_EQ(events[0].vm, kWin11);
@@ -172,7 +172,7 @@ TEST_F(DevicesTest, RedirectingMovesADeviceAndTakesItBack) {
 TEST_F(DevicesTest, PluggingInTellsAndGivesANewNumber) {
   simulator.change([](MachineState& now) { now.plug(DeviceType::kCamera, "Front camera"); });
 
-  const std::vector<Event> events = told();
+  const std::vector<BusEvent> events = told();
   ASSERT_EQ(events.size(), 1u);
   EXPECT_EQ(static_cast<int>(events[0].code), kPlugged);
   EXPECT_EQ(events[0].vm, 0u);
@@ -189,7 +189,7 @@ TEST_F(DevicesTest, UnpluggingTellsTheVmFirstThenEverybody) {
   simulator.change([](MachineState& now) { now.devices.unplug(kCamera); });
 
   EXPECT_EQ(machine().devices.find(kCamera), nullptr);
-  const std::vector<Event> events = told();
+  const std::vector<BusEvent> events = told();
   ASSERT_EQ(events.size(), 2u);
   EXPECT_EQ(static_cast<int>(events[0].code), kDetached);
   EXPECT_EQ(events[0].vm, kWin11);
@@ -226,7 +226,7 @@ TEST_F(DevicesTest, APolicyIsKeptShownAndTold) {
                      {int16(kCamera), int16(-7), bytes("Desk camera"), bytes("by hand")}),
             Status::kOk);
 
-  const std::vector<Event> events = told();
+  const std::vector<BusEvent> events = told();
   ASSERT_EQ(events.size(), 1u);
   EXPECT_EQ(static_cast<int>(events[0].code), kChanged);
   EXPECT_EQ(events[0].vm, 0u);

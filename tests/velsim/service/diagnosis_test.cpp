@@ -39,7 +39,7 @@ class DiagnosisTest : public SimulatedServiceTest {
   // Status and text of each step told.
   std::vector<std::pair<unsigned, std::string>> steps(std::uint64_t id) {
     std::vector<std::pair<unsigned, std::string>> found;
-    for (const Event& event : told()) {
+    for (const BusEvent& event : told()) {
       EXPECT_EQ(static_cast<int>(event.code), 9);
       EXPECT_EQ(event.vm, kWin11);
       EXPECT_EQ(numberAt<std::uint64_t>(event.record, 0), id);

@@ -31,7 +31,7 @@ class NewDevicesTest : public SimulatedServiceTest {
   }
 
   // Success and code of a result.
-  static std::pair<int, std::string> result(const Event& event) {
+  static std::pair<int, std::string> result(const BusEvent& event) {
     EXPECT_EQ(event.record.size(), kNewDeviceResultSize);
     return {numberAt<std::uint16_t>(event.record, 18), textAt(event.record, 276)};
   }
@@ -41,7 +41,7 @@ TEST_F(NewDevicesTest, ConnectingAttachesAndTellsWhatBecameOfIt) {
   EXPECT_EQ(connect(kWin11, kCameraSource), Status::kOk);
 
   EXPECT_EQ(machine().devices.find(kCamera)->vm, kWin11);
-  const std::vector<Event> events = told();
+  const std::vector<BusEvent> events = told();
   ASSERT_EQ(events.size(), 2u);
   EXPECT_EQ(static_cast<int>(events[0].code), 6);
   EXPECT_EQ(static_cast<int>(events[1].code), 2);
@@ -56,7 +56,7 @@ TEST_F(NewDevicesTest, IgnoringMarksItAndTellsWhatBecameOfIt) {
   EXPECT_EQ(ignore(kCameraSource), Status::kOk);
 
   EXPECT_EQ(machine().devices.find(kCamera)->status, DeviceStatus::kIgnored);
-  const std::vector<Event> events = told();
+  const std::vector<BusEvent> events = told();
   ASSERT_EQ(events.size(), 2u);
   EXPECT_EQ(static_cast<int>(events[0].code), 10);
   EXPECT_EQ(numberAt<std::uint16_t>(events[0].record, 8), 3);
@@ -74,7 +74,7 @@ TEST_F(NewDevicesTest, FailuresAreToldToo) {
   EXPECT_EQ(ignore(kCameraSource), Status::kBusy);
   EXPECT_EQ(ignore(7), Status::kUnknownDevice);
 
-  const std::vector<Event> events = told();
+  const std::vector<BusEvent> events = told();
   ASSERT_EQ(events.size(), 3u);
   EXPECT_THAT(result(events[0]), Pair(0, "busy"));
   EXPECT_THAT(result(events[1]), Pair(0, "busy"));
@@ -84,7 +84,7 @@ TEST_F(NewDevicesTest, FailuresAreToldToo) {
 TEST_F(NewDevicesTest, AFailureForAVmThatNobodyHasIsToldToEverybody) {
   connect(kNobody, kCameraSource);
 
-  const std::vector<Event> events = told();
+  const std::vector<BusEvent> events = told();
   ASSERT_EQ(events.size(), 1u);
   EXPECT_EQ(events[0].vm, 0u);
   EXPECT_THAT(result(events[0]), Pair(0, "unknown-vm"));
@@ -124,7 +124,7 @@ TEST_F(NewDevicesTest, StorageIsUnmountedMountedAndEjected) {
 
   EXPECT_EQ(storage(kStickSource, 3), Status::kOk);
   EXPECT_EQ(machine().devices.find(kStick), nullptr);
-  const std::vector<Event> events = told();
+  const std::vector<BusEvent> events = told();
   ASSERT_EQ(events.size(), 3u);
   EXPECT_EQ(static_cast<int>(events[0].code), 65);
   EXPECT_EQ(static_cast<int>(events[1].code), 5);

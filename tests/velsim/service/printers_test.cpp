@@ -44,7 +44,7 @@ class PrintersTest : public SimulatedServiceTest {
   // Status and VM in each event, which must all be of printers.
   std::vector<std::pair<int, VmNumber>> toldOfPrinters() {
     std::vector<std::pair<int, VmNumber>> changes;
-    for (const Event& event : told()) {
+    for (const BusEvent& event : told()) {
       EXPECT_EQ(static_cast<int>(event.code), 1);
       changes.emplace_back(numberAt<std::int32_t>(event.record, 12), event.vm);
     }

@@ -127,8 +127,10 @@ TEST(RecordsTest, ANetworkPrinterIsADeviceWithItsAddress) {
 TEST(RecordsTest, ANewDeviceResultIs340Bytes) {
   const Device plugged = device();
 
-  const Bytes well = newDeviceResult(&plugged, plugged.sourceId, Status::kOk);
-  const Bytes badly = newDeviceResult(nullptr, 7, Status::kUnknownDevice);
+  const Bytes well =
+      recordOf(NewDeviceResult{NewDeviceRequest::kAttach, plugged, plugged.sourceId, Status::kOk});
+  const Bytes badly =
+      recordOf(NewDeviceResult{NewDeviceRequest::kAttach, std::nullopt, 7, Status::kUnknownDevice});
 
   ASSERT_EQ(well.size(), 340u);
   EXPECT_EQ(numberAt<std::uint16_t>(well, 0), 0xABCD);
@@ -147,17 +149,18 @@ TEST(RecordsTest, ANewDeviceResultIs340Bytes) {
 }
 
 TEST(RecordsTest, ADiagnosisEndsWithItsText) {
-  const Bytes record = diagnosisRecord(0x0102030405060708, 0xFFFFFFFF, 101, "fine");
+  const Bytes record =
+      recordOf(DiagnosisStep{0x0102030405060708, DiagnosisStatus::kTrouble, "it broke"}, 101);
 
-  ASSERT_EQ(record.size(), 21u);
+  ASSERT_EQ(record.size(), 25u);
   EXPECT_EQ(numberAt<std::uint64_t>(record, 0), 0x0102030405060708u);
-  EXPECT_EQ(numberAt<std::uint32_t>(record, 8), 0xFFFFFFFFu);
+  EXPECT_EQ(numberAt<std::uint32_t>(record, 8), 2u);
   EXPECT_EQ(numberAt<std::uint32_t>(record, 12), 101u);
-  EXPECT_EQ(textAt(record, 16), "fine");
+  EXPECT_EQ(textAt(record, 16), "it broke");
 }
 
 TEST(RecordsTest, AnAnswerToACommandIsItsText) {
-  EXPECT_EQ(commandAnswer("{}"), (Bytes{'{', '}', 0}));
+  EXPECT_EQ(recordOf(CommandAnswer{"{}"}), (Bytes{'{', '}', 0}));
 }
 
 TEST(RecordsTest, APolicyIs268Bytes) {

@@ -15,7 +15,7 @@ class ServiceCommandsTest : public SimulatedServiceTest {
   json run(const std::string& word) {
     told();
     EXPECT_EQ(call("dovelcmd", {int32(kWin11), word, int32(70000)}), statusValues(Status::kOk));
-    const std::vector<Event> events = told();
+    const std::vector<BusEvent> events = told();
     EXPECT_EQ(events.size(), 1u) << word;
     if (events.size() != 1) {
       return {};
@@ -52,7 +52,7 @@ TEST_F(ServiceCommandsTest, WhatIsNoCommandIsRefusedAndNothingFollows) {
 TEST_F(ServiceCommandsTest, ThisMachineCanBeAskedToo) {
   EXPECT_EQ(call("dovelcmd", {int32(0), "vms", int32(-1)}), statusValues(Status::kOk));
 
-  const std::vector<Event> events = told();
+  const std::vector<BusEvent> events = told();
   ASSERT_EQ(events.size(), 1u);
   EXPECT_EQ(events[0].vm, 0u);
   EXPECT_EQ(json::parse(textAt(events[0].record, 0)).at("id"), -1);

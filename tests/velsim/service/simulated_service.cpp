@@ -41,7 +41,7 @@ std::string textAt(const qxbus::Bytes& record, std::size_t offset) {
 }
 
 SimulatedServiceTest::SimulatedServiceTest() {
-  simulator.setEventSink([this](const Event& event) { events_.push_back(event); });
+  simulator.setEventSink([this](const BusEvent& event) { events_.push_back(event); });
 }
 
 qxbus::Values SimulatedServiceTest::call(const std::string& method,
@@ -92,7 +92,7 @@ std::vector<qxbus::Bytes> SimulatedServiceTest::list(const std::string& method,
 
 std::vector<std::pair<int, VmNumber>> SimulatedServiceTest::toldCodes() {
   std::vector<std::pair<int, VmNumber>> codes;
-  for (const Event& event : told()) {
+  for (const BusEvent& event : told()) {
     codes.emplace_back(static_cast<int>(event.code), event.vm);
   }
   return codes;

@@ -91,14 +91,14 @@ class SimulatedServiceTest : public ::testing::Test {
   std::vector<qxbus::Bytes> list(const std::string& method, const qxbus::Values& arguments);
 
   // What has been told since the last time this was asked.
-  std::vector<Event> told() { return std::exchange(events_, {}); }
+  std::vector<BusEvent> told() { return std::exchange(events_, {}); }
   // The same, only code and VM.
   std::vector<std::pair<int, VmNumber>> toldCodes();
 
   MachineState& machine() { return const_cast<MachineState&>(simulator.machine()); }
 
  private:
-  std::vector<Event> events_;
+  std::vector<BusEvent> events_;
 
  protected:
   ManualClock* clock = new ManualClock;

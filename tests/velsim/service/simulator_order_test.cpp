@@ -16,7 +16,7 @@ using ::testing::ElementsAre;
 class SimulatorOrderTest : public ::testing::Test {
  protected:
   void listen() {
-    simulator.setEventSink([this](const Event& event) {
+    simulator.setEventSink([this](const BusEvent& event) {
       happened.push_back("event " + std::to_string(static_cast<int>(event.code)));
     });
   }
@@ -62,7 +62,7 @@ TEST_F(SimulatorOrderTest, EventsWaitForASink) {
 }
 
 TEST_F(SimulatorOrderTest, AnEventHasVmCodeAndRecord) {
-  const Event event = {EventCode::kDiagnosis, 0x80000001, {1, 2}};
+  const BusEvent event = {EventCode::kDiagnosis, 0x80000001, {1, 2}};
 
   EXPECT_EQ(argumentsOf(event), (Values{int32(0x80000001), int32(9), qxbus::Bytes{1, 2}}));
   EXPECT_EQ(describe(event), "event 9 (diagnosis), vm 2147483649, 2 bytes");
@@ -94,7 +94,7 @@ TEST(SimulatorWithAClockTest, TakesRequestsAndChangesFromManyThreads) {
   Simulator simulator;
   std::vector<int> codes;  // guarded by the simulator: the sink is called by one thread at a time
   simulator.setEventSink(
-      [&codes](const Event& event) { codes.push_back(static_cast<int>(event.code)); });
+      [&codes](const BusEvent& event) { codes.push_back(static_cast<int>(event.code)); });
 
   std::vector<std::thread> threads;
   for (int i = 0; i < kThreads; ++i) {

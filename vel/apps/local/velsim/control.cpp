@@ -1,12 +1,12 @@
 #include "vel/apps/local/velsim/control.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdio>
 #include <optional>
 #include <utility>
 
-#include "bus/dbus/wire.h"
+#include "base/text.h"
+#include "base/utf8.h"
 
 namespace velsim {
 namespace {
@@ -18,8 +18,9 @@ Control::Result wrong(std::string text) {
   return {false, std::move(text)};
 }
 
-std::string quoted(const std::string& word) {
-  return "\"" + word + "\"";
+// Fits into a fixed field of a record, where a NUL ends a text.
+bool isText(const std::string& name) {
+  return base::isUtf8(name) && name.find('\0') == std::string::npos;
 }
 
 // Reads the words of a line one after the other.
@@ -74,21 +75,6 @@ class WordReader {
   std::size_t at_ = 0;
 };
 
-std::optional<std::uint16_t> numberIn(const std::string& word) {
-  std::uint16_t number = 0;
-  const char* const end = word.data() + word.size();
-  const auto [stop, error] = std::from_chars(word.data(), end, number);
-  return error == std::errc() && stop == end ? std::make_optional(number) : std::nullopt;
-}
-
-std::string joined(const std::vector<std::string>& words) {
-  std::string text;
-  for (const std::string& word : words) {
-    text += (text.empty() ? "" : ", ") + word;
-  }
-  return text;
-}
-
 std::string line(std::uint16_t number, const char* type, DeviceStatus status, VmNumber vm,
                  std::uint64_t sourceId, const std::string& name) {
   const std::string state = status == DeviceStatus::kAttached  ? "in vm " + std::to_string(vm)
@@ -134,7 +120,7 @@ Control::Result Control::run(const std::string& line) {
       std::find_if(commands().begin(), commands().end(),
                    [&words](const Command& each) { return words[0] == each.word; });
   if (command == commands().end()) {
-    return wrong(quoted(words[0]) + " is no command; help shows them");
+    return wrong(base::quoted(words[0]) + " is no command; help shows them");
   }
   words.erase(words.begin());
   if (words.size() != command->count) {
@@ -153,7 +139,7 @@ Control::Result Control::help(const Words&) {
     std::snprintf(columns, sizeof columns, "%-7s%-12s", command.word, command.takes);
     text += std::string(columns) + command.help + "\n";
   }
-  return {true, text + "Types: " + joined(pluggableTypes()) + ", " + kPrinter +
+  return {true, text + "Types: " + base::joined(pluggableTypes()) + ", " + kPrinter +
                     ". A NAME with blanks stands in quotes.\n"};
 }
 
@@ -177,10 +163,10 @@ Control::Result Control::plug(const Words& arguments) {
   const std::string& name = arguments[1];
   const std::optional<DeviceType> type = pluggableType(word);
   if (!type && word != kPrinter) {
-    return wrong("plug: " + quoted(word) + " is no type; the types are " +
-                 joined(pluggableTypes()) + ", " + kPrinter);
+    return wrong("plug: " + base::quoted(word) + " is no type; the types are " +
+                 base::joined(pluggableTypes()) + ", " + kPrinter);
   }
-  if (name.empty() || name.size() > kLongestName || !qxbus::isText(name)) {
+  if (name.empty() || name.size() > kLongestName || !isText(name)) {
     return wrong("plug: a name has 1 to " + std::to_string(kLongestName) + " bytes of UTF-8");
   }
   std::uint16_t number = 0;
@@ -200,9 +186,9 @@ Control::Result Control::plug(const Words& arguments) {
 }
 
 Control::Result Control::unplug(const Words& arguments) {
-  const std::optional<std::uint16_t> number = numberIn(arguments[0]);
+  const std::optional<std::uint16_t> number = base::parseDecimalAs<std::uint16_t>(arguments[0]);
   if (!number) {
-    return wrong("unplug: " + quoted(arguments[0]) + " is no number from 0 to 65535");
+    return wrong("unplug: " + base::quoted(arguments[0]) + " is no number from 0 to 65535");
   }
   Status status = Status::kOk;
   simulator_.change([&](MachineState& machine) {
@@ -221,7 +207,7 @@ Control::Result Control::unplug(const Words& arguments) {
 Control::Result Control::camera(const Words& arguments) {
   const bool isAllowed = arguments[0] == "allow";
   if (!isAllowed && arguments[0] != "deny") {
-    return wrong("camera: allow or deny, not " + quoted(arguments[0]));
+    return wrong("camera: allow or deny, not " + base::quoted(arguments[0]));
   }
   simulator_.change([&](MachineState& machine) { machine.devices.allowCamera(isAllowed); });
   return {true, isAllowed ? "cameras may be used\n" : "cameras may not be used\n"};

@@ -92,7 +92,7 @@ class EventConnection {
  public:
   EventConnection(velsim::Simulator& simulator, qxbus::ServiceHost& host, bool isQuiet)
       : simulator_(simulator) {
-    simulator.setEventSink([&host, isQuiet](const velsim::Event& event) {
+    simulator.setEventSink([&host, isQuiet](const velsim::BusEvent& event) {
       if (!isQuiet) {
         say(velsim::describe(event));
       }

@@ -1,8 +1,7 @@
 #include "vel/apps/local/velsim/machine/devices.h"
 
 #include <algorithm>
-
-#include "vel/apps/local/velsim/service/records.h"
+#include <utility>
 
 namespace velsim {
 namespace {
@@ -131,9 +130,9 @@ const Device* Devices::plug(DeviceType type, const std::string& name) {
     return nullptr;
   }
   const Device& plugged = add(number, type, name);
-  tell(EventCode::kDevicePlugged, plugged);
+  emit(DeviceChange::kPlugged, plugged);
   if (plugged.isMounted) {
-    tell(EventCode::kMounted, plugged);
+    emit(DeviceChange::kMounted, plugged);
   }
   return &plugged;
 }
@@ -146,7 +145,7 @@ Status Devices::unplug(std::uint16_t number) {
   takeBack(*unplugged);
   setMounted(*unplugged, false);
   unplugged->status = DeviceStatus::kGone;
-  tell(EventCode::kDeviceUnplugged, *unplugged);
+  emit(DeviceChange::kUnplugged, *unplugged);
   devices_.erase(number);
   numbers_.giveBack(number);
   return Status::kOk;
@@ -171,7 +170,7 @@ Status Devices::attach(std::uint16_t number, VmNumber vm) {
   setMounted(*attached, false);
   attached->status = DeviceStatus::kAttached;
   attached->vm = vm;
-  tell(EventCode::kDeviceAttached, *attached, vm);
+  emit(DeviceChange::kAttached, *attached, vm);
   return Status::kOk;
 }
 
@@ -212,7 +211,7 @@ Status Devices::ignore(std::uint16_t number) {
     return Status::kBusy;
   }
   ignored->status = DeviceStatus::kIgnored;
-  tell(EventCode::kDeviceChanged, *ignored);
+  emit(DeviceChange::kAltered, *ignored);
   return Status::kOk;
 }
 
@@ -227,7 +226,7 @@ Status Devices::setPolicy(std::uint16_t number, std::int16_t policy, const std::
   if (!name.empty()) {
     changed->name = name;
   }
-  tell(EventCode::kDeviceChanged, *changed);
+  emit(DeviceChange::kAltered, *changed);
   return Status::kOk;
 }
 
@@ -300,9 +299,9 @@ void Devices::allowCamera(bool isAllowed) {
   }
 }
 
-void Devices::tellAll() {
+void Devices::emitAll() {
   for (const auto& [number, device] : devices_) {
-    tell(EventCode::kDeviceChanged, device);
+    emit(DeviceChange::kAltered, device);
   }
 }
 
@@ -321,7 +320,7 @@ void Devices::reset() {
     device.policyText.clear();
     device.name = device.originalName;
     if (isChanged) {
-      tell(EventCode::kDeviceChanged, device);
+      emit(DeviceChange::kAltered, device);
     }
     setMounted(device, device.type == DeviceType::kStorage);
   }
@@ -333,7 +332,7 @@ void Devices::reset() {
 void Devices::setMounted(Device& device, bool isMounted) {
   if (device.isMounted != isMounted) {
     device.isMounted = isMounted;
-    tell(isMounted ? EventCode::kMounted : EventCode::kUnmounted, device);
+    emit(isMounted ? DeviceChange::kMounted : DeviceChange::kUnmounted, device);
   }
 }
 
@@ -343,11 +342,11 @@ void Devices::takeBack(Device& device) {
   }
   const VmNumber vm = std::exchange(device.vm, 0);
   device.status = DeviceStatus::kAvailable;
-  tell(EventCode::kDeviceDetached, device, vm);
+  emit(DeviceChange::kDetached, device, vm);
 }
 
-void Devices::tell(EventCode code, const Device& device, VmNumber vm) {
-  events_.add(code, vm, recordOf(device));
+void Devices::emit(DeviceChange change, const Device& device, VmNumber vm) {
+  events_.add(vm, DeviceEvent{change, device});
 }
 
 }  // namespace velsim

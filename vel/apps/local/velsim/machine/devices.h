@@ -20,46 +20,33 @@
 #include <string>
 #include <vector>
 
+#include "vel/apps/local/velsim/machine/device.h"
 #include "vel/apps/local/velsim/machine/events.h"
 #include "vel/apps/local/velsim/machine/number_pool.h"
-#include "vel/apps/local/velsim/machine/numbers.h"
 #include "vel/apps/local/velsim/machine/status.h"
 #include "vel/apps/local/velsim/machine/vm_sessions.h"
 
 namespace velsim {
 
-struct Device {
-  std::uint16_t number = 0;
-  DeviceType type = DeviceType::kGeneric;
-  std::uint64_t sourceId = 0;
-  std::uint16_t vid = 0;
-  std::uint16_t pid = 0;
-  std::string name;
-  std::string originalName;  // before clients changed it
-  std::int16_t policy = 0;   // see LocalPolicy
-  std::string policyText;
-  DeviceStatus status = DeviceStatus::kAvailable;
-  VmNumber vm = 0;               // that it is attached to
-  bool isMounted = false;        // only storage
-  std::int32_t networkType = 0;  // of a network device, as its client gave it
-};
+// Whether the service may use the camera.
+enum class CameraStatus : std::int32_t { kAllowed = 0, kDenied = 1, kNone = 2 };
 
 // "storage", and so on.
 const char* wordFor(DeviceType type);
-// The type of what can be plugged in; empty when there is no such word.
+// The type with this word; empty for an unknown word, and for types that have no plug.
 std::optional<DeviceType> pluggableType(const std::string& word);
 std::vector<std::string> pluggableTypes();
 
 std::uint64_t sourceIdOf(std::uint16_t vid, std::uint16_t pid, std::uint16_t number);
 
-// Every change tells events what clients would expect to hear.
+// Every change adds the events that clients expect.
 class Devices {
  public:
   // With the built-in devices.
   Devices(NumberPool& numbers, Events& events);
 
   const std::map<std::uint16_t, Device>& all() const { return devices_; }
-  // What can be attached to the VM, or is.
+  // The devices that are attached to the VM, or to none.
   std::vector<const Device*> of(VmNumber vm) const;
   // Null when there is none.
   const Device* find(std::uint16_t number) const;
@@ -94,8 +81,8 @@ class Devices {
   // Forbidding takes the cameras out of their VMs.
   void allowCamera(bool isAllowed);
 
-  // Tells of every device as changed.
-  void tellAll();
+  // Reports every device as changed.
+  void emitAll();
 
   // Undoes what clients have done. What was plugged in stays.
   void reset();
@@ -105,7 +92,7 @@ class Devices {
   Device& add(std::uint16_t number, DeviceType type, const std::string& name);
   void setMounted(Device& device, bool isMounted);
   void takeBack(Device& device);
-  void tell(EventCode code, const Device& device, VmNumber vm = 0);
+  void emit(DeviceChange change, const Device& device, VmNumber vm = 0);
 
   NumberPool& numbers_;
   Events& events_;

@@ -1,51 +1,76 @@
-// What the simulated service tells its clients without being asked.
+// Events of the simulated machine: changes and results of which clients are notified. Each holds
+// the state of its subject at the time of the event.
 
 #ifndef VEL_APPS_LOCAL_VELSIM_MACHINE_EVENTS_H
 #define VEL_APPS_LOCAL_VELSIM_MACHINE_EVENTS_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <utility>
+#include <variant>
 #include <vector>
 
-#include "bus/dbus/value.h"
+#include "vel/apps/local/velsim/machine/device.h"
+#include "vel/apps/local/velsim/machine/printer.h"
+#include "vel/apps/local/velsim/machine/status.h"
+#include "vel/apps/local/velsim/machine/vm_sessions.h"
 
 namespace velsim {
 
-// Records are described in records.h.
-enum class EventCode : std::int32_t {
-  kPrinterChanged = 1,     // printer: its status says whether it is there, and whether attached
-  kNewDeviceAttached = 2,  // new-device result: what became of attaching it
-  kNewDeviceIgnored = 3,   // new-device result: what became of ignoring it
-  kDevicePlugged = 4,      // device
-  kDeviceUnplugged = 5,    // device
-  kDeviceAttached = 6,     // device, for the VM it is attached to
-  kDeviceDetached = 7,     // device, for the VM it was attached to
-  kStorageCommand = 8,     // new-device result: what became of a command for a storage device
-  kDiagnosis = 9,          // diagnosis
-  kDeviceChanged = 10,     // device: name, policy, or whether it is ignored
-  kMounted = 64,           // device; broadcast
-  kUnmounted = 65,         // device; broadcast
-  kCommandAnswer = 66,     // answer to a service command
+enum class DeviceChange {
+  kPlugged,
+  kUnplugged,
+  kAttached,
+  kDetached,
+  kAltered,  // its name, its policy, or whether it is ignored
+  kMounted,
+  kUnmounted,
+};
+
+struct DeviceEvent {
+  DeviceChange change;
+  Device device;
+};
+
+// The status of the printer says whether it was removed, and whether it is attached.
+struct PrinterEvent {
+  Printer printer;
+};
+
+// The result of a request for a device that the user has just plugged in, or for storage.
+enum class NewDeviceRequest { kAttach, kIgnore, kStorageCommand };
+
+struct NewDeviceResult {
+  NewDeviceRequest request;
+  std::optional<Device> device;  // before the request; empty when no device has the source id
+  std::uint64_t sourceId;
+  Status status;
+};
+
+enum class DiagnosisStatus : std::uint32_t { kFine = 0, kRunning = 1, kTrouble = 2 };
+
+struct DiagnosisStep {
+  std::uint64_t id;  // source id or number, as the client named the subject
+  DiagnosisStatus status;
+  std::string text;
+};
+
+struct CommandAnswer {
+  std::string text;
 };
 
 struct Event {
-  EventCode code;
-  std::uint32_t vm;  // number of the VM that it is about; 0: about none
-  qxbus::Bytes record;
+  VmNumber vm;  // the VM concerned; 0: none
+  std::variant<DeviceEvent, PrinterEvent, NewDeviceResult, DiagnosisStep, CommandAnswer> content;
 };
-
-// Storage that is mounted concerns more than the service's clients.
-bool isBroadcast(const Event& event);
-qxbus::Values argumentsOf(const Event& event);
-// On one line.
-std::string describe(const Event& event);
 
 // The events that have not been sent yet, in their order.
 class Events {
  public:
-  void add(EventCode code, std::uint32_t vm, qxbus::Bytes record) {
-    events_.push_back({code, vm, std::move(record)});
+  template <typename Content>
+  void add(VmNumber vm, Content content) {
+    events_.push_back({vm, std::move(content)});
   }
   std::vector<Event> take() { return std::exchange(events_, {}); }
 

@@ -1,6 +1,6 @@
 #include "vel/apps/local/velsim/machine/policies.h"
 
-#include "vel/apps/local/velsim/machine/numbers.h"
+#include "vel/apps/local/velsim/machine/device.h"
 
 namespace velsim {
 namespace {

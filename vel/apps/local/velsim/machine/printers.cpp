@@ -1,7 +1,8 @@
 #include "vel/apps/local/velsim/machine/printers.h"
 
+#include <utility>
+
 #include "vel/apps/local/velsim/machine/devices.h"
-#include "vel/apps/local/velsim/service/records.h"
 
 namespace velsim {
 namespace {
@@ -84,7 +85,7 @@ const Printer* Printers::plug(const std::string& name) {
     return nullptr;
   }
   const Printer& plugged = add(number, name, false);
-  tell(plugged);
+  emit(plugged);
   return &plugged;
 }
 
@@ -110,7 +111,7 @@ Status Printers::attach(std::uint16_t number, VmNumber vm) {
   }
   attached->status = DeviceStatus::kAttached;
   attached->vm = vm;
-  tell(*attached, vm);
+  emit(*attached, vm);
   return Status::kOk;
 }
 
@@ -149,7 +150,7 @@ Status Printers::addNetwork(const std::string& address, const std::string& name,
   Printer& added = add(number, name, true);
   added.address = address;
   added.extra = extra;
-  tell(added);
+  emit(added);
   return Status::kOk;
 }
 
@@ -177,13 +178,13 @@ Status Printers::renameNetwork(const std::string& from, const std::string& to) {
     return Status::kExists;
   }
   renamed->name = to;
-  tell(*renamed, renamed->vm);
+  emit(*renamed, renamed->vm);
   return Status::kOk;
 }
 
-void Printers::tellAll() {
+void Printers::emitAll() {
   for (const auto& [number, printer] : printers_) {
-    tell(printer);
+    emit(printer);
   }
 }
 
@@ -204,7 +205,7 @@ void Printers::reset() {
 void Printers::remove(Printer& printer) {
   takeBack(printer);
   printer.status = DeviceStatus::kGone;
-  tell(printer);
+  emit(printer);
   const std::uint16_t number = printer.number;
   printers_.erase(number);
   numbers_.giveBack(number);
@@ -216,11 +217,11 @@ void Printers::takeBack(Printer& printer) {
   }
   const VmNumber vm = std::exchange(printer.vm, 0);
   printer.status = DeviceStatus::kAvailable;
-  tell(printer, vm);
+  emit(printer, vm);
 }
 
-void Printers::tell(const Printer& printer, VmNumber vm) {
-  events_.add(EventCode::kPrinterChanged, vm, recordOf(printer));
+void Printers::emit(const Printer& printer, VmNumber vm) {
+  events_.add(vm, PrinterEvent{printer});
 }
 
 }  // namespace velsim

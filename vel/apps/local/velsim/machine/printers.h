@@ -19,31 +19,20 @@
 
 #include "vel/apps/local/velsim/machine/events.h"
 #include "vel/apps/local/velsim/machine/number_pool.h"
-#include "vel/apps/local/velsim/machine/numbers.h"
+#include "vel/apps/local/velsim/machine/printer.h"
 #include "vel/apps/local/velsim/machine/status.h"
 #include "vel/apps/local/velsim/machine/vm_sessions.h"
 
 namespace velsim {
 
-struct Printer {
-  std::uint16_t number = 0;
-  std::uint64_t sourceId = 0;
-  std::string name;
-  DeviceStatus status = DeviceStatus::kAvailable;
-  VmNumber vm = 0;  // that it is attached to
-  bool isNetwork = false;
-  std::string address;  // of a network printer
-  std::string extra;    // of a network printer, as its client gave it
-};
-
-// Every change of a printer tells events.
+// Every change of a printer adds an event.
 class Printers {
  public:
   // With the built-in printers.
   Printers(NumberPool& numbers, Events& events);
 
   const std::map<std::uint16_t, Printer>& all() const { return printers_; }
-  // What can be attached to the VM, or is.
+  // The printers that are attached to the VM, or to none.
   std::vector<const Printer*> of(VmNumber vm) const;
   std::vector<const Printer*> network() const;
   // Null when there is none.
@@ -65,8 +54,8 @@ class Printers {
   Status removeNetwork(const std::string& name);
   Status renameNetwork(const std::string& from, const std::string& to);
 
-  // Tells of every printer.
-  void tellAll();
+  // Reports every printer.
+  void emitAll();
 
   // Undoes what clients have done. What was plugged in stays.
   void reset();
@@ -77,7 +66,7 @@ class Printers {
   Printer& add(std::uint16_t number, const std::string& name, bool isNetwork);
   void remove(Printer& printer);
   void takeBack(Printer& printer);
-  void tell(const Printer& printer, VmNumber vm = 0);
+  void emit(const Printer& printer, VmNumber vm = 0);
 
   NumberPool& numbers_;
   Events& events_;

@@ -1,4 +1,4 @@
-// What the functions of method rows read their arguments with, and make their answers with.
+// Reading the arguments of requests, and making the values of answers.
 
 #ifndef VEL_APPS_LOCAL_VELSIM_SERVICE_ARGUMENTS_H
 #define VEL_APPS_LOCAL_VELSIM_SERVICE_ARGUMENTS_H

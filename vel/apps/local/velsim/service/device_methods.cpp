@@ -10,6 +10,12 @@ namespace {
 using qxbus::Bytes;
 using qxbus::Values;
 
+// Values of redirectDevice's third argument.
+enum class Redirection : std::uint16_t {
+  kBack = 0,  // to this machine
+  kInto = 1,  // the VM, also out of another one
+};
+
 // Number 0 stands for this machine: every device, whoever has it.
 Values getDeviceList(MachineState& machine, const Values& arguments) {
   const VmNumber vm = vmOf(arguments);

@@ -1,12 +1,12 @@
 // Diagnoses, self-tests, the camera.
 //
-// A diagnosis answers at once, {"velservice":0,"status":"ok","steps":3}. Then it tells of its steps
-// in events: what it looks at, twice, and at last what it has found. When it cannot begin, the
-// answer is {"velservice":N,"status":"..."} with the status and its name, and no event follows.
+// A diagnosis answers at once, {"velservice":0,"status":"ok","steps":3}, and reports its steps in
+// events. A diagnosis that cannot begin answers {"velservice":N,"status":"..."} with the status and
+// its name, and no event follows.
 
+#include "vel/apps/local/velsim/machine/diagnosis.h"
 #include "vel/apps/local/velsim/service/arguments.h"
 #include "vel/apps/local/velsim/service/json_text.h"
-#include "vel/apps/local/velsim/service/records.h"
 #include "vel/apps/local/velsim/service/simulator.h"
 
 namespace velsim {
@@ -14,58 +14,20 @@ namespace {
 
 using qxbus::Values;
 
-constexpr std::chrono::milliseconds kTimeOfAStep{100};
-
-// What is diagnosed.
-struct Subject {
-  std::uint64_t id = 0;  // as the client has named it
-  VmNumber vm = 0;
-  bool isDevice = false;  // otherwise a printer
-  std::uint16_t number = 0;
+// Values of doveltest's second argument.
+enum class SelfTest : std::uint16_t {
+  kNothing = 0,
+  kDevices = 1,   // reports every device as changed
+  kPrinters = 2,  // reports every printer
 };
-
-void tell(MachineState& machine, const Subject& subject, DiagnosisStatus status,
-          const std::string& text) {
-  machine.events.add(
-      EventCode::kDiagnosis, subject.vm,
-      diagnosisRecord(subject.id, static_cast<std::uint32_t>(status), subject.vm, text));
-}
-
-// The trouble with it; empty when there is none.
-std::string trouble(const MachineState& machine, const Subject& subject) {
-  const Device* const device = subject.isDevice ? machine.devices.find(subject.number) : nullptr;
-  const Printer* const printer = subject.isDevice ? nullptr : machine.printers.find(subject.number);
-  if (!device && !printer) {
-    return "it has been unplugged";
-  }
-  if (!machine.vms.find(subject.vm)->attachment) {
-    return "the VM is not connected";
-  }
-  const VmNumber vm = device ? device->vm : printer->vm;
-  return vm == subject.vm ? "" : "it is not attached to the VM";
-}
-
-void conclude(MachineState& machine, const Subject& subject) {
-  const std::string found = trouble(machine, subject);
-  if (found.empty()) {
-    tell(machine, subject, DiagnosisStatus::kFine, "no trouble found");
-  } else {
-    tell(machine, subject, DiagnosisStatus::kTrouble, found);
-  }
-}
 
 Values answerOf(Status status) {
   return {textOf({{"velservice", static_cast<std::int32_t>(status)}, {"status", nameOf(status)}})};
 }
 
-Values begin(MachineState& machine, const Subject& subject) {
-  constexpr int kSteps = 3;
-  tell(machine, subject, DiagnosisStatus::kRunning, "looking at the device");
-  machine.plan(kTimeOfAStep, [subject](MachineState& now) {
-    tell(now, subject, DiagnosisStatus::kRunning, "looking at the session");
-  });
-  machine.plan(2 * kTimeOfAStep, [subject](MachineState& now) { conclude(now, subject); });
-  return {textOf({{"velservice", 0}, {"status", nameOf(Status::kOk)}, {"steps", kSteps}})};
+Values begin(MachineState& machine, const DiagnosisSubject& subject) {
+  beginDiagnosis(machine, subject);
+  return {textOf({{"velservice", 0}, {"status", nameOf(Status::kOk)}, {"steps", kDiagnosisSteps}})};
 }
 
 Values diagnose(MachineState& machine, const Values& arguments) {
@@ -101,10 +63,10 @@ Values doveltest(MachineState& machine, const Values& arguments) {
     case SelfTest::kNothing:
       return status(Status::kOk);
     case SelfTest::kDevices:
-      machine.devices.tellAll();
+      machine.devices.emitAll();
       return status(Status::kOk);
     case SelfTest::kPrinters:
-      machine.printers.tellAll();
+      machine.printers.emitAll();
       return status(Status::kOk);
   }
   return status(Status::kUnknownTest);

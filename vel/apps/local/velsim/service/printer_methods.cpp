@@ -10,6 +10,9 @@ namespace {
 using qxbus::Bytes;
 using qxbus::Values;
 
+// Values of ConfigPrinterCommand's third argument.
+enum class PrinterCommand : std::uint32_t { kAttach = 1, kDetach = 2 };
+
 // Number 0 stands for this machine: every printer, whoever has it.
 Values getPrinterList(MachineState& machine, const Values& arguments) {
   const VmNumber vm = vmOf(arguments);

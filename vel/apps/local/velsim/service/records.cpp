@@ -2,23 +2,14 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string_view>
 
-#include "vel/apps/local/velsim/machine/devices.h"
-#include "vel/apps/local/velsim/machine/joysticks.h"
-#include "vel/apps/local/velsim/machine/policies.h"
-#include "vel/apps/local/velsim/machine/printers.h"
+#include "base/utf8.h"
 
 namespace velsim {
 namespace {
 
 using qxbus::Bytes;
-
-// Whether a character of UTF-8 goes on here.
-bool isContinuation(char byte) {
-  constexpr unsigned kMask = 0xC0;
-  constexpr unsigned kContinuation = 0x80;
-  return (static_cast<unsigned char>(byte) & kMask) == kContinuation;
-}
 
 class Record {
  public:
@@ -32,11 +23,8 @@ class Record {
 
   // The field keeps one NUL at least.
   Record& text(std::size_t offset, std::size_t fieldSize, const std::string& text) {
-    std::size_t length = std::min(text.size(), fieldSize - 1);
-    while (length > 0 && length < text.size() && isContinuation(text[length])) {
-      --length;
-    }
-    std::copy_n(text.begin(), length, bytes_.begin() + static_cast<std::ptrdiff_t>(offset));
+    const std::string_view cut = base::cutBetweenCharacters(text, fieldSize - 1);
+    std::copy(cut.begin(), cut.end(), bytes_.begin() + static_cast<std::ptrdiff_t>(offset));
     return *this;
   }
 
@@ -116,29 +104,30 @@ Bytes joystickMappingRecord(std::uint16_t position, const std::string& name) {
   return std::move(Record(kJoystickMappingRecordSize).number(0, position).text(2, kNameSize, name));
 }
 
-Bytes newDeviceResult(const Device* device, std::uint64_t sourceId, Status status) {
+Bytes recordOf(const NewDeviceResult& result) {
   Record record(kNewDeviceResultSize);
-  if (device) {
+  if (result.device) {
     constexpr std::size_t kResultNameSize = 256;
-    record.number(0, device->vid).number(2, device->pid).text(20, kResultNameSize, device->name);
+    record.number(0, result.device->vid)
+        .number(2, result.device->pid)
+        .text(20, kResultNameSize, result.device->name);
   }
   constexpr std::size_t kCodeSize = 64;
-  return std::move(record.number(4, sourceId)
-                       .number(18, std::uint16_t{status == Status::kOk})
-                       .text(276, kCodeSize, nameOf(status)));
+  return std::move(record.number(4, result.sourceId)
+                       .number(18, std::uint16_t{result.status == Status::kOk})
+                       .text(276, kCodeSize, nameOf(result.status)));
 }
 
-Bytes diagnosisRecord(std::uint64_t id, std::uint32_t status, std::uint32_t vm,
-                      const std::string& text) {
-  return std::move(Record(kDiagnosisHeaderSize + text.size() + 1)
-                       .number(0, id)
-                       .number(8, status)
+Bytes recordOf(const DiagnosisStep& step, VmNumber vm) {
+  return std::move(Record(kDiagnosisHeaderSize + step.text.size() + 1)
+                       .number(0, step.id)
+                       .number(8, static_cast<std::uint32_t>(step.status))
                        .number(12, vm)
-                       .text(kDiagnosisHeaderSize, text.size() + 1, text));
+                       .text(kDiagnosisHeaderSize, step.text.size() + 1, step.text));
 }
 
-Bytes commandAnswer(const std::string& text) {
-  return std::move(Record(text.size() + 1).text(0, text.size() + 1, text));
+Bytes recordOf(const CommandAnswer& answer) {
+  return std::move(Record(answer.text.size() + 1).text(0, answer.text.size() + 1, answer.text));
 }
 
 }  // namespace velsim

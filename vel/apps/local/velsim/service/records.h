@@ -67,7 +67,9 @@
 #include <string>
 
 #include "bus/dbus/value.h"
-#include "vel/apps/local/velsim/machine/status.h"
+#include "vel/apps/local/velsim/machine/events.h"
+#include "vel/apps/local/velsim/machine/joysticks.h"
+#include "vel/apps/local/velsim/machine/policies.h"
 
 namespace velsim {
 
@@ -79,24 +81,16 @@ constexpr std::size_t kVidPidPolicyRecordSize = 268;
 constexpr std::size_t kJoystickRecordSize = 138;
 constexpr std::size_t kJoystickMappingRecordSize = 130;
 
-struct Device;
-struct Printer;
-struct Joystick;
-struct VidPidPolicy;
-
 qxbus::Bytes recordOf(const Device& device);
 qxbus::Bytes recordOf(const Printer& printer);
-// A network printer, told of as a device.
+// A network printer in a list of devices.
 qxbus::Bytes deviceRecordOf(const Printer& printer);
 qxbus::Bytes recordOf(const VidPidPolicy& policy);
 qxbus::Bytes recordOf(std::uint16_t position, const Joystick& joystick);
 qxbus::Bytes joystickMappingRecord(std::uint16_t position, const std::string& name);
-
-// device is null when there is none with that source id.
-qxbus::Bytes newDeviceResult(const Device* device, std::uint64_t sourceId, Status status);
-qxbus::Bytes diagnosisRecord(std::uint64_t id, std::uint32_t status, std::uint32_t vm,
-                             const std::string& text);
-qxbus::Bytes commandAnswer(const std::string& text);
+qxbus::Bytes recordOf(const NewDeviceResult& result);
+qxbus::Bytes recordOf(const DiagnosisStep& step, VmNumber vm);
+qxbus::Bytes recordOf(const CommandAnswer& answer);
 
 }  // namespace velsim
 

@@ -6,7 +6,6 @@
 
 #include "vel/apps/local/velsim/service/arguments.h"
 #include "vel/apps/local/velsim/service/json_text.h"
-#include "vel/apps/local/velsim/service/records.h"
 #include "vel/apps/local/velsim/service/simulator.h"
 
 namespace velsim {
@@ -170,7 +169,7 @@ Values dovelcmd(MachineState& machine, const Values& arguments) {
   }
   const Json answer = {
       {"id", int32Of(arguments, 2)}, {"command", word}, {"answer", command->answer(machine)}};
-  machine.events.add(EventCode::kCommandAnswer, vm, commandAnswer(textOf(answer)));
+  machine.events.add(vm, CommandAnswer{textOf(answer)});
   return status(Status::kOk);
 }
 

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "bus/dbus/wire.h"
+#include "vel/apps/local/velsim/service/arguments.h"
 #include "vel/apps/local/velsim/service/simulator.h"
 
 namespace velsim {
@@ -22,14 +22,6 @@ constexpr std::size_t kName1Offset = 12;
 constexpr std::size_t kName2Offset = 140;
 constexpr std::size_t kNameSize = 128;
 constexpr char kPipes[] = "vm:i count:i (pipe:ay268)*";
-
-Values status(Status status) {
-  return {static_cast<std::int32_t>(status)};
-}
-
-VmNumber vmOf(const Values& arguments) {
-  return qxbus::readUInt32(arguments, 0);
-}
 
 std::string textAt(const Bytes& block, std::size_t offset) {
   const auto* const text = reinterpret_cast<const char*>(block.data() + offset);
@@ -70,11 +62,9 @@ Values getVmList(MachineState& machine, const Values&) {
 }
 
 Values connectVm(MachineState& machine, const Values& arguments) {
-  const auto argument = [&arguments](int index) {
-    return static_cast<std::int32_t>(qxbus::readUInt32(arguments, index));
-  };
-  return status(
-      machine.vms.connect(vmOf(arguments), Attachment{argument(1), argument(2), argument(3)}));
+  return status(machine.vms.connect(
+      vmOf(arguments),
+      Attachment{int32Of(arguments, 1), int32Of(arguments, 2), int32Of(arguments, 3)}));
 }
 
 Values disconnectVm(MachineState& machine, const Values& arguments) {
@@ -95,8 +85,7 @@ Values destroyPipe(MachineState& machine, const Values& arguments) {
 
 Values setPortChannelStatus(MachineState& machine, const Values& arguments) {
   const std::uint32_t port = qxbus::readUInt32(arguments, 1);
-  const auto portStatus = static_cast<std::int32_t>(qxbus::readUInt32(arguments, 2));
-  return status(machine.vms.setPortStatus(vmOf(arguments), port, portStatus));
+  return status(machine.vms.setPortStatus(vmOf(arguments), port, int32Of(arguments, 2)));
 }
 
 Values onFocusChanged(MachineState& machine, const Values& arguments) {

@@ -113,11 +113,11 @@ void Simulator::settle() {
   for (MachineState::Plan& plan : machine_.takePlans()) {
     scheduler_->after(plan.after, [this, action = std::move(plan.action)] { change(action); });
   }
-  for (Event& event : machine_.events.take()) {
-    unsent_.push_back(std::move(event));
+  for (const Event& event : machine_.events.take()) {
+    unsent_.push_back(busEventOf(event));
   }
   if (sink_) {
-    for (const Event& event : std::exchange(unsent_, {})) {
+    for (const BusEvent& event : std::exchange(unsent_, {})) {
       sink_(event);
     }
   }

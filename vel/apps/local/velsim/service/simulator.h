@@ -23,8 +23,8 @@
 #include <vector>
 
 #include "bus/dbus/value.h"
-#include "vel/apps/local/velsim/machine/events.h"
 #include "vel/apps/local/velsim/machine/machine_state.h"
+#include "vel/apps/local/velsim/service/bus_events.h"
 #include "vel/apps/local/velsim/service/scheduler.h"
 #include "vel/apps/local/velsim/service/signature.h"
 
@@ -77,7 +77,7 @@ class Simulator {
   };
   using Answer = std::variant<qxbus::Values, Error>;
   using Respond = std::function<void(const Answer& answer)>;
-  using EventSink = std::function<void(const Event& event)>;
+  using EventSink = std::function<void(const BusEvent& event)>;
 
   // With a clock on the wall.
   Simulator();
@@ -125,7 +125,7 @@ class Simulator {
   std::mutex mutex_;  // guards all that follows
   MachineState machine_;
   EventSink sink_;
-  std::vector<Event> unsent_;
+  std::vector<BusEvent> unsent_;
   std::uint64_t lastWaiting_ = 0;
   std::map<std::uint64_t, Waiting> waiting_;
 

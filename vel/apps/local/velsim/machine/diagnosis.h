@@ -1,0 +1,28 @@
+// Diagnosis of a device or a printer of the simulated machine: looks at the device, then at the
+// session, and reports each step and the finding in an event.
+
+#ifndef VEL_APPS_LOCAL_VELSIM_MACHINE_DIAGNOSIS_H
+#define VEL_APPS_LOCAL_VELSIM_MACHINE_DIAGNOSIS_H
+
+#include <cstdint>
+
+#include "vel/apps/local/velsim/machine/machine_state.h"
+
+namespace velsim {
+
+struct DiagnosisSubject {
+  std::uint64_t id = 0;   // source id or number, as the client named it
+  VmNumber vm = 0;        // a VM that exists
+  bool isDevice = false;  // otherwise a printer
+  std::uint16_t number = 0;
+};
+
+// Number of events that a diagnosis reports, the finding included.
+constexpr int kDiagnosisSteps = 3;
+
+// Reports the first step now, and the others 100 ms apart.
+void beginDiagnosis(MachineState& machine, const DiagnosisSubject& subject);
+
+}  // namespace velsim
+
+#endif  // VEL_APPS_LOCAL_VELSIM_MACHINE_DIAGNOSIS_H

@@ -1,0 +1,27 @@
+// One printer of the simulated machine.
+
+#ifndef VEL_APPS_LOCAL_VELSIM_MACHINE_PRINTER_H
+#define VEL_APPS_LOCAL_VELSIM_MACHINE_PRINTER_H
+
+#include <cstdint>
+#include <string>
+
+#include "vel/apps/local/velsim/machine/device.h"
+#include "vel/apps/local/velsim/machine/vm_sessions.h"
+
+namespace velsim {
+
+struct Printer {
+  std::uint16_t number = 0;
+  std::uint64_t sourceId = 0;
+  std::string name;
+  DeviceStatus status = DeviceStatus::kAvailable;
+  VmNumber vm = 0;  // that it is attached to
+  bool isNetwork = false;
+  std::string address;  // of a network printer
+  std::string extra;    // of a network printer, as its client gave it
+};
+
+}  // namespace velsim
+
+#endif  // VEL_APPS_LOCAL_VELSIM_MACHINE_PRINTER_H
