@@ -427,6 +427,64 @@ TEST(InterfaceTest, TheFieldsOfTheRecordsOnTheBusStandWhereTheServicePutsThem) {
   static_assert(std::is_default_constructible_v<_SharePrinterDevice>);
 }
 
+TEST(InterfaceTest, TheFieldsOfAPenPacketStandInSlotsOfEightBytes) {
+  const std::size_t offsets[] = {
+      offsetof(PenPacket, pointerType),
+      offsetof(PenPacket, pointerId),
+      offsetof(PenPacket, frameId),
+      offsetof(PenPacket, pointerFlags),
+      offsetof(PenPacket, sourceDevice),
+      offsetof(PenPacket, targetWindow),
+      offsetof(PenPacket, pixelLocation),
+      offsetof(PenPacket, highResolutionLocation),
+      offsetof(PenPacket, rawPixelLocation),
+      offsetof(PenPacket, rawHighResolutionLocation),
+      offsetof(PenPacket, time),
+      offsetof(PenPacket, historyCount),
+      offsetof(PenPacket, inputData),
+      offsetof(PenPacket, keyStates),
+      offsetof(PenPacket, performanceCount),
+      offsetof(PenPacket, buttonChangeType),
+      offsetof(PenPacket, penFlags),
+      offsetof(PenPacket, penMask),
+      offsetof(PenPacket, pressure),
+      offsetof(PenPacket, rotation),
+      offsetof(PenPacket, tiltX),
+      offsetof(PenPacket, tiltY),
+  };
+
+  std::size_t expected = 2;
+  for (const std::size_t offset : offsets) {
+    EXPECT_EQ(offset, expected);
+    expected += 8;
+  }
+  EXPECT_EQ(sizeof(PenPacket), expected);
+  EXPECT_EQ(offsetof(PenPacket, pixelLocation.y), 54u);
+  static_assert(std::is_same_v<decltype(PenPacket::Location::x), std::int32_t>);
+  static_assert(std::is_same_v<decltype(PenPacket::Slot::value), std::int32_t>);
+  static_assert(alignof(PenPacket) == 1);
+  static_assert(std::is_trivially_copyable_v<PenPacket>);
+}
+
+TEST(InterfaceTest, TheFieldsOfAPortHeaderStandWithoutGaps) {
+  EXPECT_EQ(offsetof(PortHeader, magic), 0u);
+  EXPECT_EQ(offsetof(PortHeader, devId), 1u);
+  EXPECT_EQ(offsetof(PortHeader, cmd), 2u);
+  EXPECT_EQ(offsetof(PortHeader, reqId), 4u);
+  EXPECT_EQ(offsetof(PortHeader, size), 8u);
+  EXPECT_EQ(offsetof(PortHeader, reserved), 12u);
+  EXPECT_EQ(sizeof(PortHeader), 16u);
+  static_assert(std::is_unsigned_v<decltype(PortHeader::cmd)>);
+  static_assert(std::is_unsigned_v<decltype(PortHeader::reqId)>);
+  static_assert(std::is_unsigned_v<decltype(PortHeader::size)>);
+  static_assert(alignof(PortHeader) == 1);
+  static_assert(std::is_trivially_copyable_v<PortHeader>);
+}
+
+TEST(InterfaceTest, TheTypeOfACollaboratingClientIsOne) {
+  EXPECT_EQ(VEL_KST_STREAM_COLLAB_TYPE_COLLABORATOR, 1u);
+}
+
 TEST(InterfaceTest, ADiagnosisIsNotifiedThroughTheSlotBehindTheDestructors) {
   EXPECT_EQ(slotOf(static_cast<void (VelDiagnoseNotify::*)(std::string, unsigned long long,
                                                            unsigned int, std::string)>(

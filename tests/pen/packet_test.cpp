@@ -70,6 +70,32 @@ TEST(PacketTest, OfAnEventOfZeroesHasOnlyItsConstants) {
   EXPECT_EQ(packetOf(Pen()), expected);
 }
 
+TEST(PacketTest, CanBeReadAsAPenPacket) {
+  Pen pen;
+  pen.x = 10.5;
+  pen.y = -10.6;
+  pen.pressure = 0.5;
+  pen.rotation = -90;
+  pen.xTilt = 60;
+  pen.yTilt = -60;
+  QTabletEvent event = pen.event();
+
+  const auto* const packet =
+      reinterpret_cast<const PenPacket*>(qx::serialize(&event, 0x12345678, 70, kOwnPosition));
+
+  EXPECT_EQ(int{packet->marker}, 0xFF);
+  EXPECT_EQ(int{packet->pointerType.value}, 3);
+  EXPECT_EQ(int{packet->pointerFlags.value}, 0x12345678);
+  EXPECT_EQ(int{packet->pixelLocation.x}, 70);
+  EXPECT_EQ(int{packet->pixelLocation.y}, -11);
+  EXPECT_EQ(int{packet->penMask.value}, 15);
+  EXPECT_EQ(int{packet->pressure.value}, 512);
+  EXPECT_EQ(int{packet->rotation.value}, -92160);
+  EXPECT_EQ(std::uint32_t{packet->rotation.high}, 0u);
+  EXPECT_EQ(int{packet->tiltX.value}, 60);
+  EXPECT_EQ(int{packet->tiltY.value}, -60);
+}
+
 TEST(PacketTest, IsMadeInTheSamePlaceEachTime) {
   QTabletEvent first = penAt(1, 2).event();
   QTabletEvent second = penAt(3, 4).event();

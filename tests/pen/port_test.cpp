@@ -99,6 +99,24 @@ TEST_F(PortTest, ReceivesItsNameAndAWholeFrame) {
   EXPECT_EQ(toHex(written[0].bytes, 0, 5), "C2 00 00 00 27");
 }
 
+TEST_F(PortTest, ReceivesAPortHeaderBehindTheLength) {
+  connectPen();
+  send(QEvent::TabletMove);
+  send(QEvent::TabletMove);
+
+  const Bytes frame = lastFrame();
+
+  ASSERT_EQ(frame.size(), kFrameSize);
+  PortHeader header = {};
+  std::memcpy(&header, &frame[4], sizeof header);
+  EXPECT_EQ(int{header.magic}, 0x27);
+  EXPECT_EQ(int{header.devId}, 5);
+  EXPECT_EQ(int{header.cmd}, 2000);
+  EXPECT_EQ(std::uint32_t{header.reqId}, 2u);
+  EXPECT_EQ(std::uint32_t{header.size}, 194u);
+  EXPECT_EQ(std::uint32_t{header.reserved}, 0u);
+}
+
 TEST_F(PortTest, MayWriteOneByteBehindTheFrame) {
   // Writers that end the bytes with a NUL have room for it.
   proxy.PortInit(kPenPort, true, [](const std::string&, unsigned int length, unsigned char* bytes) {

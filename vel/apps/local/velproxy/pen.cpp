@@ -1,6 +1,5 @@
 // Pen input: tablet events as frames on a port of the client. It takes no lock and uses no bus.
 
-#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -14,55 +13,7 @@
 namespace qx {
 namespace {
 
-// --- The pen packet: 178 bytes, little-endian, one per tablet event ------------------------------
-//
-//   offset  size  value
-//        0     1  marker, 0xFF
-//        1     1  0
-//        2  22x8  the fields of POINTER_PEN_INFO of Windows in its order, each in a slot of 8
-//                 bytes: the value in the low 4 bytes, zero in the high 4. The location is the
-//                 exception: x in the low 4 bytes, y in the high 4
-//
-// The fields that are not named below stay zero.
-
-enum Slot : std::size_t {
-  kPointerType,
-  kPointerId,
-  kFrameId,
-  kPointerFlags,
-  kSourceDevice,
-  kHwndTarget,
-  kPtPixelLocation,
-  kPtHimetricLocation,
-  kPtPixelLocationRaw,
-  kPtHimetricLocationRaw,
-  kDwTime,
-  kHistoryCount,
-  kInputData,
-  kDwKeyStates,
-  kPerformanceCount,
-  kButtonChangeType,
-  kPenFlags,
-  kPenMask,
-  kPressure,
-  kRotation,
-  kTiltX,
-  kTiltY,
-  kSlots
-};
-
-constexpr std::size_t kMarkerSize = 2;
-constexpr std::size_t kSlotSize = 8;
-constexpr std::size_t offsetOf(Slot slot) {
-  return kMarkerSize + slot * kSlotSize;
-}
-constexpr std::size_t kLocationX = offsetOf(kPtPixelLocation);
-constexpr std::size_t kLocationY = kLocationX + 4;
-constexpr std::size_t kPacketSize = offsetOf(kSlots);
-static_assert(offsetOf(kPointerFlags) == 26, "the far end reads the flags here");
-static_assert(kLocationX == 50, "the far end reads the location here");
-static_assert(offsetOf(kPressure) == 146, "the far end reads the pressure here");
-static_assert(kPacketSize == 178, "the far end reads 178 bytes");
+// --- The packet: the values of PenPacket --------------------------------------------------------
 
 constexpr unsigned char kMarker = 0xFF;
 // Values of the Windows pointer input.
@@ -82,10 +33,6 @@ constexpr int kOwnPosition = -1;
 
 constexpr int kHovering =
     kPointerFlagInRange | kPointerFlagPrimary | kPointerFlagConfidence | kPointerFlagUpdate;
-
-void put(unsigned char* to, std::int32_t value) {
-  std::memcpy(to, &value, sizeof value);
-}
 
 // Times 1024, towards zero, the low 32 bits. What no 64-bit integer can hold is clamped.
 std::int32_t scaled(double value) {
@@ -113,22 +60,12 @@ int pointerFlags(int eventType, bool* down) {
       *down = false;
       return kHovering;
     default:
-      // Others, such as proximity, are told by their number in Qt.
+      // The far end knows other events, such as proximity, by their number in Qt.
       return eventType;
   }
 }
 
-// --- The frame: 198 bytes, little-endian ---------------------------------------------------------
-//
-//   offset  size  value
-//        0     4  number of bytes that follow: 194
-//        4     1  magic, 0x27
-//        5     1  device number of the pen
-//        6     2  command, 2000
-//        8     4  request number, 1 for the first frame, 16 bits of it
-//       12     4  size of header and packet: 194
-//       16     4  0
-//       20   178  the pen packet
+// --- The frame -----------------------------------------------------------------------------------
 
 constexpr char kAnyPort[] = "space.port";
 constexpr char kPenPort[] = "space.port.2";
@@ -136,14 +73,23 @@ constexpr char kPenPort[] = "space.port.2";
 constexpr unsigned char kMagic = 0x27;
 constexpr std::uint16_t kPenData = 2000;
 constexpr std::uint16_t kDeviceNumberGiven = 2101;
+// Magic, device number, command and request number: all that is read of an incoming message.
+constexpr std::size_t kLeastMessage = offsetof(PortHeader, size);
+static_assert(kLeastMessage == 8, "a client delivers at least 8 bytes");
 
-constexpr std::size_t kLengthSize = 4;
-constexpr std::size_t kHeaderSize = 16;
-constexpr std::size_t kPacketOffset = kLengthSize + kHeaderSize;
-constexpr std::size_t kFrameSize = kPacketOffset + kPacketSize;
-constexpr std::int32_t kContentSize = kHeaderSize + kPacketSize;
-static_assert(kFrameSize == 198, "a frame is 198 bytes");
-static_assert(kContentSize == 194, "a frame says 194");
+#pragma pack(push, 1)
+struct Frame {
+  std::uint32_t length;
+  PortHeader header;
+  PenPacket packet;
+  unsigned char end;  // not sent, for writers that end the bytes with a NUL
+};
+#pragma pack(pop)
+
+constexpr std::uint32_t kContentSize = sizeof(PortHeader) + sizeof(PenPacket);
+constexpr unsigned int kFrameSize = offsetof(Frame, end);
+static_assert(kContentSize == 194, "the far end reads 194 bytes after the length");
+static_assert(kFrameSize == 198, "the far end reads 198 bytes");
 
 bool isPenPort(const std::string& name) {
   return name.find(kPenPort) != std::string::npos;
@@ -159,32 +105,43 @@ const char* shownName(const std::string& name) {
 
 unsigned char* serialize(QTabletEvent* event, int flags, int x, int y) {
   // One for the process: pen events come from one thread, and each packet is copied at once.
-  static std::array<unsigned char, kPacketSize> packet = {};
+  static PenPacket packet = {};
   if (!event) {
     return nullptr;
   }
-  packet[0] = kMarker;
-  packet[1] = 0;
+  packet.marker = kMarker;
+  packet.reserved = 0;
   // The high halves are never written, and so stay zero.
-  for (std::size_t slot = 0; slot < kSlots; ++slot) {
-    put(&packet[offsetOf(static_cast<Slot>(slot))], 0);
-  }
-  put(&packet[offsetOf(kPointerType)], kPtPen);
-  put(&packet[offsetOf(kPointerFlags)], flags);
-  put(&packet[kLocationX], x == kOwnPosition ? event->x() : x);
-  put(&packet[kLocationY], y == kOwnPosition ? event->y() : y);
-  put(&packet[offsetOf(kPenMask)], kPenMaskAll);
-  put(&packet[offsetOf(kPressure)], scaled(event->pressure()));
-  put(&packet[offsetOf(kRotation)], scaled(event->rotation()));
-  put(&packet[offsetOf(kTiltX)], event->xTilt());
-  put(&packet[offsetOf(kTiltY)], event->yTilt());
-  return packet.data();
+  packet.pointerType.value = kPtPen;
+  packet.pointerId.value = 0;
+  packet.frameId.value = 0;
+  packet.pointerFlags.value = flags;
+  packet.sourceDevice.value = 0;
+  packet.targetWindow.value = 0;
+  packet.pixelLocation.x = x == kOwnPosition ? event->x() : x;
+  packet.pixelLocation.y = y == kOwnPosition ? event->y() : y;
+  packet.highResolutionLocation.value = 0;
+  packet.rawPixelLocation.value = 0;
+  packet.rawHighResolutionLocation.value = 0;
+  packet.time.value = 0;
+  packet.historyCount.value = 0;
+  packet.inputData.value = 0;
+  packet.keyStates.value = 0;
+  packet.performanceCount.value = 0;
+  packet.buttonChangeType.value = 0;
+  packet.penFlags.value = 0;
+  packet.penMask.value = kPenMaskAll;
+  packet.pressure.value = scaled(event->pressure());
+  packet.rotation.value = scaled(event->rotation());
+  packet.tiltX.value = event->xTilt();
+  packet.tiltY.value = event->yTilt();
+  return reinterpret_cast<unsigned char*>(&packet);
 }
 
 unsigned char* serialize_field(unsigned char* dst, void* src, unsigned long len,
                                unsigned long advance) {
   const auto* const from = static_cast<const unsigned char*>(src);
-  // From the first byte on, so that overlapping fields come out as they always have.
+  // From the first byte on: fields may overlap, and a caller may count on what then comes out.
   for (unsigned long i = 0; i < len; ++i) {
     dst[i] = from[i];
   }
@@ -209,20 +166,19 @@ int VelProxy::SendPenData(std::string /*vmId*/, void* event, int type, int x, in
   if (!penPortOpened_ || !port || !port->writer || devId == 0) {
     return 0;
   }
-  const std::uint16_t reqId = ++penReqId_;
-  // One byte more than is sent, for writers that end what they are given with a NUL.
-  std::array<unsigned char, kFrameSize + 1> frame = {};
-  put(&frame[0], kContentSize);
-  frame[4] = kMagic;
-  frame[5] = devId;
-  std::memcpy(&frame[6], &kPenData, sizeof kPenData);
-  put(&frame[8], reqId);
-  put(&frame[12], kContentSize);
-  std::memcpy(&frame[kPacketOffset], packet, kPacketSize);
+  Frame frame = {};
+  frame.length = kContentSize;
+  frame.header.magic = kMagic;
+  frame.header.devId = devId;
+  frame.header.cmd = kPenData;
+  frame.header.reqId = ++penReqId_;
+  frame.header.size = kContentSize;
+  std::memcpy(&frame.packet, packet, sizeof frame.packet);
+  const std::uint16_t reqId = penReqId_;
   try {
-    port->writer(port->name, kFrameSize, frame.data());
+    port->writer(port->name, kFrameSize, reinterpret_cast<unsigned char*>(&frame));
   } catch (...) {
-    // The client's own, for which those who deliver tablet events to it are not prepared.
+    // Code that delivers tablet events is not prepared for exceptions of a writer.
     return -1;
   }
 
@@ -253,13 +209,12 @@ void VelProxy::PortData(const std::string& /*name*/, unsigned char* data, unsign
   if (penDevId_.load() != 0 || !data) {
     return;
   }
-  std::uint16_t cmd = 0;
-  std::int32_t reqId = 0;
-  std::memcpy(&cmd, data + 2, sizeof cmd);
-  std::memcpy(&reqId, data + 4, sizeof reqId);
-  VEL_DEBUG("magic:0x%.2x,cmd:%d,devId:%d,reqId:%d", data[0], cmd, data[1], reqId);
-  if (cmd == kDeviceNumberGiven) {
-    penDevId_.store(data[1]);
+  PortHeader header = {};
+  std::memcpy(&header, data, kLeastMessage);
+  VEL_DEBUG("magic:0x%.2x,cmd:%d,devId:%d,reqId:%d", header.magic, header.cmd, header.devId,
+            header.reqId);
+  if (header.cmd == kDeviceNumberGiven) {
+    penDevId_.store(header.devId);
   }
 }
 

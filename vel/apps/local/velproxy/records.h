@@ -143,4 +143,80 @@ struct _JoystickResult {
 };
 static_assert(sizeof(_JoystickResult) == 146, "one joystick result is 146 bytes");
 
+// --- Pen input -----------------------------------------------------------------------------------
+
+#pragma pack(push, 1)
+
+// A tablet event on its way to the far end, as serialize makes it: the fields of POINTER_PEN_INFO
+// of Windows in its order, each in a slot of 8 bytes. A field that says nothing is 0.
+struct PenPacket {
+  struct Slot {
+    std::int32_t value;
+    std::uint32_t high;  // 0
+  };
+  struct Location {
+    std::int32_t x;
+    std::int32_t y;
+  };
+
+  std::uint8_t marker;  // 0xFF
+  std::uint8_t reserved;
+  Slot pointerType;  // 3: pen
+  Slot pointerId;
+  Slot frameId;
+  Slot pointerFlags;  // Windows pointer flags; of an event that has none, its number in Qt
+  Slot sourceDevice;
+  Slot targetWindow;
+  Location pixelLocation;
+  Slot highResolutionLocation;
+  Slot rawPixelLocation;
+  Slot rawHighResolutionLocation;
+  Slot time;
+  Slot historyCount;
+  Slot inputData;
+  Slot keyStates;
+  Slot performanceCount;
+  Slot buttonChangeType;
+  Slot penFlags;
+  Slot penMask;   // 15: pressure, rotation and both tilts are present
+  Slot pressure;  // 0 to 1024
+  Slot rotation;  // degrees times 1024
+  Slot tiltX;     // degrees
+  Slot tiltY;     // degrees
+};
+static_assert(offsetof(PenPacket, marker) == 0, "PenPacket is a wire format");
+static_assert(offsetof(PenPacket, reserved) == 1, "PenPacket is a wire format");
+static_assert(offsetof(PenPacket, pointerType) == 2, "PenPacket is a wire format");
+static_assert(offsetof(PenPacket, pointerFlags) == 26, "PenPacket is a wire format");
+static_assert(offsetof(PenPacket, pixelLocation) == 50, "PenPacket is a wire format");
+static_assert(offsetof(PenPacket, penMask) == 138, "PenPacket is a wire format");
+static_assert(offsetof(PenPacket, pressure) == 146, "PenPacket is a wire format");
+static_assert(offsetof(PenPacket, rotation) == 154, "PenPacket is a wire format");
+static_assert(offsetof(PenPacket, tiltX) == 162, "PenPacket is a wire format");
+static_assert(offsetof(PenPacket, tiltY) == 170, "PenPacket is a wire format");
+static_assert(sizeof(PenPacket) == 178, "PenPacket is a wire format");
+
+// The header of every message on a port. A frame of SendPenData is 198 bytes:
+//   offset  size  value
+//        0     4  number of bytes that follow: 194
+//        4    16  PortHeader
+//       20   178  PenPacket
+struct PortHeader {
+  std::uint8_t magic;      // 0x27
+  std::uint8_t devId;      // device number of the pen
+  std::uint16_t cmd;       // 2000: pen data; 2101, incoming: devId is the number of the pen
+  std::uint32_t reqId;     // 1 for the first frame after PortInit, 0 after 65535
+  std::uint32_t size;      // of header and packet: 194
+  std::uint32_t reserved;  // 0
+};
+static_assert(offsetof(PortHeader, magic) == 0, "PortHeader is a wire format");
+static_assert(offsetof(PortHeader, devId) == 1, "PortHeader is a wire format");
+static_assert(offsetof(PortHeader, cmd) == 2, "PortHeader is a wire format");
+static_assert(offsetof(PortHeader, reqId) == 4, "PortHeader is a wire format");
+static_assert(offsetof(PortHeader, size) == 8, "PortHeader is a wire format");
+static_assert(offsetof(PortHeader, reserved) == 12, "PortHeader is a wire format");
+static_assert(sizeof(PortHeader) == 16, "PortHeader is a wire format");
+
+#pragma pack(pop)
+
 #endif  // VEL_APPS_LOCAL_VELPROXY_RECORDS_H
