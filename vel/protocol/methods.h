@@ -118,7 +118,7 @@ inline constexpr Method kMethods[] = {
      "Attaches the device with a source id to a VM."},
     {"disconnectDeviceBySrcId", "vm:i sourceId:t", "status:i", kUsualMs, Subject::kDevices,
      "Detaches the device with a source id from a VM."},
-    {"doveltest", "unused:i test:n", "status:i", kUsualMs, Subject::kCommands,
+    {"doveltest", "unused:i test:n", "status:i", kUsualMs, Subject::kDiagnosis,
      "Runs a self-test. unused is 0."},
     {"dovelcmd", "vm:i command:s id:i", "status:i", kUsualMs, Subject::kCommands,
      "Gives the service a command. The answer is event 66."},
@@ -187,8 +187,7 @@ inline constexpr Method kMethods[] = {
      Subject::kNewDevices,
      "Runs a command for a storage device; of velsim 1: mount, 2: unmount, 3: eject. Event 8 "
      "follows."},
-    {"ConfigPrinterCommand", "vm:i sourceId:ay8 command:i", "status:i", kLongMs,
-     Subject::kNewDevices,
+    {"ConfigPrinterCommand", "vm:i sourceId:ay8 command:i", "status:i", kLongMs, Subject::kPrinters,
      "Runs a command for a printer; of velsim 1: attach, 2: detach. The client library ignores the "
      "status."},
     {"getJoystickDevList", "", "count:i (joystick:Joystick)*", kUsualMs, Subject::kJoysticks,

@@ -1,8 +1,10 @@
-// Every method, its arguments as clients send them, and everything that differs from that.
+// Every method of the protocol: velsim answers it, takes its arguments, and refuses all others.
 
-#include <set>
+#include <algorithm>
+#include <map>
 
 #include "tests/velsim/service/simulated_service.h"
+#include "vel/protocol/methods.h"
 
 namespace velsim {
 namespace {
@@ -11,258 +13,212 @@ using qxbus::Bytes;
 using qxbus::Value;
 using qxbus::Values;
 using ::testing::StartsWith;
+using velprotocol::Argument;
+using velprotocol::ArgumentList;
+using velprotocol::Subject;
+using velprotocol::ValueType;
 
-const char* const kMethods[] = {
-    "CheckCameraAuthStat",
-    "ConfigPrinterCommand",
-    "ConfigUdisks2Command",
-    "addNetworkDevice",
-    "addNetworkPrinter",
-    "addPrinter",
-    "addSharePrinter",
-    "autoAddPrinter",
-    "calibrationJoystick",
-    "changePrinterDriver",
-    "configNewDeviceAsConnect",
-    "configNewDeviceAsIgnore",
-    "connectDevice",
-    "connectDeviceBySrcId",
-    "connectPrinter",
-    "connectVm",
-    "createPipe",
-    "deleteNetworkDevice",
-    "deleteNetworkPrinter",
-    "deletePrinter",
-    "deleteSharePrinter",
-    "destroyPipe",
-    "diagnose",
-    "diagnoseDevice",
-    "disconnectDevice",
-    "disconnectDeviceBySrcId",
-    "disconnectPrinter",
-    "disconnectVm",
-    "dovelcmd",
-    "doveltest",
-    "getAutoConnect",
-    "getDeviceList",
-    "getDevicePropertyWithVidPid",
-    "getDeviceStatus",
-    "getJoystickDevList",
-    "getJoystickMappingList",
-    "getLocalDevicePropertyWithVidPid",
-    "getNetworkPrinterList",
-    "getPolicyListByVidPid",
-    "getPrinterDriverlList",
-    "getPrinterList",
-    "getPrinterStatus",
-    "getTurboConfigWithVidPid",
-    "getVmList",
-    "getVmListSize",
-    "getvelcmdhelp",
-    "onFocusChanged",
-    "printTestPage",
-    "redirectDevice",
-    "registerJoystickCallback",
-    "renameNetworkPrinter",
-    "resetAllDeviceProperty",
-    "resetService",
-    "searchAllPrinter",
-    "searchSharePrinter",
-    "setAutoConnect",
-    "setBwInfo",
-    "setDevicePropertyWithVidPid",
-    "setJoystickMapping",
-    "setLocalPolicy",
-    "setPortChannelStatus",
-    "setRtcQosInfo",
-    "setTurboConfigWithVidPid",
-    "setUsbredirStatus",
-    "startManager",
-    "stopSearchSharePrinter",
-    "unregisterJoystickCallback",
-    "updateDriveToken",
-};
-static_assert(std::size(kMethods) == 68, "the service has 68 methods");
-
-struct Row {
-  const char* name;
-  const char* method;
-  Values arguments;
-  // Whether the last argument may be left away.
-  bool isLastOptional = false;
-};
-
-void PrintTo(const Row& row, std::ostream* stream) {
-  *stream << row.name;
+// The source that has the handlers of a subject.
+const char* sourceOf(Subject subject) {
+  switch (subject) {
+    case Subject::kService:
+    case Subject::kVms:
+      return "session_methods.cpp";
+    case Subject::kPrinters:
+      return "printer_methods.cpp";
+    case Subject::kDevices:
+    case Subject::kNetworkDevices:
+      return "device_methods.cpp";
+    case Subject::kPolicies:
+      return "policy_methods.cpp";
+    case Subject::kCommands:
+      return "service_command_methods.cpp";
+    case Subject::kQuality:
+      return "stream_report_methods.cpp";
+    case Subject::kDiagnosis:
+      return "diagnosis_methods.cpp";
+    case Subject::kSharedPrinters:
+      return "shared_printer_methods.cpp";
+    case Subject::kPrintQueues:
+      return "print_queue_methods.cpp";
+    case Subject::kNewDevices:
+      return "new_device_methods.cpp";
+    case Subject::kJoysticks:
+      return "joystick_methods.cpp";
+  }
+  return "";
 }
 
-const Value kVm = std::int32_t{101};
-const Value kInt16 = std::int16_t{1};
-const Value kInt32 = std::int32_t{1};
-const Value kUInt64 = std::uint64_t{1};
-const Value kText = std::string("text");
-const Value kBlock = Bytes{'t', 'e', 'x', 't'};
-const Value kEight = Bytes(8);
-const Value kPipe = Bytes(268);
-const Value kZero = std::int32_t{0};
+TEST(HandlersTest, ThereIsOneForEachMethodOfTheProtocol) {
+  std::map<std::string_view, int> handlers;
+  for (const MethodRow& row : allMethods()) {
+    ++handlers[row.name];
+  }
 
-const Row kRows[] = {
-    {"resetService", "resetService", {}},
-    {"connectVm", "connectVm", {kVm, kInt32, kInt32, kInt32}},
-    {"disconnectVm", "disconnectVm", {kVm}},
-    {"createPipe", "createPipe", {kVm, std::int32_t{2}, kPipe, kPipe}},
-    {"createPipeOfNone", "createPipe", {kVm, kZero}},
-    {"destroyPipe", "destroyPipe", {kVm, kInt32, kPipe}},
-    {"startManager", "startManager", {kVm}},
-    {"setPortChannelStatus", "setPortChannelStatus", {kVm, kInt32, kInt32}},
-    {"getVmList", "getVmList", {kZero}},
-    {"getPrinterList", "getPrinterList", {kVm}},
-    {"getPrinterStatus", "getPrinterStatus", {kInt16}},
-    {"connectPrinter", "connectPrinter", {kVm, kInt16}},
-    {"disconnectPrinter", "disconnectPrinter", {kVm, kInt16}},
-    {"addNetworkPrinter", "addNetworkPrinter", {kText, kText, kText}},
-    {"deleteNetworkPrinter", "deleteNetworkPrinter", {kText}},
-    {"renameNetworkPrinter", "renameNetworkPrinter", {kBlock, kBlock}},
-    {"getNetworkPrinterList", "getNetworkPrinterList", {}},
-    {"getDeviceList", "getDeviceList", {kVm}},
-    {"getDeviceStatus", "getDeviceStatus", {kInt16}},
-    {"connectDevice", "connectDevice", {kVm, kInt16}},
-    {"disconnectDevice", "disconnectDevice", {kVm, kInt16}},
-    {"onFocusChanged", "onFocusChanged", {kVm, kInt32, kUInt64}},
-    {"updateDriveToken", "updateDriveToken", {kBlock}},
-    {"setUsbredirStatus", "setUsbredirStatus", {kVm, kInt16, kEight}},
-    {"setLocalPolicy", "setLocalPolicy", {kInt16, kInt16, kBlock, kBlock}},
-    {"getVmListSize", "getVmListSize", {kText}},
-    {"addNetworkDevice", "addNetworkDevice", {kInt32, kBlock}},
-    {"deleteNetworkDevice", "deleteNetworkDevice", {kBlock, kBlock}},
-    {"redirectDevice", "redirectDevice", {kVm, kInt16, kInt16}},
-    {"setAutoConnect", "setAutoConnect", {kZero, kInt16, kInt16}},
-    {"getAutoConnect", "getAutoConnect", {kZero, kInt16}},
-    {"connectDeviceBySrcId", "connectDeviceBySrcId", {kVm, kUInt64}},
-    {"disconnectDeviceBySrcId", "disconnectDeviceBySrcId", {kVm, kUInt64}},
-    {"doveltest", "doveltest", {kZero, kInt16}},
-    {"dovelcmd", "dovelcmd", {kVm, kText, kInt32}},
-    {"getvelcmdhelp", "getvelcmdhelp", {kVm}},
-    {"setBwInfo", "setBwInfo", {kVm, kUInt64, kUInt64}},
-    {"setRtcQosInfo", "setRtcQosInfo", {kVm, kUInt64}},
-    {"setRtcQosInfoWithFigure", "setRtcQosInfo", {kVm, kUInt64, kUInt64}, true},
-    {"diagnose", "diagnose", {kVm, kEight}},
-    {"diagnoseDevice", "diagnoseDevice", {kVm, kInt32}},
-    {"CheckCameraAuthStat", "CheckCameraAuthStat", {}},
-    {"setDevicePropertyWithVidPid",
-     "setDevicePropertyWithVidPid",
-     {kZero, kInt16, kInt16, kInt32, kInt32}},
-    {"getDevicePropertyWithVidPid", "getDevicePropertyWithVidPid", {kZero, kInt16, kInt16, kInt32}},
-    {"getLocalDevicePropertyWithVidPid",
-     "getLocalDevicePropertyWithVidPid",
-     {kZero, kInt16, kInt16, kInt32}},
-    {"getPolicyListByVidPid", "getPolicyListByVidPid", {kZero}},
-    {"getTurboConfigWithVidPid", "getTurboConfigWithVidPid", {kZero, kInt16, kInt16}},
-    {"setTurboConfigWithVidPid", "setTurboConfigWithVidPid", {kZero, kInt16, kInt16, kBlock}},
-    {"resetAllDeviceProperty", "resetAllDeviceProperty", {kZero}},
-    {"searchSharePrinter", "searchSharePrinter", {kText}},
-    {"stopSearchSharePrinter", "stopSearchSharePrinter", {}},
-    {"addSharePrinterOfNone", "addSharePrinter", {kZero}},
-    {"addSharePrinter",
-     "addSharePrinter",
-     {std::int32_t{2}, kText, kText, kText, kText, kText, kText}},
-    {"deleteSharePrinter", "deleteSharePrinter", {kText, kText}},
-    {"searchAllPrinter", "searchAllPrinter", {}},
-    {"getPrinterDriverlList", "getPrinterDriverlList", {kText}},
-    {"addPrinter", "addPrinter", {kText, kText, kText}},
-    {"autoAddPrinter", "autoAddPrinter", {kText, kText, kText}},
-    {"deletePrinter", "deletePrinter", {kText}},
-    {"changePrinterDriver", "changePrinterDriver", {kText, kText}},
-    {"printTestPage", "printTestPage", {kText}},
-    {"configNewDeviceAsConnect", "configNewDeviceAsConnect", {kVm, kEight, kInt32, kInt32, kInt32}},
-    {"configNewDeviceAsIgnore", "configNewDeviceAsIgnore", {kEight, kInt32, kInt32, kInt32}},
-    {"ConfigUdisks2Command", "ConfigUdisks2Command", {kVm, kEight, kInt32}},
-    {"ConfigPrinterCommand", "ConfigPrinterCommand", {kVm, kEight, kInt32}},
-    {"getJoystickDevList", "getJoystickDevList", {}},
-    {"getJoystickMappingList", "getJoystickMappingList", {}},
-    {"setJoystickMapping", "setJoystickMapping", {kInt16, kInt16}},
-    {"calibrationJoystick", "calibrationJoystick", {kInt16}},
-    {"registerJoystickCallback", "registerJoystickCallback", {kEight}},
-    {"unregisterJoystickCallback", "unregisterJoystickCallback", {kEight}},
+  for (const velprotocol::Method& method : velprotocol::kMethods) {
+    EXPECT_EQ(handlers[method.name], 1)
+        << method.name << " needs one handler, and one row that names it, in vel/apps/local/velsim/"
+        << "service/" << sourceOf(method.subject);
+  }
+}
+
+TEST(HandlersTest, EachAnswersAMethodOfTheProtocol) {
+  for (const MethodRow& row : allMethods()) {
+    EXPECT_NE(velprotocol::find(row.name), nullptr)
+        << row.name << " has a handler in velsim, but no row in vel/protocol/methods.h";
+  }
+}
+
+// A call that fits the arguments of a method.
+struct Call {
+  std::string name;
+  std::string method;
+  Values arguments;
 };
 
-// Not as long as any block of fixed size.
+void PrintTo(const Call& call, std::ostream* stream) {
+  *stream << call.name;
+}
+
+Value valueFor(const Argument& argument) {
+  constexpr std::int32_t kKnownVm = 101;
+  switch (argument.type) {
+    case ValueType::kInt16:
+      return std::int16_t{1};
+    case ValueType::kInt32:
+      return argument.name == "vm" ? kKnownVm : std::int32_t{argument.name != "unused"};
+    case ValueType::kUInt64:
+      return std::uint64_t{1};
+    case ValueType::kInt64:
+      return std::int64_t{1};
+    case ValueType::kDouble:
+      return 1.0;
+    case ValueType::kString:
+      return std::string("text");
+    case ValueType::kBytes:
+      return argument.size != 0 ? Bytes(argument.size) : Bytes{'t', 'e', 'x', 't'};
+  }
+  return {};
+}
+
+// The arguments up to the one at end, and rounds times those that repeat.
+Values valuesFor(const ArgumentList& arguments, std::size_t end, std::int32_t rounds) {
+  Values values;
+  for (std::size_t i = 0; i < std::min(end, arguments.repeatedFrom()); ++i) {
+    values.push_back(valueFor(arguments[i]));
+  }
+  if (arguments.repeatedFrom() < end) {
+    values.back() = rounds;
+  }
+  for (std::int32_t round = 0; round < rounds; ++round) {
+    for (std::size_t i = arguments.repeatedFrom(); i < end; ++i) {
+      values.push_back(valueFor(arguments[i]));
+    }
+  }
+  return values;
+}
+
+// Lists of none and of two, and optional arguments missing and there.
+std::vector<Call> callsOf(const velprotocol::Method& method) {
+  const std::string name(method.name);
+  const ArgumentList arguments(method.arguments);
+  std::vector<Call> calls = {{name, name, valuesFor(arguments, arguments.optionalFrom(), 2)}};
+  if (arguments.repeatedFrom() < arguments.size()) {
+    calls.push_back({name + "OfNone", name, valuesFor(arguments, arguments.size(), 0)});
+  }
+  if (arguments.optionalFrom() < arguments.size()) {
+    calls.push_back({name + "WithAllArguments", name, valuesFor(arguments, arguments.size(), 2)});
+  }
+  return calls;
+}
+
+std::vector<Call> allCalls() {
+  std::vector<Call> all;
+  for (const velprotocol::Method& method : velprotocol::kMethods) {
+    const std::vector<Call> calls = callsOf(method);
+    all.insert(all.end(), calls.begin(), calls.end());
+  }
+  return all;
+}
+
+// Not as long as any block of exact size.
 const Value kOneOfEachType[] = {
     std::int16_t{1},     std::int32_t{1}, std::uint64_t{1}, std::int64_t{1}, 0.5,
     std::string("text"), Bytes{'t', 'e'}};
 
-class MethodTest : public SimulatedServiceTest, public ::testing::WithParamInterface<Row> {
+class MethodTest : public SimulatedServiceTest, public ::testing::WithParamInterface<Call> {
  protected:
-  static bool isFixedSize(std::size_t size) { return size == 8 || size == 268; }
+  const Values& good() const { return GetParam().arguments; }
+  ArgumentList stated() const {
+    return ArgumentList(velprotocol::method(GetParam().method).arguments);
+  }
+  // The stated argument of which the value at an index is an instance.
+  Argument statedAt(std::size_t index) const {
+    const ArgumentList all = stated();
+    const std::size_t once = all.repeatedFrom();
+    return all[index < once ? index : once + (index - once) % (all.size() - once)];
+  }
 
   Values withArgument(std::size_t index, const Value& value) const {
-    Values arguments = GetParam().arguments;
+    Values arguments = good();
     arguments[index] = value;
     return arguments;
   }
 
   void expectRefusal(const Values& arguments, std::size_t index) {
     EXPECT_THAT(error(GetParam().method, arguments),
-                StartsWith(std::string(GetParam().method) + ": argument " +
-                           std::to_string(index + 1) + " "));
+                StartsWith(GetParam().method + ": argument " + std::to_string(index + 1) + " "));
   }
 };
 
 TEST_P(MethodTest, TakesItsArguments) {
-  EXPECT_EQ(error(GetParam().method, GetParam().arguments), "");
+  EXPECT_EQ(error(GetParam().method, good()), "");
 }
 
 TEST_P(MethodTest, NamesTheArgumentThatDoesNotFit) {
-  const Values& good = GetParam().arguments;
-  for (std::size_t i = 0; i < good.size(); ++i) {
+  for (std::size_t i = 0; i < good().size(); ++i) {
     for (const Value& other : kOneOfEachType) {
-      if (other.index() != good[i].index()) {
+      if (other.index() != good()[i].index()) {
         expectRefusal(withArgument(i, other), i);
       }
     }
-    const auto* const block = std::get_if<Bytes>(&good[i]);
-    if (block && isFixedSize(block->size())) {
-      for (const std::size_t size : {block->size() - 1, block->size() + 1, std::size_t{0}}) {
+    if (const std::size_t exact = statedAt(i).size; exact != 0) {
+      for (const std::size_t size : {exact - 1, exact + 1, std::size_t{0}}) {
         expectRefusal(withArgument(i, Bytes(size)), i);
       }
     }
   }
-  if (!good.empty() && !GetParam().isLastOptional) {
-    expectRefusal(Values(good.begin(), good.end() - 1), good.size() - 1);
-  }
-  Values tooMany = good;
-  tooMany.emplace_back(0.5);
-  expectRefusal(tooMany, good.size());
 }
 
-TEST_P(MethodTest, ChangesNothingAndTellsNothingWhenItRefuses) {
-  const Values devices = call("getDeviceList", {kZero});
-  Values arguments = GetParam().arguments;
+TEST_P(MethodTest, NeedsEachArgumentButTheOptionalOnes) {
+  for (std::size_t size = 0; size < good().size(); ++size) {
+    if (size != stated().optionalFrom()) {
+      const auto end = good().begin() + static_cast<std::ptrdiff_t>(size);
+      expectRefusal(Values(good().begin(), end), size);
+    }
+  }
+}
+
+TEST_P(MethodTest, TakesNoFurtherArgument) {
+  Values tooMany = good();
+  tooMany.emplace_back(0.5);
+
+  expectRefusal(tooMany, good().size());
+}
+
+TEST_P(MethodTest, ChangesNothingAndEmitsNothingWhenItRefuses) {
+  const Values devices = call("getDeviceList", {std::int32_t{0}});
+  Values arguments = good();
   arguments.emplace_back(0.5);
 
   error(GetParam().method, arguments);
 
   EXPECT_EQ(toldCodes().size(), 0u);
-  EXPECT_EQ(call("getDeviceList", {kZero}), devices);
+  EXPECT_EQ(call("getDeviceList", {std::int32_t{0}}), devices);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, MethodTest, ::testing::ValuesIn(kRows),
+INSTANTIATE_TEST_SUITE_P(All, MethodTest, ::testing::ValuesIn(allCalls()),
                          [](const auto& instance) { return instance.param.name; });
-
-class MethodsTest : public SimulatedServiceTest {};
-
-TEST_F(MethodsTest, AreThese) {
-  EXPECT_THAT(simulator.methods(), ::testing::ElementsAreArray(kMethods));
-}
-
-TEST_F(MethodsTest, EachHasARowHere) {
-  std::set<std::string> tested;
-  for (const Row& row : kRows) {
-    tested.insert(row.method);
-  }
-
-  EXPECT_THAT(tested, ::testing::ElementsAreArray(kMethods));
-}
 
 }  // namespace
 }  // namespace velsim

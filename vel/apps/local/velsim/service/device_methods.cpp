@@ -99,16 +99,16 @@ Values setUsbredirStatus(MachineState& machine, const Values& arguments) {
 
 const std::vector<MethodRow>& deviceMethods() {
   static const std::vector<MethodRow> rows = {
-      {"getDeviceList", "vm:i", getDeviceList},
-      {"getDeviceStatus", "device:n", getDeviceStatus},
-      {"connectDevice", "vm:i device:n", connectDevice},
-      {"disconnectDevice", "vm:i device:n", disconnectDevice},
-      {"connectDeviceBySrcId", "vm:i sourceId:t", connectDeviceBySrcId},
-      {"disconnectDeviceBySrcId", "vm:i sourceId:t", disconnectDeviceBySrcId},
-      {"redirectDevice", "vm:i device:n direction:n", redirectDevice},
-      {"addNetworkDevice", "type:i device:ay", addNetworkDevice},
-      {"deleteNetworkDevice", "device:ay detail:ay", deleteNetworkDevice},
-      {"setUsbredirStatus", "vm:i status:n identity:ay8", setUsbredirStatus},
+      {"getDeviceList", getDeviceList},
+      {"getDeviceStatus", getDeviceStatus},
+      {"connectDevice", connectDevice},
+      {"disconnectDevice", disconnectDevice},
+      {"connectDeviceBySrcId", connectDeviceBySrcId},
+      {"disconnectDeviceBySrcId", disconnectDeviceBySrcId},
+      {"redirectDevice", redirectDevice},
+      {"addNetworkDevice", addNetworkDevice},
+      {"deleteNetworkDevice", deleteNetworkDevice},
+      {"setUsbredirStatus", setUsbredirStatus},
   };
   return rows;
 }

@@ -80,10 +80,10 @@ Values checkCameraAuthStat(MachineState& machine, const Values&) {
 
 const std::vector<MethodRow>& diagnosisMethods() {
   static const std::vector<MethodRow> rows = {
-      {"diagnose", "vm:i sourceId:ay8", diagnose},
-      {"diagnoseDevice", "vm:i device:i", diagnoseDevice},
-      {"doveltest", "unused:i test:n", doveltest},
-      {"CheckCameraAuthStat", "", checkCameraAuthStat},
+      {"diagnose", diagnose},
+      {"diagnoseDevice", diagnoseDevice},
+      {"doveltest", doveltest},
+      {"CheckCameraAuthStat", checkCameraAuthStat},
   };
   return rows;
 }

@@ -48,12 +48,12 @@ Values unregisterJoystickCallback(MachineState& machine, const Values& arguments
 
 const std::vector<MethodRow>& joystickMethods() {
   static const std::vector<MethodRow> rows = {
-      {"getJoystickDevList", "", getJoystickDevList},
-      {"getJoystickMappingList", "", getJoystickMappingList},
-      {"setJoystickMapping", "joystick:n mapping:n", setJoystickMapping},
-      {"calibrationJoystick", "joystick:n", calibrationJoystick},
-      {"registerJoystickCallback", "subscriber:ay8", registerJoystickCallback},
-      {"unregisterJoystickCallback", "subscriber:ay8", unregisterJoystickCallback},
+      {"getJoystickDevList", getJoystickDevList},
+      {"getJoystickMappingList", getJoystickMappingList},
+      {"setJoystickMapping", setJoystickMapping},
+      {"calibrationJoystick", calibrationJoystick},
+      {"registerJoystickCallback", registerJoystickCallback},
+      {"unregisterJoystickCallback", unregisterJoystickCallback},
   };
   return rows;
 }

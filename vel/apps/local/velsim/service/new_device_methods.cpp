@@ -85,11 +85,9 @@ Values configUdisks2Command(MachineState& machine, const Values& arguments) {
 
 const std::vector<MethodRow>& newDeviceMethods() {
   static const std::vector<MethodRow> rows = {
-      {"configNewDeviceAsConnect", "vm:i sourceId:ay8 type:i autoConnect:i popupCardConfig:i",
-       configNewDeviceAsConnect},
-      {"configNewDeviceAsIgnore", "sourceId:ay8 deviceType:i autoConnect:i popupCardConfig:i",
-       configNewDeviceAsIgnore},
-      {"ConfigUdisks2Command", "vm:i sourceId:ay8 command:i", configUdisks2Command},
+      {"configNewDeviceAsConnect", configNewDeviceAsConnect},
+      {"configNewDeviceAsIgnore", configNewDeviceAsIgnore},
+      {"ConfigUdisks2Command", configUdisks2Command},
   };
   return rows;
 }

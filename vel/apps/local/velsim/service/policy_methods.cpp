@@ -72,19 +72,16 @@ Values resetAllDeviceProperty(MachineState& machine, const Values&) {
 
 const std::vector<MethodRow>& policyMethods() {
   static const std::vector<MethodRow> rows = {
-      {"setLocalPolicy", "device:n policy:n name:ay policyText:ay", setLocalPolicy},
-      {"setAutoConnect", "unused:i deviceType:n autoConnect:n", setAutoConnect},
-      {"getAutoConnect", "unused:i deviceType:n", getAutoConnect},
-      {"setDevicePropertyWithVidPid", "unused:i vid:n pid:n deviceType:i value:i",
-       setDevicePropertyWithVidPid},
-      {"getDevicePropertyWithVidPid", "unused:i vid:n pid:n pidAgain:i",
-       getDevicePropertyWithVidPid},
-      {"getLocalDevicePropertyWithVidPid", "unused:i vid:n pid:n pidAgain:i",
-       getLocalDevicePropertyWithVidPid},
-      {"getPolicyListByVidPid", "unused:i", getPolicyListByVidPid},
-      {"getTurboConfigWithVidPid", "unused:i vid:n pid:n", getTurboConfigWithVidPid},
-      {"setTurboConfigWithVidPid", "unused:i vid:n pid:n config:ay", setTurboConfigWithVidPid},
-      {"resetAllDeviceProperty", "unused:i", resetAllDeviceProperty},
+      {"setLocalPolicy", setLocalPolicy},
+      {"setAutoConnect", setAutoConnect},
+      {"getAutoConnect", getAutoConnect},
+      {"setDevicePropertyWithVidPid", setDevicePropertyWithVidPid},
+      {"getDevicePropertyWithVidPid", getDevicePropertyWithVidPid},
+      {"getLocalDevicePropertyWithVidPid", getLocalDevicePropertyWithVidPid},
+      {"getPolicyListByVidPid", getPolicyListByVidPid},
+      {"getTurboConfigWithVidPid", getTurboConfigWithVidPid},
+      {"setTurboConfigWithVidPid", setTurboConfigWithVidPid},
+      {"resetAllDeviceProperty", resetAllDeviceProperty},
   };
   return rows;
 }

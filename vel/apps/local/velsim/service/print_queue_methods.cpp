@@ -78,13 +78,13 @@ Values printTestPage(MachineState& machine, const Values& arguments) {
 
 const std::vector<MethodRow>& printQueueMethods() {
   static const std::vector<MethodRow> rows = {
-      {"searchAllPrinter", "", searchAllPrinter},
-      {"getPrinterDriverlList", "printer:s", getPrinterDriverlList},
-      {"addPrinter", "name:s uri:s driver:s", addPrinter},
-      {"autoAddPrinter", "name:s uri:s model:s", autoAddPrinter},
-      {"deletePrinter", "name:s", deletePrinter},
-      {"changePrinterDriver", "name:s driver:s", changePrinterDriver},
-      {"printTestPage", "name:s", printTestPage},
+      {"searchAllPrinter", searchAllPrinter},
+      {"getPrinterDriverlList", getPrinterDriverlList},
+      {"addPrinter", addPrinter},
+      {"autoAddPrinter", autoAddPrinter},
+      {"deletePrinter", deletePrinter},
+      {"changePrinterDriver", changePrinterDriver},
+      {"printTestPage", printTestPage},
   };
   return rows;
 }

@@ -90,15 +90,15 @@ Values getNetworkPrinterList(MachineState& machine, const Values&) {
 
 const std::vector<MethodRow>& printerMethods() {
   static const std::vector<MethodRow> rows = {
-      {"getPrinterList", "vm:i", getPrinterList},
-      {"getPrinterStatus", "printer:n", getPrinterStatus},
-      {"connectPrinter", "vm:i printer:n", connectPrinter},
-      {"disconnectPrinter", "vm:i printer:n", disconnectPrinter},
-      {"ConfigPrinterCommand", "vm:i sourceId:ay8 command:i", configPrinterCommand},
-      {"addNetworkPrinter", "address:s name:s extra:s", addNetworkPrinter},
-      {"deleteNetworkPrinter", "name:s", deleteNetworkPrinter},
-      {"renameNetworkPrinter", "oldName:ay newName:ay", renameNetworkPrinter},
-      {"getNetworkPrinterList", "", getNetworkPrinterList},
+      {"getPrinterList", getPrinterList},
+      {"getPrinterStatus", getPrinterStatus},
+      {"connectPrinter", connectPrinter},
+      {"disconnectPrinter", disconnectPrinter},
+      {"ConfigPrinterCommand", configPrinterCommand},
+      {"addNetworkPrinter", addNetworkPrinter},
+      {"deleteNetworkPrinter", deleteNetworkPrinter},
+      {"renameNetworkPrinter", renameNetworkPrinter},
+      {"getNetworkPrinterList", getNetworkPrinterList},
   };
   return rows;
 }

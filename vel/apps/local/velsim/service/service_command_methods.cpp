@@ -185,8 +185,8 @@ Values getvelcmdhelp(MachineState&, const Values&) {
 
 const std::vector<MethodRow>& serviceCommandMethods() {
   static const std::vector<MethodRow> rows = {
-      {"dovelcmd", "vm:i command:s id:i", dovelcmd},
-      {"getvelcmdhelp", "vm:i", getvelcmdhelp},
+      {"dovelcmd", dovelcmd},
+      {"getvelcmdhelp", getvelcmdhelp},
   };
   return rows;
 }

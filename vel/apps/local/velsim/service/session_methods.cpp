@@ -21,7 +21,6 @@ constexpr std::size_t kHandleOffset = 4;
 constexpr std::size_t kName1Offset = 12;
 constexpr std::size_t kName2Offset = 140;
 constexpr std::size_t kNameSize = 128;
-constexpr char kPipes[] = "vm:i count:i (pipe:ay268)*";
 
 std::string textAt(const Bytes& block, std::size_t offset) {
   const auto* const text = reinterpret_cast<const char*>(block.data() + offset);
@@ -102,17 +101,17 @@ Values updateDriveToken(MachineState& machine, const Values& arguments) {
 
 const std::vector<MethodRow>& sessionMethods() {
   static const std::vector<MethodRow> rows = {
-      {"resetService", "", resetService},
-      {"getVmListSize", "vmId:s", getVmListSize},
-      {"getVmList", "unused:i", getVmList},
-      {"connectVm", "vm:i systemType:i shareMode:i connectParam:i", connectVm},
-      {"disconnectVm", "vm:i", disconnectVm},
-      {"startManager", "vm:i", startManager},
-      {"createPipe", kPipes, createPipe},
-      {"destroyPipe", kPipes, destroyPipe},
-      {"setPortChannelStatus", "vm:i port:i status:i", setPortChannelStatus},
-      {"onFocusChanged", "vm:i gainFocus:i windowId:t", onFocusChanged},
-      {"updateDriveToken", "token:ay", updateDriveToken},
+      {"resetService", resetService},
+      {"getVmListSize", getVmListSize},
+      {"getVmList", getVmList},
+      {"connectVm", connectVm},
+      {"disconnectVm", disconnectVm},
+      {"startManager", startManager},
+      {"createPipe", createPipe},
+      {"destroyPipe", destroyPipe},
+      {"setPortChannelStatus", setPortChannelStatus},
+      {"onFocusChanged", onFocusChanged},
+      {"updateDriveToken", updateDriveToken},
   };
   return rows;
 }

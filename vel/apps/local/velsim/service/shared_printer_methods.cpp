@@ -64,10 +64,10 @@ Values deleteSharePrinter(MachineState& machine, const Values& arguments) {
 
 const std::vector<MethodRow>& sharedPrinterMethods() {
   static const std::vector<MethodRow> rows = {
-      {"searchSharePrinter", "address:s", searchSharePrinter},
-      {"stopSearchSharePrinter", "", stopSearchSharePrinter},
-      {"addSharePrinter", "count:i (address:s name:s description:s)*", addSharePrinter},
-      {"deleteSharePrinter", "address:s name:s", deleteSharePrinter},
+      {"searchSharePrinter", searchSharePrinter},
+      {"stopSearchSharePrinter", stopSearchSharePrinter},
+      {"addSharePrinter", addSharePrinter},
+      {"deleteSharePrinter", deleteSharePrinter},
   };
   return rows;
 }

@@ -6,18 +6,27 @@
 
 #include "bus/dbus/wire.h"
 #include "vel/apps/local/velsim/service/timer_thread.h"
+#include "vel/protocol/methods.h"
 
 namespace velsim {
 
-Simulator::Simulator() : Simulator(std::make_unique<TimerThread>()) {}
-
-Simulator::Simulator(std::unique_ptr<Scheduler> scheduler) : scheduler_(std::move(scheduler)) {
+std::vector<MethodRow> allMethods() {
+  std::vector<MethodRow> all;
   for (const std::vector<MethodRow>* const rows :
        {&sessionMethods(), &deviceMethods(), &newDeviceMethods(), &policyMethods(),
         &printerMethods(), &sharedPrinterMethods(), &printQueueMethods(), &joystickMethods(),
         &diagnosisMethods(), &serviceCommandMethods(), &streamReportMethods()}) {
-    for (const MethodRow& row : *rows) {
-      methods_[row.name].push_back({Signature(row.takes), row.answer});
+    all.insert(all.end(), rows->begin(), rows->end());
+  }
+  return all;
+}
+
+Simulator::Simulator() : Simulator(std::make_unique<TimerThread>()) {}
+
+Simulator::Simulator(std::unique_ptr<Scheduler> scheduler) : scheduler_(std::move(scheduler)) {
+  for (const MethodRow& row : allMethods()) {
+    if (const velprotocol::Method* const method = velprotocol::find(row.name)) {
+      methods_.emplace(row.name, Method{Signature(method->arguments), row.answer});
     }
   }
 }
@@ -40,24 +49,16 @@ void Simulator::answer(const std::string& method, const qxbus::Values& arguments
     respond(Error{method + ": no such method"});
     return;
   }
-  const Method* fitting = nullptr;
-  std::optional<std::string> wrong;
-  for (const Method& each : known->second) {
-    wrong = each.takes.mismatch(arguments);
-    if (!wrong) {
-      fitting = &each;
-      break;
-    }
-  }
-  if (!fitting) {
+  const Method& called = known->second;
+  if (const std::optional<std::string> wrong = called.takes.mismatch(arguments)) {
     respond(Error{method + ": " + *wrong});
     return;
   }
   const std::lock_guard<std::mutex> lock(mutex_);
-  if (const auto* const atOnce = std::get_if<AnswerAtOnce>(&fitting->answer)) {
+  if (const auto* const atOnce = std::get_if<AnswerAtOnce>(&called.answer)) {
     respond((*atOnce)(machine_, arguments));
   } else {
-    begin(std::get<AnswerLater>(fitting->answer)(machine_, arguments), std::move(respond));
+    begin(std::get<AnswerLater>(called.answer)(machine_, arguments), std::move(respond));
   }
   settle();
 }

@@ -1,9 +1,8 @@
 // Answers the requests of the bus methods from the state of the simulated machine, and tells of
 // what happens to it.
 //
-// Each method is a row: its name, what it takes (see signature.h) and a function that may rely on
-// having been given that. A name may have several rows, which take different arguments. The rows of
-// one kind of peripheral stand together in one source file.
+// Each method is a row: its name in vel/protocol/methods.h, and a function that may rely on the
+// arguments stated there. The rows of one kind of peripheral stand together in one source file.
 //
 // THREADS   Any thread may call; requests, changes and what is due later happen one at a time. What
 //           is called back is called in the order of what has happened, and must not call the
@@ -43,7 +42,6 @@ using AnswerLater = Later (*)(MachineState& machine, const qxbus::Values& argume
 
 struct MethodRow {
   const char* name;
-  const char* takes;
   std::variant<AnswerAtOnce, AnswerLater> answer;
 };
 
@@ -69,6 +67,9 @@ const std::vector<MethodRow>& diagnosisMethods();
 const std::vector<MethodRow>& serviceCommandMethods();
 // stream_report_methods.cpp: bandwidth and quality.
 const std::vector<MethodRow>& streamReportMethods();
+
+// The rows of all these.
+std::vector<MethodRow> allMethods();
 
 class Simulator {
  public:
@@ -121,7 +122,7 @@ class Simulator {
   void giveDueAnswers();
   void settle();
 
-  std::map<std::string, std::vector<Method>> methods_;
+  std::map<std::string, Method> methods_;
   std::mutex mutex_;  // guards all that follows
   MachineState machine_;
   EventSink sink_;

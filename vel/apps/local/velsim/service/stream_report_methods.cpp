@@ -17,19 +17,17 @@ Values setBwInfo(MachineState& machine, const Values& arguments) {
 }
 
 Values setRtcQosInfo(MachineState& machine, const Values& arguments) {
-  return status(forVm(machine, arguments, [&](VmNumber vm) {
-    machine.streamReports.setQuality(vm, qxbus::readUInt64(arguments, 1), std::nullopt);
-    return Status::kOk;
-  }));
-}
-
-Values setRtcQosFigure(MachineState& machine, const Values& arguments) {
+  constexpr std::size_t kFigure = 2;
   constexpr std::uint64_t kTypeWithFigure = 1;
+  const std::uint64_t type = qxbus::readUInt64(arguments, 1);
+  const auto figure = arguments.size() > kFigure
+                          ? std::make_optional(qxbus::readUInt64(arguments, kFigure))
+                          : std::nullopt;
   return status(forVm(machine, arguments, [&](VmNumber vm) {
-    if (qxbus::readUInt64(arguments, 1) != kTypeWithFigure) {
+    if (figure && type != kTypeWithFigure) {
       return Status::kUnknownFigure;
     }
-    machine.streamReports.setQuality(vm, kTypeWithFigure, qxbus::readUInt64(arguments, 2));
+    machine.streamReports.setQuality(vm, type, figure);
     return Status::kOk;
   }));
 }
@@ -38,9 +36,8 @@ Values setRtcQosFigure(MachineState& machine, const Values& arguments) {
 
 const std::vector<MethodRow>& streamReportMethods() {
   static const std::vector<MethodRow> rows = {
-      {"setBwInfo", "vm:i first:t second:t", setBwInfo},
-      {"setRtcQosInfo", "vm:i type:t", setRtcQosInfo},
-      {"setRtcQosInfo", "vm:i type:t figure:t", setRtcQosFigure},
+      {"setBwInfo", setBwInfo},
+      {"setRtcQosInfo", setRtcQosInfo},
   };
   return rows;
 }
