@@ -1,31 +1,46 @@
 #include "bus/dbus/bus_daemon.h"
 
+#include <utility>
+
+#include "bus/dbus/wire.h"
+
 namespace qxbus {
 namespace {
 
-// Makes a call with one text; the reply is there when it is a normal one.
-Outcome ask(Connection& connection, const char* method, const std::string& text,
-            Clock::time_point deadline) {
+constexpr char kOutOfMemory[] = "out of memory";
+
+// The bus daemon's normal reply to a call.
+base::Result<MessagePtr> ask(Connection& connection, DBusMessage* call,
+                             Clock::time_point deadline) {
+  Outcome outcome = connection.call(call, deadline);
+  switch (outcome.kind) {
+    case Outcome::Kind::kReturn:
+      return std::move(outcome.reply);
+    case Outcome::Kind::kError:
+      return base::Failed{errorText(outcome.reply.get())};
+    default:
+      return base::Failed{std::move(outcome.text)};
+  }
+}
+
+// The same, to a call with one text.
+base::Result<MessagePtr> ask(Connection& connection, const char* method, const std::string& text,
+                             Clock::time_point deadline) {
   const MessagePtr call = busCall(method);
   const char* const argument = text.c_str();
   if (!call ||
       !dbus_message_append_args(call.get(), DBUS_TYPE_STRING, &argument, DBUS_TYPE_INVALID)) {
-    return {nullptr, "out of memory"};
+    return base::Failed{kOutOfMemory};
   }
-  Outcome outcome = connection.call(call.get(), deadline);
-  Error error;
-  if (outcome.reply && dbus_set_error_from_message(error.get(), outcome.reply.get())) {
-    return {nullptr, error.text()};
-  }
-  return outcome;
+  return ask(connection, call.get(), deadline);
 }
 
 template <typename T>
-std::optional<T> firstArgument(const Outcome& outcome, int type) {
+std::optional<T> firstArgument(const base::Result<MessagePtr>& reply, int type) {
   T value = {};
-  const bool read = outcome.reply && dbus_message_get_args(outcome.reply.get(), nullptr, type,
-                                                           &value, DBUS_TYPE_INVALID);
-  return read ? std::optional<T>(value) : std::nullopt;
+  const bool isRead =
+      reply && dbus_message_get_args(reply->get(), nullptr, type, &value, DBUS_TYPE_INVALID);
+  return isRead ? std::optional<T>(value) : std::nullopt;
 }
 
 }  // namespace
@@ -37,21 +52,20 @@ MessagePtr busCall(const char* method) {
 
 std::string ownerOf(Connection& connection, const std::string& busName,
                     Clock::time_point deadline) {
-  const Outcome outcome = ask(connection, "GetNameOwner", busName, deadline);
-  return firstArgument<const char*>(outcome, DBUS_TYPE_STRING).value_or("");
+  const auto reply = ask(connection, "GetNameOwner", busName, deadline);
+  return firstArgument<const char*>(reply, DBUS_TYPE_STRING).value_or("");
 }
 
 std::optional<dbus_uint32_t> userOf(Connection& connection, const std::string& uniqueName,
                                     Clock::time_point deadline) {
-  const Outcome outcome = ask(connection, "GetConnectionUnixUser", uniqueName, deadline);
-  return firstArgument<dbus_uint32_t>(outcome, DBUS_TYPE_UINT32);
+  const auto reply = ask(connection, "GetConnectionUnixUser", uniqueName, deadline);
+  return firstArgument<dbus_uint32_t>(reply, DBUS_TYPE_UINT32);
 }
 
-bool addMatch(Connection& connection, const std::string& rule, Clock::time_point deadline,
-              std::string* failure) {
-  const Outcome outcome = ask(connection, "AddMatch", rule, deadline);
-  *failure = outcome.failure;
-  return outcome.reply != nullptr;
+base::Result<void> addMatch(Connection& connection, const std::string& rule,
+                            Clock::time_point deadline) {
+  const auto reply = ask(connection, "AddMatch", rule, deadline);
+  return reply ? base::Result<void>() : reply.failed();
 }
 
 void removeMatch(Connection& connection, const std::string& rule) {
@@ -64,36 +78,28 @@ void removeMatch(Connection& connection, const std::string& rule) {
   }
 }
 
-bool requestName(Connection& connection, const std::string& busName, Clock::time_point deadline,
-                 std::string* failure) {
+base::Result<void> requestName(Connection& connection, const std::string& busName,
+                               Clock::time_point deadline) {
   const MessagePtr call = busCall("RequestName");
   const char* const name = busName.c_str();
   const dbus_uint32_t flags = DBUS_NAME_FLAG_DO_NOT_QUEUE;
   if (!call || !dbus_message_append_args(call.get(), DBUS_TYPE_STRING, &name, DBUS_TYPE_UINT32,
                                          &flags, DBUS_TYPE_INVALID)) {
-    *failure = "out of memory";
-    return false;
+    return base::Failed{kOutOfMemory};
   }
-  const Outcome outcome = connection.call(call.get(), deadline);
-  Error error;
-  if (!outcome.reply) {
-    *failure = outcome.failure;
-    return false;
+  const auto reply = ask(connection, call.get(), deadline);
+  if (!reply) {
+    return reply.failed();
   }
-  if (dbus_set_error_from_message(error.get(), outcome.reply.get())) {
-    *failure = error.text();
-    return false;
-  }
-  if (firstArgument<dbus_uint32_t>(outcome, DBUS_TYPE_UINT32) !=
+  if (firstArgument<dbus_uint32_t>(reply, DBUS_TYPE_UINT32) !=
       DBUS_REQUEST_NAME_REPLY_PRIMARY_OWNER) {
-    *failure = "the name " + busName + " is taken: the service runs already";
-    return false;
+    return base::Failed{"the name " + busName + " is taken: the service runs already"};
   }
-  return true;
+  return {};
 }
 
 void releaseName(Connection& connection, const std::string& busName, Clock::time_point deadline) {
-  ask(connection, "ReleaseName", busName, deadline);
+  static_cast<void>(ask(connection, "ReleaseName", busName, deadline));
 }
 
 }  // namespace qxbus

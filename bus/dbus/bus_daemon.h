@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "base/result.h"
 #include "bus/dbus/connection.h"
 
 namespace qxbus {
@@ -13,22 +14,21 @@ namespace qxbus {
 // Null when memory is short.
 MessagePtr busCall(const char* method);
 
-// The unique name behind a well-known one; empty when nobody has it, or there is no answer.
+// The unique name of a well-known name's owner; empty when there is no owner, or no reply.
 std::string ownerOf(Connection& connection, const std::string& busName, Clock::time_point deadline);
 
 // The user that a connection belongs to.
 std::optional<dbus_uint32_t> userOf(Connection& connection, const std::string& uniqueName,
                                     Clock::time_point deadline);
 
-// False, with a reason, when the bus refuses the rule or does not answer.
-bool addMatch(Connection& connection, const std::string& rule, Clock::time_point deadline,
-              std::string* failure);
+base::Result<void> addMatch(Connection& connection, const std::string& rule,
+                            Clock::time_point deadline);
 // Does not wait.
 void removeMatch(Connection& connection, const std::string& rule);
 
-// False, with a reason, when the name is taken or refused.
-bool requestName(Connection& connection, const std::string& busName, Clock::time_point deadline,
-                 std::string* failure);
+// Fails when the name is taken or refused.
+base::Result<void> requestName(Connection& connection, const std::string& busName,
+                               Clock::time_point deadline);
 void releaseName(Connection& connection, const std::string& busName, Clock::time_point deadline);
 
 }  // namespace qxbus

@@ -122,29 +122,26 @@ ServiceHandle::~ServiceHandle() {
   }
 }
 
-bool ServiceHandle::attach(QXBusSecurityFlags flags, Clock::time_point deadline,
-                           std::string* failure) {
-  // The rule comes first: whatever happens to the owner after it is named here will be told.
-  const std::string toldOfOwner = ownerRule(busName_);
-  if (!addMatch(*connection_, toldOfOwner, deadline, failure)) {
-    return false;
+base::Result<void> ServiceHandle::attach(QXBusSecurityFlags flags, Clock::time_point deadline) {
+  // Match before asking for the owner, so that no change is missed.
+  const std::string ofOwner = ownerRule(busName_);
+  if (const auto added = addMatch(*connection_, ofOwner, deadline); !added) {
+    return added;
   }
-  rules_.push_back(toldOfOwner);
+  rules_.push_back(ofOwner);
   const std::string owner = ownerOf(*connection_, busName_, deadline);
   if (owner.empty()) {
-    *failure = "nobody owns " + busName_;
-    return false;
+    return base::Failed{"nobody owns " + busName_};
   }
   if (flags != QXBUS_SECURITY_ANY_USER &&
       !client_->isTrusted(*connection_, owner, "service " + quoted(service_), deadline)) {
-    *failure = "its user is refused";
-    return false;
+    return base::Failed{"its user is refused"};
   }
-  const std::string toldOfEvents = eventRule(owner, path_, busName_);
-  if (!addMatch(*connection_, toldOfEvents, deadline, failure)) {
-    return false;
+  const std::string ofEvents = eventRule(owner, path_, busName_);
+  if (const auto added = addMatch(*connection_, ofEvents, deadline); !added) {
+    return added;
   }
-  rules_.push_back(toldOfEvents);
+  rules_.push_back(ofEvents);
 
   bool gone = false;
   {
@@ -156,7 +153,7 @@ bool ServiceHandle::attach(QXBusSecurityFlags flags, Clock::time_point deadline,
   if (gone || !connection_->isOpen()) {
     die();
   }
-  return true;
+  return {};
 }
 
 std::string ServiceHandle::owner() const {
@@ -164,45 +161,40 @@ std::string ServiceHandle::owner() const {
   return dead_ ? std::string() : owner_;
 }
 
-MessagePtr ServiceHandle::encode(QXBusMessage& message, std::string* failure) const {
+base::Result<MessagePtr> ServiceHandle::encode(QXBusMessage& message) const {
   const QXBusMessage::Impl& content = message.impl();
   const std::string destination = owner();
   if (destination.empty()) {
-    *failure = "service " + quoted(service_) + " is gone";
-    return nullptr;
+    return base::Failed{"service " + quoted(service_) + " is gone"};
   }
   if (!isMemberName(content.name)) {
-    *failure = quoted(content.name) + " is no name for a method";
-    return nullptr;
+    return base::Failed{quoted(content.name) + " is no name for a method"};
   }
   MessagePtr call(dbus_message_new_method_call(destination.c_str(), path_.c_str(), busName_.c_str(),
                                                content.name.c_str()));
   if (!call || !appendBody(call.get(), content.arguments)) {
-    *failure = "the arguments of " + content.name + " are too large for the bus";
-    return nullptr;
+    return base::Failed{"the arguments of " + content.name + " are too large for the bus"};
   }
   dbus_message_set_auto_start(call.get(), FALSE);
   return call;
 }
 
 std::shared_ptr<QXBusMessage> ServiceHandle::call(QXBusMessage& message, int timeoutMs) {
-  std::string failure;
-  const MessagePtr call = encode(message, &failure);
-  return call ? messageFrom(connection_->call(call.get(), deadlineAfter(timeoutMs)),
+  const auto call = encode(message);
+  return call ? messageFrom(connection_->call(call->get(), deadlineAfter(timeoutMs)),
                             message.impl().name)
-              : makeFailure(failure);
+              : notSent(call.reason());
 }
 
 void ServiceHandle::call(QXBusMessage& message, int timeoutMs,
                          std::function<void(std::shared_ptr<QXBusMessage>)> done) {
-  std::string failure;
-  const MessagePtr call = encode(message, &failure);
+  const auto call = encode(message);
   if (!call) {
-    client_->complete([done = std::move(done), failed = makeFailure(failure)] { done(failed); });
+    client_->complete([done = std::move(done), failed = notSent(call.reason())] { done(failed); });
     return;
   }
   connection_->call(
-      call.get(), deadlineAfter(timeoutMs),
+      call->get(), deadlineAfter(timeoutMs),
       [client = client_, done = std::move(done), method = message.impl().name](Outcome outcome) {
         // Read here, as events are.
         client->complete([done, reply = messageFrom(std::move(outcome), method)] { done(reply); });
@@ -363,8 +355,8 @@ std::shared_ptr<Connection> Client::connectAnew(Clock::time_point deadline, std:
     rules = broadcastRules_;
   }
   for (const std::string& rule : rules) {
-    if (!addMatch(*connected, rule, deadline, failure)) {
-      logError("broadcast events will not arrive: " + *failure);
+    if (const auto added = addMatch(*connected, rule, deadline); !added) {
+      logError("broadcast events will not arrive: " + added.reason());
     }
   }
   return connected;
@@ -398,9 +390,11 @@ std::shared_ptr<ServiceHandle> Client::handleOn(const std::string& service,
         forgetDeadHandles();
         handles_.push_back(handle);
       }
-      if (handle->attach(flags, deadline, &failure)) {
+      const auto attached = handle->attach(flags, deadline);
+      if (attached) {
         return handle;
       }
+      failure = attached.reason();
     }
   }
   logError("no connection to service " + quoted(service) + ": " + failure);
@@ -425,10 +419,11 @@ void Client::addBroadcastListener(const std::string& name, QXBusEventCallback* l
     broadcastRules_.push_back(rule);
     connected = connection_;
   }
-  std::string failure;
-  if (connected && connected->isOpen() &&
-      !addMatch(*connected, rule, deadlineAfter(kBusTimeoutMs), &failure)) {
-    logError("broadcast events " + quoted(name) + " will not arrive: " + failure);
+  if (!connected || !connected->isOpen()) {
+    return;
+  }
+  if (const auto added = addMatch(*connected, rule, deadlineAfter(kBusTimeoutMs)); !added) {
+    logError("broadcast events " + quoted(name) + " will not arrive: " + added.reason());
   }
 }
 

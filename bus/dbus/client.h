@@ -23,6 +23,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/result.h"
 #include "bus/dbus/connection.h"
 #include "bus/dbus/worker.h"
 #include "bus/qxbus.h"
@@ -63,8 +64,8 @@ class ServiceHandle : public std::enable_shared_from_this<ServiceHandle> {
   ServiceHandle(const ServiceHandle&) = delete;
   ServiceHandle& operator=(const ServiceHandle&) = delete;
 
-  // Finds the instance that runs now. False, with a reason, when there is none or it is refused.
-  bool attach(QXBusSecurityFlags flags, Clock::time_point deadline, std::string* failure);
+  // Finds the instance that runs now. Fails when there is none or it is refused.
+  base::Result<void> attach(QXBusSecurityFlags flags, Clock::time_point deadline);
 
   std::shared_ptr<QXBusMessage> call(QXBusMessage& message, int timeoutMs);
   void call(QXBusMessage& message, int timeoutMs,
@@ -83,7 +84,7 @@ class ServiceHandle : public std::enable_shared_from_this<ServiceHandle> {
   void connectionLost(unsigned int generation);
 
  private:
-  MessagePtr encode(QXBusMessage& message, std::string* failure) const;
+  base::Result<MessagePtr> encode(QXBusMessage& message) const;
   void die();
   // What is to be called on a thread of its own; nothing when nobody is left to be told.
   std::function<void()> takeDeathCallback();

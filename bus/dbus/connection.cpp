@@ -24,7 +24,6 @@ namespace qxbus {
 namespace {
 
 constexpr char kConnectionGone[] = "the connection to the bus is gone";
-constexpr char kNoReplyInTime[] = "no reply in time";
 // What has been sent before the end may take this long to go out.
 constexpr std::chrono::seconds kLastWords{1};
 
@@ -300,7 +299,8 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
         // A reply that nobody waits for any more came too late.
         if (call != pending_.end() &&
             call->second.isAnsweredBy(dbus_message_get_sender(message.get()))) {
-          finished->emplace_back(std::move(call->second.done), Outcome{std::move(message), ""});
+          finished->emplace_back(std::move(call->second.done),
+                                 Outcome::replied(std::move(message), call->second.destination));
           pending_.erase(call);
         }
         break;
@@ -318,7 +318,7 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
     nextDeadline_ = Clock::time_point::max();
     for (auto call = pending_.begin(); call != pending_.end();) {
       if (call->second.deadline <= now) {
-        finished->emplace_back(std::move(call->second.done), Outcome{nullptr, kNoReplyInTime});
+        finished->emplace_back(std::move(call->second.done), Outcome::noReply());
         call = pending_.erase(call);
       } else {
         nextDeadline_ = std::min(nextDeadline_, call->second.deadline);
@@ -336,7 +336,7 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
       abandoned.swap(pending_);
     }
     for (auto& [serial, call] : abandoned) {
-      call.done(Outcome{nullptr, kConnectionGone});
+      call.done(Outcome::disconnected(kConnectionGone));
     }
     handlers_.onLost();
     // What the handlers hold may in turn hold this connection.
@@ -402,7 +402,7 @@ std::shared_ptr<Connection> Connection::open(const Endpoint& endpoint, Handlers 
   const char* name = nullptr;
   Error error;
   if (!outcome.reply) {
-    *failure = outcome.failure;
+    *failure = outcome.text;
     return nullptr;
   }
   if (dbus_set_error_from_message(error.get(), outcome.reply.get()) ||
@@ -435,7 +435,7 @@ Outcome Connection::call(DBusMessage* message, Clock::time_point deadline) {
   // The caller keeps the time itself: the I/O thread is not woken for it.
   const std::optional<dbus_uint32_t> serial = core_->send(message, Clock::time_point::max(), &done);
   if (!serial) {
-    return {nullptr, kConnectionGone};
+    return Outcome::disconnected(kConnectionGone);
   }
   std::unique_lock<std::mutex> lock(meeting->mutex);
   const auto hasArrived = [&meeting] { return meeting->outcome.has_value(); };
@@ -449,13 +449,13 @@ Outcome Connection::call(DBusMessage* message, Clock::time_point deadline) {
     core_->forget(*serial);
     lock.lock();
   }
-  return meeting->outcome ? std::move(*meeting->outcome) : Outcome{nullptr, kNoReplyInTime};
+  return meeting->outcome ? std::move(*meeting->outcome) : Outcome::noReply();
 }
 
 void Connection::call(DBusMessage* message, Clock::time_point deadline,
                       std::function<void(Outcome)> done) {
   if (!core_->send(message, deadline, &done)) {
-    done({nullptr, kConnectionGone});
+    done(Outcome::disconnected(kConnectionGone));
   }
 }
 

@@ -17,6 +17,7 @@
 #include <string>
 
 #include "bus/dbus/dbus_ptr.h"
+#include "bus/dbus/outcome.h"
 
 namespace qxbus {
 
@@ -24,12 +25,6 @@ using Clock = std::chrono::steady_clock;
 
 // A point in time that many milliseconds from now; negative is never.
 Clock::time_point deadlineAfter(int milliseconds);
-
-// What became of a call: a reply, or a text that says why there is none.
-struct Outcome {
-  MessagePtr reply;
-  std::string failure;
-};
 
 class Connection {
  public:

@@ -94,6 +94,8 @@ std::string QXBusMessage::toDebugString() {
     case MESSAGE_TYPE_METHOD_RETURN:
       return "return" + arguments;
     case MESSAGE_TYPE_ERROR:
+    case MESSAGE_TYPE_NO_REPLY:
+    case MESSAGE_TYPE_DISCONNECTED:
       return "error " + impl_->name + arguments;
     default:
       return impl_->name + arguments;
@@ -111,24 +113,27 @@ std::shared_ptr<QXBusMessage> makeMessage(QXBusMessageType type, std::string nam
   return std::make_shared<QXBusMessage>(std::move(impl));
 }
 
-std::shared_ptr<QXBusMessage> makeFailure(const std::string& text) {
-  return makeMessage(MESSAGE_TYPE_ERROR, kFailedError, {text});
+std::shared_ptr<QXBusMessage> notSent(const std::string& text) {
+  return makeMessage(MESSAGE_TYPE_DISCONNECTED, kDisconnectedError, {text});
 }
 
 std::shared_ptr<QXBusMessage> messageFrom(Outcome outcome, const std::string& method) {
-  if (!outcome.reply) {
-    return makeFailure(method + ": " + outcome.failure);
-  }
   DBusMessage* const reply = outcome.reply.get();
-  Values values = readBody(reply);
-  if (dbus_message_get_type(reply) == DBUS_MESSAGE_TYPE_METHOD_RETURN) {
-    return makeMessage(MESSAGE_TYPE_METHOD_RETURN, "", std::move(values));
+  switch (outcome.kind) {
+    case Outcome::Kind::kReturn:
+      return makeMessage(MESSAGE_TYPE_METHOD_RETURN, "", readBody(reply));
+    case Outcome::Kind::kError: {
+      Values values = readBody(reply);
+      if (readString(values, 0).empty()) {
+        values = {errorText(reply)};
+      }
+      return makeMessage(MESSAGE_TYPE_ERROR, dbus_message_get_error_name(reply), std::move(values));
+    }
+    case Outcome::Kind::kNoReply:
+      return makeMessage(MESSAGE_TYPE_NO_REPLY, kNoReplyError, {method + ": " + outcome.text});
+    default:
+      return notSent(method + ": " + outcome.text);
   }
-  const char* const name = dbus_message_get_error_name(reply);
-  if (readString(values, 0).empty()) {
-    values = {std::string(name ? name : kFailedError)};
-  }
-  return makeMessage(MESSAGE_TYPE_ERROR, name ? name : kFailedError, std::move(values));
 }
 
 }  // namespace qxbus

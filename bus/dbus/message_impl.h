@@ -7,7 +7,7 @@
 #include <string>
 #include <utility>
 
-#include "bus/dbus/connection.h"
+#include "bus/dbus/outcome.h"
 #include "bus/dbus/value.h"
 #include "bus/qxbus.h"
 
@@ -23,10 +23,10 @@ namespace qxbus {
 std::shared_ptr<QXBusMessage> makeMessage(QXBusMessageType type, std::string name,
                                           Values arguments = {});
 
-// What every failed call gives: argument 0 is the text.
-std::shared_ptr<QXBusMessage> makeFailure(const std::string& text);
+// In place of the reply to a request that could not be sent.
+std::shared_ptr<QXBusMessage> notSent(const std::string& text);
 
-// The reply to a call of a method, or the failure in its place.
+// The reply to a call of a method, or a failure in its place.
 std::shared_ptr<QXBusMessage> messageFrom(Outcome outcome, const std::string& method);
 
 }  // namespace qxbus

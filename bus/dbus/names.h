@@ -8,7 +8,10 @@
 namespace qxbus {
 
 inline constexpr char kBroadcastInterface[] = "qx.bus.Broadcast";
+// Names of errors: a service's own, and those that stand in place of a reply.
 inline constexpr char kFailedError[] = "qx.bus.Error.Failed";
+inline constexpr char kNoReplyError[] = "qx.bus.Error.NoReply";
+inline constexpr char kDisconnectedError[] = "qx.bus.Error.Disconnected";
 
 // Service "vel" has the well-known name qx.bus.vel, the object /qx/bus/vel and the interface
 // qx.bus.vel.

@@ -32,7 +32,7 @@ std::shared_ptr<QXBusMessage> QXBusProxyInterface::makeMethodCallMessage(std::st
 std::shared_ptr<QXBusMessage> QXBusProxyInterface::callWithReplyBlocking(
     std::shared_ptr<QXBusMessage> message, int timeoutMs) {
   return message ? impl_->service->call(*message, timeoutMs)
-                 : qxbus::makeFailure("there is no message to send");
+                 : qxbus::notSent("there is no message to send");
 }
 
 void QXBusProxyInterface::callWithReply(std::shared_ptr<QXBusMessage> message,

@@ -337,8 +337,8 @@ ServiceHost::ServiceHost(const std::string& address, const std::string& service,
     impl_->connection = connection;
   }
   // From here on calls are answered, so the name may be taken: it is what callers wait for.
-  if (!requestName(*connection, busNameOf(service), deadline, &failure)) {
-    throw std::runtime_error(failure);
+  if (const auto owned = requestName(*connection, busNameOf(service), deadline); !owned) {
+    throw std::runtime_error(owned.reason());
   }
 }
 

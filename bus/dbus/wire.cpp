@@ -266,6 +266,11 @@ Values readBody(DBusMessage* message) {
   return values;
 }
 
+std::string errorText(DBusMessage* reply) {
+  const std::string text = readString(readBody(reply), 0);
+  return text.empty() ? dbus_message_get_error_name(reply) : text;
+}
+
 std::uint16_t readUInt16(const Values& values, int index) {
   const auto* const value = as<std::int16_t>(values, index);
   return value ? static_cast<std::uint16_t>(*value) : std::uint16_t{0};

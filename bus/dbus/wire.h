@@ -26,6 +26,9 @@ bool appendBody(DBusMessage* message, const Values& values);
 
 Values readBody(DBusMessage* message);
 
+// The text of an error reply; the error's name when the reply holds no text.
+std::string errorText(DBusMessage* reply);
+
 // Whether D-Bus can carry the text as a string.
 bool isText(const std::string& text);
 

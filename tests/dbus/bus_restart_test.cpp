@@ -87,10 +87,10 @@ TEST_F(BusThatIsLost, EndsEveryPendingCall) {
     caller.join();
   }
 
-  EXPECT_THAT(blocking.items(), ElementsAre(IsFailure(), IsFailure()));
+  EXPECT_THAT(blocking.items(), ElementsAre(IsDisconnected(), IsDisconnected()));
   ASSERT_TRUE(replies->waitFor(2));
   EXPECT_TRUE(replies->stays(2));
-  EXPECT_THAT(replies->items(), Each(IsFailure()));
+  EXPECT_THAT(replies->items(), Each(IsDisconnected()));
 }
 
 TEST_F(BusThatIsLost, IsTheDeathOfEveryInterface) {
@@ -127,7 +127,7 @@ TEST_F(BusThatIsLost, MeansThatNothingIsThereAndNothingIsWaitedFor) {
   bus().kill();
 
   const auto begun = TestClock::now();
-  EXPECT_THAT(call(*proxy_, "echo", {}, -1), IsFailure());
+  EXPECT_THAT(call(*proxy_, "echo", {}, -1), IsDisconnected());
   EXPECT_FALSE(manager().isServiceRegistered("vel"));
   EXPECT_FALSE(manager().getServiceProxyInterface("vel", kSafe, 1));
   const auto replies = std::make_shared<Messages>();
@@ -136,7 +136,7 @@ TEST_F(BusThatIsLost, MeansThatNothingIsThereAndNothingIsWaitedFor) {
   EXPECT_TRUE(replies->waitFor(1));
 
   EXPECT_LT(since(begun), Milliseconds(5000));
-  EXPECT_THAT(replies->items(), Each(IsFailure()));
+  EXPECT_THAT(replies->items(), Each(IsDisconnected()));
 }
 
 TEST_F(BusThatIsLost, LeavesTheSameManager) {
@@ -160,7 +160,7 @@ TEST_F(BusThatIsLost, CanBeUsedAgainAfterItsReturn) {
 
     const ProxyRef fresh = proxyOf();
     EXPECT_THAT(call(*fresh, "echo"), IsReply());
-    EXPECT_THAT(call(*proxy_, "echo", {}, 1000), IsFailure());
+    EXPECT_THAT(call(*proxy_, "echo", {}, 1000), IsDisconnected());
   }
 }
 
@@ -236,7 +236,7 @@ TEST_F(BusThatIsLost, IsTheDeathOfEveryInterfaceAlsoWhenACallerReconnectsAtOnce)
   const auto deaths = std::make_shared<Gate>();
   proxy_->setDeathCallback([deaths] { deaths->open(); });
   std::thread caller([&] {
-    EXPECT_THAT(call(*proxy_, "hold", {}, -1), IsFailure());
+    EXPECT_THAT(call(*proxy_, "hold", {}, -1), IsDisconnected());
     manager().isServiceRegistered("vel");
   });
   ASSERT_TRUE(service_->waitForHeld(1));

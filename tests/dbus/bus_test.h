@@ -105,12 +105,21 @@ std::string bytesOf(QXBusMessage& message, int index);
 std::int32_t firstNumber(const MessageRef& message);
 std::vector<std::int32_t> firstNumbers(const Messages& messages);
 
-// A message of a failed call: its type and a text.
-MATCHER(IsFailure, "") {
-  return arg && arg->type() == MESSAGE_TYPE_ERROR && !arg->getString(0).empty();
+inline bool isFailure(const MessageRef& message, QXBusMessageType type) {
+  return message && message->type() == type && !message->getString(0).empty();
 }
 MATCHER(IsReply, "") {
   return arg && arg->type() == MESSAGE_TYPE_METHOD_RETURN;
+}
+// Failed calls: the type of the message, and a text.
+MATCHER(IsError, "") {
+  return isFailure(arg, MESSAGE_TYPE_ERROR);
+}
+MATCHER(IsNoReply, "") {
+  return isFailure(arg, MESSAGE_TYPE_NO_REPLY);
+}
+MATCHER(IsDisconnected, "") {
+  return isFailure(arg, MESSAGE_TYPE_DISCONNECTED);
 }
 
 }  // namespace dbustest

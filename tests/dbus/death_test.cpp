@@ -185,9 +185,9 @@ TEST_F(StaleInterface, DoesNotReachTheNextInstance) {
   stale->callWithReply(
       messageTo(*stale, "hold"), [replies](const MessageRef& each) { replies->add(each); }, 2000);
 
-  EXPECT_THAT(reply, IsFailure());
+  EXPECT_THAT(reply, IsDisconnected());
   ASSERT_TRUE(replies->waitFor(1));
-  EXPECT_THAT(replies->items(), ElementsAre(IsFailure()));
+  EXPECT_THAT(replies->items(), ElementsAre(IsDisconnected()));
   EXPECT_EQ(next.held(), 0u);
 }
 
@@ -199,7 +199,7 @@ TEST_F(StaleInterface, DoesNotReachTheNextInstanceInTheMomentOfTheChange) {
     service.reset();
     const TestService next;
 
-    EXPECT_THAT(call(*stale, "hold", {}, 2000), IsFailure());
+    EXPECT_THAT(call(*stale, "hold", {}, 2000), IsDisconnected());
     EXPECT_EQ(next.held(), 0u);
   }
 }
@@ -244,7 +244,7 @@ TEST_F(StaleInterface, OfAReplacedOwnerCallsNobody) {
   ASSERT_TRUE(deaths_->waitFor(1));
 
   const auto begun = TestClock::now();
-  EXPECT_THAT(call(*stale, "echo", {}, 10000), IsFailure());
+  EXPECT_THAT(call(*stale, "echo", {}, 10000), IsDisconnected());
   EXPECT_LT(since(begun), Milliseconds(5000));
 
   second.emit(kVelPath, kVelName, "velevent", nativeInt32(2));

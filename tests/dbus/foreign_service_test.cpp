@@ -108,9 +108,9 @@ TEST_F(ForeignService, FailsWithAText) {
   const MessageRef unwilling = call(*proxy_, "fail");
   const MessageRef unknown = call(*proxy_, "noSuchMethod");
 
-  EXPECT_THAT(unwilling, IsFailure());
+  EXPECT_THAT(unwilling, IsError());
   EXPECT_THAT(unwilling->getString(0), HasSubstr("it does not want to"));
-  EXPECT_THAT(unknown, IsFailure());
+  EXPECT_THAT(unknown, IsError());
   EXPECT_THAT(unknown->getString(0), HasSubstr("noSuchMethod"));
 }
 
@@ -156,7 +156,7 @@ TEST_F(ForeignService, DiesLikeAnyOther) {
   process_->end(SIGKILL);
 
   EXPECT_TRUE(death->wait());
-  EXPECT_THAT(call(*proxy_, "number", {}, 2000), IsFailure());
+  EXPECT_THAT(call(*proxy_, "number", {}, 2000), IsDisconnected());
 }
 
 }  // namespace

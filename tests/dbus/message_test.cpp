@@ -110,8 +110,8 @@ TEST_F(MessageOverDBus, CarriesOddTextInAnErrorReply) {
   const MessageRef nul = call(*proxy_, "fail", {"a\0b"s});
   const MessageRef latin = call(*proxy_, "fail", {"gr\xFC\xDF"s});
 
-  EXPECT_THAT(nul, IsFailure());
-  EXPECT_THAT(latin, IsFailure());
+  EXPECT_THAT(nul, IsError());
+  EXPECT_THAT(latin, IsError());
   EXPECT_THAT(latin->getString(0), HasSubstr("gr"));
 }
 
@@ -170,14 +170,14 @@ TEST_F(MessageOverDBus, ThatIsTooLargeForTheBusFails) {
   const MessageRef oneBlock = proxy_->makeMethodCallMessage("echo");
   oneBlock->appendBytes(std::vector<char>(70 * kMegabyte).data(), static_cast<int>(70 * kMegabyte));
 
-  EXPECT_THAT(proxy_->callWithReplyBlocking(oneBlock, 10000), IsFailure());
-  EXPECT_THAT(echo({half, half}), IsFailure());
-  EXPECT_THAT(echo({std::string(70 * kMegabyte, 'x')}), IsFailure());
+  EXPECT_THAT(proxy_->callWithReplyBlocking(oneBlock, 10000), IsDisconnected());
+  EXPECT_THAT(echo({half, half}), IsDisconnected());
+  EXPECT_THAT(echo({std::string(70 * kMegabyte, 'x')}), IsDisconnected());
   proxy_->callWithReply(
       oneBlock, [replies](const MessageRef& reply) { replies->add(reply); }, 10000);
 
   ASSERT_TRUE(replies->waitFor(1));
-  EXPECT_THAT(replies->items()[0], IsFailure());
+  EXPECT_THAT(replies->items()[0], IsDisconnected());
   EXPECT_THAT(echo({std::int32_t{7}}), IsReply());
 }
 
@@ -187,7 +187,7 @@ TEST_F(MessageOverDBus, ThatIsTooLargeAsAReplyFails) {
                                      }}});
   const ProxyRef proxy = proxyOf("large");
 
-  EXPECT_THAT(call(*proxy, "everything"), IsFailure());
+  EXPECT_THAT(call(*proxy, "everything"), IsError());
 }
 
 // --- Getters -------------------------------------------------------------------------------------

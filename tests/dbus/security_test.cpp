@@ -224,7 +224,7 @@ TEST_F(ThisUser, IsMissedWhenItsProcessIsKilled) {
   service.end(SIGKILL);
 
   EXPECT_TRUE(death->wait());
-  EXPECT_THAT(call(*proxy, "echo", {}, 2000), IsFailure());
+  EXPECT_THAT(call(*proxy, "echo", {}, 2000), IsDisconnected());
 }
 
 TEST_F(ThisUser, IsHeardToItsLastWord) {

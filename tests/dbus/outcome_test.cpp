@@ -1,0 +1,78 @@
+// Which end a reply is to a call: the peer's answer, or the bus daemon's in its place.
+
+#include "bus/dbus/outcome.h"
+
+#include <ostream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+using qxbus::Outcome;
+using Kind = Outcome::Kind;
+
+constexpr char kDaemon[] = DBUS_SERVICE_DBUS;
+constexpr char kPeer[] = ":1.7";
+
+qxbus::MessagePtr reply(int type, const char* sender) {
+  qxbus::MessagePtr message(dbus_message_new(type));
+  dbus_message_set_reply_serial(message.get(), 1);
+  dbus_message_set_sender(message.get(), sender);
+  return message;
+}
+
+struct ErrorRow {
+  const char* name;
+  const char* error;
+  const char* sender;
+  const char* destination;
+  Kind kind;
+};
+
+void PrintTo(const ErrorRow& row, std::ostream* stream) {
+  *stream << row.error << " of " << row.sender;
+}
+
+class ErrorReply : public testing::TestWithParam<ErrorRow> {};
+
+TEST_P(ErrorReply, IsThePeersUnlessTheDaemonReportsThatThePeerHasLeft) {
+  const ErrorRow& row = GetParam();
+  qxbus::MessagePtr error = reply(DBUS_MESSAGE_TYPE_ERROR, row.sender);
+  dbus_message_set_error_name(error.get(), row.error);
+
+  const Outcome outcome = Outcome::replied(std::move(error), row.destination);
+
+  EXPECT_EQ(outcome.kind, row.kind);
+  EXPECT_EQ(outcome.reply != nullptr, row.kind == Kind::kError);
+  EXPECT_EQ(outcome.text, row.kind == Kind::kError ? "" : row.error);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Called, ErrorReply,
+    testing::Values(
+        ErrorRow{"ServiceUnknownByTheDaemon", DBUS_ERROR_SERVICE_UNKNOWN, kDaemon, kPeer,
+                 Kind::kDisconnected},
+        ErrorRow{"NameHasNoOwnerByTheDaemon", DBUS_ERROR_NAME_HAS_NO_OWNER, kDaemon, kPeer,
+                 Kind::kDisconnected},
+        ErrorRow{"NoReplyByTheDaemon", DBUS_ERROR_NO_REPLY, kDaemon, kPeer, Kind::kDisconnected},
+        ErrorRow{"DisconnectedByTheDaemon", DBUS_ERROR_DISCONNECTED, kDaemon, kPeer,
+                 Kind::kDisconnected},
+        ErrorRow{"AccessDeniedByTheDaemon", DBUS_ERROR_ACCESS_DENIED, kDaemon, kPeer, Kind::kError},
+        ErrorRow{"LimitsExceededByTheDaemon", DBUS_ERROR_LIMITS_EXCEEDED, kDaemon, kPeer,
+                 Kind::kError},
+        ErrorRow{"NoReplyByThePeer", DBUS_ERROR_NO_REPLY, kPeer, kPeer, Kind::kError},
+        ErrorRow{"ServiceUnknownByThePeer", DBUS_ERROR_SERVICE_UNKNOWN, kPeer, kPeer, Kind::kError},
+        ErrorRow{"NameHasNoOwnerByTheDaemonAsThePeer", DBUS_ERROR_NAME_HAS_NO_OWNER, kDaemon,
+                 kDaemon, Kind::kError}),
+    [](const auto& each) { return each.param.name; });
+
+TEST(NormalReply, IsTheReply) {
+  const Outcome outcome = Outcome::replied(reply(DBUS_MESSAGE_TYPE_METHOD_RETURN, kPeer), kPeer);
+
+  EXPECT_EQ(outcome.kind, Kind::kReturn);
+  EXPECT_TRUE(outcome.reply);
+  EXPECT_EQ(outcome.text, "");
+}
+
+}  // namespace
