@@ -22,8 +22,8 @@ TEST_F(JoysticksTest, ThereAreThreeAndThreeMappings) {
   ASSERT_EQ(joysticks.size(), 3u);
   ASSERT_EQ(mappings.size(), 3u);
   for (std::size_t i = 0; i < 3; ++i) {
-    EXPECT_EQ(joysticks[i].size(), kJoystickRecordSize);
-    EXPECT_EQ(mappings[i].size(), kJoystickMappingRecordSize);
+    EXPECT_EQ(joysticks[i].size(), 138u);
+    EXPECT_EQ(mappings[i].size(), 130u);
     EXPECT_EQ(numberAt<std::uint16_t>(joysticks[i], 0), i);
     EXPECT_EQ(numberAt<std::uint16_t>(mappings[i], 0), i);
   }

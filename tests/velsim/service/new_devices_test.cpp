@@ -32,7 +32,7 @@ class NewDevicesTest : public SimulatedServiceTest {
 
   // Success and code of a result.
   static std::pair<int, std::string> result(const BusEvent& event) {
-    EXPECT_EQ(event.record.size(), kNewDeviceResultSize);
+    EXPECT_EQ(event.record.size(), 340u);
     return {numberAt<std::uint16_t>(event.record, 18), textAt(event.record, 276)};
   }
 };

@@ -121,7 +121,7 @@ TEST_F(PrintersTest, NetworkPrintersAreAddedListedRenamedAndDeleted) {
 
   const std::vector<Bytes> added = list("getNetworkPrinterList", {});
   ASSERT_EQ(added.size(), 1u);
-  EXPECT_EQ(added[0].size(), kDeviceRecordSize);
+  EXPECT_EQ(added[0].size(), 936u);
   EXPECT_EQ(textAt(added[0], 296), "Hall");
   EXPECT_EQ(textAt(added[0], 424), "10.0.0.5");
   const auto number = numberAt<std::uint16_t>(added[0], 0);

@@ -21,12 +21,11 @@
 #include "vel/apps/local/velsim/line_reader.h"
 #include "vel/apps/local/velsim/pen_port.h"
 #include "vel/apps/local/velsim/service/simulator.h"
+#include "vel/protocol/events.h"
+#include "vel/protocol/methods.h"
 
 namespace {
 
-constexpr char kService[] = "vel";
-constexpr char kServiceEvent[] = "velevent";
-constexpr char kBroadcastEvent[] = "mountedEvent";
 constexpr char kStandardInput[] = "-";
 
 struct Options {
@@ -97,9 +96,9 @@ class EventConnection {
         say(velsim::describe(event));
       }
       if (velsim::isBroadcast(event)) {
-        host.broadcast(kBroadcastEvent, velsim::argumentsOf(event));
+        host.broadcast(velprotocol::kBroadcastEvent, velsim::argumentsOf(event));
       } else {
-        host.emitEvent(kServiceEvent, velsim::argumentsOf(event));
+        host.emitEvent(velprotocol::kServiceEvent, velsim::argumentsOf(event));
       }
     });
   }
@@ -187,8 +186,8 @@ velsim::ExitCode serveOnBus(const Options& options, const StopSignals& stopSigna
   velsim::Simulator simulator;
   std::atomic<bool> isBusLost{false};
   try {
-    qxbus::ServiceHost host(options.address, kService, methodsOf(simulator, options.isQuiet),
-                            {kServiceEvent});
+    qxbus::ServiceHost host(options.address, velprotocol::kServiceName,
+                            methodsOf(simulator, options.isQuiet), {velprotocol::kServiceEvent});
     const EventConnection events(simulator, host, options.isQuiet);
     host.setLostCallback([&isBusLost] {
       isBusLost = true;

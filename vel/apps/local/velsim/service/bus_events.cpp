@@ -5,38 +5,6 @@
 namespace velsim {
 namespace {
 
-const char* nameOf(EventCode code) {
-  switch (code) {
-    case EventCode::kPrinterChanged:
-      return "printer changed";
-    case EventCode::kNewDeviceAttached:
-      return "result of attaching a new device";
-    case EventCode::kNewDeviceIgnored:
-      return "result of ignoring a new device";
-    case EventCode::kDevicePlugged:
-      return "device plugged in";
-    case EventCode::kDeviceUnplugged:
-      return "device unplugged";
-    case EventCode::kDeviceAttached:
-      return "device attached";
-    case EventCode::kDeviceDetached:
-      return "device detached";
-    case EventCode::kStorageCommand:
-      return "result of a storage command";
-    case EventCode::kDiagnosis:
-      return "diagnosis";
-    case EventCode::kDeviceChanged:
-      return "device changed";
-    case EventCode::kMounted:
-      return "storage mounted";
-    case EventCode::kUnmounted:
-      return "storage unmounted";
-    case EventCode::kCommandAnswer:
-      return "answer to a command";
-  }
-  return "";
-}
-
 EventCode codeOf(DeviceChange change) {
   switch (change) {
     case DeviceChange::kPlugged:
@@ -101,7 +69,8 @@ BusEvent busEventOf(const Event& event) {
 }
 
 bool isBroadcast(const BusEvent& event) {
-  return event.code == EventCode::kMounted || event.code == EventCode::kUnmounted;
+  const velprotocol::Event* const row = velprotocol::findEvent(event.code);
+  return row && row->sent == velprotocol::Sent::kBroadcast;
 }
 
 qxbus::Values argumentsOf(const BusEvent& event) {
@@ -110,7 +79,7 @@ qxbus::Values argumentsOf(const BusEvent& event) {
 
 std::string describe(const BusEvent& event) {
   return "event " + std::to_string(static_cast<std::int32_t>(event.code)) + " (" +
-         nameOf(event.code) + "), vm " + std::to_string(event.vm) + ", " +
+         std::string(velprotocol::nameOf(event.code)) + "), vm " + std::to_string(event.vm) + ", " +
          std::to_string(event.record.size()) + " bytes";
 }
 

@@ -1,79 +1,84 @@
 #include "vel/apps/local/velsim/service/records.h"
 
-#include <algorithm>
-#include <cstring>
-#include <string_view>
+#include <cstddef>
+#include <type_traits>
 
 #include "base/utf8.h"
+#include "vel/protocol/access.h"
+#include "vel/protocol/records.h"
 
 namespace velsim {
 namespace {
 
 using qxbus::Bytes;
+using namespace velprotocol;
 
 class Record {
  public:
-  explicit Record(std::size_t size) : bytes_(size) {}
+  // textSize  what a last field without a size of its own takes
+  explicit Record(const Layout& layout, std::size_t textSize = 0)
+      : bytes_(layout.size() + textSize) {}
 
-  template <typename Number>
-  Record& number(std::size_t offset, Number value) {
-    std::memcpy(&bytes_[offset], &value, sizeof value);
+  template <typename Value>
+  Record& put(const NumberField<Value>& field, std::common_type_t<Value> value) {
+    write(bytes_, field, value);
     return *this;
   }
 
   // The field keeps one NUL at least.
-  Record& text(std::size_t offset, std::size_t fieldSize, const std::string& text) {
-    const std::string_view cut = base::cutBetweenCharacters(text, fieldSize - 1);
-    std::copy(cut.begin(), cut.end(), bytes_.begin() + static_cast<std::ptrdiff_t>(offset));
+  Record& put(const TextField& field, const std::string& text) {
+    const std::size_t size = field.size != kToTheEnd ? field.size : bytes_.size() - field.offset;
+    write(bytes_, field, base::cutBetweenCharacters(text, size - 1));
     return *this;
   }
 
-  operator Bytes() && { return std::move(bytes_); }
+  Bytes bytes() const { return bytes_; }
 
  private:
   Bytes bytes_;
 };
 
-constexpr std::size_t kNameSize = 128;
-constexpr std::size_t kPolicyTextSize = 256;
+static_assert(static_cast<std::uint16_t>(DeviceStatus::kAttached) == velprotocol::kAttachedStatus);
 
 // What devices and network printers have in common.
 Record deviceRecord(std::uint16_t number, DeviceStatus status, std::uint64_t sourceId,
                     std::uint32_t vm, const std::string& name, const std::string& policyText) {
-  Record record(kDeviceRecordSize);
-  record.number(0, number)
-      .number(8, static_cast<std::uint16_t>(status))
-      .number(12, sourceId)
-      .number(20, vm)
-      .text(296, kNameSize, name)
-      .text(424, kPolicyTextSize, policyText);
-  return record;
+  return Record(device::kLayout)
+      .put(device::kNumber, number)
+      .put(device::kStatus, static_cast<std::uint16_t>(status))
+      .put(device::kSourceId, sourceId)
+      .put(device::kVm, vm)
+      .put(device::kName, name)
+      .put(device::kPolicyText, policyText);
 }
 
 }  // namespace
 
-Bytes recordOf(const Device& device) {
-  return std::move(deviceRecord(device.number, device.status, device.sourceId, device.vm,
-                                device.name, device.policyText)
-                       .number(2, std::uint16_t{device.isMounted})
-                       .number(10, device.policy)
-                       .number(24, device.vid)
-                       .number(26, device.pid)
-                       .number(28, static_cast<std::uint16_t>(device.type)));
+Bytes recordOf(const Device& given) {
+  return deviceRecord(given.number, given.status, given.sourceId, given.vm, given.name,
+                      given.policyText)
+      .put(device::kIsMounted, given.isMounted)
+      .put(device::kPolicy, given.policy)
+      .put(device::kVid, given.vid)
+      .put(device::kPid, given.pid)
+      .put(device::kType, static_cast<std::uint16_t>(given.type))
+      .bytes();
 }
 
-Bytes recordOf(const Printer& printer) {
-  return std::move(Record(kPrinterRecordSize)
-                       .number(0, printer.number)
-                       .number(8, printer.vm)
-                       .number(12, static_cast<std::int32_t>(printer.status))
-                       .text(16, kNameSize, printer.name));
+Bytes recordOf(const Printer& given) {
+  return Record(printer::kLayout)
+      .put(printer::kNumber, given.number)
+      .put(printer::kVm, static_cast<std::int32_t>(given.vm))
+      .put(printer::kStatus, static_cast<std::int32_t>(given.status))
+      .put(printer::kName, given.name)
+      .bytes();
 }
 
-Bytes deviceRecordOf(const Printer& printer) {
-  return std::move(deviceRecord(printer.number, printer.status, printer.sourceId, printer.vm,
-                                printer.name, printer.address)
-                       .number(28, static_cast<std::uint16_t>(DeviceType::kNetworkPrinter)));
+Bytes deviceRecordOf(const Printer& given) {
+  return deviceRecord(given.number, given.status, given.sourceId, given.vm, given.name,
+                      given.address)
+      .put(device::kType, static_cast<std::uint16_t>(DeviceType::kNetworkPrinter))
+      .bytes();
 }
 
 Bytes recordOf(const VidPidPolicy& policy) {
@@ -81,53 +86,60 @@ Bytes recordOf(const VidPidPolicy& policy) {
   constexpr unsigned kTurboTextIsSet = 2;
   const unsigned isSet =
       (policy.property ? kPropertyIsSet : 0) | (policy.turboText ? kTurboTextIsSet : 0);
-  return std::move(Record(kVidPidPolicyRecordSize)
-                       .number(0, policy.id.vid)
-                       .number(2, policy.id.pid)
-                       .number(4, policy.deviceType)
-                       .number(6, static_cast<std::uint16_t>(isSet))
-                       .number(8, policy.property.value_or(policy.builtInProperty))
-                       .text(12, kPolicyTextSize, policy.turboText.value_or("")));
+  return Record(vid_pid_policy::kLayout)
+      .put(vid_pid_policy::kVid, policy.id.vid)
+      .put(vid_pid_policy::kPid, policy.id.pid)
+      .put(vid_pid_policy::kType, policy.deviceType)
+      .put(vid_pid_policy::kIsSet, static_cast<std::uint16_t>(isSet))
+      .put(vid_pid_policy::kProperty, policy.property.value_or(policy.builtInProperty))
+      .put(vid_pid_policy::kTurboText, policy.turboText.value_or(""))
+      .bytes();
 }
 
-Bytes recordOf(std::uint16_t position, const Joystick& joystick) {
-  return std::move(Record(kJoystickRecordSize)
-                       .number(0, position)
-                       .number(2, joystick.vid)
-                       .number(4, joystick.pid)
-                       .number(6, joystick.mapping)
-                       .number(8, std::uint16_t{joystick.isCalibrated})
-                       .text(10, kNameSize, joystick.name));
+Bytes recordOf(std::uint16_t position, const Joystick& given) {
+  return Record(joystick::kLayout)
+      .put(joystick::kPosition, position)
+      .put(joystick::kVid, given.vid)
+      .put(joystick::kPid, given.pid)
+      .put(joystick::kMapping, given.mapping)
+      .put(joystick::kIsCalibrated, given.isCalibrated)
+      .put(joystick::kName, given.name)
+      .bytes();
 }
 
 Bytes joystickMappingRecord(std::uint16_t position, const std::string& name) {
-  return std::move(Record(kJoystickMappingRecordSize).number(0, position).text(2, kNameSize, name));
+  return Record(joystick_mapping::kLayout)
+      .put(joystick_mapping::kPosition, position)
+      .put(joystick_mapping::kName, name)
+      .bytes();
 }
 
 Bytes recordOf(const NewDeviceResult& result) {
-  Record record(kNewDeviceResultSize);
+  Record record(new_device_result::kLayout);
   if (result.device) {
-    constexpr std::size_t kResultNameSize = 256;
-    record.number(0, result.device->vid)
-        .number(2, result.device->pid)
-        .text(20, kResultNameSize, result.device->name);
+    record.put(new_device_result::kVid, result.device->vid)
+        .put(new_device_result::kPid, result.device->pid)
+        .put(new_device_result::kName, result.device->name);
   }
-  constexpr std::size_t kCodeSize = 64;
-  return std::move(record.number(4, result.sourceId)
-                       .number(18, std::uint16_t{result.status == Status::kOk})
-                       .text(276, kCodeSize, nameOf(result.status)));
+  return record.put(new_device_result::kSourceId, result.sourceId)
+      .put(new_device_result::kIsSuccess, result.status == Status::kOk)
+      .put(new_device_result::kCode, nameOf(result.status))
+      .bytes();
 }
 
 Bytes recordOf(const DiagnosisStep& step, VmNumber vm) {
-  return std::move(Record(kDiagnosisHeaderSize + step.text.size() + 1)
-                       .number(0, step.id)
-                       .number(8, static_cast<std::uint32_t>(step.status))
-                       .number(12, vm)
-                       .text(kDiagnosisHeaderSize, step.text.size() + 1, step.text));
+  return Record(diagnosis::kLayout, step.text.size() + 1)
+      .put(diagnosis::kId, step.id)
+      .put(diagnosis::kStatus, static_cast<std::uint32_t>(step.status))
+      .put(diagnosis::kVm, vm)
+      .put(diagnosis::kText, step.text)
+      .bytes();
 }
 
 Bytes recordOf(const CommandAnswer& answer) {
-  return std::move(Record(answer.text.size() + 1).text(0, answer.text.size() + 1, answer.text));
+  return Record(command_answer::kLayout, answer.text.size() + 1)
+      .put(command_answer::kText, answer.text)
+      .bytes();
 }
 
 }  // namespace velsim

@@ -1,42 +1,24 @@
 // Resetting, VM sessions, their pipes, ports and focus, drive tokens.
 
-#include <cstring>
-
 #include "vel/apps/local/velsim/service/arguments.h"
 #include "vel/apps/local/velsim/service/simulator.h"
+#include "vel/protocol/access.h"
+#include "vel/protocol/records.h"
 
 namespace velsim {
 namespace {
 
 using qxbus::Bytes;
 using qxbus::Values;
-
-// A pipe on the bus:
-//   offset  size  value
-//        0     4  number of its VM
-//        4     8  handle
-//       12   128  name1, zero-padded
-//      140   128  name2, zero-padded
-constexpr std::size_t kHandleOffset = 4;
-constexpr std::size_t kName1Offset = 12;
-constexpr std::size_t kName2Offset = 140;
-constexpr std::size_t kNameSize = 128;
-
-std::string textAt(const Bytes& block, std::size_t offset) {
-  const auto* const text = reinterpret_cast<const char*>(block.data() + offset);
-  return std::string(text, strnlen(text, kNameSize));
-}
+using velprotocol::read;
+namespace pipe = velprotocol::pipe;
 
 std::vector<Pipe> pipesOf(const Values& arguments) {
   std::vector<Pipe> pipes;
   for (const qxbus::Value& argument : arguments) {
     if (const auto* const block = std::get_if<Bytes>(&argument)) {
-      Pipe pipe;
-      std::memcpy(&pipe.vm, block->data(), sizeof pipe.vm);
-      std::memcpy(&pipe.handle, block->data() + kHandleOffset, sizeof pipe.handle);
-      pipe.name1 = textAt(*block, kName1Offset);
-      pipe.name2 = textAt(*block, kName2Offset);
-      pipes.push_back(pipe);
+      pipes.push_back({read(*block, pipe::kVm), read(*block, pipe::kHandle),
+                       read(*block, pipe::kName1), read(*block, pipe::kName2)});
     }
   }
   return pipes;
