@@ -4,6 +4,9 @@
 
 #include <cstddef>
 #include <cstring>
+#include <fstream>
+#include <set>
+#include <sstream>
 #include <type_traits>
 
 #include "tests/library/proxy_test.h"
@@ -47,9 +50,9 @@ using VmNumbers = std::map<std::string, unsigned int>;
 
 #define SLOT(slot, result, name, parameters) SLOT_OF(qx::VelProxy, slot, result, name, parameters)
 
-TEST(InterfaceTest, TheOperationsOfTheProxyStandInOrder) {
-  // 0 and 1 are the two destructors.
-  expectInOrder({
+// 0 and 1 are the two destructors.
+std::vector<Slot> operationsOfTheProxy() {
+  return {
       SLOT(2, unsigned int, Init, ()),
       SLOT(3, unsigned int, ResetService, ()),
       SLOT(4, void, ReleaseService, ()),
@@ -162,7 +165,11 @@ TEST(InterfaceTest, TheOperationsOfTheProxyStandInOrder) {
            (int (*)(unsigned short, _JoystickResult, void*), void*)),
       SLOT(99, int, UnregisterJoystickCallback, (void*)),
       SLOT(100, int, JoystickResultNotify, (unsigned short, _JoystickResult*)),
-  });
+  };
+}
+
+TEST(InterfaceTest, TheOperationsOfTheProxyStandInOrder) {
+  expectInOrder(operationsOfTheProxy());
 }
 
 // One more virtual operation goes behind the last.
@@ -194,6 +201,65 @@ TEST(InterfaceTest, TheObjectBeginsWithItsVirtualTable) {
   EXPECT_NE(first, nullptr);
   // No base class in front: a pointer to the object is a pointer to its table.
   EXPECT_EQ(dynamic_cast<const void*>(&proxy), static_cast<const void*>(&proxy));
+}
+
+}  // namespace
+
+// --- The index at the top of the header ----------------------------------------------------------
+
+namespace {
+
+struct Header {
+  std::string index;         // the operations by subject
+  std::string declarations;  // from the include guard on
+};
+
+Header readHeader() {
+  std::ifstream file(VEL_PROXY_HEADER);
+  std::stringstream text;
+  text << file.rdbuf();
+  const std::string all = text.str();
+  const std::size_t begin = all.find("//   connection ");
+  const std::size_t end = all.find("#ifndef");
+  if (begin == std::string::npos || end == std::string::npos || begin > end) {
+    return {};
+  }
+  return {all.substr(begin, end - begin), all.substr(end)};
+}
+
+// What stands between the columns of subjects: every operation ends with a comma or a line.
+std::set<std::string> namesIn(const std::string& index) {
+  constexpr std::size_t kSubjects = 22;
+  std::set<std::string> names;
+  std::istringstream lines(index);
+  for (std::string line; std::getline(lines, line);) {
+    std::istringstream words(line.size() > kSubjects ? line.substr(kSubjects) : "");
+    for (std::string word; words >> word;) {
+      names.insert(word.back() == ',' ? word.substr(0, word.size() - 1) : word);
+    }
+  }
+  return names;
+}
+
+TEST(HeaderTest, TheIndexNamesEveryOperation) {
+  const std::set<std::string> indexed = namesIn(readHeader().index);
+
+  for (const Slot& operation : operationsOfTheProxy()) {
+    const std::string name(operation.name, std::strcspn(operation.name, "("));
+    EXPECT_EQ(indexed.count(name), 1u)
+        << name << " is missing from the index by subject at the top of " << VEL_PROXY_HEADER;
+  }
+}
+
+TEST(HeaderTest, TheIndexNamesNothingElse) {
+  const Header header = readHeader();
+
+  ASSERT_FALSE(namesIn(header.index).empty());
+  for (const std::string& name : namesIn(header.index)) {
+    EXPECT_NE(header.declarations.find(" " + name + "("), std::string::npos)
+        << "the index at the top of " << VEL_PROXY_HEADER << " names " << name
+        << ", which the header does not declare";
+  }
 }
 
 }  // namespace

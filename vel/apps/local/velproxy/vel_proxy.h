@@ -1,28 +1,77 @@
 // VelProxy drives the peripheral-device service of this machine: its printers, USB devices,
 // storage, cameras, pens and joysticks, for use in remote virtual machines (VMs). This is the one
-// header a client includes.
+// header a client includes; it includes the records and the callback types.
 //
-// THREADS   Any thread may call, except that SendPenData, PortInit and PortStatus belong to one
-//           thread (a GUI's). Event callbacks run on a thread of the bus, joystick callbacks on
-//           that of JoystickResultNotify, all while the callback mutex is held: do not register or
-//           unregister anything inside one, and copy what you keep of its record, which is gone
-//           when the callback returns. A callback may call remote operations.
-// BLOCKING  An operation that names a bus method waits for the answer, at most the time in its
-//           comment (3000 ms if it says none). Calls are made one at a time: a call also waits for
-//           those of other threads that came before it. Operations without a bus method never wait.
-// MEMORY    Records that a returned list points to are malloc'ed, each exactly as long as the
-//           service sent it, and yours: FreeDeviceList, FreePolicyList or free.
-// ERRORS    Nothing throws, unless memory runs out. Statuses are the service's own, passed on
-// unchanged; -1 (0xFFFFFFFF)
-//           also stands for "no answer": no service, an error reply, or the time has passed. Lists
-//           are empty and texts "" then, unless the operation says otherwise. Reasons are logged.
-// VM IDS    vmId is the client's name of a VM. On the bus travels the service's number for it; an
-//           empty name, and one that the service does not know, travels as 0. The first use of a
-//           name asks the service (GetVmIdInt), which is one more call.
-// BUS       int16, int32, uint64, string and bytes are the argument types of bus/qxbus.h. `vm` is
-//           the number of vmId as int32. A uint16 that travels as int16 keeps its bits.
+// THREADS    Any thread may call, except that serialize, SendPenData, PortInit and PortStatus
+//            belong to one thread (a GUI's). The bus runs callbacks, DiagnoseResultNotify among
+//            them, on threads of its own; DeviceBaseInfoNotify, ConfigNewDeviceResultNotify and
+//            JoystickResultNotify run them on the thread that calls. One callback runs at a time,
+//            because the callback mutex is held.
+// CALLBACKS  A callback may call remote operations. It must not register or unregister anything but
+//            the command callback, and must not call HandleEvent, BroadcastCallback, onServiceDeath
+//            or one of the three notify operations above: each waits for the callback mutex, and so
+//            never returns. Unregistering waits until no callback runs, except for the command
+//            callback, which DoVelCmd also runs in a way of its own: see RegisterCmdCallback.
+// BLOCKING   An operation that names a bus method waits for the answer, at most the time in its
+//            comment (3000 ms if it gives none). Three waits may come before: for calls of other
+//            threads, because calls are made one at a time; for connecting while the service is
+//            away, up to 2 s when the bus does not answer, one thread after the other; for the
+//            number of a VM that is used for the first time, up to 3000 ms (GetVmIdInt).
+//            Operations that do not wait for the answer have the same three waits.
+//            Without a bus method, getInstance and Init wait for connecting, ReleaseService waits
+//            for a call that runs, operations that register, unregister or notify wait for a
+//            callback that runs; RegisterCmdCallback and all others do not wait.
+// MEMORY     Records that a returned list points to are malloc'ed, each exactly as long as the
+//            service sent it, and yours: FreeDeviceList, FreePolicyList or free.
+// ERRORS     Nothing throws, unless memory runs out. Statuses are the service's own, passed on
+//            unchanged; -1 (0xFFFFFFFF) also stands for "no answer": no service, an error reply, or
+//            the time has passed. Lists are empty and texts "" then, unless the operation says
+//            otherwise. Reasons are logged.
+// VM IDS     vmId is the client's name of a VM. On the bus travels the service's number for it; an
+//            empty name, and one that the service does not know, travels as 0.
+// BUS        int16, int32, uint64, string and bytes are the argument types of bus/qxbus.h. `vm` is
+//            the number of vmId as int32. A uint16 that travels as int16 keeps its bits.
+// UNLOADING  Never unload the library: threads of the bus may run its code until the process ends.
+//            On ELF systems CMake links a shared library that contains it with -z nodelete.
 //
-// The order of the virtual operations is the binary interface: add at the end only.
+// The order of the virtual operations is the binary interface: add at the end only. So the
+// operations on one subject do not all stand together:
+//
+//   connection        getInstance, Init, InitBroadcast, ReleaseService, ResetService,
+//                     BroadcastCallback, HandleEvent, onServiceDeath
+//   VM sessions       ConnectVm, DisconnectVm, StartVm, CreatePipe, DestroyPipe,
+//                     SetPortChannelStatus, OnFocusChanged, UpdateDriveToken, RegisterCallback,
+//                     UnregisterCallback
+//   VM numbers        GetVmList, GetVmIdInt, GetVmIdString
+//   printers          GetPrinterList, GetPrinterStatus, ConnectPrinter, DisconnectPrinter,
+//                     ConfigPrinterCommand, RegisterPrinterCallback, UnregisterPrinterCallback,
+//                     CheckPrinterCallback
+//   network printers  AddNetworkPrinter, DeleteNetworkPrinter, RenameNetworkPrinter,
+//                     GetNetworkPrinterList
+//   shared printers   SearchSharePrinterDevice, StopSearchSharePrinterDevice,
+//                     AddSharePrinterDevice, DeleteSharePrinterDevice, checkIpAddr
+//   print queues      SearchAllPrinter, GetPrinterDriverlList, AddLocalPrinter, AutoAddPrinter,
+//                     DeletePrinter, ChangePrinterDriver, PrintTestPage
+//   devices           GetDeviceList, GetLocalDeviceList, GetDeviceStatus, FreeDeviceList,
+//                     ConnectDevice, DisconnectDevice, ConnectDeviceBySrcId,
+//                     DisconnectDeviceBySrcId, RedirectDevice, RegisterDeviceCallback,
+//                     UnregisterDeviceCallback, CheckDeviceCallback, DeviceBaseInfoNotify
+//   new devices       ConfigNewDeviceAsConnect, ConfigNewDeviceAsIgnore, ConfigUdisks2Command,
+//                     RegisterConfigNewDevResultCallback, UnregisterConfigNewDevResultCallback,
+//                     ConfigNewDeviceResultNotify
+//   network devices   AddNetworkDevice, DeleteNetworkDevice
+//   USB channels      SetUsbredirStatus, ConnectUsbredir, DisconnectUsbredir
+//   policies          SetDeviceLocalPolicy, SetAutoConnect, GetAutoConnect,
+//                     SetDevicePropertyWithVidPid, GetDevicePropertyWithVidPid,
+//                     GetLocalDevicePropertyWithVidPid, GetPolicyListByVidPid, FreePolicyList,
+//                     GetTurboConfigWithVidPid, SetTurboConfigWithVidPid, ResetAllDeviceProperty
+//   diagnosis         Diagnose, DiagnoseDevice, CheckCameraAuthStat
+//   service commands  DoVelTest, DoVelCmd, GetVelCmdHelp, RegisterCmdCallback
+//   stream quality    SetBwInfo, SetRtcQosInfo
+//   pen input         SendPenData, PortInit, PortStatus, PortData, serialize, serialize_field
+//   joysticks         GetJoystickDevList, GetJoystickMappingList, SetJoystickMapping,
+//                     CalibrationJoystick, RegisterJoystickCallback, UnregisterJoystickCallback,
+//                     JoystickResultNotify
 
 #ifndef VEL_APPS_LOCAL_VELPROXY_VEL_PROXY_H
 #define VEL_APPS_LOCAL_VELPROXY_VEL_PROXY_H
@@ -49,12 +98,12 @@ namespace qx {
 class Block;
 class RemoteCall;
 
-// Makes the pen packet of a tablet event: 178 bytes in a buffer of the process, which the next call
-// writes again. One thread at a time.
+// Makes the PenPacket of a tablet event: 178 bytes in a buffer of the process, which the next call
+// overwrites.
 //
-// flags      what the packet says of the pointer, as Windows pointer flags
-// x, y       position in pixels; -1 takes the event's own, each for itself
-// returns    the packet; null when event is null
+// flags      PenPacket::pointerFlags
+// x, y       position in pixels; -1 stands for the event's own x or y
+// returns    the address of the PenPacket; null when event is null
 unsigned char* serialize(QTabletEvent* event, int flags, int x, int y);
 
 // Copies len bytes, the first one first.
@@ -74,8 +123,8 @@ class VelProxy {
   VelProxy(const VelProxy&) = delete;
   VelProxy& operator=(const VelProxy&) = delete;
 
-  // The one instance, made on first use and never destroyed; never null. Connects again first if
-  // the service was away.
+  // The one instance, made on first use and never destroyed; never null. Tries to connect first
+  // while there is no connection.
   static VelProxy* getInstance();
 
   // Hands a broadcast event to the instance. Public because the bus calls it.
@@ -91,19 +140,20 @@ class VelProxy {
   // returns    0: connected, or was connected before; 0xFFFFFFFF: no bus or no service
   virtual unsigned int Init();
 
-  // Tells the service to forget the state of this client.
+  // Asks the service to reset.
   //
-  // returns    0: the service answered, whatever it said; 0xFFFFFFFF: no answer
+  // returns    0: the service answered, with any number; 0xFFFFFFFF: no answer
   // bus        resetService() -> int32, ignored
   virtual unsigned int ResetService();
 
-  // Lets go of the service. The next getInstance() connects again.
+  // Releases the connection to the service. The next getInstance() connects again.
   virtual void ReleaseService();
 
-  // Takes one event of the service to the callbacks that it concerns. Called by the bus.
+  // Passes an event of the service to the callbacks that it concerns. Called by the bus.
   virtual void HandleEvent(std::shared_ptr<QXBusMessage> event);
 
-  // Listens for broadcast events once more, so that each one is handled once per successful Init().
+  // Adds a listener for broadcast events. Init() adds one each time it connects, and none is ever
+  // removed: a broadcast event is handled once per listener.
   //
   // returns    0
   virtual unsigned int InitBroadcast();
@@ -112,13 +162,15 @@ class VelProxy {
 
   // Attaches the service to a VM session. Waits at most 2000 ms.
   //
-  // returns    the service's status; -1: no answer, or kstStreamCollaborateType is 1
+  // returns    the service's status; -1: no answer, or the type of the client is
+  //            VEL_KST_STREAM_COLLAB_TYPE_COLLABORATOR, and nothing was sent
   // bus        connectVm(vm, int32 systemType, int32 shareMode, int32 connectParam) -> int32 status
   virtual unsigned int ConnectVm(VmInfo info);
 
-  // Detaches the service from a VM session, without waiting: the service's status is only logged.
+  // Detaches the service from a VM session, without waiting for the answer: the service's status is
+  // only logged.
   //
-  // returns    0: sent; -1: no service
+  // returns    0: handed to the bus; -1: no service
   // bus        disconnectVm(vm) -> int32 status
   virtual unsigned int DisconnectVm(std::string vmId);
 
@@ -134,9 +186,10 @@ class VelProxy {
   // bus        destroyPipe(vm, int32 count, count x bytes of 268) -> int32 status
   virtual unsigned int DestroyPipe(std::string vmId, std::list<_CHANNEL_HANDLE> handles);
 
-  // Asks to be told when the service dies and a VM's session with it. A later callback for the same
-  // VM takes the place of the earlier one. The registration ends with that call: register again
-  // once the callback has returned.
+  // Registers a callback for the death of the service, which ends the session of a VM (code 5).
+  // There is one per VM; a later one takes the place of the earlier. Code 5 ends the registration,
+  // also one that was made between the death and code 5: register again once the callback has
+  // returned, and not before.
   //
   // callback   null is registered, and never called
   // returns    0
@@ -145,15 +198,16 @@ class VelProxy {
   // returns    0, also when there was nothing to remove
   virtual int UnregisterCallback(std::string vmId);
 
-  // Starts a VM session, without waiting: the service's status is only logged.
+  // Starts a VM session, without waiting for the answer: the service's status is only logged.
   //
-  // returns    0: sent; -1: no service
+  // returns    0: handed to the bus; -1: no service
   // bus        startManager(vm) -> int32 status
   virtual unsigned int StartVm(std::string vmId);
 
   // --- Printers --------------------------------------------------------------------------------
 
-  // Asks to be told of printer events (code 1). There is one such callback.
+  // Registers the callback for printer events (code 1). There is one; a later one takes the place
+  // of the earlier.
   //
   // returns    0; -1: callback or userData is null, and nothing has changed
   virtual int RegisterPrinterCallback(PrinterCallback callback, void* userData);
@@ -175,25 +229,25 @@ class VelProxy {
   // bus        getVmList(int32 0) -> int32 count, count x (string vmId, int32 number)
   virtual std::map<std::string, unsigned int> GetVmList();
 
-  // The printers that can be redirected into a VM. Free each record with free().
+  // The printers of a VM. Free each record with free().
   //
   // returns    the printers; those before the first empty record if there is one
   // bus        getPrinterList(vm) -> int32 count, count x bytes
   virtual std::list<PrinterDevice*> GetPrinterList(std::string vmId);
 
-  // One printer, normally: a list of what the service answers. Free each record with free().
+  // The records that the service has of a printer, normally one. Free each record with free().
   //
   // devNumber  PrinterDevice::devNum
   // bus        getPrinterStatus(int16 printer) -> int32 count, count x bytes
   virtual std::list<PrinterDevice*> GetPrinterStatus(unsigned short devNumber);
 
-  // Redirects a printer into a VM. Does not make other operations wait.
+  // Redirects a printer into a VM. Other operations do not wait for this call.
   //
   // returns    the service's status; -1: no answer
   // bus        connectPrinter(vm, int16 printer) -> int32 status
   virtual int ConnectPrinter(std::string vmId, unsigned short devNumber);
 
-  // Takes a printer back from a VM. Does not make other operations wait.
+  // Takes a printer back from a VM. Other operations do not wait for this call.
   //
   // returns    the service's status; -1: no answer
   // bus        disconnectPrinter(vm, int16 printer) -> int32 status
@@ -227,13 +281,13 @@ class VelProxy {
 
   // --- Devices ---------------------------------------------------------------------------------
 
-  // The devices that can be attached to a VM. Free the records with FreeDeviceList.
+  // The devices of a VM. Free the records with FreeDeviceList.
   //
   // returns    the devices; those before the first empty record if there is one
   // bus        getDeviceList(vm) -> int32 count, count x bytes
   virtual std::list<CommonDevice*> GetDeviceList(std::string vmId);
 
-  // One device, normally: a list of what the service answers, untouched. Free the records with
+  // The records that the service has of a device, normally one, unchanged. Free the records with
   // FreeDeviceList.
   //
   // devNumber  CommonDevice::devNumber
@@ -258,8 +312,8 @@ class VelProxy {
   // bus        disconnectDevice(vm, int16 device) -> int32 status
   virtual int DisconnectDevice(std::string vmId, unsigned short devNumber);
 
-  // Asks to be told of device events (codes 4, 5, 6, 7, 10, 64, 65). One callback per userData; a
-  // later one takes the place of the earlier.
+  // Registers a callback for device events (codes 4, 5, 6, 7, 10, 64, 65). There is one per
+  // userData; a later one takes the place of the earlier.
   //
   // returns    0; -1: callback or userData is null, and nothing has changed
   virtual int RegisterDeviceCallback(DeviceCallback callback, void* userData);
@@ -275,10 +329,13 @@ class VelProxy {
   // returns    the smallest user data of the device callbacks; null when there is none
   virtual void* CheckDeviceCallback();
 
-  // Asks to be told of answers to service commands (code 66). There is one such callback; null ends
-  // it. DoVelCmd calls it itself, on the caller's thread and with the call mutex held, when the
-  // service refuses a command: a callback that then calls a remote operation never returns, and one
-  // that registers or unregisters anything but itself may not.
+  // Registers the callback for answers to service commands (code 66). There is one; null ends the
+  // registration. This operation does not wait for a callback that runs: the earlier one may still
+  // use its userData afterwards.
+  //
+  // When a command fails, DoVelCmd calls the callback on its own thread, with the call mutex held
+  // in place of the callback mutex. A callback that then calls a remote operation never returns,
+  // and one that registers or unregisters anything but itself may never return.
   //
   // returns    0
   virtual int RegisterCmdCallback(CmdCallback callback, void* userData);
@@ -307,34 +364,35 @@ class VelProxy {
   // returns    0
   virtual int ConnectUsbredir(std::string vmId, UDevInfo info);
 
-  // Waits until the service is back, at most about 1000 s, connects again, and tells every per-VM
-  // callback with code 5 that its session has ended. Called by the bus, on a thread of its own.
+  // Waits until the service is back, at most about 1000 s, connects the instance again, and calls
+  // every callback of RegisterCallback with code 5. Called by the bus, on a thread of its own.
   virtual void onServiceDeath();
 
   // --- Pen input -------------------------------------------------------------------------------
 
-  // Sends one tablet event to the pen port. Nothing is sent, and 0 returned, while the port is
-  // closed or the far end has not yet given the pen its device number.
+  // Writes a tablet event to the pen port, as a frame (see PortHeader). Nothing is written, and the
+  // result is 0, while the port is closed or the pen has no device number yet.
   //
   // vmId       not used
   // event      a QTabletEvent
-  // type       0: a tablet event; nothing else is handled
-  // x, y       the position to send, in pixels; -1 takes the event's own, each for itself
+  // type       0: a tablet event; no other type is known
+  // x, y       the position to send, in pixels; -1 stands for the event's own x or y
   // returns    0; -1: type is not 0, event is null, or the port's writer has thrown an exception
   virtual int SendPenData(std::string vmId, void* event, int type, int x, int y);
 
   // Announces a port of the client. Only one whose name contains "space.port.2" is the pen's.
   //
-  // writer     receives the frames of the pen; may announce the port anew while it runs
+  // writer     receives the frames of the pen; may call PortInit itself
   virtual void PortInit(const std::string& name, bool opened, PortWriter writer);
 
-  // Tells that a port has been opened or closed.
+  // Reports that a port has been opened or closed.
   virtual void PortStatus(const std::string& name, bool opened);
 
-  // Takes what arrived on a port, from any thread. The first message with command 2101 gives the
-  // pen its device number, for the life of the proxy.
+  // Takes a message that arrived on a port, from any thread. The first one with command 2101 and a
+  // device number other than 0 gives the pen its device number, for the life of the proxy.
   //
-  // data       at least 8 bytes; length is not looked at
+  // data       the first 8 bytes of a PortHeader, at least
+  // length     not used: shorter data is read beyond its end
   virtual void PortData(const std::string& name, unsigned char* data, unsigned int length);
 
   // --- Devices of this machine, VM numbers -----------------------------------------------------
@@ -351,8 +409,8 @@ class VelProxy {
   //            -> int32 status
   virtual int SetDeviceLocalPolicy(CommonDevice* device);
 
-  // The service's number for a VM. Asked once; then remembered until the service dies. Does not
-  // wait for calls of other threads.
+  // The service's number for a VM. Asked once; then remembered until the service dies. While the
+  // service is connected, does not wait for calls of other threads.
   //
   // returns    the number; 0: vmId is empty or not known to the service, or no answer
   // bus        getVmListSize(string vmId) -> int32 number
@@ -381,7 +439,7 @@ class VelProxy {
   // bus        redirectDevice(vm, int16 first, int16 second) -> int32 status
   virtual int RedirectDevice(std::string vmId, unsigned short first, unsigned short second);
 
-  // Sets whether devices of a type are attached by themselves.
+  // Sets whether the service attaches devices of a type by itself.
   //
   // autoConnect  only its low 16 bits travel
   // returns      the service's status; -1: no answer
@@ -414,29 +472,30 @@ class VelProxy {
   // bus        doveltest(int32 0, int16 flag) -> int32 status
   virtual int DoVelTest(std::string vmId, unsigned int flag);
 
-  // Gives the service a command. Its answer arrives later, at the callback of RegisterCmdCallback.
+  // Sends a command to the service, which may answer later to the callback of RegisterCmdCallback.
   // Writes a line to standard output.
   //
-  // returns    the service's status; -1: no answer. After an error reply the callback has been
+  // returns    the service's status; -1: no answer. With a service, the callback has then been
   //            called with (cmdId & 0xFFFF, null)
   // bus        dovelcmd(vm, string args, int32 cmdId) -> int32 status
   virtual int DoVelCmd(std::string vmId, std::string args, int cmdId);
 
   // The service's help on its commands.
   //
-  // returns    "vm id [\n", the text, "]\n"; without an answer only "vm id [\n"
+  // returns    "vm id [\n", the text, "]\n"; no answer: only "vm id [\n"
   // bus        getvelcmdhelp(vm) -> string text
   virtual std::string GetVelCmdHelp(std::string vmId);
 
   // --- Stream quality --------------------------------------------------------------------------
 
-  // Reports two bandwidth figures, without waiting: the service's status is only logged.
+  // Reports two bandwidth figures, without waiting for the answer: the service's status is only
+  // logged.
   //
   // bus        setBwInfo(vm, uint64 first, uint64 second) -> int32 status
   virtual void SetBwInfo(const std::string& vmId, unsigned long long first,
                          unsigned long long second);
 
-  // Reports a figure on the quality of real-time communication, without waiting.
+  // Reports a figure on the quality of real-time communication, without waiting for the answer.
   //
   // data       for type 1 an unsigned int; otherwise not read. May be null
   // bus        setRtcQosInfo(vm, uint64 type [, uint64 figure]) -> int32 status
@@ -444,25 +503,26 @@ class VelProxy {
 
   // --- Diagnosis -------------------------------------------------------------------------------
 
-  // Diagnoses the redirection of one source. Waits at most 10000 ms, without making other
-  // operations wait.
+  // Diagnoses the redirection of one source. Waits at most 10000 ms; other operations do not wait
+  // for this call.
   //
-  // notify     receives the progress, from now on and of every diagnosis. Null ends that; nothing
-  //            else is done then
-  // returns    the service's text; {"velservice":4097}: no answer, or the VM is not known
+  // notify     receives the progress of every diagnosis from now on. Null ends that, and then
+  //            nothing is sent
+  // returns    the service's text; {"velservice":4097}: no answer, an unknown VM, or a null notify
   // bus        diagnose(vm, bytes of 8 sourceId) -> string text
   virtual std::string Diagnose(const std::string& vmId, unsigned long long sourceId,
                                VelDiagnoseNotify* notify);
 
-  // Diagnoses one device, as Diagnose does; other operations wait.
+  // Diagnoses one device, as Diagnose does, but other operations wait for this call. Waits at most
+  // 10000 ms.
   //
   // bus        diagnoseDevice(vm, int32 device) -> string text
   virtual std::string DiagnoseDevice(const std::string& vmId, unsigned short devNumber,
                                      VelDiagnoseNotify* notify);
 
-  // Whether the service may use the camera.
+  // The camera authorisation of the service.
   //
-  // returns    the service's number for that; -1: no answer
+  // returns    the state, in the service's numbers; -1: no answer
   // bus        CheckCameraAuthStat() -> int32
   virtual int CheckCameraAuthStat();
 
@@ -474,7 +534,7 @@ class VelProxy {
   virtual int SetDevicePropertyWithVidPid(unsigned short vid, unsigned short pid,
                                           unsigned short deviceType, int value);
 
-  // deviceType  not sent: the service expects pid a second time in its place
+  // deviceType  not sent; the service expects pid a second time in its place
   // returns     the property; 0: no answer, as for a property of 0
   // bus         getDevicePropertyWithVidPid(int32 0, int16 vid, int16 pid, int32 pid) -> int32
   virtual int GetDevicePropertyWithVidPid(unsigned short vid, unsigned short pid,
@@ -512,17 +572,19 @@ class VelProxy {
 
   // --- Printers that other machines share ------------------------------------------------------
 
-  // Looks for the printers that the machine at an address shares. Waits at most 10000 ms.
+  // Searches for the printers that the machine at an address shares. Waits at most 10000 ms.
   //
   // ipaddr     an address that checkIpAddr accepts
-  // list       replaced by what was found when the result is 0; otherwise left alone
-  // returns    the service's status; 1: ipaddr was refused, nothing was sent; -1: no answer
+  // list       receives the printers in place of its elements when the result is 0; otherwise
+  //            unchanged
+  // returns    the service's status; -1: no answer; 1: also a refused address, and nothing was sent
   // bus        searchSharePrinter(string ipaddr) -> int32 status [, int32 count,
   //            count x (string addr, string name, string desc)]
   virtual int SearchSharePrinterDevice(const std::string& ipaddr,
                                        std::list<_SharePrinterDevice>& list);
 
-  // Ends a search, once the call that searches has returned.
+  // Stops a search. As calls are made one at a time, this call waits until a search of the same
+  // process has returned.
   //
   // returns    the service's status; -1: no answer
   // bus        stopSearchSharePrinter() -> int32 status
@@ -533,13 +595,13 @@ class VelProxy {
   //            -> int32 status
   virtual int AddSharePrinterDevice(std::list<_SharePrinterDevice>& list);
 
-  // Removes a shared printer, found by its address and name.
+  // Removes the shared printer with this address and name.
   //
   // returns    the service's status; -1: no answer
   // bus        deleteSharePrinter(string addr, string name) -> int32 status
   virtual int DeleteSharePrinterDevice(_SharePrinterDevice& device);
 
-  // --- Print queues of this machine: texts that client and service agree on ----------------------
+  // --- Print queues of this machine: the service gives the texts their meaning -------------------
 
   // All printers the service can see. Waits at most 30000 ms.
   //
@@ -556,8 +618,9 @@ class VelProxy {
   virtual int AddLocalPrinter(const std::string& first, const std::string& second,
                               const std::string& third);
 
-  // As AddLocalPrinter, with a driver that the service finds. Waits at most 30000 ms.
+  // Adds a printer automatically. Waits at most 30000 ms.
   //
+  // returns    the service's status; -1: no answer
   // bus        autoAddPrinter(string first, string second, string third) -> int32 status
   virtual int AutoAddPrinter(const std::string& first, const std::string& second,
                              const std::string& third);
@@ -578,8 +641,8 @@ class VelProxy {
 
   // --- Configuration of new devices ------------------------------------------------------------
 
-  // Asks to be told what became of a configuration (codes 2, 3, 8 and all that nothing else takes).
-  // One callback per userData; a later one takes the place of the earlier.
+  // Registers a callback for results of configurations: codes 2, 3, 8 and all that no other kind of
+  // callback receives. There is one per userData; a later one takes the place of the earlier.
   //
   // returns    0; -1: callback or userData is null, and nothing has changed
   virtual int RegisterConfigNewDevResultCallback(ConfigNewDevResultCallback callback,
@@ -602,7 +665,7 @@ class VelProxy {
                                        unsigned short type, unsigned short autoConnect,
                                        unsigned short popupCardConfig);
 
-  // Leaves a new device alone, as the user chose on its card. Waits at most 2000 ms.
+  // Ignores a new device, as the user chose on its card. Waits at most 2000 ms.
   //
   // returns    the service's status; -1: no answer
   // bus        configNewDeviceAsIgnore(bytes of 8 sourceId, int32 deviceType, int32 autoConnect,
@@ -610,26 +673,26 @@ class VelProxy {
   virtual int ConfigNewDeviceAsIgnore(unsigned long long sourceId, unsigned short deviceType,
                                       unsigned short autoConnect, unsigned short popupCardConfig);
 
-  // Gives a command for a storage device. Waits at most 10000 ms.
+  // Sends a command for a storage device. Waits at most 10000 ms.
   //
   // returns    the service's status; -1: no answer
   // bus        ConfigUdisks2Command(vm, bytes of 8 sourceId, int32 command) -> int32 status
   virtual int ConfigUdisks2Command(const std::string& vmId, unsigned long long sourceId,
                                    unsigned short command);
 
-  // Gives a command for a printer. Waits at most 10000 ms.
+  // Sends a command for a printer. Waits at most 10000 ms.
   //
-  // returns    0: the service answered, whatever it said; -1: no answer
+  // returns    0: the service answered, with any number; -1: no answer
   // bus        ConfigPrinterCommand(vm, bytes of 8 sourceId, int32 command) -> int32, ignored
   virtual int ConfigPrinterCommand(const std::string& vmId, unsigned long long sourceId,
                                    unsigned short command);
 
-  // Hands a device record to every device callback, in ascending order of user data.
+  // Calls every device callback with a record, in ascending order of user data.
   //
   // returns    0; -1: device is null
   virtual int DeviceBaseInfoNotify(unsigned short cmd, CommonDevice* device);
 
-  // Hands a result to every callback for new devices, in ascending order of user data.
+  // Calls every callback for results of configurations, in ascending order of user data.
   //
   // returns    0; -1: result is null
   virtual int ConfigNewDeviceResultNotify(unsigned short cmd, _ConfigNewDeviceResult* result);
@@ -652,23 +715,23 @@ class VelProxy {
   // bus        calibrationJoystick(int16 devIndex) -> int32 status
   virtual int CalibrationJoystick(unsigned short devIndex);
 
-  // Subscribes to joystick results. One callback per userData; a later one takes the place of the
-  // earlier. The service forgets the subscription when it dies: register again.
+  // Subscribes to joystick results. There is one callback per userData; a later one takes the place
+  // of the earlier. The library does not renew the subscription after a death of the service:
+  // register again.
   //
-  // returns    the service's status, and the callback is registered whatever it is; -1: no answer,
-  //            or callback or userData is null, and nothing has changed
+  // returns    the service's status, any of which registers the callback; -1: also no answer, or
+  //            callback or userData is null, and nothing has changed
   // bus        registerJoystickCallback(bytes of 8 address of this object) -> int32 status
   virtual int RegisterJoystickCallback(JoystickCallback callback, void* userData);
 
-  // Removes a callback; the service is told when none is left. Whether one is left is found before
-  // the service is told, so a registration on another thread at that moment may be ended with it.
+  // Removes a callback, and ends the subscription when no callback is left. Race: a callback that
+  // another thread registers between this check and the request loses its subscription.
   //
   // returns    0: others remain; otherwise the service's status, -1: no answer
   // bus        unregisterJoystickCallback(bytes of 8 address of this object) -> int32 status
   virtual int UnregisterJoystickCallback(void* userData);
 
-  // Hands a joystick result to every joystick callback, in ascending order of user data, on the
-  // calling thread. Each gets a copy of its own.
+  // Calls every joystick callback with a copy of a result, in ascending order of user data.
   //
   // result     null stands for a result of zeroes
   // returns    0
