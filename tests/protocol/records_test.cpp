@@ -2,28 +2,16 @@
 
 #include "vel/protocol/records.h"
 
-#include <cstddef>
 #include <set>
 #include <string>
 
 #include <gtest/gtest.h>
 
-#include "vel/apps/local/velproxy/vel_proxy.h"
+#include "tests/protocol/same_place.h"
+#include "vel/apps/local/velproxy/records.h"
 
 namespace velprotocol {
 namespace {
-
-#define EXPECT_SAME_PLACE(field, record, member)       \
-  EXPECT_EQ((field).offset, offsetof(record, member)); \
-  EXPECT_EQ((field).size, sizeof(record::member));     \
-  EXPECT_EQ((field).fixedBy, FixedBy::kClient);        \
-  EXPECT_EQ((field).name, #member)
-
-// The last text of a record runs to the end of its block.
-#define EXPECT_SAME_LAST_PLACE(field, record, member)  \
-  EXPECT_EQ((field).offset, offsetof(record, member)); \
-  EXPECT_EQ((field).fixedBy, FixedBy::kClient);        \
-  EXPECT_EQ((field).name, #member)
 
 TEST(RecordsTest, ADeviceHasItsFieldsWhereTheClientReadsThem) {
   EXPECT_SAME_PLACE(device::kNumber, CommonDevice, devNumber);

@@ -1,8 +1,8 @@
 // The frames of the pen port, which do not travel on the bus.
 //
-// The client library and pen/pen_frame.cpp each hold their own copy of these places on purpose: the
-// one writes frames, the other reads them, and a mistake in one shows in the other. The tests hold
-// both against this table.
+// The structures of the client library and pen/pen_frame.cpp each have these places on their own:
+// the one writes frames, the other reads them, and a mistake in one shows in the other. The tests
+// compare both with these tables.
 
 #ifndef VEL_PROTOCOL_FRAMES_H
 #define VEL_PROTOCOL_FRAMES_H
@@ -31,18 +31,18 @@ inline constexpr NumberField<std::uint32_t> kReqId{
     "reqId", 4, FixedBy::kClient, "number of the request: 1 for the first frame, 16 bits of it"};
 inline constexpr NumberField<std::uint32_t> kSize{"size", 8, FixedBy::kClient,
                                                   "bytes of header and packet: 194"};
-inline constexpr ReservedField kReserved{12, 4};
+inline constexpr ReservedField kReserved{12, 4, FixedBy::kClient};
 inline constexpr Field kFields[] = {kMagic, kDevId, kCommand, kReqId, kSize, kReserved};
 inline constexpr Layout kLayout{"PortHeader", "PortHeader", BlockSize::kExact,
                                 "The header of a frame.", kFields};
 static_assert(kLayout.isGapless() && kLayout.size() == 16, "PortHeader has a wrong layout");
 }  // namespace port_header
 
-// Names and order are those of POINTER_PEN_INFO of Windows. Each value is the low half of a slot of
-// 8 bytes whose high half is zero, but for the location, which fills its slot.
+// The fields of POINTER_PEN_INFO of Windows in its order, each in a slot of 8 bytes: a value in the
+// low half and zero in the high half, or the two coordinates of a location.
 namespace pen_packet {
 inline constexpr NumberField<std::uint8_t> kMarker{"marker", 0, FixedBy::kClient, "0xFF"};
-inline constexpr ReservedField kReserved{1, 1};
+inline constexpr ReservedField kReserved{1, 1, FixedBy::kClient};
 inline constexpr NumberField<std::uint64_t> kPointerType{"pointerType", 2, FixedBy::kClient,
                                                          "3: pen"};
 inline constexpr NumberField<std::uint64_t> kPointerId{"pointerId", 10, FixedBy::kClient, "0"};
@@ -51,20 +51,21 @@ inline constexpr NumberField<std::uint64_t> kPointerFlags{"pointerFlags", 26, Fi
                                                           "POINTER_FLAG_ bits"};
 inline constexpr NumberField<std::uint64_t> kSourceDevice{"sourceDevice", 34, FixedBy::kClient,
                                                           "0"};
-inline constexpr NumberField<std::uint64_t> kTargetWindow{"hwndTarget", 42, FixedBy::kClient, "0"};
+inline constexpr NumberField<std::uint64_t> kTargetWindow{"targetWindow", 42, FixedBy::kClient,
+                                                          "0"};
 inline constexpr NumberField<std::int32_t> kX{"x", 50, FixedBy::kClient, "pixels"};
 inline constexpr NumberField<std::int32_t> kY{"y", 54, FixedBy::kClient, "pixels"};
-inline constexpr NumberField<std::uint64_t> kHimetricLocation{"ptHimetricLocation", 58,
+inline constexpr NumberField<std::uint64_t> kHighResolutionLocation{"highResolutionLocation", 58,
+                                                                    FixedBy::kClient, "0"};
+inline constexpr NumberField<std::uint64_t> kRawPixelLocation{"rawPixelLocation", 66,
                                                               FixedBy::kClient, "0"};
-inline constexpr NumberField<std::uint64_t> kRawPixelLocation{"ptPixelLocationRaw", 66,
-                                                              FixedBy::kClient, "0"};
-inline constexpr NumberField<std::uint64_t> kRawHimetricLocation{"ptHimetricLocationRaw", 74,
-                                                                 FixedBy::kClient, "0"};
-inline constexpr NumberField<std::uint64_t> kTime{"dwTime", 82, FixedBy::kClient, "0"};
+inline constexpr NumberField<std::uint64_t> kRawHighResolutionLocation{"rawHighResolutionLocation",
+                                                                       74, FixedBy::kClient, "0"};
+inline constexpr NumberField<std::uint64_t> kTime{"time", 82, FixedBy::kClient, "0"};
 inline constexpr NumberField<std::uint64_t> kHistoryCount{"historyCount", 90, FixedBy::kClient,
                                                           "0"};
 inline constexpr NumberField<std::uint64_t> kInputData{"inputData", 98, FixedBy::kClient, "0"};
-inline constexpr NumberField<std::uint64_t> kKeyStates{"dwKeyStates", 106, FixedBy::kClient, "0"};
+inline constexpr NumberField<std::uint64_t> kKeyStates{"keyStates", 106, FixedBy::kClient, "0"};
 inline constexpr NumberField<std::uint64_t> kPerformanceCount{"performanceCount", 114,
                                                               FixedBy::kClient, "0"};
 inline constexpr NumberField<std::uint64_t> kButtonChangeType{"buttonChangeType", 122,
@@ -90,9 +91,9 @@ inline constexpr Field kFields[] = {kMarker,
                                     kTargetWindow,
                                     kX,
                                     kY,
-                                    kHimetricLocation,
+                                    kHighResolutionLocation,
                                     kRawPixelLocation,
-                                    kRawHimetricLocation,
+                                    kRawHighResolutionLocation,
                                     kTime,
                                     kHistoryCount,
                                     kInputData,

@@ -56,10 +56,10 @@ struct BytesField : Field {
       : Field{itsName, itsOffset, itsSize, FieldType::kBytes, by, itsMeaning} {}
 };
 
-// Bytes without a meaning yet.
+// Bytes without a meaning: zero.
 struct ReservedField : BytesField {
-  constexpr ReservedField(std::size_t itsOffset, std::size_t itsSize)
-      : BytesField("reserved", itsOffset, itsSize, FixedBy::kService, "zero") {}
+  constexpr ReservedField(std::size_t itsOffset, std::size_t itsSize, FixedBy by)
+      : BytesField("reserved", itsOffset, itsSize, by, "zero") {}
 };
 
 // How long a block may be.

@@ -52,7 +52,8 @@ struct Method {
 };
 
 // Arguments named vm hold the number of a VM: 0 stands for this machine, and for a VM that the
-// service does not know. A sourceId of ay8 is a uint64 in eight bytes.
+// service does not know. Arguments named unused are 0. A sourceId of ay8 is a uint64 in eight
+// bytes.
 inline constexpr Method kMethods[] = {
     {"resetService", "", "status:i", kUsualMs, Subject::kService,
      "Forgets the state of the client. The client library ignores the status."},
@@ -68,7 +69,7 @@ inline constexpr Method kMethods[] = {
     {"setPortChannelStatus", "vm:i port:i status:i", "status:i", kUsualMs, Subject::kVms,
      "Reports the new state of a port channel."},
     {"getVmList", "unused:i", "count:i (vmId:s number:i)*", kUsualMs, Subject::kVms,
-     "Lists the VMs and the number of each. The argument is 0."},
+     "Lists the VMs and the number of each."},
     {"getPrinterList", "vm:i", "count:i (printer:Printer)*", kUsualMs, Subject::kPrinters,
      "Lists the printers of a VM."},
     {"getPrinterStatus", "printer:n", "count:i (printer:Printer)*", kUsualMs, Subject::kPrinters,
@@ -111,15 +112,15 @@ inline constexpr Method kMethods[] = {
      "Moves a device. Direction, of velsim: 0: back to this machine, 1: into the VM, from another "
      "VM as well."},
     {"setAutoConnect", "unused:i deviceType:n autoConnect:n", "status:i", kUsualMs,
-     Subject::kPolicies, "Sets whether devices of a type attach by themselves. unused is 0."},
+     Subject::kPolicies, "Sets whether devices of a type attach by themselves."},
     {"getAutoConnect", "unused:i deviceType:n", "setting:i", kUsualMs, Subject::kPolicies,
-     "Returns whether devices of a type attach by themselves. unused is 0."},
+     "Returns whether devices of a type attach by themselves."},
     {"connectDeviceBySrcId", "vm:i sourceId:t", "status:i", kUsualMs, Subject::kDevices,
      "Attaches the device with a source id to a VM."},
     {"disconnectDeviceBySrcId", "vm:i sourceId:t", "status:i", kUsualMs, Subject::kDevices,
      "Detaches the device with a source id from a VM."},
     {"doveltest", "unused:i test:n", "status:i", kUsualMs, Subject::kDiagnosis,
-     "Runs a self-test. unused is 0."},
+     "Runs a self-test."},
     {"dovelcmd", "vm:i command:s id:i", "status:i", kUsualMs, Subject::kCommands,
      "Gives the service a command. The answer is event 66."},
     {"getvelcmdhelp", "vm:i", "text:s", kUsualMs, Subject::kCommands,
@@ -137,23 +138,20 @@ inline constexpr Method kMethods[] = {
      "Returns whether the service may use the camera; of velsim 0: allowed, 1: denied, 2: no "
      "camera."},
     {"setDevicePropertyWithVidPid", "unused:i vid:n pid:n deviceType:i value:i", "status:i",
-     kUsualMs, Subject::kPolicies,
-     "Sets the property of a USB vendor and product id. unused is 0."},
+     kUsualMs, Subject::kPolicies, "Sets the property of a USB vendor and product id."},
     {"getDevicePropertyWithVidPid", "unused:i vid:n pid:n pidAgain:i", "property:i", kUsualMs,
      Subject::kPolicies,
-     "Returns the property of a USB vendor and product id. unused is 0; pidAgain is the product id "
-     "once more."},
+     "Returns the property of a USB vendor and product id. pidAgain is the product id once more."},
     {"getLocalDevicePropertyWithVidPid", "unused:i vid:n pid:n pidAgain:i", "property:i", kUsualMs,
      Subject::kPolicies, "As getDevicePropertyWithVidPid, for the property on this machine."},
     {"getPolicyListByVidPid", "unused:i", "count:i (policy:VidPidPolicy)*", kUsualMs,
-     Subject::kPolicies, "Lists the policies by USB vendor and product id. unused is 0."},
+     Subject::kPolicies, "Lists the policies by USB vendor and product id."},
     {"getTurboConfigWithVidPid", "unused:i vid:n pid:n", "text:s", kUsualMs, Subject::kPolicies,
-     "Returns the turbo configuration of a USB vendor and product id. unused is 0."},
+     "Returns the turbo configuration of a USB vendor and product id."},
     {"setTurboConfigWithVidPid", "unused:i vid:n pid:n config:ay", "status:i", kUsualMs,
-     Subject::kPolicies,
-     "Sets the turbo configuration of a USB vendor and product id. unused is 0."},
+     Subject::kPolicies, "Sets the turbo configuration of a USB vendor and product id."},
     {"resetAllDeviceProperty", "unused:i", "status:i", kUsualMs, Subject::kPolicies,
-     "Resets all properties. unused is 0."},
+     "Resets all properties."},
     {"searchSharePrinter", "address:s", "result:i [count:i (address:s name:s description:s)*]",
      kLongMs, Subject::kSharedPrinters,
      "Searches for the printers that a machine shares. The list is there when result is 0."},

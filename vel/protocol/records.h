@@ -35,7 +35,7 @@ inline constexpr NumberField<std::uint16_t> kNumber{"devNumber", 0, FixedBy::kCl
                                                     "number of the device"};
 inline constexpr NumberField<std::uint16_t> kIsMounted{"isMounted", 2, FixedBy::kService,
                                                        "1: mounted on this machine, otherwise 0"};
-inline constexpr ReservedField kReserved1{4, 4};
+inline constexpr ReservedField kReserved1{4, 4, FixedBy::kService};
 inline constexpr NumberField<std::uint16_t> kStatus{
     "status", 8, FixedBy::kClient,
     "2: attached to the VM in vmId; of velsim also 0: gone, 1: available, 3: ignored"};
@@ -48,7 +48,7 @@ inline constexpr NumberField<std::uint16_t> kVid{"vid", 24, FixedBy::kService, "
 inline constexpr NumberField<std::uint16_t> kPid{"pid", 26, FixedBy::kService, "USB product id"};
 inline constexpr NumberField<std::uint16_t> kType{"type", 28, FixedBy::kService,
                                                   "type of the device"};
-inline constexpr ReservedField kReserved2{30, 266};
+inline constexpr ReservedField kReserved2{30, 266, FixedBy::kService};
 inline constexpr TextField kName{"name", 296, 128, FixedBy::kClient, "name"};
 inline constexpr TextField kPolicyText{
     "policyText", 424, 256, FixedBy::kClient,
@@ -68,7 +68,7 @@ static_assert(kLayout.isGapless() && kLayout.size() == 936, "Device has a wrong 
 namespace printer {
 inline constexpr NumberField<std::uint16_t> kNumber{"devNum", 0, FixedBy::kClient,
                                                     "number of the printer"};
-inline constexpr ReservedField kReserved{2, 6};
+inline constexpr ReservedField kReserved{2, 6, FixedBy::kService};
 inline constexpr NumberField<std::int32_t> kVm{"vmId", 8, FixedBy::kClient,
                                                "number of the VM it is attached to, or 0"};
 inline constexpr NumberField<std::int32_t> kStatus{"status", 12, FixedBy::kClient,
@@ -85,7 +85,7 @@ inline constexpr NumberField<std::uint16_t> kVid{"vid", 0, FixedBy::kClient, "US
 inline constexpr NumberField<std::uint16_t> kPid{"pid", 2, FixedBy::kClient, "USB product id"};
 inline constexpr NumberField<std::uint64_t> kSourceId{"sourceId", 4, FixedBy::kService,
                                                       "source id"};
-inline constexpr ReservedField kReserved{12, 6};
+inline constexpr ReservedField kReserved{12, 6, FixedBy::kService};
 inline constexpr NumberField<std::uint16_t> kIsSuccess{"isSuccess", 18, FixedBy::kClient,
                                                        "not 0: success"};
 inline constexpr TextField kName{"name", 20, 256, FixedBy::kClient, "name of the device"};

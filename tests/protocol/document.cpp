@@ -1,0 +1,214 @@
+#include "tests/protocol/document.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "vel/protocol/events.h"
+#include "vel/protocol/frames.h"
+#include "vel/protocol/methods.h"
+#include "vel/protocol/records.h"
+
+namespace velprotocol {
+namespace {
+
+constexpr char kIntroduction[] = R"(# Protocol of the service "vel"
+
+<!-- Generated from vel/protocol/: edit the headers there, not this file. -->
+
+The methods that the service answers, the events that it sends, and the records in both. `velsim`
+is a service that keeps to this protocol; `vel/protocol/` states it for the compiler.
+[Over D-Bus](architecture.md#over-d-bus) says how a call, a reply and an event travel.
+
+- A call and a reply hold arguments by position. The service should refuse a call whose arguments
+  are not those of the method, and answer an error with one text.
+- Every method needs an answer. The client library waits at most the time in the table. It does not
+  wait for methods marked *asynchronous*, and only logs their answers.
+- A status is the service's own number; 0 is success. The client library passes it on unchanged.
+- `vm` is the number of a VM, which getVmListSize returns for a name. 0 stands for this machine, and
+  for a name that the service does not know.
+- Numbers of devices, printers and joysticks, and USB ids, are unsigned: as int16 they keep their 16
+  bits, so that 65535 travels as -1.
+- `count`, then a group in parentheses: the group follows count times. In the answer to a client an
+  empty block ends a list early. Arguments in brackets may be missing.
+- `unused` is 0. `bytes[8]` named sourceId is a uint64.
+- All numbers in blocks are little-endian.
+
+)";
+
+constexpr char kMethodsHead[] = "| method | arguments | reply | limit | |\n|---|---|---|---|---|\n";
+
+constexpr char kEventsIntroduction[] = R"(
+## Events
+
+An event holds the number of a VM (int32; 0: no VM), a code (int32) and, when there is one, a record
+(bytes). The client library drops an event of a VM whose number it has not asked for. It takes a code
+that is not listed for a NewDeviceResult.
+
+)";
+
+constexpr char kRecordsIntroduction[] = R"(
+## Records
+
+A record is one block of bytes. *client* marks the fields that the client library reads or writes:
+every service must keep to their places. *service* marks bytes that the client library passes on
+unread; the meaning given is velsim's. A text ends at its first NUL, or where its field ends.
+)";
+
+constexpr char kFramesIntroduction[] = R"(
+## Frames of the pen port
+
+Pen input does not travel on the bus: the client library writes frames to a port of the client whose
+name contains `space.port.2`, and reads messages from that port. It sends no frame before a message
+has given the pen its device number. Values of 8 bytes have 32 bits; the high half is zero.
+)";
+
+std::string code(std::string_view text) {
+  return "`" + std::string(text) + "`";
+}
+
+std::string link(std::string_view heading) {
+  std::string anchor(heading);
+  std::transform(anchor.begin(), anchor.end(), anchor.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return "[" + std::string(heading) + "](#" + anchor + ")";
+}
+
+std::string typeOf(const Argument& argument) {
+  if (argument.record) {
+    return link(argument.record->name());
+  }
+  const std::string type(nameOf(argument.type));
+  return argument.size != 0 ? type + "[" + std::to_string(argument.size) + "]" : type;
+}
+
+std::string shown(std::string_view notation) {
+  const ArgumentList arguments(notation);
+  if (arguments.size() == 0) {
+    return "none";
+  }
+  std::string text;
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    text += i == 0 ? "" : ", ";
+    text += i == arguments.optionalFrom() ? "[" : "";
+    text += i == arguments.repeatedFrom() ? "(" : "";
+    text += code(arguments[i].name) + " " + typeOf(arguments[i]);
+  }
+  text += arguments.repeatedFrom() < arguments.size() ? ")" : "";
+  text += arguments.optionalFrom() < arguments.size() ? "]" : "";
+  return text;
+}
+
+std::string limitOf(const Method& method) {
+  return method.timeoutMs == kAsynchronousMs ? "*asynchronous*"
+                                             : std::to_string(method.timeoutMs) + " ms";
+}
+
+struct Section {
+  Subject subject;
+  std::string_view heading;
+};
+constexpr Section kSections[] = {
+    {Subject::kService, "Service"},
+    {Subject::kVms, "VM sessions"},
+    {Subject::kDevices, "Devices"},
+    {Subject::kNewDevices, "New devices and storage commands"},
+    {Subject::kPolicies, "Policies and properties"},
+    {Subject::kNetworkDevices, "Network devices and USB redirection"},
+    {Subject::kPrinters, "Printers"},
+    {Subject::kSharedPrinters, "Shared printers"},
+    {Subject::kPrintQueues, "Print queues"},
+    {Subject::kJoysticks, "Joysticks"},
+    {Subject::kCommands, "Service commands"},
+    {Subject::kDiagnosis, "Diagnosis, self-tests and the camera"},
+    {Subject::kQuality, "Stream quality"},
+};
+
+std::string methods() {
+  std::string text = "## Methods\n";
+  for (const Section& section : kSections) {
+    text += "\n### " + std::string(section.heading) + "\n\n" + kMethodsHead;
+    for (const Method& method : kMethods) {
+      if (method.subject == section.subject) {
+        text += "| " + code(method.name) + " | " + shown(method.arguments) + " | " +
+                shown(method.reply) + " | " + limitOf(method) + " | " +
+                std::string(method.meaning) + " |\n";
+      }
+    }
+  }
+  return text;
+}
+
+std::string events() {
+  std::string text = kEventsIntroduction;
+  text += "| code | event | record | signal | |\n|---|---|---|---|---|\n";
+  for (const Event& event : kEvents) {
+    text += "| " + std::to_string(static_cast<std::int32_t>(event.code)) + " | " +
+            std::string(event.name) + " | " + link(event.record->name()) + " | " +
+            code(event.sent == Sent::kBroadcast ? kBroadcastEvent : kServiceEvent) + " | " +
+            std::string(event.meaning) + " |\n";
+  }
+  return text;
+}
+
+std::string_view nameOf(FieldType type) {
+  switch (type) {
+    case FieldType::kUnsigned:
+      return "unsigned";
+    case FieldType::kSigned:
+      return "signed";
+    case FieldType::kText:
+      return "text";
+    case FieldType::kBytes:
+      return "bytes";
+  }
+  return {};
+}
+
+std::string sizeOf(const Layout& layout) {
+  const std::string size = std::to_string(layout.size()) + " bytes";
+  if (layout.blockSize() == BlockSize::kExact) {
+    return "Exactly " + size + ".";
+  }
+  if (layout.isOpenEnded()) {
+    return layout.size() == 0 ? "As long as the text." : "As long as the text, after " + size + ".";
+  }
+  return "The service chooses the length; velsim sends " + size + ".";
+}
+
+std::string layoutOf(const Layout& layout) {
+  std::string text = "\n### " + std::string(layout.name()) + "\n\n" +
+                     std::string(layout.meaning()) + " " + sizeOf(layout);
+  text +=
+      layout.clientName().empty() ? "" : " The client library's " + code(layout.clientName()) + ".";
+  text += "\n\n| offset | size | type | field | fixed by | |\n|---|---|---|---|---|---|\n";
+  for (const Field& field : layout) {
+    text += "| " + std::to_string(field.offset) + " | " +
+            (field.size == kToTheEnd ? "to the end" : std::to_string(field.size)) + " | " +
+            std::string(nameOf(field.type)) + " | " + code(field.name) + " | " +
+            (field.fixedBy == FixedBy::kClient ? "client" : "service") + " | " +
+            std::string(field.meaning) + " |\n";
+  }
+  return text;
+}
+
+template <std::size_t count>
+std::string layoutsOf(const Layout* const (&layouts)[count]) {
+  std::string text;
+  for (const Layout* const layout : layouts) {
+    text += layoutOf(*layout);
+  }
+  return text;
+}
+
+}  // namespace
+
+std::string document() {
+  return kIntroduction + methods() + events() + kRecordsIntroduction + layoutsOf(kRecords) +
+         kFramesIntroduction + layoutsOf(kFrames);
+}
+
+}  // namespace velprotocol
