@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include <unistd.h>
+
 #include "bus/dbus/wire.h"
 
 namespace qxbus {
@@ -9,10 +11,14 @@ namespace {
 
 constexpr char kOutOfMemory[] = "out of memory";
 
-// The bus daemon's normal reply to a call.
-base::Result<MessagePtr> ask(Connection& connection, DBusMessage* call,
-                             Clock::time_point deadline) {
-  Outcome outcome = connection.call(call, deadline);
+// Null when memory is short.
+MessagePtr busCall(const char* method) {
+  return MessagePtr(
+      dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, method));
+}
+
+// The normal reply, or the reason why there is none.
+base::Result<MessagePtr> replyOf(Outcome outcome) {
   switch (outcome.kind) {
     case Outcome::Kind::kReturn:
       return std::move(outcome.reply);
@@ -23,7 +29,7 @@ base::Result<MessagePtr> ask(Connection& connection, DBusMessage* call,
   }
 }
 
-// The same, to a call with one text.
+// Makes a call with one text.
 base::Result<MessagePtr> ask(Connection& connection, const char* method, const std::string& text,
                              Clock::time_point deadline) {
   const MessagePtr call = busCall(method);
@@ -32,7 +38,7 @@ base::Result<MessagePtr> ask(Connection& connection, const char* method, const s
       !dbus_message_append_args(call.get(), DBUS_TYPE_STRING, &argument, DBUS_TYPE_INVALID)) {
     return base::Failed{kOutOfMemory};
   }
-  return ask(connection, call.get(), deadline);
+  return replyOf(connection.call(call.get(), deadline));
 }
 
 template <typename T>
@@ -45,9 +51,19 @@ std::optional<T> firstArgument(const base::Result<MessagePtr>& reply, int type) 
 
 }  // namespace
 
-MessagePtr busCall(const char* method) {
-  return MessagePtr(
-      dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, method));
+base::Result<void> signIn(Connection& connection, Clock::time_point deadline) {
+  const MessagePtr hello = busCall("Hello");
+  if (!hello) {
+    return base::Failed{kOutOfMemory};
+  }
+  Outcome outcome = connection.call(hello.get(), deadline);
+  if (outcome.kind == Outcome::Kind::kDisconnected) {
+    // The bus gives no reason.
+    return base::Failed{"the bus closed the connection during sign-in; it may refuse this user, " +
+                        std::to_string(::geteuid())};
+  }
+  const auto reply = replyOf(std::move(outcome));
+  return reply ? base::Result<void>() : reply.failed();
 }
 
 std::string ownerOf(Connection& connection, const std::string& busName,
@@ -87,7 +103,7 @@ base::Result<void> requestName(Connection& connection, const std::string& busNam
                                          &flags, DBUS_TYPE_INVALID)) {
     return base::Failed{kOutOfMemory};
   }
-  const auto reply = ask(connection, call.get(), deadline);
+  const auto reply = replyOf(connection.call(call.get(), deadline));
   if (!reply) {
     return reply.failed();
   }

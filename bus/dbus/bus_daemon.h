@@ -11,8 +11,8 @@
 
 namespace qxbus {
 
-// Null when memory is short.
-MessagePtr busCall(const char* method);
+// The first call on a connection: the bus carries no message before.
+base::Result<void> signIn(Connection& connection, Clock::time_point deadline);
 
 // The unique name of a well-known name's owner; empty when there is no owner, or no reply.
 std::string ownerOf(Connection& connection, const std::string& busName, Clock::time_point deadline);

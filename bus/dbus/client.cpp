@@ -7,6 +7,7 @@
 
 #include <unistd.h>
 
+#include "bus/dbus/bus_connection.h"
 #include "bus/dbus/bus_daemon.h"
 #include "bus/dbus/message_impl.h"
 #include "bus/dbus/names.h"
@@ -50,18 +51,6 @@ std::string broadcastRule(const std::string& name) {
 std::string textOf(const char* field) {
   return field ? field : "";
 }
-
-// Calls a function at the end of its scope.
-class AtExit {
- public:
-  explicit AtExit(std::function<void()> function) : function_(std::move(function)) {}
-  ~AtExit() { function_(); }
-  AtExit(const AtExit&) = delete;
-  AtExit& operator=(const AtExit&) = delete;
-
- private:
-  const std::function<void()> function_;
-};
 
 void callEach(const std::vector<Listeners::Registration>& registrations,
               const std::shared_ptr<QXBusMessage>& event) {
@@ -292,59 +281,60 @@ void ServiceHandle::connectionLost(unsigned int generation) {
 
 Client::Client(std::string address) : address_(std::move(address)) {}
 
-std::shared_ptr<Client> Client::connect(std::string address, std::string* failure) {
+base::Result<std::shared_ptr<Client>> Client::connect(std::string address) {
   std::shared_ptr<Client> client(new Client(std::move(address)));
   if (!client->events_.isRunning() || !client->completions_.isRunning() ||
       !client->deaths_.isRunning()) {
-    *failure = kNoThread;
-    return nullptr;
+    return base::Failed{kNoThread};
   }
-  return client->connection(deadlineAfter(kBusTimeoutMs), failure) ? client : nullptr;
+  const Connected connected = client->connection(deadlineAfter(kBusTimeoutMs));
+  if (!connected) {
+    return connected.failed();
+  }
+  return client;
 }
 
-std::shared_ptr<Connection> Client::connection(Clock::time_point deadline, std::string* failure) {
-  std::unique_lock<std::mutex> lock(mutex_);
-  if (!connected_.wait_until(lock, deadline, [this] { return !connecting_; })) {
-    *failure = "the bus does not answer";
-    return nullptr;
+std::shared_ptr<Connection> Client::openConnection() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return connection_ && connection_->isOpen() ? connection_ : nullptr;
+}
+
+Client::Connected Client::connection(Clock::time_point deadline) {
+  if (const std::shared_ptr<Connection> open = openConnection()) {
+    return open;
   }
-  if (connection_ && connection_->isOpen()) {
-    return connection_;
-  }
-  connecting_ = true;
-  lock.unlock();
-  // However it ends, the next caller may try.
-  const AtExit end([this] {
-    const std::lock_guard<std::mutex> ending(mutex_);
-    connecting_ = false;
-    connected_.notify_all();
+  return connecting_.join([this, deadline]() -> Connected {
+    // An attempt may just have ended.
+    if (const std::shared_ptr<Connection> open = openConnection()) {
+      return open;
+    }
+    return connectAnew(deadline);
   });
-  return connectAnew(deadline, failure);
 }
 
-std::shared_ptr<Connection> Client::connectAnew(Clock::time_point deadline, std::string* failure) {
+Client::Connected Client::connectAnew(Clock::time_point deadline) {
   unsigned int generation = 0;
   {
     const std::lock_guard<std::mutex> lock(mutex_);
     generation = ++attempts_;
   }
   const std::weak_ptr<Client> self = weak_from_this();
-  std::shared_ptr<Connection> connected =
-      Connection::open({address_, true},
-                       {[self, generation](MessagePtr message) {
-                          if (const std::shared_ptr<Client> client = self.lock()) {
-                            client->onMessage(generation, std::move(message));
-                          }
-                        },
-                        [self, generation] {
-                          if (const std::shared_ptr<Client> client = self.lock()) {
-                            client->onLost(generation);
-                          }
-                        }},
-                       deadline, failure);
-  if (!connected) {
-    return nullptr;
+  const Connected opened = connectToBus(address_,
+                                        {[self, generation](MessagePtr message) {
+                                           if (const std::shared_ptr<Client> client = self.lock()) {
+                                             client->onMessage(generation, std::move(message));
+                                           }
+                                         },
+                                         [self, generation] {
+                                           if (const std::shared_ptr<Client> client = self.lock()) {
+                                             client->onLost(generation);
+                                           }
+                                         }},
+                                        deadline);
+  if (!opened) {
+    return opened;
   }
+  const std::shared_ptr<Connection>& connected = *opened;
   std::vector<std::string> rules;
   {
     const std::lock_guard<std::mutex> lock(mutex_);
@@ -359,7 +349,7 @@ std::shared_ptr<Connection> Client::connectAnew(Clock::time_point deadline, std:
       logError("broadcast events will not arrive: " + added.reason());
     }
   }
-  return connected;
+  return opened;
 }
 
 bool Client::isServiceRegistered(const std::string& service) {
@@ -367,38 +357,47 @@ bool Client::isServiceRegistered(const std::string& service) {
     return false;
   }
   const Clock::time_point deadline = deadlineAfter(kBusTimeoutMs);
-  std::string failure;
-  const std::shared_ptr<Connection> connected = connection(deadline, &failure);
+  const Connected connected = connection(deadline);
   if (!connected) {
     return false;
   }
-  const std::string owner = ownerOf(*connected, busNameOf(service), deadline);
-  return !owner.empty() && isTrusted(*connected, owner, "service " + quoted(service), deadline);
+  const std::string owner = ownerOf(**connected, busNameOf(service), deadline);
+  return !owner.empty() && isTrusted(**connected, owner, "service " + quoted(service), deadline);
 }
 
 std::shared_ptr<ServiceHandle> Client::handleOn(const std::string& service,
                                                 QXBusSecurityFlags flags) {
-  std::string failure = "that is no name for a service";
-  const Clock::time_point deadline = deadlineAfter(kBusTimeoutMs);
-  if (isServiceName(service)) {
-    if (const std::shared_ptr<Connection> connected = connection(deadline, &failure)) {
-      std::shared_ptr<ServiceHandle> handle;
-      {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        handle = std::make_shared<ServiceHandle>(
-            shared_from_this(), connected, connected == connection_ ? generation_ : 0, service);
-        forgetDeadHandles();
-        handles_.push_back(handle);
-      }
-      const auto attached = handle->attach(flags, deadline);
-      if (attached) {
-        return handle;
-      }
-      failure = attached.reason();
-    }
+  const auto attached = attachTo(service, flags);
+  if (!attached) {
+    logError("no connection to service " + quoted(service) + ": " + attached.reason());
+    return nullptr;
   }
-  logError("no connection to service " + quoted(service) + ": " + failure);
-  return nullptr;
+  return *attached;
+}
+
+base::Result<std::shared_ptr<ServiceHandle>> Client::attachTo(const std::string& service,
+                                                              QXBusSecurityFlags flags) {
+  if (!isServiceName(service)) {
+    return base::Failed{"that is no name for a service"};
+  }
+  const Clock::time_point deadline = deadlineAfter(kBusTimeoutMs);
+  const Connected connected = connection(deadline);
+  if (!connected) {
+    return connected.failed();
+  }
+  std::shared_ptr<ServiceHandle> handle;
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    handle = std::make_shared<ServiceHandle>(shared_from_this(), *connected,
+                                             *connected == connection_ ? generation_ : 0, service);
+    forgetDeadHandles();
+    handles_.push_back(handle);
+  }
+  const auto attached = handle->attach(flags, deadline);
+  if (!attached) {
+    return attached.failed();
+  }
+  return handle;
 }
 
 void Client::addBroadcastListener(const std::string& name, QXBusEventCallback* listener,

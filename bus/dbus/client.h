@@ -13,7 +13,6 @@
 #ifndef BUS_DBUS_CLIENT_H
 #define BUS_DBUS_CLIENT_H
 
-#include <condition_variable>
 #include <functional>
 #include <map>
 #include <memory>
@@ -25,6 +24,7 @@
 
 #include "base/result.h"
 #include "bus/dbus/connection.h"
+#include "bus/dbus/shared_attempt.h"
 #include "bus/dbus/worker.h"
 #include "bus/qxbus.h"
 
@@ -109,8 +109,8 @@ class ServiceHandle : public std::enable_shared_from_this<ServiceHandle> {
 
 class Client : public std::enable_shared_from_this<Client> {
  public:
-  // Null, with a reason, when the bus cannot be reached.
-  static std::shared_ptr<Client> connect(std::string address, std::string* failure);
+  // An empty address stands for busAddress().
+  static base::Result<std::shared_ptr<Client>> connect(std::string address);
 
   bool isServiceRegistered(const std::string& service);
   std::shared_ptr<ServiceHandle> handleOn(const std::string& service, QXBusSecurityFlags flags);
@@ -129,10 +129,13 @@ class Client : public std::enable_shared_from_this<Client> {
  private:
   explicit Client(std::string address);
 
-  // The connection; a new one when the last is gone. Null, with a reason, when the bus cannot be
-  // reached by the deadline.
-  std::shared_ptr<Connection> connection(Clock::time_point deadline, std::string* failure);
-  std::shared_ptr<Connection> connectAnew(Clock::time_point deadline, std::string* failure);
+  using Connected = base::Result<std::shared_ptr<Connection>>;
+  // The connection; a new one when the last is gone.
+  Connected connection(Clock::time_point deadline);
+  Connected connectAnew(Clock::time_point deadline);
+  std::shared_ptr<Connection> openConnection();
+  base::Result<std::shared_ptr<ServiceHandle>> attachTo(const std::string& service,
+                                                        QXBusSecurityFlags flags);
   std::vector<std::shared_ptr<ServiceHandle>> liveHandles();
   void forgetDeadHandles();  // with mutex_ held
 
@@ -153,10 +156,9 @@ class Client : public std::enable_shared_from_this<Client> {
   Worker completions_;
   Worker deaths_;
   Listeners broadcastListeners_;
+  SharedAttempt<Connected> connecting_;
 
-  std::mutex mutex_;  // guards the rest
-  std::condition_variable connected_;
-  bool connecting_ = false;
+  std::mutex mutex_;           // guards the rest
   unsigned int attempts_ = 0;  // to connect
   std::shared_ptr<Connection> connection_;
   unsigned int generation_ = 0;  // the attempt that gave connection_

@@ -16,13 +16,13 @@
 #include <poll.h>
 #include <unistd.h>
 
-#include "bus/dbus/bus_daemon.h"
 #include "bus/dbus/opening.h"
 #include "bus/dbus/worker.h"
 
 namespace qxbus {
 namespace {
 
+constexpr char kOutOfMemory[] = "out of memory";
 constexpr char kConnectionGone[] = "the connection to the bus is gone";
 // What has been sent before the end may take this long to go out.
 constexpr std::chrono::seconds kLastWords{1};
@@ -110,33 +110,30 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
   Core(const Core&) = delete;
   Core& operator=(const Core&) = delete;
 
-  bool connect(const std::string& address, Clock::time_point deadline, std::string* failure) {
+  base::Result<void> connect(const std::string& address, Clock::time_point deadline) {
     if (!wake_.isOpen()) {
-      *failure = "no pipe left";
-      return false;
+      return base::Failed{"the system has no pipe left"};
     }
     if (!dbus_threads_init_default()) {
-      *failure = "out of memory";
-      return false;
+      return base::Failed{kOutOfMemory};
     }
-    bus_ = openPrivate(address, deadline, failure);
-    if (!bus_) {
-      return false;
+    const auto opened = openPrivate(address, deadline);
+    if (!opened) {
+      return opened.failed();
     }
+    bus_ = *opened;
     if (!dbus_connection_set_watch_functions(bus_, &Core::addWatch, &Core::removeWatch,
                                              &Core::toggleWatch, this, nullptr)) {
-      *failure = "out of memory";
       close();
-      return false;
+      return base::Failed{kOutOfMemory};
     }
     open_ = true;
     if (!startThread([self = shared_from_this()] { self->run(); })) {
-      *failure = kNoThread;
       open_ = false;
       close();
-      return false;
+      return base::Failed{kNoThread};
     }
-    return true;
+    return {};
   }
 
   void requestClose() {
@@ -383,36 +380,14 @@ Connection::~Connection() {
   core_->requestClose();
 }
 
-std::shared_ptr<Connection> Connection::open(const Endpoint& endpoint, Handlers handlers,
-                                             Clock::time_point deadline, std::string* failure) {
+base::Result<std::shared_ptr<Connection>> Connection::open(const std::string& address,
+                                                           Handlers handlers,
+                                                           Clock::time_point deadline) {
   auto core = std::make_shared<Core>(std::move(handlers));
-  if (!core->connect(endpoint.address, deadline, failure)) {
-    return nullptr;
+  if (const auto connected = core->connect(address, deadline); !connected) {
+    return connected.failed();
   }
-  std::shared_ptr<Connection> connection(new Connection(std::move(core)));
-  if (!endpoint.isBus) {
-    return connection;
-  }
-  const MessagePtr hello = busCall("Hello");
-  if (!hello) {
-    *failure = "out of memory";
-    return nullptr;
-  }
-  const Outcome outcome = connection->call(hello.get(), deadline);
-  const char* name = nullptr;
-  Error error;
-  if (!outcome.reply) {
-    *failure = outcome.text;
-    return nullptr;
-  }
-  if (dbus_set_error_from_message(error.get(), outcome.reply.get()) ||
-      !dbus_message_get_args(outcome.reply.get(), error.get(), DBUS_TYPE_STRING, &name,
-                             DBUS_TYPE_INVALID)) {
-    *failure = error.text();
-    return nullptr;
-  }
-  connection->uniqueName_ = name;
-  return connection;
+  return std::shared_ptr<Connection>(new Connection(std::move(core)));
 }
 
 bool Connection::isOpen() const {

@@ -16,6 +16,7 @@
 #include <memory>
 #include <string>
 
+#include "base/result.h"
 #include "bus/dbus/dbus_ptr.h"
 #include "bus/dbus/outcome.h"
 
@@ -28,12 +29,6 @@ Clock::time_point deadlineAfter(int milliseconds);
 
 class Connection {
  public:
-  struct Endpoint {
-    std::string address;
-    // Whether a bus daemon is at the other end; otherwise it is the service itself.
-    bool isBus = true;
-  };
-
   struct Handlers {
     // A signal or a method call has arrived.
     std::function<void(MessagePtr)> onMessage;
@@ -41,10 +36,10 @@ class Connection {
     std::function<void()> onLost;
   };
 
-  // Connects, and signs in at the bus daemon. Null, with a reason, when that fails or is not done
-  // by the deadline, however long the other end takes to accept.
-  static std::shared_ptr<Connection> open(const Endpoint& endpoint, Handlers handlers,
-                                          Clock::time_point deadline, std::string* failure);
+  // Connects to a D-Bus address. Fails at the deadline, however long the other end takes to accept.
+  static base::Result<std::shared_ptr<Connection>> open(const std::string& address,
+                                                        Handlers handlers,
+                                                        Clock::time_point deadline);
 
   // Closes the connection once what was sent has gone out, or after a second. Does not wait for the
   // I/O thread.
@@ -54,8 +49,6 @@ class Connection {
   Connection& operator=(const Connection&) = delete;
 
   bool isOpen() const;
-  // This side's name on the bus; empty without a bus daemon.
-  const std::string& uniqueName() const { return uniqueName_; }
 
   // False when the connection is gone.
   bool send(DBusMessage* message);
@@ -72,7 +65,6 @@ class Connection {
   explicit Connection(std::shared_ptr<Core> core);
 
   std::shared_ptr<Core> core_;
-  std::string uniqueName_;
 };
 
 }  // namespace qxbus

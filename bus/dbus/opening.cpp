@@ -63,27 +63,26 @@ void makeAttempt(const std::string& address, Opening& opening) {
 }  // namespace
 
 // connect() has no deadline: where a socket is listened to but nobody accepts, it waits for ever.
-DBusConnection* openPrivate(const std::string& address,
-                            std::chrono::steady_clock::time_point deadline, std::string* failure) {
+base::Result<DBusConnection*> openPrivate(const std::string& address,
+                                          std::chrono::steady_clock::time_point deadline) {
   Openings& all = openings();
   std::unique_lock<std::mutex> lock(all.mutex);
   // Whoever asks again and again must not leave a thread behind each time.
   if (!all.changed.wait_until(lock, deadline, [&] { return all.hanging.count(address) == 0; })) {
-    *failure = "the bus does not take connections";
-    return nullptr;
+    return base::Failed{"it does not take connections"};
   }
   const auto opening = std::make_shared<Opening>();
   if (!startThread([address, opening] { makeAttempt(address, *opening); })) {
-    *failure = kNoThread;
-    return nullptr;
+    return base::Failed{kNoThread};
   }
   if (!all.changed.wait_until(lock, deadline, [&] { return opening->finished; })) {
     opening->abandoned = true;
     all.hanging.insert(address);
-    *failure = "the bus does not take the connection";
-    return nullptr;
+    return base::Failed{"it does not take the connection"};
   }
-  *failure = opening->failure;
+  if (!opening->bus) {
+    return base::Failed{opening->failure};
+  }
   return opening->bus;
 }
 

@@ -8,12 +8,14 @@
 
 #include <dbus/dbus.h>
 
+#include "base/result.h"
+
 namespace qxbus {
 
-// A private connection that does not end the process with it, not yet signed in. Null, with a
-// reason, when there is none by the deadline. The caller closes and unrefs it.
-DBusConnection* openPrivate(const std::string& address,
-                            std::chrono::steady_clock::time_point deadline, std::string* failure);
+// A private connection that does not end the process with it, not yet signed in. The caller closes
+// and unrefs it.
+base::Result<DBusConnection*> openPrivate(const std::string& address,
+                                          std::chrono::steady_clock::time_point deadline);
 
 }  // namespace qxbus
 

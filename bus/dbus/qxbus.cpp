@@ -5,7 +5,9 @@
 #include "bus/dbus/client.h"
 #include "bus/dbus/message_impl.h"
 #include "bus/dbus/names.h"
+#include "bus/dbus/shared_attempt.h"
 #include "platform/log.h"
+#include "platform/mutex.h"
 
 struct QXBusProxyInterface::Impl {
   std::shared_ptr<qxbus::ServiceHandle> service;
@@ -64,28 +66,45 @@ void QXBusProxyInterface::removeEventListener(std::string name, QXBusEventCallba
 QXBusSerivceManager::QXBusSerivceManager(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 QXBusSerivceManager::~QXBusSerivceManager() = default;
 
-QXBusSerivceManager* QXBusSerivceManager::initSync(int /*wait*/) {
-  // Neither is ever destroyed: the bus threads run until the process has ended.
-  static auto* const mutex = new std::mutex;
-  static QXBusSerivceManager* manager = nullptr;
-  const std::lock_guard<std::mutex> lock(*mutex);
-  if (manager) {
+namespace {
+
+// The one manager, once there is one.
+struct FirstConnection {
+  QXBusSerivceManager* made() {
+    const platform::MutexLock lock(mutex);
     return manager;
   }
-  std::string failure = "there is no session bus, and QXBUS_ADDRESS names none";
-  const std::string address = qxbus::busAddress();
-  std::shared_ptr<qxbus::Client> client;
-  if (!address.empty()) {
-    client = qxbus::Client::connect(address, &failure);
+
+  QXBusSerivceManager* make() {
+    auto client = qxbus::Client::connect(qxbus::busAddress());
+    if (!client) {
+      norvoLogPrint(0, 7, "QXBUS", "%s", client.reason().c_str());
+      return nullptr;
+    }
+    auto impl = std::make_unique<QXBusSerivceManager::Impl>();
+    impl->client = std::move(*client);
+    const platform::MutexLock lock(mutex);
+    manager = new QXBusSerivceManager(std::move(impl));
+    return manager;
   }
-  if (!client) {
-    norvoLogPrint(0, 7, "QXBUS", "no connection to the bus: %s", failure.c_str());
-    return nullptr;
+
+  qxbus::SharedAttempt<QXBusSerivceManager*> attempt;
+  platform::Mutex mutex;
+  QXBusSerivceManager* manager QX_GUARDED_BY(mutex) = nullptr;
+};
+
+}  // namespace
+
+QXBusSerivceManager* QXBusSerivceManager::initSync(int /*wait*/) {
+  // Neither is ever destroyed: the bus threads run until the process has ended.
+  static auto* const first = new FirstConnection;
+  if (QXBusSerivceManager* const made = first->made()) {
+    return made;
   }
-  auto impl = std::make_unique<Impl>();
-  impl->client = std::move(client);
-  manager = new QXBusSerivceManager(std::move(impl));
-  return manager;
+  return first->attempt.join([] {
+    QXBusSerivceManager* const made = first->made();
+    return made ? made : first->make();
+  });
 }
 
 bool QXBusSerivceManager::isServiceRegistered(const std::string& name) {

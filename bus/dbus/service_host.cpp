@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "bus/dbus/bus_connection.h"
 #include "bus/dbus/bus_daemon.h"
 #include "bus/dbus/connection.h"
 #include "bus/dbus/names.h"
@@ -306,32 +307,28 @@ ServiceHost::ServiceHost(const std::string& address, const std::string& service,
   if (!impl_->worker.isRunning()) {
     throw std::runtime_error(kNoThread);
   }
-  const std::string reached = address.empty() ? busAddress() : address;
-  if (reached.empty()) {
-    throw std::runtime_error("there is no session bus, and QXBUS_ADDRESS names none");
-  }
   const Clock::time_point deadline = deadlineAfter(kBusTimeoutMs);
   const std::weak_ptr<Impl> self = impl_;
-  std::string failure;
-  const std::shared_ptr<Connection> connection =
-      Connection::open({reached, true},
-                       {[self](MessagePtr message) {
-                          if (const std::shared_ptr<Impl> impl = self.lock()) {
-                            std::unique_lock<std::mutex> lock(impl->mutex);
-                            const std::shared_ptr<Connection> from = impl->connection;
-                            lock.unlock();
-                            impl->onMessage(from, std::move(message));
-                          }
-                        },
-                        [self] {
-                          if (const std::shared_ptr<Impl> impl = self.lock()) {
-                            impl->onLost();
-                          }
-                        }},
-                       deadline, &failure);
-  if (!connection) {
-    throw std::runtime_error("no connection to the bus at " + reached + ": " + failure);
+  const auto connected = connectToBus(address,
+                                      {[self](MessagePtr message) {
+                                         if (const std::shared_ptr<Impl> impl = self.lock()) {
+                                           std::unique_lock<std::mutex> lock(impl->mutex);
+                                           const std::shared_ptr<Connection> from =
+                                               impl->connection;
+                                           lock.unlock();
+                                           impl->onMessage(from, std::move(message));
+                                         }
+                                       },
+                                       [self] {
+                                         if (const std::shared_ptr<Impl> impl = self.lock()) {
+                                           impl->onLost();
+                                         }
+                                       }},
+                                      deadline);
+  if (!connected) {
+    throw std::runtime_error(connected.reason());
   }
+  const std::shared_ptr<Connection>& connection = *connected;
   {
     const std::lock_guard<std::mutex> lock(impl_->mutex);
     impl_->connection = connection;

@@ -2,10 +2,12 @@
 //
 //   bus_process serve ADDRESS SERVICE [UID]
 //       runs a service, as another user if one is given; prints "running" when its name is taken
-//   bus_process connect [VARIABLE=VALUE]
-//       prints "connected" or "no bus", then the milliseconds that it took to find out
+//   bus_process connect [VARIABLE=VALUE [THREADS]]
+//       prints "connected" or "no bus" (or "mixed" when not all threads find the same), then the
+//       milliseconds that it took to find out, then the reason
 //   bus_process wait VARIABLE=VALUE
-//       prints "no bus" when there is none at first, and "connected" as soon as there is one
+//       prints "no bus" when there is none at first, and "connected" as soon as there is one, then
+//       "reason: " with what is left of the reason
 //   bus_process threads VARIABLE=VALUE
 //       runs out of threads, see runOutOfThreads
 //   bus_process close VARIABLE=VALUE all|sockets
@@ -29,6 +31,7 @@
 #include <string>
 #include <system_error>
 #include <thread>
+#include <vector>
 
 #include <grp.h>
 #include <sys/resource.h>
@@ -38,9 +41,9 @@
 #include <sys/syscall.h>
 #endif
 
-#include "bus/dbus/wire.h"
-
+#include "bus/dbus/bus_failure.h"
 #include "bus/dbus/service_host.h"
+#include "bus/dbus/wire.h"
 #include "bus/qxbus.h"
 #include "platform/log.h"
 
@@ -95,13 +98,23 @@ void setVariable(const std::string& assignment) {
   ::setenv(assignment.substr(0, equals).c_str(), assignment.substr(equals + 1).c_str(), 1);
 }
 
-int connect() {
+int connect(int threadCount) {
   const auto begun = std::chrono::steady_clock::now();
-  const QXBusSerivceManager* const manager = QXBusSerivceManager::initSync(-1);
+  std::vector<QXBusSerivceManager*> managers(static_cast<std::size_t>(threadCount));
+  std::vector<std::thread> threads;
+  threads.reserve(managers.size());
+  for (QXBusSerivceManager*& manager : managers) {
+    threads.emplace_back([&manager] { manager = QXBusSerivceManager::initSync(-1); });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
   const auto took = std::chrono::duration_cast<std::chrono::milliseconds>(
       std::chrono::steady_clock::now() - begun);
-  say(manager ? "connected" : "no bus");
+  const bool isSame = std::count(managers.begin(), managers.end(), managers[0]) == threadCount;
+  say(!isSame ? "mixed" : managers[0] ? "connected" : "no bus");
   say(std::to_string(took.count()));
+  say(qxbus::busFailure());
   return 0;
 }
 
@@ -113,6 +126,7 @@ int waitForBus() {
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
   say("connected");
+  say("reason: " + qxbus::busFailure());
   return 0;
 }
 
@@ -287,7 +301,7 @@ int run(int argc, char** argv) {
   if (mode == "absent") {
     return askForWhatIsAbsent();
   }
-  return mode == "wait" ? waitForBus() : connect();
+  return mode == "wait" ? waitForBus() : connect(argc > 3 ? std::atoi(argv[3]) : 1);
 }
 
 }  // namespace

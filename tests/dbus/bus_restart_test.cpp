@@ -4,11 +4,8 @@
 #include <filesystem>
 #include <thread>
 
-#include <fcntl.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-
 #include "tests/dbus/bus_test.h"
+#include "tests/dbus/odd_sockets.h"
 #include "tests/dbus/raw_peer.h"
 
 namespace {
@@ -16,44 +13,6 @@ namespace {
 using namespace dbustest;
 using testing::Each;
 using testing::ElementsAre;
-
-// A socket that is listened to by somebody who accepts nothing, with no more room to wait.
-class FullSocket {
- public:
-  explicit FullSocket(const std::filesystem::path& path) : path_(path) {
-    std::filesystem::remove(path_);
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    path_.string().copy(address.sun_path, sizeof address.sun_path - 1);
-    const auto* const where = reinterpret_cast<const sockaddr*>(&address);
-    const int listener = newSocket();
-    if (::bind(listener, where, sizeof address) != 0 || ::listen(listener, 0) != 0) {
-      throw std::runtime_error("no socket to listen to");
-    }
-    while (::connect(newSocket(), where, sizeof address) == 0) {
-    }
-  }
-  ~FullSocket() {
-    std::filesystem::remove(path_);
-    for (const int each : sockets_) {
-      ::close(each);
-    }
-  }
-  FullSocket(const FullSocket&) = delete;
-  FullSocket& operator=(const FullSocket&) = delete;
-
- private:
-  int newSocket() {
-    const int made = ::socket(AF_UNIX, SOCK_STREAM, 0);
-    ::fcntl(made, F_SETFL, O_NONBLOCK);
-    ::fcntl(made, F_SETFD, FD_CLOEXEC);
-    sockets_.push_back(made);
-    return made;
-  }
-
-  const std::filesystem::path path_;
-  std::vector<int> sockets_;
-};
 
 // 0 where there is no such directory.
 std::ptrdiff_t entriesOf(const std::string& directory) {
@@ -334,81 +293,5 @@ TEST_F(BusThatIsLost, LeavesNoDescriptorsOpen) {
       << openDescriptors() << " instead of " << before;
 }
 #endif
-
-// --- The first connection ------------------------------------------------------------------------
-
-class FirstConnection : public BusTest {
- protected:
-  struct Result {
-    std::string said;
-    Milliseconds took;
-  };
-  static Result connect(const std::vector<std::string>& variable) {
-    std::vector<std::string> arguments = {BUS_PROCESS, "connect"};
-    arguments.insert(arguments.end(), variable.begin(), variable.end());
-    Process process(helper(arguments));
-    const std::string said = process.readLine();
-    const std::string took = process.readLine();
-    EXPECT_EQ(process.wait().status, 0);
-    return {said, Milliseconds(std::atoi(took.c_str()))};
-  }
-};
-
-TEST_F(FirstConnection, ToABusThatIsNotThereFailsPromptly) {
-  const std::string addresses[] = {"unix:path=" + (bus().directory() / "nothing").string(),
-                                   "unix:path=" + (bus().directory() / "no" / "directory").string(),
-                                   "nonsense",
-                                   "unix:",
-                                   ";",
-                                   "tcp:host=127.0.0.1,port=1"};
-  for (const std::string& address : addresses) {
-    SCOPED_TRACE(address);
-    const Result result = connect({"QXBUS_ADDRESS=" + address});
-    EXPECT_EQ(result.said, "no bus");
-    EXPECT_LT(result.took, Milliseconds(1000));
-  }
-}
-
-TEST_F(FirstConnection, WithoutAnyAddressFailsPromptly) {
-  const Result result = connect({});
-
-  EXPECT_EQ(result.said, "no bus");
-  EXPECT_LT(result.took, Milliseconds(1000));
-}
-
-TEST_F(FirstConnection, IsToTheSessionBusWhenNoOtherIsNamed) {
-  EXPECT_EQ(connect({"DBUS_SESSION_BUS_ADDRESS=" + bus().address()}).said, "connected");
-  EXPECT_EQ(connect({"QXBUS_ADDRESS=" + bus().address()}).said, "connected");
-}
-
-TEST_F(FirstConnection, ToABusThatHangsFailsWithinTwoSeconds) {
-  bus().hang();
-  const Result result = connect({"QXBUS_ADDRESS=" + bus().address()});
-  bus().resume();
-
-  EXPECT_EQ(result.said, "no bus");
-  EXPECT_LT(result.took, Milliseconds(2500));
-}
-
-TEST_F(FirstConnection, ToABusThatTakesNoConnectionsFailsWithinTwoSeconds) {
-  const std::filesystem::path path = bus().directory() / "full";
-  const FullSocket socket(path);
-  Process process(helper({BUS_PROCESS, "connect", "QXBUS_ADDRESS=unix:path=" + path.string()}));
-
-  EXPECT_EQ(process.readLine(), "no bus");
-  const std::string took = process.readLine();
-  ASSERT_NE(took, "");
-  EXPECT_LT(std::atoi(took.c_str()), 2500);
-}
-
-TEST_F(FirstConnection, CanBeTriedAgain) {
-  bus().kill();
-  Process process(helper({BUS_PROCESS, "wait", "QXBUS_ADDRESS=" + bus().address()}));
-  ASSERT_EQ(process.readLine(), "no bus");
-
-  bus().start();
-
-  EXPECT_EQ(process.readLine(), "connected");
-}
 
 }  // namespace

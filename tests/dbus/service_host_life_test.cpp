@@ -3,7 +3,7 @@
 #include <atomic>
 #include <thread>
 
-#include "bus/dbus/connection.h"
+#include "bus/dbus/bus_connection.h"
 #include "bus/dbus/wire.h"
 #include "tests/dbus/bus_test.h"
 #include "tests/dbus/raw_peer.h"
@@ -128,11 +128,11 @@ TEST_F(LifeOfAServiceHost, CanEndInsideItsHandlerBeforeALargeReply) {
 // What the bus does not take is not kept for ever.
 TEST_F(LifeOfAServiceHost, EndsSoonAfterALastReplyThatTheBusDoesNotTake) {
   const auto lost = std::make_shared<Gate>();
-  std::string failure;
-  std::shared_ptr<qxbus::Connection> connection = qxbus::Connection::open(
-      {bus().address(), true}, {[](const qxbus::MessagePtr&) {}, [lost] { lost->open(); }},
-      qxbus::deadlineAfter(10000), &failure);
-  ASSERT_TRUE(connection) << failure;
+  auto connected = qxbus::connectToBus(bus().address(),
+                                       {[](const qxbus::MessagePtr&) {}, [lost] { lost->open(); }},
+                                       qxbus::deadlineAfter(10000));
+  ASSERT_TRUE(connected) << connected.reason();
+  std::shared_ptr<qxbus::Connection>& connection = *connected;
   bus().hang();
   const qxbus::MessagePtr signal(dbus_message_new_signal("/", "qx.bus.vel", "velevent"));
   ASSERT_TRUE(qxbus::appendBody(signal.get(), {std::string(8 * kMegabyte, 'x')}));

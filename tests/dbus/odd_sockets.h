@@ -1,0 +1,89 @@
+// Unix sockets where a bus is looked for that is none, or not a good one.
+
+#ifndef TESTS_DBUS_ODD_SOCKETS_H
+#define TESTS_DBUS_ODD_SOCKETS_H
+
+#include <atomic>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "base/self_pipe.h"
+
+namespace dbustest {
+
+// Descriptors that are closed with their object.
+class Descriptors {
+ public:
+  Descriptors() = default;
+  ~Descriptors();
+  Descriptors(const Descriptors&) = delete;
+  Descriptors& operator=(const Descriptors&) = delete;
+
+  int add(int descriptor);
+
+ private:
+  std::vector<int> all_;
+};
+
+// A socket that listens, at a path that is removed before and after.
+//
+// ERRORS    std::runtime_error when the system refuses it.
+class ListeningSocket {
+ public:
+  ListeningSocket(const std::filesystem::path& path, int backlog);
+  ~ListeningSocket();
+  ListeningSocket(const ListeningSocket&) = delete;
+  ListeningSocket& operator=(const ListeningSocket&) = delete;
+
+  std::string address() const { return "unix:path=" + path_.string(); }
+  int descriptor() const { return descriptor_; }
+  // Connects a new descriptor without waiting; false when there is no room.
+  bool connectTo(int descriptor) const;
+
+ private:
+  const std::filesystem::path path_;
+  Descriptors open_;
+  int descriptor_;
+};
+
+// Accepts nothing, and has no more room for a connection to wait.
+class FullSocket {
+ public:
+  explicit FullSocket(const std::filesystem::path& path);
+
+  std::string address() const { return listener_.address(); }
+
+ private:
+  ListeningSocket listener_;
+  Descriptors waiting_;
+};
+
+// Accepts every connection and answers the lines that come: the first with the first answer, and so
+// on.
+class AnsweringSocket {
+ public:
+  enum class Afterwards { kStaySilent, kClose };
+
+  AnsweringSocket(const std::filesystem::path& path, std::vector<std::string> answers,
+                  Afterwards afterwards);
+  ~AnsweringSocket();
+
+  std::string address() const { return listener_.address(); }
+  int accepted() const { return accepted_; }
+
+ private:
+  void run();
+
+  ListeningSocket listener_;
+  const std::vector<std::string> answers_;
+  const Afterwards afterwards_;
+  base::SelfPipe end_;
+  std::atomic<int> accepted_{0};
+  std::thread thread_;
+};
+
+}  // namespace dbustest
+
+#endif  // TESTS_DBUS_ODD_SOCKETS_H
