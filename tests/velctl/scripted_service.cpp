@@ -1,13 +1,12 @@
 #include "tests/velctl/scripted_service.h"
 
-#include <algorithm>
-#include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <utility>
 
 #include "bus/dbus/wire.h"
-#include "vel/apps/local/velproxy/vel_proxy.h"
+#include "vel/protocol/access.h"
+#include "vel/protocol/methods.h"
+#include "vel/protocol/records.h"
 
 namespace velctl_tests {
 namespace {
@@ -15,18 +14,14 @@ namespace {
 using qxbus::Bytes;
 using qxbus::Request;
 using qxbus::Values;
+using velprotocol::write;
+namespace device = velprotocol::device;
+namespace diagnosis = velprotocol::diagnosis;
+namespace new_device_result = velprotocol::new_device_result;
+namespace printer = velprotocol::printer;
 
 constexpr char kLookUp[] = "getVmListSize";
 constexpr char kVms[] = "getVmList";
-
-template <typename Value>
-void put(Bytes& block, std::size_t offset, Value value) {
-  std::memcpy(block.data() + offset, &value, sizeof value);
-}
-
-void put(Bytes& block, std::size_t offset, const std::string& text) {
-  std::copy(text.begin(), text.end(), block.begin() + static_cast<std::ptrdiff_t>(offset));
-}
 
 std::uint16_t low(int number) {
   return static_cast<std::uint16_t>(number);
@@ -34,87 +29,15 @@ std::uint16_t low(int number) {
 
 }  // namespace
 
-const std::vector<std::string>& allMethods() {
-  static const auto* const methods = new std::vector<std::string>{
-      "resetService",
-      "connectVm",
-      "disconnectVm",
-      "createPipe",
-      "destroyPipe",
-      "startManager",
-      "setPortChannelStatus",
-      "getVmList",
-      "getPrinterList",
-      "getPrinterStatus",
-      "connectPrinter",
-      "disconnectPrinter",
-      "addNetworkPrinter",
-      "deleteNetworkPrinter",
-      "renameNetworkPrinter",
-      "getNetworkPrinterList",
-      "getDeviceList",
-      "getDeviceStatus",
-      "connectDevice",
-      "disconnectDevice",
-      "onFocusChanged",
-      "updateDriveToken",
-      "setUsbredirStatus",
-      "setLocalPolicy",
-      "getVmListSize",
-      "addNetworkDevice",
-      "deleteNetworkDevice",
-      "redirectDevice",
-      "setAutoConnect",
-      "getAutoConnect",
-      "connectDeviceBySrcId",
-      "disconnectDeviceBySrcId",
-      "doveltest",
-      "dovelcmd",
-      "getvelcmdhelp",
-      "setBwInfo",
-      "setRtcQosInfo",
-      "diagnose",
-      "diagnoseDevice",
-      "CheckCameraAuthStat",
-      "setDevicePropertyWithVidPid",
-      "getDevicePropertyWithVidPid",
-      "getLocalDevicePropertyWithVidPid",
-      "getPolicyListByVidPid",
-      "getTurboConfigWithVidPid",
-      "setTurboConfigWithVidPid",
-      "resetAllDeviceProperty",
-      "searchSharePrinter",
-      "stopSearchSharePrinter",
-      "addSharePrinter",
-      "deleteSharePrinter",
-      "searchAllPrinter",
-      "getPrinterDriverlList",
-      "addPrinter",
-      "autoAddPrinter",
-      "deletePrinter",
-      "changePrinterDriver",
-      "printTestPage",
-      "configNewDeviceAsConnect",
-      "configNewDeviceAsIgnore",
-      "ConfigUdisks2Command",
-      "ConfigPrinterCommand",
-      "getJoystickDevList",
-      "getJoystickMappingList",
-      "setJoystickMapping",
-      "calibrationJoystick",
-      "registerJoystickCallback",
-      "unregisterJoystickCallback",
-  };
-  return *methods;
-}
-
 ScriptedService::ScriptedService(const std::string& address) {
   answers_[kVms] = Values{std::int32_t{1}, std::string(kVm), std::int32_t{kVmNumber}};
   std::vector<qxbus::Method> methods;
-  for (const std::string& name : allMethods()) {
-    methods.push_back({name, [this](Request request) { handle(std::move(request)); }});
+  for (const velprotocol::Method& method : velprotocol::kMethods) {
+    methods.push_back(
+        {std::string(method.name), [this](Request request) { handle(std::move(request)); }});
   }
-  host_ = std::make_unique<qxbus::ServiceHost>(address, "vel", std::move(methods));
+  host_ =
+      std::make_unique<qxbus::ServiceHost>(address, velprotocol::kServiceName, std::move(methods));
 }
 
 void ScriptedService::answer(const std::string& method, Answer answer) {
@@ -189,51 +112,44 @@ ScriptedService::Answer ScriptedService::answerTo(const Request& request) const 
 }
 
 Bytes printerBlock(int number, int status, int vmNumber, const std::string& name) {
-  Bytes block(offsetof(PrinterDevice, name) + name.size() + 1);
-  put(block, offsetof(PrinterDevice, devNum), low(number));
-  put(block, offsetof(PrinterDevice, vmId), vmNumber);
-  put(block, offsetof(PrinterDevice, status), status);
-  put(block, offsetof(PrinterDevice, name), name);
+  Bytes block(printer::kName.offset + name.size() + 1);
+  write(block, printer::kNumber, low(number));
+  write(block, printer::kVm, vmNumber);
+  write(block, printer::kStatus, status);
+  write(block, printer::kName, name);
   return block;
 }
 
 Bytes deviceBlock(int number, int status, int policy, int vmNumber, const std::string& name,
                   const std::string& policyText) {
-  Bytes block(offsetof(CommonDevice, vmIdText));
-  put(block, offsetof(CommonDevice, devNumber), low(number));
-  put(block, offsetof(CommonDevice, status), low(status));
-  put(block, offsetof(CommonDevice, policy), low(policy));
-  put(block, offsetof(CommonDevice, vmId), vmNumber);
-  put(block, offsetof(CommonDevice, name), name);
-  put(block, offsetof(CommonDevice, policyText), policyText);
+  Bytes block(device::kVmIdText.offset);
+  write(block, device::kNumber, low(number));
+  write(block, device::kStatus, low(status));
+  write(block, device::kPolicy, static_cast<std::int16_t>(policy));
+  write(block, device::kVm, static_cast<std::uint32_t>(vmNumber));
+  write(block, device::kName, name);
+  write(block, device::kPolicyText, policyText);
   return block;
 }
 
 Bytes newDeviceBlock(int vendor, int product, bool isConfigured, const std::string& name,
                      const std::string& result) {
-  Bytes block(offsetof(_ConfigNewDeviceResult, code) + result.size() + 1);
-  put(block, offsetof(_ConfigNewDeviceResult, vid), low(vendor));
-  put(block, offsetof(_ConfigNewDeviceResult, pid), low(product));
-  put(block, offsetof(_ConfigNewDeviceResult, isSuccess), low(isConfigured ? 1 : 0));
-  put(block, offsetof(_ConfigNewDeviceResult, name), name);
-  put(block, offsetof(_ConfigNewDeviceResult, code), result);
+  Bytes block(new_device_result::kCode.offset + result.size() + 1);
+  write(block, new_device_result::kVid, low(vendor));
+  write(block, new_device_result::kPid, low(product));
+  write(block, new_device_result::kIsSuccess, isConfigured);
+  write(block, new_device_result::kName, name);
+  write(block, new_device_result::kCode, result);
   return block;
 }
 
-// The record of a diagnosis:
-//   offset  size  value
-//        0     8  id
-//        8     4  status
-//       12     4  number of the VM
-//       16     -  text, to its NUL
 Bytes diagnosisBlock(unsigned long long id, unsigned int status, int vmNumber,
                      const std::string& text) {
-  constexpr std::size_t kText = 16;
-  Bytes block(kText + text.size() + 1);
-  put(block, 0, id);
-  put(block, 8, status);
-  put(block, 12, vmNumber);
-  put(block, kText, text);
+  Bytes block(diagnosis::kText.offset + text.size() + 1);
+  write(block, diagnosis::kId, id);
+  write(block, diagnosis::kStatus, status);
+  write(block, diagnosis::kVm, static_cast<std::uint32_t>(vmNumber));
+  write(block, diagnosis::kText, text);
   return block;
 }
 

@@ -14,15 +14,13 @@
 
 #include "bus/dbus/service_host.h"
 #include "bus/dbus/value.h"
+#include "vel/protocol/events.h"
 
 namespace velctl_tests {
 
 // The VM that the service knows.
 constexpr char kVm[] = "win11";
 constexpr int kVmNumber = 101;
-
-// Every method of the service.
-const std::vector<std::string>& allMethods();
 
 // THREADS  Any.
 class ScriptedService {
@@ -49,8 +47,10 @@ class ScriptedService {
   // The unique names of those who asked, in the order of requests().
   std::vector<std::string> senders() const;
 
-  void emit(const qxbus::Values& values) { host_->emitEvent("velevent", values); }
-  void broadcast(const qxbus::Values& values) { host_->broadcast("mountedEvent", values); }
+  void emit(const qxbus::Values& values) { host_->emitEvent(velprotocol::kServiceEvent, values); }
+  void broadcast(const qxbus::Values& values) {
+    host_->broadcast(velprotocol::kBroadcastEvent, values);
+  }
 
  private:
   void handle(qxbus::Request request);
