@@ -41,7 +41,7 @@ class DevicesTest : public SimulatedServiceTest {
   std::vector<int> numbersFor(VmNumber vm) {
     std::vector<int> numbers;
     for (const Bytes& record : list("getDeviceList", {int32(vm)})) {
-      numbers.push_back(numberAt<std::uint16_t>(record, 0));
+      numbers.push_back(read(record, device::kNumber));
     }
     return numbers;
   }
@@ -52,7 +52,7 @@ TEST_F(DevicesTest, TheBuiltInOnesAreListed) {
 
   std::vector<std::pair<int, std::string>> found;
   for (const Bytes& record : records) {
-    found.emplace_back(numberAt<std::uint16_t>(record, 0), textAt(record, 296));
+    found.emplace_back(read(record, device::kNumber), read(record, device::kName));
   }
   EXPECT_THAT(found, ElementsAre(Pair(11, "Memory stick"), Pair(12, "Built-in camera"),
                                  Pair(13, "Drawing tablet"), Pair(14, "Label printer"),
@@ -63,7 +63,7 @@ TEST_F(DevicesTest, OneAloneIsAListOfOneAndAnUnknownOneOfNone) {
   const std::vector<Bytes> one = list("getDeviceStatus", {int16(kCamera)});
 
   ASSERT_EQ(one.size(), 1u);
-  EXPECT_EQ(numberAt<std::uint16_t>(one[0], 0), kCamera);
+  EXPECT_EQ(read(one[0], device::kNumber), kCamera);
   EXPECT_THAT(list("getDeviceStatus", {int16(99)}), IsEmpty());
 }
 
@@ -76,9 +76,9 @@ TEST_F(DevicesTest, ConnectingAttachesAndTells) {
   ASSERT_EQ(events.size(), 1u);
   EXPECT_EQ(static_cast<int>(events[0].code), kAttached);
   EXPECT_EQ(events[0].vm, kWin11);
-  EXPECT_EQ(numberAt<std::uint16_t>(events[0].record, 0), kCamera);
-  EXPECT_EQ(numberAt<std::uint16_t>(events[0].record, 8), 2);
-  EXPECT_EQ(numberAt<std::uint32_t>(events[0].record, 20), kWin11);
+  EXPECT_EQ(read(events[0].record, device::kNumber), kCamera);
+  EXPECT_EQ(read(events[0].record, device::kStatus), 2);
+  EXPECT_EQ(read(events[0].record, device::kVm), kWin11);
 }
 
 TEST_F(DevicesTest, ConnectingAgainIsFineAndTellsNothing) {
@@ -102,8 +102,8 @@ TEST_F(DevicesTest, DisconnectingTakesItBackAndTellsTheVmThatHadIt) {
   ASSERT_EQ(events.size(), 1u);
   EXPECT_EQ(static_cast<int>(events[0].code), kDetached);
   EXPECT_EQ(events[0].vm, kWin11);
-  EXPECT_EQ(numberAt<std::uint16_t>(events[0].record, 8), 1);
-  EXPECT_EQ(numberAt<std::uint32_t>(events[0].record, 20), 0u);
+  EXPECT_EQ(read(events[0].record, device::kStatus), 1);
+  EXPECT_EQ(read(events[0].record, device::kVm), 0u);
 }
 
 TEST_F(DevicesTest, WhatCannotBeIsRefusedAndTellsNothing) {
@@ -176,8 +176,8 @@ TEST_F(DevicesTest, PluggingInTellsAndGivesANewNumber) {
   ASSERT_EQ(events.size(), 1u);
   EXPECT_EQ(static_cast<int>(events[0].code), kPlugged);
   EXPECT_EQ(events[0].vm, 0u);
-  EXPECT_EQ(textAt(events[0].record, 296), "Front camera");
-  const auto number = numberAt<std::uint16_t>(events[0].record, 0);
+  EXPECT_EQ(read(events[0].record, device::kName), "Front camera");
+  const auto number = read(events[0].record, device::kNumber);
   EXPECT_EQ(number, NumberPool::kFirst);
   EXPECT_EQ(list("getDeviceStatus", {int16(number)}).size(), 1u);
 }
@@ -195,7 +195,7 @@ TEST_F(DevicesTest, UnpluggingTellsTheVmFirstThenEverybody) {
   EXPECT_EQ(events[0].vm, kWin11);
   EXPECT_EQ(static_cast<int>(events[1].code), kUnplugged);
   EXPECT_EQ(events[1].vm, 0u);
-  EXPECT_EQ(numberAt<std::uint16_t>(events[1].record, 8), 0);
+  EXPECT_EQ(read(events[1].record, device::kStatus), 0);
 }
 
 TEST_F(DevicesTest, StorageIsMountedWhenPluggedInAndUnmountedWhenAttachedOrUnplugged) {
@@ -232,9 +232,9 @@ TEST_F(DevicesTest, APolicyIsKeptShownAndTold) {
   EXPECT_EQ(events[0].vm, 0u);
   const Bytes record = list("getDeviceStatus", {int16(kCamera)}).at(0);
   EXPECT_EQ(record, events[0].record);
-  EXPECT_EQ(numberAt<std::int16_t>(record, 10), -7);
-  EXPECT_EQ(textAt(record, 296), "Desk camera");
-  EXPECT_EQ(textAt(record, 424), "by hand");
+  EXPECT_EQ(read(record, device::kPolicy), -7);
+  EXPECT_EQ(read(record, device::kName), "Desk camera");
+  EXPECT_EQ(read(record, device::kPolicyText), "by hand");
 }
 
 TEST_F(DevicesTest, AnEmptyNameInAPolicyLeavesTheName) {

@@ -42,9 +42,10 @@ class DiagnosisTest : public SimulatedServiceTest {
     for (const BusEvent& event : told()) {
       EXPECT_EQ(static_cast<int>(event.code), 9);
       EXPECT_EQ(event.vm, kWin11);
-      EXPECT_EQ(numberAt<std::uint64_t>(event.record, 0), id);
-      EXPECT_EQ(numberAt<std::uint32_t>(event.record, 12), kWin11);
-      found.emplace_back(numberAt<std::uint32_t>(event.record, 8), textAt(event.record, 16));
+      EXPECT_EQ(read(event.record, diagnosis::kId), id);
+      EXPECT_EQ(read(event.record, diagnosis::kVm), kWin11);
+      found.emplace_back(read(event.record, diagnosis::kStatus),
+                         read(event.record, diagnosis::kText));
     }
     return found;
   }

@@ -24,11 +24,11 @@ TEST_F(JoysticksTest, ThereAreThreeAndThreeMappings) {
   for (std::size_t i = 0; i < 3; ++i) {
     EXPECT_EQ(joysticks[i].size(), 138u);
     EXPECT_EQ(mappings[i].size(), 130u);
-    EXPECT_EQ(numberAt<std::uint16_t>(joysticks[i], 0), i);
-    EXPECT_EQ(numberAt<std::uint16_t>(mappings[i], 0), i);
+    EXPECT_EQ(read(joysticks[i], joystick::kPosition), i);
+    EXPECT_EQ(read(mappings[i], joystick_mapping::kPosition), i);
   }
-  EXPECT_EQ(textAt(joysticks[0], 10), "Flight stick");
-  EXPECT_EQ(textAt(mappings[2], 2), "Racing");
+  EXPECT_EQ(read(joysticks[0], joystick::kName), "Flight stick");
+  EXPECT_EQ(read(mappings[2], joystick_mapping::kName), "Racing");
 }
 
 TEST_F(JoysticksTest, TakeAMappingAndACalibration) {
@@ -36,10 +36,10 @@ TEST_F(JoysticksTest, TakeAMappingAndACalibration) {
   EXPECT_EQ(statusOf("calibrationJoystick", {int16(2)}), Status::kOk);
 
   const std::vector<Bytes> joysticks = list("getJoystickDevList", {});
-  EXPECT_EQ(numberAt<std::uint16_t>(joysticks[0], 6), 0);
-  EXPECT_EQ(numberAt<std::uint16_t>(joysticks[1], 6), 2);
-  EXPECT_EQ(numberAt<std::uint16_t>(joysticks[1], 8), 0);
-  EXPECT_EQ(numberAt<std::uint16_t>(joysticks[2], 8), 1);
+  EXPECT_EQ(read(joysticks[0], joystick::kMapping), 0);
+  EXPECT_EQ(read(joysticks[1], joystick::kMapping), 2);
+  EXPECT_EQ(read(joysticks[1], joystick::kIsCalibrated), 0);
+  EXPECT_EQ(read(joysticks[2], joystick::kIsCalibrated), 1);
 }
 
 TEST_F(JoysticksTest, PositionsThatDoNotExistAreRefused) {

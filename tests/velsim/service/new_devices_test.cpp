@@ -33,7 +33,8 @@ class NewDevicesTest : public SimulatedServiceTest {
   // Success and code of a result.
   static std::pair<int, std::string> result(const BusEvent& event) {
     EXPECT_EQ(event.record.size(), 340u);
-    return {numberAt<std::uint16_t>(event.record, 18), textAt(event.record, 276)};
+    return {read(event.record, new_device_result::kIsSuccess),
+            read(event.record, new_device_result::kCode)};
   }
 };
 
@@ -47,9 +48,9 @@ TEST_F(NewDevicesTest, ConnectingAttachesAndTellsWhatBecameOfIt) {
   EXPECT_EQ(static_cast<int>(events[1].code), 2);
   EXPECT_EQ(events[1].vm, kWin11);
   EXPECT_THAT(result(events[1]), Pair(1, "ok"));
-  EXPECT_EQ(textAt(events[1].record, 20), "Built-in camera");
-  EXPECT_EQ(numberAt<std::uint16_t>(events[1].record, 0), 0x7E57);
-  EXPECT_EQ(numberAt<std::uint16_t>(events[1].record, 2), 2);
+  EXPECT_EQ(read(events[1].record, new_device_result::kName), "Built-in camera");
+  EXPECT_EQ(read(events[1].record, new_device_result::kVid), 0x7E57);
+  EXPECT_EQ(read(events[1].record, new_device_result::kPid), 2);
 }
 
 TEST_F(NewDevicesTest, IgnoringMarksItAndTellsWhatBecameOfIt) {
@@ -59,7 +60,7 @@ TEST_F(NewDevicesTest, IgnoringMarksItAndTellsWhatBecameOfIt) {
   const std::vector<BusEvent> events = told();
   ASSERT_EQ(events.size(), 2u);
   EXPECT_EQ(static_cast<int>(events[0].code), 10);
-  EXPECT_EQ(numberAt<std::uint16_t>(events[0].record, 8), 3);
+  EXPECT_EQ(read(events[0].record, device::kStatus), 3);
   EXPECT_EQ(static_cast<int>(events[1].code), 3);
   EXPECT_EQ(events[1].vm, 0u);
   EXPECT_THAT(result(events[1]), Pair(1, "ok"));
@@ -129,7 +130,7 @@ TEST_F(NewDevicesTest, StorageIsUnmountedMountedAndEjected) {
   EXPECT_EQ(static_cast<int>(events[0].code), 65);
   EXPECT_EQ(static_cast<int>(events[1].code), 5);
   EXPECT_EQ(static_cast<int>(events[2].code), 8);
-  EXPECT_EQ(textAt(events[2].record, 20), "Memory stick");
+  EXPECT_EQ(read(events[2].record, new_device_result::kName), "Memory stick");
 }
 
 TEST_F(NewDevicesTest, CommandsForWhatIsNoStorageAreRefused) {

@@ -83,13 +83,13 @@ TEST_F(PoliciesTest, AreListedByVendorAndProduct) {
   const std::vector<Bytes> records = list("getPolicyListByVidPid", {int32(0)});
 
   ASSERT_EQ(records.size(), 2u);
-  EXPECT_EQ(numberAt<std::uint16_t>(records[0], 0), kCameraVid);
-  EXPECT_EQ(numberAt<std::int32_t>(records[0], 8), 30);
-  EXPECT_EQ(numberAt<std::uint16_t>(records[1], 0), kVid);
-  EXPECT_EQ(numberAt<std::uint16_t>(records[1], 2), kPid);
-  EXPECT_EQ(numberAt<std::uint16_t>(records[1], 4), 0xFFFF);
-  EXPECT_EQ(numberAt<std::int32_t>(records[1], 8), -5);
-  EXPECT_EQ(textAt(records[1], 12), "fast");
+  EXPECT_EQ(read(records[0], vid_pid_policy::kVid), kCameraVid);
+  EXPECT_EQ(read(records[0], vid_pid_policy::kProperty), 30);
+  EXPECT_EQ(read(records[1], vid_pid_policy::kVid), kVid);
+  EXPECT_EQ(read(records[1], vid_pid_policy::kPid), kPid);
+  EXPECT_EQ(read(records[1], vid_pid_policy::kType), 0xFFFF);
+  EXPECT_EQ(read(records[1], vid_pid_policy::kProperty), -5);
+  EXPECT_EQ(read(records[1], vid_pid_policy::kTurboText), "fast");
 }
 
 TEST_F(PoliciesTest, AResetForgetsThemAll) {

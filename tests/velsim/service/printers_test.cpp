@@ -37,7 +37,7 @@ class PrintersTest : public SimulatedServiceTest {
   std::vector<int> numbersFor(VmNumber vm) {
     std::vector<int> numbers;
     for (const Bytes& record : list("getPrinterList", {int32(vm)})) {
-      numbers.push_back(numberAt<std::uint16_t>(record, 0));
+      numbers.push_back(read(record, printer::kNumber));
     }
     return numbers;
   }
@@ -46,7 +46,7 @@ class PrintersTest : public SimulatedServiceTest {
     std::vector<std::pair<int, VmNumber>> changes;
     for (const BusEvent& event : told()) {
       EXPECT_EQ(static_cast<int>(event.code), 1);
-      changes.emplace_back(numberAt<std::int32_t>(event.record, 12), event.vm);
+      changes.emplace_back(read(event.record, printer::kStatus), event.vm);
     }
     return changes;
   }
@@ -55,7 +55,7 @@ class PrintersTest : public SimulatedServiceTest {
 TEST_F(PrintersTest, ConnectingAndDisconnectingTellsTheVm) {
   EXPECT_EQ(connect(kWin11, kLaser), Status::kOk);
   EXPECT_EQ(printer(kLaser).vm, kWin11);
-  EXPECT_EQ(numberAt<std::int32_t>(list("getPrinterStatus", {int16(kLaser)}).at(0), 8),
+  EXPECT_EQ(read(list("getPrinterStatus", {int16(kLaser)}).at(0), printer::kVm),
             static_cast<std::int32_t>(kWin11));
   EXPECT_EQ(connect(kWin11, kLaser), Status::kOk);
   EXPECT_EQ(disconnect(kWin11, kLaser), Status::kOk);
@@ -122,13 +122,13 @@ TEST_F(PrintersTest, NetworkPrintersAreAddedListedRenamedAndDeleted) {
   const std::vector<Bytes> added = list("getNetworkPrinterList", {});
   ASSERT_EQ(added.size(), 1u);
   EXPECT_EQ(added[0].size(), 936u);
-  EXPECT_EQ(textAt(added[0], 296), "Hall");
-  EXPECT_EQ(textAt(added[0], 424), "10.0.0.5");
-  const auto number = numberAt<std::uint16_t>(added[0], 0);
+  EXPECT_EQ(read(added[0], device::kName), "Hall");
+  EXPECT_EQ(read(added[0], device::kPolicyText), "10.0.0.5");
+  const auto number = read(added[0], device::kNumber);
   EXPECT_EQ(printer(number).extra, "duplex");
 
   EXPECT_EQ(statusOf("renameNetworkPrinter", {bytes("Hall"), bytes("Lobby")}), Status::kOk);
-  EXPECT_EQ(textAt(list("getNetworkPrinterList", {}).at(0), 296), "Lobby");
+  EXPECT_EQ(read(list("getNetworkPrinterList", {}).at(0), device::kName), "Lobby");
 
   EXPECT_EQ(statusOf("deleteNetworkPrinter", {"Hall"}), Status::kUnknownPrinter);
   EXPECT_EQ(statusOf("deleteNetworkPrinter", {"Lobby"}), Status::kOk);
@@ -142,9 +142,9 @@ TEST_F(PrintersTest, ANetworkPrinterIsAPrinterThatCanBeConnected) {
 
   EXPECT_EQ(connect(kWin11, number), Status::kOk);
 
-  EXPECT_EQ(textAt(list("getPrinterStatus", {int16(number)}).at(0), 16), "Hall");
-  EXPECT_EQ(numberAt<std::uint16_t>(list("getNetworkPrinterList", {}).at(0), 8), 2);
-  EXPECT_EQ(numberAt<std::uint32_t>(list("getNetworkPrinterList", {}).at(0), 20), kWin11);
+  EXPECT_EQ(read(list("getPrinterStatus", {int16(number)}).at(0), printer::kName), "Hall");
+  EXPECT_EQ(read(list("getNetworkPrinterList", {}).at(0), device::kStatus), 2);
+  EXPECT_EQ(read(list("getNetworkPrinterList", {}).at(0), device::kVm), kWin11);
 }
 
 TEST_F(PrintersTest, NetworkPrintersNeedAnAddressAndANameOfTheirOwn) {

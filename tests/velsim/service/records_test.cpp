@@ -3,6 +3,7 @@
 #include "vel/apps/local/velsim/service/records.h"
 
 #include <algorithm>
+#include <cstring>
 #include <map>
 
 #include "tests/velsim/service/simulated_service.h"
@@ -14,6 +15,24 @@ namespace {
 
 using qxbus::Bytes;
 
+template <typename Number>
+Number numberAt(const qxbus::Bytes& record, std::size_t offset) {
+  Number number = 0;
+  EXPECT_LE(offset + sizeof number, record.size());
+  if (offset + sizeof number <= record.size()) {
+    std::memcpy(&number, &record[offset], sizeof number);
+  }
+  return number;
+}
+
+// Up to the first NUL, which must be there.
+std::string textAt(const Bytes& record, std::size_t offset) {
+  const auto begin = record.begin() + static_cast<std::ptrdiff_t>(std::min(offset, record.size()));
+  const auto end = std::find(begin, record.end(), 0);
+  EXPECT_NE(end, record.end()) << "no NUL";
+  return std::string(begin, end);
+}
+
 // The record with what is at these places taken away; nothing else may be in it.
 void expectZeroElsewhere(Bytes record, const std::vector<std::pair<int, int>>& places) {
   for (const auto& [offset, size] : places) {
@@ -22,7 +41,7 @@ void expectZeroElsewhere(Bytes record, const std::vector<std::pair<int, int>>& p
   EXPECT_EQ(record, Bytes(record.size()));
 }
 
-Device device() {
+Device someDevice() {
   Device device;
   device.number = 0xFFFE;
   device.type = DeviceType::kCamera;
@@ -39,7 +58,7 @@ Device device() {
 }
 
 TEST(RecordsTest, ADeviceIs936Bytes) {
-  const Bytes record = recordOf(device());
+  const Bytes record = recordOf(someDevice());
 
   ASSERT_EQ(record.size(), 936u);
   EXPECT_EQ(numberAt<std::uint16_t>(record, 0), 0xFFFE);
@@ -58,13 +77,13 @@ TEST(RecordsTest, ADeviceIs936Bytes) {
 }
 
 TEST(RecordsTest, NumbersAreLittleEndian) {
-  const Bytes record = recordOf(device());
+  const Bytes record = recordOf(someDevice());
 
   EXPECT_EQ(Bytes(record.begin() + 12, record.begin() + 20), (Bytes{8, 7, 6, 5, 4, 3, 2, 1}));
 }
 
 TEST(RecordsTest, TextsThatAreTooLongAreCutAndEnd) {
-  Device named = device();
+  Device named = someDevice();
   named.name = std::string(500, 'n');
   named.policyText = std::string(500, 'p');
 
@@ -76,7 +95,7 @@ TEST(RecordsTest, TextsThatAreTooLongAreCutAndEnd) {
 }
 
 TEST(RecordsTest, ATextIsCutBetweenCharacters) {
-  Device named = device();
+  Device named = someDevice();
   const std::string before(126, 'n');
   named.name = before + "\xC3\xA9tude";  // the second byte of the letter would be the 128th
 
@@ -125,7 +144,7 @@ TEST(RecordsTest, ANetworkPrinterIsADeviceWithItsAddress) {
 }
 
 TEST(RecordsTest, ANewDeviceResultIs340Bytes) {
-  const Device plugged = device();
+  const Device plugged = someDevice();
 
   const Bytes well =
       recordOf(NewDeviceResult{NewDeviceRequest::kAttach, plugged, plugged.sourceId, Status::kOk});

@@ -22,7 +22,7 @@ class ServiceCommandsTest : public SimulatedServiceTest {
     }
     EXPECT_EQ(static_cast<int>(events[0].code), 66);
     EXPECT_EQ(events[0].vm, kWin11);
-    const json answer = json::parse(textAt(events[0].record, 0));
+    const json answer = json::parse(read(events[0].record, command_answer::kText));
     EXPECT_EQ(answer.at("id"), 70000);
     EXPECT_EQ(answer.at("command"), word);
     return answer.at("answer");
@@ -55,7 +55,7 @@ TEST_F(ServiceCommandsTest, ThisMachineCanBeAskedToo) {
   const std::vector<BusEvent> events = told();
   ASSERT_EQ(events.size(), 1u);
   EXPECT_EQ(events[0].vm, 0u);
-  EXPECT_EQ(json::parse(textAt(events[0].record, 0)).at("id"), -1);
+  EXPECT_EQ(json::parse(read(events[0].record, command_answer::kText)).at("id"), -1);
 }
 
 TEST_F(ServiceCommandsTest, ShowTheSessions) {

@@ -33,13 +33,6 @@ qxbus::Value bytes(const std::string& text) {
   return qxbus::Bytes(text.begin(), text.end());
 }
 
-std::string textAt(const qxbus::Bytes& record, std::size_t offset) {
-  const auto begin = record.begin() + static_cast<std::ptrdiff_t>(std::min(offset, record.size()));
-  const auto end = std::find(begin, record.end(), 0);
-  EXPECT_NE(end, record.end()) << "no NUL";
-  return std::string(begin, end);
-}
-
 SimulatedServiceTest::SimulatedServiceTest() {
   simulator.setEventSink([this](const BusEvent& event) { events_.push_back(event); });
 }

@@ -4,7 +4,6 @@
 #define TESTS_VELSIM_SERVICE_SIMULATED_SERVICE_H
 
 #include <chrono>
-#include <cstring>
 #include <functional>
 #include <map>
 #include <memory>
@@ -17,8 +16,21 @@
 #include <gtest/gtest.h>
 
 #include "vel/apps/local/velsim/service/simulator.h"
+#include "vel/protocol/access.h"
+#include "vel/protocol/records.h"
 
 namespace velsim {
+
+// Records are read with the layouts of the protocol.
+using velprotocol::read;
+namespace command_answer = velprotocol::command_answer;
+namespace device = velprotocol::device;
+namespace diagnosis = velprotocol::diagnosis;
+namespace joystick = velprotocol::joystick;
+namespace joystick_mapping = velprotocol::joystick_mapping;
+namespace new_device_result = velprotocol::new_device_result;
+namespace printer = velprotocol::printer;
+namespace vid_pid_policy = velprotocol::vid_pid_policy;
 
 class ManualClock : public Scheduler {
  public:
@@ -46,18 +58,6 @@ inline qxbus::Value uint64(std::uint64_t value) {
 // The eight bytes of a number, the lowest first.
 qxbus::Value block8(std::uint64_t number);
 qxbus::Value bytes(const std::string& text);
-
-template <typename Number>
-Number numberAt(const qxbus::Bytes& record, std::size_t offset) {
-  Number number = 0;
-  EXPECT_LE(offset + sizeof number, record.size());
-  if (offset + sizeof number <= record.size()) {
-    std::memcpy(&number, &record[offset], sizeof number);
-  }
-  return number;
-}
-// Up to the first NUL, which must be there.
-std::string textAt(const qxbus::Bytes& record, std::size_t offset);
 
 constexpr VmNumber kWin11 = 101;
 constexpr VmNumber kUbuntu = 103;
