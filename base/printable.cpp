@@ -1,8 +1,18 @@
 #include "base/printable.h"
 
+#include <algorithm>
+#include <cstddef>
+
 #include "base/text.h"
 
 namespace base {
+namespace {
+
+bool isPrintableAscii(char c) {
+  return c >= 0x20 && c < 0x7F;
+}
+
+}  // namespace
 
 bool isPrintable(const Utf8Character& character) {
   const char32_t code = character.code;
@@ -14,7 +24,16 @@ bool isPrintable(const Utf8Character& character) {
 
 std::string printable(std::string_view text, std::string_view kept) {
   std::string shown;
+  shown.reserve(text.size());
   while (!text.empty()) {
+    // Most texts are one run of these, and each line of the log comes this way.
+    const auto* const end = std::find_if_not(text.begin(), text.end(), isPrintableAscii);
+    const auto run = static_cast<std::size_t>(end - text.begin());
+    shown += text.substr(0, run);
+    text.remove_prefix(run);
+    if (text.empty()) {
+      break;
+    }
     const Utf8Character character = firstCharacter(text);
     const std::string_view bytes = text.substr(0, character.length);
     if (isPrintable(character) || kept.find(bytes) != std::string_view::npos) {

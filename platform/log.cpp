@@ -5,33 +5,28 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <memory>
-#include <mutex>
+#include <optional>
 #include <string>
+#include <string_view>
 
-#include <spdlog/sinks/rotating_file_sink.h>
-#include <spdlog/spdlog.h>
+#include <pthread.h>
+
+#include <spdlog/pattern_formatter.h>
 
 #include "base/printable.h"
+#include "platform/log_file.h"
+#include "platform/mutex.h"
 
 namespace {
 
 constexpr int kDebugLevel = 5;
 constexpr int kErrorLevel = 7;
 constexpr int kOff = 1000;
+constexpr std::size_t kUsualLength = 256;
 
 constexpr char kLevelVariable[] = "QX_LOG_LEVEL";
-constexpr char kLogFile[] = "velproxy.log";
-constexpr std::size_t kFileSize = std::size_t{5} * 1024 * 1024;
-constexpr std::size_t kOlderFiles = 3;
-
-struct Log {
-  std::atomic<int> leastLevel;
-  std::mutex mutex;  // guards the rest
-  std::shared_ptr<spdlog::logger> files;
-  std::string directory;
-};
+// Date and time, process, thread, level, tag and text.
+constexpr char kLine[] = "%Y-%m-%d %H:%M:%S.%e %P %t %l [%n] %v";
 
 int levelFromEnvironment() {
   const char* const given = std::getenv(kLevelVariable);
@@ -54,15 +49,60 @@ int levelFromEnvironment() {
   return isLevel ? static_cast<int>(number) : kDebugLevel;
 }
 
+struct Log {
+  std::atomic<int> leastLevel = levelFromEnvironment();
+  platform::Mutex mutex;
+  std::optional<platform::LogFile> file QX_GUARDED_BY(mutex);
+  std::string directory QX_GUARDED_BY(mutex);
+  std::string latestRefusal QX_GUARDED_BY(mutex);
+  bool isExiting QX_GUARDED_BY(mutex) = false;
+  // spdlog knows local time and the number of a thread on each system. POSIX has no such number.
+  spdlog::pattern_formatter formatter QX_GUARDED_BY(mutex){kLine, spdlog::pattern_time_type::local,
+                                                           "\n"};
+};
+
 // Never destroyed: lines are written as late as the destructors of other statics.
 Log& theLog() {
-  static Log* const log = [] {
-    auto* const made = new Log;
-    made->leastLevel = levelFromEnvironment();
-    return made;
-  }();
+  static Log* const log = new Log;
   return *log;
 }
+
+// --- Exit and fork() ----------------------------------------------------------------------------
+
+void flushAtExit() {
+  Log& log = theLog();
+  const platform::MutexLock lock(log.mutex);
+  log.isExiting = true;
+  if (log.file) {
+    log.file->flush();
+  }
+}
+
+// The mutex is held while the process forks, so that the new process finds its log whole. The
+// compiler cannot follow a mutex from one function to another.
+void beforeFork() QX_NO_THREAD_SAFETY_ANALYSIS {
+  theLog().mutex.lock();
+}
+
+void afterForkInParent() QX_NO_THREAD_SAFETY_ANALYSIS {
+  theLog().mutex.unlock();
+}
+
+void afterForkInChild() QX_NO_THREAD_SAFETY_ANALYSIS {
+  if (theLog().file) {
+    theLog().file->discard();
+  }
+  theLog().mutex.unlock();
+}
+
+void watchExitAndFork() {
+  static const bool isWatching =
+      std::atexit(flushAtExit) == 0 &&
+      pthread_atfork(beforeFork, afterForkInParent, afterForkInChild) == 0;
+  static_cast<void>(isWatching);
+}
+
+// --- Lines --------------------------------------------------------------------------------------
 
 spdlog::level::level_enum spdlogLevel(int level) {
   if (level >= kErrorLevel) {
@@ -71,46 +111,73 @@ spdlog::level::level_enum spdlogLevel(int level) {
   return level > kDebugLevel ? spdlog::level::info : spdlog::level::debug;
 }
 
-std::shared_ptr<spdlog::logger> openFiles(const std::string& directory) {
-  std::error_code error;
-  std::filesystem::create_directories(directory, error);
-  const auto file = (std::filesystem::path(directory) / kLogFile).string();
-  auto sink = std::make_shared<spdlog::sinks::rotating_file_sink_mt>(file, kFileSize, kOlderFiles);
-  auto files = std::make_shared<spdlog::logger>("velproxy", std::move(sink));
-  files->set_level(spdlog::level::trace);
-  files->set_pattern("%Y-%m-%d %H:%M:%S.%e %P %t %l %v");
-  files->flush_on(spdlog::level::err);
-  return files;
-}
-
 // The C libraries of Linux, macOS and the BSDs all print "(null)" for a null %s.
 std::string formatted(const char* format, va_list arguments) {
+  std::string text(kUsualLength, '\0');
   va_list again;
   va_copy(again, arguments);
-  // The analyzer does not see into the caller's va_start.
-  const int length =
-      std::vsnprintf(nullptr, 0, format, again);  // NOLINT(clang-analyzer-valist.Uninitialized)
+  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the caller has started it.
+  const int length = std::vsnprintf(text.data(), text.size(), format, again);
   va_end(again);
   if (length < 0) {
     return format;
   }
-  std::string text(static_cast<std::size_t>(length) + 1, '\0');
-  std::vsnprintf(text.data(), text.size(), format, arguments);
+  const bool isCut = static_cast<std::size_t>(length) >= text.size();
+  text.resize(static_cast<std::size_t>(length) + 1);
+  if (isCut) {
+    std::vsnprintf(text.data(), text.size(), format, arguments);
+  }
   text.pop_back();
   return text;
 }
 
-void write(int level, const char* tag, const std::string& text) {
-  std::shared_ptr<spdlog::logger> files;
+void writeToStandardError(const std::string& line) {
+  std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+// Without a file, errors go to standard error.
+void write(int level, std::string_view tag, const std::string& text) {
   {
-    const std::lock_guard<std::mutex> lock(theLog().mutex);
-    files = theLog().files;
+    Log& log = theLog();
+    const platform::MutexLock lock(log.mutex);
+    if (log.file) {
+      spdlog::memory_buf_t line;
+      log.formatter.format({{tag.data(), tag.size()}, spdlogLevel(level), text}, line);
+      log.file->append({line.data(), line.size()});
+      if (level >= kErrorLevel || log.isExiting) {
+        log.file->flush();
+      }
+      return;
+    }
   }
-  if (files) {
-    files->log(spdlogLevel(level), "[{}] {}", tag, text);
-  } else if (level >= kErrorLevel) {
-    // A terminal obeys control characters, and texts hold names from elsewhere.
-    std::fprintf(stderr, "[%s] %s\n", tag, base::printable(text).c_str());
+  if (level >= kErrorLevel) {
+    std::string line = "[";
+    line.append(tag).append("] ").append(text) += '\n';
+    writeToStandardError(line);
+  }
+}
+
+// Logs to the directory from now on, or reports once why that is impossible.
+void openFile(Log& log, const std::string& directory) QX_REQUIRES(log.mutex) {
+  base::Result<platform::LogFile> file = platform::LogFile::open(directory);
+  if (file) {
+    if (log.file) {
+      log.file->flush();
+    }
+    log.file = std::move(*file);
+    log.directory = directory;
+    log.latestRefusal.clear();
+    watchExitAndFork();
+    return;
+  }
+  const std::string consequence =
+      log.file ? "the log stays in " + log.directory : "error lines appear here instead";
+  std::string refusal =
+      base::printable("cannot log to " + directory + ": " + file.reason() + "; " + consequence) +
+      '\n';
+  if (refusal != log.latestRefusal) {
+    writeToStandardError(refusal);
+    log.latestRefusal = std::move(refusal);
   }
 }
 
@@ -124,7 +191,9 @@ extern "C" void norvoLogPrint(int /*channel*/, int level, const char* tag, const
   va_list arguments;
   va_start(arguments, format);
   try {
-    write(level, tag ? tag : "", formatted(format, arguments));
+    // The service chooses the names in a message. A newline in a name would forge a line, and a
+    // terminal that shows the log would interpret other control characters.
+    write(level, tag ? tag : "", base::printable(formatted(format, arguments)));
   } catch (const std::exception&) {
     // A line that cannot be written is dropped: logging must not fail its caller.
   }
@@ -136,15 +205,14 @@ extern "C" void pellamLogInit(const char* directory) {
     return;
   }
   Log& log = theLog();
-  const std::lock_guard<std::mutex> lock(log.mutex);
+  const platform::MutexLock lock(log.mutex);
   log.leastLevel = levelFromEnvironment();
-  if (log.files && log.directory == directory) {
+  if (log.file && log.directory == directory) {
     return;
   }
   try {
-    log.files = openFiles(directory);
-    log.directory = directory;
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "cannot log to %s: %s; error lines stay here\n", directory, error.what());
+    openFile(log, directory);
+  } catch (const std::exception&) {
+    // Out of memory: lines go where they went before.
   }
 }

@@ -62,7 +62,7 @@ class QX_THREAD_SAFETY_(capability("mutex")) Mutex {
 class QX_THREAD_SAFETY_(scoped_lockable) MutexLock {
  public:
   explicit MutexLock(Mutex& mutex) QX_ACQUIRE(mutex) : lock_(mutex.mutex_) {}
-  ~MutexLock() QX_RELEASE() {}
+  ~MutexLock() QX_RELEASE() = default;
 
   MutexLock(const MutexLock&) = delete;
   MutexLock& operator=(const MutexLock&) = delete;

@@ -16,11 +16,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-int modeOf(const fs::path& path) {
-  struct stat status = {};
-  return ::stat(path.c_str(), &status) == 0 ? static_cast<int>(status.st_mode & 07777) : -1;
-}
-
 // Takes the variables away and gives them back.
 class Environment {
  public:

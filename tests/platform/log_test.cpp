@@ -1,20 +1,10 @@
-// The log is one per process and never reset, so each test runs in a child process of its own.
+#include "tests/platform/log_test.h"
 
-#include "platform/log.h"
-
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <functional>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include "tests/platform/temporary_directory.h"
 
 namespace {
 
@@ -23,57 +13,7 @@ using testing::AllOf;
 using testing::ContainsRegex;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::Not;
-
-constexpr int kDebug = 5;
-constexpr int kBetween = 6;
-constexpr int kError = 7;
-
-void log(int level, const char* text) {
-  norvoLogPrint(0, level, "VEL_LOG", "%s", text);
-}
-
-std::vector<std::string> linesOf(const fs::path& file) {
-  std::ifstream in(file);
-  std::vector<std::string> lines;
-  for (std::string line; std::getline(in, line);) {
-    lines.push_back(line);
-  }
-  return lines;
-}
-
-std::string contentOf(const fs::path& file) {
-  std::ostringstream content;
-  content << std::ifstream(file).rdbuf();
-  return content.str();
-}
-
-class LogTest : public testing::Test {
- protected:
-  LogTest() { GTEST_FLAG_SET(death_test_style, "fast"); }
-
-  // Runs the body in a new process with this value of QX_LOG_LEVEL, and fails if a check in it
-  // does. Gives what it wrote to standard error. Once per test: the new process runs the test, too,
-  // up to here.
-  static std::string standardErrorOf(const std::function<void()>& body,
-                                     const std::string& level = "") {
-    const auto runAndExit = [&] {
-      if (level.empty()) {
-        ::unsetenv("QX_LOG_LEVEL");
-      } else {
-        ::setenv("QX_LOG_LEVEL", level.c_str(), 1);
-      }
-      body();
-      std::exit(HasFailure() ? 1 : 0);
-    };
-    std::string written;
-    EXPECT_EXIT(runAndExit(), testing::ExitedWithCode(0),
-                testing::ResultOf([&written](const std::string& text) { return written = text; },
-                                  testing::_));
-    return written;
-  }
-};
 
 // --- Before initialisation ----------------------------------------------------------------------
 
@@ -138,7 +78,7 @@ TEST_F(LogTest, BracesAreNothingSpecial) {
 TEST_F(LogTest, ALongTextIsNotCutOff) {
   const std::string text(100000, 'x');
 
-  EXPECT_EQ(standardErrorOf([&text] { log(kError, text.c_str()); }), "[VEL_LOG] " + text + "\n");
+  EXPECT_EQ(standardErrorOf([&text] { log(kError, text); }), "[VEL_LOG] " + text + "\n");
 }
 
 TEST_F(LogTest, ANullTagOrFormatIsHarmless) {
@@ -264,7 +204,7 @@ TEST_F(LogTest, FilesAreRotatedBeforeTheyGrowWithoutLimit) {
     const std::string text(64 * 1024, 'x');
     constexpr int kLines = 500;  // 32 MB
     for (int i = 0; i < kLines; ++i) {
-      log(kDebug, text.c_str());
+      log(kDebug, text);
     }
     log(kError, "the last line");
 

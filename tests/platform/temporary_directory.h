@@ -1,6 +1,8 @@
 #ifndef TESTS_PLATFORM_TEMPORARY_DIRECTORY_H
 #define TESTS_PLATFORM_TEMPORARY_DIRECTORY_H
 
+#include <sys/stat.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -26,5 +28,11 @@ class TemporaryDirectory {
  private:
   std::filesystem::path path_;
 };
+
+// The permission bits; -1 when there is no such file.
+inline int modeOf(const std::filesystem::path& path) {
+  struct stat status = {};
+  return ::stat(path.c_str(), &status) == 0 ? static_cast<int>(status.st_mode & 07777) : -1;
+}
 
 #endif  // TESTS_PLATFORM_TEMPORARY_DIRECTORY_H

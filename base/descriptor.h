@@ -1,0 +1,37 @@
+// The owner of a file descriptor.
+
+#ifndef BASE_DESCRIPTOR_H
+#define BASE_DESCRIPTOR_H
+
+#include <utility>
+
+#include <unistd.h>
+
+namespace base {
+
+class Descriptor {
+ public:
+  Descriptor() = default;
+  // A negative number stands for none, as open() and its like return it.
+  explicit Descriptor(int number) : number_(number) {}
+  Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+  Descriptor& operator=(Descriptor&& other) noexcept {
+    std::swap(number_, other.number_);
+    return *this;
+  }
+  ~Descriptor() {
+    if (isOpen()) {
+      ::close(number_);
+    }
+  }
+
+  bool isOpen() const { return number_ >= 0; }
+  int number() const { return number_; }
+
+ private:
+  int number_ = -1;
+};
+
+}  // namespace base
+
+#endif  // BASE_DESCRIPTOR_H
