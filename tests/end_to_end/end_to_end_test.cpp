@@ -27,6 +27,19 @@ Finished EndToEndTest::stopVelsim(int signalNumber) {
   return finished;
 }
 
+std::string EndToEndTest::settledVelsimLog() {
+  // Requests are logged one after the other.
+  const std::string marker = "marker " + std::to_string(++markers_);
+  call("qx.bus.vel.getVmListSize", {"string:" + marker});
+  const std::string logged = "velsim: getVmListSize(string \"" + marker + "\")";
+  EXPECT_TRUE(velsimLogs(logged));
+  return velsimLog().substr(0, velsimLog().find(logged));
+}
+
+bool EndToEndTest::velsimLogs(const std::string& text) const {
+  return comesTrue([&] { return velsimLog().find(text) != std::string::npos; });
+}
+
 Finished EndToEndTest::velctl(const std::vector<std::string>& arguments) const {
   return run(velctlOptions(arguments));
 }

@@ -31,8 +31,12 @@ class EndToEndTest : public ::testing::Test {
   void killVelsim();
   // Ends it, and tells what it left.
   Finished stopVelsim(int signalNumber);
-  // What velsim has written since it was started: a line for each request.
+  // What velsim has logged since it was started. It logs a request at about the time of its answer.
   std::string velsimLog() const { return velsim_ ? velsim_->err() : ""; }
+  // The same with every request that has been answered, for tests of what is not there.
+  std::string settledVelsimLog();
+  // Waits for the text.
+  bool velsimLogs(const std::string& text) const;
 
   Process::Options velctlOptions(const std::vector<std::string>& arguments) const {
     return processes::velctlOptions(bus_, arguments);
@@ -54,6 +58,7 @@ class EndToEndTest : public ::testing::Test {
  private:
   processes::PrivateBus bus_;
   std::unique_ptr<Process> velsim_;
+  int markers_ = 0;
 };
 
 class EndToEndTestWithService : public EndToEndTest {

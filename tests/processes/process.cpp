@@ -139,8 +139,9 @@ Process::Process(const Options& options) : out_(fileWith("")), err_(fileWith("")
   std::vector<std::string> environment = environmentWith(options.environment);
   const std::vector<char*> argumentPointers = pointers(arguments);
   std::vector<char*> environmentPointers = pointers(environment);
-  const Streams streams = {pipe[0], options.isOutClosed ? -1 : ::fileno(out_.get()),
-                           options.isErrShown ? -1 : ::fileno(err_.get())};
+  const int out = options.out >= 0 ? options.out : ::fileno(out_.get());
+  const int err = options.err >= 0 ? options.err : ::fileno(err_.get());
+  const Streams streams = {pipe[0], options.isOutClosed ? -1 : out, options.isErrShown ? -1 : err};
   pid_ = ::fork();
   if (pid_ == 0) {
     become(argumentPointers.data(), environmentPointers.data(), streams);

@@ -43,6 +43,8 @@ class Process {
     bool isInputOpen = false;                        // it reads what is given to write() instead
     bool isOutClosed = false;                        // it has no standard output
     bool isErrShown = false;                         // its standard error is ours
+    int out = -1;  // descriptors that take the place of the files behind out() and err()
+    int err = -1;
   };
 
   explicit Process(const Options& options);

@@ -1,0 +1,63 @@
+#include "vel/apps/local/velsim/bus_service.h"
+
+#include <memory>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "vel/protocol/events.h"
+#include "vel/protocol/methods.h"
+
+namespace velsim {
+namespace {
+
+void answer(Simulator& simulator, Log& log, qxbus::Request request) {
+  const auto kept = std::make_shared<qxbus::Request>(std::move(request));
+  const auto respond = [kept, &log](const Simulator::Answer& given) {
+    if (log.hasDetails()) {
+      log.writeDetail(describe(kept->method(), kept->arguments(), given));
+    }
+    if (const auto* const error = std::get_if<Simulator::Error>(&given)) {
+      kept->fail(error->text);
+    } else {
+      kept->reply(std::get<qxbus::Values>(given));
+    }
+  };
+  simulator.answer(kept->method(), kept->arguments(), respond);
+}
+
+std::vector<qxbus::Method> methodsOf(Simulator& simulator, Log& log) {
+  std::vector<qxbus::Method> methods;
+  for (const std::string& name : simulator.methods()) {
+    methods.push_back({name, [&simulator, &log](qxbus::Request request) {
+                         answer(simulator, log, std::move(request));
+                       }});
+  }
+  return methods;
+}
+
+}  // namespace
+
+BusService::BusService(const std::string& address, Simulator& simulator, Log& log,
+                       std::function<void()> onLost)
+    : simulator_(simulator),
+      host_(address, velprotocol::kServiceName, methodsOf(simulator, log),
+            {velprotocol::kServiceEvent}) {
+  simulator.setEventSink([this, &log](const BusEvent& event) {
+    if (log.hasDetails()) {
+      log.writeDetail(describe(event));
+    }
+    if (isBroadcast(event)) {
+      host_.broadcast(velprotocol::kBroadcastEvent, argumentsOf(event));
+    } else {
+      host_.emitEvent(velprotocol::kServiceEvent, argumentsOf(event));
+    }
+  });
+  host_.setLostCallback(std::move(onLost));
+}
+
+BusService::~BusService() {
+  simulator_.setEventSink(nullptr);
+}
+
+}  // namespace velsim

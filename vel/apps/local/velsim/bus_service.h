@@ -1,0 +1,34 @@
+// The simulated service on a bus: passes requests to a simulator, and its answers and events back.
+
+#ifndef VEL_APPS_LOCAL_VELSIM_BUS_SERVICE_H
+#define VEL_APPS_LOCAL_VELSIM_BUS_SERVICE_H
+
+#include <functional>
+#include <string>
+
+#include "bus/dbus/service_host.h"
+#include "vel/apps/local/velsim/log.h"
+#include "vel/apps/local/velsim/service/simulator.h"
+
+namespace velsim {
+
+class BusService {
+ public:
+  // Serves from now on. onLost runs once, on a thread of the bus, when the bus closes the
+  // connection. Throws std::runtime_error when the bus cannot be reached (see bus_failure.h), or
+  // the name of the service is taken or refused.
+  BusService(const std::string& address, Simulator& simulator, Log& log,
+             std::function<void()> onLost);
+  ~BusService();
+
+  BusService(const BusService&) = delete;
+  BusService& operator=(const BusService&) = delete;
+
+ private:
+  Simulator& simulator_;
+  qxbus::ServiceHost host_;
+};
+
+}  // namespace velsim
+
+#endif  // VEL_APPS_LOCAL_VELSIM_BUS_SERVICE_H

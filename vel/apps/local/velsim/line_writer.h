@@ -1,0 +1,50 @@
+// Writes lines to a file descriptor, such as standard error, on a thread of its own: a reader that
+// stops reading delays nobody but itself.
+//
+//   LineWriter log(STDERR_FILENO, "log line");
+//   log.write("velsim: ready\n");
+//
+// Lines wait in a queue of at most a megabyte. When the queue is full, new lines are dropped until
+// the output has taken those that wait; then a line reports how many were dropped.
+//
+// THREADS   Any thread may call write(), which never waits for the output.
+
+#ifndef VEL_APPS_LOCAL_VELSIM_LINE_WRITER_H
+#define VEL_APPS_LOCAL_VELSIM_LINE_WRITER_H
+
+#include <chrono>
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <thread>
+
+namespace velsim {
+
+class LineWriter {
+ public:
+  static constexpr std::size_t kMostQueuedBytes = std::size_t{1} << 20;
+  static constexpr std::chrono::seconds kFlushTime{2};
+
+  // noun: of one line, for the report of dropped lines. The output stays open. Throws
+  // std::runtime_error when the system cannot start a thread.
+  LineWriter(int output, std::string noun);
+  // Writes the lines that wait, and gives up after kFlushTime.
+  ~LineWriter();
+
+  LineWriter(const LineWriter&) = delete;
+  LineWriter& operator=(const LineWriter&) = delete;
+
+  // Whole lines, each with its newline; discarded once the output has failed.
+  void write(std::string lines);
+
+ private:
+  struct State;
+
+  // The thread has a share of it: a write that never returns outlives the writer.
+  std::shared_ptr<State> state_;
+  std::thread thread_;
+};
+
+}  // namespace velsim
+
+#endif  // VEL_APPS_LOCAL_VELSIM_LINE_WRITER_H

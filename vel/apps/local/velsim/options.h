@@ -1,0 +1,22 @@
+// The command line of velsim.
+
+#ifndef VEL_APPS_LOCAL_VELSIM_OPTIONS_H
+#define VEL_APPS_LOCAL_VELSIM_OPTIONS_H
+
+#include <string>
+
+namespace velsim {
+
+// Stands for standard input.
+constexpr char kStandardInput[] = "-";
+
+struct Options {
+  std::string address;  // of the bus; empty: the one of the environment
+  std::string control;  // where commands come from; empty: standard input when it is a terminal
+  std::string penPort;  // path of a socket; empty: none
+  bool isQuiet = false;
+};
+
+}  // namespace velsim
+
+#endif  // VEL_APPS_LOCAL_VELSIM_OPTIONS_H

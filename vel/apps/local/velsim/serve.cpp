@@ -1,0 +1,182 @@
+#include "vel/apps/local/velsim/serve.h"
+
+#include <atomic>
+#include <csignal>
+#include <cstdlib>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include <unistd.h>
+
+#include "bus/dbus/bus_failure.h"
+#include "vel/apps/local/velsim/bus_service.h"
+#include "vel/apps/local/velsim/control.h"
+#include "vel/apps/local/velsim/line_reader.h"
+#include "vel/apps/local/velsim/line_writer.h"
+#include "vel/apps/local/velsim/log.h"
+#include "vel/apps/local/velsim/pen_port.h"
+#include "vel/apps/local/velsim/service/simulator.h"
+
+namespace velsim {
+namespace {
+
+// Blocks SIGINT and SIGTERM, here and in every thread that starts later.
+class StopSignals {
+ public:
+  StopSignals() {
+    sigemptyset(&signals_);
+    sigaddset(&signals_, SIGINT);
+    sigaddset(&signals_, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &signals_, nullptr);
+  }
+
+  void wait() const {
+    int signal = 0;
+    sigwait(&signals_, &signal);
+  }
+
+  // Ends the wait from another thread.
+  static void raise() { ::kill(::getpid(), SIGTERM); }
+
+ private:
+  sigset_t signals_ = {};
+};
+
+[[noreturn]] void vanish() {
+  for (;;) {
+    ::kill(::getpid(), SIGKILL);
+  }
+}
+
+// A program in the background must not read from its terminal.
+bool isInForegroundOfTerminal() {
+  return ::isatty(STDIN_FILENO) != 0 && ::tcgetpgrp(STDIN_FILENO) == ::getpgrp();
+}
+
+// Reads control commands for as long as it lives.
+class ControlInput {
+ public:
+  ControlInput(const Options& options, Simulator& simulator, Log& log)
+      : log_(log), control_(simulator, vanish) {
+    if (options.control != kStandardInput && !isInForegroundOfTerminal()) {
+      return;
+    }
+    // Reading fails when velsim is sent to the background; without this it would be halted.
+    std::signal(SIGTTIN, SIG_IGN);
+    log.write("reading control commands; type help for the list");
+    reader_.emplace(STDIN_FILENO, [this](const std::string& line) { run(line); });
+  }
+
+ private:
+  void run(const std::string& line) {
+    if (line.size() > LineReader::kLongestLine) {
+      log_.write("control: a line has at most " + std::to_string(LineReader::kLongestLine) +
+                 " bytes");
+      return;
+    }
+    const Control::Result result = control_.run(line);
+    if (!result.isOk) {
+      log_.write("control: " + result.text);
+    } else if (!result.text.empty()) {
+      answers_.write(result.text);
+    }
+  }
+
+  Log& log_;
+  LineWriter answers_{STDOUT_FILENO, "control answer"};
+  Control control_;
+  std::optional<LineReader> reader_;
+};
+
+// Empty when the session bus is meant.
+std::string namedAddress(const Options& options) {
+  if (!options.address.empty()) {
+    return options.address;
+  }
+  const char* const fromEnvironment = std::getenv("QXBUS_ADDRESS");
+  return fromEnvironment ? fromEnvironment : "";
+}
+
+class Server {
+ public:
+  Server(const Options& options, Log& log) : options_(options), log_(log) {}
+
+  ExitCode run(const StopSignals& stopSignals) {
+    if (!openPenPort() || !connectToBus()) {
+      return kExitNotServing;
+    }
+    const ControlInput control(options_, simulator_, log_);
+    stopSignals.wait();
+    if (isBusLost_) {
+      log_.write("the bus has closed the connection; start it and velsim again");
+      return kExitBusLost;
+    }
+    return kExitStopped;
+  }
+
+ private:
+  // Whether the port is open, or not wanted.
+  bool openPenPort() {
+    if (options_.penPort.empty()) {
+      return true;
+    }
+    try {
+      penPort_.emplace(options_.penPort,
+                       [this](const std::string& line) { log_.writeDetail(line); });
+    } catch (const std::runtime_error& error) {
+      log_.write(std::string("cannot open the pen port: ") + error.what());
+      return false;
+    }
+    log_.write("pen port at " + options_.penPort);
+    return true;
+  }
+
+  // False: velsim must end. A machine without a bus can still have a pen port; a bus that the user
+  // has named must be there.
+  bool connectToBus() {
+    const std::string named = namedAddress(options_);
+    const std::string bus = named.empty() ? "the session bus" : named;
+    const std::string pid = ", pid " + std::to_string(::getpid());
+    try {
+      bus_.emplace(options_.address, simulator_, log_, [this] {
+        isBusLost_ = true;
+        StopSignals::raise();
+      });
+    } catch (const std::runtime_error& error) {
+      const bool isUnreachable = !qxbus::busFailure().empty();
+      if (isUnreachable && penPort_ && named.empty()) {
+        log_.write(error.what());
+        log_.write("ready at the pen port only" + pid);
+        return true;
+      }
+      log_.write("cannot serve on " + bus + ": " + error.what() +
+                 "; --address or QXBUS_ADDRESS names another bus");
+      return false;
+    }
+    log_.write("ready on " + bus + pid +
+               ", VMs: " + std::to_string(simulator_.machine().vms.numbers().size()));
+    return true;
+  }
+
+  const Options& options_;
+  Log& log_;
+  std::atomic<bool> isBusLost_{false};
+  Simulator simulator_;
+  std::optional<PenPort> penPort_;
+  std::optional<BusService> bus_;
+};
+
+}  // namespace
+
+ExitCode serve(const Options& options) {
+  const StopSignals stopSignals;
+  Log log(options.isQuiet);
+  const ExitCode status = Server(options, log).run(stopSignals);
+  if (status == kExitStopped) {
+    log.write("stopped");
+  }
+  return status;
+}
+
+}  // namespace velsim
