@@ -100,7 +100,7 @@ TEST_F(VelsimPenPortTest, APathThatNoSocketCanHaveIsBadUsage) {
   EXPECT_THAT(empty.err, HasSubstr("the path of the socket is empty; see velsim --help\n"));
 }
 
-TEST_F(VelsimPenPortTest, GoesWhenThereIsNoBus) {
+TEST_F(VelsimPenPortTest, GoesWhenTheNamedBusIsNotThere) {
   bus().kill();
 
   const Finished failed = velsimAt(port());
@@ -135,6 +135,45 @@ TEST_F(VelsimPenPortTest, IsSilentWhenVelsimIsQuiet) {
 
   EXPECT_EQ(client.readAll(), "");
   EXPECT_THAT(stopVelsim(SIGTERM).err, Not(HasSubstr("pen 1")));
+}
+
+// A machine without a bus.
+class PenPortWithoutBusTest : public EndToEndTest {
+ protected:
+  PenPortWithoutBusTest() { bus().kill(); }
+
+  Process::Options withoutBus(const std::vector<std::string>& command) const {
+    Process::Options alone = options(command);
+    for (const char* const variable :
+         {"QXBUS_ADDRESS", "DBUS_SESSION_BUS_ADDRESS", "XDG_RUNTIME_DIR"}) {
+      alone.environment[variable] = "";
+    }
+    return alone;
+  }
+  std::string port() const { return folder() + "/pen"; }
+};
+
+TEST_F(PenPortWithoutBusTest, ARecordedStrokeArrives) {
+  Process velsim(withoutBus({VELSIM_PATH, "--pen-port", port()}));
+  ASSERT_TRUE(processes::isReady(velsim)) << velsim.err();
+
+  const Finished replay =
+      run(withoutBus({VELCTL_PATH, "pen", "replay", RECORDED_STROKE, "--port", port()}));
+
+  EXPECT_EQ(replay.status, 0) << replay.err;
+  const Finished stopped = velsim.end(SIGTERM);
+  EXPECT_EQ(stopped.status, velsim::kExitStopped);
+  EXPECT_THAT(stopped.err, HasSubstr("velsim: no bus address: "));
+  EXPECT_THAT(stopped.err, HasSubstr("velsim: ready at the pen port only, pid "));
+  EXPECT_THAT(stopped.err, HasSubstr("velsim: frame 1  device 1  "));
+  EXPECT_THAT(stopped.err, HasSubstr("velsim: pen 1: gone after "));
+}
+
+TEST_F(PenPortWithoutBusTest, VelsimWithoutAPenPortDoesNotStart) {
+  const Finished failed = run(withoutBus({VELSIM_PATH}));
+
+  EXPECT_EQ(failed.status, velsim::kExitNotServing);
+  EXPECT_THAT(failed.err, HasSubstr("velsim: cannot serve on the session bus: no bus address: "));
 }
 
 }  // namespace
