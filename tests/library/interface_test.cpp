@@ -188,6 +188,7 @@ TEST(InterfaceTest, TheOtherMembersOfTheProxyAreNotVirtual) {
   static_assert(std::is_same_v<decltype(&qx::VelProxy::getInstance), qx::VelProxy* (*)()>);
   static_assert(std::is_same_v<decltype(&qx::VelProxy::BroadcastCallback),
                                void (*)(std::shared_ptr<QXBusMessage>)>);
+  static_assert(std::is_same_v<decltype(&qx::VelProxy::lastError), qx::VelError (*)()>);
   static_assert(std::has_virtual_destructor_v<qx::VelProxy>);
   static_assert(std::is_default_constructible_v<qx::VelProxy>);
   static_assert(!std::is_final_v<qx::VelProxy>);

@@ -4,11 +4,11 @@
 
 namespace qx {
 
-void BlockList::logEmptyBlock(EmptyBlock logged, const void* data, int announced) const {
+void BlockList::logEmptyBlock(EmptyBlock logged, const void* data) const {
   if (logged == EmptyBlock::kError) {
-    VEL_ERROR_AT(function_, line_, "buf: %p, size: %d", data, announced);
+    VEL_ERROR_AT(function_, line_, "buf: %p, size: %d", data, count_);
   } else {
-    VEL_DEBUG_AT(function_, line_, "buf: %p, size: %d", data, announced);
+    VEL_DEBUG_AT(function_, line_, "buf: %p, size: %d", data, count_);
   }
 }
 

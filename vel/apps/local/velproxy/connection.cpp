@@ -4,6 +4,7 @@
 #include <new>
 
 #include "platform/app_data_path.h"
+#include "vel/apps/local/velproxy/internal/error_report.h"
 #include "vel/apps/local/velproxy/internal/pause.h"
 #include "vel/apps/local/velproxy/internal/remote_call.h"
 #include "vel/apps/local/velproxy/internal/vel_log.h"
@@ -62,11 +63,14 @@ QXBusEventCallback* newListener(std::function<void(std::shared_ptr<QXBusMessage>
 VelProxy::VelProxy() = default;
 
 VelProxy::~VelProxy() {
+  const LastErrorKeeper keeper;
   VEL_DEBUG("velproxy destroyed ...");
   VelProxy::ReleaseService();
 }
 
 VelProxy* VelProxy::getInstance() {
+  // Connecting again belongs to the operation that follows.
+  const LastErrorKeeper keeper;
   if (VelProxy* const instance = mVelProxy.load()) {
     if (instance->Init() == kFailed) {
       VEL_ERROR("retry to get qxbus interface failed");
@@ -89,6 +93,7 @@ VelProxy* VelProxy::getInstance() {
 }
 
 unsigned int VelProxy::Init() {
+  ErrorReport report;
   if (currentInterface()) {
     return 0;
   }
@@ -107,16 +112,19 @@ unsigned int VelProxy::Init() {
   serviceManager_.store(manager);
   if (!manager) {
     VEL_ERROR("QXBusSerivceManager::initSync failed");
+    report.fail(VelError::Kind::kNoService, "the bus cannot be reached");
     return kFailed;
   }
   if (!manager->isServiceRegistered(kService)) {
     VEL_ERROR("isServiceRegistered failed");
+    report.fail(VelError::Kind::kNoService, "no service on the bus");
     return kFailed;
   }
   const std::shared_ptr<QXBusProxyInterface> interface =
       manager->getServiceProxyInterface(kService, QXBUS_SECURITY_SAME_USER_OR_ROOT, kInterfaceMode);
   if (!interface) {
     VEL_ERROR("getServiceProxyInterface failed");
+    report.fail(VelError::Kind::kNoService, "the service left the bus or is not trusted");
     return kFailed;
   }
   std::atomic_store(&interface_, interface);
@@ -130,6 +138,7 @@ unsigned int VelProxy::Init() {
 }
 
 unsigned int VelProxy::InitBroadcast() {
+  const ErrorReport report;
   QXBusSerivceManager* const manager = QXBusSerivceManager::initSync(kWaitForTheBus);
   if (manager) {
     manager->addEventListener(kBroadcastEvent, newListener(&VelProxy::BroadcastCallback),
@@ -145,6 +154,7 @@ void VelProxy::BroadcastCallback(std::shared_ptr<QXBusMessage> message) {
 }
 
 void VelProxy::ReleaseService() {
+  const ErrorReport report;
   VEL_DEBUG("");
   // Given up after the lock: whoever holds the last reference destroys the interface.
   std::shared_ptr<QXBusProxyInterface> released;
@@ -162,6 +172,7 @@ unsigned int VelProxy::ResetService() {
 }
 
 void VelProxy::onServiceDeath() {
+  const ErrorReport report;
   VEL_ERROR("vel serviced death");
   {
     const std::lock_guard<std::mutex> lock(vmIdMutex_);

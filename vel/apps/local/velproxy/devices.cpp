@@ -67,6 +67,7 @@ std::list<CommonDevice*> VelProxy::GetDeviceStatus(unsigned short devNumber) {
 }
 
 int VelProxy::FreeDeviceList(std::list<CommonDevice*> list) {
+  const ErrorReport report;
   freeEach(list);
   return 0;
 }
@@ -168,10 +169,12 @@ int VelProxy::SetUsbredirStatus(std::string vmId, UDevInfo info, unsigned short 
 }
 
 int VelProxy::ConnectUsbredir(std::string /*vmId*/, UDevInfo /*info*/) {
+  const ErrorReport report;
   return 0;
 }
 
 int VelProxy::DisconnectUsbredir(std::string /*vmId*/, UDevInfo /*info*/) {
+  const ErrorReport report;
   return 0;
 }
 

@@ -17,11 +17,13 @@ constexpr char kNoDiagnosis[] = "{\"velservice\":4097}";
 constexpr unsigned int kTypeWithFigure = 1;
 
 // The number of the VM that is to be diagnosed; 0, which is logged, when it has none.
-unsigned int vmToDiagnose(VelProxy& proxy, const std::string& vmId,
+unsigned int vmToDiagnose(VelProxy& proxy, const char* method, const std::string& vmId,
                           const char* function = __builtin_FUNCTION()) {
-  const unsigned int vm = proxy.GetVmIdInt(vmId);
+  ErrorReport report(method);
+  const unsigned int vm = report.numberOf(proxy, vmId);
   if (vm == 0) {
     VEL_ERROR_AT(function, __LINE__, "no desktop connected");
+    report.refuse("the name of the VM is empty");
   }
   return vm;
 }
@@ -65,18 +67,20 @@ std::string VelProxy::GetVelCmdHelp(std::string vmId) {
 
 std::string VelProxy::Diagnose(const std::string& vmId, unsigned long long sourceId,
                                VelDiagnoseNotify* notify) {
+  static constexpr char kMethod[] = "diagnose";
   diagnoseNotify_.store(notify);
   if (!notify) {
+    ErrorReport(kMethod).refuse("there is no object to notify");
     return kNoDiagnosis;
   }
   VEL_DEBUG("diagnose: vmid[%s] sourceId:%lld", vmId.c_str(), static_cast<long long>(sourceId));
-  const unsigned int vm = vmToDiagnose(*this, vmId);
+  const unsigned int vm = vmToDiagnose(*this, kMethod, vmId);
   if (vm == 0) {
     return kNoDiagnosis;
   }
   RemoteCall call(*this, Lock::kReleased);
   const std::optional<std::string> result =
-      call.method("diagnose", RemoteCall::kPatientTimeoutMs).int32(vm).eightBytes(sourceId).text();
+      call.method(kMethod, RemoteCall::kPatientTimeoutMs).int32(vm).eightBytes(sourceId).text();
   if (result) {
     VEL_DEBUG("diagnose result[%s]", result->c_str());
   }
@@ -85,21 +89,20 @@ std::string VelProxy::Diagnose(const std::string& vmId, unsigned long long sourc
 
 std::string VelProxy::DiagnoseDevice(const std::string& vmId, unsigned short devNumber,
                                      VelDiagnoseNotify* notify) {
+  static constexpr char kMethod[] = "diagnoseDevice";
   diagnoseNotify_.store(notify);
   if (!notify) {
+    ErrorReport(kMethod).refuse("there is no object to notify");
     return kNoDiagnosis;
   }
   VEL_DEBUG("DiagnoseDevice: vmid[%s] devNumber:%d", vmId.c_str(), devNumber);
-  const unsigned int vm = vmToDiagnose(*this, vmId);
+  const unsigned int vm = vmToDiagnose(*this, kMethod, vmId);
   if (vm == 0) {
     return kNoDiagnosis;
   }
   RemoteCall call(*this);
   const std::optional<std::string> result =
-      call.method("diagnoseDevice", RemoteCall::kPatientTimeoutMs)
-          .int32(vm)
-          .int32(int{devNumber})
-          .text();
+      call.method(kMethod, RemoteCall::kPatientTimeoutMs).int32(vm).int32(int{devNumber}).text();
   if (result) {
     VEL_DEBUG("DiagnoseDevice result[%s]", result->c_str());
   }

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "vel/apps/local/velproxy/internal/blocks.h"
+#include "vel/apps/local/velproxy/internal/error_report.h"
 #include "vel/apps/local/velproxy/internal/vel_log.h"
 #include "vel/apps/local/velproxy/vel_proxy.h"
 
@@ -34,6 +35,7 @@ unsigned short narrowed(int code) {
 // --- Registering ---------------------------------------------------------------------------------
 
 int VelProxy::RegisterCallback(std::string vmId, VmCallback callback, void* userData) {
+  const ErrorReport report;
   VEL_DEBUG("registerCallback:vmId:%s callback %p userdata:%p", vmId.c_str(),
             reinterpret_cast<void*>(callback), userData);
   {
@@ -45,6 +47,7 @@ int VelProxy::RegisterCallback(std::string vmId, VmCallback callback, void* user
 }
 
 int VelProxy::UnregisterCallback(std::string vmId) {
+  const ErrorReport report;
   VEL_DEBUG("unregistercallback vmid:%s", vmId.c_str());
   const std::lock_guard<std::mutex> lock(callbackMutex_);
   vmCallbacks_.erase(vmId);
@@ -52,8 +55,10 @@ int VelProxy::UnregisterCallback(std::string vmId) {
 }
 
 int VelProxy::RegisterPrinterCallback(PrinterCallback callback, void* userData) {
+  ErrorReport report;
   if (!callback || !userData) {
     VEL_ERROR("callback or userData is NULL");
+    report.refuse("the callback or its user data is null");
     return kFailed;
   }
   const std::lock_guard<std::mutex> lock(callbackMutex_);
@@ -63,6 +68,7 @@ int VelProxy::RegisterPrinterCallback(PrinterCallback callback, void* userData) 
 }
 
 int VelProxy::UnregisterPrinterCallback() {
+  const ErrorReport report;
   const std::lock_guard<std::mutex> lock(callbackMutex_);
   printerCallback_ = nullptr;
   printerUserData_.store(nullptr);
@@ -70,12 +76,15 @@ int VelProxy::UnregisterPrinterCallback() {
 }
 
 void* VelProxy::CheckPrinterCallback() {
+  const ErrorReport report;
   return printerUserData_.load();
 }
 
 int VelProxy::RegisterDeviceCallback(DeviceCallback callback, void* userData) {
+  ErrorReport report;
   if (!callback || !userData) {
     VEL_ERROR("callback or userData is NULL");
+    report.refuse("the callback or its user data is null");
     return kFailed;
   }
   VEL_DEBUG("enter, cb[%p] userData[%p]", reinterpret_cast<void*>(callback), userData);
@@ -88,6 +97,7 @@ int VelProxy::RegisterDeviceCallback(DeviceCallback callback, void* userData) {
 }
 
 int VelProxy::UnregisterDeviceCallback(void* userData) {
+  const ErrorReport report;
   VEL_DEBUG("userData[%p] enter", userData);
   {
     const std::lock_guard<std::mutex> lock(callbackMutex_);
@@ -98,6 +108,7 @@ int VelProxy::UnregisterDeviceCallback(void* userData) {
 }
 
 int VelProxy::UnregisterDeviceCallback() {
+  const ErrorReport report;
   VEL_DEBUG("enter");
   {
     const std::lock_guard<std::mutex> lock(callbackMutex_);
@@ -108,10 +119,12 @@ int VelProxy::UnregisterDeviceCallback() {
 }
 
 void* VelProxy::CheckDeviceCallback() {
+  const ErrorReport report;
   return deviceCallbacks_.first();
 }
 
 int VelProxy::RegisterCmdCallback(CmdCallback callback, void* userData) {
+  const ErrorReport report;
   const std::lock_guard<std::mutex> lock(cmdMutex_);
   cmdRegistration_ = {callback, userData};
   return 0;
@@ -124,8 +137,10 @@ VelProxy::CmdRegistration VelProxy::cmdRegistration() const {
 
 int VelProxy::RegisterConfigNewDevResultCallback(ConfigNewDevResultCallback callback,
                                                  void* userData) {
+  ErrorReport report;
   if (!callback || !userData) {
     VEL_ERROR("callback or userData is NULL");
+    report.refuse("the callback or its user data is null");
     return kFailed;
   }
   {
@@ -137,6 +152,7 @@ int VelProxy::RegisterConfigNewDevResultCallback(ConfigNewDevResultCallback call
 }
 
 int VelProxy::UnregisterConfigNewDevResultCallback(void* userData) {
+  const ErrorReport report;
   {
     const std::lock_guard<std::mutex> lock(callbackMutex_);
     newDeviceCallbacks_.remove(userData);
@@ -146,6 +162,7 @@ int VelProxy::UnregisterConfigNewDevResultCallback(void* userData) {
 }
 
 int VelProxy::UnregisterConfigNewDevResultCallback() {
+  const ErrorReport report;
   const std::lock_guard<std::mutex> lock(callbackMutex_);
   newDeviceCallbacks_.clear();
   return 0;
@@ -154,6 +171,7 @@ int VelProxy::UnregisterConfigNewDevResultCallback() {
 // --- Events --------------------------------------------------------------------------------------
 
 void VelProxy::HandleEvent(std::shared_ptr<QXBusMessage> event) {
+  const ErrorReport report;
   if (!event) {
     return;
   }
@@ -279,7 +297,9 @@ bool VelProxy::handleCmdResponse(const Block& block) {
 }
 
 int VelProxy::DeviceBaseInfoNotify(unsigned short cmd, CommonDevice* device) {
+  ErrorReport report;
   if (!device) {
+    report.refuse("the device is null");
     return kFailed;
   }
   const std::lock_guard<std::mutex> lock(callbackMutex_);
@@ -292,7 +312,9 @@ int VelProxy::DeviceBaseInfoNotify(unsigned short cmd, CommonDevice* device) {
 }
 
 int VelProxy::ConfigNewDeviceResultNotify(unsigned short cmd, _ConfigNewDeviceResult* result) {
+  ErrorReport report;
   if (!result) {
+    report.refuse("the result is null");
     return kFailed;
   }
   const std::lock_guard<std::mutex> lock(callbackMutex_);

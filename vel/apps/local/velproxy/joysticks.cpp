@@ -68,9 +68,11 @@ int VelProxy::CalibrationJoystick(unsigned short devIndex) {
 }
 
 int VelProxy::RegisterJoystickCallback(JoystickCallback callback, void* userData) {
+  static constexpr char kMethod[] = "registerJoystickCallback";
   VEL_DEBUG("enter, cb[%p] userData[%p]", reinterpret_cast<void*>(callback), userData);
   if (!callback || !userData) {
     VEL_ERROR("callback or userData is NULL");
+    ErrorReport(kMethod).refuse("the callback or its user data is null");
     return RemoteCall::kNoAnswer;
   }
   // The service knows the subscriber by the address of this object.
@@ -78,7 +80,7 @@ int VelProxy::RegisterJoystickCallback(JoystickCallback callback, void* userData
   std::optional<int> result;
   {
     RemoteCall call(*this);
-    if (!call.method("registerJoystickCallback")) {
+    if (!call.method(kMethod)) {
       return RemoteCall::kNoAnswer;
     }
     VEL_DEBUG("registerJoystickCallback objId:%ld", static_cast<long>(objId));
@@ -92,6 +94,7 @@ int VelProxy::RegisterJoystickCallback(JoystickCallback callback, void* userData
 }
 
 int VelProxy::UnregisterJoystickCallback(void* userData) {
+  static constexpr char kMethod[] = "unregisterJoystickCallback";
   {
     const std::lock_guard<std::mutex> lock(callbackMutex_);
     joystickCallbacks_.remove(userData);
@@ -100,12 +103,13 @@ int VelProxy::UnregisterJoystickCallback(void* userData) {
   {
     const std::lock_guard<std::mutex> lock(callbackMutex_);
     if (!joystickCallbacks_.empty()) {
+      const ErrorReport report(kMethod);
       return 0;
     }
   }
   const auto objId = reinterpret_cast<std::uintptr_t>(this);
   RemoteCall call(*this);
-  if (!call.method("unregisterJoystickCallback")) {
+  if (!call.method(kMethod)) {
     return RemoteCall::kNoAnswer;
   }
   VEL_DEBUG("unregisterJoystickCallback objId:%ld", static_cast<long>(objId));
@@ -113,6 +117,7 @@ int VelProxy::UnregisterJoystickCallback(void* userData) {
 }
 
 int VelProxy::JoystickResultNotify(unsigned short cmd, _JoystickResult* result) {
+  const ErrorReport report;
   const _JoystickResult none = {};
   const std::lock_guard<std::mutex> lock(callbackMutex_);
   joystickCallbacks_.callEach(

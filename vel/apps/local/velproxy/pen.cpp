@@ -7,6 +7,7 @@
 
 #include <QTabletEvent>
 
+#include "vel/apps/local/velproxy/internal/error_report.h"
 #include "vel/apps/local/velproxy/internal/vel_log.h"
 #include "vel/apps/local/velproxy/vel_proxy.h"
 
@@ -149,11 +150,14 @@ unsigned char* serialize_field(unsigned char* dst, void* src, unsigned long len,
 }
 
 int VelProxy::SendPenData(std::string /*vmId*/, void* event, int type, int x, int y) {
+  ErrorReport report;
   if (type != 0) {
     VEL_DEBUG("type: %d", type);
+    report.refuse("not the type of a tablet event");
     return -1;
   }
   if (!event) {
+    report.refuse("the event is null");
     return -1;
   }
   auto* const tablet = static_cast<QTabletEvent*>(event);
@@ -179,6 +183,7 @@ int VelProxy::SendPenData(std::string /*vmId*/, void* event, int type, int x, in
     port->writer(port->name, kFrameSize, reinterpret_cast<unsigned char*>(&frame));
   } catch (...) {
     // Code that delivers tablet events is not prepared for exceptions of a writer.
+    report.refuse("the writer of the port has thrown an exception");
     return -1;
   }
 
@@ -189,6 +194,7 @@ int VelProxy::SendPenData(std::string /*vmId*/, void* event, int type, int x, in
 }
 
 void VelProxy::PortInit(const std::string& name, bool opened, PortWriter writer) {
+  const ErrorReport report;
   VEL_DEBUG("name: %s, opened: %d", shownName(name), opened ? 1 : 0);
   if (!isPenPort(name)) {
     return;
@@ -199,6 +205,7 @@ void VelProxy::PortInit(const std::string& name, bool opened, PortWriter writer)
 }
 
 void VelProxy::PortStatus(const std::string& name, bool opened) {
+  const ErrorReport report;
   VEL_DEBUG("name: %s, opened: %d", shownName(name), opened ? 1 : 0);
   if (isPenPort(name)) {
     penPortOpened_ = opened;
@@ -206,7 +213,12 @@ void VelProxy::PortStatus(const std::string& name, bool opened) {
 }
 
 void VelProxy::PortData(const std::string& /*name*/, unsigned char* data, unsigned int /*length*/) {
-  if (penDevId_.load() != 0 || !data) {
+  ErrorReport report;
+  if (!data) {
+    report.refuse("the data is null");
+    return;
+  }
+  if (penDevId_.load() != 0) {
     return;
   }
   PortHeader header = {};

@@ -21,11 +21,13 @@ int propertyOf(RemoteCall& call, const char* method, unsigned short vid, unsigne
 }  // namespace
 
 int VelProxy::SetDeviceLocalPolicy(CommonDevice* device) {
+  static constexpr char kMethod[] = "setLocalPolicy";
   if (!device) {
+    ErrorReport(kMethod).refuse("the device is null");
     return RemoteCall::kNoAnswer;
   }
   return RemoteCall(*this)
-      .method("setLocalPolicy")
+      .method(kMethod)
       .int16(device->devNumber)
       .int16(static_cast<unsigned short>(device->policy))
       .bytes(textIn(device->name))
@@ -85,6 +87,7 @@ std::list<CommonVidPidPolicy*> VelProxy::GetPolicyListByVidPid() {
 }
 
 int VelProxy::FreePolicyList(std::list<CommonVidPidPolicy*> list) {
+  const ErrorReport report;
   freeEach(list);
   return 0;
 }

@@ -68,13 +68,15 @@ int VelProxy::AddNetworkPrinter(const char* printerAddr) {
 
 int VelProxy::AddNetworkPrinter(const std::string& printerAddr, const std::string& printerName,
                                 const std::string& printerExtra) {
+  static constexpr char kMethod[] = "addNetworkPrinter";
   if (printerAddr.empty() || printerName.empty()) {
     VEL_ERROR("printer name or printer addr is NULL");
+    ErrorReport(kMethod).refuse("the address or the name of the printer is empty");
     return RemoteCall::kNoAnswer;
   }
   VEL_DEBUG("printerAddr: %s, printerName: %s", printerAddr.c_str(), printerName.c_str());
   return RemoteCall(*this)
-      .method("addNetworkPrinter")
+      .method(kMethod)
       .string(printerAddr)
       .string(printerName)
       .string(printerExtra)
@@ -87,12 +89,14 @@ int VelProxy::DeleteNetworkPrinter(const std::string& printerName) {
 }
 
 int VelProxy::RenameNetworkPrinter(std::string oldName, std::string newName) {
+  static constexpr char kMethod[] = "renameNetworkPrinter";
   if (oldName.empty() || newName.empty()) {
     VEL_ERROR("printer oldName or printer newName is NULL");
+    ErrorReport(kMethod).refuse("the old or the new name of the printer is empty");
     return RemoteCall::kNoAnswer;
   }
   VEL_DEBUG("oldName: %s, newName: %s", oldName.c_str(), newName.c_str());
-  return RemoteCall(*this).method("renameNetworkPrinter").bytes(oldName).bytes(newName).status();
+  return RemoteCall(*this).method(kMethod).bytes(oldName).bytes(newName).status();
 }
 
 std::list<CommonDevice*> VelProxy::GetNetworkPrinterList() {

@@ -2,6 +2,7 @@
 
 #include <climits>
 
+#include "vel/apps/local/velproxy/internal/arguments.h"
 #include "vel/apps/local/velproxy/internal/vel_log.h"
 
 namespace qx {
@@ -31,12 +32,16 @@ RemoteCall& RemoteCall::saying(const Texts& texts) {
   return *this;
 }
 
-bool RemoteCall::connected() {
+bool RemoteCall::connected(const char* method) {
   if (!asked_) {
     asked_ = true;
+    report_.setMethod(method);
     interface_ = proxy_.currentInterface();
     if (policy_ == Lock::kReleased) {
       lock_.unlock();
+    }
+    if (!interface_) {
+      report_.fail(VelError::Kind::kNoService, "no service on the bus");
     }
     if (!interface_ && policy_ != Lock::kLookUp) {
       norvoLogPrint(0, kErrorLevel, kLogTag, texts_->notConnected, kLogFile, function_, line_);
@@ -46,15 +51,11 @@ bool RemoteCall::connected() {
 }
 
 RemoteCall& RemoteCall::method(const char* name, int timeoutMs) {
-  if (connected()) {
+  if (connected(name)) {
     message_ = interface_->makeMethodCallMessage(name);
     timeoutMs_ = timeoutMs;
   }
   return *this;
-}
-
-unsigned int RemoteCall::numberOf(const std::string& vmId) {
-  return message_ ? proxy_.GetVmIdInt(vmId) : 0;
 }
 
 RemoteCall& RemoteCall::int16(unsigned short value) {
@@ -114,6 +115,7 @@ std::shared_ptr<QXBusMessage> RemoteCall::reply() {
   }
   std::shared_ptr<QXBusMessage> reply = interface_->callWithReplyBlocking(message_, timeoutMs_);
   if (!reply) {
+    report_.fail(VelError::Kind::kNoReply, "the bus has given no reply");
     return nullptr;
   }
   if (logsReply_) {
@@ -124,10 +126,11 @@ std::shared_ptr<QXBusMessage> RemoteCall::reply() {
   if (type == MESSAGE_TYPE_METHOD_RETURN) {
     return reply;
   }
+  const std::string reason = reply->getString(0);
+  reportFailure(type, reason);
   if (policy_ == Lock::kLookUp) {
     return nullptr;
   }
-  const std::string reason = reply->getString(0);
   if (texts_->failureNamesType) {
     norvoLogPrint(0, kErrorLevel, kLogTag, texts_->failure, kLogFile, function_, line_, type,
                   reason.c_str());
@@ -138,14 +141,20 @@ std::shared_ptr<QXBusMessage> RemoteCall::reply() {
   return nullptr;
 }
 
+// Types that the library does not know are error replies.
+void RemoteCall::reportFailure(int type, const std::string& reason) {
+  const bool hasReply = type != MESSAGE_TYPE_NO_REPLY && type != MESSAGE_TYPE_DISCONNECTED;
+  report_.fail(hasReply ? VelError::Kind::kErrorReply : VelError::Kind::kNoReply, reason);
+}
+
 std::optional<int> RemoteCall::answer() {
   const std::shared_ptr<QXBusMessage> normal = reply();
-  return normal ? std::optional<int>(normal->getInt32(0)) : std::nullopt;
+  return normal ? std::optional<int>(integerAt(*normal, 0, report_)) : std::nullopt;
 }
 
 std::optional<std::string> RemoteCall::text() {
   const std::shared_ptr<QXBusMessage> normal = reply();
-  return normal ? std::optional<std::string>(normal->getString(0)) : std::nullopt;
+  return normal ? std::optional<std::string>(textAt(*normal, 0, report_)) : std::nullopt;
 }
 
 int RemoteCall::sendOnly() {

@@ -49,13 +49,15 @@ unsigned int VelProxy::ConnectVm(VmInfo info) {
       "kstStreamCollaborateType:%u",
       info.vmId.c_str(), info.systemType, info.shareMode, info.sessionId, info.kstMajorVer,
       info.kstMinorVer, info.kstStreamCollaborateType);
+  static constexpr char kMethod[] = "connectVm";
   RemoteCall call(*this);
-  if (call.connected() &&
+  if (call.connected(kMethod) &&
       info.kstStreamCollaborateType == VEL_KST_STREAM_COLLAB_TYPE_COLLABORATOR) {
     VEL_DEBUG("don't ConnectVm when VEL_KST_STREAM_COLLAB_TYPE_COLLABORATOR");
+    call.report().refuse("a collaborator does not attach the session");
     return kNoAnswer;
   }
-  if (!call.method("connectVm", kConnectTimeoutMs)) {
+  if (!call.method(kMethod, kConnectTimeoutMs)) {
     return kNoAnswer;
   }
   const unsigned int vm = call.numberOf(info.vmId);
@@ -128,13 +130,14 @@ unsigned int VelProxy::OnFocusChanged(std::string vmId, unsigned long long windo
 }
 
 unsigned int VelProxy::UpdateDriveToken(std::string token) {
+  static constexpr char kMethod[] = "updateDriveToken";
   VEL_DEBUG("token:%s", token.c_str());
   if (token.empty()) {
     VEL_ERROR("token is NULL");
+    ErrorReport(kMethod).refuse("the token is empty");
     return kNoAnswer;
   }
-  return static_cast<unsigned int>(
-      RemoteCall(*this).method("updateDriveToken").bytes(token).status());
+  return static_cast<unsigned int>(RemoteCall(*this).method(kMethod).bytes(token).status());
 }
 
 }  // namespace qx

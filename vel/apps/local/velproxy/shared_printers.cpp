@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "vel/apps/local/velproxy/internal/arguments.h"
 #include "vel/apps/local/velproxy/internal/remote_call.h"
 #include "vel/apps/local/velproxy/internal/vel_log.h"
 #include "vel/apps/local/velproxy/vel_proxy.h"
@@ -59,30 +60,36 @@ bool checkIpAddr(std::string ip) {
 int VelProxy::SearchSharePrinterDevice(const std::string& ipaddr,
                                        std::list<_SharePrinterDevice>& list) {
   VEL_DEBUG("enter ipaddr: %s", ipaddr.c_str());
+  static constexpr char kMethod[] = "searchSharePrinter";
   if (!checkIpAddr(ipaddr)) {
+    ErrorReport(kMethod).refuse("not an IP address");
     return kAddressRefused;
   }
   RemoteCall call(*this);
   const std::shared_ptr<QXBusMessage> reply =
-      call.method("searchSharePrinter", RemoteCall::kPatientTimeoutMs).string(ipaddr).reply();
+      call.method(kMethod, RemoteCall::kPatientTimeoutMs).string(ipaddr).reply();
   if (!reply) {
     return RemoteCall::kNoAnswer;
   }
-  const int result = reply->getInt32(0);
+  const int result = integerAt(*reply, 0, call.report());
   if (result != 0) {
     return result;
   }
-  const int count = reply->getInt32(1);
+  const int count = countAt(*reply, 1, call.report());
   const int whole = (reply->argCount() - 2) / 3;
+  const int present = std::min(count, whole);
   list.clear();
-  for (int j = 0; j < std::min(count, whole); ++j) {
+  for (int j = 0; j < present; ++j) {
     _SharePrinterDevice found = {};
-    setField(found.addr, reply->getString(2 + 3 * j));
-    setField(found.name, reply->getString(3 + 3 * j));
-    setField(found.desc, reply->getString(4 + 3 * j));
+    setField(found.addr, textAt(*reply, 2 + 3 * j, call.report()));
+    setField(found.name, textAt(*reply, 3 + 3 * j, call.report()));
+    setField(found.desc, textAt(*reply, 4 + 3 * j, call.report()));
     list.push_back(found);
     VEL_DEBUG("[%d] addr:%s name:%s desc:%s", static_cast<int>(list.size()), found.addr, found.name,
               found.desc);
+  }
+  if (present < count) {
+    reportEarlyEnd(present, count, call.report());
   }
   return 0;
 }
@@ -94,13 +101,14 @@ int VelProxy::StopSearchSharePrinterDevice() {
 
 int VelProxy::AddSharePrinterDevice(std::list<_SharePrinterDevice>& list) {
   VEL_DEBUG("enter");
+  static constexpr char kMethod[] = "addSharePrinter";
   const int count = static_cast<int>(list.size());
   RemoteCall call(*this);
-  if (!call.connected()) {
+  if (!call.connected(kMethod)) {
     return RemoteCall::kNoAnswer;
   }
   VEL_DEBUG("size: %d", count);
-  call.method("addSharePrinter").int32(count);
+  call.method(kMethod).int32(count);
   for (const _SharePrinterDevice& device : list) {
     call.cString(device.addr).cString(device.name).cString(device.desc);
   }

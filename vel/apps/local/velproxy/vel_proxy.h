@@ -90,6 +90,7 @@
 #include "bus/qxbus.h"
 #include "vel/apps/local/velproxy/callbacks.h"
 #include "vel/apps/local/velproxy/records.h"
+#include "vel/apps/local/velproxy/vel_error.h"
 
 class QTabletEvent;
 
@@ -126,6 +127,16 @@ class VelProxy {
   // The one instance, made on first use and never destroyed; never null. Tries to connect first
   // while there is no connection.
   static VelProxy* getInstance();
+
+  // Why the last operation on this thread failed; kNone when it succeeded. Each operation of any
+  // VelProxy sets it, also one without a bus method; getInstance() and destructors do not. Of
+  // several failures of one operation the first counts. Operations that run inside another one, in
+  // its callbacks for instance, do not count once that one has returned. An operation that does
+  // not wait succeeds when the bus has its request.
+  //
+  // A reply is a bad one as far as the bus shows the types of its values: an empty text or a double
+  // where an integer belongs still reads as 0, the integer 0 where a text belongs as "".
+  static VelError lastError();
 
   // Hands a broadcast event to the instance. Public because the bus calls it.
   static void BroadcastCallback(std::shared_ptr<QXBusMessage> message);

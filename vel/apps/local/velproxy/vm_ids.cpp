@@ -2,14 +2,23 @@
 
 #include <algorithm>
 
+#include "vel/apps/local/velproxy/internal/arguments.h"
 #include "vel/apps/local/velproxy/internal/remote_call.h"
 #include "vel/apps/local/velproxy/internal/vel_log.h"
 #include "vel/apps/local/velproxy/vel_proxy.h"
 
 namespace qx {
+namespace {
+
+// The service's name for the look-up of one VM.
+constexpr char kLookUp[] = "getVmListSize";
+
+}  // namespace
 
 unsigned int VelProxy::GetVmIdInt(std::string vmId) {
   getInstance();
+  RemoteCall call(*this, RemoteCall::Lock::kLookUp);
+  call.report().setMethod(kLookUp);
   if (vmId.empty()) {
     return 0;
   }
@@ -24,14 +33,15 @@ unsigned int VelProxy::GetVmIdInt(std::string vmId) {
     }
     generation = vmIdGeneration_;
   }
-  const std::optional<int> answer =
-      RemoteCall(*this, RemoteCall::Lock::kLookUp).method("getVmListSize").string(vmId).answer();
+  const std::optional<int> answer = call.method(kLookUp).string(vmId).answer();
   if (!answer) {
     return 0;
   }
   const auto id = static_cast<unsigned int>(*answer);
   VEL_DEBUG("vmid[%s]~ maped to id[%d] from hulservice", vmId.c_str(), id);
-  if (id != 0) {
+  if (id == 0) {
+    call.report().failUnknownVm(vmId);
+  } else {
     const std::lock_guard<std::mutex> lock(vmIdMutex_);
     // A service that has died since gave numbers that mean nothing to the next one.
     if (generation == vmIdGeneration_) {
@@ -42,6 +52,7 @@ unsigned int VelProxy::GetVmIdInt(std::string vmId) {
 }
 
 std::string VelProxy::GetVmIdString(unsigned int id) {
+  const ErrorReport report;
   const std::lock_guard<std::mutex> lock(vmIdMutex_);
   const auto known = vmIds_.find(id);
   return known != vmIds_.end() ? known->second : std::string();
@@ -54,14 +65,18 @@ std::map<std::string, unsigned int> VelProxy::GetVmList() {
   if (!reply) {
     return vms;
   }
-  const int count = reply->getInt32(0);
+  const int count = countAt(*reply, 0, call.report());
   VEL_DEBUG("vm list size: %d", count);
   const int whole = (reply->argCount() - 1) / 2;
-  for (int k = 0; k < std::min(count, whole); ++k) {
-    const std::string vmId = reply->getString(2 * k + 1);
-    const auto id = static_cast<unsigned int>(reply->getInt32(2 * k + 2));
+  const int present = std::min(count, whole);
+  for (int k = 0; k < present; ++k) {
+    const std::string vmId = textAt(*reply, 2 * k + 1, call.report());
+    const auto id = static_cast<unsigned int>(integerAt(*reply, 2 * k + 2, call.report()));
     vms[vmId] = id;
     VEL_DEBUG("vmid[%s]~ maped to id[%d]", vmId.c_str(), id);
+  }
+  if (present < count) {
+    reportEarlyEnd(present, count, call.report());
   }
   return vms;
 }

@@ -14,6 +14,8 @@
 #include <utility>
 
 #include "bus/qxbus.h"
+#include "vel/apps/local/velproxy/internal/arguments.h"
+#include "vel/apps/local/velproxy/internal/error_report.h"
 
 namespace qx {
 
@@ -92,27 +94,32 @@ class ReadableRecord {
 };
 
 // The counted list of blocks in a reply: argument 0 is the count, arguments 1 to count are blocks.
-// The first empty block, or the first that is missing, ends the list.
+// The first empty block, or the first that is missing, ends the list, and makes it a bad reply.
 class BlockList {
  public:
   // How the block that ends the list early is logged.
   enum class EmptyBlock { kDebug, kError };
 
   // reply may be null. Log lines name the function and line.
-  BlockList(std::shared_ptr<QXBusMessage> reply, const char* function, int line)
-      : reply_(std::move(reply)), function_(function), line_(line) {}
+  BlockList(std::shared_ptr<QXBusMessage> reply, ErrorReport& report, const char* function,
+            int line)
+      : reply_(std::move(reply)),
+        report_(report),
+        count_(reply_ ? countAt(*reply_, 0, report) : 0),
+        function_(function),
+        line_(line) {}
 
   explicit operator bool() const { return reply_ != nullptr; }
   // As announced; it may be negative, or more than there are.
-  int count() const { return reply_ ? reply_->getInt32(0) : 0; }
+  int count() const { return count_; }
 
   template <typename Take>
   void forEach(EmptyBlock logged, Take take) const {
-    const int announced = count();
-    for (int i = 0; i < announced; ++i) {
+    for (int i = 0; i < count_; ++i) {
       Block block(*reply_, i + 1);
       if (block.empty()) {
-        logEmptyBlock(logged, block.data(), announced);
+        logEmptyBlock(logged, block.data());
+        reportEarlyEnd(i, count_, report_);
         return;
       }
       take(block);
@@ -139,9 +146,11 @@ class BlockList {
   }
 
  private:
-  void logEmptyBlock(EmptyBlock logged, const void* data, int announced) const;
+  void logEmptyBlock(EmptyBlock logged, const void* data) const;
 
   std::shared_ptr<QXBusMessage> reply_;
+  ErrorReport& report_;
+  int count_;
   const char* function_;
   int line_;
 };

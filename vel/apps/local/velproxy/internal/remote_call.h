@@ -9,6 +9,7 @@
 
 #include "bus/qxbus.h"
 #include "vel/apps/local/velproxy/internal/blocks.h"
+#include "vel/apps/local/velproxy/internal/error_report.h"
 #include "vel/apps/local/velproxy/vel_proxy.h"
 
 namespace qx {
@@ -56,13 +57,15 @@ class RemoteCall {
 
   // Whether there is a service to call. The first question logs an error if there is none, and ends
   // the lock of Lock::kReleased.
-  bool connected();
+  bool connected(const char* method);
 
   RemoteCall& method(const char* name, int timeoutMs = kUsualTimeoutMs);
   explicit operator bool() const { return message_ != nullptr; }
 
   // The service's number of a VM; may itself ask the service. 0 without a connection.
-  unsigned int numberOf(const std::string& vmId);
+  unsigned int numberOf(const std::string& vmId) {
+    return message_ ? report_.numberOf(proxy_, vmId) : 0;
+  }
 
   RemoteCall& vm(const std::string& vmId) { return int32(numberOf(vmId)); }
   // Keeps the bits: 65535 travels as -1.
@@ -92,13 +95,17 @@ class RemoteCall {
   // Makes the call. The text of a normal reply.
   std::optional<std::string> text();
   // Makes the call. The blocks of a normal reply.
-  BlockList blocks() { return BlockList(reply(), function_, line_); }
+  BlockList blocks() { return BlockList(reply(), report_, function_, line_); }
   // Sends the request; its answer is only logged. 0, or -1 without a connection.
   int sendOnly();
 
+  ErrorReport& report() { return report_; }
+
  private:
   RemoteCall& cString(const std::string& value);
+  void reportFailure(int type, const std::string& reason);
 
+  ErrorReport report_;
   VelProxy& proxy_;
   const Texts* texts_;
   const char* function_;
