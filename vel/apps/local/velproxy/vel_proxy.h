@@ -26,7 +26,7 @@
 // ERRORS     Nothing throws, unless memory runs out. Statuses are the service's own, passed on
 //            unchanged; -1 (0xFFFFFFFF) also stands for "no answer": no service, an error reply, or
 //            the time has passed. Lists are empty and texts "" then, unless the operation says
-//            otherwise. Reasons are logged.
+//            otherwise. lastError() gives the reason; the log has it, too.
 // VM IDS     vmId is the client's name of a VM. On the bus travels the service's number for it; an
 //            empty name, and one that the service does not know, travels as 0.
 // BUS        int16, int32, uint64, string and bytes are the argument types of bus/qxbus.h. `vm` is
@@ -39,6 +39,7 @@
 //
 //   connection        getInstance, Init, InitBroadcast, ReleaseService, ResetService,
 //                     BroadcastCallback, HandleEvent, onServiceDeath
+//   errors            lastError
 //   VM sessions       ConnectVm, DisconnectVm, StartVm, CreatePipe, DestroyPipe,
 //                     SetPortChannelStatus, OnFocusChanged, UpdateDriveToken, RegisterCallback,
 //                     UnregisterCallback
