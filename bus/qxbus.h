@@ -46,7 +46,9 @@ enum QXBusMessageType : int {
 // One method call, reply or event: a list of typed positional arguments.
 //
 // An append adds one argument at the end; a get reads the argument at a zero-based index. Getters
-// are total: a wrong type or index gives 0, "" or null with *length 0.
+// are total: a wrong type or index gives 0, "" or null with *length 0. An integer is read from an
+// integer argument of any type that holds it: 0 when it does not fit; signed and unsigned of one
+// width read the same bits.
 class QXBusMessage {
  public:
   struct Impl;

@@ -39,7 +39,7 @@ void QXBusMessage::appendBytes(const void* data, int length) {
 }
 
 std::int16_t QXBusMessage::getInt16(int index) {
-  return static_cast<std::int16_t>(qxbus::readUInt16(impl_->arguments, index));
+  return qxbus::readInt16(impl_->arguments, index);
 }
 
 std::uint16_t QXBusMessage::getUInt16(int index) {
@@ -47,7 +47,7 @@ std::uint16_t QXBusMessage::getUInt16(int index) {
 }
 
 std::int32_t QXBusMessage::getInt32(int index) {
-  return static_cast<std::int32_t>(qxbus::readUInt32(impl_->arguments, index));
+  return qxbus::readInt32(impl_->arguments, index);
 }
 
 std::uint32_t QXBusMessage::getUInt32(int index) {
@@ -55,7 +55,7 @@ std::uint32_t QXBusMessage::getUInt32(int index) {
 }
 
 std::int64_t QXBusMessage::getInt64(int index) {
-  return static_cast<std::int64_t>(qxbus::readUInt64(impl_->arguments, index));
+  return qxbus::readInt64(impl_->arguments, index);
 }
 
 std::uint64_t QXBusMessage::getUInt64(int index) {

@@ -1,7 +1,6 @@
 #include "bus/dbus/wire.h"
 
-#include <cstdio>
-#include <cstring>
+#include <cstdint>
 #include <type_traits>
 
 namespace qxbus {
@@ -10,13 +9,14 @@ namespace {
 // What a variant costs at most besides its payload: signature, padding, length, terminator.
 constexpr std::size_t kVariantOverhead = 24;
 
-// A block longer than this is cut short in descriptions.
-constexpr std::size_t kDescribedBytes = 16;
-
 template <typename T>
 constexpr int typeCode() {
   if constexpr (std::is_same_v<T, std::int16_t>) {
     return DBUS_TYPE_INT16;
+  } else if constexpr (std::is_same_v<T, std::uint16_t>) {
+    return DBUS_TYPE_UINT16;
+  } else if constexpr (std::is_same_v<T, std::uint32_t>) {
+    return DBUS_TYPE_UINT32;
   } else if constexpr (std::is_same_v<T, std::int32_t>) {
     return DBUS_TYPE_INT32;
   } else if constexpr (std::is_same_v<T, std::uint64_t>) {
@@ -139,11 +139,11 @@ Value readValue(DBusMessageIter* iter) {
     case DBUS_TYPE_INT16:
       return basic<std::int16_t>(iter);
     case DBUS_TYPE_UINT16:
-      return static_cast<std::int16_t>(basic<std::uint16_t>(iter));
+      return basic<std::uint16_t>(iter);
     case DBUS_TYPE_INT32:
       return basic<std::int32_t>(iter);
     case DBUS_TYPE_UINT32:
-      return static_cast<std::int32_t>(basic<std::uint32_t>(iter));
+      return basic<std::uint32_t>(iter);
     case DBUS_TYPE_BOOLEAN:
       return static_cast<std::int32_t>(basic<dbus_bool_t>(iter));
     case DBUS_TYPE_BYTE:
@@ -165,67 +165,7 @@ Value readValue(DBusMessageIter* iter) {
   }
 }
 
-const Value* at(const Values& values, int index) {
-  const bool inside = index >= 0 && static_cast<std::size_t>(index) < values.size();
-  return inside ? &values[static_cast<std::size_t>(index)] : nullptr;
-}
-
-template <typename T>
-const T* as(const Values& values, int index) {
-  const Value* const value = at(values, index);
-  return value ? std::get_if<T>(value) : nullptr;
-}
-
-class Describer {
- public:
-  explicit Describer(std::string* text) : text_(text) {}
-
-  void operator()(std::int16_t value) const { *text_ += "int16 " + std::to_string(value); }
-  void operator()(std::int32_t value) const { *text_ += "int32 " + std::to_string(value); }
-  void operator()(std::uint64_t value) const { *text_ += "uint64 " + std::to_string(value); }
-  void operator()(std::int64_t value) const { *text_ += "int64 " + std::to_string(value); }
-  void operator()(double value) const { *text_ += "double " + std::to_string(value); }
-
-  void operator()(const std::string& value) const {
-    *text_ += "string \"";
-    for (const char c : value) {
-      if (c == '"' || c == '\\') {
-        *text_ += '\\';
-      }
-      if (static_cast<unsigned char>(c) < 0x20) {
-        hex("\\x%02x", static_cast<unsigned char>(c));
-      } else {
-        *text_ += c;
-      }
-    }
-    *text_ += '"';
-  }
-
-  void operator()(const Bytes& value) const {
-    *text_ += "bytes[" + std::to_string(value.size()) + "]";
-    for (std::size_t i = 0; i < value.size() && i < kDescribedBytes; ++i) {
-      hex(" %02x", value[i]);
-    }
-    if (value.size() > kDescribedBytes) {
-      *text_ += " ...";
-    }
-  }
-
- private:
-  void hex(const char* format, unsigned int byte) const {
-    char digits[8];
-    std::snprintf(digits, sizeof digits, format, byte);
-    *text_ += digits;
-  }
-
-  std::string* text_;
-};
-
 }  // namespace
-
-bool isText(const std::string& text) {
-  return text.find('\0') == std::string::npos && dbus_validate_utf8(text.c_str(), nullptr);
-}
 
 bool appendBody(DBusMessage* message, const Values& values) {
   if (!fits(values)) {
@@ -269,47 +209,6 @@ Values readBody(DBusMessage* message) {
 std::string errorText(DBusMessage* reply) {
   const std::string text = readString(readBody(reply), 0);
   return text.empty() ? dbus_message_get_error_name(reply) : text;
-}
-
-std::uint16_t readUInt16(const Values& values, int index) {
-  const auto* const value = as<std::int16_t>(values, index);
-  return value ? static_cast<std::uint16_t>(*value) : std::uint16_t{0};
-}
-
-std::uint32_t readUInt32(const Values& values, int index) {
-  const auto* const value = as<std::int32_t>(values, index);
-  return value ? static_cast<std::uint32_t>(*value) : 0;
-}
-
-std::uint64_t readUInt64(const Values& values, int index) {
-  if (const auto* const value = as<std::int64_t>(values, index)) {
-    return static_cast<std::uint64_t>(*value);
-  }
-  const auto* const value = as<std::uint64_t>(values, index);
-  return value ? *value : 0;
-}
-
-std::string readString(const Values& values, int index) {
-  if (const Bytes* const bytes = readBytes(values, index)) {
-    return std::string(bytes->begin(), bytes->end());
-  }
-  const auto* const text = as<std::string>(values, index);
-  return text ? *text : std::string();
-}
-
-const Bytes* readBytes(const Values& values, int index) {
-  return as<Bytes>(values, index);
-}
-
-std::string describe(const Values& values) {
-  std::string text;
-  for (const Value& value : values) {
-    if (!text.empty()) {
-      text += ", ";
-    }
-    std::visit(Describer(&text), value);
-  }
-  return text;
 }
 
 }  // namespace qxbus

@@ -6,13 +6,13 @@
 // cannot carry, because it holds a NUL or is not UTF-8, travels as ay; texts are read from either.
 //
 // A body whose signature is not exactly av is read as one positional argument per body argument, so
-// that services written with ordinary D-Bus tools are understood. Their other types are read as the
-// nearest of ours; what has none (a structure, a dictionary) keeps its place and reads as nothing.
+// that services written with ordinary D-Bus tools are understood. Of their types, q and u are kept;
+// y and b are read as int32, o and g as strings; a structure, a dictionary or another array keeps
+// its place and reads as empty bytes.
 
 #ifndef BUS_DBUS_WIRE_H
 #define BUS_DBUS_WIRE_H
 
-#include <cstdint>
 #include <string>
 
 #include <dbus/dbus.h>
@@ -28,20 +28,6 @@ Values readBody(DBusMessage* message);
 
 // The text of an error reply; the error's name when the reply holds no text.
 std::string errorText(DBusMessage* reply);
-
-// Whether D-Bus can carry the text as a string.
-bool isText(const std::string& text);
-
-// Total readings: a wrong type or index gives 0, "" or null. Signed and unsigned integers of one
-// width read the same bits.
-std::uint16_t readUInt16(const Values& values, int index);
-std::uint32_t readUInt32(const Values& values, int index);
-std::uint64_t readUInt64(const Values& values, int index);
-std::string readString(const Values& values, int index);
-const Bytes* readBytes(const Values& values, int index);
-
-// The values on one line: int32 7, string "Front camera", bytes[3] 01 02 03.
-std::string describe(const Values& values);
 
 }  // namespace qxbus
 

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <ostream>
 
-#include "bus/dbus/wire.h"
+#include "bus/dbus/value.h"
 #include "platform/log.h"
 #include "tests/dbus/raw_peer.h"
 
@@ -54,6 +54,9 @@ struct Append {
   void operator()(std::uint64_t value) const { message.appendUInt64(value); }
   void operator()(std::int64_t value) const { message.appendInt64(value); }
   void operator()(double value) const { message.appendDouble(value); }
+  // Messages append no unsigned integers of these widths.
+  void operator()(std::uint16_t /*value*/) const { throw std::logic_error("no uint16"); }
+  void operator()(std::uint32_t /*value*/) const { throw std::logic_error("no uint32"); }
   void operator()(const std::string& value) const { message.appendString(value); }
   void operator()(const qxbus::Bytes& value) const {
     message.appendBytes(value.data(), static_cast<int>(value.size()));

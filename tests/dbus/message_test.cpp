@@ -221,24 +221,37 @@ TEST_F(MessageOverDBus, GivesNothingForAnotherType) {
                                  std::int64_t{4}, 5.0, "6"s, qxbus::Bytes{7}});
   struct Row {
     int index;
-    bool int16, int32, int64, text, bytes;
+    bool integer, text, bytes;
   };
-  const Row rows[] = {{0, true, false, false, false, false},  {1, false, true, false, false, false},
-                      {2, false, false, true, false, false},  {3, false, false, true, false, false},
-                      {4, false, false, false, false, false}, {5, false, false, false, true, false},
-                      {6, false, false, false, true, true}};
+  const Row rows[] = {{0, true, false, false}, {1, true, false, false},  {2, true, false, false},
+                      {3, true, false, false}, {4, false, false, false}, {5, false, true, false},
+                      {6, false, true, true}};
 
   for (const Row& row : rows) {
     SCOPED_TRACE(row.index);
-    EXPECT_EQ(reply->getInt16(row.index) != 0, row.int16);
-    EXPECT_EQ(reply->getUInt16(row.index) != 0, row.int16);
-    EXPECT_EQ(reply->getInt32(row.index) != 0, row.int32);
-    EXPECT_EQ(reply->getUInt32(row.index) != 0, row.int32);
-    EXPECT_EQ(reply->getInt64(row.index) != 0, row.int64);
-    EXPECT_EQ(reply->getUInt64(row.index) != 0, row.int64);
+    EXPECT_EQ(reply->getInt16(row.index) != 0, row.integer);
+    EXPECT_EQ(reply->getUInt16(row.index) != 0, row.integer);
+    EXPECT_EQ(reply->getInt32(row.index) != 0, row.integer);
+    EXPECT_EQ(reply->getUInt32(row.index) != 0, row.integer);
+    EXPECT_EQ(reply->getInt64(row.index) != 0, row.integer);
+    EXPECT_EQ(reply->getUInt64(row.index) != 0, row.integer);
     EXPECT_EQ(!reply->getString(row.index).empty(), row.text);
     EXPECT_EQ(!bytesOf(*reply, row.index).empty(), row.bytes);
   }
+}
+
+TEST_F(MessageOverDBus, GivesZeroForAnIntegerThatDoesNotFit) {
+  const MessageRef reply = echo({std::int32_t{65536}, std::int16_t{-2}, std::int64_t{1} << 32});
+
+  EXPECT_EQ(reply->getInt16(0), 0);
+  EXPECT_EQ(reply->getUInt16(0), 0);
+  EXPECT_EQ(reply->getInt64(0), 65536);
+  EXPECT_EQ(reply->getUInt64(0), 65536u);
+  EXPECT_EQ(reply->getInt64(1), -2);
+  EXPECT_EQ(reply->getUInt16(1), 65534);
+  EXPECT_EQ(reply->getUInt32(1), 0u);
+  EXPECT_EQ(reply->getInt32(2), 0);
+  EXPECT_EQ(reply->getUInt32(2), 0u);
 }
 
 TEST_F(MessageOverDBus, GivesBytesAlsoToACallerThatDoesNotAskForTheirLength) {

@@ -8,46 +8,20 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/dbus/raw_peer.h"
+#include "tests/dbus/wire_messages.h"
 
 namespace {
 
+using namespace dbustest;
 using namespace std::string_literals;
-using dbustest::Body;
-using dbustest::DBusMessageRef;
 using qxbus::Bytes;
 using qxbus::Value;
 using qxbus::Values;
-using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 
 template <typename T>
 using Limits = std::numeric_limits<T>;
-
-DBusMessageRef newMessage() {
-  return DBusMessageRef(dbus_message_new_signal("/object", "some.interface", "member"));
-}
-
-DBusMessageRef messageWith(const Body& body) {
-  DBusMessageRef message = newMessage();
-  DBusMessageIter arguments;
-  dbus_message_iter_init_append(message.get(), &arguments);
-  body(&arguments);
-  return message;
-}
-
-// As it would come from the other side: through the bytes that go over the bus.
-DBusMessageRef received(const DBusMessageRef& message) {
-  dbus_message_set_serial(message.get(), 1);
-  char* bytes = nullptr;
-  int length = 0;
-  EXPECT_TRUE(dbus_message_marshal(message.get(), &bytes, &length));
-  DBusMessageRef copy(dbus_message_demarshal(bytes, length, nullptr));
-  dbus_free(bytes);
-  EXPECT_TRUE(copy);
-  return copy;
-}
 
 Values roundTrip(const Values& values) {
   const DBusMessageRef message = newMessage();
@@ -111,19 +85,6 @@ TEST(WireBody, IsNotMadeWhenItIsTooLarge) {
 }
 
 // --- Bodies that others make ---------------------------------------------------------------------
-
-template <typename T>
-void append(DBusMessageIter* arguments, int type, T value) {
-  dbus_message_iter_append_basic(arguments, type, &value);
-}
-
-// One container around what fill appends.
-void in(DBusMessageIter* arguments, int type, const char* signature, const Body& fill) {
-  DBusMessageIter inside;
-  dbus_message_iter_open_container(arguments, type, signature, &inside);
-  fill(&inside);
-  dbus_message_iter_close_container(arguments, &inside);
-}
 
 TEST(WireBody, OfNativeTypesIsReadAsOneArgumentEach) {
   const DBusMessageRef message = received(messageWith([](DBusMessageIter* body) {
@@ -287,32 +248,6 @@ TEST(WireBody, OfMoreThanVariantsIsReadAsOneArgumentEach) {
   ASSERT_THAT(values, SizeIs(2));
   EXPECT_EQ(qxbus::readUInt32(values, 0), 0u);
   EXPECT_EQ(qxbus::readUInt32(values, 1), 7u);
-}
-
-// --- Reading and describing ----------------------------------------------------------------------
-
-TEST(WireValues, AreNothingOutsideTheList) {
-  const Values values = {std::int32_t{1}};
-
-  for (const int index : {-1, 1, Limits<int>::min(), Limits<int>::max()}) {
-    EXPECT_EQ(qxbus::readUInt16(values, index), 0);
-    EXPECT_EQ(qxbus::readUInt32(values, index), 0u);
-    EXPECT_EQ(qxbus::readUInt64(values, index), 0u);
-    EXPECT_EQ(qxbus::readString(values, index), "");
-    EXPECT_EQ(qxbus::readBytes(values, index), nullptr);
-  }
-}
-
-TEST(WireValues, AreDescribedOnOneLine) {
-  const std::string text =
-      qxbus::describe({std::int16_t{-1}, std::int32_t{7}, std::uint64_t{8}, std::int64_t{-9}, 0.5,
-                       "a \"b\"\n"s, Bytes{1, 2, 255}, Bytes{}, Bytes(1000, 3)});
-
-  EXPECT_THAT(text, HasSubstr("int16 -1, int32 7, uint64 8, int64 -9, double 0.5"));
-  EXPECT_THAT(text, HasSubstr("bytes[3] 01 02 ff, bytes[0], bytes[1000] 03"));
-  EXPECT_THAT(text, testing::Not(HasSubstr("\n")));
-  EXPECT_LT(text.size(), 400u);
-  EXPECT_EQ(qxbus::describe({}), "");
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "bus/dbus/wire.h"
+#include "bus/dbus/value.h"
 #include "vel/apps/local/velsim/machine/machine_state.h"
 #include "vel/apps/local/velsim/machine/status.h"
 
@@ -19,11 +19,11 @@ inline VmNumber vmOf(const qxbus::Values& arguments) {
 }
 
 inline std::int32_t int32Of(const qxbus::Values& arguments, int index) {
-  return static_cast<std::int32_t>(qxbus::readUInt32(arguments, index));
+  return qxbus::readInt32(arguments, index);
 }
 
 inline std::int16_t int16Of(const qxbus::Values& arguments, int index) {
-  return static_cast<std::int16_t>(qxbus::readUInt16(arguments, index));
+  return qxbus::readInt16(arguments, index);
 }
 
 // The number in a block of eight bytes.

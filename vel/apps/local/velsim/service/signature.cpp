@@ -7,7 +7,7 @@
 #include <type_traits>
 #include <variant>
 
-#include "bus/dbus/wire.h"
+#include "bus/dbus/value.h"
 
 namespace velsim {
 namespace {
@@ -18,7 +18,6 @@ using velprotocol::ValueType;
 // A ValueType is the index of its alternative.
 template <ValueType type>
 using Alternative = std::variant_alternative_t<static_cast<std::size_t>(type), qxbus::Value>;
-static_assert(std::variant_size_v<qxbus::Value> == std::size(velprotocol::kValueTypes));
 static_assert(std::is_same_v<Alternative<ValueType::kInt16>, std::int16_t>);
 static_assert(std::is_same_v<Alternative<ValueType::kInt32>, std::int32_t>);
 static_assert(std::is_same_v<Alternative<ValueType::kUInt64>, std::uint64_t>);
@@ -27,8 +26,20 @@ static_assert(std::is_same_v<Alternative<ValueType::kDouble>, double>);
 static_assert(std::is_same_v<Alternative<ValueType::kString>, std::string>);
 static_assert(std::is_same_v<Alternative<ValueType::kBytes>, qxbus::Bytes>);
 
+// Unsigned integers that the protocol does not use stand for the signed ones of their width.
+static_assert(std::variant_size_v<qxbus::Value> == std::size(velprotocol::kValueTypes) + 2);
+ValueType typeOf(const qxbus::Value& value) {
+  if (std::holds_alternative<std::uint16_t>(value)) {
+    return ValueType::kInt16;
+  }
+  if (std::holds_alternative<std::uint32_t>(value)) {
+    return ValueType::kInt32;
+  }
+  return static_cast<ValueType>(value.index());
+}
+
 std::string nameOf(const qxbus::Value& value) {
-  return std::string(velprotocol::nameOf(static_cast<ValueType>(value.index())));
+  return std::string(velprotocol::nameOf(typeOf(value)));
 }
 
 // A text that D-Bus cannot carry as a string, because it holds a NUL or is not UTF-8, comes as
@@ -50,7 +61,7 @@ std::optional<std::string> mismatchAt(std::size_t index, const Argument& expecte
     return begin + type + ", got nothing";
   }
   const qxbus::Value& value = arguments[index];
-  const bool isType = static_cast<ValueType>(value.index()) == expected.type ||
+  const bool isType = typeOf(value) == expected.type ||
                       (expected.type == ValueType::kString && isTextAsBytes(value));
   if (!isType) {
     return begin + type + ", got " + nameOf(value);
@@ -78,7 +89,7 @@ std::optional<std::string> Signature::mismatch(const qxbus::Values& arguments) c
     }
   }
   if (once == arguments_.repeatedFrom() && once < arguments_.size()) {
-    const std::int32_t count = std::get<std::int32_t>(arguments[next - 1]);
+    const std::int32_t count = qxbus::readInt32(arguments, static_cast<int>(next) - 1);
     if (count < 0) {
       return mustBe(next - 1, arguments_[next - 1]) + "0 or more, got " + std::to_string(count);
     }

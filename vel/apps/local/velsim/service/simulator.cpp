@@ -4,7 +4,7 @@
 #include <optional>
 #include <utility>
 
-#include "bus/dbus/wire.h"
+#include "bus/dbus/value.h"
 #include "vel/apps/local/velsim/service/timer_thread.h"
 #include "vel/protocol/methods.h"
 
