@@ -224,7 +224,7 @@ TEST_P(LastErrorOfALookUpTest, ReportsAFailedLookUpOfTheVm) {
 
 TEST_P(LastErrorOfARefusalTest, ReportsRefusedArguments) {
   for (const RemoteOperation::Refusal& refusal : operation().refusals()) {
-    SCOPED_TRACE(refusal.what);
+    SCOPED_TRACE(refusal.arguments);
     run();
 
     refusal.run(*proxy);

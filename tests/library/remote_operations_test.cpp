@@ -1,15 +1,10 @@
-// What all remote operations have in common, done with each row of the table.
+// What all remote operations have in common: requests, results, log lines, the order of the steps.
 
-#include "tests/library/remote_operations.h"
-
-#include <algorithm>
 #include <functional>
 #include <limits>
-#include <memory>
-#include <ostream>
 #include <set>
 
-#include "tests/library/proxy_test.h"
+#include "tests/library/remote_operation_test.h"
 
 namespace {
 
@@ -30,47 +25,6 @@ Strings joined(std::initializer_list<Strings> parts) {
 std::string eventOf(const std::string& summary) {
   return summary.substr(0, summary.find("   <- "));
 }
-
-// A proxy that gives VMs numbers of its own.
-class Renumbering : public qx::VelProxy {
- public:
-  static constexpr unsigned int kNumber = 4242;
-
-  unsigned int GetVmIdInt(std::string vmId) override {
-    asked.push_back(std::move(vmId));
-    return kNumber;
-  }
-
-  Strings asked;
-};
-
-class RemoteOperationTest : public ProxyTest, public testing::WithParamInterface<RemoteOperation> {
- protected:
-  // The service knows the VM and gives the good answer; the proxy has the VM's number already.
-  RemoteOperationTest() : operation_(GetParam().sentBy(*proxy)) {
-    bus.knowsVm(kVm, kVmNumber);
-    proxy->GetVmIdInt(kVm);
-    bus.answer(operation().method(), operation().reply());
-    forget();
-  }
-
-  const RemoteOperation& operation() const { return operation_; }
-  // For a test that uses another object than proxy.
-  void expectOf(const qx::VelProxy& other) { operation_ = GetParam().sentBy(other); }
-  std::string run() { return operation().runOn(*proxy); }
-  Strings linesOf(scripted::Timeline::Thread thread) const {
-    Strings lines;
-    for (const scripted::LogLine& line : log.lines()) {
-      if (line.thread == thread && line.function == operation().name()) {
-        lines.push_back(line.summary());
-      }
-    }
-    return lines;
-  }
-
- private:
-  RemoteOperation operation_;
-};
 
 TEST_P(RemoteOperationTest, SendsItsRequestAndGivesTheResult) {
   EXPECT_EQ(run(), operation().result());
@@ -139,29 +93,6 @@ TEST_P(RemoteOperationTest, FailsAfterAnErrorReply) {
               joined({operation().first(), operation().underLock(), operation().connected(),
                       operation().beforeCall(), operation().replyLine(refusal),
                       operation().errorLines(type, "too busy")}));
-  }
-}
-
-TEST_P(RemoteOperationTest, PassesAnyStatusOn) {
-  for (const int status :
-       {-1, -77, 0, 1, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()}) {
-    bus.answer(operation().method(), Reply().int32(status).int32(99));
-    if (!operation().passesStatusOn()) {
-      continue;
-    }
-    // A name that has a number would not be asked for again.
-    qx::VelProxy fresh;
-    fresh.Init();
-    log.clear();
-
-    EXPECT_EQ(operation().runOn(fresh), shown(status));
-
-    EXPECT_THAT(log.errors(), testing::Not(testing::Contains(testing::HasSubstr("reply type"))));
-  }
-  if (!operation().passesStatusOn() && operation().reply().arguments.size() == 1) {
-    // A result of its own, whatever the service's integer is.
-    bus.answer(operation().method(), Reply().int32(kStatus + 1));
-    EXPECT_EQ(run(), operation().result());
   }
 }
 
@@ -336,7 +267,7 @@ TEST_P(RemoteOperationTest, SendsZeroForAVmThatTheServiceDoesNotKnow) {
 TEST_P(RemoteOperationTest, RefusesBadArgumentsBeforeAnythingElse) {
   disconnect(*instance);
   for (const RemoteOperation::Refusal& refusal : operation().refusals()) {
-    SCOPED_TRACE(refusal.what);
+    SCOPED_TRACE(refusal.arguments);
     forget();
 
     EXPECT_EQ(refusal.run(*proxy), refusal.result);
@@ -346,236 +277,66 @@ TEST_P(RemoteOperationTest, RefusesBadArgumentsBeforeAnythingElse) {
   }
 }
 
-std::string testNameOf(const testing::TestParamInfo<RemoteOperation>& row) {
-  return row.param.testName();
-}
-
-std::vector<RemoteOperation> operationsThat(bool (*apply)(const RemoteOperation&)) {
-  std::vector<RemoteOperation> rows = remoteOperations();
-  rows.erase(std::remove_if(rows.begin(), rows.end(), std::not_fn(apply)), rows.end());
-  return rows;
-}
-
 INSTANTIATE_TEST_SUITE_P(All, RemoteOperationTest, testing::ValuesIn(remoteOperations()),
                          testNameOf);
 
-// --- How long the lock is held ------------------------------------------------------------------
+// --- Statuses -----------------------------------------------------------------------------------
 
-// Another operation on the same proxy, and how far it gets while the tested one is held up.
-class LockTest : public RemoteOperationTest {
+class StatusTest : public RemoteOperationTest {
  protected:
-  LockTest() { bus.answer("resetService", Reply().int32(0)); }
+  // The results for statuses from end to end, each of a new proxy: a name that has a number would
+  // not be asked for again.
+  void expectOfEachStatus(const std::function<std::string(int status)>& result) {
+    for (const int status :
+         {-1, -77, 0, 1, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()}) {
+      bus.answer(operation().method(), Reply().int32(status).int32(99));
+      qx::VelProxy fresh;
+      fresh.Init();
+      log.clear();
 
-  // Stops the operation at the last thing that it is seen to do: at a reading of the reply or at a
-  // line of its own. It is run once to find out which that is.
-  Gate holdAtTheLastStep() {
-    const Strings starts = {"read " + operation().method() + "(",
-                            "Debug " + operation().name() + ":",
-                            "Error " + operation().name() + ":"};
-    const auto steps = std::make_shared<int>(0);
-    for (const std::string& start : starts) {
-      timeline.when(start, [steps] { ++*steps; });
+      EXPECT_EQ(operation().runOn(fresh), result(status));
+
+      EXPECT_THAT(log.errors(), testing::Not(testing::Contains(testing::HasSubstr("reply type"))));
     }
-    run();
-    Gate gate;
-    for (const std::string& start : starts) {
-      timeline.when(start, [steps, last = *steps, pass = gate.pass()] {
-        if (*steps == last) {
-          pass();
-        }
-      });
-    }
-    *steps = 0;
-    return gate;
-  }
-
-  // The tested one is at the gate; the other one waits before anything that is seen of it.
-  void expectAnotherToWait(Gate& gate, const std::string& itWouldDo) {
-    ASSERT_TRUE(gate.isReached());
-    disconnect(*instance);
-
-    Background another(anotherOperation());
-
-    ASSERT_TRUE(timeline.waitFor(another.id(), kReconnects));
-    EXPECT_FALSE(timeline.happensSoon(another.id(), itWouldDo));
-    gate.open();
-    EXPECT_TRUE(another.isDone());
-  }
-
-  void expectAnotherToProceed(Gate& gate) {
-    ASSERT_TRUE(gate.isReached());
-
-    Background another(anotherOperation());
-
-    EXPECT_TRUE(another.isDone());
-    gate.open();
-  }
-
- private:
-  std::function<bool()> anotherOperation() {
-    return [this] {
-      return operation().method() == "resetService" ? proxy->GetVmList().empty()
-                                                    : proxy->ResetService() == 0;
-    };
   }
 };
 
-class HeldLockTest : public LockTest {};
+class PassedStatusTest : public StatusTest {};
 
-TEST_P(HeldLockTest, StaysHeldUntilTheReplyHasBeenReadAndLogged) {
-  Gate gate = holdAtTheLastStep();
-  Background held([this] { return run(); });
-
-  expectAnotherToWait(gate, "make ");
-
-  EXPECT_EQ(held.result(), operation().result());
+TEST_P(PassedStatusTest, IsTheResultWhateverItIs) {
+  expectOfEachStatus([](int status) { return shown(status); });
 }
 
-TEST_P(HeldLockTest, StaysHeldUntilAnErrorReplyHasBeenLogged) {
-  bus.answer(operation().method(), Reply::error("too busy"));
-  Gate gate = holdAtTheLastStep();
-  Background held([this] { return run(); });
-
-  expectAnotherToWait(gate, "make ");
-
-  EXPECT_EQ(held.result(), operation().afterError());
-}
-
-// Those that do not wait do nothing that is seen once their request is sent.
-INSTANTIATE_TEST_SUITE_P(All, HeldLockTest,
-                         testing::ValuesIn(operationsThat([](const RemoteOperation& row) {
-                           return row.lock() == Lock::kHeld && row.waits();
+INSTANTIATE_TEST_SUITE_P(All, PassedStatusTest,
+                         testing::ValuesIn(remoteOperationsThat([](const RemoteOperation& row) {
+                           return row.passesStatusOn();
                          })),
                          testNameOf);
 
-class ReleasedLockTest : public LockTest {};
+class IgnoredStatusTest : public StatusTest {};
 
-TEST_P(ReleasedLockTest, IsFreeWhenTheMessageIsMade) {
-  Gate gate = timeline.hold("make " + operation().method() + "()");
-  Background released([this] { return run(); });
-
-  expectAnotherToProceed(gate);
-
-  EXPECT_EQ(released.result(), operation().result());
+TEST_P(IgnoredStatusTest, DoesNotChangeTheResult) {
+  expectOfEachStatus([this](int) { return operation().result(); });
 }
 
-INSTANTIATE_TEST_SUITE_P(All, ReleasedLockTest,
-                         testing::ValuesIn(operationsThat([](const RemoteOperation& row) {
-                           return row.lock() == Lock::kReleased;
+INSTANTIATE_TEST_SUITE_P(All, IgnoredStatusTest,
+                         testing::ValuesIn(remoteOperationsThat([](const RemoteOperation& row) {
+                           return row.ignoresStatus();
                          })),
                          testNameOf);
 
-class MissingServiceLockTest : public LockTest {};
+// --- The rows as a whole ------------------------------------------------------------------------
 
-TEST_P(MissingServiceLockTest, IsHeldWhileThatIsLoggedIfItIsHeldDuringACall) {
-  disconnect(*proxy);
-  Gate gate = holdAtTheLastStep();
-  Background failing([this] { return run(); });
-
-  if (operation().lock() == Lock::kHeld) {
-    expectAnotherToWait(gate, "Error ");
-  } else {
-    expectAnotherToProceed(gate);
-  }
-
-  EXPECT_EQ(failing.result(), operation().withoutService());
-}
-
-INSTANTIATE_TEST_SUITE_P(All, MissingServiceLockTest,
-                         testing::ValuesIn(operationsThat([](const RemoteOperation& row) {
-                           return row.lock() != Lock::kNone;
-                         })),
-                         testNameOf);
-
-// --- Looking a VM up ----------------------------------------------------------------------------
-
-class LookUpTest : public RemoteOperationTest {};
-
-TEST_P(LookUpTest, IsMadeUnderTheLockOfItsOperationIfThatHoldsIt) {
-  bus.answer("resetService", Reply().int32(0));
-  qx::VelProxy fresh;
-  fresh.Init();
-  Gate gate = timeline.hold("call getVmListSize(");
-  Background mapping([&] { return operation().runOn(fresh); });
-  ASSERT_TRUE(gate.isReached());
-  disconnect(*instance);
-
-  Background another([&fresh] { return fresh.ResetService(); });
-
-  ASSERT_TRUE(timeline.waitFor(another.id(), kReconnects));
-  if (operation().lock() == Lock::kHeld && operation().mapping() == Mapping::kAfterMessage) {
-    EXPECT_FALSE(timeline.happensSoon(another.id(), "make "));
-  } else {
-    EXPECT_TRUE(another.isDone());
-  }
-  gate.open();
-  EXPECT_EQ(mapping.result(), operation().result());
-  EXPECT_EQ(another.result(), 0u);
-}
-
-TEST_P(LookUpTest, IsNotAskedForWithoutAService) {
-  Renumbering neverConnected;
-
-  EXPECT_EQ(operation().runOn(neverConnected), operation().withoutService());
-
-  if (operation().mapping() == Mapping::kAfterMessage) {
-    EXPECT_THAT(neverConnected.asked, IsEmpty());
-  } else {
-    EXPECT_THAT(neverConnected.asked, ElementsAre(kVm));
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(All, LookUpTest,
-                         testing::ValuesIn(operationsThat([](const RemoteOperation& row) {
-                           return row.hasVm();
-                         })),
-                         testNameOf);
-
-// --- The table ----------------------------------------------------------------------------------
-
-TEST(RemoteOperationTableTest, HasOneRowForEachRequest) {
-  Strings names;
+TEST(RowsTest, HaveNamesOfTheirOwn) {
+  std::set<std::string> names;
   for (const RemoteOperation& operation : remoteOperations()) {
-    names.push_back(operation.testName());
-    EXPECT_NE(operation.request().find('('), std::string::npos) << operation.name();
+    EXPECT_TRUE(names.insert(operation.testName()).second)
+        << operation.testName() << " has two rows: distinguish them with testedAs()";
   }
-  const std::size_t rows = names.size();
-  std::sort(names.begin(), names.end());
-  names.erase(std::unique(names.begin(), names.end()), names.end());
-  EXPECT_EQ(names.size(), rows);
 }
 
-TEST(RemoteOperationTableTest, ListsEveryMethodOfTheService) {
-  std::set<std::string> listed;
-  for (const RemoteOperation& operation : remoteOperations()) {
-    listed.insert(operation.method());
-  }
-
-  EXPECT_EQ(listed.size(), 68u);
-  EXPECT_THAT(
-      listed,
-      testing::UnorderedElementsAre(
-          "resetService", "connectVm", "disconnectVm", "createPipe", "destroyPipe", "startManager",
-          "setPortChannelStatus", "getVmList", "getPrinterList", "getPrinterStatus",
-          "connectPrinter", "disconnectPrinter", "addNetworkPrinter", "deleteNetworkPrinter",
-          "renameNetworkPrinter", "getNetworkPrinterList", "getDeviceList", "getDeviceStatus",
-          "connectDevice", "disconnectDevice", "onFocusChanged", "updateDriveToken",
-          "setUsbredirStatus", "setLocalPolicy", "getVmListSize", "addNetworkDevice",
-          "deleteNetworkDevice", "redirectDevice", "setAutoConnect", "getAutoConnect",
-          "connectDeviceBySrcId", "disconnectDeviceBySrcId", "doveltest", "dovelcmd",
-          "getvelcmdhelp", "setBwInfo", "setRtcQosInfo", "diagnose", "diagnoseDevice",
-          "CheckCameraAuthStat", "setDevicePropertyWithVidPid", "getDevicePropertyWithVidPid",
-          "getLocalDevicePropertyWithVidPid", "getPolicyListByVidPid", "getTurboConfigWithVidPid",
-          "setTurboConfigWithVidPid", "resetAllDeviceProperty", "searchSharePrinter",
-          "stopSearchSharePrinter", "addSharePrinter", "deleteSharePrinter", "searchAllPrinter",
-          "getPrinterDriverlList", "addPrinter", "autoAddPrinter", "deletePrinter",
-          "changePrinterDriver", "printTestPage", "configNewDeviceAsConnect",
-          "configNewDeviceAsIgnore", "ConfigUdisks2Command", "ConfigPrinterCommand",
-          "getJoystickDevList", "getJoystickMappingList", "setJoystickMapping",
-          "calibrationJoystick", "registerJoystickCallback", "unregisterJoystickCallback"));
-}
-
-TEST(RemoteOperationTableTest, SaysWhichOperationsLetOthersProceed) {
+// Six, and no other: every further one would let requests overtake each other.
+TEST(RowsTest, SayWhichOperationsLetOthersProceed) {
   std::set<std::string> proceeding;
   for (const RemoteOperation& operation : remoteOperations()) {
     if (operation.lock() != Lock::kHeld) {

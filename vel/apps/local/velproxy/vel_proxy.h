@@ -40,10 +40,10 @@
 //   connection        getInstance, Init, InitBroadcast, ReleaseService, ResetService,
 //                     BroadcastCallback, HandleEvent, onServiceDeath
 //   errors            lastError
-//   VM sessions       ConnectVm, DisconnectVm, StartVm, CreatePipe, DestroyPipe,
+//   sessions          ConnectVm, DisconnectVm, StartVm, CreatePipe, DestroyPipe,
 //                     SetPortChannelStatus, OnFocusChanged, UpdateDriveToken, RegisterCallback,
 //                     UnregisterCallback
-//   VM numbers        GetVmList, GetVmIdInt, GetVmIdString
+//   vm ids            GetVmList, GetVmIdInt, GetVmIdString
 //   printers          GetPrinterList, GetPrinterStatus, ConnectPrinter, DisconnectPrinter,
 //                     ConfigPrinterCommand, RegisterPrinterCallback, UnregisterPrinterCallback,
 //                     CheckPrinterCallback
@@ -60,14 +60,14 @@
 //   new devices       ConfigNewDeviceAsConnect, ConfigNewDeviceAsIgnore, ConfigUdisks2Command,
 //                     RegisterConfigNewDevResultCallback, UnregisterConfigNewDevResultCallback,
 //                     ConfigNewDeviceResultNotify
-//   network devices   AddNetworkDevice, DeleteNetworkDevice
-//   USB channels      SetUsbredirStatus, ConnectUsbredir, DisconnectUsbredir
+//   network devices   AddNetworkDevice, DeleteNetworkDevice, SetUsbredirStatus, ConnectUsbredir,
+//                     DisconnectUsbredir
 //   policies          SetDeviceLocalPolicy, SetAutoConnect, GetAutoConnect,
 //                     SetDevicePropertyWithVidPid, GetDevicePropertyWithVidPid,
 //                     GetLocalDevicePropertyWithVidPid, GetPolicyListByVidPid, FreePolicyList,
 //                     GetTurboConfigWithVidPid, SetTurboConfigWithVidPid, ResetAllDeviceProperty
-//   diagnosis         Diagnose, DiagnoseDevice, CheckCameraAuthStat
-//   service commands  DoVelTest, DoVelCmd, GetVelCmdHelp, RegisterCmdCallback
+//   diagnostics       Diagnose, DiagnoseDevice, CheckCameraAuthStat, DoVelTest, DoVelCmd,
+//                     GetVelCmdHelp, RegisterCmdCallback
 //   stream quality    SetBwInfo, SetRtcQosInfo
 //   pen input         SendPenData, PortInit, PortStatus, PortData, serialize, serialize_field
 //   joysticks         GetJoystickDevList, GetJoystickMappingList, SetJoystickMapping,
