@@ -33,6 +33,12 @@ qxbus::Value bytes(const std::string& text) {
   return qxbus::Bytes(text.begin(), text.end());
 }
 
+MachineState& machineOf(Simulator& simulator) {
+  MachineState* machine = nullptr;
+  simulator.change([&machine](MachineState& now) { machine = &now; });
+  return *machine;
+}
+
 SimulatedServiceTest::SimulatedServiceTest() {
   simulator.setEventSink([this](const BusEvent& event) { events_.push_back(event); });
 }

@@ -76,6 +76,9 @@ inline qxbus::Values statusValues(Status status) {
   return {static_cast<std::int32_t>(status)};
 }
 
+// The state of a simulator, for as long as no other thread uses it.
+MachineState& machineOf(Simulator& simulator);
+
 class SimulatedServiceTest : public ::testing::Test {
  protected:
   SimulatedServiceTest();
@@ -95,7 +98,7 @@ class SimulatedServiceTest : public ::testing::Test {
   // The same, only code and VM.
   std::vector<std::pair<int, VmNumber>> toldCodes();
 
-  MachineState& machine() { return const_cast<MachineState&>(simulator.machine()); }
+  MachineState& machine() { return machineOf(simulator); }
 
  private:
   std::vector<BusEvent> events_;

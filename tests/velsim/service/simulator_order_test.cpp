@@ -118,7 +118,7 @@ TEST(SimulatorWithAClockTest, TakesRequestsAndChangesFromManyThreads) {
   for (const int code : {4, 6, 7, 5}) {
     EXPECT_EQ(std::count(codes.begin(), codes.end(), code), kThreads * kRounds) << code;
   }
-  EXPECT_EQ(simulator.machine().devices.all().size(), 5u);
+  EXPECT_EQ(machineOf(simulator).devices.all().size(), 5u);
 }
 
 }  // namespace

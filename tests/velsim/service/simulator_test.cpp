@@ -6,6 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/velsim/service/simulated_service.h"
+
 namespace velsim {
 namespace {
 
@@ -58,10 +60,10 @@ class SimulatorTest : public ::testing::Test {
   }
 
   static Values status(Status status) { return {static_cast<std::int32_t>(status)}; }
-  const VmSession& session() const { return *simulator.machine().vms.find(vm); }
+  const VmSession& session() { return *machineOf(simulator).vms.find(vm); }
 
   Simulator simulator;
-  const VmNumber vm = simulator.machine().vms.numberOf("win11");
+  const VmNumber vm = machineOf(simulator).vms.numberOf("win11");
 };
 
 TEST_F(SimulatorTest, HasTheMethodsOfSessions) {
@@ -99,7 +101,7 @@ TEST_F(SimulatorTest, TellsTheNumberOfAVmAndZeroForOthers) {
 TEST_F(SimulatorTest, ListsTheCountThenNamesAndNumbers) {
   const Values list = answer("getVmList", {int32(0)});
 
-  const auto& numbers = simulator.machine().vms.numbers();
+  const auto& numbers = machineOf(simulator).vms.numbers();
   ASSERT_EQ(list.size(), 1 + 2 * numbers.size());
   EXPECT_EQ(list[0], int32(static_cast<int>(numbers.size())));
   std::map<std::string, VmNumber> listed;
@@ -148,11 +150,11 @@ TEST_F(SimulatorTest, TakesPortsFocusAndToken) {
   EXPECT_EQ(answer("updateDriveToken", {Bytes{'a', 0, 'b'}}), status(Status::kOk));
 
   EXPECT_EQ(session().ports.at(3), -1);
-  ASSERT_TRUE(simulator.machine().vms.focus());
-  EXPECT_EQ(simulator.machine().vms.focus()->window, 0x123456789u);
-  EXPECT_EQ(simulator.machine().vms.driveToken(), std::string("a\0b", 3));
+  ASSERT_TRUE(machineOf(simulator).vms.focus());
+  EXPECT_EQ(machineOf(simulator).vms.focus()->window, 0x123456789u);
+  EXPECT_EQ(machineOf(simulator).vms.driveToken(), std::string("a\0b", 3));
   EXPECT_EQ(answer("onFocusChanged", {int32(vm), int32(0), uint64(0)}), status(Status::kOk));
-  EXPECT_FALSE(simulator.machine().vms.focus());
+  EXPECT_FALSE(machineOf(simulator).vms.focus());
 }
 
 TEST_F(SimulatorTest, AnswersTheStatusOfAnUnknownVm) {

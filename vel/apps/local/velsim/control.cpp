@@ -145,7 +145,7 @@ Control::Result Control::help(const Words&) {
 
 Control::Result Control::list(const Words&) {
   std::string text;
-  simulator_.change([&text](MachineState& machine) {
+  simulator_.read([&text](const MachineState& machine) {
     for (const auto& [number, device] : machine.devices.all()) {
       text += line(number, wordFor(device.type), device.status, device.vm, device.sourceId,
                    device.name);

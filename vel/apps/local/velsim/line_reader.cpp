@@ -1,36 +1,39 @@
 #include "vel/apps/local/velsim/line_reader.h"
 
 #include <cerrno>
+#include <stdexcept>
 #include <system_error>
 #include <utility>
 
-#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
+
+#include "base/result.h"
+#include "base/thread.h"
 
 namespace velsim {
 
 LineReader::LineReader(int input, std::function<void(const std::string& line)> onLine)
     : input_(input), onLine_(std::move(onLine)) {
-  if (::pipe(stop_) != 0) {
+  if (!stop_.isOpen()) {
     throw std::system_error(errno, std::generic_category(), "no pipe");
   }
-  for (const int end : stop_) {
-    ::fcntl(end, F_SETFD, FD_CLOEXEC);
+  base::Result<std::thread> thread = base::startThread("velsim control", [this] { run(); });
+  if (!thread) {
+    throw std::runtime_error(thread.reason());
   }
-  thread_ = std::thread([this] { run(); });
+  thread_ = std::move(*thread);
 }
 
 LineReader::~LineReader() {
-  ::close(stop_[1]);
+  stop_.wake();
   thread_.join();
-  ::close(stop_[0]);
 }
 
 void LineReader::run() {
   constexpr std::size_t kChunk = 512;
   for (;;) {
-    pollfd polled[] = {{input_, POLLIN, 0}, {stop_[0], POLLIN, 0}};
+    pollfd polled[] = {{input_, POLLIN, 0}, {stop_.readEnd(), POLLIN, 0}};
     if (::poll(polled, std::size(polled), -1) < 0) {
       if (errno == EINTR) {
         continue;

@@ -7,6 +7,8 @@
 #include <string>
 #include <thread>
 
+#include "base/self_pipe.h"
+
 namespace velsim {
 
 class LineReader {
@@ -15,7 +17,7 @@ class LineReader {
 
   // onLine is called with each line, without its newline, until the input ends or fails; the last
   // line need not have one. A line that is too long is cut to one byte more than the longest.
-  // Throws std::system_error when there are no more file descriptors or threads.
+  // Throws std::runtime_error when the system is out of file descriptors or threads.
   LineReader(int input, std::function<void(const std::string& line)> onLine);
   // Waits for a call of onLine that is running. The input stays open.
   ~LineReader();
@@ -31,7 +33,7 @@ class LineReader {
   const int input_;
   const std::function<void(const std::string& line)> onLine_;
   std::string line_;
-  int stop_[2] = {-1, -1};  // a pipe: reading ends when something can be read here
+  const base::SelfPipe stop_;  // wakes the thread to end
   std::thread thread_;
 };
 

@@ -5,13 +5,17 @@
 #include <cerrno>
 #include <limits>
 #include <optional>
+#include <stdexcept>
 #include <system_error>
 #include <utility>
 #include <vector>
 
-#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
+
+#include "base/result.h"
+#include "base/text.h"
+#include "base/thread.h"
 
 namespace velsim {
 namespace {
@@ -21,31 +25,25 @@ constexpr std::size_t kMostClients = std::numeric_limits<std::uint8_t>::max();
 constexpr int kRestMs = 500;
 constexpr std::size_t kChunk = 4096;
 
-std::string counted(std::size_t frames) {
-  return std::to_string(frames) + (frames == 1 ? " frame" : " frames");
-}
-
-bool isLater(int error) {
+bool wouldBlock(int error) {
   return error == EAGAIN || error == EWOULDBLOCK;
 }
 
 }  // namespace
 
 PenPort::PenPort(const std::string& path, Tell tell) : listener_(path), tell_(std::move(tell)) {
-  int ends[2] = {-1, -1};
-  if (::pipe(ends) != 0) {
+  if (!stop_.isOpen()) {
     throw std::system_error(errno, std::generic_category(), "no pipe");
   }
-  stopReader_ = penport::Socket(ends[0]);
-  stopWriter_ = penport::Socket(ends[1]);
-  for (const int end : ends) {
-    ::fcntl(end, F_SETFD, FD_CLOEXEC);
+  base::Result<std::thread> thread = base::startThread("velsim pen port", [this] { run(); });
+  if (!thread) {
+    throw std::runtime_error(thread.reason());
   }
-  thread_ = std::thread([this] { run(); });
+  thread_ = std::move(*thread);
 }
 
 PenPort::~PenPort() {
-  stopWriter_ = penport::Socket();
+  stop_.wake();
   thread_.join();
 }
 
@@ -53,7 +51,7 @@ void PenPort::run() {
   for (;;) {
     const bool isFull = isResting_ || clients_.size() == kMostClients;
     std::vector<pollfd> polled = {
-        {stopReader_.descriptor(), POLLIN, 0},
+        {stop_.readEnd(), POLLIN, 0},
         // Nothing is awaited from a descriptor below 0: clients that come wait in line.
         {isFull ? -1 : listener_.descriptor(), POLLIN, 0},
     };
@@ -85,7 +83,7 @@ void PenPort::admit() {
   penport::Socket socket = listener_.accept();
   if (!socket) {
     const int error = errno;
-    if (!isLater(error) && error != ECONNABORTED) {
+    if (!wouldBlock(error) && error != ECONNABORTED) {
       tell_("pen port: a client cannot be taken yet: " + std::generic_category().message(error));
       isResting_ = true;
     }
@@ -121,10 +119,10 @@ bool PenPort::serve(Client& client) {
     client.stream.add(bytes.data(), static_cast<std::size_t>(count));
     return tellFrames(client);
   }
-  if (count < 0 && isLater(errno)) {
+  if (count < 0 && wouldBlock(errno)) {
     return true;
   }
-  tellOf(client, "gone after " + counted(client.frames) +
+  tellOf(client, "gone after " + base::counted(client.frames, "frame") +
                      (client.stream.isInFrame() ? ", in the middle of another" : ""));
   return false;
 }
@@ -136,7 +134,8 @@ bool PenPort::tellFrames(Client& client) {
     tell_(penframe::describe(*frame));
   }
   if (!error.empty()) {
-    tellOf(client, "closed after " + counted(client.frames) + ", for this is none: " + error);
+    tellOf(client, "closed after " + base::counted(client.frames, "frame") +
+                       ", for this is none: " + error);
   }
   return error.empty();
 }

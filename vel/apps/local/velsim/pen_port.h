@@ -11,6 +11,7 @@
 #include <string>
 #include <thread>
 
+#include "base/self_pipe.h"
 #include "pen/pen_frame.h"
 #include "pen/port_socket.h"
 
@@ -48,8 +49,7 @@ class PenPort {
 
   const penport::Listener listener_;
   const Tell tell_;
-  penport::Socket stopReader_;  // a pipe: the port is closed when something can be read here
-  penport::Socket stopWriter_;
+  const base::SelfPipe stop_;  // wakes the thread to end
   std::list<Client> clients_;
   std::uint8_t lastNumber_ = 0;
   bool isResting_ = false;  // the system cannot give us another client now

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <cstddef>
 #include <cstdlib>
 #include <optional>
 #include <stdexcept>
@@ -154,8 +155,9 @@ class Server {
                  "; --address or QXBUS_ADDRESS names another bus");
       return false;
     }
-    log_.write("ready on " + bus + pid +
-               ", VMs: " + std::to_string(simulator_.machine().vms.numbers().size()));
+    std::size_t vms = 0;
+    simulator_.read([&vms](const MachineState& machine) { vms = machine.vms.numbers().size(); });
+    log_.write("ready on " + bus + pid + ", VMs: " + std::to_string(vms));
     return true;
   }
 

@@ -54,7 +54,7 @@ void Simulator::answer(const std::string& method, const qxbus::Values& arguments
     respond(Error{method + ": " + *wrong});
     return;
   }
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   if (const auto* const atOnce = std::get_if<AnswerAtOnce>(&called.answer)) {
     respond((*atOnce)(machine_, arguments));
   } else {
@@ -70,21 +70,26 @@ Simulator::Answer Simulator::answer(const std::string& method, const qxbus::Valu
 }
 
 void Simulator::setEventSink(EventSink sink) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   sink_ = std::move(sink);
   settle();
 }
 
 void Simulator::change(const std::function<void(MachineState& machine)>& action) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   action(machine_);
   settle();
+}
+
+void Simulator::read(const std::function<void(const MachineState& machine)>& reader) const {
+  const platform::MutexLock lock(mutex_);
+  reader(machine_);
 }
 
 void Simulator::begin(Later later, Respond respond) {
   const std::uint64_t id = ++lastWaiting_;
   scheduler_->after(later.after, [this, id] {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const platform::MutexLock lock(mutex_);
     const auto due = waiting_.find(id);
     if (due != waiting_.end()) {
       const Waiting given = std::move(due->second);

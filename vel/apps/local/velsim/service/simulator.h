@@ -1,12 +1,11 @@
-// Answers the requests of the bus methods from the state of the simulated machine, and tells of
-// what happens to it.
+// The simulated service: answers the requests of the bus methods from the state of the simulated
+// machine, and sends its events.
 //
 // Each method is a row: its name in vel/protocol/methods.h, and a function that may rely on the
 // arguments stated there. The rows of one kind of peripheral stand together in one source file.
 //
-// THREADS   Any thread may call; requests, changes and what is due later happen one at a time. What
-//           is called back is called in the order of what has happened, and must not call the
-//           simulator.
+// THREADS   Any thread may call. Requests, changes and planned actions run one at a time; answers
+//           and events are passed on in that order, by functions that must not call the simulator.
 
 #ifndef VEL_APPS_LOCAL_VELSIM_SERVICE_SIMULATOR_H
 #define VEL_APPS_LOCAL_VELSIM_SERVICE_SIMULATOR_H
@@ -16,12 +15,12 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <variant>
 #include <vector>
 
 #include "bus/dbus/value.h"
+#include "platform/mutex.h"
 #include "vel/apps/local/velsim/machine/machine_state.h"
 #include "vel/apps/local/velsim/service/bus_events.h"
 #include "vel/apps/local/velsim/service/scheduler.h"
@@ -29,10 +28,10 @@
 
 namespace velsim {
 
-// An answer that takes its time. Requests that come meanwhile are not held up.
+// An answer that takes its time. Other requests are answered meanwhile.
 struct Later {
   std::chrono::milliseconds after;
-  // Whether it is to be given before the time is over; asked after every change.
+  // Whether the answer is due before the time is over; evaluated after every change.
   std::function<bool(const MachineState& machine)> isDue;
   std::function<qxbus::Values(MachineState& machine)> answer;
 };
@@ -49,7 +48,7 @@ struct MethodRow {
 const std::vector<MethodRow>& sessionMethods();
 // device_methods.cpp: devices, network devices, USB devices that clients redirect themselves.
 const std::vector<MethodRow>& deviceMethods();
-// new_device_methods.cpp: what users decide on the cards of new devices.
+// new_device_methods.cpp: decisions of users about new devices, and commands for storage.
 const std::vector<MethodRow>& newDeviceMethods();
 // policy_methods.cpp: policies and properties by type, and by vendor and product id.
 const std::vector<MethodRow>& policyMethods();
@@ -80,7 +79,7 @@ class Simulator {
   using Respond = std::function<void(const Answer& answer)>;
   using EventSink = std::function<void(const BusEvent& event)>;
 
-  // With a clock on the wall.
+  // In real time.
   Simulator();
   explicit Simulator(std::unique_ptr<Scheduler> scheduler);
   ~Simulator();
@@ -90,22 +89,20 @@ class Simulator {
 
   std::vector<std::string> methods() const;
 
-  // Answers once, at once or later. An error when the method is unknown or the arguments are not
-  // what it takes; nothing has changed then. An answer that is not due yet when the simulator goes
-  // is not given.
+  // Calls respond once, now or later: with an error, and no change of the machine, when the method
+  // is unknown or the arguments do not fit it. Answers that are not due yet when the simulator is
+  // destroyed are not given.
   void answer(const std::string& method, const qxbus::Values& arguments, Respond respond);
   // The same, waiting for the answer.
   Answer answer(const std::string& method, const qxbus::Values& arguments);
 
-  // Takes the events, beginning with those that have been waiting for a sink; null lets them wait
-  // again. What follows from a request is told after its answer.
+  // The sink receives the events, beginning with those that have been waiting for one. Without a
+  // sink (null) they wait. The events of a request come after its answer.
   void setEventSink(EventSink sink);
 
-  // Does something to the machine that no client has asked for.
+  // Changes the machine without a request of a client.
   void change(const std::function<void(MachineState& machine)>& action);
-
-  // Only while nothing happens to it.
-  const MachineState& machine() const { return machine_; }
+  void read(const std::function<void(const MachineState& machine)>& reader) const;
 
  private:
   struct Method {
@@ -117,18 +114,17 @@ class Simulator {
     Respond respond;
   };
 
-  // These are called with the mutex held.
-  void begin(Later later, Respond respond);
-  void giveDueAnswers();
-  void settle();
+  void begin(Later later, Respond respond) QX_REQUIRES(mutex_);
+  void giveDueAnswers() QX_REQUIRES(mutex_);
+  void settle() QX_REQUIRES(mutex_);
 
-  std::map<std::string, Method> methods_;
-  std::mutex mutex_;  // guards all that follows
-  MachineState machine_;
-  EventSink sink_;
-  std::vector<BusEvent> unsent_;
-  std::uint64_t lastWaiting_ = 0;
-  std::map<std::uint64_t, Waiting> waiting_;
+  std::map<std::string, Method> methods_;  // constant after construction
+  mutable platform::Mutex mutex_;
+  MachineState machine_ QX_GUARDED_BY(mutex_);
+  EventSink sink_ QX_GUARDED_BY(mutex_);
+  std::vector<BusEvent> unsent_ QX_GUARDED_BY(mutex_);
+  std::uint64_t lastWaiting_ QX_GUARDED_BY(mutex_) = 0;
+  std::map<std::uint64_t, Waiting> waiting_ QX_GUARDED_BY(mutex_);
 
   const std::unique_ptr<Scheduler> scheduler_;
 };

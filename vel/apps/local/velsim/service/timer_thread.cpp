@@ -1,10 +1,20 @@
 #include "vel/apps/local/velsim/service/timer_thread.h"
 
+#include <stdexcept>
 #include <utility>
+
+#include "base/result.h"
+#include "base/thread.h"
 
 namespace velsim {
 
-TimerThread::TimerThread() : thread_([this] { run(); }) {}
+TimerThread::TimerThread() {
+  base::Result<std::thread> thread = base::startThread("velsim timer", [this] { run(); });
+  if (!thread) {
+    throw std::runtime_error(thread.reason());
+  }
+  thread_ = std::move(*thread);
+}
 
 TimerThread::~TimerThread() {
   TimerThread::stop();
@@ -12,10 +22,10 @@ TimerThread::~TimerThread() {
 
 void TimerThread::stop() {
   {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const platform::MutexLock lock(mutex_);
     isStopped_ = true;
   }
-  changed_.notify_one();
+  changed_.notifyOne();
   if (thread_.joinable()) {
     thread_.join();
   }
@@ -23,14 +33,14 @@ void TimerThread::stop() {
 
 void TimerThread::after(std::chrono::milliseconds delay, std::function<void()> task) {
   {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const platform::MutexLock lock(mutex_);
     tasks_.emplace(Clock::now() + delay, std::move(task));
   }
-  changed_.notify_one();
+  changed_.notifyOne();
 }
 
 void TimerThread::run() {
-  std::unique_lock<std::mutex> lock(mutex_);
+  platform::MutexLock lock(mutex_);
   while (!isStopped_) {
     if (tasks_.empty()) {
       changed_.wait(lock);
@@ -39,7 +49,7 @@ void TimerThread::run() {
     const auto first = tasks_.begin();
     const Clock::time_point due = first->first;
     if (Clock::now() < due) {
-      changed_.wait_until(lock, due);
+      changed_.waitUntil(lock, due);
       continue;
     }
     const std::function<void()> task = std::move(first->second);

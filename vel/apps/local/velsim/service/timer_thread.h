@@ -1,19 +1,19 @@
-// A scheduler with a thread of its own and the clock on the wall.
+// A scheduler in real time, with a thread of its own.
 
 #ifndef VEL_APPS_LOCAL_VELSIM_SERVICE_TIMER_THREAD_H
 #define VEL_APPS_LOCAL_VELSIM_SERVICE_TIMER_THREAD_H
 
-#include <condition_variable>
 #include <map>
-#include <mutex>
 #include <thread>
 
+#include "platform/mutex.h"
 #include "vel/apps/local/velsim/service/scheduler.h"
 
 namespace velsim {
 
 class TimerThread : public Scheduler {
  public:
+  // Throws std::runtime_error when the system cannot start a thread.
   TimerThread();
   ~TimerThread() override;
 
@@ -24,14 +24,14 @@ class TimerThread : public Scheduler {
   void stop() override;
 
  private:
-  using Clock = std::chrono::steady_clock;
+  using Clock = platform::Condition::Clock;
 
   void run();
 
-  std::mutex mutex_;  // guards the next three
-  std::condition_variable changed_;
-  std::multimap<Clock::time_point, std::function<void()>> tasks_;
-  bool isStopped_ = false;
+  platform::Mutex mutex_;
+  platform::Condition changed_;
+  std::multimap<Clock::time_point, std::function<void()>> tasks_ QX_GUARDED_BY(mutex_);
+  bool isStopped_ QX_GUARDED_BY(mutex_) = false;
   std::thread thread_;
 };
 
