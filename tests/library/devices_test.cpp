@@ -1,5 +1,4 @@
-// The devices of this machine. What their operations have in common with all operations stands in
-// remote_operations_devices.cpp, and what they have in common with the other lists in
+// The devices of this machine. The rows are in rows/devices.cpp, tests of all lists in
 // hostile_blocks_test.cpp.
 
 #include <cstdlib>

@@ -1,5 +1,4 @@
-// Service commands, diagnoses and the camera. What these have in common with all operations stands
-// in remote_operations_rest.cpp.
+// Service commands, diagnoses and the camera; the rows are in rows/diagnostics.cpp.
 
 #include <algorithm>
 #include <cstdio>

@@ -967,10 +967,17 @@ TEST_F(EventsTest, ACallDoesNotWaitForACallback) {
   EXPECT_TRUE(events.isDone());
 }
 
-// An event, and how the timeline shows that its callback runs.
+// An event for a kind of callback.
 struct CallbackRow {
+  CallbackRow(const char* kind, int eventCode) : name(kind), code(eventCode) {}
+  CallbackRow& with(Bytes eventRecord) {
+    record = std::move(eventRecord);
+    return *this;
+  }
+  // On the timeline, when the callback begins.
+  std::string called() const { return "called(" + std::to_string(code) + ")"; }
+
   const char* name;
-  const char* called;
   int code;
   Bytes record;
 };
@@ -984,7 +991,7 @@ class CallbackMutexTest : public EventsTest, public testing::WithParamInterface<
 TEST_P(CallbackMutexTest, IsHeldWhileTheCallbackRuns) {
   listenToAll();
   RecordListener other;
-  Gate gate = timeline.hold(GetParam().called);
+  Gate gate = timeline.hold(GetParam().called());
   Background running([this] {
     emit(event(0, GetParam().code).bytes(GetParam().record));
     return true;
@@ -1019,12 +1026,11 @@ TEST_P(CallbackMutexTest, IsHeldWhileTheCallbackRuns) {
 
 INSTANTIATE_TEST_SUITE_P(
     Callbacks, CallbackMutexTest,
-    testing::Values(CallbackRow{"Printer", "called(1)", 1, printerBlock()},
-                    CallbackRow{"Device", "called(4)", 4, deviceBlock()},
-                    CallbackRow{"NewDevice", "called(2)", 2, resultBlock()},
-                    CallbackRow{"Command", "called(66)", 66, Bytes{1}},
-                    CallbackRow{"Diagnosis", "called(9)", 9,
-                                diagnosisBlock(kDiagnosed, kDiagnosedState, 7, "text")}),
+    testing::Values(
+        CallbackRow("Printer", 1).with(printerBlock()),
+        CallbackRow("Device", 4).with(deviceBlock()),
+        CallbackRow("NewDevice", 2).with(resultBlock()), CallbackRow("Command", 66).with(Bytes{1}),
+        CallbackRow("Diagnosis", 9).with(diagnosisBlock(kDiagnosed, kDiagnosedState, 7, "text"))),
     [](const testing::TestParamInfo<CallbackRow>& row) { return row.param.name; });
 
 TEST_F(EventsTest, RegisteringLogsBeforeItWaits) {

@@ -71,15 +71,41 @@ Bytes unendedBlock(std::size_t size) {
 
 // --- Lists --------------------------------------------------------------------------------------
 
+// An operation that returns a list of records.
 struct PointerList {
+  using Run = std::vector<void*> (*)(qx::VelProxy& proxy);
+
+  PointerList(const char* operation, const char* busMethod, Run call)
+      : name(operation), function(operation), method(busMethod), run(call) {}
+
+  // The line with the size of the list, without the size itself.
+  PointerList& logsSizeBehind(const char* format, const char* message) {
+    sizeFormat = format;
+    sizeMessage = message;
+    return *this;
+  }
+  // The operation that the log names, when it is another one.
+  PointerList& loggedAs(const char* operation) {
+    function = operation;
+    return *this;
+  }
+  PointerList& logsEmptyBlocksAsErrors() {
+    isEmptyBlockAnError = true;
+    return *this;
+  }
+  PointerList& writesNamesOfVms() {
+    namesVms = true;
+    return *this;
+  }
+
   const char* name;
-  const char* function;  // that logs
+  const char* function;
   const char* method;
-  const char* sizeFormat;
-  const char* sizeMessage;  // before the size
-  bool isEmptyBlockAnError;
-  bool namesVms;
-  std::vector<void*> (*run)(qx::VelProxy& proxy);
+  Run run;
+  const char* sizeFormat = "";
+  const char* sizeMessage = "";
+  bool isEmptyBlockAnError = false;
+  bool namesVms = false;
 };
 
 void PrintTo(const PointerList& operation, std::ostream* out) {
@@ -238,27 +264,32 @@ TEST_P(HostileListTest, ACountOfAnotherTypeIs0) {
 INSTANTIATE_TEST_SUITE_P(
     All, HostileListTest,
     testing::Values(
-        PointerList{"GetPrinterList", "GetPrinterList", "getPrinterList", "vmId: %s, list size: %d",
-                    "vmId: win11, list size: ", false, false,
-                    [](qx::VelProxy& proxy) { return recordsOf(proxy.GetPrinterList("win11")); }},
-        PointerList{"GetPrinterStatus", "GetPrinterStatus", "getPrinterStatus",
-                    "devNumber: %d, list size: %d", "devNumber: 9, list size: ", false, false,
-                    [](qx::VelProxy& proxy) { return recordsOf(proxy.GetPrinterStatus(9)); }},
-        PointerList{"GetDeviceList", "GetDeviceList", "getDeviceList", "vmId: %s, list size: %d",
-                    "vmId: win11, list size: ", true, true,
-                    [](qx::VelProxy& proxy) { return recordsOf(proxy.GetDeviceList("win11")); }},
-        PointerList{"GetLocalDeviceList", "GetDeviceList", "getDeviceList",
-                    "vmId: %s, list size: %d", "vmId: , list size: ", true, true,
-                    [](qx::VelProxy& proxy) { return recordsOf(proxy.GetLocalDeviceList()); }},
-        PointerList{"GetDeviceStatus", "GetDeviceStatus", "getDeviceStatus",
-                    "devNumber: %d, list size: %d", "devNumber: 9, list size: ", false, false,
-                    [](qx::VelProxy& proxy) { return recordsOf(proxy.GetDeviceStatus(9)); }},
-        PointerList{"GetNetworkPrinterList", "GetNetworkPrinterList", "getNetworkPrinterList",
-                    "list size: %d", "list size: ", false, false,
-                    [](qx::VelProxy& proxy) { return recordsOf(proxy.GetNetworkPrinterList()); }},
-        PointerList{"GetPolicyListByVidPid", "GetPolicyListByVidPid", "getPolicyListByVidPid",
-                    "list size: %d", "list size: ", false, false,
-                    [](qx::VelProxy& proxy) { return recordsOf(proxy.GetPolicyListByVidPid()); }}),
+        PointerList("GetPrinterList", "getPrinterList",
+                    [](qx::VelProxy& proxy) { return recordsOf(proxy.GetPrinterList("win11")); })
+            .logsSizeBehind("vmId: %s, list size: %d", "vmId: win11, list size: "),
+        PointerList("GetPrinterStatus", "getPrinterStatus",
+                    [](qx::VelProxy& proxy) { return recordsOf(proxy.GetPrinterStatus(9)); })
+            .logsSizeBehind("devNumber: %d, list size: %d", "devNumber: 9, list size: "),
+        PointerList("GetDeviceList", "getDeviceList",
+                    [](qx::VelProxy& proxy) { return recordsOf(proxy.GetDeviceList("win11")); })
+            .logsSizeBehind("vmId: %s, list size: %d", "vmId: win11, list size: ")
+            .logsEmptyBlocksAsErrors()
+            .writesNamesOfVms(),
+        PointerList("GetLocalDeviceList", "getDeviceList",
+                    [](qx::VelProxy& proxy) { return recordsOf(proxy.GetLocalDeviceList()); })
+            .loggedAs("GetDeviceList")
+            .logsSizeBehind("vmId: %s, list size: %d", "vmId: , list size: ")
+            .logsEmptyBlocksAsErrors()
+            .writesNamesOfVms(),
+        PointerList("GetDeviceStatus", "getDeviceStatus",
+                    [](qx::VelProxy& proxy) { return recordsOf(proxy.GetDeviceStatus(9)); })
+            .logsSizeBehind("devNumber: %d, list size: %d", "devNumber: 9, list size: "),
+        PointerList("GetNetworkPrinterList", "getNetworkPrinterList",
+                    [](qx::VelProxy& proxy) { return recordsOf(proxy.GetNetworkPrinterList()); })
+            .logsSizeBehind("list size: %d", "list size: "),
+        PointerList("GetPolicyListByVidPid", "getPolicyListByVidPid",
+                    [](qx::VelProxy& proxy) { return recordsOf(proxy.GetPolicyListByVidPid()); })
+            .logsSizeBehind("list size: %d", "list size: ")),
     [](const testing::TestParamInfo<PointerList>& row) { return row.param.name; });
 
 using DeviceStatusTest = ProxyTest;
@@ -315,14 +346,33 @@ struct Taker {
 
 // A kind of record that reaches callbacks: fixed fields, then a text that runs to its end.
 struct RecordKind {
+  using Logged = std::string (*)(const Bytes& record, const qx::VelProxy& proxy);
+
+  RecordKind(const char* kind, int eventCode) : name(kind), code(eventCode) {}
+
+  // sizeof the type.
+  RecordKind& ofSize(std::size_t bytes) {
+    size = bytes;
+    return *this;
+  }
+  // The last offset is that of the text.
+  RecordKind& withFieldsEndingAt(std::vector<std::size_t> offsets) {
+    ends = std::move(offsets);
+    textOffset = ends.back();
+    return *this;
+  }
+  // The line of HandleEvent for a record.
+  RecordKind& loggedBy(Logged line) {
+    logged = line;
+    return *this;
+  }
+
   const char* name;
   int code;
-  std::size_t size;  // as the compiler has it
-  std::size_t textOffset;
-  // Where its fields end, before the text.
+  std::size_t size = 0;
+  std::size_t textOffset = 0;
   std::vector<std::size_t> ends;
-  // What HandleEvent logs of a record, behind the other arguments' formats.
-  std::string (*logged)(const Bytes& record, const qx::VelProxy& proxy);
+  Logged logged = nullptr;
 };
 
 void PrintTo(const RecordKind& kind, std::ostream* out) {
@@ -477,27 +527,23 @@ TEST_P(HostileRecordTest, AnEmptyRecordReachesNobody) {
 
 INSTANTIATE_TEST_SUITE_P(
     Kinds, HostileRecordTest,
-    testing::Values(
-        RecordKind{"Printer", 1, sizeof(PrinterDevice), 16, {2, 8, 12, 16}, &printerLogged},
-        RecordKind{"DeviceInfo",
-                   4,
-                   sizeof(CommonDevice),
-                   680,
-                   {2, 8, 10, 12, 20, 24, 296, 424, 680},
-                   &deviceInfoLogged},
-        RecordKind{"DeviceState",
-                   5,
-                   sizeof(CommonDevice),
-                   680,
-                   {2, 8, 10, 12, 20, 24, 296, 424, 680},
-                   &deviceStateLogged},
-        // With a code above 65535, which is nobody else's.
-        RecordKind{"NewDeviceResult",
-                   65536 + 8,
-                   sizeof(_ConfigNewDeviceResult),
-                   276,
-                   {2, 4, 18, 20, 276},
-                   &resultLogged}),
+    testing::Values(RecordKind("Printer", 1)
+                        .ofSize(sizeof(PrinterDevice))
+                        .withFieldsEndingAt({2, 8, 12, 16})
+                        .loggedBy(&printerLogged),
+                    RecordKind("DeviceInfo", 4)
+                        .ofSize(sizeof(CommonDevice))
+                        .withFieldsEndingAt({2, 8, 10, 12, 20, 24, 296, 424, 680})
+                        .loggedBy(&deviceInfoLogged),
+                    RecordKind("DeviceState", 5)
+                        .ofSize(sizeof(CommonDevice))
+                        .withFieldsEndingAt({2, 8, 10, 12, 20, 24, 296, 424, 680})
+                        .loggedBy(&deviceStateLogged),
+                    // A code above 65535, which belongs to no other kind.
+                    RecordKind("NewDeviceResult", 65536 + 8)
+                        .ofSize(sizeof(_ConfigNewDeviceResult))
+                        .withFieldsEndingAt({2, 4, 18, 20, 276})
+                        .loggedBy(&resultLogged)),
     [](const testing::TestParamInfo<RecordKind>& row) { return row.param.name; });
 
 // What a client does that keeps a record. AddressSanitizer sees it read too far.

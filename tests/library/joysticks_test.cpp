@@ -1,5 +1,4 @@
-// Joysticks: lists, mappings, calibration, results. What these have in common with all operations
-// stands in remote_operations_rest.cpp.
+// Joysticks: lists, mappings, calibration, results; the rows are in rows/joysticks.cpp.
 
 #include <algorithm>
 #include <cstdint>

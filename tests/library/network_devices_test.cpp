@@ -1,5 +1,4 @@
-// Network devices and USB redirection. What these have in common with all operations stands in
-// remote_operations_rest.cpp.
+// Network devices and USB redirection; the rows are in rows/network_devices.cpp.
 
 #include <limits>
 

@@ -1,5 +1,5 @@
-// Network printers. What these have in common with all operations stands in
-// remote_operations_rest.cpp; GetNetworkPrinterList is in hostile_blocks_test.cpp.
+// Network printers. The rows are in rows/network_printers.cpp, tests of all lists in
+// hostile_blocks_test.cpp.
 
 #include "tests/library/proxy_test.h"
 

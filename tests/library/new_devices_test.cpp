@@ -1,6 +1,5 @@
-// Configuring a new device, and hearing what became of it. What the operations have in common with
-// all operations stands in remote_operations_devices.cpp; which events are results, in
-// events_test.cpp.
+// Configuration of new devices and its results. The rows are in rows/new_devices.cpp; the events
+// that are results, in events_test.cpp.
 
 #include <cstring>
 #include <limits>

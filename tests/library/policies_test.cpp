@@ -1,6 +1,5 @@
-// Policies and properties of devices. What these have in common with all operations stands in
-// remote_operations_rest.cpp; GetLocalDeviceList is in devices_test.cpp, GetPolicyListByVidPid in
-// hostile_blocks_test.cpp.
+// Policies and properties of devices. The rows are in rows/policies.cpp, GetLocalDeviceList is in
+// devices_test.cpp, tests of all lists are in hostile_blocks_test.cpp.
 
 #include <cstdlib>
 #include <cstring>

@@ -1,5 +1,4 @@
-// Print queues and drivers. What these have in common with all operations, their time-outs too,
-// stands in remote_operations_rest.cpp.
+// Print queues and drivers; the rows are in rows/print_queues.cpp.
 
 #include "tests/library/proxy_test.h"
 

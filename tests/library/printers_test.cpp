@@ -1,6 +1,5 @@
-// The printers that can be redirected into a VM. What their operations have in common with all
-// operations stands in remote_operations_devices.cpp, and what they have in common with the other
-// lists in hostile_blocks_test.cpp.
+// The printers of this machine. The rows are in rows/printers.cpp, tests of all lists in
+// hostile_blocks_test.cpp.
 
 #include <cstdlib>
 #include <cstring>

@@ -1,5 +1,5 @@
-// Attaching VM sessions, their pipes and channels, window focus and drive tokens. What these have
-// in common with all operations stands in remote_operations_table.cpp.
+// Attaching VM sessions, their pipes and channels, window focus and drive tokens; the rows are in
+// rows/sessions.cpp.
 
 #include <cstring>
 #include <limits>

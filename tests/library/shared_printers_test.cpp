@@ -1,5 +1,5 @@
-// Addresses of machines that share printers, and those printers. What the operations have in common
-// with all operations stands in remote_operations_rest.cpp.
+// Addresses of machines that share printers, and those printers; the rows are in
+// rows/shared_printers.cpp.
 
 #include <algorithm>
 #include <cctype>

@@ -1,5 +1,4 @@
-// Reports on the quality of a stream. What these have in common with all operations stands in
-// remote_operations_rest.cpp.
+// Reports on the quality of a stream; the rows are in rows/stream_quality.cpp.
 
 #include <cstring>
 #include <limits>

@@ -1,5 +1,4 @@
-// The service's numbers for VMs. What GetVmIdInt and GetVmList have in common with all operations
-// stands in remote_operations_table.cpp.
+// The service's numbers for VMs; the rows are in rows/vm_ids.cpp.
 
 #include <limits>
 
@@ -300,11 +299,24 @@ TEST_F(VmIdsTest, TheListDoesNotFillTheCache) {
   EXPECT_EQ(bus.lastCall(), "getVmListSize(string \"win11\")");
 }
 
+// An answer to getVmList.
 struct ListCase {
+  ListCase(const char* title, Reply answer) : name(title), reply(std::move(answer)) {}
+
+  ListCase& logsSize(const char* logged) {
+    size = logged;
+    return *this;
+  }
+  // Otherwise the list is empty.
+  ListCase& lists(Numbers numbers) {
+    list = std::move(numbers);
+    return *this;
+  }
+
   const char* name;
   Reply reply;
+  const char* size = "";
   Numbers list;
-  const char* size;
 };
 
 class VmListTest : public ProxyTest, public testing::WithParamInterface<ListCase> {};
@@ -323,33 +335,39 @@ TEST_P(VmListTest, ReadsWhatIsThere) {
 INSTANTIATE_TEST_SUITE_P(
     Replies, VmListTest,
     testing::Values(
-        ListCase{"CountOfZero", Reply().int32(0).string("a").int32(1), {}, "0"},
-        ListCase{"NegativeCount", Reply().int32(-1).string("a").int32(1), {}, "-1"},
-        ListCase{"SmallestCount",
-                 Reply().int32(std::numeric_limits<int>::min()).string("a").int32(1),
-                 {},
-                 "-2147483648"},
-        ListCase{"One", Reply().int32(1).string("a").int32(1), {{"a", 1}}, "1"},
-        ListCase{"TwoOfThree",
-                 Reply().int32(2).string("b").int32(2).string("a").int32(1).string("c").int32(3),
-                 {{"a", 1}, {"b", 2}},
-                 "2"},
-        ListCase{"CountAboveArguments", Reply().int32(3).string("a").int32(1), {{"a", 1}}, "3"},
-        ListCase{"LargestCount",
-                 Reply().int32(std::numeric_limits<int>::max()).string("a").int32(1),
-                 {{"a", 1}},
-                 "2147483647"},
-        ListCase{"PairWithoutNumber",
-                 Reply().int32(2).string("a").int32(1).string("b"),
-                 {{"a", 1}},
-                 "2"},
-        ListCase{"CountOnly", Reply().int32(2), {}, "2"}, ListCase{"NoArguments", Reply(), {}, "0"},
-        ListCase{"CountOfAnotherType", Reply().string("2").string("a").int32(1), {}, "0"},
-        ListCase{
-            "NumbersAbove31Bits", Reply().int32(1).string("a").int32(-2), {{"a", 0xFFFFFFFE}}, "1"},
-        ListCase{"EmptyName", Reply().int32(1).string("").int32(4), {{"", 4}}, "1"},
-        ListCase{"NumberZero", Reply().int32(1).string("a").int32(0), {{"a", 0}}, "1"},
-        ListCase{"NumberOfAnotherType", Reply().int32(1).string("a").string("1"), {{"a", 0}}, "1"}),
+        ListCase("CountOfZero", Reply().int32(0).string("a").int32(1)).logsSize("0"),
+        ListCase("NegativeCount", Reply().int32(-1).string("a").int32(1)).logsSize("-1"),
+        ListCase("SmallestCount",
+                 Reply().int32(std::numeric_limits<int>::min()).string("a").int32(1))
+            .logsSize("-2147483648"),
+        ListCase("One", Reply().int32(1).string("a").int32(1)).logsSize("1").lists({{"a", 1}}),
+        ListCase("TwoOfThree",
+                 Reply().int32(2).string("b").int32(2).string("a").int32(1).string("c").int32(3))
+            .logsSize("2")
+            .lists({{"a", 1}, {"b", 2}}),
+        ListCase("CountAboveArguments", Reply().int32(3).string("a").int32(1))
+            .logsSize("3")
+            .lists({{"a", 1}}),
+        ListCase("LargestCount",
+                 Reply().int32(std::numeric_limits<int>::max()).string("a").int32(1))
+            .logsSize("2147483647")
+            .lists({{"a", 1}}),
+        ListCase("PairWithoutNumber", Reply().int32(2).string("a").int32(1).string("b"))
+            .logsSize("2")
+            .lists({{"a", 1}}),
+        ListCase("CountOnly", Reply().int32(2)).logsSize("2"),
+        ListCase("NoArguments", Reply()).logsSize("0"),
+        ListCase("CountOfAnotherType", Reply().string("2").string("a").int32(1)).logsSize("0"),
+        ListCase("NumbersAbove31Bits", Reply().int32(1).string("a").int32(-2))
+            .logsSize("1")
+            .lists({{"a", 0xFFFFFFFE}}),
+        ListCase("EmptyName", Reply().int32(1).string("").int32(4)).logsSize("1").lists({{"", 4}}),
+        ListCase("NumberZero", Reply().int32(1).string("a").int32(0))
+            .logsSize("1")
+            .lists({{"a", 0}}),
+        ListCase("NumberOfAnotherType", Reply().int32(1).string("a").string("1"))
+            .logsSize("1")
+            .lists({{"a", 0}})),
     [](const testing::TestParamInfo<ListCase>& row) { return row.param.name; });
 
 TEST_F(VmIdsTest, OfTwoListedNumbersForOneNameTheLaterStays) {
