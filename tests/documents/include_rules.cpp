@@ -6,6 +6,7 @@
 #include <regex>
 #include <sstream>
 #include <string_view>
+#include <utility>
 
 namespace documents {
 namespace {
@@ -130,8 +131,10 @@ std::vector<std::string> violations(const std::vector<Room>& rooms, const std::s
     const bool isAllowed =
         match[1] == "<" ? mayIncludeOutside(*room, name) : mayIncludeOurs(rooms, *room, name);
     if (!isAllowed) {
-      found.push_back(file + ':' + std::to_string(number) + ": " + line +
-                      ", which docs/architecture.md does not allow in " + room->folder);
+      std::string message = file + ':';
+      message.append(std::to_string(number)).append(": ").append(line);
+      message.append(", which docs/architecture.md does not allow in ").append(room->folder);
+      found.push_back(std::move(message));
     }
   }
   return found;
