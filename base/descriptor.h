@@ -12,7 +12,7 @@ namespace base {
 class Descriptor {
  public:
   Descriptor() = default;
-  // A negative number stands for none, as open() and its like return it.
+  // A negative number, the failure of open() and similar calls, stands for no descriptor.
   explicit Descriptor(int number) : number_(number) {}
   Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
   Descriptor& operator=(Descriptor&& other) noexcept {

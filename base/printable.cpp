@@ -26,7 +26,7 @@ std::string printable(std::string_view text, std::string_view kept) {
   std::string shown;
   shown.reserve(text.size());
   while (!text.empty()) {
-    // Most texts are one run of these, and each line of the log comes this way.
+    // The fast path: most texts are one run of ASCII, and every line of the log is escaped.
     const auto* const end = std::find_if_not(text.begin(), text.end(), isPrintableAscii);
     const auto run = static_cast<std::size_t>(end - text.begin());
     shown += text.substr(0, run);

@@ -1,4 +1,4 @@
-// Text from elsewhere, made safe for a terminal.
+// Text of unknown origin, made safe for a terminal and for a log of lines.
 
 #ifndef BASE_PRINTABLE_H
 #define BASE_PRINTABLE_H

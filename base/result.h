@@ -1,4 +1,4 @@
-// A value, or the reason why there is none.
+// A value, or the reason why there is no value.
 //
 //   Result<Socket> connectTo(const std::string& path) {
 //     if (path.empty()) { return Failed{"the path is empty"}; }
@@ -15,7 +15,7 @@
 
 namespace base {
 
-// The reason, for people.
+// The reason, as a text for people.
 struct Failed {
   std::string reason;
 };
@@ -27,7 +27,7 @@ class [[nodiscard]] Result {
   Result(Failed failed) : reason_(std::move(failed.reason)) {}
 
   explicit operator bool() const { return value_.has_value(); }
-  // Only when there is a value.
+  // Needs a value.
   Value& operator*() { return *value_; }
   const Value& operator*() const { return *value_; }
   Value* operator->() { return &*value_; }
@@ -43,7 +43,7 @@ class [[nodiscard]] Result {
   std::string reason_;
 };
 
-// Done, or the reason why not.
+// Success without a value, or the reason of a failure.
 template <>
 class [[nodiscard]] Result<void> {
  public:

@@ -5,7 +5,7 @@
 
 namespace base {
 
-// Both ends never block and are closed in programs that are executed.
+// Neither end blocks. Both are closed on exec.
 //
 // THREADS   wake() may be called from any thread, and in a signal handler.
 class SelfPipe {
@@ -20,7 +20,7 @@ class SelfPipe {
   // Readable from wake() to drain().
   int readEnd() const { return ends_[0]; }
 
-  // Leaves errno alone. A pipe that is full wakes just as well.
+  // Does not change errno. A full pipe wakes, too.
   void wake() const;
   void drain() const;
 

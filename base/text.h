@@ -1,4 +1,4 @@
-// Numbers, hexadecimal digits, counts and lists of names, from and as text.
+// Conversions between text and numbers, hexadecimal digits, counts and lists of names.
 
 #ifndef BASE_TEXT_H
 #define BASE_TEXT_H
@@ -13,12 +13,12 @@
 
 namespace base {
 
-// All of the text as a number without a sign: decimal digits.
+// The number in a text that consists of decimal digits.
 //
-// returns    nullopt: the text is something else, or the number is larger than most
+// returns    nullopt: the text has another character, or the number is larger than most
 std::optional<unsigned long long> parseDecimal(std::string_view text, unsigned long long most);
 
-// The same, in hexadecimal when the text begins with 0x.
+// The same, or a hexadecimal number when the text begins with 0x.
 std::optional<unsigned long long> parseNumber(std::string_view text, unsigned long long most);
 
 template <typename Unsigned>
@@ -31,7 +31,7 @@ std::optional<Unsigned> parseDecimalAs(std::string_view text) {
 // Two lower-case digits for each byte: "0aff".
 std::string hexOf(std::string_view bytes);
 void appendHex(std::string* text, unsigned char byte);
-// The bytes that pairs of digits of either case stand for; nullopt when the text is something else.
+// The bytes of a text that consists of pairs of digits, in either case; nullopt for other texts.
 std::optional<std::string> parseHex(std::string_view digits);
 
 // "1 frame", "2 frames".

@@ -13,7 +13,7 @@ void nameThisThread(const char* name) {
 #if defined(__APPLE__)
   pthread_setname_np(name);
 #elif defined(__GLIBC__)
-  // Longer names are refused, not cut.
+  // glibc refuses a longer name.
   char cut[16] = {};
   for (std::size_t i = 0; i + 1 < sizeof cut && name[i] != '\0'; ++i) {
     cut[i] = name[i];
@@ -24,7 +24,7 @@ void nameThisThread(const char* name) {
 #endif
 }
 
-// Blocks every signal in its scope: a thread that starts there inherits the mask.
+// Blocks every signal in its scope. A thread that starts there inherits the mask.
 class BlockedSignals {
  public:
   BlockedSignals() {

@@ -1,4 +1,4 @@
-// Threads that leave the process's signals alone.
+// Threads that receive no signals.
 
 #ifndef BASE_THREAD_H
 #define BASE_THREAD_H
@@ -10,8 +10,8 @@
 
 namespace base {
 
-// Starts a thread that blocks every signal, so that a signal reaches the thread that waits for it,
-// and that debuggers and `top` show under the name. Systems cut names: 15 characters on Linux.
+// Starts a thread with every signal blocked, so that a signal of the process reaches the thread
+// that waits for it. Debuggers and `top` show the name, of which Linux keeps 15 characters.
 //
 // returns    the thread; a failure, never an exception, when the system cannot start one
 Result<std::thread> startThread(const char* name, std::function<void()> task);

@@ -1,4 +1,4 @@
-// What one pen frame costs, with logging off, beside a copy of as many bytes:
+// The cost of one pen frame, with logging off, beside a copy of as many bytes:
 //
 //   pen_bench
 //
@@ -92,7 +92,7 @@ void packet(benchmark::State& state) {
   countAllocations(state, before);
 }
 
-// From the event to the writer, which does no more than look.
+// From the event to the writer, which only reads the bytes.
 void frame(benchmark::State& state) {
   qx::VelProxy proxy;
   proxy.PortInit("client.space.port.2", true,

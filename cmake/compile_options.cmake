@@ -1,10 +1,10 @@
-# What every target of this project is compiled with: link velproxy_options privately.
+# The compiler options of every target of this project, which links velproxy_options privately.
 
 add_library(velproxy_options INTERFACE)
 target_include_directories(velproxy_options INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_options(velproxy_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow
                                                   $<$<BOOL:${VELPROXY_WERROR}>:-Werror>)
-# What a mutex guards, and the order of two: see platform/mutex.h.
+# The check of mutexes, the data they guard and their order: see platform/mutex.h.
 if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
   target_compile_options(velproxy_options INTERFACE -Wthread-safety -Wthread-safety-beta)
 endif()

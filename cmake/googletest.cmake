@@ -8,8 +8,8 @@ else()
   find_package(GTest REQUIRED)
 endif()
 
-# Registers a test program with ctest as one test: a process for each of its tests would take longer
-# to start than most of them to run. The results test by test go to test-results/ in the build tree.
+# Registers a test program with ctest as one test, because starting a process for each of its tests
+# takes longer than most of them. The results of the single tests go to test-results/ in the build tree.
 function(velproxy_add_tests program)
   add_test(NAME ${program} COMMAND ${program}
            --gtest_output=xml:${PROJECT_BINARY_DIR}/test-results/${program}.xml)

@@ -22,7 +22,7 @@ fs::path usersDataDirectory() {
 #if defined(__APPLE__)
   return home.empty() ? fs::path() : home / "Library" / "Application Support";
 #else
-  // The base directory rules of freedesktop.org have a relative XDG_DATA_HOME ignored.
+  // The base directory rules of freedesktop.org ignore a relative XDG_DATA_HOME.
   fs::path xdg = environment("XDG_DATA_HOME");
   if (xdg.is_absolute()) {
     return xdg;
@@ -34,7 +34,7 @@ fs::path usersDataDirectory() {
 fs::path chosenDirectory() {
   std::string given = environment("QX_APP_DATA");
   if (!given.empty()) {
-    // With a slash behind it the directory would be its own parent.
+    // parent_path() of "a/" is "a".
     while (given.size() > 1 && given.back() == '/') {
       given.pop_back();
     }
@@ -44,7 +44,7 @@ fs::path chosenDirectory() {
   return users.empty() ? fs::path() : users / kFolder;
 }
 
-// Makes the directory with mode 0700, whatever the umask adds to its parents.
+// Creates the directory with mode 0700. The umask decides the modes of its parents.
 bool makePrivate(const fs::path& directory) {
   std::error_code error;
   if (fs::is_directory(directory, error)) {

@@ -1,16 +1,16 @@
-// Where this program keeps its data. Replaceable at link time.
+// The directory of this program's data. Another implementation may be linked in its place.
 
 #ifndef PLATFORM_APP_DATA_PATH_H
 #define PLATFORM_APP_DATA_PATH_H
 
 #include <string>
 
-// The directory, created with mode 0700 if it is missing; empty when there is none that can be
-// used.
+// Returns the directory, which is created with mode 0700 if it is missing; an empty text when the
+// directory has no name or cannot be created.
 //
-// QX_APP_DATA names it when set and not empty. Otherwise it is the user's data directory: on macOS
-// ~/Library/Application Support/velproxy, elsewhere $XDG_DATA_HOME/velproxy, which defaults to
-// ~/.local/share/velproxy.
+// The environment variable QX_APP_DATA is its name, unless empty. By default the directory is
+// ~/Library/Application Support/velproxy on macOS and $XDG_DATA_HOME/velproxy elsewhere, where
+// XDG_DATA_HOME is ~/.local/share by default.
 std::string GetAppDataPath();
 
 #endif  // PLATFORM_APP_DATA_PATH_H

@@ -78,8 +78,8 @@ void flushAtExit() {
   }
 }
 
-// The mutex is held while the process forks, so that the new process finds its log whole. The
-// compiler cannot follow a mutex from one function to another.
+// fork() runs with the mutex held, so that no thread is in the middle of a line. The compiler
+// cannot follow a mutex from one function to another.
 void beforeFork() QX_NO_THREAD_SAFETY_ANALYSIS {
   theLog().mutex.lock();
 }
@@ -213,6 +213,6 @@ extern "C" void pellamLogInit(const char* directory) {
   try {
     openFile(log, directory);
   } catch (const std::exception&) {
-    // Out of memory: lines go where they went before.
+    // Out of memory: the log stays as it is.
   }
 }

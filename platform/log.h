@@ -1,4 +1,4 @@
-// Logging, as the library needs it. Replaceable at link time.
+// The log that the library writes. Another implementation may be linked in its place.
 //
 // THREADS  Both functions may be called from any thread.
 // ERRORS   Nothing throws; a line that cannot be written is dropped.
@@ -10,7 +10,7 @@ extern "C" {
 
 // Writes one line.
 //
-// channel  0; kept for other users of the interface
+// channel  0; other users of the interface have other channels
 // level    5 debug, 7 error; a higher number is more severe
 // tag      names the component that logs
 // format   printf style, with its arguments; a null pointer for %s prints "(null)"
@@ -33,7 +33,7 @@ void norvoLogPrint(int channel, int level, const char* tag, const char* format, 
 // used, or a symbolic link in its place or in the file's, is reported on standard error, once, and
 // error lines go there.
 //
-// Calling it again with the same directory changes nothing.
+// A second call with the same directory changes nothing.
 void pellamLogInit(const char* directory);
 
 }  // extern "C"

@@ -38,11 +38,11 @@ bool isSameFile(const struct stat& one, const struct stat& other) {
   return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
-// A relative name would mean another directory once the process has changed its own.
+// A relative name would stand for another directory after chdir().
 std::string absoluteName(const std::string& directory) {
   std::error_code error;
   std::string name = std::filesystem::absolute(directory, error).string();
-  // A slash behind the name would have a symbolic link followed.
+  // open() follows a symbolic link with a slash behind its name.
   while (name.size() > 1 && name.back() == '/') {
     name.pop_back();
   }
@@ -63,7 +63,7 @@ bool isSymbolicLink(int directory, const char* name) {
   return ::fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(status.st_mode);
 }
 
-// Why open() refused a name: systems differ in the error they give for a symbolic link.
+// The reason why open() refused a name. Systems differ in the error for a symbolic link.
 Failed refusalOf(int directory, const char* name, int error) {
   return Failed{isSymbolicLink(directory, name) ? "it is a symbolic link" : reasonOf(error)};
 }
@@ -91,12 +91,12 @@ Failed failureOfFile(const std::string& reason) {
 }
 
 Result<Descriptor> openFile(const Descriptor& directory) {
-  // Nonblocking, for a FIFO would wait for a reader.
+  // O_NONBLOCK, because opening a FIFO would wait for a reader.
   Descriptor file(::openat(
       directory.number(), kFile,
       O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, kFileMode));
-  // A program that was started without standard output or standard error must not write its data or
-  // its errors into the log.
+  // A program that runs without standard output or standard error must not write its data or its
+  // errors to the log.
   if (file.isOpen() && file.number() <= STDERR_FILENO) {
     file = Descriptor(::fcntl(file.number(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
   }
@@ -125,7 +125,7 @@ Result<Descriptor> openFile(const std::string& directory) {
   return opened ? openFile(*opened) : Result<Descriptor>(opened.failed());
 }
 
-// One write() as a rule, which O_APPEND keeps whole.
+// One write() as a rule: with O_APPEND, the lines of other processes stay before or behind it.
 void writeAll(const Descriptor& file, std::string_view bytes) {
   while (!bytes.empty()) {
     const ssize_t written = ::write(file.number(), bytes.data(), bytes.size());
@@ -139,7 +139,7 @@ void writeAll(const Descriptor& file, std::string_view bytes) {
   }
 }
 
-// Gives every file the name of an older one. False when that is not possible.
+// Renames every file to the name of the next older one. False when a file cannot be renamed.
 bool shiftFiles(const Descriptor& directory) {
   const int number = directory.number();
   for (std::size_t i = 1; i < std::size(kFiles); ++i) {
@@ -187,7 +187,7 @@ void LogFile::flush() {
   }
   do {
     writeAll(file_, kept_);
-    // The file ends behind these lines, wherever other processes have renamed it to.
+    // The offset is the size of the file, also after another process has renamed it.
     isFull_ = ::lseek(file_.number(), 0, SEEK_CUR) >= kFullSize;
   } while (isRemoved() && reopen());
   kept_.clear();

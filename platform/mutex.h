@@ -9,8 +9,7 @@
 //     int count_ QX_GUARDED_BY(mutex_) = 0;
 //   };
 //
-// Other compilers ignore the annotations. A Mutex is a std::mutex and nothing more, so it has its
-// size and its cost.
+// Other compilers ignore the annotations. A Mutex has the size and the cost of a std::mutex.
 
 #ifndef PLATFORM_MUTEX_H
 #define PLATFORM_MUTEX_H
@@ -25,20 +24,21 @@
 #define QX_THREAD_SAFETY_(annotation)
 #endif
 
-// Variables: needs the mutex; what the pointer points to needs the mutex.
+// Variables: the mutex guards the variable; the mutex guards the object behind the pointer.
 #define QX_GUARDED_BY(mutex) QX_THREAD_SAFETY_(guarded_by(mutex))
 #define QX_PT_GUARDED_BY(mutex) QX_THREAD_SAFETY_(pt_guarded_by(mutex))
-// Mutexes: the order in which two are taken.
+// Mutexes: the order in which two are locked.
 #define QX_ACQUIRED_BEFORE(...) QX_THREAD_SAFETY_(acquired_before(__VA_ARGS__))
 #define QX_ACQUIRED_AFTER(...) QX_THREAD_SAFETY_(acquired_after(__VA_ARGS__))
-// Functions: called with the mutex held; called without; takes it; releases it.
+// Functions: the caller holds the mutex; the caller does not hold it; the function locks it; tries
+// to lock it; unlocks it; returns it.
 #define QX_REQUIRES(...) QX_THREAD_SAFETY_(requires_capability(__VA_ARGS__))
 #define QX_EXCLUDES(...) QX_THREAD_SAFETY_(locks_excluded(__VA_ARGS__))
 #define QX_ACQUIRE(...) QX_THREAD_SAFETY_(acquire_capability(__VA_ARGS__))
 #define QX_TRY_ACQUIRE(...) QX_THREAD_SAFETY_(try_acquire_capability(__VA_ARGS__))
 #define QX_RELEASE(...) QX_THREAD_SAFETY_(release_capability(__VA_ARGS__))
 #define QX_RETURN_CAPABILITY(mutex) QX_THREAD_SAFETY_(lock_returned(mutex))
-// The last resort, with a comment that says why the compiler cannot follow.
+// No check of this function. A comment gives the reason why the compiler cannot follow.
 #define QX_NO_THREAD_SAFETY_ANALYSIS QX_THREAD_SAFETY_(no_thread_safety_analysis)
 
 namespace platform {
@@ -58,7 +58,7 @@ class QX_THREAD_SAFETY_(capability("mutex")) Mutex {
   std::mutex mutex_;
 };
 
-// Holds a mutex for its scope. unlock() and lock() let go of it for a part of the scope.
+// Holds a mutex for its scope, apart from the lines between unlock() and lock().
 class QX_THREAD_SAFETY_(scoped_lockable) MutexLock {
  public:
   explicit MutexLock(Mutex& mutex) QX_ACQUIRE(mutex) : lock_(mutex.mutex_) {}
@@ -75,8 +75,8 @@ class QX_THREAD_SAFETY_(scoped_lockable) MutexLock {
   std::unique_lock<std::mutex> lock_;
 };
 
-// A condition variable. Waits end for no reason at times, so they stand in a loop that tests what
-// is waited for:
+// A condition variable. A wait may end without a notification, so it stands in a loop that tests
+// the condition:
 //
 //   while (tasks_.empty()) { changed_.wait(lock); }
 class Condition {

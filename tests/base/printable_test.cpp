@@ -7,7 +7,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-TEST(PrintableTest, CharactersThatATerminalObeysAreEscaped) {
+TEST(PrintableTest, CharactersThatATerminalInterpretsAreEscaped) {
   struct Row {
     std::string_view text;
     std::string_view printable;

@@ -32,7 +32,7 @@ TEST(ResultTest, HoldsTheReasonInPlaceOfAValue) {
   EXPECT_EQ(result.reason(), "odd");
 }
 
-TEST(ResultTest, GivesItsValueAway) {
+TEST(ResultTest, MovesItsValueOut) {
   base::Result<std::unique_ptr<int>> result = std::make_unique<int>(5);
 
   const std::unique_ptr<int> taken = std::move(*result);
@@ -49,7 +49,7 @@ TEST(ResultTest, PassesItsReasonOnToAnotherResult) {
   EXPECT_EQ(second.reason(), "odd");
 }
 
-TEST(ResultTest, CanBeDoneWithoutAValue) {
+TEST(ResultTest, SucceedsWithoutAValue) {
   EXPECT_TRUE(check(true));
   EXPECT_EQ(check(true).reason(), "");
   EXPECT_FALSE(check(false));

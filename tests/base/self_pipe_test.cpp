@@ -40,7 +40,7 @@ TEST(SelfPipeTest, WakesWithoutWaitingWhenItIsFull) {
   EXPECT_FALSE(isReadable(pipe));
 }
 
-TEST(SelfPipeTest, IsClosedInProgramsThatAreExecuted) {
+TEST(SelfPipeTest, IsClosedOnExec) {
   const base::SelfPipe pipe;
 
   EXPECT_NE(::fcntl(pipe.readEnd(), F_GETFD) & FD_CLOEXEC, 0);

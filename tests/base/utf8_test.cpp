@@ -36,7 +36,7 @@ const Row kRows[] = {
 
 class Utf8Test : public testing::TestWithParam<Row> {};
 
-TEST_P(Utf8Test, IsToldFromOtherBytes) {
+TEST_P(Utf8Test, IsDistinguishedFromOtherBytes) {
   EXPECT_EQ(base::isUtf8(GetParam().text), GetParam().isValid);
   EXPECT_EQ(base::isUtf8("before " + GetParam().text + " behind"), GetParam().isValid);
   EXPECT_EQ(base::firstCharacter(GetParam().text).isValid, GetParam().isValid);

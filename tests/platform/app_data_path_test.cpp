@@ -16,7 +16,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Takes the variables away and gives them back.
+// Unsets the variables, and restores them with its end.
 class Environment {
  public:
   Environment() {
@@ -48,7 +48,7 @@ class AppDataPathTest : public testing::Test {
   ~AppDataPathTest() override { ::umask(umask_); }
 
   static void set(const char* name, const fs::path& value) { ::setenv(name, value.c_str(), 1); }
-  // A name below this cannot be made into a directory.
+  // No directory can be created below a file.
   fs::path aFile() const {
     std::ofstream(directory / "file") << "not a directory";
     return directory / "file";
@@ -71,7 +71,7 @@ TEST_F(AppDataPathTest, TheVariableNamesTheDirectoryItself) {
   EXPECT_FALSE(fs::exists(directory / "home"));
 }
 
-TEST_F(AppDataPathTest, AnEmptyVariableIsNone) {
+TEST_F(AppDataPathTest, AnEmptyVariableCountsAsUnset) {
   set("QX_APP_DATA", "");
   set("HOME", directory.path());
 
@@ -79,7 +79,7 @@ TEST_F(AppDataPathTest, AnEmptyVariableIsNone) {
   EXPECT_EQ(GetAppDataPath().find(directory.path().string()), 0u);
 }
 
-TEST_F(AppDataPathTest, TheDirectoryIsPrivateAndItsParentsAreMadeToo) {
+TEST_F(AppDataPathTest, TheDirectoryIsPrivateAndItsParentsAreCreatedToo) {
   set("QX_APP_DATA", directory / "a" / "b" / "c");
 
   EXPECT_EQ(GetAppDataPath(), directory / "a" / "b" / "c");
@@ -87,7 +87,7 @@ TEST_F(AppDataPathTest, TheDirectoryIsPrivateAndItsParentsAreMadeToo) {
   EXPECT_EQ(modeOf(directory / "a" / "b" / "c"), 0700);
 }
 
-TEST_F(AppDataPathTest, ASlashBehindItsNameDoesNotOpenTheDirectory) {
+TEST_F(AppDataPathTest, ASlashBehindItsNameDoesNotChangeTheMode) {
   set("QX_APP_DATA", (directory / "parent" / "data").string() + "//");
 
   EXPECT_EQ(GetAppDataPath(), directory / "parent" / "data");
@@ -95,7 +95,7 @@ TEST_F(AppDataPathTest, ASlashBehindItsNameDoesNotOpenTheDirectory) {
   EXPECT_EQ(modeOf(directory / "parent" / "data"), 0700);
 }
 
-TEST_F(AppDataPathTest, AnOpenMaskDoesNotOpenTheDirectory) {
+TEST_F(AppDataPathTest, AUmaskOfZeroDoesNotChangeTheMode) {
   ::umask(0);
   set("QX_APP_DATA", directory / "given");
 
@@ -116,7 +116,7 @@ TEST_F(AppDataPathTest, ADirectoryThatExistsKeepsItsModeAndContent) {
   EXPECT_TRUE(fs::exists(directory / "given" / "kept"));
 }
 
-TEST_F(AppDataPathTest, TheSameAnswerIsGivenAgain) {
+TEST_F(AppDataPathTest, ASecondCallReturnsTheSame) {
   set("QX_APP_DATA", directory / "given");
 
   EXPECT_EQ(GetAppDataPath(), GetAppDataPath());
@@ -130,31 +130,31 @@ TEST_F(AppDataPathTest, ALaterValueOfTheVariableCounts) {
   EXPECT_EQ(GetAppDataPath(), directory / "second");
 }
 
-TEST_F(AppDataPathTest, ADirectoryThatCannotBeMadeIsNone) {
+TEST_F(AppDataPathTest, ADirectoryThatCannotBeCreatedGivesNone) {
   set("QX_APP_DATA", aFile() / "below");
   set("HOME", directory.path());
 
   EXPECT_EQ(GetAppDataPath(), "");
 }
 
-TEST_F(AppDataPathTest, AFileIsNoDirectory) {
+TEST_F(AppDataPathTest, AFileInPlaceOfTheDirectoryGivesNone) {
   set("QX_APP_DATA", aFile());
 
   EXPECT_EQ(GetAppDataPath(), "");
 }
 
-TEST_F(AppDataPathTest, ANameThatIsTooLongIsNone) {
+TEST_F(AppDataPathTest, ANameThatIsTooLongGivesNone) {
   set("QX_APP_DATA", directory / std::string(5000, 'x'));
 
   EXPECT_EQ(GetAppDataPath(), "");
 }
 
-TEST_F(AppDataPathTest, WithoutAnyVariableThereIsNone) {
+TEST_F(AppDataPathTest, NoVariableGivesNone) {
   EXPECT_EQ(GetAppDataPath(), "");
 }
 
 #if !defined(__APPLE__)
-TEST_F(AppDataPathTest, OtherwiseItIsInTheUsersDataDirectory) {
+TEST_F(AppDataPathTest, TheDefaultIsInTheUsersDataDirectory) {
   set("XDG_DATA_HOME", directory / "xdg");
   set("HOME", directory / "home");
 
@@ -182,7 +182,7 @@ TEST_F(AppDataPathTest, ARelativeOrEmptyUsersDataDirectoryIsIgnored) {
   EXPECT_FALSE(fs::exists("relative"));
 }
 #else
-TEST_F(AppDataPathTest, OtherwiseItIsInTheUsersLibrary) {
+TEST_F(AppDataPathTest, TheDefaultIsInTheUsersLibrary) {
   set("XDG_DATA_HOME", directory / "xdg");
   set("HOME", directory / "home");
 

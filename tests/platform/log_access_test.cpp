@@ -1,4 +1,4 @@
-// Who may read the log, and where its lines may go.
+// Access to the log, and the directories and files that it refuses.
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -126,7 +126,7 @@ TEST_F(LogAccessTest, OnlyTheUserCanReadWhatIsCreated) {
   });
 }
 
-TEST_F(LogAccessTest, AFileThatOthersCouldReadIsClosedToThem) {
+TEST_F(LogAccessTest, AFileThatOthersCouldReadGetsMode0600) {
   std::ofstream(directory / "velproxy.log") << "of an earlier version\n";
   ASSERT_EQ(modeOf(directory / "velproxy.log"), 0644);
 
@@ -272,7 +272,7 @@ TEST_F(LogAccessTest, AFifoIsRefusedAndNotWaitedFor) {
   ::close(reader);
 }
 
-TEST_F(LogAccessTest, ADirectoryThatIsRefusedNoMoreIsUsed) {
+TEST_F(LogAccessTest, ADirectoryIsUsedOnceItIsNoLongerRefused) {
   const std::string written = standardErrorOf([this] {
     ::chmod(directory.path().c_str(), 0770);
     pellamLogInit(directory.path().c_str());

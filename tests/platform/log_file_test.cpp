@@ -121,7 +121,7 @@ TEST_F(LogFileTest, AFullFileIsReplacedByTheNextLine) {
 TEST_F(LogFileTest, AFileThatIsNotQuiteFullStays) {
   platform::LogFile file = open();
 
-  // With its newline, one byte less.
+  // One byte less, with the newline.
   write(file, std::string(kFullSize - 2, 'x'));
   write(file, "next");
 
@@ -286,7 +286,7 @@ TEST_F(LogFileTest, EightProcessesLoseNoLine) {
     EXPECT_EQ(status, 0);
   }
 
-  // More than two full files, and less than would have the oldest removed.
+  // Enough lines for a third file, and too few for a fifth.
   EXPECT_TRUE(fs::exists(directory / "velproxy.2.log"));
   const std::vector<std::string> lines = allLines();
   EXPECT_THAT(lines, SizeIs(kProcesses * kLines));

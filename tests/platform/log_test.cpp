@@ -46,7 +46,7 @@ TEST_F(LogTest, BeforeInitialisationTheLevelAddsNothing) {
   EXPECT_EQ(written, "[VEL_LOG] error text\n");
 }
 
-TEST_F(LogTest, BeforeInitialisationTheLevelTakesErrorsAway) {
+TEST_F(LogTest, BeforeInitialisationTheLevelSuppressesErrors) {
   EXPECT_EQ(standardErrorOf([] { log(kError, "error text"); }, "off"), "");
 }
 
@@ -61,7 +61,7 @@ TEST_F(LogTest, TextsAreFormattedAsByPrintf) {
   EXPECT_EQ(written, "[VEL_LOG] text -1 4000000000 -5000000000 0x000a 7%\n");
 }
 
-TEST_F(LogTest, ANullTextIsPrintedAsSuch) {
+TEST_F(LogTest, ANullTextIsPrintedAsNull) {
   const std::string written = standardErrorOf([] {
     const char* volatile null = nullptr;
     norvoLogPrint(0, kError, "VEL_LOG", "name:%s", null);
@@ -70,7 +70,7 @@ TEST_F(LogTest, ANullTextIsPrintedAsSuch) {
   EXPECT_EQ(written, "[VEL_LOG] name:(null)\n");
 }
 
-TEST_F(LogTest, BracesAreNothingSpecial) {
+TEST_F(LogTest, BracesAreOrdinaryCharacters) {
   EXPECT_EQ(standardErrorOf([] { log(kError, "{} {0} {unclosed"); }),
             "[VEL_LOG] {} {0} {unclosed\n");
 }
@@ -137,7 +137,7 @@ TEST_F(LogTest, EarlierLinesAreKept) {
   });
 }
 
-TEST_F(LogTest, TheDirectoryIsMade) {
+TEST_F(LogTest, TheDirectoryIsCreated) {
   standardErrorOf([] {
     const TemporaryDirectory directory;
     pellamLogInit((directory / "a" / "b").c_str());
@@ -159,7 +159,7 @@ TEST_F(LogTest, InitialisingAgainChangesNothing) {
   });
 }
 
-TEST_F(LogTest, AnotherDirectoryTakesThePlaceOfTheFirst) {
+TEST_F(LogTest, AnotherDirectoryReplacesTheFirst) {
   standardErrorOf([] {
     const TemporaryDirectory first;
     const TemporaryDirectory second;
@@ -173,7 +173,7 @@ TEST_F(LogTest, AnotherDirectoryTakesThePlaceOfTheFirst) {
   });
 }
 
-TEST_F(LogTest, NoDirectoryIsIgnored) {
+TEST_F(LogTest, ANullOrEmptyDirectoryIsIgnored) {
   const std::string written = standardErrorOf([] {
     pellamLogInit(nullptr);
     pellamLogInit("");
@@ -253,7 +253,7 @@ struct LevelCase {
 
 class LogLevelTest : public LogTest, public testing::WithParamInterface<LevelCase> {};
 
-TEST_P(LogLevelTest, DecidesWhatIsWritten) {
+TEST_P(LogLevelTest, IsTheLeastLevelWritten) {
   standardErrorOf(
       [] {
         const TemporaryDirectory directory;
@@ -261,7 +261,7 @@ TEST_P(LogLevelTest, DecidesWhatIsWritten) {
         log(kDebug, "D");
         log(kBetween, "B");
         log(kError, "E");
-        // Whatever the level is, this flushes.
+        // Written at every level, and flushes the lines before it.
         log(1000, "end");
 
         std::string written;

@@ -26,9 +26,9 @@ class LogTest : public testing::Test {
 
   LogTest() { GTEST_FLAG_SET(death_test_style, "fast"); }
 
-  // Runs the body in a new process with this value of QX_LOG_LEVEL, and fails if a check in it
-  // does. Returns the standard error of that process. Once per test: the new process runs the test,
-  // too, up to here.
+  // Runs the body in a new process with this value of QX_LOG_LEVEL, fails if a check in the body
+  // fails, and returns the standard error of that process. Once per test: the new process runs the
+  // test, too, up to here.
   static std::string standardErrorOf(const std::function<void()>& body,
                                      const std::string& level = "") {
     const auto runAndExit = [&] {

@@ -8,7 +8,7 @@
 #include <string>
 #include <system_error>
 
-// A directory of its own that is gone, with all that is in it, when this object is.
+// A new directory, which is removed with its content when the object goes.
 class TemporaryDirectory {
  public:
   TemporaryDirectory() {
