@@ -10,6 +10,7 @@
 #include "vel/protocol/events.h"
 #include "vel/protocol/frames.h"
 #include "vel/protocol/methods.h"
+#include "vel/protocol/names.h"
 #include "vel/protocol/records.h"
 
 namespace velprotocol {

@@ -14,6 +14,7 @@
 
 #include "bus/dbus/service_host.h"
 #include "bus/dbus/value.h"
+#include "vel/protocol/names.h"
 #include "vel/protocol/events.h"
 
 namespace velctl_tests {

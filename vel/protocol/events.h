@@ -13,11 +13,6 @@
 
 namespace velprotocol {
 
-// Events of the service itself.
-inline constexpr char kServiceEvent[] = "velevent";
-// Broadcast events, which concern more than the service's clients.
-inline constexpr char kBroadcastEvent[] = "mountedEvent";
-
 // The positions of the arguments.
 enum EventArgument : int { kEventVm = 0, kEventCode = 1, kEventRecord = 2 };
 

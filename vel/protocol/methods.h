@@ -14,8 +14,6 @@
 
 namespace velprotocol {
 
-inline constexpr char kServiceName[] = "vel";
-
 // What a method is about.
 enum class Subject {
   kService,

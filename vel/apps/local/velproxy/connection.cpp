@@ -9,13 +9,11 @@
 #include "vel/apps/local/velproxy/internal/remote_call.h"
 #include "vel/apps/local/velproxy/internal/vel_log.h"
 #include "vel/apps/local/velproxy/vel_proxy.h"
+#include "vel/protocol/names.h"
 
 namespace qx {
 namespace {
 
-constexpr char kService[] = "vel";
-constexpr char kServiceEvent[] = "velevent";
-constexpr char kBroadcastEvent[] = "mountedEvent";
 constexpr unsigned int kFailed = 0xFFFFFFFF;
 constexpr int kWaitForTheBus = -1;
 constexpr int kInterfaceMode = 1;
@@ -115,13 +113,13 @@ unsigned int VelProxy::Init() {
     report.fail(VelError::Kind::kNoService, "the bus cannot be reached");
     return kFailed;
   }
-  if (!manager->isServiceRegistered(kService)) {
+  if (!manager->isServiceRegistered(velprotocol::kServiceName)) {
     VEL_ERROR("isServiceRegistered failed");
     report.fail(VelError::Kind::kNoService, "no service on the bus");
     return kFailed;
   }
-  const std::shared_ptr<QXBusProxyInterface> interface =
-      manager->getServiceProxyInterface(kService, QXBUS_SECURITY_SAME_USER_OR_ROOT, kInterfaceMode);
+  const std::shared_ptr<QXBusProxyInterface> interface = manager->getServiceProxyInterface(
+      velprotocol::kServiceName, QXBUS_SECURITY_SAME_USER_OR_ROOT, kInterfaceMode);
   if (!interface) {
     VEL_ERROR("getServiceProxyInterface failed");
     report.fail(VelError::Kind::kNoService, "the service left the bus or is not trusted");
@@ -132,7 +130,8 @@ unsigned int VelProxy::Init() {
   eventListener_ =
       newListener([this](const std::shared_ptr<QXBusMessage>& event) { HandleEvent(event); });
   VEL_DEBUG("init callback : %p", static_cast<void*>(eventListener_));
-  interface->addEventListener(kServiceEvent, eventListener_, QXBUS_SECURITY_SAME_USER_OR_ROOT);
+  interface->addEventListener(velprotocol::kServiceEvent, eventListener_,
+                              QXBUS_SECURITY_SAME_USER_OR_ROOT);
   interface->setDeathCallback([this] { withoutExceptions([this] { onServiceDeath(); }); });
   return InitBroadcast();
 }
@@ -141,7 +140,8 @@ unsigned int VelProxy::InitBroadcast() {
   const ErrorReport report;
   QXBusSerivceManager* const manager = QXBusSerivceManager::initSync(kWaitForTheBus);
   if (manager) {
-    manager->addEventListener(kBroadcastEvent, newListener(&VelProxy::BroadcastCallback),
+    manager->addEventListener(velprotocol::kBroadcastEvent,
+                              newListener(&VelProxy::BroadcastCallback),
                               QXBUS_SECURITY_SAME_USER_OR_ROOT);
   }
   return 0;
@@ -161,7 +161,7 @@ void VelProxy::ReleaseService() {
   const std::lock_guard<std::mutex> lock(callMutex_);
   if (currentInterface() && serviceManager_.load()) {
     released = std::atomic_exchange(&interface_, {});
-    released->removeEventListener(kServiceEvent, eventListener_);
+    released->removeEventListener(velprotocol::kServiceEvent, eventListener_);
     eventListener_ = nullptr;
   }
 }
@@ -221,7 +221,7 @@ std::shared_ptr<QXBusProxyInterface> VelProxy::currentInterface() const {
 
 bool VelProxy::isServiceRegistered() const {
   QXBusSerivceManager* const manager = serviceManager_.load();
-  return manager && manager->isServiceRegistered(kService);
+  return manager && manager->isServiceRegistered(velprotocol::kServiceName);
 }
 
 }  // namespace qx

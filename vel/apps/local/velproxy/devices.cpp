@@ -6,24 +6,26 @@
 #include "vel/apps/local/velproxy/internal/remote_call.h"
 #include "vel/apps/local/velproxy/internal/vel_log.h"
 #include "vel/apps/local/velproxy/vel_proxy.h"
+#include "vel/protocol/access.h"
+#include "vel/protocol/records.h"
 
 namespace qx {
 namespace {
 
 using EmptyBlock = BlockList::EmptyBlock;
+using velprotocol::read;
+namespace device = velprotocol::device;
 
-constexpr unsigned short kAttachedToVm = 2;
 constexpr int kIgnoreTimeoutMs = 2000;
 
 // Puts the name of the record's VM behind its fixed part, as far as the block goes. The byte after
 // it stays as the service sent it.
 void fillVmIdText(VelProxy& proxy, const Block& block) {
-  constexpr std::size_t kText = offsetof(CommonDevice, vmIdText);
-  if (block.at<unsigned short>(offsetof(CommonDevice, status)) != kAttachedToVm) {
+  constexpr std::size_t kText = device::kVmIdText.offset;
+  if (read(block, device::kStatus) != velprotocol::kAttachedStatus) {
     return;
   }
-  const std::string name =
-      proxy.GetVmIdString(block.at<unsigned int>(offsetof(CommonDevice, vmId)));
+  const std::string name = proxy.GetVmIdString(read(block, device::kVm));
   if (block.size() > kText) {
     std::memcpy(block.data() + kText, name.data(), std::min(name.size(), block.size() - kText));
   }
@@ -59,10 +61,8 @@ std::list<CommonDevice*> VelProxy::GetDeviceStatus(unsigned short devNumber) {
   const char* const function = __func__;
   return devices.copies<CommonDevice>(EmptyBlock::kDebug, [function](const Block& block) {
     VEL_DEBUG_AT(function, __LINE__, "vmId:%d, devNumber:%d, status:%d, name:%s",
-                 block.at<unsigned int>(offsetof(CommonDevice, vmId)),
-                 block.at<unsigned short>(offsetof(CommonDevice, devNumber)),
-                 block.at<unsigned short>(offsetof(CommonDevice, status)),
-                 block.textAt(offsetof(CommonDevice, name), sizeof(CommonDevice::name)).c_str());
+                 read(block, device::kVm), read(block, device::kNumber),
+                 read(block, device::kStatus), read(block, device::kName).c_str());
   });
 }
 

@@ -6,27 +6,27 @@
 #include "vel/apps/local/velproxy/internal/error_report.h"
 #include "vel/apps/local/velproxy/internal/vel_log.h"
 #include "vel/apps/local/velproxy/vel_proxy.h"
+#include "vel/protocol/access.h"
+#include "vel/protocol/events.h"
+#include "vel/protocol/records.h"
 
 namespace qx {
 namespace {
+
+using velprotocol::EventCode;
+using velprotocol::read;
+namespace diagnosis = velprotocol::diagnosis;
 
 constexpr int kFailed = -1;
 
 // Events are logged as the operation that takes them.
 constexpr char kHandleEvent[] = "HandleEvent";
 
-// The record of a diagnosis:
-//   offset  size  value
-//        0     8  id
-//        8     4  status
-//       12     4  number of the VM
-//       16     -  text, to its NUL
-constexpr std::size_t kDiagnosisStatus = 8;
-constexpr std::size_t kDiagnosisVm = 12;
-constexpr std::size_t kDiagnosisText = 16;
-
 // A code is told apart by all its bits, and passed on by its low ones.
 unsigned short narrowed(int code) {
+  return static_cast<unsigned short>(code);
+}
+constexpr unsigned short narrowed(EventCode code) {
   return static_cast<unsigned short>(code);
 }
 
@@ -175,34 +175,36 @@ void VelProxy::HandleEvent(std::shared_ptr<QXBusMessage> event) {
   if (!event) {
     return;
   }
-  const auto vm = static_cast<unsigned int>(event->getInt32(0));
+  const auto vm = static_cast<unsigned int>(event->getInt32(velprotocol::kEventVm));
   // Sessions that this proxy never asked about are somebody else's.
   if (GetVmIdString(vm).empty() && vm != 0) {
     return;
   }
   VEL_DEBUG("enter");
-  const int code = event->getInt32(1);
-  const Block block = event->argCount() >= 3 ? Block(*event, 2) : Block();
+  const int code = event->getInt32(velprotocol::kEventCode);
+  const Block block = event->argCount() > velprotocol::kEventRecord
+                          ? Block(*event, velprotocol::kEventRecord)
+                          : Block();
   bool handled = false;
-  switch (code) {
-    case 1:
+  switch (static_cast<EventCode>(code)) {
+    case EventCode::kPrinterChanged:
       handled = handlePrinterEvent(block);
       break;
-    case 4:
-    case 6:
-    case 7:
-    case 10:
+    case EventCode::kDevicePlugged:
+    case EventCode::kDeviceAttached:
+    case EventCode::kDeviceDetached:
+    case EventCode::kDeviceChanged:
       handled = handleDeviceInfo(code, block);
       break;
-    case 5:
-    case 64:
-    case 65:
+    case EventCode::kDeviceUnplugged:
+    case EventCode::kMounted:
+    case EventCode::kUnmounted:
       handled = handleDeviceState(code, block);
       break;
-    case 9:
+    case EventCode::kDiagnosis:
       handled = handleDiagnosis(block);
       break;
-    case 66:
+    case EventCode::kCommandAnswer:
       handled = handleCmdResponse(block);
       break;
     default:
@@ -228,7 +230,7 @@ bool VelProxy::handlePrinterEvent(const Block& block) {
                printer->vmId, printer->status, printer->name);
   const std::lock_guard<std::mutex> lock(callbackMutex_);
   if (printerCallback_) {
-    printerCallback_(1, printer.get(), printerUserData_.load());
+    printerCallback_(narrowed(EventCode::kPrinterChanged), printer.get(), printerUserData_.load());
   }
   return true;
 }
@@ -273,10 +275,10 @@ bool VelProxy::handleDiagnosis(const Block& block) {
   {
     const std::lock_guard<std::mutex> lock(callbackMutex_);
     VelDiagnoseNotify* const notify = diagnoseNotify_.load();
-    if (notify && block.size() >= kDiagnosisText) {
-      notify->DiagnoseResultNotify(
-          GetVmIdString(block.at<unsigned int>(kDiagnosisVm)), block.at<unsigned long long>(0),
-          block.at<unsigned int>(kDiagnosisStatus), block.textAt(kDiagnosisText));
+    if (notify && block.size() >= diagnosis::kText.offset) {
+      notify->DiagnoseResultNotify(GetVmIdString(read(block, diagnosis::kVm)),
+                                   read(block, diagnosis::kId), read(block, diagnosis::kStatus),
+                                   read(block, diagnosis::kText));
     }
   }
   VEL_DEBUG_AT(kHandleEvent, __LINE__, "cb exec end");
@@ -289,7 +291,8 @@ bool VelProxy::handleCmdResponse(const Block& block) {
     const std::lock_guard<std::mutex> lock(callbackMutex_);
     const CmdRegistration registered = cmdRegistration();
     if (registered.callback) {
-      registered.callback(66, reinterpret_cast<CmdResponse*>(block.data()), registered.userData);
+      registered.callback(narrowed(EventCode::kCommandAnswer),
+                          reinterpret_cast<CmdResponse*>(block.data()), registered.userData);
     }
   }
   VEL_DEBUG_AT(kHandleEvent, __LINE__, "cb exec end");

@@ -1,43 +1,34 @@
 // Attaching VM sessions, their pipes and channels, window focus and drive tokens.
 
-#include <cstring>
+#include <array>
 
 #include "vel/apps/local/velproxy/internal/remote_call.h"
 #include "vel/apps/local/velproxy/internal/vel_log.h"
 #include "vel/apps/local/velproxy/vel_proxy.h"
+#include "vel/protocol/access.h"
+#include "vel/protocol/records.h"
 
 namespace qx {
 namespace {
+
+using velprotocol::write;
+namespace pipe = velprotocol::pipe;
 
 constexpr unsigned int kNoAnswer = 0xFFFFFFFF;
 constexpr int kConnectTimeoutMs = 2000;
 // Sent on every change of focus, so it must not hold the window up.
 constexpr int kFocusTimeoutMs = 500;
 
-// A pipe on the bus; the offsets stand at _CHANNEL_HANDLE.
-constexpr std::size_t kHandleOffset = 4;
-constexpr std::size_t kName1Offset = 12;
-constexpr std::size_t kName2Offset = 140;
-constexpr std::size_t kPipeSize = 268;
-static_assert(kName1Offset == kHandleOffset + sizeof(_CHANNEL_HANDLE::handle), "no gaps");
-static_assert(kName2Offset == kName1Offset + sizeof(_CHANNEL_HANDLE::name1), "no gaps");
-static_assert(kPipeSize == kName2Offset + sizeof(_CHANNEL_HANDLE::name2), "no gaps");
-
-template <std::size_t size>
-void copyText(unsigned char* to, const char (&text)[size]) {
-  std::memcpy(to, text, strnlen(text, size));
-}
-
 void appendPipes(RemoteCall& call, const std::list<_CHANNEL_HANDLE>& pipes) {
   call.int32(static_cast<int>(pipes.size()));
   for (const _CHANNEL_HANDLE& pipe : pipes) {
     const unsigned int vm = call.numberOf(pipe.vmId);
-    unsigned char block[kPipeSize] = {};
-    std::memcpy(block, &vm, sizeof vm);
-    std::memcpy(block + kHandleOffset, &pipe.handle, sizeof pipe.handle);
-    copyText(block + kName1Offset, pipe.name1);
-    copyText(block + kName2Offset, pipe.name2);
-    call.bytes(block, sizeof block);
+    std::array<unsigned char, pipe::kLayout.size()> block = {};
+    write(block, pipe::kVm, vm);
+    write(block, pipe::kHandle, pipe.handle);
+    write(block, pipe::kName1, textIn(pipe.name1));
+    write(block, pipe::kName2, textIn(pipe.name2));
+    call.bytes(block.data(), block.size());
   }
 }
 

@@ -5,8 +5,7 @@
 #include <variant>
 #include <vector>
 
-#include "vel/protocol/events.h"
-#include "vel/protocol/methods.h"
+#include "vel/protocol/names.h"
 
 namespace velsim {
 namespace {

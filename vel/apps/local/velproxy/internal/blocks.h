@@ -38,26 +38,6 @@ class Block {
   std::size_t size() const { return size_; }
   unsigned char* data() const { return bytes_.get(); }
 
-  // The value at an offset; zero where the block does not reach it.
-  template <typename T>
-  T at(std::size_t offset) const {
-    T value = {};
-    if (offset + sizeof value <= size()) {
-      std::memcpy(&value, data() + offset, sizeof value);
-    }
-    return value;
-  }
-
-  // The text at an offset, up to its NUL, the end of its field or the end of the block.
-  std::string textAt(std::size_t offset, std::size_t fieldSize = std::string::npos) const {
-    if (offset >= size()) {
-      return {};
-    }
-    const auto* const text = reinterpret_cast<const char*>(data() + offset);
-    const std::size_t most = size() - offset < fieldSize ? size() - offset : fieldSize;
-    return std::string(text, strnlen(text, most));
-  }
-
  private:
   OwnedBytes bytes_;
   std::size_t size_ = 0;
