@@ -119,7 +119,7 @@ TEST_F(VelsimPenPortTest, SaysWhatIsNoFrameAndClosesThatClientOnly) {
 
   EXPECT_EQ(client.readAll(), "");
   EXPECT_TRUE(
-      velsimLogs("velsim: pen 1: closed after 0 frames, for this is none: length at offset 0 "
+      velsimLogs("velsim: pen 1: closed after 0 frames: no pen frame: length at offset 0 "
                  "of the frame is 0x6c6c6568, not 0xc2\n"))
       << velsimLog();
   EXPECT_TRUE(isServed(port()));
@@ -166,7 +166,7 @@ TEST_F(PenPortWithoutBusTest, ARecordedStrokeArrives) {
   EXPECT_THAT(stopped.err, HasSubstr("velsim: no bus address: "));
   EXPECT_THAT(stopped.err, HasSubstr("velsim: ready at the pen port only, pid "));
   EXPECT_THAT(stopped.err, HasSubstr("velsim: frame 1  device 1  "));
-  EXPECT_THAT(stopped.err, HasSubstr("velsim: pen 1: gone after "));
+  EXPECT_THAT(stopped.err, HasSubstr("velsim: pen 1: disconnected after "));
 }
 
 TEST_F(PenPortWithoutBusTest, VelsimWithoutAPenPortDoesNotStart) {

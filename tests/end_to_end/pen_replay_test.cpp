@@ -111,7 +111,7 @@ class PenReplayToVelsimTest : public PenReplayTest {
 
   // The frames of a device that velsim has told of, as soon as its client has gone.
   std::vector<std::string> framesFrom(int device) const {
-    const std::string gone = "velsim: pen " + std::to_string(device) + ": gone after ";
+    const std::string gone = "velsim: pen " + std::to_string(device) + ": disconnected after ";
     EXPECT_TRUE(comesTrue([&] { return velsimLog().find(gone) != std::string::npos; }));
     const std::string prefix = "velsim: ";
     const std::string ofDevice = "  device " + std::to_string(device) + "  ";

@@ -181,11 +181,11 @@ std::vector<Story> deviceStories() {
        {
            shows("CheckCameraAuthStat", "camera", "0"),
            shows("connectDevice", "device connect 12 --vm win11", "win11: device 12 connected"),
-           types("camera deny", "cameras may not be used"),
+           types("camera deny", "cameras denied"),
            tells("CheckCameraAuthStat", "camera", R"("authorization":1)"),
            tells("getDeviceStatus", "device status 12", camera(1, 0)),
            refuses("connectDevice", "device connect 12 --vm win11", 9),
-           types("camera allow", "cameras may be used"),
+           types("camera allow", "cameras allowed"),
            shows("connectDevice", "device connect 12 --vm win11", "win11: device 12 connected"),
            types("unplug 12", "unplugged 12"),
            shows("CheckCameraAuthStat", "camera", "2"),

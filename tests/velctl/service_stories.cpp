@@ -61,8 +61,8 @@ const std::vector<std::string>& mappings() {
 // The answer to a diagnosis and its progress.
 std::string diagnosisText(const std::string& result) {
   return "{\"velservice\":0,\"status\":\"ok\",\"steps\":3}\n"
-         "status 1: looking at the device\n"
-         "status 1: looking at the session\n" +
+         "status 1: checking the device\n"
+         "status 1: checking the session\n" +
          result + "\n";
 }
 
@@ -71,8 +71,8 @@ std::string diagnosisJson(const std::string& method, const std::string& subject,
   const std::string before = R"({"event":"diagnosis","vm":"win11","id":)" + id + ",";
   return R"({"operation":")" + method + "\"," + kForWin11 + subject +
          R"(,"text":"{\"velservice\":0,\"status\":\"ok\",\"steps\":3}"})" + "\n" + before +
-         R"("status":1,"text":"looking at the device"})" + "\n" + before +
-         R"("status":1,"text":"looking at the session"})" + "\n" + before + result + "}\n";
+         R"("status":1,"text":"checking the device"})" + "\n" + before +
+         R"("status":1,"text":"checking the session"})" + "\n" + before + result + "}\n";
 }
 
 std::string reports(const std::string& elements) {
@@ -121,20 +121,20 @@ std::vector<Story> serviceStories() {
       {"ADiagnosisTellsItsProgressAndWhatItHasFound",
        {
            showsInAnyOrder("diagnoseDevice", "diagnose device 12 --vm win11 --follow 600 --until 2",
-                           diagnosisText("status 2: the VM is not connected")),
+                           diagnosisText("status 2: VM not connected")),
            shows("connectVm", "vm connect win11", "win11: connected"),
            tellsInAnyOrder(
                "diagnose", "diagnose source 0x7e5700020000000c --vm win11 --follow 600 --until 2",
                diagnosisJson("diagnose", R"("source":9103745180342681612)", "9103745180342681612",
-                             R"("status":2,"text":"it is not attached to the VM")")),
+                             R"("status":2,"text":"not attached to the VM")")),
            shows("connectDevice", "device connect 12 --vm win11", "win11: device 12 connected"),
            tellsInAnyOrder("diagnoseDevice", "diagnose device 12 --vm win11 --follow 600 --until 0",
                            diagnosisJson("diagnoseDevice", R"("device":12)", "12",
-                                         R"("status":0,"text":"no trouble found")")),
+                                         R"("status":0,"text":"no fault found")")),
            shows("connectPrinter", "printer connect 21 --vm win11", "win11: printer 21 connected"),
            showsInAnyOrder("diagnose",
                            "diagnose source 0x7e57010000000015 --vm win11 --follow 600 --until 0",
-                           diagnosisText("status 0: no trouble found")),
+                           diagnosisText("status 0: no fault found")),
            shows("diagnose", "diagnose source 1 --vm win11 --follow 0",
                  R"({"velservice":6,"status":"unknown-device"})"),
            tells("diagnoseDevice", "diagnose device 99 --vm win11 --follow 0",
@@ -144,21 +144,21 @@ std::vector<Story> serviceStories() {
       {"ACommandForTheServiceIsAnsweredInAnEvent",
        {
            shows("getvelcmdhelp", "exec help --vm win11",
-                 "vms: the VM sessions\n"
-                 "devices: the devices, and whether the camera may be used\n"
-                 "printers: the printers and network printers\n"
-                 "policies: what is set by type, and by vendor and product id\n"
-                 "joysticks: the joysticks\n"
-                 "quality: bandwidth and quality as clients report them\n"
-                 "usb: USB devices that clients redirect themselves"),
+                 "vms: VM sessions\n"
+                 "devices: devices, and whether the camera may be used\n"
+                 "printers: printers and network printers\n"
+                 "policies: settings by type, and by vendor and product id\n"
+                 "joysticks: joysticks\n"
+                 "quality: bandwidth and quality reported by clients\n"
+                 "usb: USB devices redirected by clients"),
            tells("getvelcmdhelp", "exec help",
-                 R"("vm":"","number":0,"text":"vms: the VM sessions\n)"
-                 R"(devices: the devices, and whether the camera may be used\n)"
-                 R"(printers: the printers and network printers\n)"
-                 R"(policies: what is set by type, and by vendor and product id\n)"
-                 R"(joysticks: the joysticks\n)"
-                 R"(quality: bandwidth and quality as clients report them\n)"
-                 R"(usb: USB devices that clients redirect themselves\n")"),
+                 R"("vm":"","number":0,"text":"vms: VM sessions\n)"
+                 R"(devices: devices, and whether the camera may be used\n)"
+                 R"(printers: printers and network printers\n)"
+                 R"(policies: settings by type, and by vendor and product id\n)"
+                 R"(joysticks: joysticks\n)"
+                 R"(quality: bandwidth and quality reported by clients\n)"
+                 R"(usb: USB devices redirected by clients\n")"),
            shows("dovelcmd", "exec run 70000 usb --vm win11 --wait 600",
                  velctl::hexDump(std::string(R"({"id":70000,"command":"usb",)"
                                              R"("answer":{"usb":[]}})") +

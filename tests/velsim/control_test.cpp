@@ -31,20 +31,20 @@ TEST_F(ControlTest, PlugsInADeviceOfEachType) {
                                                       {"printer-class", DeviceType::kPrinterClass},
                                                       {"generic", DeviceType::kGeneric}};
   for (const auto& [word, type] : types) {
-    const std::string said = run(std::string("plug ") + word + " \"Front camera\"");
+    const std::string answer = run(std::string("plug ") + word + " \"Front camera\"");
 
     EXPECT_EQ(newest()->type, type);
     EXPECT_EQ(newest()->name, "Front camera");
-    EXPECT_EQ(said, "plugged in " + std::to_string(newest()->number) + "\n");
+    EXPECT_EQ(answer, "plugged in " + std::to_string(newest()->number) + "\n");
     EXPECT_THAT(toldCodes(), ::testing::Contains(Pair(4, 0)));
   }
 }
 
 TEST_F(ControlTest, PlugsInAPrinter) {
-  const std::string said = run("plug printer Plotter");
+  const std::string answer = run("plug printer Plotter");
 
   EXPECT_EQ(machine().printers.all().rbegin()->second.name, "Plotter");
-  EXPECT_EQ(said, "plugged in 31\n");
+  EXPECT_EQ(answer, "plugged in 31\n");
   EXPECT_THAT(toldCodes(), ElementsAre(Pair(1, 0)));
 }
 
@@ -56,14 +56,14 @@ TEST_F(ControlTest, UnplugsDevicesAndPrinters) {
   EXPECT_EQ(machine().printers.find(kLaser), nullptr);
 }
 
-TEST_F(ControlTest, SaysWhetherCamerasMayBeUsed) {
+TEST_F(ControlTest, AllowsAndDeniesCameras) {
   run("camera deny");
   EXPECT_EQ(machine().devices.cameraStatus(), CameraStatus::kDenied);
   run("camera allow");
   EXPECT_EQ(machine().devices.cameraStatus(), CameraStatus::kAllowed);
 }
 
-TEST_F(ControlTest, ListsWhatIsThere) {
+TEST_F(ControlTest, ListsDevicesAndPrinters) {
   call("connectDevice", {int32(kWin11), int16(kCamera)});
   call("configNewDeviceAsIgnore", {block8(kStickSource), int32(1), int32(0), int32(0)});
   call("addNetworkPrinter", {"10.0.0.5", "Hall", ""});
@@ -74,9 +74,9 @@ TEST_F(ControlTest, ListsWhatIsThere) {
                                "Memory stick\n"));
   EXPECT_THAT(shown, HasSubstr("   12  camera           in vm 101       0x7e5700020000000c  "
                                "Built-in camera\n"));
-  EXPECT_THAT(shown, HasSubstr("   21  printer          here            0x7e57010000000015  "
+  EXPECT_THAT(shown, HasSubstr("   21  printer          available       0x7e57010000000015  "
                                "Office laser\n"));
-  EXPECT_THAT(shown, HasSubstr("   31  network-printer  here            0x7e5701010000001f  "
+  EXPECT_THAT(shown, HasSubstr("   31  network-printer  available       0x7e5701010000001f  "
                                "Hall\n"));
 }
 
@@ -91,7 +91,7 @@ TEST_F(ControlTest, HelpNamesEveryCommand) {
   EXPECT_THAT(help, HasSubstr("storage, camera, tablet, printer-class, generic, printer"));
 }
 
-TEST_F(ControlTest, VanishesOnlyWhenToldTo) {
+TEST_F(ControlTest, VanishesOnlyOnTheExactCommand) {
   control.run("vanish now");
   EXPECT_EQ(vanished, 0);
 
@@ -99,7 +99,7 @@ TEST_F(ControlTest, VanishesOnlyWhenToldTo) {
   EXPECT_EQ(vanished, 1);
 }
 
-TEST_F(ControlTest, AnEmptyLineDoesNothing) {
+TEST_F(ControlTest, AnEmptyLineSucceedsWithoutEffect) {
   EXPECT_EQ(run(""), "");
   EXPECT_EQ(run(" \t\r"), "");
 }
@@ -114,7 +114,7 @@ TEST_F(ControlTest, WordsMayBeQuoted) {
 
 struct Wrong {
   const char* line;
-  const char* says;
+  const char* error;
 };
 
 void PrintTo(const Wrong& wrong, std::ostream* stream) {
@@ -123,47 +123,47 @@ void PrintTo(const Wrong& wrong, std::ostream* stream) {
 
 class WrongLineTest : public ControlTest, public ::testing::WithParamInterface<Wrong> {};
 
-TEST_P(WrongLineTest, SaysWhatIsWrongAndChangesNothing) {
+TEST_P(WrongLineTest, IsRefusedWithAnErrorAndChangesNothing) {
   const std::string before = run("list");
 
   const Control::Result result = control.run(GetParam().line);
 
   EXPECT_FALSE(result.isOk);
-  EXPECT_EQ(result.text, GetParam().says);
+  EXPECT_EQ(result.text, GetParam().error);
   EXPECT_EQ(run("list"), before);
   EXPECT_THAT(told(), IsEmpty());
   EXPECT_EQ(vanished, 0);
 }
 
-constexpr char kBadName[] = "plug: a name has 1 to 127 bytes of UTF-8";
+constexpr char kBadName[] = "plug: the name must have 1 to 127 bytes of UTF-8";
 
 const Wrong kWrong[] = {
-    {"plugin camera x", "\"plugin\" is no command; help shows them"},
-    {"\"\"", "\"\" is no command; help shows them"},
-    {"plug", "plug: write plug TYPE NAME, and blanks in quotes"},
-    {"plug camera", "plug: write plug TYPE NAME, and blanks in quotes"},
-    {"plug camera Front camera", "plug: write plug TYPE NAME, and blanks in quotes"},
+    {"plugin camera x", "unknown command \"plugin\"; type help for the list"},
+    {"\"\"", "unknown command \"\"; type help for the list"},
+    {"plug", "usage: plug TYPE \"NAME\""},
+    {"plug camera", "usage: plug TYPE \"NAME\""},
+    {"plug camera Front camera", "usage: plug TYPE \"NAME\""},
     {"plug scanner x",
-     "plug: \"scanner\" is no type; the types are storage, camera, tablet, printer-class, "
+     "plug: unknown type \"scanner\"; the types are storage, camera, tablet, printer-class, "
      "generic, printer"},
     {"plug network x",
-     "plug: \"network\" is no type; the types are storage, camera, tablet, printer-class, "
+     "plug: unknown type \"network\"; the types are storage, camera, tablet, printer-class, "
      "generic, printer"},
-    {"plug camera \"x", "a quote is not closed: plug camera \"x"},
-    {"plug camera \"x\\", "a quote is not closed: plug camera \"x\\"},
+    {"plug camera \"x", "unclosed quote: plug camera \"x"},
+    {"plug camera \"x\\", "unclosed quote: plug camera \"x\\"},
     {"plug camera \"\"", kBadName},
     {"plug camera \xFF", kBadName},
-    {"unplug", "unplug: write unplug NUMBER, and blanks in quotes"},
-    {"unplug camera", "unplug: \"camera\" is no number from 0 to 65535"},
-    {"unplug 65548", "unplug: \"65548\" is no number from 0 to 65535"},
-    {"unplug -12", "unplug: \"-12\" is no number from 0 to 65535"},
-    {"unplug 12x", "unplug: \"12x\" is no number from 0 to 65535"},
-    {"unplug 99", "unplug: nothing with number 99 is plugged in; list shows what is"},
-    {"camera", "camera: write camera allow|deny, and blanks in quotes"},
-    {"camera maybe", "camera: allow or deny, not \"maybe\""},
-    {"list all", "list takes nothing"},
-    {"vanish now", "vanish takes nothing"},
-    {"help me", "help takes nothing"},
+    {"unplug", "usage: unplug NUMBER"},
+    {"unplug camera", "unplug: expected a number from 0 to 65535, got \"camera\""},
+    {"unplug 65548", "unplug: expected a number from 0 to 65535, got \"65548\""},
+    {"unplug -12", "unplug: expected a number from 0 to 65535, got \"-12\""},
+    {"unplug 12x", "unplug: expected a number from 0 to 65535, got \"12x\""},
+    {"unplug 99", "unplug: no device or printer 99 is plugged in; type list for those that are"},
+    {"camera", "usage: camera allow|deny"},
+    {"camera maybe", "camera: expected allow or deny, got \"maybe\""},
+    {"list all", "list takes no arguments"},
+    {"vanish now", "vanish takes no arguments"},
+    {"help me", "help takes no arguments"},
 };
 
 INSTANTIATE_TEST_SUITE_P(All, WrongLineTest, ::testing::ValuesIn(kWrong));
@@ -177,15 +177,16 @@ TEST_F(ControlTest, ANameMayBeAsLongAsItsField) {
 TEST_F(ControlTest, ANetworkPrinterCannotBeUnplugged) {
   call("addNetworkPrinter", {"10.0.0.5", "Hall", ""});
 
-  EXPECT_THAT(control.run("unplug 31").text, StartsWith("unplug: nothing with number 31"));
+  EXPECT_THAT(control.run("unplug 31").text,
+              StartsWith("unplug: no device or printer 31 is plugged in"));
 }
 
-TEST_F(ControlTest, SaysWhenThereIsNoNumberLeft) {
+TEST_F(ControlTest, CannotPlugInWhenAllNumbersAreInUse) {
   while (machine().numbers.take() != 0) {
   }
 
-  EXPECT_EQ(control.run("plug camera x").text, "plug: no number is left");
-  EXPECT_EQ(control.run("plug printer x").text, "plug: no number is left");
+  EXPECT_EQ(control.run("plug camera x").text, "plug: all device numbers are in use");
+  EXPECT_EQ(control.run("plug printer x").text, "plug: all device numbers are in use");
 }
 
 }  // namespace

@@ -89,7 +89,7 @@ class PenPortTest : public ::testing::Test {
   std::optional<PenPort> port_;
 };
 
-TEST_F(PenPortTest, GivesAClientItsDeviceNumberAndTellsOfItsFrames) {
+TEST_F(PenPortTest, GivesAClientItsDeviceNumberAndReportsItsFrames) {
   PortPeer client = PortPeer::connectedTo(path);
   EXPECT_EQ(client.read(kMessageSize), messageWith(1));
 
@@ -97,7 +97,7 @@ TEST_F(PenPortTest, GivesAClientItsDeviceNumberAndTellsOfItsFrames) {
   EXPECT_THAT(lines(3), ElementsAre("pen 1: connected", lineOf(1, 1), lineOf(2, 1)));
   client.close();
 
-  EXPECT_EQ(lines(4).back(), "pen 1: gone after 2 frames");
+  EXPECT_EQ(lines(4).back(), "pen 1: disconnected after 2 frames");
 }
 
 TEST_F(PenPortTest, ReadsFramesThatComeInPortions) {
@@ -124,10 +124,10 @@ TEST_F(PenPortTest, ServesSeveralClientsAtOnce) {
   second.close();
 
   EXPECT_THAT(lines(5), ElementsAre("pen 1: connected", "pen 2: connected", lineOf(1, 2),
-                                    lineOf(1, 1), "pen 2: gone after 1 frame"));
+                                    lineOf(1, 1), "pen 2: disconnected after 1 frame"));
 }
 
-TEST_F(PenPortTest, ANumberIsGivenAgainOnlyAfterAllOthers) {
+TEST_F(PenPortTest, ReusesANumberOnlyAfterAllOthers) {
   for (unsigned int round = 0; round < 2; ++round) {
     for (unsigned int number = 1; number <= 255; ++number) {
       PortPeer client = PortPeer::connectedTo(path);
@@ -147,10 +147,10 @@ TEST_F(PenPortTest, AClientWaitsUntilANumberIsFree) {
   clients[99].close();
 
   EXPECT_EQ(late.read(kMessageSize), messageWith(100));
-  const std::vector<std::string> told = lines(257);
-  ASSERT_EQ(told.size(), 257u);
-  EXPECT_EQ(told[255], "pen 100: gone after 0 frames");
-  EXPECT_EQ(told[256], "pen 100: connected");
+  const std::vector<std::string> reported = lines(257);
+  ASSERT_EQ(reported.size(), 257u);
+  EXPECT_EQ(reported[255], "pen 100: disconnected after 0 frames");
+  EXPECT_EQ(reported[256], "pen 100: connected");
 }
 
 TEST_F(PenPortTest, ClosesAClientThatSendsSomethingElseAndKeepsTheOthers) {
@@ -166,7 +166,7 @@ TEST_F(PenPortTest, ClosesAClientThatSendsSomethingElseAndKeepsTheOthers) {
   EXPECT_EQ(bad.readAll(), "");
   good.write(frame(1, 1));
   EXPECT_THAT(lines(5), ElementsAre("pen 1: connected", "pen 2: connected", lineOf(1, 2),
-                                    "pen 2: closed after 1 frame, for this is none: magic at "
+                                    "pen 2: closed after 1 frame: no pen frame: magic at "
                                     "offset 4 of the frame is 0x28, not 0x27",
                                     lineOf(1, 1)));
 }
@@ -179,11 +179,11 @@ TEST_F(PenPortTest, ClosesAClientAtTheFirstBytesThatCannotBeginAFrame) {
 
   EXPECT_EQ(client.readAll(), "");
   EXPECT_THAT(lines(2), ElementsAre("pen 1: connected",
-                                    "pen 1: closed after 0 frames, for this is none: length at "
+                                    "pen 1: closed after 0 frames: no pen frame: length at "
                                     "offset 0 of the frame is 0x20544547, not 0xc2"));
 }
 
-TEST_F(PenPortTest, TellsThatAClientHasLeftInTheMiddleOfAFrame) {
+TEST_F(PenPortTest, ReportsAClientThatDisconnectsInTheMiddleOfAFrame) {
   PortPeer client = PortPeer::connectedTo(path);
   EXPECT_EQ(client.read(kMessageSize), messageWith(1));
 
@@ -191,10 +191,10 @@ TEST_F(PenPortTest, TellsThatAClientHasLeftInTheMiddleOfAFrame) {
   client.close();
 
   EXPECT_THAT(lines(3), ElementsAre("pen 1: connected", lineOf(1, 1),
-                                    "pen 1: gone after 1 frame, in the middle of another"));
+                                    "pen 1: disconnected after 1 frame, in the middle of a frame"));
 }
 
-TEST_F(PenPortTest, AClientThatDoesNotReadIsNoTrouble) {
+TEST_F(PenPortTest, AClientThatDoesNotReadDelaysNoOther) {
   for (int i = 0; i < 3; ++i) {
     PortPeer::connectedTo(path);
   }
@@ -204,7 +204,7 @@ TEST_F(PenPortTest, AClientThatDoesNotReadIsNoTrouble) {
   EXPECT_EQ(client.read(kMessageSize), messageWith(4));
 }
 
-TEST_F(PenPortTest, ItsEndIsThatOfItsClientsAndOfTheSocket) {
+TEST_F(PenPortTest, ClosesItsClientsAndRemovesItsSocketAtItsEnd) {
   PortPeer client = PortPeer::connectedTo(path);
   EXPECT_EQ(client.read(kMessageSize), messageWith(1));
 

@@ -18,7 +18,7 @@ using ::testing::Pair;
 constexpr milliseconds kLong{1000};
 constexpr unsigned kFine = 0;
 constexpr unsigned kRunning = 1;
-constexpr unsigned kTrouble = 2;
+constexpr unsigned kFault = 2;
 
 class DiagnosisTest : public SimulatedServiceTest {
  protected:
@@ -57,11 +57,11 @@ TEST_F(DiagnosisTest, AnswersAtOnceThenTellsOfItsSteps) {
   EXPECT_EQ(diagnose(kWin11, kCameraSource),
             (json{{"velservice", 0}, {"status", "ok"}, {"steps", 3}}));
 
-  EXPECT_THAT(steps(kCameraSource), ElementsAre(Pair(kRunning, "looking at the device")));
+  EXPECT_THAT(steps(kCameraSource), ElementsAre(Pair(kRunning, "checking the device")));
   clock->advance(milliseconds(100));
-  EXPECT_THAT(steps(kCameraSource), ElementsAre(Pair(kRunning, "looking at the session")));
+  EXPECT_THAT(steps(kCameraSource), ElementsAre(Pair(kRunning, "checking the session")));
   clock->advance(milliseconds(100));
-  EXPECT_THAT(steps(kCameraSource), ElementsAre(Pair(kFine, "no trouble found")));
+  EXPECT_THAT(steps(kCameraSource), ElementsAre(Pair(kFine, "no fault found")));
   clock->advance(kLong);
   EXPECT_THAT(told(), IsEmpty());
 }
@@ -74,7 +74,7 @@ TEST_F(DiagnosisTest, OfADeviceIsNamedByItsNumber) {
 
   EXPECT_THAT(steps(kCamera),
               ElementsAre(Pair(kRunning, ::testing::_), Pair(kRunning, ::testing::_),
-                          Pair(kFine, "no trouble found")));
+                          Pair(kFine, "no fault found")));
 }
 
 TEST_F(DiagnosisTest, FindsWhatIsNotAttached) {
@@ -82,8 +82,7 @@ TEST_F(DiagnosisTest, FindsWhatIsNotAttached) {
   diagnoseDevice(kWin11, kTablet);
   clock->advance(kLong);
 
-  EXPECT_EQ(steps(kTablet).back(),
-            std::pair(kTrouble, std::string("it is not attached to the VM")));
+  EXPECT_EQ(steps(kTablet).back(), std::pair(kFault, std::string("not attached to the VM")));
 }
 
 TEST_F(DiagnosisTest, FindsAVmThatIsNotConnected) {
@@ -92,8 +91,7 @@ TEST_F(DiagnosisTest, FindsAVmThatIsNotConnected) {
   diagnose(kWin11, kLaserSource);
   clock->advance(kLong);
 
-  EXPECT_EQ(steps(kLaserSource).back(),
-            std::pair(kTrouble, std::string("the VM is not connected")));
+  EXPECT_EQ(steps(kLaserSource).back(), std::pair(kFault, std::string("VM not connected")));
 }
 
 TEST_F(DiagnosisTest, OfAPrinterCanBeFineToo) {
@@ -103,7 +101,7 @@ TEST_F(DiagnosisTest, OfAPrinterCanBeFineToo) {
   diagnose(kWin11, kLaserSource);
   clock->advance(kLong);
 
-  EXPECT_EQ(steps(kLaserSource).back(), std::pair(kFine, std::string("no trouble found")));
+  EXPECT_EQ(steps(kLaserSource).back(), std::pair(kFine, std::string("no fault found")));
 }
 
 TEST_F(DiagnosisTest, FindsWhatHasGoneMeanwhile) {
@@ -113,7 +111,7 @@ TEST_F(DiagnosisTest, FindsWhatHasGoneMeanwhile) {
   told();
   clock->advance(kLong);
 
-  EXPECT_EQ(steps(kCameraSource).back(), std::pair(kTrouble, std::string("it has been unplugged")));
+  EXPECT_EQ(steps(kCameraSource).back(), std::pair(kFault, std::string("unplugged meanwhile")));
 }
 
 TEST_F(DiagnosisTest, SaysWhyItCannotBegin) {

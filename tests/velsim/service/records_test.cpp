@@ -169,7 +169,7 @@ TEST(RecordsTest, ANewDeviceResultIs340Bytes) {
 
 TEST(RecordsTest, ADiagnosisEndsWithItsText) {
   const Bytes record =
-      recordOf(DiagnosisStep{0x0102030405060708, DiagnosisStatus::kTrouble, "it broke"}, 101);
+      recordOf(DiagnosisStep{0x0102030405060708, DiagnosisStatus::kFault, "it broke"}, 101);
 
   ASSERT_EQ(record.size(), 25u);
   EXPECT_EQ(numberAt<std::uint64_t>(record, 0), 0x0102030405060708u);

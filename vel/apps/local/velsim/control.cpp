@@ -12,7 +12,7 @@ namespace velsim {
 namespace {
 
 constexpr char kPrinter[] = "printer";
-constexpr std::size_t kLongestName = 127;  // what fits into the records
+constexpr std::size_t kLongestName = 127;  // that fits into the records
 
 Control::Result wrong(std::string text) {
   return {false, std::move(text)};
@@ -79,7 +79,7 @@ std::string line(std::uint16_t number, const char* type, DeviceStatus status, Vm
                  std::uint64_t sourceId, const std::string& name) {
   const std::string state = status == DeviceStatus::kAttached  ? "in vm " + std::to_string(vm)
                             : status == DeviceStatus::kIgnored ? "ignored"
-                                                               : "here";
+                                                               : "available";
   char columns[96];
   std::snprintf(columns, sizeof columns, "%5u  %-15s  %-14s  0x%016llx  ", unsigned{number}, type,
                 state.c_str(), static_cast<unsigned long long>(sourceId));
@@ -93,12 +93,12 @@ Control::Control(Simulator& simulator, std::function<void()> vanish)
 
 const std::vector<Control::Command>& Control::commands() {
   static const std::vector<Command> rows = {
-      {"plug", "TYPE NAME", 2, "plugs in a device or a printer", &Control::plug},
-      {"unplug", "NUMBER", 1, "takes a device or a printer away", &Control::unplug},
-      {"camera", "allow|deny", 1, "says whether cameras may be used", &Control::camera},
-      {"list", "", 0, "shows what is there", &Control::list},
-      {"vanish", "", 0, "ends the service without goodbye, as a crash would", &Control::vanish},
-      {"help", "", 0, "shows this", &Control::help},
+      {"plug", "TYPE \"NAME\"", 2, "plug in a device or a printer", &Control::plug},
+      {"unplug", "NUMBER", 1, "unplug a device or a printer", &Control::unplug},
+      {"camera", "allow|deny", 1, "allow or deny the use of cameras", &Control::camera},
+      {"list", "", 0, "list devices and printers", &Control::list},
+      {"vanish", "", 0, "end the service at once, as a crash does", &Control::vanish},
+      {"help", "", 0, "list the commands", &Control::help},
   };
   return rows;
 }
@@ -109,7 +109,7 @@ Control::Result Control::run(const std::string& line) {
   while (!reader.isAtEnd()) {
     std::optional<std::string> word = reader.next();
     if (!word) {
-      return wrong("a quote is not closed: " + line);
+      return wrong("unclosed quote: " + line);
     }
     words.push_back(std::move(*word));
   }
@@ -120,14 +120,13 @@ Control::Result Control::run(const std::string& line) {
       std::find_if(commands().begin(), commands().end(),
                    [&words](const Command& each) { return words[0] == each.word; });
   if (command == commands().end()) {
-    return wrong(base::quoted(words[0]) + " is no command; help shows them");
+    return wrong("unknown command " + base::quoted(words[0]) + "; type help for the list");
   }
   words.erase(words.begin());
   if (words.size() != command->count) {
     const std::string word = command->word;
-    return wrong(command->count == 0
-                     ? word + " takes nothing"
-                     : word + ": write " + word + " " + command->takes + ", and blanks in quotes");
+    return wrong(command->count == 0 ? word + " takes no arguments"
+                                     : "usage: " + word + " " + command->arguments);
   }
   return (this->*command->run)(words);
 }
@@ -136,11 +135,10 @@ Control::Result Control::help(const Words&) {
   std::string text;
   for (const Command& command : commands()) {
     char columns[64];
-    std::snprintf(columns, sizeof columns, "%-7s%-12s", command.word, command.takes);
+    std::snprintf(columns, sizeof columns, "%-7s%-13s", command.word, command.arguments);
     text += std::string(columns) + command.help + "\n";
   }
-  return {true, text + "Types: " + base::joined(pluggableTypes()) + ", " + kPrinter +
-                    ". A NAME with blanks stands in quotes.\n"};
+  return {true, text + "Types: " + base::joined(pluggableTypes()) + ", " + kPrinter + ".\n"};
 }
 
 Control::Result Control::list(const Words&) {
@@ -163,11 +161,12 @@ Control::Result Control::plug(const Words& arguments) {
   const std::string& name = arguments[1];
   const std::optional<DeviceType> type = pluggableType(word);
   if (!type && word != kPrinter) {
-    return wrong("plug: " + base::quoted(word) + " is no type; the types are " +
+    return wrong("plug: unknown type " + base::quoted(word) + "; the types are " +
                  base::joined(pluggableTypes()) + ", " + kPrinter);
   }
   if (name.empty() || name.size() > kLongestName || !isText(name)) {
-    return wrong("plug: a name has 1 to " + std::to_string(kLongestName) + " bytes of UTF-8");
+    return wrong("plug: the name must have 1 to " + std::to_string(kLongestName) +
+                 " bytes of UTF-8");
   }
   std::uint16_t number = 0;
   simulator_.change([&](MachineState& machine) {
@@ -180,7 +179,7 @@ Control::Result Control::plug(const Words& arguments) {
     }
   });
   if (number == 0) {
-    return wrong("plug: no number is left");
+    return wrong("plug: all device numbers are in use");
   }
   return {true, "plugged in " + std::to_string(number) + "\n"};
 }
@@ -188,7 +187,7 @@ Control::Result Control::plug(const Words& arguments) {
 Control::Result Control::unplug(const Words& arguments) {
   const std::optional<std::uint16_t> number = base::parseDecimalAs<std::uint16_t>(arguments[0]);
   if (!number) {
-    return wrong("unplug: " + base::quoted(arguments[0]) + " is no number from 0 to 65535");
+    return wrong("unplug: expected a number from 0 to 65535, got " + base::quoted(arguments[0]));
   }
   Status status = Status::kOk;
   simulator_.change([&](MachineState& machine) {
@@ -198,8 +197,8 @@ Control::Result Control::unplug(const Words& arguments) {
     }
   });
   if (status != Status::kOk) {
-    return wrong("unplug: nothing with number " + arguments[0] +
-                 " is plugged in; list shows what is");
+    return wrong("unplug: no device or printer " + arguments[0] +
+                 " is plugged in; type list for those that are");
   }
   return {true, "unplugged " + arguments[0] + "\n"};
 }
@@ -207,10 +206,10 @@ Control::Result Control::unplug(const Words& arguments) {
 Control::Result Control::camera(const Words& arguments) {
   const bool isAllowed = arguments[0] == "allow";
   if (!isAllowed && arguments[0] != "deny") {
-    return wrong("camera: allow or deny, not " + base::quoted(arguments[0]));
+    return wrong("camera: expected allow or deny, got " + base::quoted(arguments[0]));
   }
   simulator_.change([&](MachineState& machine) { machine.devices.allowCamera(isAllowed); });
-  return {true, isAllowed ? "cameras may be used\n" : "cameras may not be used\n"};
+  return {true, isAllowed ? "cameras allowed\n" : "cameras denied\n"};
 }
 
 Control::Result Control::vanish(const Words&) {

@@ -1,6 +1,6 @@
-// The hand of a person at the machine: lines of words that plug things in and out.
+// Control commands: text lines that plug devices in and out, as a user at the machine does.
 //
-//   plug camera "Front camera"     words with blanks stand in quotes; \" and \\ inside them
+//   plug camera "Front camera"     a word with blanks stands in quotes; \" and \\ inside quotes
 //
 // THREADS   One thread at a time.
 
@@ -19,22 +19,22 @@ class Control {
  public:
   struct Result {
     bool isOk = true;
-    // Lines to show, each with its newline; what is wrong, without one, when it is not ok.
+    // Success: lines to show, each with its newline. Failure: the error, without one.
     std::string text;
   };
 
-  // vanish ends the program without a word to anybody.
+  // vanish ends the program at once, with no notification of its clients.
   Control(Simulator& simulator, std::function<void()> vanish);
 
-  // A line that is wrong changes nothing. An empty line does nothing.
+  // A wrong line changes nothing. An empty line succeeds.
   Result run(const std::string& line);
 
  private:
   using Words = std::vector<std::string>;
   struct Command {
     const char* word;
-    const char* takes;  // as help shows it
-    std::size_t count;  // of its arguments
+    const char* arguments;  // as help and errors show them
+    std::size_t count;      // of arguments
     const char* help;
     Result (Control::*run)(const Words& arguments);
   };

@@ -1,4 +1,4 @@
-// What velsim's exit status says. Numbers stay as they are: scripts test them.
+// Exit statuses of velsim. The numbers are fixed: scripts test them.
 
 #ifndef VEL_APPS_LOCAL_VELSIM_EXIT_CODES_H
 #define VEL_APPS_LOCAL_VELSIM_EXIT_CODES_H
@@ -6,11 +6,11 @@
 namespace velsim {
 
 enum ExitCode : int {
-  kExitStopped = 0,     // asked to stop, by SIGINT or SIGTERM
-  kExitFailed = 1,      // a defect of velsim, or the system is out of something
-  kExitUsage = 2,       // the command line makes no sense
-  kExitNotServing = 3,  // no bus, the name of the service is taken or refused, or no pen port
-  kExitBusLost = 4,     // the bus has closed the connection
+  kExitStopped = 0,     // stopped by SIGINT or SIGTERM
+  kExitFailed = 1,      // a defect of velsim, or the system ran out of a resource
+  kExitUsage = 2,       // invalid command line
+  kExitNotServing = 3,  // no bus, service name taken or refused, or no pen port
+  kExitBusLost = 4,     // the bus closed the connection
 };
 
 }  // namespace velsim

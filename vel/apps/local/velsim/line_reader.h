@@ -15,11 +15,11 @@ class LineReader {
  public:
   static constexpr std::size_t kLongestLine = 4096;
 
-  // onLine is called with each line, without its newline, until the input ends or fails; the last
-  // line need not have one. A line that is too long is cut to one byte more than the longest.
+  // Calls onLine with each line, without its newline, until the input ends or fails. The last line
+  // need not have a newline. A longer line is cut to kLongestLine + 1 bytes.
   // Throws std::runtime_error when the system is out of file descriptors or threads.
   LineReader(int input, std::function<void(const std::string& line)> onLine);
-  // Waits for a call of onLine that is running. The input stays open.
+  // Waits for a running call of onLine. The input stays open.
   ~LineReader();
 
   LineReader(const LineReader&) = delete;

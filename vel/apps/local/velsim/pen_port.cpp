@@ -20,9 +20,9 @@
 namespace velsim {
 namespace {
 
-// As many as there are device numbers.
+// One for each device number.
 constexpr std::size_t kMostClients = std::numeric_limits<std::uint8_t>::max();
-constexpr int kRestMs = 500;
+constexpr int kAcceptBackoffMs = 500;
 constexpr std::size_t kChunk = 4096;
 
 bool wouldBlock(int error) {
@@ -31,7 +31,8 @@ bool wouldBlock(int error) {
 
 }  // namespace
 
-PenPort::PenPort(const std::string& path, Tell tell) : listener_(path), tell_(std::move(tell)) {
+PenPort::PenPort(const std::string& path, Report report)
+    : listener_(path), report_(std::move(report)) {
   if (!stop_.isOpen()) {
     throw std::system_error(errno, std::generic_category(), "no pipe");
   }
@@ -49,19 +50,19 @@ PenPort::~PenPort() {
 
 void PenPort::run() {
   for (;;) {
-    const bool isFull = isResting_ || clients_.size() == kMostClients;
+    const bool isFull = isBackingOff_ || clients_.size() == kMostClients;
     std::vector<pollfd> polled = {
         {stop_.readEnd(), POLLIN, 0},
-        // Nothing is awaited from a descriptor below 0: clients that come wait in line.
+        // poll() skips descriptors below 0: further clients wait in the socket's queue.
         {isFull ? -1 : listener_.descriptor(), POLLIN, 0},
     };
     const std::size_t firstClient = polled.size();
     for (const Client& client : clients_) {
       polled.push_back({client.socket.descriptor(), POLLIN, 0});
     }
-    const int ready =
-        ::poll(polled.data(), static_cast<nfds_t>(polled.size()), isResting_ ? kRestMs : -1);
-    isResting_ = false;
+    const int ready = ::poll(polled.data(), static_cast<nfds_t>(polled.size()),
+                             isBackingOff_ ? kAcceptBackoffMs : -1);
+    isBackingOff_ = false;
     if (ready < 0) {
       continue;
     }
@@ -70,37 +71,37 @@ void PenPort::run() {
     }
     auto client = clients_.begin();
     for (std::size_t i = firstClient; i < polled.size(); ++i) {
-      const bool isOver = polled[i].revents != 0 && !serve(*client);
-      client = isOver ? clients_.erase(client) : std::next(client);
+      const bool isDone = polled[i].revents != 0 && !serve(*client);
+      client = isDone ? clients_.erase(client) : std::next(client);
     }
     if (polled[1].revents != 0) {
-      admit();
+      acceptClient();
     }
   }
 }
 
-void PenPort::admit() {
+void PenPort::acceptClient() {
   penport::Socket socket = listener_.accept();
   if (!socket) {
     const int error = errno;
     if (!wouldBlock(error) && error != ECONNABORTED) {
-      tell_("pen port: a client cannot be taken yet: " + std::generic_category().message(error));
-      isResting_ = true;
+      report_("pen port: cannot accept a client now: " + std::generic_category().message(error));
+      isBackingOff_ = true;
     }
     return;
   }
   Client& client = clients_.emplace_back();
   client.socket = std::move(socket);
   client.devId = takeNumber();
-  tellOf(client, "connected");
+  reportClient(client, "connected");
   const auto message = penframe::deviceNumberMessage(client.devId);
-  // The first bytes on a socket always have room in it. A client that has gone already is noticed
-  // like any other.
+  // A new socket always has room for these bytes. The end of a client that has disconnected already
+  // is found when its socket is read.
   penport::sendSome(client.socket, message.data(), message.size());
 }
 
-// The number that has been free for the longest time, so that nobody mistakes a new pen for the one
-// that had it. There is one.
+// The number that has been free for the longest time, so that a new pen is not mistaken for the
+// last one with its number. kMostClients leaves one free.
 std::uint8_t PenPort::takeNumber() {
   const auto isTaken = [this](std::uint8_t number) {
     return std::any_of(clients_.begin(), clients_.end(),
@@ -117,31 +118,31 @@ bool PenPort::serve(Client& client) {
   const ssize_t count = penport::receiveSome(client.socket, bytes.data(), bytes.size());
   if (count > 0) {
     client.stream.add(bytes.data(), static_cast<std::size_t>(count));
-    return tellFrames(client);
+    return reportFrames(client);
   }
   if (count < 0 && wouldBlock(errno)) {
     return true;
   }
-  tellOf(client, "gone after " + base::counted(client.frames, "frame") +
-                     (client.stream.isInFrame() ? ", in the middle of another" : ""));
+  reportClient(client, "disconnected after " + base::counted(client.frames, "frame") +
+                           (client.stream.isInFrame() ? ", in the middle of a frame" : ""));
   return false;
 }
 
-bool PenPort::tellFrames(Client& client) {
+bool PenPort::reportFrames(Client& client) {
   std::string error;
   while (const std::optional<penframe::Frame> frame = client.stream.next(&error)) {
     ++client.frames;
-    tell_(penframe::describe(*frame));
+    report_(penframe::describe(*frame));
   }
   if (!error.empty()) {
-    tellOf(client, "closed after " + base::counted(client.frames, "frame") +
-                       ", for this is none: " + error);
+    reportClient(client, "closed after " + base::counted(client.frames, "frame") +
+                             ": no pen frame: " + error);
   }
   return error.empty();
 }
 
-void PenPort::tellOf(const Client& client, const std::string& what) {
-  tell_("pen " + std::to_string(client.devId) + ": " + what);
+void PenPort::reportClient(const Client& client, const std::string& event) {
+  report_("pen " + std::to_string(client.devId) + ": " + event);
 }
 
 }  // namespace velsim

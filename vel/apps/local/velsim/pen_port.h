@@ -1,5 +1,5 @@
-// The far end of the pen port, at a Unix stream socket: gives the pen of each client a device
-// number, and tells of the frames that come.
+// The far end of the pen port, on a Unix stream socket: gives the pen of each client a device
+// number, and reports the frames that it sends.
 
 #ifndef VEL_APPS_LOCAL_VELSIM_PEN_PORT_H
 #define VEL_APPS_LOCAL_VELSIM_PEN_PORT_H
@@ -19,13 +19,13 @@ namespace velsim {
 
 class PenPort {
  public:
-  using Tell = std::function<void(const std::string& line)>;
+  using Report = std::function<void(const std::string& line)>;
 
-  // tell is called on the thread of the port, with a line for each frame, for what is none, and
-  // for clients that come and go. Clients can connect at once. Throws std::runtime_error when the
-  // port cannot be opened at the path.
-  PenPort(const std::string& path, Tell tell);
-  // Waits for a call of tell that is running.
+  // Calls report on the port's thread, with a line for each frame, for bytes that are no frame, and
+  // for clients that connect and disconnect. Clients can connect at once. Throws
+  // std::runtime_error when the port cannot be opened at the path.
+  PenPort(const std::string& path, Report report);
+  // Waits for a running call of report.
   ~PenPort();
 
   PenPort(const PenPort&) = delete;
@@ -40,19 +40,19 @@ class PenPort {
   };
 
   void run();
-  void admit();
+  void acceptClient();
   std::uint8_t takeNumber();
-  // False when there is nothing more to come.
+  // False when the client has disconnected, or must be.
   bool serve(Client& client);
-  bool tellFrames(Client& client);
-  void tellOf(const Client& client, const std::string& what);
+  bool reportFrames(Client& client);
+  void reportClient(const Client& client, const std::string& event);
 
   const penport::Listener listener_;
-  const Tell tell_;
+  const Report report_;
   const base::SelfPipe stop_;  // wakes the thread to end
   std::list<Client> clients_;
   std::uint8_t lastNumber_ = 0;
-  bool isResting_ = false;  // the system cannot give us another client now
+  bool isBackingOff_ = false;  // after a client could not be accepted
   std::thread thread_;
 };
 

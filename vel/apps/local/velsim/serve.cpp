@@ -72,7 +72,7 @@ class ControlInput {
  private:
   void run(const std::string& line) {
     if (line.size() > LineReader::kLongestLine) {
-      log_.write("control: a line has at most " + std::to_string(LineReader::kLongestLine) +
+      log_.write("control: line longer than " + std::to_string(LineReader::kLongestLine) +
                  " bytes");
       return;
     }
@@ -110,7 +110,7 @@ class Server {
     const ControlInput control(options_, simulator_, log_);
     stopSignals.wait();
     if (isBusLost_) {
-      log_.write("the bus has closed the connection; start it and velsim again");
+      log_.write("the bus closed the connection; start the bus and velsim again");
       return kExitBusLost;
     }
     return kExitStopped;
@@ -152,7 +152,7 @@ class Server {
         return true;
       }
       log_.write("cannot serve on " + bus + ": " + error.what() +
-                 "; --address or QXBUS_ADDRESS names another bus");
+                 "; name another bus with --address or QXBUS_ADDRESS");
       return false;
     }
     std::size_t vms = 0;

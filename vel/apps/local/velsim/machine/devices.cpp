@@ -142,7 +142,7 @@ Status Devices::unplug(std::uint16_t number) {
   if (!unplugged) {
     return Status::kUnknownDevice;
   }
-  takeBack(*unplugged);
+  release(*unplugged);
   setMounted(*unplugged, false);
   unplugged->status = DeviceStatus::kGone;
   emit(DeviceChange::kUnplugged, *unplugged);
@@ -182,14 +182,14 @@ Status Devices::detach(std::uint16_t number, VmNumber vm) {
   if (detached->vm == 0 || detached->vm != vm) {
     return Status::kNotAttached;
   }
-  takeBack(*detached);
+  release(*detached);
   return Status::kOk;
 }
 
 Status Devices::move(std::uint16_t number, VmNumber vm) {
   Device* const moved = device(number);
   if (moved && moved->vm != vm) {
-    takeBack(*moved);
+    release(*moved);
   }
   return attach(number, vm);
 }
@@ -197,7 +197,7 @@ Status Devices::move(std::uint16_t number, VmNumber vm) {
 void Devices::detachAll(VmNumber vm) {
   for (auto& [number, device] : devices_) {
     if (device.vm == vm) {
-      takeBack(device);
+      release(device);
     }
   }
 }
@@ -294,7 +294,7 @@ void Devices::allowCamera(bool isAllowed) {
   }
   for (auto& [number, device] : devices_) {
     if (device.type == DeviceType::kCamera) {
-      takeBack(device);
+      release(device);
     }
   }
 }
@@ -312,7 +312,7 @@ void Devices::reset() {
       addedByClients.push_back(number);
       continue;
     }
-    takeBack(device);
+    release(device);
     const bool isChanged = device.status != DeviceStatus::kAvailable || device.policy != 0 ||
                            !device.policyText.empty() || device.name != device.originalName;
     device.status = DeviceStatus::kAvailable;
@@ -336,7 +336,7 @@ void Devices::setMounted(Device& device, bool isMounted) {
   }
 }
 
-void Devices::takeBack(Device& device) {
+void Devices::release(Device& device) {
   if (device.vm == 0) {
     return;
   }

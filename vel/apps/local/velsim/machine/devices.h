@@ -7,7 +7,7 @@
 //       13  tablet         Drawing tablet    7e57:0003  0x7e5700030000000d
 //       14  printer-class  Label printer     7e57:0004  0x7e5700040000000e
 //       15  generic        Barcode scanner   7e57:0005  0x7e5700050000000f
-// The source id of every device is made of vendor id, product id, two bytes of zero and number.
+// A source id consists of vendor id, product id, two zero bytes and number.
 //
 // THREADS   One thread at a time.
 
@@ -48,50 +48,50 @@ class Devices {
   const std::map<std::uint16_t, Device>& all() const { return devices_; }
   // The devices that are attached to the VM, or to none.
   std::vector<const Device*> of(VmNumber vm) const;
-  // Null when there is none.
+  // Null when there is no such device.
   const Device* find(std::uint16_t number) const;
   const Device* findBySource(std::uint64_t sourceId) const;
   const Device* findNetwork(const std::string& text) const;
 
-  // Storage is mounted at once. Null when no number is left.
+  // Storage is mounted at once. Null when all numbers are in use.
   const Device* plug(DeviceType type, const std::string& name);
-  // Takes it out of its VM first.
+  // Detaches the device first.
   Status unplug(std::uint16_t number);
 
-  // Attaching to the same VM again is fine. Storage is unmounted first.
+  // Attaching to the same VM again succeeds. Storage is unmounted first.
   Status attach(std::uint16_t number, VmNumber vm);
   Status detach(std::uint16_t number, VmNumber vm);
-  // Attaches it also when another VM has it.
+  // Attaches the device, and detaches it from another VM first.
   Status move(std::uint16_t number, VmNumber vm);
   void detachAll(VmNumber vm);
 
   Status ignore(std::uint16_t number);
-  // An empty name leaves it as it is.
+  // An empty name leaves the name unchanged.
   Status setPolicy(std::uint16_t number, std::int16_t policy, const std::string& name,
                    const std::string& text);
-  // Mounting what is mounted, and the other way round, is fine.
+  // Mounting a mounted device succeeds, and so does unmounting an unmounted one.
   Status mount(std::uint16_t number);
   Status unmount(std::uint16_t number);
 
-  // A device that is known by its text.
+  // Network devices are identified by text.
   Status addNetwork(std::int32_t type, const std::string& text);
   Status removeNetwork(const std::string& text);
 
   CameraStatus cameraStatus() const;
-  // Forbidding takes the cameras out of their VMs.
+  // Denying detaches the cameras.
   void allowCamera(bool isAllowed);
 
   // Reports every device as changed.
   void emitAll();
 
-  // Undoes what clients have done. What was plugged in stays.
+  // Undoes all changes by clients. Plugged-in devices stay.
   void reset();
 
  private:
   Device* device(std::uint16_t number);
   Device& add(std::uint16_t number, DeviceType type, const std::string& name);
   void setMounted(Device& device, bool isMounted);
-  void takeBack(Device& device);
+  void release(Device& device);
   void emit(DeviceChange change, const Device& device, VmNumber vm = 0);
 
   NumberPool& numbers_;

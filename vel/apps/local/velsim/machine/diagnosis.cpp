@@ -14,34 +14,34 @@ void report(MachineState& machine, const DiagnosisSubject& subject, DiagnosisSta
 }
 
 // Empty when the subject is in order.
-std::string trouble(const MachineState& machine, const DiagnosisSubject& subject) {
+std::string fault(const MachineState& machine, const DiagnosisSubject& subject) {
   const Device* const device = subject.isDevice ? machine.devices.find(subject.number) : nullptr;
   const Printer* const printer = subject.isDevice ? nullptr : machine.printers.find(subject.number);
   if (!device && !printer) {
-    return "it has been unplugged";
+    return "unplugged meanwhile";
   }
   if (!machine.vms.find(subject.vm)->attachment) {
-    return "the VM is not connected";
+    return "VM not connected";
   }
   const VmNumber vm = device ? device->vm : printer->vm;
-  return vm == subject.vm ? "" : "it is not attached to the VM";
+  return vm == subject.vm ? "" : "not attached to the VM";
 }
 
 void conclude(MachineState& machine, const DiagnosisSubject& subject) {
-  const std::string found = trouble(machine, subject);
+  const std::string found = fault(machine, subject);
   if (found.empty()) {
-    report(machine, subject, DiagnosisStatus::kFine, "no trouble found");
+    report(machine, subject, DiagnosisStatus::kFine, "no fault found");
   } else {
-    report(machine, subject, DiagnosisStatus::kTrouble, found);
+    report(machine, subject, DiagnosisStatus::kFault, found);
   }
 }
 
 }  // namespace
 
 void beginDiagnosis(MachineState& machine, const DiagnosisSubject& subject) {
-  report(machine, subject, DiagnosisStatus::kRunning, "looking at the device");
+  report(machine, subject, DiagnosisStatus::kRunning, "checking the device");
   machine.plan(kStepTime, [subject](MachineState& now) {
-    report(now, subject, DiagnosisStatus::kRunning, "looking at the session");
+    report(now, subject, DiagnosisStatus::kRunning, "checking the session");
   });
   machine.plan(2 * kStepTime, [subject](MachineState& now) { conclude(now, subject); });
 }

@@ -1,4 +1,4 @@
-// Diagnosis of a device or a printer of the simulated machine: looks at the device, then at the
+// Diagnosis of a device or a printer of the simulated machine: checks the device, then the
 // session, and reports each step and the finding in an event.
 
 #ifndef VEL_APPS_LOCAL_VELSIM_MACHINE_DIAGNOSIS_H

@@ -48,7 +48,7 @@ struct NewDeviceResult {
   Status status;
 };
 
-enum class DiagnosisStatus : std::uint32_t { kFine = 0, kRunning = 1, kTrouble = 2 };
+enum class DiagnosisStatus : std::uint32_t { kFine = 0, kRunning = 1, kFault = 2 };
 
 struct DiagnosisStep {
   std::uint64_t id;  // source id or number, as the client named the subject

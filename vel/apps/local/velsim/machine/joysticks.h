@@ -1,4 +1,4 @@
-// The joysticks of the simulated machine, and who wants to hear of them.
+// The joysticks of the simulated machine, and the subscribers to their results.
 //
 // Built in, by position:
 //   0  Flight stick   7e57:0201      mapping 0  Standard
@@ -37,7 +37,7 @@ class Joysticks {
   Status setMapping(std::uint16_t joystick, std::uint16_t mapping);
   Status calibrate(std::uint16_t joystick);
 
-  // Subscribers are known by the eight bytes that they give. Registering again is fine.
+  // Subscribers are identified by the eight bytes that they send. Subscribing again succeeds.
   const std::set<std::uint64_t>& subscribers() const { return subscribers_; }
   void subscribe(std::uint64_t subscriber) { subscribers_.insert(subscriber); }
   Status unsubscribe(std::uint64_t subscriber);

@@ -1,7 +1,8 @@
-// All that the simulated service knows, one member per kind of thing. Nothing here knows the bus.
+// State of the simulated machine, one member for each kind of peripheral. Nothing here knows the
+// bus.
 //
-// What clients are to be told is added to events; what is to happen later, to the plans. Whoever
-// owns the state takes both away and sees to them.
+// Notifications of clients are added to the events, later actions to the plans. The owner of the
+// state takes both, sends the events and runs the plans.
 //
 // THREADS   One thread at a time.
 
@@ -51,8 +52,8 @@ class MachineState {
   Joysticks joysticks;
   StreamReports streamReports;
 
-  // Plugs a device in and attaches it to the VM that has the focus, or else to any VM that a client
-  // has attached, if devices of its type are to be. Null when no number is left.
+  // Plugs in a device. Devices of a type with auto-connect are attached to the VM that has the
+  // focus, else to any attached VM. Null when all numbers are in use.
   const Device* plug(DeviceType type, const std::string& name);
   Status addNetworkDevice(std::int32_t type, const std::string& text);
 
@@ -61,18 +62,18 @@ class MachineState {
   }
   std::vector<Plan> takePlans() { return std::exchange(plans_, {}); }
 
-  // Draws the conclusions of a change, whoever made it: what was attached to a VM whose session has
-  // ended comes back, and its reports are forgotten.
+  // Completes any change of the state: when the session of a VM has ended, releases the devices and
+  // printers that were attached to the VM, and drops its reports.
   void settle();
 
-  // Forgets what clients have done.
+  // Undoes all changes by clients.
   void reset();
 
  private:
   void autoConnect(std::uint16_t device);
 
   std::vector<Plan> plans_;
-  std::set<VmNumber> attachedVms_;  // when it was settled last
+  std::set<VmNumber> attachedVms_;  // at the last call of settle()
 };
 
 }  // namespace velsim

@@ -1,4 +1,4 @@
-// Gives things their 16-bit numbers, each to one thing at a time.
+// 16-bit numbers of devices and printers, each in use once at a time.
 
 #ifndef VEL_APPS_LOCAL_VELSIM_MACHINE_NUMBER_POOL_H
 #define VEL_APPS_LOCAL_VELSIM_MACHINE_NUMBER_POOL_H
@@ -12,8 +12,8 @@ class NumberPool {
  public:
   static constexpr std::uint16_t kFirst = 31;
 
-  // A free one. A number that has been given back comes last, so that nobody mistakes a new thing
-  // for the one that had it. 0 when none is left.
+  // A free number; 0 when all are in use. A number that was given back comes last, so that a new
+  // device is not mistaken for the last one with its number.
   std::uint16_t take() {
     constexpr std::uint16_t kLast = 0xFFFF;
     for (int tries = kFirst; tries <= kLast; ++tries) {

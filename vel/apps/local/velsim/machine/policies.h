@@ -1,8 +1,8 @@
-// How devices in general are treated: by their type, and by USB vendor and product id.
+// Settings for devices by type, and by USB vendor and product id.
 //
-// A property has one value per vendor and product id, whatever the type it was set for: whoever
-// asks for it does not tell the type. Of the built-in devices only the camera has one of its own
-// (30, pictures per second), which clients can change and a reset brings back.
+// A property has one value per vendor and product id, for all types: requests for it name no type.
+// Of the built-in devices only the camera has a property (30, pictures per second), which clients
+// can change and a reset restores.
 //
 // THREADS   One thread at a time.
 
@@ -30,7 +30,7 @@ struct VidPidPolicy {
   VidPid id;
   std::uint16_t deviceType = 0;
   std::int32_t builtInProperty = 0;
-  // What clients have set.
+  // Set by clients.
   std::optional<std::int32_t> property;
   std::optional<std::string> turboText;
 };
@@ -39,22 +39,22 @@ class Policies {
  public:
   Policies() { reset(); }
 
-  // Whether devices of a type are attached when they are plugged in; 0 until it is set.
+  // Whether devices of a type are attached when they are plugged in; 0 if never set.
   std::int16_t autoConnect(std::uint16_t deviceType) const;
   void setAutoConnect(std::uint16_t deviceType, std::int16_t setting);
   const std::map<std::uint16_t, std::int16_t>& autoConnects() const { return autoConnects_; }
 
-  // Whether the card of a new device of a type is to be shown, as clients say.
+  // Whether the client shows a card for a new device of a type.
   void setPopupCard(std::uint16_t deviceType, std::uint16_t setting);
   const std::map<std::uint16_t, std::uint16_t>& popupCards() const { return popupCards_; }
 
-  // What a client has set, else what is built in, else 0.
+  // The value set by a client, else the built-in value, else 0.
   std::int32_t property(VidPid id) const;
-  // Only what a client has set; 0 when none has.
+  // The value set by a client, else 0.
   std::int32_t localProperty(VidPid id) const;
   void setProperty(VidPid id, std::uint16_t deviceType, std::int32_t value);
 
-  // Empty until it is set.
+  // Empty if never set.
   std::string turboText(VidPid id) const;
   void setTurboText(VidPid id, const std::string& text);
 

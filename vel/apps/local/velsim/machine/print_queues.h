@@ -1,4 +1,4 @@
-// The print queues of the simulated machine, and the drivers that they can have.
+// The print queues of the simulated machine, and their printer drivers.
 //
 // A driver fits a printer whose name or model holds one of the driver's words, in any case; the
 // "Generic text" driver fits every printer.
@@ -34,14 +34,14 @@ class PrintQueues {
   static std::vector<std::string> driversFor(const std::string& printer);
 
   Status add(const std::string& name, const std::string& uri, const std::string& driver);
-  // With the best driver for the model; for the name when the model is empty.
+  // With the best driver for the model, or for the name when the model is empty.
   Status addWithBestDriver(const std::string& name, const std::string& uri,
                            const std::string& model);
   Status remove(const std::string& name);
   Status changeDriver(const std::string& name, const std::string& driver);
   Status printTestPage(const std::string& name);
 
-  // Back to the built-in queues.
+  // Restores the built-in queues.
   void reset();
 
  private:

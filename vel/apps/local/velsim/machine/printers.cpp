@@ -123,14 +123,14 @@ Status Printers::detach(std::uint16_t number, VmNumber vm) {
   if (detached->vm == 0 || detached->vm != vm) {
     return Status::kNotAttached;
   }
-  takeBack(*detached);
+  release(*detached);
   return Status::kOk;
 }
 
 void Printers::detachAll(VmNumber vm) {
   for (auto& [number, printer] : printers_) {
     if (printer.vm == vm) {
-      takeBack(printer);
+      release(printer);
     }
   }
 }
@@ -194,7 +194,7 @@ void Printers::reset() {
     if (printer.isNetwork) {
       addedByClients.push_back(number);
     } else {
-      takeBack(printer);
+      release(printer);
     }
   }
   for (const std::uint16_t number : addedByClients) {
@@ -203,7 +203,7 @@ void Printers::reset() {
 }
 
 void Printers::remove(Printer& printer) {
-  takeBack(printer);
+  release(printer);
   printer.status = DeviceStatus::kGone;
   emit(printer);
   const std::uint16_t number = printer.number;
@@ -211,7 +211,7 @@ void Printers::remove(Printer& printer) {
   numbers_.giveBack(number);
 }
 
-void Printers::takeBack(Printer& printer) {
+void Printers::release(Printer& printer) {
   if (printer.vm == 0) {
     return;
   }

@@ -1,11 +1,11 @@
-// The printers of the simulated machine: those plugged into it, and network printers that clients
-// have added. Both can be redirected into a VM.
+// The printers of the simulated machine: plugged-in printers, and network printers that clients
+// have added. Both can be attached to a VM.
 //
 // Built in:
 //   number  name           source id
 //       21  Office laser   0x7e57010000000015
 //       22  Photo printer  0x7e57010000000016
-// Network printers have 0101 where these have 0100.
+// The source ids of network printers have 0101 in place of 0100.
 //
 // THREADS   One thread at a time.
 
@@ -35,21 +35,21 @@ class Printers {
   // The printers that are attached to the VM, or to none.
   std::vector<const Printer*> of(VmNumber vm) const;
   std::vector<const Printer*> network() const;
-  // Null when there is none.
+  // Null when there is no such printer.
   const Printer* find(std::uint16_t number) const;
   const Printer* findBySource(std::uint64_t sourceId) const;
 
-  // Null when no number is left.
+  // Null when all numbers are in use.
   const Printer* plug(const std::string& name);
-  // Takes it out of its VM first. A network printer has no plug: kUnknownPrinter.
+  // Detaches the printer first. kUnknownPrinter for a network printer, which has no plug.
   Status unplug(std::uint16_t number);
 
-  // Attaching to the same VM again is fine.
+  // Attaching to the same VM again succeeds.
   Status attach(std::uint16_t number, VmNumber vm);
   Status detach(std::uint16_t number, VmNumber vm);
   void detachAll(VmNumber vm);
 
-  // Network printers are known by their names.
+  // Network printers are identified by name.
   Status addNetwork(const std::string& address, const std::string& name, const std::string& extra);
   Status removeNetwork(const std::string& name);
   Status renameNetwork(const std::string& from, const std::string& to);
@@ -57,7 +57,7 @@ class Printers {
   // Reports every printer.
   void emitAll();
 
-  // Undoes what clients have done. What was plugged in stays.
+  // Undoes all changes by clients. Plugged-in printers stay.
   void reset();
 
  private:
@@ -65,7 +65,7 @@ class Printers {
   Printer* networkPrinter(const std::string& name);
   Printer& add(std::uint16_t number, const std::string& name, bool isNetwork);
   void remove(Printer& printer);
-  void takeBack(Printer& printer);
+  void release(Printer& printer);
   void emit(const Printer& printer, VmNumber vm = 0);
 
   NumberPool& numbers_;

@@ -1,7 +1,7 @@
-// Printers that other machines share: which there are to be found, which searches are running, and
-// which printers clients have added.
+// Printers that other machines share: the results of searches, the running searches, and the
+// printers that clients have added.
 //
-// Found after a second of searching; at every other address there is nobody:
+// A search takes a second and finds, at these addresses only:
 //   10.0.0.7      Reception (Ground floor), Archive (Basement)
 //   10.0.0.8      Workshop (no description)
 //   192.168.1.20  Studio (Large format), Proofs (First floor), Labels (Dispatch)
@@ -30,19 +30,19 @@ class SharedPrinters {
  public:
   using Search = std::uint64_t;
 
-  // Whether a machine can have this address: IPv4, with or without a port.
+  // Whether the text is an IPv4 address, with or without a port.
   static bool isAddress(const std::string& text);
-  // What the machine at an address shares. The port does not matter.
+  // The printers at an address. The port does not matter.
   static std::vector<SharedPrinter> at(const std::string& address);
 
   Search beginSearch();
   bool isRunning(Search search) const { return searches_.count(search) != 0; }
   void endSearch(Search search) { searches_.erase(search); }
-  // Ends all of them.
+  // Ends all running searches.
   Status stopSearches();
 
   const std::vector<SharedPrinter>& added() const { return added_; }
-  // All of them or, when one cannot be, none. Address and name together identify one.
+  // Adds all of them or, when one is refused, none. Address and name together identify a printer.
   Status add(const std::vector<SharedPrinter>& printers);
   Status remove(const std::string& address, const std::string& name);
 

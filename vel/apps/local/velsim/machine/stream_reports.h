@@ -1,5 +1,5 @@
-// What clients report of their streams: bandwidth, quality, and USB devices that they redirect
-// themselves. The last report of each kind is kept.
+// Reports of clients on their streams: bandwidth, quality, and the USB devices that clients
+// redirect themselves. The last report of each kind is kept.
 //
 // THREADS   One thread at a time.
 
@@ -21,7 +21,7 @@ struct StreamReport {
   std::map<std::uint64_t, std::int16_t> usbStatus;                   // by identity of the device
 };
 
-// By VM. A VM that nothing was reported of has none.
+// By VM. A VM without a report has no entry.
 class StreamReports {
  public:
   const std::map<VmNumber, StreamReport>& all() const { return reports_; }

@@ -1,4 +1,4 @@
-// The VM sessions of the simulated machine: which exist, and what clients have made of them.
+// The VM sessions of the simulated machine, and their state as clients have set it.
 //
 // THREADS   One thread at a time.
 
@@ -25,7 +25,7 @@ struct Attachment {
   std::int32_t connectParam = 0;
 };
 
-// A pipe as clients describe it. Its VM and its handle identify it.
+// A pipe as clients describe it, identified by VM and handle.
 struct Pipe {
   VmNumber vm = 0;
   std::uint64_t handle = 0;
@@ -59,22 +59,23 @@ class VmSessions {
   const std::optional<Focus>& focus() const { return focus_; }
   const std::string& driveToken() const { return driveToken_; }
 
-  // Attaching again takes the new parameters.
+  // Connecting again replaces the parameters.
   Status connect(VmNumber vm, const Attachment& attachment);
   // Stops the VM, closes its pipes and takes the focus from it.
   Status disconnect(VmNumber vm);
   Status start(VmNumber vm);
 
-  // All of them or, when one cannot be, none. vm is the VM that asks; each pipe names its own.
+  // Creates or destroys all pipes or, when one is refused, none. vm is the VM of the request; each
+  // pipe names its own.
   Status createPipes(VmNumber vm, const std::vector<Pipe>& pipes);
   Status destroyPipes(VmNumber vm, const std::vector<Pipe>& pipes);
 
   Status setPortStatus(VmNumber vm, std::uint32_t port, std::int32_t status);
-  // A window that loses the focus takes it from no other VM.
+  // Losing the focus affects only the VM that has it.
   Status setFocus(VmNumber vm, bool isGained, std::uint64_t window);
   Status setDriveToken(std::string token);
 
-  // Back to how it began.
+  // Restores the initial state.
   void reset();
 
  private:

@@ -22,12 +22,14 @@ enum class SelfTest : std::uint16_t {
 };
 
 Values answerOf(Status status) {
-  return {textOf({{"velservice", static_cast<std::int32_t>(status)}, {"status", nameOf(status)}})};
+  return {
+      jsonText({{"velservice", static_cast<std::int32_t>(status)}, {"status", nameOf(status)}})};
 }
 
 Values begin(MachineState& machine, const DiagnosisSubject& subject) {
   beginDiagnosis(machine, subject);
-  return {textOf({{"velservice", 0}, {"status", nameOf(Status::kOk)}, {"steps", kDiagnosisSteps}})};
+  return {
+      jsonText({{"velservice", 0}, {"status", nameOf(Status::kOk)}, {"steps", kDiagnosisSteps}})};
 }
 
 Values diagnose(MachineState& machine, const Values& arguments) {

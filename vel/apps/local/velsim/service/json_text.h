@@ -1,4 +1,4 @@
-// JSON as the service puts it into texts: on one line, members in the order they were added.
+// JSON texts in answers of the service: one line, members in the order of their addition.
 
 #ifndef VEL_APPS_LOCAL_VELSIM_SERVICE_JSON_TEXT_H
 #define VEL_APPS_LOCAL_VELSIM_SERVICE_JSON_TEXT_H
@@ -11,8 +11,8 @@ namespace velsim {
 
 using Json = nlohmann::ordered_json;
 
-// Clients name things, and not always in UTF-8.
-inline std::string textOf(const Json& json) {
+// Names come from clients and need not be UTF-8, which JSON must be.
+inline std::string jsonText(const Json& json) {
   return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 

@@ -41,12 +41,12 @@ Values searchAllPrinter(MachineState& machine, const Values&) {
                         {"address", printer.address},
                         {"description", printer.description}});
   }
-  return {textOf({{"printers", printers}})};
+  return {jsonText({{"printers", printers}})};
 }
 
 Values getPrinterDriverlList(MachineState&, const Values& arguments) {
   const std::string printer = qxbus::readString(arguments, 0);
-  return {textOf({{"printer", printer}, {"drivers", PrintQueues::driversFor(printer)}})};
+  return {jsonText({{"printer", printer}, {"drivers", PrintQueues::driversFor(printer)}})};
 }
 
 Values addPrinter(MachineState& machine, const Values& arguments) {

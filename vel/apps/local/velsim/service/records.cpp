@@ -15,7 +15,7 @@ using namespace velprotocol;
 
 class Record {
  public:
-  // textSize  what a last field without a size of its own takes
+  // textSize  size of the last field, if it has none of its own
   explicit Record(const Layout& layout, std::size_t textSize = 0)
       : bytes_(layout.size() + textSize) {}
 

@@ -1,4 +1,4 @@
-// Does things later.
+// Runs tasks later.
 //
 // THREADS   after() may be called from any thread, also from inside a task. Tasks run one at a
 //           time, on no thread that is inside after().
@@ -15,10 +15,10 @@ class Scheduler {
  public:
   virtual ~Scheduler() = default;
 
-  // Tasks that are due at one time run in the order in which they were given.
+  // Tasks that are due at the same time run in the order of their calls.
   virtual void after(std::chrono::milliseconds delay, std::function<void()> task) = 0;
 
-  // Drops all tasks and those to come, and waits for one that is running. Not from inside a task.
+  // Drops all tasks, also later ones, and waits for a running one. Not from inside a task.
   virtual void stop() = 0;
 };
 

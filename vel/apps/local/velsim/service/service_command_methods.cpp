@@ -1,6 +1,6 @@
-// Service commands: words that a client sends, and whose answer comes as an event with a JSON text,
-// {"id":70000,"command":"vms","answer":{...}}, in which id is what the client has given the
-// command. A command that does not exist is refused with a status, and no event follows.
+// Service commands: words whose answer comes as an event with a JSON text,
+// {"id":70000,"command":"vms","answer":{...}}, in which id is the client's own. An unknown command
+// is refused with a status, and no event follows.
 
 #include <algorithm>
 
@@ -145,13 +145,13 @@ struct Command {
   Json (*answer)(const MachineState& machine);
 };
 constexpr Command kCommands[] = {
-    {"vms", "the VM sessions", vmsOf},
-    {"devices", "the devices, and whether the camera may be used", devicesOf},
-    {"printers", "the printers and network printers", printersOf},
-    {"policies", "what is set by type, and by vendor and product id", policiesOf},
-    {"joysticks", "the joysticks", joysticksOf},
-    {"quality", "bandwidth and quality as clients report them", qualityOf},
-    {"usb", "USB devices that clients redirect themselves", usbOf},
+    {"vms", "VM sessions", vmsOf},
+    {"devices", "devices, and whether the camera may be used", devicesOf},
+    {"printers", "printers and network printers", printersOf},
+    {"policies", "settings by type, and by vendor and product id", policiesOf},
+    {"joysticks", "joysticks", joysticksOf},
+    {"quality", "bandwidth and quality reported by clients", qualityOf},
+    {"usb", "USB devices redirected by clients", usbOf},
 };
 
 // Number 0 stands for this machine.
@@ -169,7 +169,7 @@ Values dovelcmd(MachineState& machine, const Values& arguments) {
   }
   const Json answer = {
       {"id", int32Of(arguments, 2)}, {"command", word}, {"answer", command->answer(machine)}};
-  machine.events.add(vm, CommandAnswer{textOf(answer)});
+  machine.events.add(vm, CommandAnswer{jsonText(answer)});
   return status(Status::kOk);
 }
 
