@@ -4,20 +4,19 @@
 #include <atomic>
 #include <cerrno>
 #include <climits>
-#include <condition_variable>
 #include <cstring>
 #include <map>
-#include <mutex>
 #include <optional>
+#include <system_error>
 #include <utility>
 #include <vector>
 
-#include <fcntl.h>
 #include <poll.h>
-#include <unistd.h>
 
+#include "base/self_pipe.h"
 #include "bus/dbus/opening.h"
 #include "bus/dbus/worker.h"
+#include "platform/mutex.h"
 
 namespace qxbus {
 namespace {
@@ -26,46 +25,6 @@ constexpr char kOutOfMemory[] = "out of memory";
 constexpr char kConnectionGone[] = "the connection to the bus is gone";
 // What has been sent before the end may take this long to go out.
 constexpr std::chrono::seconds kLastWords{1};
-
-// Wakes a poll. Both ends never block: a full pipe wakes just as well.
-class WakePipe {
- public:
-  WakePipe() {
-    if (::pipe(ends_) != 0) {
-      ends_[0] = ends_[1] = -1;
-      return;
-    }
-    for (const int end : ends_) {
-      ::fcntl(end, F_SETFL, O_NONBLOCK);
-      ::fcntl(end, F_SETFD, FD_CLOEXEC);
-    }
-  }
-  ~WakePipe() {
-    if (isOpen()) {
-      ::close(ends_[0]);
-      ::close(ends_[1]);
-    }
-  }
-  WakePipe(const WakePipe&) = delete;
-  WakePipe& operator=(const WakePipe&) = delete;
-
-  bool isOpen() const { return ends_[0] >= 0; }
-  int readEnd() const { return ends_[0]; }
-
-  void wake() const {
-    const char byte = 0;
-    [[maybe_unused]] const ssize_t written = ::write(ends_[1], &byte, 1);
-  }
-
-  void drain() const {
-    char bytes[64];
-    while (::read(ends_[0], bytes, sizeof bytes) > 0) {
-    }
-  }
-
- private:
-  int ends_[2] = {-1, -1};
-};
 
 short pollEvents(unsigned int flags) {
   return static_cast<short>(((flags & DBUS_WATCH_READABLE) != 0 ? POLLIN : 0) |
@@ -112,7 +71,7 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
 
   base::Result<void> connect(const std::string& address, Clock::time_point deadline) {
     if (!wake_.isOpen()) {
-      return base::Failed{"the system has no pipe left"};
+      return base::Failed{"the system has no pipe left: " + std::generic_category().message(errno)};
     }
     if (!dbus_threads_init_default()) {
       return base::Failed{kOutOfMemory};
@@ -121,6 +80,7 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
     if (!opened) {
       return opened.failed();
     }
+    const platform::MutexLock lock(mutex_);
     bus_ = *opened;
     if (!dbus_connection_set_watch_functions(bus_, &Core::addWatch, &Core::removeWatch,
                                              &Core::toggleWatch, this, nullptr)) {
@@ -128,12 +88,12 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
       return base::Failed{kOutOfMemory};
     }
     open_ = true;
-    if (!startThread([self = shared_from_this()] { self->run(); })) {
+    auto started = startDetached("qxbus-io", [self = shared_from_this()] { self->run(); });
+    if (!started) {
       open_ = false;
       close();
-      return base::Failed{kNoThread};
     }
-    return {};
+    return started;
   }
 
   void requestClose() {
@@ -144,14 +104,14 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
   bool isOpen() const { return open_; }
 
   bool send(DBusMessage* message) {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const platform::MutexLock lock(mutex_);
     return open_ && dbus_connection_send(bus_, message, nullptr);
   }
 
   // The serial of the request; nothing when it could not be sent, and done is the caller's to run.
   std::optional<dbus_uint32_t> send(DBusMessage* message, Clock::time_point deadline,
                                     std::function<void(Outcome)>* done) {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const platform::MutexLock lock(mutex_);
     dbus_uint32_t serial = 0;
     if (!open_ || !dbus_connection_send(bus_, message, &serial)) {
       return std::nullopt;
@@ -169,7 +129,7 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
   // Nobody waits for this reply any more.
   void forget(dbus_uint32_t serial) {
     std::function<void(Outcome)> done;
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const platform::MutexLock lock(mutex_);
     const auto call = pending_.find(serial);
     if (call != pending_.end()) {
       done = std::move(call->second.done);
@@ -192,14 +152,15 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
   };
   using Finished = std::vector<std::pair<std::function<void(Outcome)>, Outcome>>;
 
-  static dbus_bool_t addWatch(DBusWatch* watch, void* core) {
+  // libdbus calls these two inside its own functions, so with the lock; the compiler cannot see it.
+  static dbus_bool_t addWatch(DBusWatch* watch, void* core) QX_NO_THREAD_SAFETY_ANALYSIS {
     auto* const self = static_cast<Core*>(core);
     self->watches_.push_back(watch);
     self->wake_.wake();
     return TRUE;
   }
 
-  static void removeWatch(DBusWatch* watch, void* core) {
+  static void removeWatch(DBusWatch* watch, void* core) QX_NO_THREAD_SAFETY_ANALYSIS {
     auto* const self = static_cast<Core*>(core);
     auto& watches = self->watches_;
     watches.erase(std::remove(watches.begin(), watches.end(), watch), watches.end());
@@ -229,7 +190,7 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
   }
 
   int prepare(std::vector<pollfd>* polled, std::vector<DBusWatch*>* watches) {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const platform::MutexLock lock(mutex_);
     polled->assign(1, {wake_.readEnd(), POLLIN, 0});
     watches->clear();
     for (DBusWatch* const watch : watches_) {
@@ -248,7 +209,7 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
     std::vector<MessagePtr> messages;
     bool open = true;
     {
-      const std::lock_guard<std::mutex> lock(mutex_);
+      const platform::MutexLock lock(mutex_);
       for (std::size_t i = 0; i < watches.size(); ++i) {
         const unsigned int flags = watchFlags(polled[i + 1].revents);
         // Handling one watch may remove another.
@@ -272,7 +233,7 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
     return open;
   }
 
-  bool isOver(const std::vector<pollfd>& polled) {
+  bool isOver(const std::vector<pollfd>& polled) QX_REQUIRES(mutex_) {
     // Somebody has closed a descriptor of ours: to poll it would return at once, for ever.
     const auto isTaken = [](const pollfd& each) { return (each.revents & POLLNVAL) != 0; };
     if (!dbus_connection_get_is_connected(bus_) ||
@@ -288,7 +249,8 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
     return !dbus_connection_has_messages_to_send(bus_) || now >= closeDeadline_;
   }
 
-  void sort(MessagePtr message, Finished* finished, std::vector<MessagePtr>* messages) {
+  void sort(MessagePtr message, Finished* finished, std::vector<MessagePtr>* messages)
+      QX_REQUIRES(mutex_) {
     switch (dbus_message_get_type(message.get())) {
       case DBUS_MESSAGE_TYPE_METHOD_RETURN:
       case DBUS_MESSAGE_TYPE_ERROR: {
@@ -307,7 +269,7 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
     }
   }
 
-  void expire(Finished* finished) {
+  void expire(Finished* finished) QX_REQUIRES(mutex_) {
     const Clock::time_point now = Clock::now();
     if (now < nextDeadline_) {
       return;
@@ -327,7 +289,7 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
   void end() {
     std::map<dbus_uint32_t, Pending> abandoned;
     {
-      const std::lock_guard<std::mutex> lock(mutex_);
+      const platform::MutexLock lock(mutex_);
       open_ = false;
       close();
       abandoned.swap(pending_);
@@ -340,7 +302,7 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
     handlers_ = {};
   }
 
-  void close() {
+  void close() QX_REQUIRES(mutex_) {
     dbus_connection_close(bus_);
     dbus_connection_set_watch_functions(bus_, nullptr, nullptr, nullptr, nullptr, nullptr);
     while (DBusMessage* const message = dbus_connection_pop_message(bus_)) {
@@ -349,27 +311,45 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
   }
 
   Handlers handlers_;
-  WakePipe wake_;
+  base::SelfPipe wake_;
   std::atomic<bool> open_{false};
   std::atomic<bool> closing_{false};
-  DBusConnection* bus_ = nullptr;
 
-  // Guards the rest, and every use of bus_: libdbus gives way instead of writing when two threads
-  // use a connection at once.
-  std::mutex mutex_;
-  std::vector<DBusWatch*> watches_;
-  std::map<dbus_uint32_t, Pending> pending_;
-  Clock::time_point nextDeadline_ = Clock::time_point::max();
-  Clock::time_point closeDeadline_ = Clock::time_point::max();
+  platform::Mutex mutex_;
+  // libdbus gives way instead of writing when two threads use a connection at once.
+  DBusConnection* bus_ QX_GUARDED_BY(mutex_) = nullptr;
+  std::vector<DBusWatch*> watches_ QX_GUARDED_BY(mutex_);
+  std::map<dbus_uint32_t, Pending> pending_ QX_GUARDED_BY(mutex_);
+  Clock::time_point nextDeadline_ QX_GUARDED_BY(mutex_) = Clock::time_point::max();
+  Clock::time_point closeDeadline_ QX_GUARDED_BY(mutex_) = Clock::time_point::max();
 };
 
 namespace {
 
-// What a caller waits for. It is shared, because the caller may have given up when the reply comes.
-struct Rendezvous {
-  std::mutex mutex;
-  std::condition_variable arrived;
-  std::optional<Outcome> outcome;
+// Where a caller waits for its outcome. Shared: the caller may have given up when the outcome
+// comes.
+class Rendezvous {
+ public:
+  void arrive(Outcome outcome) {
+    {
+      const platform::MutexLock lock(mutex_);
+      outcome_ = std::move(outcome);
+    }
+    arrived_.notifyOne();
+  }
+
+  // Nothing when the deadline comes first.
+  std::optional<Outcome> wait(Clock::time_point deadline) {
+    platform::MutexLock lock(mutex_);
+    while (!outcome_ && arrived_.waitUntil(lock, deadline)) {
+    }
+    return std::exchange(outcome_, std::nullopt);
+  }
+
+ private:
+  platform::Mutex mutex_;
+  platform::Condition arrived_;
+  std::optional<Outcome> outcome_ QX_GUARDED_BY(mutex_);
 };
 
 }  // namespace
@@ -399,32 +379,22 @@ bool Connection::send(DBusMessage* message) {
 }
 
 Outcome Connection::call(DBusMessage* message, Clock::time_point deadline) {
-  auto meeting = std::make_shared<Rendezvous>();
+  const auto meeting = std::make_shared<Rendezvous>();
   std::function<void(Outcome)> done = [meeting](Outcome outcome) {
-    {
-      const std::lock_guard<std::mutex> lock(meeting->mutex);
-      meeting->outcome = std::move(outcome);
-    }
-    meeting->arrived.notify_one();
+    meeting->arrive(std::move(outcome));
   };
   // The caller keeps the time itself: the I/O thread is not woken for it.
   const std::optional<dbus_uint32_t> serial = core_->send(message, Clock::time_point::max(), &done);
   if (!serial) {
     return Outcome::disconnected(kConnectionGone);
   }
-  std::unique_lock<std::mutex> lock(meeting->mutex);
-  const auto hasArrived = [&meeting] { return meeting->outcome.has_value(); };
-  if (deadline == Clock::time_point::max()) {
-    meeting->arrived.wait(lock, hasArrived);
-  } else {
-    meeting->arrived.wait_until(lock, deadline, hasArrived);
-  }
-  if (!meeting->outcome) {
-    lock.unlock();
+  std::optional<Outcome> outcome = meeting->wait(deadline);
+  if (!outcome) {
     core_->forget(*serial);
-    lock.lock();
+    // The outcome may have come meanwhile.
+    outcome = meeting->wait(Clock::now());
   }
-  return meeting->outcome ? std::move(*meeting->outcome) : Outcome::noReply();
+  return outcome ? std::move(*outcome) : Outcome::noReply();
 }
 
 void Connection::call(DBusMessage* message, Clock::time_point deadline,

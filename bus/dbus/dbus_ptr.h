@@ -4,6 +4,7 @@
 #define BUS_DBUS_DBUS_PTR_H
 
 #include <memory>
+#include <string>
 
 #include <dbus/dbus.h>
 
@@ -13,6 +14,11 @@ struct UnrefMessage {
   void operator()(DBusMessage* message) const { dbus_message_unref(message); }
 };
 using MessagePtr = std::unique_ptr<DBusMessage, UnrefMessage>;
+
+// A field of a header, which may be absent.
+inline std::string orEmpty(const char* field) {
+  return field ? field : "";
+}
 
 // A DBusError that is freed with its scope.
 class Error {

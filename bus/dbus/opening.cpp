@@ -1,36 +1,33 @@
 #include "bus/dbus/opening.h"
 
-#include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <set>
 
 #include "bus/dbus/dbus_ptr.h"
 #include "bus/dbus/worker.h"
+#include "platform/mutex.h"
 
 namespace qxbus {
 namespace {
 
-// One attempt, shared by whoever waits for it and the thread that makes it.
-struct Opening {
-  DBusConnection* bus = nullptr;
-  std::string failure;
-  bool finished = false;
-  bool abandoned = false;
-};
-
-struct Openings {
-  std::mutex mutex;  // guards every Opening, too
-  std::condition_variable changed;
-  // Where an attempt that was given up still waits.
-  std::multiset<std::string> hanging;
-};
-
 // Never destroyed: an attempt may hang until the process has ended.
-Openings& openings() {
-  static auto* const all = new Openings;
-  return *all;
-}
+struct Openings {
+  platform::Mutex mutex;
+  platform::Condition changed;
+  // Addresses where an attempt that was given up still hangs.
+  std::multiset<std::string> hanging QX_GUARDED_BY(mutex);
+};
+
+// One attempt, shared by its caller and the thread that makes it.
+struct Opening {
+  explicit Opening(Openings& openings) : all(openings) {}
+
+  Openings& all;
+  DBusConnection* bus QX_GUARDED_BY(all.mutex) = nullptr;
+  std::string failure QX_GUARDED_BY(all.mutex);
+  bool isFinished QX_GUARDED_BY(all.mutex) = false;
+  bool isAbandoned QX_GUARDED_BY(all.mutex) = false;
+};
 
 void drop(DBusConnection* bus) {
   if (bus) {
@@ -45,45 +42,51 @@ void makeAttempt(const std::string& address, Opening& opening) {
   if (bus) {
     dbus_connection_set_exit_on_disconnect(bus, FALSE);
   }
-  Openings& all = openings();
-  std::unique_lock<std::mutex> lock(all.mutex);
-  if (opening.abandoned) {
+  platform::MutexLock lock(opening.all.mutex);
+  if (opening.isAbandoned) {
     lock.unlock();
     drop(bus);
     lock.lock();
-    all.hanging.erase(all.hanging.find(address));
+    opening.all.hanging.erase(opening.all.hanging.find(address));
   } else {
     opening.bus = bus;
     opening.failure = bus ? "" : error.text();
-    opening.finished = true;
+    opening.isFinished = true;
   }
-  all.changed.notify_all();
+  opening.all.changed.notifyAll();
 }
 
 }  // namespace
 
-// connect() has no deadline: where a socket is listened to but nobody accepts, it waits for ever.
+// connect() has no deadline: where a socket listens and accepts nothing, it waits for ever.
 base::Result<DBusConnection*> openPrivate(const std::string& address,
                                           std::chrono::steady_clock::time_point deadline) {
-  Openings& all = openings();
-  std::unique_lock<std::mutex> lock(all.mutex);
-  // Whoever asks again and again must not leave a thread behind each time.
-  if (!all.changed.wait_until(lock, deadline, [&] { return all.hanging.count(address) == 0; })) {
-    return base::Failed{"it does not take connections"};
+  static auto* const all = new Openings;
+  const auto shared = std::make_shared<Opening>(*all);
+  Opening& opening = *shared;
+  platform::MutexLock lock(opening.all.mutex);
+  // Callers that ask again and again must not leave a thread behind each time.
+  while (opening.all.hanging.count(address) != 0) {
+    if (!opening.all.changed.waitUntil(lock, deadline)) {
+      return base::Failed{"it does not take connections"};
+    }
   }
-  const auto opening = std::make_shared<Opening>();
-  if (!startThread([address, opening] { makeAttempt(address, *opening); })) {
-    return base::Failed{kNoThread};
+  const auto started =
+      startDetached("qxbus-open", [address, shared] { makeAttempt(address, *shared); });
+  if (!started) {
+    return started.failed();
   }
-  if (!all.changed.wait_until(lock, deadline, [&] { return opening->finished; })) {
-    opening->abandoned = true;
-    all.hanging.insert(address);
-    return base::Failed{"it does not take the connection"};
+  while (!opening.isFinished) {
+    if (!opening.all.changed.waitUntil(lock, deadline) && !opening.isFinished) {
+      opening.isAbandoned = true;
+      opening.all.hanging.insert(address);
+      return base::Failed{"it does not take the connection"};
+    }
   }
-  if (!opening->bus) {
-    return base::Failed{opening->failure};
+  if (!opening.bus) {
+    return base::Failed{opening.failure};
   }
-  return opening->bus;
+  return opening.bus;
 }
 
 }  // namespace qxbus

@@ -2,11 +2,11 @@
 
 #include "bus/qxbus.h"
 
+#include "bus/dbus/bus_log.h"
 #include "bus/dbus/client.h"
 #include "bus/dbus/message_impl.h"
 #include "bus/dbus/names.h"
 #include "bus/dbus/shared_attempt.h"
-#include "platform/log.h"
 #include "platform/mutex.h"
 
 struct QXBusProxyInterface::Impl {
@@ -78,7 +78,7 @@ struct FirstConnection {
   QXBusSerivceManager* make() {
     auto client = qxbus::Client::connect(qxbus::busAddress());
     if (!client) {
-      norvoLogPrint(0, 7, "QXBUS", "%s", client.reason().c_str());
+      qxbus::logError(client.reason());
       return nullptr;
     }
     auto impl = std::make_unique<QXBusSerivceManager::Impl>();

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <atomic>
 #include <map>
-#include <mutex>
 #include <stdexcept>
 #include <utility>
 
@@ -13,21 +12,18 @@
 #include "bus/dbus/names.h"
 #include "bus/dbus/wire.h"
 #include "bus/dbus/worker.h"
+#include "platform/mutex.h"
 
 namespace qxbus {
 namespace {
 
 constexpr int kBusTimeoutMs = 5000;
 
-std::string textOf(const char* field) {
-  return field ? field : "";
-}
-
 // Where a reply goes. Kept instead of the call: libdbus counts the messages that are kept, and
 // stops reading when they are too many.
 struct ReturnAddress {
   explicit ReturnAddress(DBusMessage* call)
-      : sender(textOf(dbus_message_get_sender(call))),
+      : sender(orEmpty(dbus_message_get_sender(call))),
         serial(dbus_message_get_serial(call)),
         isWaitedFor(!dbus_message_get_no_reply(call)) {}
 
@@ -189,8 +185,8 @@ struct ServiceHost::Impl {
     objectXml = node(xml + "  </interface>\n");
   }
 
-  // On the I/O thread: answers what needs no handler, leaves the rest to the host's thread.
-  void onMessage(const std::shared_ptr<Connection>& from, MessagePtr message);
+  // On the I/O thread: answers calls that need no handler, leaves the rest to the host's thread.
+  void onMessage(DBusMessage* call);
   bool answerStandardCall(Connection& to, DBusMessage* call) const;
   void onLost();
   void emit(const std::string& onInterface, const std::string& name, const Values& values) const;
@@ -202,23 +198,29 @@ struct ServiceHost::Impl {
   // Shared with the call that is being handled, which may end the host.
   std::map<std::string, std::shared_ptr<const std::function<void(Request)>>> methods;
 
-  std::mutex mutex;  // guards the next three
-  std::shared_ptr<Connection> connection;
-  std::function<void()> lostCallback;
-  bool lost = false;
+  // Null until the host has connected.
+  std::shared_ptr<Connection> currentConnection() const {
+    const platform::MutexLock lock(mutex);
+    return connection;
+  }
 
-  Worker worker;
+  mutable platform::Mutex mutex;
+  std::shared_ptr<Connection> connection QX_GUARDED_BY(mutex);
+  std::function<void()> lostCallback QX_GUARDED_BY(mutex);
+  bool isLost QX_GUARDED_BY(mutex) = false;
+
+  Worker worker{"qxbus-service"};
 };
 
-void ServiceHost::Impl::onMessage(const std::shared_ptr<Connection>& from, MessagePtr message) {
-  DBusMessage* const call = message.get();
+void ServiceHost::Impl::onMessage(DBusMessage* call) {
+  const std::shared_ptr<Connection> from = currentConnection();
   if (!from || dbus_message_get_type(call) != DBUS_MESSAGE_TYPE_METHOD_CALL ||
       answerStandardCall(*from, call)) {
     return;
   }
-  const std::string onPath = textOf(dbus_message_get_path(call));
-  const std::string onInterface = textOf(dbus_message_get_interface(call));
-  const std::string name = textOf(dbus_message_get_member(call));
+  const std::string onPath = orEmpty(dbus_message_get_path(call));
+  const std::string onInterface = orEmpty(dbus_message_get_interface(call));
+  const std::string name = orEmpty(dbus_message_get_member(call));
   if (onPath != path) {
     sendError(*from, call, DBUS_ERROR_UNKNOWN_OBJECT,
               "there is no object " + onPath + "; the object is " + path);
@@ -242,7 +244,7 @@ void ServiceHost::Impl::onMessage(const std::shared_ptr<Connection>& from, Messa
 }
 
 bool ServiceHost::Impl::answerStandardCall(Connection& to, DBusMessage* call) const {
-  const std::string onPath = textOf(dbus_message_get_path(call));
+  const std::string onPath = orEmpty(dbus_message_get_path(call));
   if (dbus_message_is_method_call(call, DBUS_INTERFACE_PEER, "Ping")) {
     if (const MessagePtr pong{dbus_message_new_method_return(call)}) {
       to.send(pong.get());
@@ -278,8 +280,8 @@ bool ServiceHost::Impl::answerStandardCall(Connection& to, DBusMessage* call) co
 void ServiceHost::Impl::onLost() {
   std::function<void()> callback;
   {
-    const std::lock_guard<std::mutex> lock(mutex);
-    lost = true;
+    const platform::MutexLock lock(mutex);
+    isLost = true;
     callback.swap(lostCallback);
   }
   if (callback) {
@@ -294,7 +296,7 @@ void ServiceHost::Impl::emit(const std::string& onInterface, const std::string& 
   }
   const MessagePtr signal(dbus_message_new_signal(path.c_str(), onInterface.c_str(), name.c_str()));
   if (signal && appendBody(signal.get(), values)) {
-    connection->send(signal.get());
+    currentConnection()->send(signal.get());
   }
 }
 
@@ -304,33 +306,28 @@ ServiceHost::ServiceHost(const std::string& address, const std::string& service,
     throw std::runtime_error("\"" + service + "\" is no name for a service");
   }
   impl_ = std::make_shared<Impl>(service, std::move(methods), events);
-  if (!impl_->worker.isRunning()) {
-    throw std::runtime_error(kNoThread);
+  if (const auto& started = impl_->worker.started(); !started) {
+    throw std::runtime_error(started.reason());
   }
   const Clock::time_point deadline = deadlineAfter(kBusTimeoutMs);
-  const std::weak_ptr<Impl> self = impl_;
-  const auto connected = connectToBus(address,
-                                      {[self](MessagePtr message) {
-                                         if (const std::shared_ptr<Impl> impl = self.lock()) {
-                                           std::unique_lock<std::mutex> lock(impl->mutex);
-                                           const std::shared_ptr<Connection> from =
-                                               impl->connection;
-                                           lock.unlock();
-                                           impl->onMessage(from, std::move(message));
-                                         }
-                                       },
-                                       [self] {
-                                         if (const std::shared_ptr<Impl> impl = self.lock()) {
-                                           impl->onLost();
-                                         }
-                                       }},
-                                      deadline);
+  const auto withImpl = [self = std::weak_ptr<Impl>(impl_)](auto task) {
+    if (const std::shared_ptr<Impl> impl = self.lock()) {
+      task(*impl);
+    }
+  };
+  const auto connected =
+      connectToBus(address,
+                   {[withImpl](const MessagePtr& message) {
+                      withImpl([&message](Impl& impl) { impl.onMessage(message.get()); });
+                    },
+                    [withImpl] { withImpl([](Impl& impl) { impl.onLost(); }); }},
+                   deadline);
   if (!connected) {
     throw std::runtime_error(connected.reason());
   }
   const std::shared_ptr<Connection>& connection = *connected;
   {
-    const std::lock_guard<std::mutex> lock(impl_->mutex);
+    const platform::MutexLock lock(impl_->mutex);
     impl_->connection = connection;
   }
   // From here on calls are answered, so the name may be taken: it is what callers wait for.
@@ -340,7 +337,7 @@ ServiceHost::ServiceHost(const std::string& address, const std::string& service,
 }
 
 ServiceHost::~ServiceHost() {
-  releaseName(*impl_->connection, busNameOf(impl_->service), deadlineAfter(kBusTimeoutMs));
+  releaseName(*impl_->currentConnection(), busNameOf(impl_->service), deadlineAfter(kBusTimeoutMs));
   impl_->worker.finish();
 }
 
@@ -354,8 +351,8 @@ void ServiceHost::broadcast(const std::string& name, const Values& values) {
 
 void ServiceHost::setLostCallback(std::function<void()> onLost) {
   {
-    const std::lock_guard<std::mutex> lock(impl_->mutex);
-    if (!impl_->lost) {
+    const platform::MutexLock lock(impl_->mutex);
+    if (!impl_->isLost) {
       impl_->lostCallback.swap(onLost);
       return;
     }

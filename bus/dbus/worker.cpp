@@ -1,83 +1,99 @@
 #include "bus/dbus/worker.h"
 
-#include <condition_variable>
 #include <deque>
-#include <mutex>
-#include <system_error>
 #include <thread>
+#include <utility>
+
+#include "base/thread.h"
+#include "platform/mutex.h"
 
 namespace qxbus {
 
-bool startThread(const std::function<void()>& task) {
-  try {
-    std::thread(task).detach();
-    return true;
-  } catch (const std::system_error&) {
-    return false;
+base::Result<void> startDetached(const char* name, std::function<void()> task) {
+  auto started = base::startThread(name, std::move(task));
+  if (!started) {
+    return started.failed();
   }
+  started->detach();
+  return {};
 }
 
-struct Worker::State {
-  // The tasks that are dropped are destroyed by the caller, outside the lock.
-  void stop(std::deque<std::function<void()>>* dropped) {
-    stopped = true;
-    dropped->swap(tasks);
-    changed.notify_one();
-  }
-
-  std::mutex mutex;
-  std::condition_variable changed;
-  std::condition_variable idle;
-  std::deque<std::function<void()>> tasks;
-  std::thread::id thread;
-  bool running = false;
-  bool stopped = false;
-};
-
-Worker::Worker() : state_(std::make_shared<State>()) {
-  // Detached: whoever gives up the worker may be standing on this very thread.
-  running_ = startThread([state = state_] {
-    std::unique_lock<std::mutex> lock(state->mutex);
-    state->thread = std::this_thread::get_id();
+// Shared with the thread, which may outlive the worker.
+class Worker::Queue {
+ public:
+  void run() {
+    platform::MutexLock lock(mutex_);
+    thread_ = std::this_thread::get_id();
     for (;;) {
-      state->changed.wait(lock, [&state] { return state->stopped || !state->tasks.empty(); });
-      if (state->stopped) {
+      while (!isStopped_ && tasks_.empty()) {
+        changed_.wait(lock);
+      }
+      if (isStopped_) {
         return;
       }
-      std::function<void()> task = std::move(state->tasks.front());
-      state->tasks.pop_front();
-      state->running = true;
+      std::function<void()> task = std::move(tasks_.front());
+      tasks_.pop_front();
+      isRunning_ = true;
       lock.unlock();
       task();
-      task = nullptr;  // what it holds is given up outside the lock, too
+      // The task's captures, too, are destroyed outside the lock.
+      task = nullptr;
       lock.lock();
-      state->running = false;
-      state->idle.notify_all();
+      isRunning_ = false;
+      idle_.notifyAll();
     }
-  });
-}
+  }
+
+  void post(std::function<void()> task) {
+    const platform::MutexLock lock(mutex_);
+    if (!isStopped_) {
+      tasks_.push_back(std::move(task));
+      changed_.notifyOne();
+    }
+  }
+
+  void stop() {
+    // Destroyed outside the lock.
+    std::deque<std::function<void()>> dropped;
+    const platform::MutexLock lock(mutex_);
+    isStopped_ = true;
+    dropped.swap(tasks_);
+    changed_.notifyOne();
+  }
+
+  void waitForTask() {
+    platform::MutexLock lock(mutex_);
+    while (isRunning_ && thread_ != std::this_thread::get_id()) {
+      idle_.wait(lock);
+    }
+  }
+
+ private:
+  platform::Mutex mutex_;
+  platform::Condition changed_;
+  platform::Condition idle_;
+  std::deque<std::function<void()>> tasks_ QX_GUARDED_BY(mutex_);
+  std::thread::id thread_ QX_GUARDED_BY(mutex_);
+  bool isRunning_ QX_GUARDED_BY(mutex_) = false;
+  bool isStopped_ QX_GUARDED_BY(mutex_) = false;
+};
+
+// The thread is detached: the worker may be destroyed on it.
+Worker::Worker(const char* name)
+    : queue_(std::make_shared<Queue>()),
+      started_(startDetached(name, [queue = queue_] { queue->run(); })) {}
 
 Worker::~Worker() {
-  std::deque<std::function<void()>> dropped;
-  const std::lock_guard<std::mutex> lock(state_->mutex);
-  state_->stop(&dropped);
-}
-
-void Worker::finish() {
-  std::deque<std::function<void()>> dropped;
-  std::unique_lock<std::mutex> lock(state_->mutex);
-  state_->stop(&dropped);
-  if (state_->thread != std::this_thread::get_id()) {
-    state_->idle.wait(lock, [this] { return !state_->running; });
-  }
+  queue_->stop();
 }
 
 void Worker::post(std::function<void()> task) {
-  const std::lock_guard<std::mutex> lock(state_->mutex);
-  if (!state_->stopped) {
-    state_->tasks.push_back(std::move(task));
-    state_->changed.notify_one();
-  }
+  queue_->post(std::move(task));
+}
+
+void Worker::finish() {
+  queue_->stop();
+  queue_->waitForTask();
 }
 
 }  // namespace qxbus

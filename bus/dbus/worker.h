@@ -1,4 +1,6 @@
-// Threads that never throw because there is none left.
+// A thread that runs the tasks that are posted to it, one after the other, in order.
+//
+// THREADS   Any thread may call any member; a task may destroy its worker.
 
 #ifndef BUS_DBUS_WORKER_H
 #define BUS_DBUS_WORKER_H
@@ -6,38 +8,36 @@
 #include <functional>
 #include <memory>
 
+#include "base/result.h"
+
 namespace qxbus {
 
-inline constexpr char kNoThread[] = "the system has no thread left";
+// Runs a task on a thread of that name, which nobody joins.
+base::Result<void> startDetached(const char* name, std::function<void()> task);
 
-// Runs a task on a new thread, which nobody waits for. False when there is none left.
-bool startThread(const std::function<void()>& task);
-
-// A thread that runs what is posted to it, one after the other, in order.
 class Worker {
  public:
-  // See isRunning().
-  Worker();
-  // What is posted and not yet begun is dropped. Does not wait for a task that is running, so it
-  // may be called from inside one.
+  // name is the thread's. See started().
+  explicit Worker(const char* name);
+  // Drops the tasks that have not begun. Does not wait for a task that is running.
   ~Worker();
 
   Worker(const Worker&) = delete;
   Worker& operator=(const Worker&) = delete;
 
-  // False when there was no thread left for it: nothing that is posted will run.
-  bool isRunning() const { return running_; }
+  // A failure when the system had no thread left: no task will run.
+  const base::Result<void>& started() const { return started_; }
 
   void post(std::function<void()> task);
 
-  // Drops what has not begun and takes nothing more; waits for the task that is running, unless
-  // called from inside it.
+  // Drops the tasks that have not begun and takes no more; waits for the task that is running,
+  // unless called from inside it.
   void finish();
 
  private:
-  struct State;
-  std::shared_ptr<State> state_;
-  bool running_ = false;
+  class Queue;
+  std::shared_ptr<Queue> queue_;
+  base::Result<void> started_;
 };
 
 }  // namespace qxbus

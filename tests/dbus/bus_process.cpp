@@ -13,6 +13,9 @@
 //   bus_process close VARIABLE=VALUE all|sockets
 //       closes its own descriptors; prints "death" and "there" when it has noticed, and connected
 //       again
+//   bus_process signal VARIABLE=VALUE
+//       runs a service and uses it; prints the names of its bus threads, then waits for SIGTERM in
+//       its main thread, which alone blocks it, and prints "SIGTERM"
 //   bus_process absent VARIABLE=VALUE
 //       prints how many more blocks of memory are in use after 200 asks for a service that is
 //       absent
@@ -24,10 +27,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <filesystem>
+#include <fstream>
 #include <functional>
 #include <future>
 #include <memory>
 #include <new>
+#include <set>
 #include <string>
 #include <system_error>
 #include <thread>
@@ -41,6 +47,7 @@
 #include <sys/syscall.h>
 #endif
 
+#include "base/text.h"
 #include "bus/dbus/bus_failure.h"
 #include "bus/dbus/service_host.h"
 #include "bus/dbus/wire.h"
@@ -253,6 +260,48 @@ int loseDescriptors(bool socketsOnly) {
   return 0;
 }
 
+// --- Signals -------------------------------------------------------------------------------------
+
+// The names of the threads that begin with qxbus, each once; empty where the system does not list
+// threads.
+std::string busThreadNames() {
+  std::set<std::string> names;
+  std::error_code ignored;
+  for (const auto& task : std::filesystem::directory_iterator("/proc/self/task", ignored)) {
+    std::string name;
+    std::getline(std::ifstream(task.path() / "comm"), name);
+    if (name.rfind("qxbus", 0) == 0) {
+      names.insert(name);
+    }
+  }
+  return base::joined({names.begin(), names.end()}, " ");
+}
+
+int waitForSignal() {
+  const qxbus::ServiceHost host("", "vel", {});
+  QXBusSerivceManager* const manager = QXBusSerivceManager::initSync(-1);
+  const std::shared_ptr<QXBusProxyInterface> proxy =
+      manager->getServiceProxyInterface("vel", QXBUS_SECURITY_SAME_USER_OR_ROOT, 1);
+  proxy->callWithReplyBlocking(proxy->makeMethodCallMessage("absent"), 10000);
+
+  sigset_t termination;
+  ::sigemptyset(&termination);
+  ::sigaddset(&termination, SIGTERM);
+  ::pthread_sigmask(SIG_BLOCK, &termination, nullptr);
+  // A thread gives itself its name once it runs.
+  constexpr int kBusThreads = 5;
+  std::string names = busThreadNames();
+  for (int i = 0; i < 1000 && std::count(names.begin(), names.end(), ' ') < kBusThreads - 1; ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    names = busThreadNames();
+  }
+  say(names);
+  int number = 0;
+  ::sigwait(&termination, &number);
+  say("SIGTERM");
+  return 0;
+}
+
 // --- Memory --------------------------------------------------------------------------------------
 
 int askForWhatIsAbsent() {
@@ -297,6 +346,9 @@ int run(int argc, char** argv) {
   }
   if (mode == "close" && argc > 3) {
     return loseDescriptors(std::string(argv[3]) == "sockets");
+  }
+  if (mode == "signal") {
+    return waitForSignal();
   }
   if (mode == "absent") {
     return askForWhatIsAbsent();

@@ -75,8 +75,8 @@ std::vector<std::string> loggedLines() {
 // --- TestService ---------------------------------------------------------------------------------
 
 struct TestService::Held {
-  mutable std::mutex mutex;
-  std::deque<qxbus::Request> requests;
+  platform::Mutex mutex;
+  std::deque<qxbus::Request> requests QX_GUARDED_BY(mutex);
 };
 
 TestService::TestService(const std::string& name, std::vector<qxbus::Method> more,
@@ -87,7 +87,7 @@ TestService::TestService(const std::string& name, std::vector<qxbus::Method> mor
                     request.fail(qxbus::readString(request.arguments(), 0));
                   }});
   more.push_back({"hold", [held = held_](qxbus::Request request) {
-                    const std::lock_guard<std::mutex> lock(held->mutex);
+                    const platform::MutexLock lock(held->mutex);
                     held->requests.push_back(std::move(request));
                   }});
   host_ = std::make_unique<qxbus::ServiceHost>("", name, std::move(more), events);
@@ -96,7 +96,7 @@ TestService::TestService(const std::string& name, std::vector<qxbus::Method> mor
 TestService::~TestService() = default;
 
 std::size_t TestService::held() const {
-  const std::lock_guard<std::mutex> lock(held_->mutex);
+  const platform::MutexLock lock(held_->mutex);
   return held_->requests.size();
 }
 
@@ -106,7 +106,7 @@ bool TestService::waitForHeld(std::size_t count) const {
 
 std::shared_ptr<std::deque<qxbus::Request>> TestService::takeHeld() {
   auto taken = std::make_shared<std::deque<qxbus::Request>>();
-  const std::lock_guard<std::mutex> lock(held_->mutex);
+  const platform::MutexLock lock(held_->mutex);
   taken->swap(held_->requests);
   return taken;
 }
@@ -155,11 +155,14 @@ ProxyRef BusTest::proxyOf(const std::string& service) {
 }
 
 QXBusEventCallback* BusTest::lastingListener(std::function<void(MessageRef)> handler) {
-  static auto* const mutex = new std::mutex;
-  static auto* const listeners = new std::deque<QXBusEventCallback>;
-  const std::lock_guard<std::mutex> lock(*mutex);
-  listeners->emplace_back().handler = std::move(handler);
-  return &listeners->back();
+  struct Listeners {
+    platform::Mutex mutex;
+    std::deque<QXBusEventCallback> all QX_GUARDED_BY(mutex);
+  };
+  static auto* const listeners = new Listeners;
+  const platform::MutexLock lock(listeners->mutex);
+  listeners->all.emplace_back().handler = std::move(handler);
+  return &listeners->all.back();
 }
 
 std::string BusTest::newBroadcastName() {

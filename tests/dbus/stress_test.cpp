@@ -135,8 +135,7 @@ TEST_F(UnderStress, TheBusMayComeAndGo) {
 // Every interface that was made before the death is told of it, once.
 TEST_F(UnderStress, NoDeathIsMissedAndNoneIsToldTwice) {
   const auto deaths = std::make_shared<std::atomic<int>>(0);
-  std::vector<ProxyRef> interfaces;
-  std::mutex mutex;
+  Record<ProxyRef> interfaces;
   for (int life = 0; life < 10; ++life) {
     auto service = std::make_unique<TestService>();
     std::atomic<bool> stop{false};
@@ -148,8 +147,7 @@ TEST_F(UnderStress, NoDeathIsMissedAndNoneIsToldTwice) {
           const ProxyRef proxy = manager().getServiceProxyInterface("vel", kSafe, 1);
           if (proxy) {
             proxy->setDeathCallback([deaths] { ++*deaths; });
-            const std::lock_guard<std::mutex> lock(mutex);
-            interfaces.push_back(proxy);
+            interfaces.add(proxy);
           }
         }
       });

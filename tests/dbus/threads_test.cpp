@@ -1,6 +1,7 @@
 // On which threads handlers run, and what waits for what.
 
 #include <atomic>
+#include <csignal>
 #include <numeric>
 #include <set>
 #include <thread>
@@ -35,6 +36,20 @@ TEST_F(HandlersOverDBus, RunOnNoThreadOfACaller) {
   ASSERT_TRUE(threads->waitFor(4));
 
   EXPECT_THAT(threads->items(), testing::Each(testing::Ne(std::this_thread::get_id())));
+}
+
+// Signals go to a thread that does not block them: only the client's are left.
+TEST_F(HandlersOverDBus, LeaveSignalsToTheClientAndTheirThreadsHaveNames) {
+  Process process(helper({BUS_PROCESS, "signal", "QXBUS_ADDRESS=" + bus().address()}));
+  const std::string names = process.readLine();
+#if defined(__linux__)
+  EXPECT_EQ(names, "qxbus-death qxbus-done qxbus-event qxbus-io qxbus-service");
+#endif
+
+  process.signal(SIGTERM);
+
+  EXPECT_EQ(process.readLine(), "SIGTERM");
+  EXPECT_EQ(process.wait().status, 0);
 }
 
 // What is known to have failed before it was asked for is still told elsewhere.

@@ -4,13 +4,13 @@
 #define TESTS_DBUS_WAITING_H
 
 #include <chrono>
-#include <condition_variable>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <utility>
 #include <vector>
+
+#include "platform/mutex.h"
 
 namespace dbustest {
 
@@ -42,27 +42,29 @@ inline bool waitUntil(const std::function<bool()>& condition, Milliseconds withi
 class Gate {
  public:
   void open() {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const platform::MutexLock lock(mutex_);
     open_ = true;
-    changed_.notify_all();
+    changed_.notifyAll();
   }
 
   bool isOpen() const {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const platform::MutexLock lock(mutex_);
     return open_;
   }
 
   // False when it is still shut.
   bool wait(Milliseconds within = kPatience) const {
-    const auto deadline = std::chrono::system_clock::now() + within;
-    std::unique_lock<std::mutex> lock(mutex_);
-    return changed_.wait_until(lock, deadline, [this] { return open_; });
+    const auto deadline = TestClock::now() + within;
+    platform::MutexLock lock(mutex_);
+    while (!open_ && changed_.waitUntil(lock, deadline)) {
+    }
+    return open_;
   }
 
  private:
-  mutable std::mutex mutex_;
-  mutable std::condition_variable changed_;
-  bool open_ = false;
+  mutable platform::Mutex mutex_;
+  mutable platform::Condition changed_;
+  bool open_ QX_GUARDED_BY(mutex_) = false;
 };
 
 // Opens a gate at the end of its scope, so that a failed test leaves nobody waiting.
@@ -82,13 +84,13 @@ template <typename T>
 class Record {
  public:
   void add(T item) {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const platform::MutexLock lock(mutex_);
     items_.push_back(std::move(item));
-    changed_.notify_all();
+    changed_.notifyAll();
   }
 
   std::vector<T> items() const {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const platform::MutexLock lock(mutex_);
     return items_;
   }
 
@@ -96,18 +98,20 @@ class Record {
 
   // False when there are still fewer.
   bool waitFor(std::size_t count, Milliseconds within = kPatience) const {
-    const auto deadline = std::chrono::system_clock::now() + within;
-    std::unique_lock<std::mutex> lock(mutex_);
-    return changed_.wait_until(lock, deadline, [&] { return items_.size() >= count; });
+    const auto deadline = TestClock::now() + within;
+    platform::MutexLock lock(mutex_);
+    while (items_.size() < count && changed_.waitUntil(lock, deadline)) {
+    }
+    return items_.size() >= count;
   }
 
   // Whether it stays at that many for a moment.
   bool stays(std::size_t count) const { return !waitFor(count + 1, kSilence) && size() == count; }
 
  private:
-  mutable std::mutex mutex_;
-  mutable std::condition_variable changed_;
-  std::vector<T> items_;
+  mutable platform::Mutex mutex_;
+  mutable platform::Condition changed_;
+  std::vector<T> items_ QX_GUARDED_BY(mutex_);
 };
 
 }  // namespace dbustest
