@@ -24,6 +24,8 @@
 #define QX_THREAD_SAFETY_(annotation)
 #endif
 
+// Classes whose objects hold a mutex for their scope.
+#define QX_SCOPED_LOCK QX_THREAD_SAFETY_(scoped_lockable)
 // Variables: the mutex guards the variable; the mutex guards the object behind the pointer.
 #define QX_GUARDED_BY(mutex) QX_THREAD_SAFETY_(guarded_by(mutex))
 #define QX_PT_GUARDED_BY(mutex) QX_THREAD_SAFETY_(pt_guarded_by(mutex))
@@ -59,7 +61,7 @@ class QX_THREAD_SAFETY_(capability("mutex")) Mutex {
 };
 
 // Holds a mutex for its scope, apart from the lines between unlock() and lock().
-class QX_THREAD_SAFETY_(scoped_lockable) MutexLock {
+class QX_SCOPED_LOCK MutexLock {
  public:
   explicit MutexLock(Mutex& mutex) QX_ACQUIRE(mutex) : lock_(mutex.mutex_) {}
   ~MutexLock() QX_RELEASE() = default;

@@ -489,6 +489,22 @@ TEST_F(InitTest, ConstructionDoesNotConnect) {
               ElementsAre("Debug ~VelProxy: velproxy destroyed ...", "Debug ReleaseService: "));
 }
 
+// --- Listeners ----------------------------------------------------------------------------------
+
+// A listener is one object of its own on the heap, so that a bus may free it once it is removed.
+TEST_F(InitTest, ABusMayFreeTheListenersThatItHasRemoved) {
+  bus.setFreeing(true);
+
+  for (int connection = 0; connection < 3; ++connection) {
+    EXPECT_EQ(fresh.Init(), 0u);
+    fresh.ReleaseService();
+  }
+  EXPECT_EQ(fresh.Init(), 0u);
+  bus.emit("velevent", EventArguments().int32(0).int32(1));
+
+  EXPECT_EQ(timeline.count("Debug HandleEvent: enter"), 3) << "instance, proxy, fresh";
+}
+
 // --- onServiceDeath -----------------------------------------------------------------------------
 
 struct Registration {
@@ -835,6 +851,32 @@ TEST_F(DeathTest, NothingElseWaitsForThePollingThread) {
   EXPECT_EQ(proxy->ResetService(), kFailed);
   EXPECT_THAT(log.errors(), Contains(HasSubstr("no answer was scripted for resetService")))
       << "it has stayed connected";
+}
+
+TEST_F(DeathTest, ACallbackThatRunsDelaysNoPoll) {
+  int userData = 0;
+  ASSERT_EQ(proxy->RegisterDeviceCallback(
+                [](unsigned short, CommonDevice*, void*) {
+                  scripted::Timeline::the().add("device callback");
+                  return 0;
+                },
+                &userData),
+            0);
+  Gate callback = timeline.hold("device callback");
+  Background event([this] {
+    bus.emit("velevent", EventArguments().int32(0).int32(4).bytes(Bytes(700, 0)));
+    return true;
+  });
+  ASSERT_TRUE(callback.isReached());
+  serviceReturnsAtPause(1);
+
+  bus.serviceDies();
+
+  EXPECT_TRUE(timeline.waitFor("Debug onServiceDeath: wait for velservice ...., waiting cnt=1"));
+  EXPECT_EQ(timeline.count("pause 5 s"), 0) << "a device callback is registered";
+  callback.open();
+  bus.waitForDeaths();
+  EXPECT_TRUE(event.isDone());
 }
 
 TEST_F(DeathTest, ACallThatWaitsForADeadServiceEndsBeforeTheRelease) {

@@ -420,6 +420,17 @@ TEST_P(DiagnosisTest, ConnectsAgainAlsoWhenTheLookUpDoesNot) {
   EXPECT_NE(message, events.end());
 }
 
+TEST_P(DiagnosisTest, TriesToConnectOnceWhileTheServiceIsAway) {
+  run("win11", &listener);
+  disconnect(*instance);
+  bus.setRegistered(false);
+
+  run("win11", &listener);
+
+  EXPECT_EQ(timeline.count(kReconnects), 1);
+  EXPECT_THAT(log.errors(), testing::Contains("retry to get qxbus interface failed").Times(1));
+}
+
 TEST_P(DiagnosisTest, ReportsGoOnAfterAFailure) {
   bus.answer(GetParam().method, Reply::error("busy"));
   EXPECT_EQ(run("win11", &listener), kNoDiagnosis);

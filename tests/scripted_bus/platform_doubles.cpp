@@ -175,7 +175,7 @@ std::string GetAppDataPath() {
 
 namespace qx {
 
-void pauseFor(std::chrono::seconds duration) {
+void pauseFor(std::chrono::seconds duration, Lifetime& /*lifetime*/) {
   scripted::Timeline::the().add("pause " + std::to_string(duration.count()) + " s");
 }
 

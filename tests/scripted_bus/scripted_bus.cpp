@@ -183,6 +183,7 @@ void ScriptedBus::reset() {
   isReachable_ = true;
   isRegistered_ = true;
   isRefusing_ = false;
+  isFreeing_ = false;
   answers_.clear();
   nextAnswers_.clear();
   vms_.clear();
@@ -211,6 +212,11 @@ void ScriptedBus::setRegistered(bool registered) {
 void ScriptedBus::setRefusing(bool refusing) {
   const std::lock_guard<std::mutex> lock(mutex_);
   isRefusing_ = refusing;
+}
+
+void ScriptedBus::setFreeing(bool freeing) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  isFreeing_ = freeing;
 }
 
 void ScriptedBus::answer(const std::string& method, const Reply& reply) {
@@ -269,9 +275,16 @@ void ScriptedBus::serviceDies() {
   for (auto& [number, interface] : interfaces_) {
     interface.isAlive = false;
     if (interface.deathCallback) {
-      deaths_.emplace_back(std::exchange(interface.deathCallback, nullptr));
+      startDeath(std::exchange(interface.deathCallback, nullptr));
     }
   }
+}
+
+void ScriptedBus::startDeath(std::function<void()> callback) {
+  deaths_.emplace_back([callback = std::move(callback)] {
+    Timeline::the().pass("death");
+    callback();
+  });
 }
 
 void ScriptedBus::waitForDeaths() {
@@ -541,7 +554,7 @@ void QXBusProxyInterface::setDeathCallback(std::function<void()> callback) {
   if (interface.isAlive) {
     interface.deathCallback = std::move(callback);
   } else {
-    bus.deaths_.emplace_back(std::move(callback));
+    bus.startDeath(std::move(callback));
   }
 }
 
@@ -564,6 +577,9 @@ void QXBusProxyInterface::removeEventListener(std::string name, QXBusEventCallba
                                    return listening.event == name && listening.listener == listener;
                                  }),
                   listeners.end());
+  if (bus.isFreeing_) {
+    delete listener;
+  }
 }
 
 // ------------------------------------------------------------------------------------------------

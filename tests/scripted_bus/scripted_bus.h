@@ -20,6 +20,8 @@
 //   return connectDevice()                        the reply is handed over
 //   read connectDevice(0)                         an argument of the reply is read; not recorded,
 //                                                 only for when() and hold()
+//   death                                         a death callback is about to run; not recorded,
+//                                                 only for when() and hold()
 //
 // An action that Timeline::when runs at one of these events comes before the bus does its part: at
 // `call` the reply can still be scripted, at `isServiceRegistered` the service can still be
@@ -126,6 +128,8 @@ class ScriptedBus {
   void setRegistered(bool registered);
   // true: getServiceProxyInterface gives none, although the service is registered.
   void setRefusing(bool refusing);
+  // true: removeEventListener frees the listener, as a bus may.
+  void setFreeing(bool freeing);
 
   // --- What the service answers ----------------------------------------------------------------
 
@@ -187,6 +191,8 @@ class ScriptedBus {
     Reply reply;
   };
 
+  // Needs mutex_.
+  void startDeath(std::function<void()> callback);
   Reply replyTo(const Call& call);
   void record(const Call& call);
 
@@ -194,6 +200,7 @@ class ScriptedBus {
   bool isReachable_ = true;
   bool isRegistered_ = true;
   bool isRefusing_ = false;
+  bool isFreeing_ = false;
   std::map<std::string, Reply> answers_;
   std::map<std::string, std::deque<Reply>> nextAnswers_;
   std::map<std::string, unsigned int> vms_;

@@ -1,10 +1,12 @@
-// The instance, its connection to the service, and what happens when the service dies.
+// The instance, its connection to the service, and what follows when the service dies.
 
 #include <cstdio>
-#include <new>
+#include <vector>
 
 #include "platform/app_data_path.h"
+#include "vel/apps/local/velproxy/internal/client_code.h"
 #include "vel/apps/local/velproxy/internal/error_report.h"
+#include "vel/apps/local/velproxy/internal/lifetime.h"
 #include "vel/apps/local/velproxy/internal/pause.h"
 #include "vel/apps/local/velproxy/internal/remote_call.h"
 #include "vel/apps/local/velproxy/internal/vel_log.h"
@@ -18,55 +20,54 @@ constexpr unsigned int kFailed = 0xFFFFFFFF;
 constexpr int kWaitForTheBus = -1;
 constexpr int kInterfaceMode = 1;
 
-constexpr std::chrono::seconds kPauseWhenNobodyWaits{5};
+constexpr std::chrono::seconds kPauseWithoutCallbacks{5};
 constexpr std::chrono::seconds kPauseBetweenPolls{2};
 constexpr int kMostPolls = 500;
+// Of per-VM callbacks, which get no other code.
 constexpr unsigned short kSessionEnded = 5;
 
 std::atomic<VelProxy*> mVelProxy{nullptr};
+thread_local unsigned int attempts = 0;
 
 // Never destroyed: a call may come as late as the destructors of the client's own statics.
-std::mutex& creationMutex() {
-  static auto* const mutex = new std::mutex;
+platform::Mutex& creationMutex() {
+  static auto* const mutex = new platform::Mutex;
   return *mutex;
 }
 
-// Runs what the bus calls on a thread of its own, where an exception would end the process. Only a
-// client's code throws: its callbacks and what it overrides.
-template <typename Action>
-void withoutExceptions(const Action& action) {
-  try {
-    action();
-  } catch (...) {
-    VEL_ERROR("a callback has thrown an exception");
-  }
-}
-
-// A listener outlives its registration, because the bus may be calling it at that moment. So none
-// is ever freed; they are kept in a list, which also tells leak checkers that they are meant to be.
+// Never freed by the library: the bus may be calling a listener while it is removed. A bus may free
+// those that were removed, so nothing looks at them here; the list is for leak checkers, which take
+// what is reachable for kept on purpose.
 QXBusEventCallback* newListener(std::function<void(std::shared_ptr<QXBusMessage>)> handler) {
-  static auto* const mutex = new std::mutex;
-  static auto* const listeners = new std::list<QXBusEventCallback>;
-  const std::lock_guard<std::mutex> lock(*mutex);
-  listeners->emplace_back();
-  listeners->back().handler = [handler =
-                                   std::move(handler)](const std::shared_ptr<QXBusMessage>& event) {
+  static auto* const mutex = new platform::Mutex;
+  static auto* const listeners = new std::vector<QXBusEventCallback*>;
+  auto* const listener = new QXBusEventCallback;
+  listener->handler = [handler = std::move(handler)](const std::shared_ptr<QXBusMessage>& event) {
     withoutExceptions([&] { handler(event); });
   };
-  return &listeners->back();
+  const platform::MutexLock lock(*mutex);
+  listeners->push_back(listener);
+  return listener;
 }
 
 }  // namespace
 
-VelProxy::VelProxy() = default;
+VelProxy::VelProxy() : lifetime_(std::make_shared<Lifetime>()) {}
 
 VelProxy::~VelProxy() {
   const LastErrorKeeper keeper;
   VEL_DEBUG("velproxy destroyed ...");
+  // Without a lock: the threads that this waits for take them.
+  lifetime_->end();
   VelProxy::ReleaseService();
 }
 
+unsigned int attemptsToConnect() {
+  return attempts;
+}
+
 VelProxy* VelProxy::getInstance() {
+  ++attempts;
   // Connecting again belongs to the operation that follows.
   const LastErrorKeeper keeper;
   if (VelProxy* const instance = mVelProxy.load()) {
@@ -75,7 +76,7 @@ VelProxy* VelProxy::getInstance() {
     }
     return instance;
   }
-  const std::lock_guard<std::mutex> lock(creationMutex());
+  const platform::MutexLock lock(creationMutex());
   if (VelProxy* const instance = mVelProxy.load()) {
     instance->Init();
     return instance;
@@ -95,7 +96,7 @@ unsigned int VelProxy::Init() {
   if (currentInterface()) {
     return 0;
   }
-  const std::lock_guard<std::mutex> lock(callMutex_);
+  const platform::MutexLock lock(callMutex_);
   if (currentInterface()) {
     return 0;
   }
@@ -128,11 +129,21 @@ unsigned int VelProxy::Init() {
   std::atomic_store(&interface_, interface);
 
   eventListener_ =
-      newListener([this](const std::shared_ptr<QXBusMessage>& event) { HandleEvent(event); });
+      newListener([this, lifetime = lifetime_](const std::shared_ptr<QXBusMessage>& event) {
+        const Lifetime::Visit visit(lifetime);
+        if (visit) {
+          HandleEvent(event);
+        }
+      });
   VEL_DEBUG("init callback : %p", static_cast<void*>(eventListener_));
   interface->addEventListener(velprotocol::kServiceEvent, eventListener_,
                               QXBUS_SECURITY_SAME_USER_OR_ROOT);
-  interface->setDeathCallback([this] { withoutExceptions([this] { onServiceDeath(); }); });
+  interface->setDeathCallback([this, lifetime = lifetime_] {
+    const Lifetime::Visit visit(lifetime);
+    if (visit) {
+      withoutExceptions([this] { onServiceDeath(); });
+    }
+  });
   return InitBroadcast();
 }
 
@@ -158,7 +169,7 @@ void VelProxy::ReleaseService() {
   VEL_DEBUG("");
   // Given up after the lock: whoever holds the last reference destroys the interface.
   std::shared_ptr<QXBusProxyInterface> released;
-  const std::lock_guard<std::mutex> lock(callMutex_);
+  const platform::MutexLock lock(callMutex_);
   if (currentInterface() && serviceManager_.load()) {
     released = std::atomic_exchange(&interface_, {});
     released->removeEventListener(velprotocol::kServiceEvent, eventListener_);
@@ -173,27 +184,29 @@ unsigned int VelProxy::ResetService() {
 
 void VelProxy::onServiceDeath() {
   const ErrorReport report;
+  // Nothing of the object may be used once it is being destroyed, which a callback below may do.
+  const std::shared_ptr<Lifetime> lifetime = lifetime_;
+  Lifetime::Visit visit(lifetime);
   VEL_ERROR("vel serviced death");
   {
-    const std::lock_guard<std::mutex> lock(vmIdMutex_);
+    const platform::MutexLock lock(vmIdMutex_);
     vmIds_.clear();
     ++vmIdGeneration_;
   }
   ReleaseService();
 
-  bool nobodyWaits = false;
-  {
-    const std::lock_guard<std::mutex> lock(callbackMutex_);
-    nobodyWaits = deviceCallbacks_.empty() && vmCallbacks_.empty();
-  }
-  if (nobodyWaits) {
-    pauseFor(kPauseWhenNobodyWaits);
+  // Without the callback mutex, which a client's callback may hold for long.
+  if (!firstDeviceUserData_.load() && !hasVmCallbacks_.load()) {
+    pauseFor(kPauseWithoutCallbacks, *lifetime);
   }
   int polls = 0;
-  while (!isServiceRegistered() && polls < kMostPolls) {
+  while (!lifetime->hasEnded() && !isServiceRegistered() && polls < kMostPolls) {
     VEL_DEBUG("wait for velservice ....");
-    pauseFor(kPauseBetweenPolls);
+    pauseFor(kPauseBetweenPolls, *lifetime);
     ++polls;
+  }
+  if (lifetime->hasEnded()) {
+    return;
   }
   VEL_DEBUG("wait for velservice ...., waiting cnt=%d", polls);
   // The other steps are this object's own; connecting is for the instance that clients use.
@@ -201,18 +214,27 @@ void VelProxy::onServiceDeath() {
     instance->Init();
   }
 
-  const std::lock_guard<std::mutex> lock(callbackMutex_);
+  platform::MutexLock lock(callbackMutex_);
+  visit.setLock(lock);
   const std::map<std::string, VmRegistration> ended = vmCallbacks_;
   for (const auto& [vmId, registration] : ended) {
+    if (lifetime->hasEnded()) {
+      return;
+    }
     VEL_ERROR("erase vmId: %s", vmId.c_str());
     VEL_DEBUG("ServiceRegistered:%d count=%d callback=%p userdata=%p",
               isServiceRegistered() ? 1 : 0, polls, reinterpret_cast<void*>(registration.callback),
               registration.userData);
     if (registration.callback) {
-      registration.callback(kSessionEnded, nullptr, registration.userData);
+      withoutExceptions([&registration = registration] {
+        registration.callback(kSessionEnded, nullptr, registration.userData);
+      });
     }
   }
-  vmCallbacks_.clear();
+  if (!lifetime->hasEnded()) {
+    vmCallbacks_.clear();
+    callbacksChanged();
+  }
 }
 
 std::shared_ptr<QXBusProxyInterface> VelProxy::currentInterface() const {

@@ -112,8 +112,8 @@ int VelProxy::ConfigNewDeviceAsConnect(const std::string& vmId, unsigned long lo
       "popupCardConfig=%d",
       vmId.c_str(), static_cast<long>(sourceId), type, autoConnect, popupCardConfig);
   return RemoteCall(*this)
-      .saying(kTexts)
-      .method("configNewDeviceAsConnect", RemoteCall::kPatientTimeoutMs)
+      .withTexts(kTexts)
+      .method("configNewDeviceAsConnect", RemoteCall::kSlowTimeoutMs)
       .vm(vmId)
       .eightBytes(sourceId)
       .int32(int{type})
@@ -135,7 +135,7 @@ int VelProxy::ConfigNewDeviceAsIgnore(unsigned long long sourceId, unsigned shor
       "ConfigNewDeviceAsIgnore: sourceId=%ld, deviceType=%d, autoConnect=%d, popupCardConfig=%d",
       static_cast<long>(sourceId), deviceType, autoConnect, popupCardConfig);
   return RemoteCall(*this)
-      .saying(kTexts)
+      .withTexts(kTexts)
       .method("configNewDeviceAsIgnore", kIgnoreTimeoutMs)
       .eightBytes(sourceId)
       .int32(int{deviceType})
@@ -148,7 +148,7 @@ int VelProxy::ConfigUdisks2Command(const std::string& vmId, unsigned long long s
                                    unsigned short command) {
   VEL_DEBUG("enter");
   RemoteCall call(*this);
-  if (!call.method("ConfigUdisks2Command", RemoteCall::kPatientTimeoutMs)) {
+  if (!call.method("ConfigUdisks2Command", RemoteCall::kSlowTimeoutMs)) {
     return RemoteCall::kNoAnswer;
   }
   const unsigned int vm = call.numberOf(vmId);

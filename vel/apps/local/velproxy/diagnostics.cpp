@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "vel/apps/local/velproxy/internal/client_code.h"
 #include "vel/apps/local/velproxy/internal/remote_call.h"
 #include "vel/apps/local/velproxy/internal/vel_log.h"
 #include "vel/apps/local/velproxy/vel_proxy.h"
@@ -10,22 +11,25 @@
 namespace qx {
 namespace {
 
-using Lock = RemoteCall::Lock;
-
 constexpr char kNoDiagnosis[] = "{\"velservice\":4097}";
 // The one kind of quality report that carries a figure.
 constexpr unsigned int kTypeWithFigure = 1;
 
-// The number of the VM that is to be diagnosed; 0, which is logged, when it has none.
-unsigned int vmToDiagnose(VelProxy& proxy, const char* method, const std::string& vmId,
+struct VmToDiagnose {
+  unsigned int number;  // 0, which is logged, when the VM has none
+  Reconnect reconnect;  // no, if the look-up of the number has tried it: once per operation
+};
+
+VmToDiagnose vmToDiagnose(VelProxy& proxy, const char* method, const std::string& vmId,
                           const char* function = __builtin_FUNCTION()) {
   ErrorReport report(method);
-  const unsigned int vm = report.numberOf(proxy, vmId);
-  if (vm == 0) {
+  const unsigned int attempts = attemptsToConnect();
+  const unsigned int number = report.numberOf(proxy, vmId);
+  if (number == 0) {
     VEL_ERROR_AT(function, __LINE__, "no desktop connected");
     report.refuse("the name of the VM is empty");
   }
-  return vm;
+  return {number, attemptsToConnect() == attempts ? Reconnect::kYes : Reconnect::kNo};
 }
 
 }  // namespace
@@ -49,7 +53,9 @@ int VelProxy::DoVelCmd(std::string vmId, std::string args, int cmdId) {
     const CmdRegistration registered = cmdRegistration();
     if (registered.callback) {
       VEL_DEBUG("do cmd response callback this[%p]", static_cast<void*>(this));
-      registered.callback(static_cast<unsigned short>(cmdId), nullptr, registered.userData);
+      withoutExceptions([&] {
+        registered.callback(static_cast<unsigned short>(cmdId), nullptr, registered.userData);
+      });
     }
   }
   return result.value_or(RemoteCall::kNoAnswer);
@@ -74,13 +80,13 @@ std::string VelProxy::Diagnose(const std::string& vmId, unsigned long long sourc
     return kNoDiagnosis;
   }
   VEL_DEBUG("diagnose: vmid[%s] sourceId:%lld", vmId.c_str(), static_cast<long long>(sourceId));
-  const unsigned int vm = vmToDiagnose(*this, kMethod, vmId);
-  if (vm == 0) {
+  const VmToDiagnose vm = vmToDiagnose(*this, kMethod, vmId);
+  if (vm.number == 0) {
     return kNoDiagnosis;
   }
-  RemoteCall call(*this, Lock::kReleased);
+  UnlockedCall call(*this, vm.reconnect);
   const std::optional<std::string> result =
-      call.method(kMethod, RemoteCall::kPatientTimeoutMs).int32(vm).eightBytes(sourceId).text();
+      call.method(kMethod, RemoteCall::kSlowTimeoutMs).int32(vm.number).eightBytes(sourceId).text();
   if (result) {
     VEL_DEBUG("diagnose result[%s]", result->c_str());
   }
@@ -96,13 +102,15 @@ std::string VelProxy::DiagnoseDevice(const std::string& vmId, unsigned short dev
     return kNoDiagnosis;
   }
   VEL_DEBUG("DiagnoseDevice: vmid[%s] devNumber:%d", vmId.c_str(), devNumber);
-  const unsigned int vm = vmToDiagnose(*this, kMethod, vmId);
-  if (vm == 0) {
+  const VmToDiagnose vm = vmToDiagnose(*this, kMethod, vmId);
+  if (vm.number == 0) {
     return kNoDiagnosis;
   }
-  RemoteCall call(*this);
-  const std::optional<std::string> result =
-      call.method(kMethod, RemoteCall::kPatientTimeoutMs).int32(vm).int32(int{devNumber}).text();
+  RemoteCall call(*this, vm.reconnect);
+  const std::optional<std::string> result = call.method(kMethod, RemoteCall::kSlowTimeoutMs)
+                                                .int32(vm.number)
+                                                .int32(int{devNumber})
+                                                .text();
   if (result) {
     VEL_DEBUG("DiagnoseDevice result[%s]", result->c_str());
   }
@@ -120,17 +128,13 @@ int VelProxy::CheckCameraAuthStat() {
 
 void VelProxy::SetBwInfo(const std::string& vmId, unsigned long long first,
                          unsigned long long second) {
-  RemoteCall(*this, Lock::kReleased)
-      .method("setBwInfo")
-      .vm(vmId)
-      .uint64(first)
-      .uint64(second)
-      .sendOnly();
+  UnlockedCall(*this).method("setBwInfo").vm(vmId).uint64(first).uint64(second).sendOnly();
 }
 
 void VelProxy::SetRtcQosInfo(const std::string& vmId, unsigned int type, void* data) {
-  RemoteCall call(*this, Lock::kReleased);
-  VEL_DEBUG("vmId:%s", vmId.c_str());
+  UnlockedCall call(*this, [&vmId, function = __func__] {
+    VEL_DEBUG_AT(function, __LINE__, "vmId:%s", vmId.c_str());
+  });
   call.method("setRtcQosInfo").vm(vmId).uint64(type);
   if (type == kTypeWithFigure && data) {
     unsigned int figure = 0;

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "vel/apps/local/velproxy/internal/blocks.h"
+#include "vel/apps/local/velproxy/internal/client_code.h"
 #include "vel/apps/local/velproxy/internal/error_report.h"
 #include "vel/apps/local/velproxy/internal/vel_log.h"
 #include "vel/apps/local/velproxy/vel_proxy.h"
@@ -39,8 +40,9 @@ int VelProxy::RegisterCallback(std::string vmId, VmCallback callback, void* user
   VEL_DEBUG("registerCallback:vmId:%s callback %p userdata:%p", vmId.c_str(),
             reinterpret_cast<void*>(callback), userData);
   {
-    const std::lock_guard<std::mutex> lock(callbackMutex_);
+    const platform::MutexLock lock(callbackMutex_);
     vmCallbacks_[vmId] = {callback, userData};
+    callbacksChanged();
   }
   VEL_DEBUG("end");
   return 0;
@@ -49,8 +51,9 @@ int VelProxy::RegisterCallback(std::string vmId, VmCallback callback, void* user
 int VelProxy::UnregisterCallback(std::string vmId) {
   const ErrorReport report;
   VEL_DEBUG("unregistercallback vmid:%s", vmId.c_str());
-  const std::lock_guard<std::mutex> lock(callbackMutex_);
+  const platform::MutexLock lock(callbackMutex_);
   vmCallbacks_.erase(vmId);
+  callbacksChanged();
   return 0;
 }
 
@@ -61,7 +64,7 @@ int VelProxy::RegisterPrinterCallback(PrinterCallback callback, void* userData) 
     report.refuse("the callback or its user data is null");
     return kFailed;
   }
-  const std::lock_guard<std::mutex> lock(callbackMutex_);
+  const platform::MutexLock lock(callbackMutex_);
   printerCallback_ = callback;
   printerUserData_.store(userData);
   return 0;
@@ -69,7 +72,7 @@ int VelProxy::RegisterPrinterCallback(PrinterCallback callback, void* userData) 
 
 int VelProxy::UnregisterPrinterCallback() {
   const ErrorReport report;
-  const std::lock_guard<std::mutex> lock(callbackMutex_);
+  const platform::MutexLock lock(callbackMutex_);
   printerCallback_ = nullptr;
   printerUserData_.store(nullptr);
   return 0;
@@ -89,8 +92,9 @@ int VelProxy::RegisterDeviceCallback(DeviceCallback callback, void* userData) {
   }
   VEL_DEBUG("enter, cb[%p] userData[%p]", reinterpret_cast<void*>(callback), userData);
   {
-    const std::lock_guard<std::mutex> lock(callbackMutex_);
-    deviceCallbacks_.set(userData, callback);
+    const platform::MutexLock lock(callbackMutex_);
+    deviceCallbacks_[userData] = callback;
+    callbacksChanged();
   }
   VEL_DEBUG("end, cb[%p] userData[%p]", reinterpret_cast<void*>(callback), userData);
   return 0;
@@ -100,8 +104,9 @@ int VelProxy::UnregisterDeviceCallback(void* userData) {
   const ErrorReport report;
   VEL_DEBUG("userData[%p] enter", userData);
   {
-    const std::lock_guard<std::mutex> lock(callbackMutex_);
-    deviceCallbacks_.remove(userData);
+    const platform::MutexLock lock(callbackMutex_);
+    deviceCallbacks_.erase(userData);
+    callbacksChanged();
   }
   VEL_DEBUG("userData[%p] end", userData);
   return 0;
@@ -111,8 +116,9 @@ int VelProxy::UnregisterDeviceCallback() {
   const ErrorReport report;
   VEL_DEBUG("enter");
   {
-    const std::lock_guard<std::mutex> lock(callbackMutex_);
+    const platform::MutexLock lock(callbackMutex_);
     deviceCallbacks_.clear();
+    callbacksChanged();
   }
   VEL_DEBUG("end");
   return 0;
@@ -120,18 +126,23 @@ int VelProxy::UnregisterDeviceCallback() {
 
 void* VelProxy::CheckDeviceCallback() {
   const ErrorReport report;
-  return deviceCallbacks_.first();
+  return firstDeviceUserData_.load();
+}
+
+void VelProxy::callbacksChanged() {
+  firstDeviceUserData_.store(deviceCallbacks_.empty() ? nullptr : deviceCallbacks_.begin()->first);
+  hasVmCallbacks_.store(!vmCallbacks_.empty());
 }
 
 int VelProxy::RegisterCmdCallback(CmdCallback callback, void* userData) {
   const ErrorReport report;
-  const std::lock_guard<std::mutex> lock(cmdMutex_);
+  const platform::MutexLock lock(cmdMutex_);
   cmdRegistration_ = {callback, userData};
   return 0;
 }
 
 VelProxy::CmdRegistration VelProxy::cmdRegistration() const {
-  const std::lock_guard<std::mutex> lock(cmdMutex_);
+  const platform::MutexLock lock(cmdMutex_);
   return cmdRegistration_;
 }
 
@@ -144,8 +155,8 @@ int VelProxy::RegisterConfigNewDevResultCallback(ConfigNewDevResultCallback call
     return kFailed;
   }
   {
-    const std::lock_guard<std::mutex> lock(callbackMutex_);
-    newDeviceCallbacks_.set(userData, callback);
+    const platform::MutexLock lock(callbackMutex_);
+    newDeviceCallbacks_[userData] = callback;
   }
   VEL_DEBUG("enter, cb[%p] userData[%p]", reinterpret_cast<void*>(callback), userData);
   return 0;
@@ -154,8 +165,8 @@ int VelProxy::RegisterConfigNewDevResultCallback(ConfigNewDevResultCallback call
 int VelProxy::UnregisterConfigNewDevResultCallback(void* userData) {
   const ErrorReport report;
   {
-    const std::lock_guard<std::mutex> lock(callbackMutex_);
-    newDeviceCallbacks_.remove(userData);
+    const platform::MutexLock lock(callbackMutex_);
+    newDeviceCallbacks_.erase(userData);
   }
   VEL_DEBUG("end userData[%p]", userData);
   return 0;
@@ -163,7 +174,7 @@ int VelProxy::UnregisterConfigNewDevResultCallback(void* userData) {
 
 int VelProxy::UnregisterConfigNewDevResultCallback() {
   const ErrorReport report;
-  const std::lock_guard<std::mutex> lock(callbackMutex_);
+  const platform::MutexLock lock(callbackMutex_);
   newDeviceCallbacks_.clear();
   return 0;
 }
@@ -218,7 +229,7 @@ void VelProxy::HandleEvent(std::shared_ptr<QXBusMessage> event) {
 bool VelProxy::handlePrinterEvent(const Block& block) {
   PrinterCallback registered = nullptr;
   {
-    const std::lock_guard<std::mutex> lock(callbackMutex_);
+    const platform::MutexLock lock(callbackMutex_);
     registered = printerCallback_;
   }
   VEL_DEBUG_AT(kHandleEvent, __LINE__, "printer callback: %p", reinterpret_cast<void*>(registered));
@@ -228,9 +239,11 @@ bool VelProxy::handlePrinterEvent(const Block& block) {
   const ReadableRecord<PrinterDevice> printer(block, offsetof(PrinterDevice, name));
   VEL_DEBUG_AT(kHandleEvent, __LINE__, "devNum:%d, vmId: %d, status:%d, name:%s", printer->devNum,
                printer->vmId, printer->status, printer->name);
-  const std::lock_guard<std::mutex> lock(callbackMutex_);
-  if (printerCallback_) {
-    printerCallback_(narrowed(EventCode::kPrinterChanged), printer.get(), printerUserData_.load());
+  const platform::MutexLock lock(callbackMutex_);
+  if (const PrinterCallback callback = printerCallback_) {
+    withoutExceptions([&] {
+      callback(narrowed(EventCode::kPrinterChanged), printer.get(), printerUserData_.load());
+    });
   }
   return true;
 }
@@ -273,12 +286,14 @@ bool VelProxy::handleNewDeviceResult(int code, const Block& block) {
 bool VelProxy::handleDiagnosis(const Block& block) {
   VEL_DEBUG_AT(kHandleEvent, __LINE__, "cmd response callback this[%p] ", static_cast<void*>(this));
   {
-    const std::lock_guard<std::mutex> lock(callbackMutex_);
+    const platform::MutexLock lock(callbackMutex_);
     VelDiagnoseNotify* const notify = diagnoseNotify_.load();
     if (notify && block.size() >= diagnosis::kText.offset) {
-      notify->DiagnoseResultNotify(GetVmIdString(read(block, diagnosis::kVm)),
-                                   read(block, diagnosis::kId), read(block, diagnosis::kStatus),
-                                   read(block, diagnosis::kText));
+      withoutExceptions([&] {
+        notify->DiagnoseResultNotify(GetVmIdString(read(block, diagnosis::kVm)),
+                                     read(block, diagnosis::kId), read(block, diagnosis::kStatus),
+                                     read(block, diagnosis::kText));
+      });
     }
   }
   VEL_DEBUG_AT(kHandleEvent, __LINE__, "cb exec end");
@@ -288,11 +303,13 @@ bool VelProxy::handleDiagnosis(const Block& block) {
 bool VelProxy::handleCmdResponse(const Block& block) {
   VEL_DEBUG_AT(kHandleEvent, __LINE__, "cmd response callback this[%p] ", static_cast<void*>(this));
   {
-    const std::lock_guard<std::mutex> lock(callbackMutex_);
+    const platform::MutexLock lock(callbackMutex_);
     const CmdRegistration registered = cmdRegistration();
     if (registered.callback) {
-      registered.callback(narrowed(EventCode::kCommandAnswer),
-                          reinterpret_cast<CmdResponse*>(block.data()), registered.userData);
+      withoutExceptions([&] {
+        registered.callback(narrowed(EventCode::kCommandAnswer),
+                            reinterpret_cast<CmdResponse*>(block.data()), registered.userData);
+      });
     }
   }
   VEL_DEBUG_AT(kHandleEvent, __LINE__, "cb exec end");
@@ -305,8 +322,8 @@ int VelProxy::DeviceBaseInfoNotify(unsigned short cmd, CommonDevice* device) {
     report.refuse("the device is null");
     return kFailed;
   }
-  const std::lock_guard<std::mutex> lock(callbackMutex_);
-  deviceCallbacks_.callEach(cmd, device, [&, function = __func__](void* userData) {
+  const platform::MutexLock lock(callbackMutex_);
+  callEach(deviceCallbacks_, cmd, device, [&, function = __func__](void* userData) {
     VEL_DEBUG_AT(function, __LINE__, "userdata:%p,devNum:%d, vmId: %d, status:%d, name:%s cmd[%d]",
                  userData, device->devNumber, device->vmId, device->status,
                  textIn(device->name).c_str(), cmd);
@@ -320,8 +337,8 @@ int VelProxy::ConfigNewDeviceResultNotify(unsigned short cmd, _ConfigNewDeviceRe
     report.refuse("the result is null");
     return kFailed;
   }
-  const std::lock_guard<std::mutex> lock(callbackMutex_);
-  newDeviceCallbacks_.callEach(cmd, result, [&, function = __func__](void* userData) {
+  const platform::MutexLock lock(callbackMutex_);
+  callEach(newDeviceCallbacks_, cmd, result, [&, function = __func__](void* userData) {
     VEL_DEBUG_AT(function, __LINE__,
                  "userdata:%p,name:%s, code:%s, isSuccess: %d, vid:0x%.4x, pid:%.4x cmd[%d]",
                  userData, textIn(result->name).c_str(), result->code, result->isSuccess,

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <utility>
 
+#include "vel/apps/local/velproxy/internal/client_code.h"
 #include "vel/apps/local/velproxy/internal/remote_call.h"
 #include "vel/apps/local/velproxy/internal/vel_log.h"
 #include "vel/apps/local/velproxy/vel_proxy.h"
@@ -28,7 +29,7 @@ std::list<Record> recordsOf(const BlockList& blocks) {
 template <typename Record>
 std::list<Record> listOf(VelProxy& proxy, const char* method,
                          const char* function = __builtin_FUNCTION()) {
-  RemoteCall call(proxy, RemoteCall::Lock::kHeld, function);
+  RemoteCall call(proxy, Reconnect::kYes, function);
   VEL_DEBUG_AT(function, __LINE__, "");
   const BlockList joysticks = call.method(method).blocks();
   if (joysticks) {
@@ -87,8 +88,8 @@ int VelProxy::RegisterJoystickCallback(JoystickCallback callback, void* userData
     result = call.eightBytes(objId).loggingReply().answer();
   }
   if (result) {
-    const std::lock_guard<std::mutex> lock(callbackMutex_);
-    joystickCallbacks_.set(userData, callback);
+    const platform::MutexLock lock(callbackMutex_);
+    joystickCallbacks_[userData] = callback;
   }
   return result.value_or(RemoteCall::kNoAnswer);
 }
@@ -96,12 +97,12 @@ int VelProxy::RegisterJoystickCallback(JoystickCallback callback, void* userData
 int VelProxy::UnregisterJoystickCallback(void* userData) {
   static constexpr char kMethod[] = "unregisterJoystickCallback";
   {
-    const std::lock_guard<std::mutex> lock(callbackMutex_);
-    joystickCallbacks_.remove(userData);
+    const platform::MutexLock lock(callbackMutex_);
+    joystickCallbacks_.erase(userData);
   }
   VEL_DEBUG("end userData[%p]", userData);
   {
-    const std::lock_guard<std::mutex> lock(callbackMutex_);
+    const platform::MutexLock lock(callbackMutex_);
     if (!joystickCallbacks_.empty()) {
       const ErrorReport report(kMethod);
       return 0;
@@ -119,11 +120,11 @@ int VelProxy::UnregisterJoystickCallback(void* userData) {
 int VelProxy::JoystickResultNotify(unsigned short cmd, _JoystickResult* result) {
   const ErrorReport report;
   const _JoystickResult none = {};
-  const std::lock_guard<std::mutex> lock(callbackMutex_);
-  joystickCallbacks_.callEach(
-      cmd, result ? std::as_const(*result) : none, [cmd, function = __func__](void* userData) {
-        VEL_DEBUG_AT(function, __LINE__, "userdata:%p,cmd[%d]", userData, cmd);
-      });
+  const platform::MutexLock lock(callbackMutex_);
+  callEach(joystickCallbacks_, cmd, result ? std::as_const(*result) : none,
+           [cmd, function = __func__](void* userData) {
+             VEL_DEBUG_AT(function, __LINE__, "userdata:%p,cmd[%d]", userData, cmd);
+           });
   return 0;
 }
 

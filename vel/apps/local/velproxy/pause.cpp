@@ -1,11 +1,11 @@
 #include "vel/apps/local/velproxy/internal/pause.h"
 
-#include <thread>
+#include "vel/apps/local/velproxy/internal/lifetime.h"
 
 namespace qx {
 
-void pauseFor(std::chrono::seconds duration) {
-  std::this_thread::sleep_for(duration);
+void pauseFor(std::chrono::seconds duration, Lifetime& lifetime) {
+  lifetime.waitForEnd(duration);
 }
 
 }  // namespace qx

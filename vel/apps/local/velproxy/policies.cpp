@@ -13,7 +13,7 @@ constexpr int kNoVm = 0;
 constexpr int kFailsWithZero = 0;
 
 // The service relies on the product id also in the place of the device type.
-int propertyOf(RemoteCall& call, const char* method, unsigned short vid, unsigned short pid) {
+int propertyOf(Request& call, const char* method, unsigned short vid, unsigned short pid) {
   call.method(method).int32(kNoVm).int16(vid).int16(pid).int32(int{pid});
   return call.status(kFailsWithZero);
 }

@@ -7,11 +7,11 @@
 namespace qx {
 namespace {
 
-// The service searches or installs meanwhile.
-constexpr int kLongTimeoutMs = 30000;
+// For methods that search the network, or install a driver.
+constexpr int kSearchTimeoutMs = 30000;
 
 // Makes the call; logs what the service has found.
-std::string found(RemoteCall& call, const char* function = __builtin_FUNCTION()) {
+std::string found(Request& call, const char* function = __builtin_FUNCTION()) {
   const std::optional<std::string> result = call.text();
   if (result) {
     VEL_DEBUG_AT(function, __LINE__, "result: %s", result->c_str());
@@ -24,13 +24,13 @@ std::string found(RemoteCall& call, const char* function = __builtin_FUNCTION())
 std::string VelProxy::SearchAllPrinter() {
   VEL_DEBUG("enter");
   RemoteCall call(*this);
-  return found(call.method("searchAllPrinter", kLongTimeoutMs));
+  return found(call.method("searchAllPrinter", kSearchTimeoutMs));
 }
 
 std::string VelProxy::GetPrinterDriverlList(const std::string& printer) {
   VEL_DEBUG("enter");
   RemoteCall call(*this);
-  return found(call.method("getPrinterDriverlList", kLongTimeoutMs).string(printer));
+  return found(call.method("getPrinterDriverlList", kSearchTimeoutMs).string(printer));
 }
 
 int VelProxy::AddLocalPrinter(const std::string& first, const std::string& second,
@@ -43,7 +43,7 @@ int VelProxy::AutoAddPrinter(const std::string& first, const std::string& second
                              const std::string& third) {
   VEL_DEBUG("enter");
   return RemoteCall(*this)
-      .method("autoAddPrinter", kLongTimeoutMs)
+      .method("autoAddPrinter", kSearchTimeoutMs)
       .string(first)
       .string(second)
       .string(third)
@@ -63,7 +63,7 @@ int VelProxy::ChangePrinterDriver(const std::string& printer, const std::string&
 int VelProxy::PrintTestPage(const std::string& printer) {
   VEL_DEBUG("enter");
   return RemoteCall(*this)
-      .method("printTestPage", RemoteCall::kPatientTimeoutMs)
+      .method("printTestPage", RemoteCall::kSlowTimeoutMs)
       .string(printer)
       .status();
 }

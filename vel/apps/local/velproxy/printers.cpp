@@ -8,7 +8,6 @@ namespace qx {
 namespace {
 
 using EmptyBlock = BlockList::EmptyBlock;
-using Lock = RemoteCall::Lock;
 
 }  // namespace
 
@@ -38,13 +37,13 @@ std::list<PrinterDevice*> VelProxy::GetPrinterStatus(unsigned short devNumber) {
 
 int VelProxy::ConnectPrinter(std::string vmId, unsigned short devNumber) {
   VEL_DEBUG("vmId:%s, devNumber:%d", vmId.c_str(), devNumber);
-  RemoteCall call(*this, Lock::kReleased);
+  UnlockedCall call(*this);
   return call.method("connectPrinter").vm(vmId).int16(devNumber).status();
 }
 
 int VelProxy::DisconnectPrinter(std::string vmId, unsigned short devNumber) {
   VEL_DEBUG("vmId:%s, devNumber:%d", vmId.c_str(), devNumber);
-  RemoteCall call(*this, Lock::kReleased);
+  UnlockedCall call(*this);
   return call.method("disconnectPrinter").vm(vmId).int16(devNumber).status();
 }
 
@@ -52,7 +51,7 @@ int VelProxy::ConfigPrinterCommand(const std::string& vmId, unsigned long long s
                                    unsigned short command) {
   VEL_DEBUG("enter");
   RemoteCall call(*this);
-  if (!call.method("ConfigPrinterCommand", RemoteCall::kPatientTimeoutMs)) {
+  if (!call.method("ConfigPrinterCommand", RemoteCall::kSlowTimeoutMs)) {
     return RemoteCall::kNoAnswer;
   }
   const unsigned int vm = call.numberOf(vmId);

@@ -1,6 +1,7 @@
 #include "vel/apps/local/velproxy/internal/remote_call.h"
 
 #include <climits>
+#include <utility>
 
 #include "vel/apps/local/velproxy/internal/arguments.h"
 #include "vel/apps/local/velproxy/internal/vel_log.h"
@@ -8,7 +9,7 @@
 namespace qx {
 namespace {
 
-constexpr RemoteCall::Texts kUsualTexts = {
+constexpr Request::Texts kUsualTexts = {
     VEL_ERROR_FORMAT("wait velserviced restart when it death"),
     VEL_DEBUG_FORMAT("reply: %s"),
     VEL_ERROR_FORMAT("reply type: %d(%s)"),
@@ -17,40 +18,41 @@ constexpr RemoteCall::Texts kUsualTexts = {
 
 }  // namespace
 
-RemoteCall::RemoteCall(VelProxy& proxy, Lock lock, const char* function, int line)
-    : proxy_(proxy), texts_(&kUsualTexts), function_(function), line_(line), policy_(lock) {
-  if (policy_ == Lock::kLookUp) {
-    return;
-  }
-  // Before the lock: connecting takes the call mutex itself.
-  VelProxy::getInstance();
-  lock_ = std::unique_lock<std::mutex>(proxy_.callMutex_);
+Request::Request(VelProxy& proxy, Failures failures, const char* function, int line)
+    : proxy_(proxy), failures_(failures), texts_(&kUsualTexts), function_(function), line_(line) {}
+
+void Request::takeConnection() {
+  hasTakenConnection_ = true;
+  interface_ = proxy_.currentInterface();
 }
 
-RemoteCall& RemoteCall::saying(const Texts& texts) {
+void Request::dropConnection() {
+  message_.reset();
+  interface_.reset();
+}
+
+Request& Request::withTexts(const Texts& texts) {
   texts_ = &texts;
   return *this;
 }
 
-bool RemoteCall::connected(const char* method) {
-  if (!asked_) {
-    asked_ = true;
+bool Request::connected(const char* method) {
+  if (!hasTakenConnection_) {
+    takeConnection();
+  }
+  if (!std::exchange(isTested_, true)) {
     report_.setMethod(method);
-    interface_ = proxy_.currentInterface();
-    if (policy_ == Lock::kReleased) {
-      lock_.unlock();
-    }
     if (!interface_) {
       report_.fail(VelError::Kind::kNoService, "no service on the bus");
-    }
-    if (!interface_ && policy_ != Lock::kLookUp) {
-      norvoLogPrint(0, kErrorLevel, kLogTag, texts_->notConnected, kLogFile, function_, line_);
+      if (failures_ == Failures::kLogged) {
+        norvoLogPrint(0, kErrorLevel, kLogTag, texts_->notConnected, kLogFile, function_, line_);
+      }
     }
   }
   return interface_ != nullptr;
 }
 
-RemoteCall& RemoteCall::method(const char* name, int timeoutMs) {
+Request& Request::method(const char* name, int timeoutMs) {
   if (connected(name)) {
     message_ = interface_->makeMethodCallMessage(name);
     timeoutMs_ = timeoutMs;
@@ -58,58 +60,58 @@ RemoteCall& RemoteCall::method(const char* name, int timeoutMs) {
   return *this;
 }
 
-RemoteCall& RemoteCall::int16(unsigned short value) {
+Request& Request::int16(unsigned short value) {
   if (message_) {
     message_->appendInt16(static_cast<std::int16_t>(value));
   }
   return *this;
 }
 
-RemoteCall& RemoteCall::int32(int value) {
+Request& Request::int32(int value) {
   if (message_) {
     message_->appendInt32(value);
   }
   return *this;
 }
 
-RemoteCall& RemoteCall::int32(unsigned int value) {
+Request& Request::int32(unsigned int value) {
   return int32(static_cast<int>(value));
 }
 
-RemoteCall& RemoteCall::uint64(unsigned long long value) {
+Request& Request::uint64(unsigned long long value) {
   if (message_) {
     message_->appendUInt64(value);
   }
   return *this;
 }
 
-RemoteCall& RemoteCall::string(const std::string& value) {
+Request& Request::string(const std::string& value) {
   if (message_) {
     message_->appendString(value);
   }
   return *this;
 }
 
-RemoteCall& RemoteCall::cString(const std::string& value) {
+Request& Request::cString(const std::string& value) {
   if (message_) {
     message_->appendCString(value.c_str());
   }
   return *this;
 }
 
-RemoteCall& RemoteCall::bytes(const void* data, std::size_t length) {
+Request& Request::bytes(const void* data, std::size_t length) {
   if (message_) {
     message_->appendBytes(data, length > INT_MAX ? INT_MAX : static_cast<int>(length));
   }
   return *this;
 }
 
-RemoteCall& RemoteCall::loggingReply() {
+Request& Request::loggingReply() {
   logsReply_ = true;
   return *this;
 }
 
-std::shared_ptr<QXBusMessage> RemoteCall::reply() {
+std::shared_ptr<QXBusMessage> Request::reply() {
   if (!message_) {
     return nullptr;
   }
@@ -128,7 +130,7 @@ std::shared_ptr<QXBusMessage> RemoteCall::reply() {
   }
   const std::string reason = reply->getString(0);
   reportFailure(type, reason);
-  if (policy_ == Lock::kLookUp) {
+  if (failures_ == Failures::kSilent) {
     return nullptr;
   }
   if (texts_->failureNamesType) {
@@ -142,22 +144,22 @@ std::shared_ptr<QXBusMessage> RemoteCall::reply() {
 }
 
 // Types that the library does not know are error replies.
-void RemoteCall::reportFailure(int type, const std::string& reason) {
+void Request::reportFailure(int type, const std::string& reason) {
   const bool hasReply = type != MESSAGE_TYPE_NO_REPLY && type != MESSAGE_TYPE_DISCONNECTED;
   report_.fail(hasReply ? VelError::Kind::kErrorReply : VelError::Kind::kNoReply, reason);
 }
 
-std::optional<int> RemoteCall::answer() {
+std::optional<int> Request::answer() {
   const std::shared_ptr<QXBusMessage> normal = reply();
   return normal ? std::optional<int>(integerAt(*normal, 0, report_)) : std::nullopt;
 }
 
-std::optional<std::string> RemoteCall::text() {
+std::optional<std::string> Request::text() {
   const std::shared_ptr<QXBusMessage> normal = reply();
   return normal ? std::optional<std::string>(textAt(*normal, 0, report_)) : std::nullopt;
 }
 
-int RemoteCall::sendOnly() {
+int Request::sendOnly() {
   if (!message_) {
     return kNoAnswer;
   }
@@ -169,5 +171,44 @@ int RemoteCall::sendOnly() {
       kNoTimeout);
   return 0;
 }
+
+// --- Locks ---------------------------------------------------------------------------------------
+
+namespace {
+
+// The call mutex, after the attempt to connect, which takes it itself.
+platform::Mutex& afterConnecting(Reconnect reconnect, platform::Mutex& callMutex) {
+  if (reconnect == Reconnect::kYes) {
+    VelProxy::getInstance();
+  }
+  return callMutex;
+}
+
+}  // namespace
+
+RemoteCall::RemoteCall(VelProxy& proxy, Reconnect reconnect, const char* function, int line)
+    : Request(proxy, Failures::kLogged, function, line),
+      lock_(afterConnecting(reconnect, proxy.callMutex_)) {}
+
+RemoteCall::~RemoteCall() {
+  dropConnection();
+}
+
+UnlockedCall::UnlockedCall(VelProxy& proxy, Reconnect reconnect, const char* function, int line)
+    : Request(proxy, Failures::kLogged, function, line) {
+  const platform::MutexLock lock(afterConnecting(reconnect, proxy.callMutex_));
+  takeConnection();
+}
+
+UnlockedCall::UnlockedCall(VelProxy& proxy, const std::function<void()>& underLock,
+                           const char* function, int line)
+    : Request(proxy, Failures::kLogged, function, line) {
+  const platform::MutexLock lock(afterConnecting(Reconnect::kYes, proxy.callMutex_));
+  underLock();
+  takeConnection();
+}
+
+LookUp::LookUp(VelProxy& proxy, const char* function, int line)
+    : Request(proxy, Failures::kSilent, function, line) {}
 
 }  // namespace qx

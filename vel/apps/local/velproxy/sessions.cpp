@@ -19,7 +19,7 @@ constexpr int kConnectTimeoutMs = 2000;
 // Sent on every change of focus, so it must not hold the window up.
 constexpr int kFocusTimeoutMs = 500;
 
-void appendPipes(RemoteCall& call, const std::list<_CHANNEL_HANDLE>& pipes) {
+void appendPipes(Request& call, const std::list<_CHANNEL_HANDLE>& pipes) {
   call.int32(static_cast<int>(pipes.size()));
   for (const _CHANNEL_HANDLE& pipe : pipes) {
     const unsigned int vm = call.numberOf(pipe.vmId);

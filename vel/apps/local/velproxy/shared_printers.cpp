@@ -67,7 +67,7 @@ int VelProxy::SearchSharePrinterDevice(const std::string& ipaddr,
   }
   RemoteCall call(*this);
   const std::shared_ptr<QXBusMessage> reply =
-      call.method(kMethod, RemoteCall::kPatientTimeoutMs).string(ipaddr).reply();
+      call.method(kMethod, RemoteCall::kSlowTimeoutMs).string(ipaddr).reply();
   if (!reply) {
     return RemoteCall::kNoAnswer;
   }

@@ -84,11 +84,11 @@
 #include <list>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 
 #include "bus/qxbus.h"
+#include "platform/mutex.h"
 #include "vel/apps/local/velproxy/callbacks.h"
 #include "vel/apps/local/velproxy/records.h"
 #include "vel/apps/local/velproxy/vel_error.h"
@@ -98,7 +98,10 @@ class QTabletEvent;
 namespace qx {
 
 class Block;
+class Lifetime;
 class RemoteCall;
+class Request;
+class UnlockedCall;
 
 // Makes the PenPacket of a tablet event: 178 bytes in a buffer of the process, which the next call
 // overwrites.
@@ -142,7 +145,14 @@ class VelProxy {
   // Hands a broadcast event to the instance. Public because the bus calls it.
   static void BroadcastCallback(std::shared_ptr<QXBusMessage> message);
 
-  // Releases the service. No event may be on its way.
+  // Releases the service. No other operation of the object may be running.
+  //
+  // Waits for callbacks of this object that run on other threads of the bus, then nothing of the
+  // object is used any more: events on their way are dropped, and when the service has died before,
+  // the callbacks that have not run yet do not run. Of the callbacks only that for code 5, which
+  // RegisterCallback registers, may destroy the object. A subclass has lost its part before this
+  // wait, so one that overrides an operation which the bus calls (HandleEvent, onServiceDeath and
+  // the operations they call) must not be destroyed while the bus may call it.
   virtual ~VelProxy();
 
   // --- Connection ------------------------------------------------------------------------------
@@ -758,6 +768,8 @@ class VelProxy {
 
  private:
   friend class RemoteCall;
+  friend class Request;
+  friend class UnlockedCall;
 
   struct VmRegistration {
     VmCallback callback;
@@ -767,49 +779,18 @@ class VelProxy {
     CmdCallback callback = nullptr;
     void* userData = nullptr;
   };
-
-  // Callbacks of one kind, one per user data, in ascending order of it. Used under the callback
-  // mutex, except for first().
-  template <typename Record>
-  class CallbackRegistry {
-   public:
-    using Callback = int (*)(unsigned short, Record, void*);
-
-    bool empty() const { return callbacks_.empty(); }
-    void set(void* userData, Callback callback) {
-      callbacks_[userData] = callback;
-      remember();
-    }
-    void remove(void* userData) {
-      callbacks_.erase(userData);
-      remember();
-    }
-    void clear() {
-      callbacks_.clear();
-      remember();
-    }
-    // The smallest user data, or null. Takes no lock: it may be asked for inside a callback.
-    void* first() const { return first_.load(); }
-    template <typename After>
-    void callEach(unsigned short code, const Record& record, After after) const {
-      for (const auto& [userData, callback] : callbacks_) {
-        callback(code, record, userData);
-        after(userData);
-      }
-    }
-
-   private:
-    void remember() { first_.store(callbacks_.empty() ? nullptr : callbacks_.begin()->first); }
-
-    std::map<void*, Callback> callbacks_;
-    std::atomic<void*> first_{nullptr};
+  struct PenPort {
+    std::string name;
+    PortWriter writer;
   };
 
   std::shared_ptr<QXBusProxyInterface> currentInterface() const;
   bool isServiceRegistered() const;
   CmdRegistration cmdRegistration() const;
+  // Updates the copies of the callback tables that are read without the callback mutex.
+  void callbacksChanged() QX_REQUIRES(callbackMutex_);
 
-  // What HandleEvent does with each kind of event. False: there was no record, and that was all.
+  // One per kind of event of HandleEvent. False: the event has no record, and so reaches nobody.
   bool handlePrinterEvent(const Block& block);
   bool handleDeviceInfo(int code, const Block& block);
   bool handleDeviceState(int code, const Block& block);
@@ -821,38 +802,40 @@ class VelProxy {
   // read it without.
   std::shared_ptr<QXBusProxyInterface> interface_;
   std::atomic<QXBusSerivceManager*> serviceManager_{nullptr};
-  std::map<std::string, VmRegistration> vmCallbacks_;
-  std::map<unsigned int, std::string> vmIds_;
-  PrinterCallback printerCallback_ = nullptr;
-  // CheckPrinterCallback reads it without a lock: it may be asked for inside a callback.
+  std::map<std::string, VmRegistration> vmCallbacks_ QX_GUARDED_BY(callbackMutex_);
+  std::map<unsigned int, std::string> vmIds_ QX_GUARDED_BY(vmIdMutex_);
+  PrinterCallback printerCallback_ QX_GUARDED_BY(callbackMutex_) = nullptr;
+  // Written under the callback mutex. CheckPrinterCallback reads it without: a callback may ask.
   std::atomic<void*> printerUserData_{nullptr};
-  CallbackRegistry<CommonDevice*> deviceCallbacks_;
-  CmdRegistration cmdRegistration_;
-  QXBusEventCallback* eventListener_ = nullptr;
-  // Guards the callbacks. A callback may call remote operations, so it comes before the call mutex.
-  std::mutex callbackMutex_;
-  // Guards vmIds_ and vmIdGeneration_; comes last.
-  std::mutex vmIdMutex_;
-  // Held across a call, and guards interface_ and eventListener_.
-  std::mutex callMutex_;
-  // Guards cmdRegistration_, and nothing is called under it: DoVelCmd reads it during a call.
-  mutable std::mutex cmdMutex_;
-  std::atomic<VelDiagnoseNotify*> diagnoseNotify_{nullptr};
-  CallbackRegistry<_ConfigNewDeviceResult*> newDeviceCallbacks_;
-  CallbackRegistry<_JoystickResult> joystickCallbacks_;
-  // The pen's port, and null until it is announced. Shared with the frame that is being written.
-  struct PenPort {
-    std::string name;
-    PortWriter writer;
-  };
+  std::map<void*, DeviceCallback> deviceCallbacks_ QX_GUARDED_BY(callbackMutex_);
+  // Null until the pen's port is announced. Shared with the frame that is being written.
   std::shared_ptr<const PenPort> penPort_;
   bool penPortOpened_ = false;
-  bool penDown_ = false;
   std::uint16_t penReqId_ = 0;
   // 0: not known. Ports may be read on a thread of their own.
   std::atomic<std::uint8_t> penDevId_{0};
+  bool penDown_ = false;
+  CmdRegistration cmdRegistration_ QX_GUARDED_BY(cmdMutex_);
+  QXBusEventCallback* eventListener_ QX_GUARDED_BY(callMutex_) = nullptr;
+  // Held while callbacks run. A callback may call remote operations, so it comes first.
+  platform::Mutex callbackMutex_ QX_ACQUIRED_BEFORE(callMutex_);
+  // Comes last: held for a look at the table only.
+  platform::Mutex vmIdMutex_ QX_ACQUIRED_AFTER(callMutex_);
+  // Held across a call.
+  platform::Mutex callMutex_;
+  std::atomic<VelDiagnoseNotify*> diagnoseNotify_{nullptr};
+  std::map<void*, ConfigNewDevResultCallback> newDeviceCallbacks_ QX_GUARDED_BY(callbackMutex_);
+  std::map<void*, JoystickCallback> joystickCallbacks_ QX_GUARDED_BY(callbackMutex_);
+
+  // Not the callback mutex: DoVelCmd reads the command callback under the call mutex.
+  mutable platform::Mutex cmdMutex_ QX_ACQUIRED_AFTER(callbackMutex_, callMutex_);
   // Counts the services whose numbers have been forgotten.
-  unsigned int vmIdGeneration_ = 0;
+  unsigned int vmIdGeneration_ QX_GUARDED_BY(vmIdMutex_) = 0;
+  // The smallest user data of the device callbacks, or null; whether there are per-VM callbacks.
+  std::atomic<void*> firstDeviceUserData_{nullptr};
+  std::atomic<bool> hasVmCallbacks_{false};
+  // Shared with the threads of the bus that work for this object.
+  const std::shared_ptr<Lifetime> lifetime_;
 };
 
 }  // namespace qx

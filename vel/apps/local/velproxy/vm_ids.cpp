@@ -17,14 +17,14 @@ constexpr char kLookUp[] = "getVmListSize";
 
 unsigned int VelProxy::GetVmIdInt(std::string vmId) {
   getInstance();
-  RemoteCall call(*this, RemoteCall::Lock::kLookUp);
+  LookUp call(*this);
   call.report().setMethod(kLookUp);
   if (vmId.empty()) {
     return 0;
   }
   unsigned int generation = 0;
   {
-    const std::lock_guard<std::mutex> lock(vmIdMutex_);
+    const platform::MutexLock lock(vmIdMutex_);
     const auto known =
         std::find_if(vmIds_.begin(), vmIds_.end(),
                      [&vmId](const auto& numberAndName) { return numberAndName.second == vmId; });
@@ -42,7 +42,7 @@ unsigned int VelProxy::GetVmIdInt(std::string vmId) {
   if (id == 0) {
     call.report().failUnknownVm(vmId);
   } else {
-    const std::lock_guard<std::mutex> lock(vmIdMutex_);
+    const platform::MutexLock lock(vmIdMutex_);
     // A service that has died since gave numbers that mean nothing to the next one.
     if (generation == vmIdGeneration_) {
       vmIds_[id] = std::move(vmId);
@@ -53,7 +53,7 @@ unsigned int VelProxy::GetVmIdInt(std::string vmId) {
 
 std::string VelProxy::GetVmIdString(unsigned int id) {
   const ErrorReport report;
-  const std::lock_guard<std::mutex> lock(vmIdMutex_);
+  const platform::MutexLock lock(vmIdMutex_);
   const auto known = vmIds_.find(id);
   return known != vmIds_.end() ? known->second : std::string();
 }

@@ -5,8 +5,11 @@
 
 namespace qx {
 
-// Lets the thread sleep. In a source of its own so that tests can put another in its place.
-void pauseFor(std::chrono::seconds duration);
+class Lifetime;
+
+// Lets the thread sleep for a duration, or until the object that it works for is being destroyed.
+// In a source of its own so that tests can put another function in its place.
+void pauseFor(std::chrono::seconds duration, Lifetime& lifetime);
 
 }  // namespace qx
 

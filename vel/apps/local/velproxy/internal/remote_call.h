@@ -2,42 +2,34 @@
 #define VEL_APPS_LOCAL_VELPROXY_INTERNAL_REMOTE_CALL_H
 
 #include <cstdint>
+#include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 
 #include "bus/qxbus.h"
+#include "platform/mutex.h"
 #include "vel/apps/local/velproxy/internal/blocks.h"
 #include "vel/apps/local/velproxy/internal/error_report.h"
 #include "vel/apps/local/velproxy/vel_proxy.h"
 
 namespace qx {
 
-// One request to the service and its reply: what every remote operation does, so that an operation
-// states only its method, its arguments and how it reads the answer.
+// One request to the service and its reply, so that an operation states only its method, its
+// arguments and how it reads the answer. This part takes no lock: see RemoteCall.
 //
-//   return RemoteCall(*this).method("connectDevice").vm(vmId).int16(devNumber).status();
-//
-// The constructor connects again if the service was away and takes
-// the call mutex, method() tests the connection and makes the message, each argument is appended
-// where it stands, and a reading (status, answer, reply, sendOnly) makes the call. Without a
-// connection the rest does nothing and the reading gives its failure value.
-class RemoteCall {
+// method() tests the connection and makes the message, each argument is appended where it stands,
+// and a reading (status, answer, reply, sendOnly) makes the call. Without a connection the rest
+// does nothing and the reading gives its failure value.
+class Request {
  public:
-  enum class Lock {
-    kHeld,      // the call mutex is held until this object is gone: one request at a time
-    kReleased,  // ... only while the connection is taken: the call holds nobody up
-    kLookUp,    // none, and failures are not logged: for the look-up inside another call
-  };
-
   static constexpr int kUsualTimeoutMs = 3000;
-  // Where the service works for a while before it answers.
-  static constexpr int kPatientTimeoutMs = 10000;
+  // For methods whose work takes the service seconds.
+  static constexpr int kSlowTimeoutMs = 10000;
   static constexpr int kNoTimeout = -1;
   static constexpr int kNoAnswer = -1;
 
-  // What a call says in the log. Formats, with the common prefix.
+  // The log lines of a request: formats, with the common prefix.
   struct Texts {
     const char* notConnected;
     const char* reply;
@@ -45,21 +37,16 @@ class RemoteCall {
     bool failureNamesType;
   };
 
-  // Log lines name the function that constructs the object.
-  explicit RemoteCall(VelProxy& proxy, Lock lock = Lock::kHeld,
-                      const char* function = __builtin_FUNCTION(), int line = __builtin_LINE());
+  Request(const Request&) = delete;
+  Request& operator=(const Request&) = delete;
 
-  RemoteCall(const RemoteCall&) = delete;
-  RemoteCall& operator=(const RemoteCall&) = delete;
+  // Before method(): other log lines than the usual.
+  Request& withTexts(const Texts& texts);
 
-  // Before method(): other texts than the usual.
-  RemoteCall& saying(const Texts& texts);
-
-  // Whether there is a service to call. The first question logs an error if there is none, and ends
-  // the lock of Lock::kReleased.
+  // Whether there is a service to call. The first question logs an error if there is none.
   bool connected(const char* method);
 
-  RemoteCall& method(const char* name, int timeoutMs = kUsualTimeoutMs);
+  Request& method(const char* name, int timeoutMs = kUsualTimeoutMs);
   explicit operator bool() const { return message_ != nullptr; }
 
   // The service's number of a VM; may itself ask the service. 0 without a connection.
@@ -67,24 +54,24 @@ class RemoteCall {
     return message_ ? report_.numberOf(proxy_, vmId) : 0;
   }
 
-  RemoteCall& vm(const std::string& vmId) { return int32(numberOf(vmId)); }
+  Request& vm(const std::string& vmId) { return int32(numberOf(vmId)); }
   // Keeps the bits: 65535 travels as -1.
-  RemoteCall& int16(unsigned short value);
-  RemoteCall& int32(int value);
-  RemoteCall& int32(unsigned int value);
-  RemoteCall& uint64(unsigned long long value);
-  RemoteCall& string(const std::string& value);
+  Request& int16(unsigned short value);
+  Request& int32(int value);
+  Request& int32(unsigned int value);
+  Request& uint64(unsigned long long value);
+  Request& string(const std::string& value);
   // A field of a record.
   template <std::size_t size>
-  RemoteCall& cString(const char (&field)[size]) {
+  Request& cString(const char (&field)[size]) {
     return cString(textIn(field));
   }
-  RemoteCall& bytes(const void* data, std::size_t length);
-  RemoteCall& bytes(const std::string& value) { return bytes(value.data(), value.size()); }
+  Request& bytes(const void* data, std::size_t length);
+  Request& bytes(const std::string& value) { return bytes(value.data(), value.size()); }
   // The 8 bytes of a number, as they lie in memory.
-  RemoteCall& eightBytes(unsigned long long value) { return bytes(&value, sizeof value); }
+  Request& eightBytes(unsigned long long value) { return bytes(&value, sizeof value); }
   // Logs the reply, whatever it is.
-  RemoteCall& loggingReply();
+  Request& loggingReply();
 
   // Makes the call. The reply if it is a normal one, otherwise null.
   std::shared_ptr<QXBusMessage> reply();
@@ -101,23 +88,75 @@ class RemoteCall {
 
   ErrorReport& report() { return report_; }
 
+ protected:
+  enum class Failures { kLogged, kSilent };
+
+  // Log lines name the function and line.
+  Request(VelProxy& proxy, Failures failures, const char* function, int line);
+  ~Request() = default;
+
+  void takeConnection();
+  void dropConnection();
+
  private:
-  RemoteCall& cString(const std::string& value);
+  Request& cString(const std::string& value);
   void reportFailure(int type, const std::string& reason);
 
   ErrorReport report_;
   VelProxy& proxy_;
+  Failures failures_;
   const Texts* texts_;
   const char* function_;
   int line_;
-  Lock policy_;
-  bool asked_ = false;  // whether connected() has looked
+  bool hasTakenConnection_ = false;
+  bool isTested_ = false;  // whether connected() has been asked
   bool logsReply_ = false;
   int timeoutMs_ = kUsualTimeoutMs;
-  // Declared before what must be gone when it is released.
-  std::unique_lock<std::mutex> lock_;
   std::shared_ptr<QXBusProxyInterface> interface_;
   std::shared_ptr<QXBusMessage> message_;
+};
+
+// How often this thread has called VelProxy::getInstance(), each time an attempt to connect while
+// there is no connection.
+unsigned int attemptsToConnect();
+
+// Whether a call begins with such an attempt.
+enum class Reconnect {
+  kYes,
+  kNo,  // the operation has made the attempt already
+};
+
+// A request that holds the call mutex for as long as this object exists: one request at a time.
+//
+//   return RemoteCall(*this).method("connectDevice").vm(vmId).int16(devNumber).status();
+class QX_SCOPED_LOCK RemoteCall : public Request {
+ public:
+  explicit RemoteCall(VelProxy& proxy, Reconnect reconnect = Reconnect::kYes,
+                      const char* function = __builtin_FUNCTION(), int line = __builtin_LINE())
+      QX_ACQUIRE(proxy.callMutex_);
+  ~RemoteCall() QX_RELEASE();
+
+ private:
+  platform::MutexLock lock_;
+};
+
+// A request that holds the call mutex only while it takes the connection: no other call waits for
+// its reply.
+class UnlockedCall : public Request {
+ public:
+  explicit UnlockedCall(VelProxy& proxy, Reconnect reconnect = Reconnect::kYes,
+                        const char* function = __builtin_FUNCTION(), int line = __builtin_LINE());
+  // underLock  runs before the connection is taken
+  UnlockedCall(VelProxy& proxy, const std::function<void()>& underLock,
+               const char* function = __builtin_FUNCTION(), int line = __builtin_LINE());
+};
+
+// A request inside another one, which may hold the call mutex: it takes no lock and logs no
+// failure.
+class LookUp : public Request {
+ public:
+  explicit LookUp(VelProxy& proxy, const char* function = __builtin_FUNCTION(),
+                  int line = __builtin_LINE());
 };
 
 }  // namespace qx

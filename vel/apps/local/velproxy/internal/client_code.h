@@ -1,0 +1,37 @@
+// Calls of the client's code: its callbacks, and on threads of the bus also what a subclass
+// overrides.
+
+#ifndef VEL_APPS_LOCAL_VELPROXY_INTERNAL_CLIENT_CODE_H
+#define VEL_APPS_LOCAL_VELPROXY_INTERNAL_CLIENT_CODE_H
+
+#include <map>
+
+#include "vel/apps/local/velproxy/internal/vel_log.h"
+
+namespace qx {
+
+// Runs an action that calls the client's code, and logs an exception. One action is one call, so
+// that an exception skips no other call.
+template <typename Action>
+void withoutExceptions(const Action& action) {
+  try {
+    action();
+  } catch (...) {
+    VEL_ERROR("a callback has thrown an exception");
+  }
+}
+
+// Calls each callback of a table, in ascending order of user data, and after(userData) behind it.
+template <typename Record, typename After>
+void callEach(const std::map<void*, int (*)(unsigned short, Record, void*)>& callbacks,
+              unsigned short code, const Record& record, After after) {
+  for (const auto& [userData, callback] : callbacks) {
+    withoutExceptions(
+        [&, callback = callback, userData = userData] { callback(code, record, userData); });
+    after(userData);
+  }
+}
+
+}  // namespace qx
+
+#endif  // VEL_APPS_LOCAL_VELPROXY_INTERNAL_CLIENT_CODE_H

@@ -1,0 +1,63 @@
+#ifndef VEL_APPS_LOCAL_VELPROXY_INTERNAL_LIFETIME_H
+#define VEL_APPS_LOCAL_VELPROXY_INTERNAL_LIFETIME_H
+
+#include <chrono>
+#include <list>
+#include <memory>
+#include <thread>
+
+#include "platform/mutex.h"
+
+namespace qx {
+
+// The lifetime of a VelProxy, shared by the object and by the threads of the bus that work for it:
+// they outlive the object, and so does this.
+//
+//   const Lifetime::Visit visit(lifetime);
+//   if (visit) { ... }  // the object exists
+class Lifetime {
+ public:
+  // Work for the object on the thread that constructs this.
+  class Visit {
+   public:
+    explicit Visit(std::shared_ptr<Lifetime> lifetime);
+    ~Visit();
+    Visit(const Visit&) = delete;
+    Visit& operator=(const Visit&) = delete;
+
+    // False: the object is gone, or being destroyed.
+    explicit operator bool() const { return isListed_; }
+    // Names a lock of this thread on a mutex of the object. Destroying the object on this thread
+    // unlocks it; otherwise the lock ends together with the visit.
+    void setLock(platform::MutexLock& lock) { lock_ = &lock; }
+
+   private:
+    friend class Lifetime;
+
+    const std::shared_ptr<Lifetime> lifetime_;
+    const std::thread::id thread_ = std::this_thread::get_id();
+    platform::MutexLock* lock_ = nullptr;
+    bool isListed_ = false;
+  };
+
+  // For the destructor of the object. From now on visits are refused and pauses end. Returns when
+  // no thread but this one is visiting.
+  void end();
+  bool hasEnded();
+  // Returns after the duration, or when end() is called.
+  void waitForEnd(std::chrono::seconds duration);
+
+ private:
+  static bool isOfThisThread(const Visit* visit);
+  bool hasOtherVisitors() QX_REQUIRES(mutex_);
+  void releaseLocksOfThisThread() QX_REQUIRES(mutex_);
+
+  platform::Mutex mutex_;
+  platform::Condition changed_;
+  bool hasEnded_ QX_GUARDED_BY(mutex_) = false;
+  std::list<Visit*> visits_ QX_GUARDED_BY(mutex_);
+};
+
+}  // namespace qx
+
+#endif  // VEL_APPS_LOCAL_VELPROXY_INTERNAL_LIFETIME_H
