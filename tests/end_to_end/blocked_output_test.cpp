@@ -1,4 +1,4 @@
-// velsim while nobody reads its output.
+// velsim with blocked output: a full pipe whose reader does not read.
 
 #include <chrono>
 #include <csignal>

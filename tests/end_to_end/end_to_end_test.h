@@ -1,5 +1,5 @@
-// What the tests of this folder stand on: each has a folder, a bus daemon and processes of its own,
-// so that they can run beside each other.
+// Fixtures with a folder, a bus daemon and processes of their own, so that tests can run in
+// parallel.
 
 #ifndef TESTS_END_TO_END_END_TO_END_TEST_H
 #define TESTS_END_TO_END_END_TO_END_TEST_H
@@ -24,16 +24,16 @@ using processes::Process;
 
 class EndToEndTest : public ::testing::Test {
  protected:
-  // A service that still runs must end well when asked to.
+  // A velsim that still runs must end with status 0 on SIGTERM.
   void TearDown() override;
 
   void startVelsim(const std::vector<std::string>& arguments = {});
   void killVelsim();
-  // Ends it, and tells what it left.
+  // Ends velsim and returns its status and output.
   Finished stopVelsim(int signalNumber);
   // What velsim has logged since it was started. It logs a request at about the time of its answer.
   std::string velsimLog() const { return velsim_ ? velsim_->err() : ""; }
-  // The same with every request that has been answered, for tests of what is not there.
+  // The same, with every answered request: for tests that a line is missing.
   std::string settledVelsimLog();
   // Waits for the text.
   bool velsimLogs(const std::string& text) const;
@@ -42,7 +42,7 @@ class EndToEndTest : public ::testing::Test {
     return processes::velctlOptions(bus_, arguments);
   }
   Finished velctl(const std::vector<std::string>& arguments) const;
-  // Waits until a velctl watch sees what happens from now on.
+  // Waits until a velctl watch receives events.
   static bool isWatching(const Process& watch);
 
   // A call with an ordinary D-Bus tool, whose arguments are like "int32:101".

@@ -44,7 +44,7 @@ TEST_F(VelsimPenPortTest, IsOpenWhenVelsimIsReadyAndGoneWhenItHasStopped) {
   }
 }
 
-TEST_F(VelsimPenPortTest, IsNotThereUnlessAskedFor) {
+TEST_F(VelsimPenPortTest, IsNotOpenedUnlessRequested) {
   startVelsim();
 
   EXPECT_THAT(stopVelsim(SIGTERM).err, Not(HasSubstr("pen port")));
@@ -100,7 +100,7 @@ TEST_F(VelsimPenPortTest, APathThatNoSocketCanHaveIsBadUsage) {
   EXPECT_THAT(empty.err, HasSubstr("the path of the socket is empty; see velsim --help\n"));
 }
 
-TEST_F(VelsimPenPortTest, GoesWhenTheNamedBusIsNotThere) {
+TEST_F(VelsimPenPortTest, IsRemovedWhenTheNamedBusIsUnreachable) {
   bus().kill();
 
   const Finished failed = velsimAt(port());
@@ -110,7 +110,7 @@ TEST_F(VelsimPenPortTest, GoesWhenTheNamedBusIsNotThere) {
   EXPECT_FALSE(std::filesystem::exists(port()));
 }
 
-TEST_F(VelsimPenPortTest, SaysWhatIsNoFrameAndClosesThatClientOnly) {
+TEST_F(VelsimPenPortTest, ReportsBytesThatAreNoFrameAndClosesThatClientOnly) {
   startVelsim({"--pen-port", port()});
   PortPeer client = PortPeer::connectedTo(port());
   client.read(kMessageSize);

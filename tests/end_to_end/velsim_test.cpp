@@ -25,7 +25,7 @@ class VelsimTest : public EndToEndTestWithService {
   }
 };
 
-TEST_F(VelsimTest, RefusesArgumentsThatDoNotFitAndSaysWhich) {
+TEST_F(VelsimTest, RefusesArgumentsThatDoNotFitAndNamesThem) {
   struct Row {
     std::string method;
     std::vector<std::string> arguments;
@@ -78,12 +78,12 @@ TEST_F(VelsimTest, RefusesArgumentsThatDoNotFitAndSaysWhich) {
 
 TEST_F(VelsimTest, AnswersAnOrdinaryCall) {
   const Finished number = callVel("getVmListSize", {"string:win11"});
-  const Finished nobody = callVel("getVmListSize", {"string:nosuch"});
+  const Finished unknown = callVel("getVmListSize", {"string:nosuch"});
 
   EXPECT_EQ(number.status, 0) << number.err;
   EXPECT_THAT(number.out, HasSubstr("int32 101"));
-  EXPECT_EQ(nobody.status, 0) << nobody.err;
-  EXPECT_THAT(nobody.out, HasSubstr("int32 0"));
+  EXPECT_EQ(unknown.status, 0) << unknown.err;
+  EXPECT_THAT(unknown.out, HasSubstr("int32 0"));
 }
 
 TEST_F(VelsimTest, AnswersAMethodThatItDoesNotHaveWithAnErrorThatNamesIt) {
@@ -94,7 +94,7 @@ TEST_F(VelsimTest, AnswersAMethodThatItDoesNotHaveWithAnErrorThatNamesIt) {
   EXPECT_THAT(refused.err, HasSubstr("connectvm"));
 }
 
-TEST_F(VelsimTest, CanBeLookedAtWithOrdinaryTools) {
+TEST_F(VelsimTest, CanBeIntrospectedAndPinged) {
   const Finished introspected = call("org.freedesktop.DBus.Introspectable.Introspect", {});
   const Finished pinged = call("org.freedesktop.DBus.Peer.Ping", {});
 
@@ -137,7 +137,7 @@ TEST_F(VelsimTest, EndsWhenTheBusEnds) {
 
 class VelsimAloneTest : public EndToEndTest {};
 
-TEST_F(VelsimAloneTest, StopsWhenAskedTo) {
+TEST_F(VelsimAloneTest, StopsOnSignals) {
   for (const int signal : {SIGINT, SIGTERM}) {
     startVelsim();
 
@@ -149,7 +149,7 @@ TEST_F(VelsimAloneTest, StopsWhenAskedTo) {
   }
 }
 
-TEST_F(VelsimAloneTest, WritesNoRequestsWhenQuiet) {
+TEST_F(VelsimAloneTest, LogsNoRequestsWhenQuiet) {
   startVelsim({"--quiet"});
 
   EXPECT_EQ(velctl({"vm", "connect", "win11"}).status, 0);
@@ -167,7 +167,7 @@ TEST_F(VelsimAloneTest, AnAddressOnTheCommandLineComesFirst) {
   EXPECT_EQ(velsim.end(SIGTERM).status, velsim::kExitStopped);
 }
 
-TEST_F(VelsimAloneTest, SaysThatThereIsNoBus) {
+TEST_F(VelsimAloneTest, ReportsAnUnreachableBus) {
   bus().kill();
 
   const Finished failed = run(options({VELSIM_PATH}));

@@ -21,7 +21,7 @@ class OutputPipe {
 
   // Leaves no room in the pipe.
   void fill() const;
-  // What can be read at once.
+  // The bytes that can be read without waiting.
   std::string read() const;
   void closeReadEnd();
 

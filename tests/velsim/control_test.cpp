@@ -36,7 +36,7 @@ TEST_F(ControlTest, PlugsInADeviceOfEachType) {
     EXPECT_EQ(newest()->type, type);
     EXPECT_EQ(newest()->name, "Front camera");
     EXPECT_EQ(answer, "plugged in " + std::to_string(newest()->number) + "\n");
-    EXPECT_THAT(toldCodes(), ::testing::Contains(Pair(4, 0)));
+    EXPECT_THAT(takeEventCodes(), ::testing::Contains(Pair(4, 0)));
   }
 }
 
@@ -45,7 +45,7 @@ TEST_F(ControlTest, PlugsInAPrinter) {
 
   EXPECT_EQ(machine().printers.all().rbegin()->second.name, "Plotter");
   EXPECT_EQ(answer, "plugged in 31\n");
-  EXPECT_THAT(toldCodes(), ElementsAre(Pair(1, 0)));
+  EXPECT_THAT(takeEventCodes(), ElementsAre(Pair(1, 0)));
 }
 
 TEST_F(ControlTest, UnplugsDevicesAndPrinters) {
@@ -131,7 +131,7 @@ TEST_P(WrongLineTest, IsRefusedWithAnErrorAndChangesNothing) {
   EXPECT_FALSE(result.isOk);
   EXPECT_EQ(result.text, GetParam().error);
   EXPECT_EQ(run("list"), before);
-  EXPECT_THAT(told(), IsEmpty());
+  EXPECT_THAT(takeEvents(), IsEmpty());
   EXPECT_EQ(vanished, 0);
 }
 

@@ -71,7 +71,7 @@ TEST_F(LineReaderTest, TheLastLineNeedsNoNewline) {
   EXPECT_THAT(lines(2), ElementsAre("one", "two"));
 }
 
-TEST_F(LineReaderTest, ALineThatIsTooLongShowsThatItIs) {
+TEST_F(LineReaderTest, CutsALongLineToOneByteMoreThanTheLongest) {
   write(std::string(3000, 'x'));
   write(std::string(3000, 'x') + "\n" + std::string(LineReader::kLongestLine, 'y') + "\n");
 

@@ -74,7 +74,7 @@ TEST_F(LineWriterTest, ReportsDroppedLinesWhenTheOutputMovesAgain) {
   EXPECT_EQ(readUntil("again\n"), "again\n");
 }
 
-TEST_F(LineWriterTest, EndsAlthoughNobodyReads) {
+TEST_F(LineWriterTest, EndsAlthoughTheOutputIsBlocked) {
   output.fill();
   overfill();
   const auto begin = std::chrono::steady_clock::now();

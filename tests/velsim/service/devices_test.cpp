@@ -1,5 +1,5 @@
-// Devices as clients see them: lists, attaching and detaching, policies, network devices, and what
-// is told of all that.
+// Devices as clients see them: lists, attaching and detaching, policies, network devices, and the
+// events.
 
 #include "tests/velsim/service/simulated_service.h"
 
@@ -59,7 +59,7 @@ TEST_F(DevicesTest, TheBuiltInOnesAreListed) {
                                  Pair(15, "Barcode scanner")));
 }
 
-TEST_F(DevicesTest, OneAloneIsAListOfOneAndAnUnknownOneOfNone) {
+TEST_F(DevicesTest, TheStatusIsAListOfOneAndOfAnUnknownDeviceAnEmptyOne) {
   const std::vector<Bytes> one = list("getDeviceStatus", {int16(kCamera)});
 
   ASSERT_EQ(one.size(), 1u);
@@ -67,12 +67,12 @@ TEST_F(DevicesTest, OneAloneIsAListOfOneAndAnUnknownOneOfNone) {
   EXPECT_THAT(list("getDeviceStatus", {int16(99)}), IsEmpty());
 }
 
-TEST_F(DevicesTest, ConnectingAttachesAndTells) {
+TEST_F(DevicesTest, ConnectingAttachesAndNotifies) {
   EXPECT_EQ(connect(kWin11, kCamera), Status::kOk);
 
   EXPECT_EQ(device(kCamera).status, DeviceStatus::kAttached);
   EXPECT_EQ(device(kCamera).vm, kWin11);
-  const std::vector<BusEvent> events = told();
+  const std::vector<BusEvent> events = takeEvents();
   ASSERT_EQ(events.size(), 1u);
   EXPECT_EQ(static_cast<int>(events[0].code), kAttached);
   EXPECT_EQ(events[0].vm, kWin11);
@@ -81,24 +81,24 @@ TEST_F(DevicesTest, ConnectingAttachesAndTells) {
   EXPECT_EQ(read(events[0].record, device::kVm), kWin11);
 }
 
-TEST_F(DevicesTest, ConnectingAgainIsFineAndTellsNothing) {
+TEST_F(DevicesTest, ConnectingAgainSucceedsWithoutAnEvent) {
   connect(kWin11, kCamera);
-  told();
+  takeEvents();
 
   EXPECT_EQ(connect(kWin11, kCamera), Status::kOk);
 
-  EXPECT_THAT(told(), IsEmpty());
+  EXPECT_THAT(takeEvents(), IsEmpty());
 }
 
-TEST_F(DevicesTest, DisconnectingTakesItBackAndTellsTheVmThatHadIt) {
+TEST_F(DevicesTest, DisconnectingNotifiesTheVmThatHadTheDevice) {
   connect(kWin11, kCamera);
-  told();
+  takeEvents();
 
   EXPECT_EQ(disconnect(kWin11, kCamera), Status::kOk);
 
   EXPECT_EQ(device(kCamera).status, DeviceStatus::kAvailable);
   EXPECT_EQ(device(kCamera).vm, 0u);
-  const std::vector<BusEvent> events = told();
+  const std::vector<BusEvent> events = takeEvents();
   ASSERT_EQ(events.size(), 1u);
   EXPECT_EQ(static_cast<int>(events[0].code), kDetached);
   EXPECT_EQ(events[0].vm, kWin11);
@@ -106,36 +106,36 @@ TEST_F(DevicesTest, DisconnectingTakesItBackAndTellsTheVmThatHadIt) {
   EXPECT_EQ(read(events[0].record, device::kVm), 0u);
 }
 
-TEST_F(DevicesTest, WhatCannotBeIsRefusedAndTellsNothing) {
+TEST_F(DevicesTest, InvalidRequestsAreRefusedWithoutAnEvent) {
   connect(kWin11, kCamera);
-  told();
+  takeEvents();
 
-  EXPECT_EQ(connect(kNobody, kTablet), Status::kUnknownVm);
+  EXPECT_EQ(connect(kNoSuchVm, kTablet), Status::kUnknownVm);
   EXPECT_EQ(connect(0, kTablet), Status::kUnknownVm);
   EXPECT_EQ(connect(kWin11, 99), Status::kUnknownDevice);
   EXPECT_EQ(connect(kUbuntu, kCamera), Status::kBusy);
   EXPECT_EQ(disconnect(kUbuntu, kCamera), Status::kNotAttached);
   EXPECT_EQ(disconnect(kWin11, kTablet), Status::kNotAttached);
   EXPECT_EQ(disconnect(kWin11, 99), Status::kUnknownDevice);
-  EXPECT_EQ(disconnect(kNobody, kCamera), Status::kUnknownVm);
-  EXPECT_EQ(redirect(kNobody, kCamera, 1), Status::kUnknownVm);
+  EXPECT_EQ(disconnect(kNoSuchVm, kCamera), Status::kUnknownVm);
+  EXPECT_EQ(redirect(kNoSuchVm, kCamera, 1), Status::kUnknownVm);
   EXPECT_EQ(redirect(kWin11, 99, 1), Status::kUnknownDevice);
   EXPECT_EQ(redirect(kWin11, kCamera, 2), Status::kUnknownCommand);
   EXPECT_EQ(redirect(kUbuntu, kCamera, 0), Status::kNotAttached);
 
   EXPECT_EQ(device(kCamera).vm, kWin11);
   EXPECT_EQ(device(kTablet).vm, 0u);
-  EXPECT_THAT(told(), IsEmpty());
+  EXPECT_THAT(takeEvents(), IsEmpty());
 }
 
-TEST_F(DevicesTest, AVmListsWhatIsFreeAndWhatItHas) {
+TEST_F(DevicesTest, AVmListsItsOwnAndTheUnattached) {
   connect(kWin11, kCamera);
   connect(kUbuntu, kTablet);
 
   EXPECT_THAT(numbersFor(kWin11), ElementsAre(11, 12, 14, 15));
   EXPECT_THAT(numbersFor(kUbuntu), ElementsAre(11, 13, 14, 15));
   EXPECT_THAT(numbersFor(0), ElementsAre(11, 12, 13, 14, 15));
-  EXPECT_THAT(numbersFor(kNobody), IsEmpty());
+  EXPECT_THAT(numbersFor(kNoSuchVm), IsEmpty());
 }
 
 TEST_F(DevicesTest, AreConnectedAndDisconnectedBySourceId) {
@@ -151,13 +151,13 @@ TEST_F(DevicesTest, AreConnectedAndDisconnectedBySourceId) {
   for (const char* const method : {"connectDeviceBySrcId", "disconnectDeviceBySrcId"}) {
     EXPECT_EQ(statusOf(method, {int32(kWin11), uint64(kCameraSource & 0xFFFFFFFF)}),
               Status::kUnknownDevice);
-    EXPECT_EQ(statusOf(method, {int32(kNobody), uint64(kCameraSource)}), Status::kUnknownVm);
+    EXPECT_EQ(statusOf(method, {int32(kNoSuchVm), uint64(kCameraSource)}), Status::kUnknownVm);
   }
 }
 
-TEST_F(DevicesTest, RedirectingMovesADeviceAndTakesItBack) {
+TEST_F(DevicesTest, RedirectingMovesADeviceAndReleasesIt) {
   connect(kWin11, kCamera);
-  told();
+  takeEvents();
 
   EXPECT_EQ(redirect(kUbuntu, kCamera, 1), Status::kOk);
   EXPECT_EQ(device(kCamera).vm, kUbuntu);
@@ -165,14 +165,14 @@ TEST_F(DevicesTest, RedirectingMovesADeviceAndTakesItBack) {
   EXPECT_EQ(redirect(kUbuntu, kCamera, 0), Status::kOk);
   EXPECT_EQ(device(kCamera).vm, 0u);
 
-  EXPECT_THAT(toldCodes(), ElementsAre(Pair(kDetached, kWin11), Pair(kAttached, kUbuntu),
-                                       Pair(kDetached, kUbuntu)));
+  EXPECT_THAT(takeEventCodes(), ElementsAre(Pair(kDetached, kWin11), Pair(kAttached, kUbuntu),
+                                            Pair(kDetached, kUbuntu)));
 }
 
-TEST_F(DevicesTest, PluggingInTellsAndGivesANewNumber) {
+TEST_F(DevicesTest, PluggingInNotifiesAndGivesANewNumber) {
   simulator.change([](MachineState& now) { now.plug(DeviceType::kCamera, "Front camera"); });
 
-  const std::vector<BusEvent> events = told();
+  const std::vector<BusEvent> events = takeEvents();
   ASSERT_EQ(events.size(), 1u);
   EXPECT_EQ(static_cast<int>(events[0].code), kPlugged);
   EXPECT_EQ(events[0].vm, 0u);
@@ -182,14 +182,14 @@ TEST_F(DevicesTest, PluggingInTellsAndGivesANewNumber) {
   EXPECT_EQ(list("getDeviceStatus", {int16(number)}).size(), 1u);
 }
 
-TEST_F(DevicesTest, UnpluggingTellsTheVmFirstThenEverybody) {
+TEST_F(DevicesTest, UnpluggingNotifiesTheVmFirstThenAllClients) {
   connect(kWin11, kCamera);
-  told();
+  takeEvents();
 
   simulator.change([](MachineState& now) { now.devices.unplug(kCamera); });
 
   EXPECT_EQ(machine().devices.find(kCamera), nullptr);
-  const std::vector<BusEvent> events = told();
+  const std::vector<BusEvent> events = takeEvents();
   ASSERT_EQ(events.size(), 2u);
   EXPECT_EQ(static_cast<int>(events[0].code), kDetached);
   EXPECT_EQ(events[0].vm, kWin11);
@@ -201,16 +201,16 @@ TEST_F(DevicesTest, UnpluggingTellsTheVmFirstThenEverybody) {
 TEST_F(DevicesTest, StorageIsMountedWhenPluggedInAndUnmountedWhenAttachedOrUnplugged) {
   simulator.change([](MachineState& now) { now.plug(DeviceType::kStorage, "Stick"); });
   const std::uint16_t number = machine().devices.all().rbegin()->first;
-  EXPECT_THAT(toldCodes(), ElementsAre(Pair(kPlugged, 0), Pair(kMounted, 0)));
+  EXPECT_THAT(takeEventCodes(), ElementsAre(Pair(kPlugged, 0), Pair(kMounted, 0)));
 
   connect(kWin11, number);
-  EXPECT_THAT(toldCodes(), ElementsAre(Pair(kUnmounted, 0), Pair(kAttached, kWin11)));
+  EXPECT_THAT(takeEventCodes(), ElementsAre(Pair(kUnmounted, 0), Pair(kAttached, kWin11)));
 
   disconnect(kWin11, number);
-  EXPECT_THAT(toldCodes(), ElementsAre(Pair(kDetached, kWin11)));
+  EXPECT_THAT(takeEventCodes(), ElementsAre(Pair(kDetached, kWin11)));
 
   simulator.change([](MachineState& now) { now.devices.unplug(kStick); });
-  EXPECT_THAT(toldCodes(), ElementsAre(Pair(kUnmounted, 0), Pair(kUnplugged, 0)));
+  EXPECT_THAT(takeEventCodes(), ElementsAre(Pair(kUnmounted, 0), Pair(kUnplugged, 0)));
 }
 
 TEST_F(DevicesTest, OnlyMountingAndUnmountingAreBroadcast) {
@@ -221,12 +221,12 @@ TEST_F(DevicesTest, OnlyMountingAndUnmountingAreBroadcast) {
   }
 }
 
-TEST_F(DevicesTest, APolicyIsKeptShownAndTold) {
+TEST_F(DevicesTest, APolicyIsStoredListedAndReported) {
   EXPECT_EQ(statusOf("setLocalPolicy",
                      {int16(kCamera), int16(-7), bytes("Desk camera"), bytes("by hand")}),
             Status::kOk);
 
-  const std::vector<BusEvent> events = told();
+  const std::vector<BusEvent> events = takeEvents();
   ASSERT_EQ(events.size(), 1u);
   EXPECT_EQ(static_cast<int>(events[0].code), kChanged);
   EXPECT_EQ(events[0].vm, 0u);
@@ -246,7 +246,7 @@ TEST_F(DevicesTest, AnEmptyNameInAPolicyLeavesTheName) {
   EXPECT_EQ(device(kCamera).name, "Built-in camera");
 }
 
-TEST_F(DevicesTest, APolicyCanForbidToAttach) {
+TEST_F(DevicesTest, APolicyCanForbidAttaching) {
   statusOf("setLocalPolicy", {int16(kTablet), int16(2), bytes(""), bytes("")});
   EXPECT_EQ(connect(kWin11, kTablet), Status::kForbidden);
 
@@ -254,14 +254,14 @@ TEST_F(DevicesTest, APolicyCanForbidToAttach) {
   EXPECT_EQ(connect(kWin11, kTablet), Status::kOk);
 }
 
-TEST_F(DevicesTest, NetworkDevicesComeAndGoByTheirText) {
+TEST_F(DevicesTest, NetworkDevicesAreAddedAndDeletedByText) {
   EXPECT_EQ(statusOf("addNetworkDevice", {int32(3), bytes("scanner@10.0.0.9")}), Status::kOk);
   EXPECT_EQ(statusOf("addNetworkDevice", {int32(3), bytes("scanner@10.0.0.9")}), Status::kExists);
   EXPECT_EQ(statusOf("addNetworkDevice", {int32(3), bytes("")}), Status::kEmptyText);
   const Device* const added = machine().devices.findNetwork("scanner@10.0.0.9");
   ASSERT_NE(added, nullptr);
   EXPECT_EQ(added->networkType, 3);
-  EXPECT_THAT(toldCodes(), ElementsAre(Pair(kPlugged, 0)));
+  EXPECT_THAT(takeEventCodes(), ElementsAre(Pair(kPlugged, 0)));
 
   EXPECT_EQ(statusOf("deleteNetworkDevice", {bytes("scanner"), bytes("")}), Status::kUnknownDevice);
   EXPECT_EQ(statusOf("deleteNetworkDevice", {bytes("Built-in camera"), bytes("")}),
@@ -269,17 +269,17 @@ TEST_F(DevicesTest, NetworkDevicesComeAndGoByTheirText) {
   EXPECT_EQ(statusOf("deleteNetworkDevice", {bytes("scanner@10.0.0.9"), bytes("gone")}),
             Status::kOk);
   EXPECT_EQ(machine().devices.findNetwork("scanner@10.0.0.9"), nullptr);
-  EXPECT_THAT(toldCodes(), ElementsAre(Pair(kUnplugged, 0)));
+  EXPECT_THAT(takeEventCodes(), ElementsAre(Pair(kUnplugged, 0)));
 }
 
-TEST_F(DevicesTest, ACameraThatIsForbiddenComesBackAndStays) {
+TEST_F(DevicesTest, DenyingCamerasDetachesThemAndRefusesToAttach) {
   connect(kWin11, kCamera);
-  told();
+  takeEvents();
   EXPECT_EQ(call("CheckCameraAuthStat", {}), qxbus::Values{int32(0)});
 
   simulator.change([](MachineState& now) { now.devices.allowCamera(false); });
 
-  EXPECT_THAT(toldCodes(), ElementsAre(Pair(kDetached, kWin11)));
+  EXPECT_THAT(takeEventCodes(), ElementsAre(Pair(kDetached, kWin11)));
   EXPECT_EQ(call("CheckCameraAuthStat", {}), qxbus::Values{int32(1)});
   EXPECT_EQ(connect(kWin11, kCamera), Status::kForbidden);
   EXPECT_EQ(connect(kWin11, kTablet), Status::kOk);
@@ -291,10 +291,10 @@ TEST_F(DevicesTest, ACameraThatIsForbiddenComesBackAndStays) {
   EXPECT_EQ(call("CheckCameraAuthStat", {}), qxbus::Values{int32(2)});
 }
 
-TEST_F(DevicesTest, UsbDevicesOfClientsAreKeptByVmAndIdentity) {
+TEST_F(DevicesTest, UsbDevicesOfClientsAreStoredByVmAndIdentity) {
   EXPECT_EQ(statusOf("setUsbredirStatus", {int32(kWin11), int16(-2), block8(0x0102030405060708)}),
             Status::kOk);
-  EXPECT_EQ(statusOf("setUsbredirStatus", {int32(kNobody), int16(1), block8(1)}),
+  EXPECT_EQ(statusOf("setUsbredirStatus", {int32(kNoSuchVm), int16(1), block8(1)}),
             Status::kUnknownVm);
 
   const auto& reports = machine().streamReports.all();

@@ -34,12 +34,12 @@ class DiagnosisTest : public SimulatedServiceTest {
   void attachCamera() {
     call("connectVm", {int32(kWin11), int32(1), int32(1), int32(0)});
     call("connectDevice", {int32(kWin11), int16(kCamera)});
-    told();
+    takeEvents();
   }
-  // Status and text of each step told.
+  // Status and text of each reported step.
   std::vector<std::pair<unsigned, std::string>> steps(std::uint64_t id) {
     std::vector<std::pair<unsigned, std::string>> found;
-    for (const BusEvent& event : told()) {
+    for (const BusEvent& event : takeEvents()) {
       EXPECT_EQ(static_cast<int>(event.code), 9);
       EXPECT_EQ(event.vm, kWin11);
       EXPECT_EQ(read(event.record, diagnosis::kId), id);
@@ -51,7 +51,7 @@ class DiagnosisTest : public SimulatedServiceTest {
   }
 };
 
-TEST_F(DiagnosisTest, AnswersAtOnceThenTellsOfItsSteps) {
+TEST_F(DiagnosisTest, AnswersAtOnceThenReportsItsSteps) {
   attachCamera();
 
   EXPECT_EQ(diagnose(kWin11, kCameraSource),
@@ -63,10 +63,10 @@ TEST_F(DiagnosisTest, AnswersAtOnceThenTellsOfItsSteps) {
   clock->advance(milliseconds(100));
   EXPECT_THAT(steps(kCameraSource), ElementsAre(Pair(kFine, "no fault found")));
   clock->advance(kLong);
-  EXPECT_THAT(told(), IsEmpty());
+  EXPECT_THAT(takeEvents(), IsEmpty());
 }
 
-TEST_F(DiagnosisTest, OfADeviceIsNamedByItsNumber) {
+TEST_F(DiagnosisTest, OfADeviceCarriesItsNumber) {
   attachCamera();
 
   EXPECT_EQ(diagnoseDevice(kWin11, kCamera).at("velservice"), 0);
@@ -77,7 +77,7 @@ TEST_F(DiagnosisTest, OfADeviceIsNamedByItsNumber) {
                           Pair(kFine, "no fault found")));
 }
 
-TEST_F(DiagnosisTest, FindsWhatIsNotAttached) {
+TEST_F(DiagnosisTest, FindsADeviceThatIsNotAttached) {
   attachCamera();
   diagnoseDevice(kWin11, kTablet);
   clock->advance(kLong);
@@ -87,55 +87,56 @@ TEST_F(DiagnosisTest, FindsWhatIsNotAttached) {
 
 TEST_F(DiagnosisTest, FindsAVmThatIsNotConnected) {
   call("connectPrinter", {int32(kWin11), int16(kLaser)});
-  told();
+  takeEvents();
   diagnose(kWin11, kLaserSource);
   clock->advance(kLong);
 
   EXPECT_EQ(steps(kLaserSource).back(), std::pair(kFault, std::string("VM not connected")));
 }
 
-TEST_F(DiagnosisTest, OfAPrinterCanBeFineToo) {
+TEST_F(DiagnosisTest, FindsNoFaultInAnAttachedPrinter) {
   attachCamera();
   call("connectPrinter", {int32(kWin11), int16(kLaser)});
-  told();
+  takeEvents();
   diagnose(kWin11, kLaserSource);
   clock->advance(kLong);
 
   EXPECT_EQ(steps(kLaserSource).back(), std::pair(kFine, std::string("no fault found")));
 }
 
-TEST_F(DiagnosisTest, FindsWhatHasGoneMeanwhile) {
+TEST_F(DiagnosisTest, FindsADeviceUnpluggedMeanwhile) {
   attachCamera();
   diagnose(kWin11, kCameraSource);
   simulator.change([](MachineState& now) { now.devices.unplug(kCamera); });
-  told();
+  takeEvents();
   clock->advance(kLong);
 
   EXPECT_EQ(steps(kCameraSource).back(), std::pair(kFault, std::string("unplugged meanwhile")));
 }
 
-TEST_F(DiagnosisTest, SaysWhyItCannotBegin) {
+TEST_F(DiagnosisTest, AnswersWhyItCannotBegin) {
   EXPECT_EQ(diagnose(kWin11, 7), (json{{"velservice", 6}, {"status", "unknown-device"}}));
-  EXPECT_EQ(diagnose(kNobody, kCameraSource), (json{{"velservice", 1}, {"status", "unknown-vm"}}));
+  EXPECT_EQ(diagnose(kNoSuchVm, kCameraSource),
+            (json{{"velservice", 1}, {"status", "unknown-vm"}}));
   EXPECT_EQ(diagnoseDevice(kWin11, 99).at("status"), "unknown-device");
   EXPECT_EQ(diagnoseDevice(kWin11, 0x10000 + kCamera).at("status"), "unknown-device");
-  EXPECT_EQ(diagnoseDevice(kNobody, kCamera).at("status"), "unknown-vm");
+  EXPECT_EQ(diagnoseDevice(kNoSuchVm, kCamera).at("status"), "unknown-vm");
   clock->advance(kLong);
 
-  EXPECT_THAT(told(), IsEmpty());
+  EXPECT_THAT(takeEvents(), IsEmpty());
 }
 
-TEST_F(DiagnosisTest, SelfTestsTellOfEverything) {
+TEST_F(DiagnosisTest, SelfTestsReportEveryDeviceOrEveryPrinter) {
   EXPECT_EQ(call("doveltest", {int32(0), int16(0)}), statusValues(Status::kOk));
-  EXPECT_THAT(told(), IsEmpty());
+  EXPECT_THAT(takeEvents(), IsEmpty());
 
   EXPECT_EQ(call("doveltest", {int32(0), int16(1)}), statusValues(Status::kOk));
-  const auto devices = toldCodes();
+  const auto devices = takeEventCodes();
   EXPECT_EQ(devices.size(), 5u);
   EXPECT_THAT(devices, Each(Pair(10, 0)));
 
   EXPECT_EQ(call("doveltest", {int32(0), int16(2)}), statusValues(Status::kOk));
-  const auto printers = toldCodes();
+  const auto printers = takeEventCodes();
   EXPECT_EQ(printers.size(), 2u);
   EXPECT_THAT(printers, Each(Pair(1, 0)));
 

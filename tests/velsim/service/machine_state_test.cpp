@@ -1,4 +1,4 @@
-// What belongs to no single kind of thing: auto-connect, the ends of sessions, resets.
+// Requests that concern several kinds of peripherals: auto-connect, ends of sessions, resets.
 
 #include "vel/apps/local/velsim/machine/machine_state.h"
 
@@ -19,14 +19,14 @@ class MachineStateTest : public SimulatedServiceTest {
   }
   // The VM that a new camera goes to.
   VmNumber vmOfNewCamera() {
-    VmNumber vm = kNobody;
+    VmNumber vm = kNoSuchVm;
     simulator.change(
         [&vm](MachineState& now) { vm = now.plug(DeviceType::kCamera, "Front camera")->vm; });
     return vm;
   }
 };
 
-TEST_F(MachineStateTest, ANewDeviceStaysHereUnlessItsTypeIsAutoConnected) {
+TEST_F(MachineStateTest, ANewDeviceStaysUnattachedUnlessItsTypeIsAutoConnected) {
   connectVm(kWin11);
   setAutoConnect(DeviceType::kTablet);
 
@@ -40,7 +40,7 @@ TEST_F(MachineStateTest, ANewDeviceGoesToTheVmWithTheFocus) {
   call("onFocusChanged", {int32(kUbuntu), int32(1), uint64(5)});
 
   EXPECT_EQ(vmOfNewCamera(), kUbuntu);
-  EXPECT_THAT(toldCodes(), ElementsAre(Pair(4, 0), Pair(6, kUbuntu)));
+  EXPECT_THAT(takeEventCodes(), ElementsAre(Pair(4, 0), Pair(6, kUbuntu)));
 }
 
 TEST_F(MachineStateTest, WithoutFocusANewDeviceGoesToAConnectedVm) {
@@ -60,7 +60,7 @@ TEST_F(MachineStateTest, NetworkDevicesAreAutoConnectedToo) {
   EXPECT_EQ(machine().devices.findNetwork("scanner")->vm, kUbuntu);
 }
 
-TEST_F(MachineStateTest, TheEndOfASessionTakesEverythingBack) {
+TEST_F(MachineStateTest, TheEndOfASessionReleasesItsDevicesAndPrinters) {
   connectVm(kWin11);
   connectVm(kUbuntu);
   call("connectDevice", {int32(kWin11), int16(kCamera)});
@@ -68,11 +68,11 @@ TEST_F(MachineStateTest, TheEndOfASessionTakesEverythingBack) {
   call("connectPrinter", {int32(kWin11), int16(kLaser)});
   call("setBwInfo", {int32(kWin11), uint64(1), uint64(2)});
   call("setBwInfo", {int32(kUbuntu), uint64(1), uint64(2)});
-  told();
+  takeEvents();
 
   call("disconnectVm", {int32(kWin11)});
 
-  EXPECT_THAT(toldCodes(), ElementsAre(Pair(7, kWin11), Pair(1, kWin11)));
+  EXPECT_THAT(takeEventCodes(), ElementsAre(Pair(7, kWin11), Pair(1, kWin11)));
   EXPECT_EQ(machine().devices.find(kCamera)->vm, 0u);
   EXPECT_EQ(machine().devices.find(kTablet)->vm, kUbuntu);
   EXPECT_EQ(machine().printers.find(kLaser)->vm, 0u);
@@ -80,7 +80,7 @@ TEST_F(MachineStateTest, TheEndOfASessionTakesEverythingBack) {
   EXPECT_EQ(machine().streamReports.all().count(kUbuntu), 1u);
 }
 
-TEST_F(MachineStateTest, AResetForgetsWhatClientsHaveDone) {
+TEST_F(MachineStateTest, AResetUndoesChangesByClients) {
   connectVm(kWin11);
   call("connectDevice", {int32(kWin11), int16(kCamera)});
   call("connectDevice", {int32(kWin11), int16(kStick)});
@@ -96,7 +96,7 @@ TEST_F(MachineStateTest, AResetForgetsWhatClientsHaveDone) {
   call("calibrationJoystick", {int16(0)});
   call("registerJoystickCallback", {block8(7)});
   call("setBwInfo", {int32(kWin11), uint64(1), uint64(2)});
-  told();
+  takeEvents();
 
   EXPECT_EQ(call("resetService", {}), statusValues(Status::kOk));
 
@@ -122,23 +122,23 @@ TEST_F(MachineStateTest, AResetForgetsWhatClientsHaveDone) {
   EXPECT_THAT(machine().streamReports.all(), IsEmpty());
 }
 
-TEST_F(MachineStateTest, AResetTellsWhatItChanges) {
+TEST_F(MachineStateTest, AResetEmitsAnEventForEachChange) {
   call("connectDevice", {int32(kWin11), int16(kCamera)});
   call("connectPrinter", {int32(kWin11), int16(kLaser)});
   call("setLocalPolicy", {int16(kTablet), int16(2), bytes(""), bytes("")});
   call("addNetworkDevice", {int32(1), bytes("scanner")});
   call("addNetworkPrinter", {"10.0.0.5", "Hall", ""});
-  told();
+  takeEvents();
 
   call("resetService", {});
 
-  EXPECT_THAT(toldCodes(),
+  EXPECT_THAT(takeEventCodes(),
               ElementsAre(Pair(7, kWin11), Pair(10, 0), Pair(5, 0), Pair(1, kWin11), Pair(1, 0)));
   call("resetService", {});
-  EXPECT_THAT(told(), IsEmpty());
+  EXPECT_THAT(takeEvents(), IsEmpty());
 }
 
-TEST_F(MachineStateTest, WhatAPersonHasPluggedInSurvivesAReset) {
+TEST_F(MachineStateTest, PluggedInDevicesSurviveAReset) {
   simulator.change([](MachineState& now) {
     now.plug(DeviceType::kCamera, "Front camera");
     now.printers.plug("Plotter");
@@ -152,6 +152,18 @@ TEST_F(MachineStateTest, WhatAPersonHasPluggedInSurvivesAReset) {
   EXPECT_EQ(machine().devices.find(kTablet), nullptr);
   EXPECT_EQ(machine().printers.all().size(), 3u);
   EXPECT_EQ(machine().devices.cameraStatus(), CameraStatus::kDenied);
+}
+
+TEST_F(MachineStateTest, NothingCanBeAddedOrPluggedInWhenAllNumbersAreInUse) {
+  while (machine().numbers.take() != 0) {
+  }
+
+  EXPECT_EQ(call("addNetworkDevice", {int32(1), bytes("scanner")}), statusValues(Status::kFull));
+  EXPECT_EQ(call("addNetworkPrinter", {"10.0.0.5", "Hall", ""}), statusValues(Status::kFull));
+  EXPECT_EQ(machine().plug(DeviceType::kCamera, "Front camera"), nullptr);
+  EXPECT_EQ(machine().printers.plug("Plotter"), nullptr);
+
+  EXPECT_THAT(takeEvents(), IsEmpty());
 }
 
 }  // namespace

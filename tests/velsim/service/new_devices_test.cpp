@@ -1,4 +1,4 @@
-// What users decide on the cards of new devices, and commands for storage.
+// Decisions of users about new devices, and commands for storage.
 
 #include "tests/velsim/service/simulated_service.h"
 
@@ -38,11 +38,11 @@ class NewDevicesTest : public SimulatedServiceTest {
   }
 };
 
-TEST_F(NewDevicesTest, ConnectingAttachesAndTellsWhatBecameOfIt) {
+TEST_F(NewDevicesTest, ConnectingAttachesAndReportsTheResult) {
   EXPECT_EQ(connect(kWin11, kCameraSource), Status::kOk);
 
   EXPECT_EQ(machine().devices.find(kCamera)->vm, kWin11);
-  const std::vector<BusEvent> events = told();
+  const std::vector<BusEvent> events = takeEvents();
   ASSERT_EQ(events.size(), 2u);
   EXPECT_EQ(static_cast<int>(events[0].code), 6);
   EXPECT_EQ(static_cast<int>(events[1].code), 2);
@@ -53,11 +53,11 @@ TEST_F(NewDevicesTest, ConnectingAttachesAndTellsWhatBecameOfIt) {
   EXPECT_EQ(read(events[1].record, new_device_result::kPid), 2);
 }
 
-TEST_F(NewDevicesTest, IgnoringMarksItAndTellsWhatBecameOfIt) {
+TEST_F(NewDevicesTest, IgnoringMarksTheDeviceAndReportsTheResult) {
   EXPECT_EQ(ignore(kCameraSource), Status::kOk);
 
   EXPECT_EQ(machine().devices.find(kCamera)->status, DeviceStatus::kIgnored);
-  const std::vector<BusEvent> events = told();
+  const std::vector<BusEvent> events = takeEvents();
   ASSERT_EQ(events.size(), 2u);
   EXPECT_EQ(static_cast<int>(events[0].code), 10);
   EXPECT_EQ(read(events[0].record, device::kStatus), 3);
@@ -66,32 +66,32 @@ TEST_F(NewDevicesTest, IgnoringMarksItAndTellsWhatBecameOfIt) {
   EXPECT_THAT(result(events[1]), Pair(1, "ok"));
 }
 
-TEST_F(NewDevicesTest, FailuresAreToldToo) {
+TEST_F(NewDevicesTest, FailuresAreReportedToo) {
   EXPECT_EQ(connect(kWin11, 7), Status::kUnknownDevice);
-  EXPECT_EQ(connect(kNobody, kCameraSource), Status::kUnknownVm);
+  EXPECT_EQ(connect(kNoSuchVm, kCameraSource), Status::kUnknownVm);
   connect(kUbuntu, kCameraSource);
-  told();
+  takeEvents();
   EXPECT_EQ(connect(kWin11, kCameraSource), Status::kBusy);
   EXPECT_EQ(ignore(kCameraSource), Status::kBusy);
   EXPECT_EQ(ignore(7), Status::kUnknownDevice);
 
-  const std::vector<BusEvent> events = told();
+  const std::vector<BusEvent> events = takeEvents();
   ASSERT_EQ(events.size(), 3u);
   EXPECT_THAT(result(events[0]), Pair(0, "busy"));
   EXPECT_THAT(result(events[1]), Pair(0, "busy"));
   EXPECT_THAT(result(events[2]), Pair(0, "unknown-device"));
 }
 
-TEST_F(NewDevicesTest, AFailureForAVmThatNobodyHasIsToldToEverybody) {
-  connect(kNobody, kCameraSource);
+TEST_F(NewDevicesTest, AFailureForAnUnknownVmIsReportedForNoVm) {
+  connect(kNoSuchVm, kCameraSource);
 
-  const std::vector<BusEvent> events = told();
+  const std::vector<BusEvent> events = takeEvents();
   ASSERT_EQ(events.size(), 1u);
   EXPECT_EQ(events[0].vm, 0u);
   EXPECT_THAT(result(events[0]), Pair(0, "unknown-vm"));
 }
 
-TEST_F(NewDevicesTest, TheChoiceIsRememberedForItsTypeOnlyWhenItWorked) {
+TEST_F(NewDevicesTest, TheChoiceIsStoredForItsTypeOnlyOnSuccess) {
   connect(kWin11, 7, 1, 1, 1);
   EXPECT_THAT(machine().policies.autoConnects(), IsEmpty());
   EXPECT_THAT(machine().policies.popupCards(), IsEmpty());
@@ -114,18 +114,18 @@ TEST_F(NewDevicesTest, AnIgnoredDeviceCanStillBeAttached) {
 TEST_F(NewDevicesTest, StorageIsUnmountedMountedAndEjected) {
   EXPECT_EQ(storage(kStickSource, 2), Status::kOk);
   EXPECT_FALSE(machine().devices.find(kStick)->isMounted);
-  EXPECT_THAT(toldCodes(), ElementsAre(Pair(65, 0), Pair(8, kWin11)));
+  EXPECT_THAT(takeEventCodes(), ElementsAre(Pair(65, 0), Pair(8, kWin11)));
 
   EXPECT_EQ(storage(kStickSource, 1), Status::kOk);
   EXPECT_TRUE(machine().devices.find(kStick)->isMounted);
-  EXPECT_THAT(toldCodes(), ElementsAre(Pair(64, 0), Pair(8, kWin11)));
+  EXPECT_THAT(takeEventCodes(), ElementsAre(Pair(64, 0), Pair(8, kWin11)));
 
   EXPECT_EQ(storage(kStickSource, 1), Status::kOk);
-  EXPECT_THAT(toldCodes(), ElementsAre(Pair(8, kWin11)));
+  EXPECT_THAT(takeEventCodes(), ElementsAre(Pair(8, kWin11)));
 
   EXPECT_EQ(storage(kStickSource, 3), Status::kOk);
   EXPECT_EQ(machine().devices.find(kStick), nullptr);
-  const std::vector<BusEvent> events = told();
+  const std::vector<BusEvent> events = takeEvents();
   ASSERT_EQ(events.size(), 3u);
   EXPECT_EQ(static_cast<int>(events[0].code), 65);
   EXPECT_EQ(static_cast<int>(events[1].code), 5);
@@ -133,7 +133,7 @@ TEST_F(NewDevicesTest, StorageIsUnmountedMountedAndEjected) {
   EXPECT_EQ(read(events[2].record, new_device_result::kName), "Memory stick");
 }
 
-TEST_F(NewDevicesTest, CommandsForWhatIsNoStorageAreRefused) {
+TEST_F(NewDevicesTest, StorageCommandsForOtherDevicesAreRefused) {
   EXPECT_EQ(storage(kCameraSource, 1), Status::kNotStorage);
   EXPECT_EQ(storage(kCameraSource, 2), Status::kNotStorage);
   EXPECT_EQ(storage(kCameraSource, 3), Status::kNotStorage);

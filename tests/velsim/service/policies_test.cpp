@@ -92,7 +92,7 @@ TEST_F(PoliciesTest, AreListedByVendorAndProduct) {
   EXPECT_EQ(read(records[1], vid_pid_policy::kTurboText), "fast");
 }
 
-TEST_F(PoliciesTest, AResetForgetsThemAll) {
+TEST_F(PoliciesTest, AResetDropsThemAll) {
   call("setAutoConnect", {int32(0), int16(2), int16(1)});
   machine().policies.setPopupCard(2, 1);
   setProperty(kVid, kPid, -5);

@@ -18,7 +18,7 @@ class PrintQueuesTest : public SimulatedServiceTest {
   json textOf(const std::string& method, const qxbus::Values& texts) {
     return json::parse(std::get<std::string>(call(method, texts).at(0)));
   }
-  // What searchAllPrinter knows of a name; null when it knows nothing.
+  // The entry with this name in the answer of searchAllPrinter; null when there is none.
   json found(const std::string& name) {
     const json all = textOf("searchAllPrinter", {});
     for (const json& printer : all.at("printers")) {
@@ -30,7 +30,7 @@ class PrintQueuesTest : public SimulatedServiceTest {
   }
 };
 
-TEST_F(PrintQueuesTest, TheBuiltInOnesAndThePrintersAreFound) {
+TEST_F(PrintQueuesTest, TheSearchFindsBuiltInQueuesAndPrinters) {
   EXPECT_EQ(found("office"), (json{{"name", "office"},
                                    {"source", "queue"},
                                    {"uri", "usb://7e57/0100?number=21"},
@@ -41,7 +41,7 @@ TEST_F(PrintQueuesTest, TheBuiltInOnesAndThePrintersAreFound) {
             (json{{"name", "Office laser"}, {"source", "local"}, {"number", 21}}));
 }
 
-TEST_F(PrintQueuesTest, NetworkAndSharedPrintersAreFoundOnceTheyAreAdded) {
+TEST_F(PrintQueuesTest, TheSearchFindsNetworkAndSharedPrintersOnceTheyAreAdded) {
   call("addNetworkPrinter", {"10.0.0.5", "Hall", ""});
   call("addSharePrinter", {int32(1), "10.0.0.7", "Reception", "Ground floor"});
 
@@ -53,7 +53,7 @@ TEST_F(PrintQueuesTest, NetworkAndSharedPrintersAreFoundOnceTheyAreAdded) {
                                       {"description", "Ground floor"}}));
 }
 
-TEST_F(PrintQueuesTest, DriversAreToldTheBestOneFirst) {
+TEST_F(PrintQueuesTest, DriversAreListedBestFirst) {
   const json drivers = textOf("getPrinterDriverlList", {"Photo printer"});
 
   EXPECT_EQ(drivers,
@@ -62,7 +62,7 @@ TEST_F(PrintQueuesTest, DriversAreToldTheBestOneFirst) {
   EXPECT_THAT(PrintQueues::driversFor("Plotter"), ElementsAre("Generic text"));
 }
 
-TEST_F(PrintQueuesTest, ANameThatIsNotUtf8IsNoProblem) {
+TEST_F(PrintQueuesTest, TakeNamesThatAreNotUtf8) {
   EXPECT_EQ(textOf("getPrinterDriverlList", {qxbus::Bytes{'a', 0xFF}}).at("printer"),
             "a\xEF\xBF\xBD");
 }
@@ -93,7 +93,7 @@ TEST_F(PrintQueuesTest, TheBestDriverIsChosenByModelOrElseByName) {
   EXPECT_EQ(found("other").at("driver"), "Generic text");
 }
 
-TEST_F(PrintQueuesTest, WhatCannotBeIsRefused) {
+TEST_F(PrintQueuesTest, InvalidRequestsAreRefused) {
   EXPECT_EQ(statusOf("addPrinter", {"", "ipp://10.0.0.9", "Generic text"}), Status::kEmptyText);
   EXPECT_EQ(statusOf("addPrinter", {"plotter", "", "Generic text"}), Status::kEmptyText);
   EXPECT_EQ(statusOf("addPrinter", {"plotter", "ipp://10.0.0.9", "?"}), Status::kUnknownDriver);

@@ -42,9 +42,9 @@ class PrintersTest : public SimulatedServiceTest {
     return numbers;
   }
   // Status and VM in each event, which must all be of printers.
-  std::vector<std::pair<int, VmNumber>> toldOfPrinters() {
+  std::vector<std::pair<int, VmNumber>> takePrinterEvents() {
     std::vector<std::pair<int, VmNumber>> changes;
-    for (const BusEvent& event : told()) {
+    for (const BusEvent& event : takeEvents()) {
       EXPECT_EQ(static_cast<int>(event.code), 1);
       changes.emplace_back(read(event.record, printer::kStatus), event.vm);
     }
@@ -52,7 +52,7 @@ class PrintersTest : public SimulatedServiceTest {
   }
 };
 
-TEST_F(PrintersTest, ConnectingAndDisconnectingTellsTheVm) {
+TEST_F(PrintersTest, ConnectingAndDisconnectingNotifiesTheVm) {
   EXPECT_EQ(connect(kWin11, kLaser), Status::kOk);
   EXPECT_EQ(printer(kLaser).vm, kWin11);
   EXPECT_EQ(read(list("getPrinterStatus", {int16(kLaser)}).at(0), printer::kVm),
@@ -61,32 +61,32 @@ TEST_F(PrintersTest, ConnectingAndDisconnectingTellsTheVm) {
   EXPECT_EQ(disconnect(kWin11, kLaser), Status::kOk);
   EXPECT_EQ(printer(kLaser).vm, 0u);
 
-  EXPECT_THAT(toldOfPrinters(), ElementsAre(Pair(2, kWin11), Pair(1, kWin11)));
+  EXPECT_THAT(takePrinterEvents(), ElementsAre(Pair(2, kWin11), Pair(1, kWin11)));
 }
 
-TEST_F(PrintersTest, WhatCannotBeIsRefusedAndTellsNothing) {
+TEST_F(PrintersTest, InvalidRequestsAreRefusedWithoutAnEvent) {
   connect(kWin11, kLaser);
-  told();
+  takeEvents();
 
-  EXPECT_EQ(connect(kNobody, kPhoto), Status::kUnknownVm);
+  EXPECT_EQ(connect(kNoSuchVm, kPhoto), Status::kUnknownVm);
   EXPECT_EQ(connect(kWin11, 99), Status::kUnknownPrinter);
   EXPECT_EQ(connect(kUbuntu, kLaser), Status::kBusy);
-  EXPECT_EQ(disconnect(kNobody, kLaser), Status::kUnknownVm);
+  EXPECT_EQ(disconnect(kNoSuchVm, kLaser), Status::kUnknownVm);
   EXPECT_EQ(disconnect(kUbuntu, kLaser), Status::kNotAttached);
   EXPECT_EQ(disconnect(kWin11, kPhoto), Status::kNotAttached);
   EXPECT_EQ(disconnect(kWin11, 99), Status::kUnknownPrinter);
 
   EXPECT_EQ(printer(kLaser).vm, kWin11);
-  EXPECT_THAT(told(), IsEmpty());
+  EXPECT_THAT(takeEvents(), IsEmpty());
 }
 
-TEST_F(PrintersTest, AVmListsWhatIsFreeAndWhatItHas) {
+TEST_F(PrintersTest, AVmListsItsOwnAndTheUnattached) {
   connect(kWin11, kLaser);
 
   EXPECT_THAT(numbersFor(kWin11), ElementsAre(21, 22));
   EXPECT_THAT(numbersFor(kUbuntu), ElementsAre(22));
   EXPECT_THAT(numbersFor(0), ElementsAre(21, 22));
-  EXPECT_THAT(numbersFor(kNobody), IsEmpty());
+  EXPECT_THAT(numbersFor(kNoSuchVm), IsEmpty());
   EXPECT_THAT(list("getPrinterStatus", {int16(99)}), IsEmpty());
 }
 
@@ -98,10 +98,10 @@ TEST_F(PrintersTest, CommandsAttachAndDetachBySourceId) {
 
   EXPECT_EQ(command(kWin11, kLaserSource, 3), Status::kUnknownCommand);
   EXPECT_EQ(command(kWin11, kLaserSource & 0xFFFFFFFF, 1), Status::kUnknownPrinter);
-  EXPECT_EQ(command(kNobody, kLaserSource, 1), Status::kUnknownVm);
+  EXPECT_EQ(command(kNoSuchVm, kLaserSource, 1), Status::kUnknownVm);
 }
 
-TEST_F(PrintersTest, PluggingInAndOutIsTold) {
+TEST_F(PrintersTest, PluggingInAndUnpluggingEmitsEvents) {
   simulator.change([](MachineState& now) { now.printers.plug("Plotter"); });
   const std::uint16_t number = machine().printers.all().rbegin()->first;
   EXPECT_EQ(printer(number).name, "Plotter");
@@ -112,7 +112,7 @@ TEST_F(PrintersTest, PluggingInAndOutIsTold) {
   });
 
   EXPECT_EQ(machine().printers.find(number), nullptr);
-  EXPECT_THAT(toldOfPrinters(),
+  EXPECT_THAT(takePrinterEvents(),
               ElementsAre(Pair(1, 0), Pair(2, kWin11), Pair(1, kWin11), Pair(0, 0)));
 }
 
@@ -133,7 +133,7 @@ TEST_F(PrintersTest, NetworkPrintersAreAddedListedRenamedAndDeleted) {
   EXPECT_EQ(statusOf("deleteNetworkPrinter", {"Hall"}), Status::kUnknownPrinter);
   EXPECT_EQ(statusOf("deleteNetworkPrinter", {"Lobby"}), Status::kOk);
   EXPECT_THAT(list("getNetworkPrinterList", {}), IsEmpty());
-  EXPECT_THAT(toldOfPrinters(), ElementsAre(Pair(1, 0), Pair(1, 0), Pair(0, 0)));
+  EXPECT_THAT(takePrinterEvents(), ElementsAre(Pair(1, 0), Pair(1, 0), Pair(0, 0)));
 }
 
 TEST_F(PrintersTest, ANetworkPrinterIsAPrinterThatCanBeConnected) {
@@ -150,7 +150,7 @@ TEST_F(PrintersTest, ANetworkPrinterIsAPrinterThatCanBeConnected) {
 TEST_F(PrintersTest, NetworkPrintersNeedAnAddressAndANameOfTheirOwn) {
   addNetwork("10.0.0.5", "Hall");
   addNetwork("10.0.0.6", "Lobby");
-  told();
+  takeEvents();
 
   EXPECT_EQ(addNetwork("", "Attic"), Status::kEmptyText);
   EXPECT_EQ(addNetwork("10.0.0.7", ""), Status::kEmptyText);
@@ -164,7 +164,7 @@ TEST_F(PrintersTest, NetworkPrintersNeedAnAddressAndANameOfTheirOwn) {
   EXPECT_EQ(statusOf("deleteNetworkPrinter", {"Office laser"}), Status::kUnknownPrinter);
 
   EXPECT_EQ(machine().printers.network().size(), 2u);
-  EXPECT_THAT(told(), IsEmpty());
+  EXPECT_THAT(takeEvents(), IsEmpty());
 }
 
 TEST_F(PrintersTest, ANetworkPrinterCannotBeUnplugged) {

@@ -33,7 +33,7 @@ std::string textAt(const Bytes& record, std::size_t offset) {
   return std::string(begin, end);
 }
 
-// The record with what is at these places taken away; nothing else may be in it.
+// Expects zeros outside these places, each with offset and size.
 void expectZeroElsewhere(Bytes record, const std::vector<std::pair<int, int>>& places) {
   for (const auto& [offset, size] : places) {
     std::fill_n(record.begin() + offset, size, static_cast<unsigned char>(0));

@@ -13,9 +13,9 @@ class ServiceCommandsTest : public SimulatedServiceTest {
  protected:
   // The answer to a command that succeeds.
   json run(const std::string& word) {
-    told();
+    takeEvents();
     EXPECT_EQ(call("dovelcmd", {int32(kWin11), word, int32(70000)}), statusValues(Status::kOk));
-    const std::vector<BusEvent> events = told();
+    const std::vector<BusEvent> events = takeEvents();
     EXPECT_EQ(events.size(), 1u) << word;
     if (events.size() != 1) {
       return {};
@@ -40,19 +40,20 @@ TEST_F(ServiceCommandsTest, EachWordOfTheHelpIsACommand) {
   EXPECT_EQ(count, 7u);
 }
 
-TEST_F(ServiceCommandsTest, WhatIsNoCommandIsRefusedAndNothingFollows) {
+TEST_F(ServiceCommandsTest, UnknownCommandsAreRefusedWithoutAnEvent) {
   EXPECT_EQ(call("dovelcmd", {int32(kWin11), "reboot", int32(1)}),
             statusValues(Status::kUnknownCommand));
   EXPECT_EQ(call("dovelcmd", {int32(kWin11), "", int32(1)}), statusValues(Status::kUnknownCommand));
-  EXPECT_EQ(call("dovelcmd", {int32(kNobody), "vms", int32(1)}), statusValues(Status::kUnknownVm));
+  EXPECT_EQ(call("dovelcmd", {int32(kNoSuchVm), "vms", int32(1)}),
+            statusValues(Status::kUnknownVm));
 
-  EXPECT_THAT(told(), IsEmpty());
+  EXPECT_THAT(takeEvents(), IsEmpty());
 }
 
-TEST_F(ServiceCommandsTest, ThisMachineCanBeAskedToo) {
+TEST_F(ServiceCommandsTest, AcceptThisMachineInPlaceOfAVm) {
   EXPECT_EQ(call("dovelcmd", {int32(0), "vms", int32(-1)}), statusValues(Status::kOk));
 
-  const std::vector<BusEvent> events = told();
+  const std::vector<BusEvent> events = takeEvents();
   ASSERT_EQ(events.size(), 1u);
   EXPECT_EQ(events[0].vm, 0u);
   EXPECT_EQ(json::parse(read(events[0].record, command_answer::kText)).at("id"), -1);
@@ -127,12 +128,12 @@ TEST_F(ServiceCommandsTest, ShowTheQualityThatClientsReport) {
              {"quality", {{{"type", 1}, {"figure", 7}}, {{"type", 2}, {"figure", nullptr}}}}}}));
 }
 
-TEST_F(ServiceCommandsTest, QualityThatMakesNoSenseIsRefused) {
+TEST_F(ServiceCommandsTest, InvalidQualityReportsAreRefused) {
   EXPECT_EQ(call("setRtcQosInfo", {int32(kWin11), uint64(2), uint64(7)}),
             statusValues(Status::kUnknownFigure));
-  EXPECT_EQ(call("setRtcQosInfo", {int32(kNobody), uint64(1), uint64(7)}),
+  EXPECT_EQ(call("setRtcQosInfo", {int32(kNoSuchVm), uint64(1), uint64(7)}),
             statusValues(Status::kUnknownVm));
-  EXPECT_EQ(call("setRtcQosInfo", {int32(kNobody), uint64(1)}), statusValues(Status::kUnknownVm));
+  EXPECT_EQ(call("setRtcQosInfo", {int32(kNoSuchVm), uint64(1)}), statusValues(Status::kUnknownVm));
   EXPECT_EQ(call("setBwInfo", {int32(0), uint64(1), uint64(2)}), statusValues(Status::kUnknownVm));
 
   EXPECT_EQ(run("quality").at("reports"), json::array());

@@ -43,7 +43,7 @@ TEST_F(SharedPrintersTest, AreAtThreeAddresses) {
   }
 }
 
-TEST_F(SharedPrintersTest, ASearchHoldsNobodyUp) {
+TEST_F(SharedPrintersTest, ASearchDelaysNoOtherRequest) {
   const auto first = search("10.0.0.7");
   clock->advance(milliseconds(500));
   const auto second = search("10.0.0.8");
@@ -86,7 +86,7 @@ TEST_F(SharedPrintersTest, AResetStopsASearch) {
   EXPECT_EQ(**answer, statusValues(Status::kSearchStopped));
 }
 
-TEST_F(SharedPrintersTest, ASearchForWhatIsNoAddressIsRefusedAtOnce) {
+TEST_F(SharedPrintersTest, ASearchAtAnInvalidAddressIsRefusedAtOnce) {
   EXPECT_EQ(statusOf("searchSharePrinter", {"printer.local"}), Status::kBadAddress);
   EXPECT_EQ(statusOf("stopSearchSharePrinter", {}), Status::kNotSearching);
 }

@@ -26,7 +26,7 @@ void PrintTo(const Case& row, std::ostream* stream) {
 
 class SignatureTest : public ::testing::TestWithParam<Case> {};
 
-TEST_P(SignatureTest, SaysWhichArgumentDoesNotFit) {
+TEST_P(SignatureTest, NamesTheArgumentThatDoesNotFit) {
   const Signature signature(GetParam().takes);
 
   EXPECT_EQ(signature.mismatch(GetParam().arguments).value_or(""), GetParam().mismatch);

@@ -89,9 +89,9 @@ std::vector<qxbus::Bytes> SimulatedServiceTest::list(const std::string& method,
   return records;
 }
 
-std::vector<std::pair<int, VmNumber>> SimulatedServiceTest::toldCodes() {
+std::vector<std::pair<int, VmNumber>> SimulatedServiceTest::takeEventCodes() {
   std::vector<std::pair<int, VmNumber>> codes;
-  for (const BusEvent& event : told()) {
+  for (const BusEvent& event : takeEvents()) {
     codes.emplace_back(static_cast<int>(event.code), event.vm);
   }
   return codes;

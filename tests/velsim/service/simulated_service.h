@@ -37,7 +37,7 @@ class ManualClock : public Scheduler {
   void after(std::chrono::milliseconds delay, std::function<void()> task) override;
   void stop() override;
 
-  // Runs what becomes due, in order.
+  // Runs the tasks that are due by then, in order.
   void advance(std::chrono::milliseconds time);
 
  private:
@@ -61,7 +61,7 @@ qxbus::Value bytes(const std::string& text);
 
 constexpr VmNumber kWin11 = 101;
 constexpr VmNumber kUbuntu = 103;
-constexpr VmNumber kNobody = 9999;
+constexpr VmNumber kNoSuchVm = 9999;
 
 // Built-in things.
 constexpr std::uint16_t kStick = 11;
@@ -93,10 +93,10 @@ class SimulatedServiceTest : public ::testing::Test {
   // The blocks of a list.
   std::vector<qxbus::Bytes> list(const std::string& method, const qxbus::Values& arguments);
 
-  // What has been told since the last time this was asked.
-  std::vector<BusEvent> told() { return std::exchange(events_, {}); }
-  // The same, only code and VM.
-  std::vector<std::pair<int, VmNumber>> toldCodes();
+  // The events since the last call.
+  std::vector<BusEvent> takeEvents() { return std::exchange(events_, {}); }
+  // The same, only codes and VMs.
+  std::vector<std::pair<int, VmNumber>> takeEventCodes();
 
   MachineState& machine() { return machineOf(simulator); }
 

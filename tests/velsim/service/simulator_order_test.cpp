@@ -30,7 +30,7 @@ class SimulatorOrderTest : public ::testing::Test {
   Simulator simulator{std::unique_ptr<Scheduler>(clock)};
 };
 
-TEST_F(SimulatorOrderTest, WhatFollowsFromARequestIsToldAfterItsAnswer) {
+TEST_F(SimulatorOrderTest, EventsOfARequestComeAfterItsAnswer) {
   listen();
 
   request("connectDevice", {int32(kWin11), int16(kStick)});
@@ -38,7 +38,7 @@ TEST_F(SimulatorOrderTest, WhatFollowsFromARequestIsToldAfterItsAnswer) {
   EXPECT_THAT(happened, ElementsAre("connectDevice", "event 65", "event 6"));
 }
 
-TEST_F(SimulatorOrderTest, WhatEndsASearchIsAnsweredBeforeTheSearch) {
+TEST_F(SimulatorOrderTest, AStopIsAnsweredBeforeTheSearchThatItEnds) {
   listen();
 
   request("searchSharePrinter", {"10.0.0.7"});
@@ -76,7 +76,7 @@ TEST(SimulatorWithAClockTest, WaitsForALateAnswer) {
   EXPECT_EQ(std::get<Values>(answer), (Values{int32(0), int32(1), "10.0.0.8", "Workshop", ""}));
 }
 
-TEST(SimulatorWithAClockTest, CanGoWhileThingsAreStillToCome) {
+TEST(SimulatorWithAClockTest, CanBeDestroyedWhileAnswersArePending) {
   std::atomic<int> answers{0};
   {
     Simulator simulator;

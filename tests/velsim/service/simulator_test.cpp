@@ -20,18 +20,6 @@ const char* const kMethodsWithArguments[] = {
     "startManager",   "createPipe",      "destroyPipe", "setPortChannelStatus",
     "onFocusChanged", "updateDriveToken"};
 
-Value int32(std::uint32_t value) {
-  return static_cast<std::int32_t>(value);
-}
-
-Value int32(int value) {
-  return std::int32_t{value};
-}
-
-Value uint64(std::uint64_t value) {
-  return value;
-}
-
 // A pipe as it is on the bus.
 Bytes block(VmNumber vm, std::uint64_t handle, const std::string& name1, const std::string& name2) {
   Bytes bytes(268);
@@ -92,7 +80,7 @@ TEST_F(SimulatorTest, ARefusedCallChangesNothing) {
   EXPECT_FALSE(session().attachment);
 }
 
-TEST_F(SimulatorTest, TellsTheNumberOfAVmAndZeroForOthers) {
+TEST_F(SimulatorTest, ReturnsTheNumberOfAVmAndZeroForOthers) {
   EXPECT_EQ(answer("getVmListSize", {"win11"}), Values{int32(vm)});
   EXPECT_EQ(answer("getVmListSize", {"nosuch"}), Values{int32(0)});
   EXPECT_EQ(answer("getVmListSize", {Bytes{'w', 0}}), Values{int32(0)});
@@ -158,12 +146,12 @@ TEST_F(SimulatorTest, TakesPortsFocusAndToken) {
 }
 
 TEST_F(SimulatorTest, AnswersTheStatusOfAnUnknownVm) {
-  for (const VmNumber nobody : {0u, 0x80000000u, 0xFFFFFFFFu}) {
-    EXPECT_EQ(answer("startManager", {int32(nobody)}), status(Status::kUnknownVm));
+  for (const VmNumber unknown : {0u, 0x80000000u, 0xFFFFFFFFu}) {
+    EXPECT_EQ(answer("startManager", {int32(unknown)}), status(Status::kUnknownVm));
   }
 }
 
-TEST_F(SimulatorTest, AResetForgetsWhatClientsHaveDone) {
+TEST_F(SimulatorTest, AResetUndoesChangesByClients) {
   answer("connectVm", {int32(vm), int32(0), int32(0), int32(0)});
   answer("createPipe", {int32(vm), int32(1), block(vm, 7, "", "")});
 

@@ -43,7 +43,7 @@ TEST(TimerThreadTest, RunsTasksInTheOrderOfTheirTimes) {
   EXPECT_THAT(order, ::testing::ElementsAre(1, 2, 3));
 }
 
-TEST(TimerThreadTest, ATaskMayHandInAnother) {
+TEST(TimerThreadTest, ATaskMayAddAnother) {
   TimerThread timers;
   std::promise<void> isDone;
 
@@ -53,7 +53,7 @@ TEST(TimerThreadTest, ATaskMayHandInAnother) {
   EXPECT_EQ(isDone.get_future().wait_for(std::chrono::seconds(30)), std::future_status::ready);
 }
 
-TEST(TimerThreadTest, DropsWhatIsNotDueWhenItIsStopped) {
+TEST(TimerThreadTest, DropsTasksThatAreNotDueWhenStopped) {
   std::atomic<int> runs{0};
   TimerThread timers;
   timers.after(std::chrono::hours(1), [&runs] { ++runs; });

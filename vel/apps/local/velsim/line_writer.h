@@ -1,5 +1,5 @@
-// Writes lines to a file descriptor, such as standard error, on a thread of its own: a reader that
-// stops reading delays nobody but itself.
+// Writes lines to a file descriptor, such as standard error, on a thread of its own, so that a
+// reader that stops reading delays only itself.
 //
 //   LineWriter log(STDERR_FILENO, "log line");
 //   log.write("velsim: ready\n");

@@ -37,7 +37,7 @@ inline qxbus::Values status(Status status) {
   return {static_cast<std::int32_t>(status)};
 }
 
-// The status of what is done for the VM in the first argument, which must be one.
+// The status of an action for the VM in the first argument; kUnknownVm without calling it.
 template <typename Action>
 Status forVm(const MachineState& machine, const qxbus::Values& arguments, Action action) {
   const VmNumber vm = vmOf(arguments);

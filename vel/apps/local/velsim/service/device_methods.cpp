@@ -16,7 +16,7 @@ enum class Redirection : std::uint16_t {
   kInto = 1,  // the VM, also out of another one
 };
 
-// Number 0 stands for this machine: every device, whoever has it.
+// Number 0 stands for this machine and lists every device.
 Values getDeviceList(MachineState& machine, const Values& arguments) {
   const VmNumber vm = vmOf(arguments);
   std::vector<Bytes> records;
@@ -81,7 +81,7 @@ Values addNetworkDevice(MachineState& machine, const Values& arguments) {
   return status(machine.addNetworkDevice(int32Of(arguments, 0), qxbus::readString(arguments, 1)));
 }
 
-// The detail is for the people who read the requests.
+// The detail is only logged, with the request.
 Values deleteNetworkDevice(MachineState& machine, const Values& arguments) {
   return status(machine.devices.removeNetwork(qxbus::readString(arguments, 0)));
 }

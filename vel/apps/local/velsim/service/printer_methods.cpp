@@ -13,7 +13,7 @@ using qxbus::Values;
 // Values of ConfigPrinterCommand's third argument.
 enum class PrinterCommand : std::uint32_t { kAttach = 1, kDetach = 2 };
 
-// Number 0 stands for this machine: every printer, whoever has it.
+// Number 0 stands for this machine and lists every printer.
 Values getPrinterList(MachineState& machine, const Values& arguments) {
   const VmNumber vm = vmOf(arguments);
   std::vector<Bytes> records;

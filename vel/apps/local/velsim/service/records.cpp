@@ -40,7 +40,7 @@ class Record {
 
 static_assert(static_cast<std::uint16_t>(DeviceStatus::kAttached) == velprotocol::kAttachedStatus);
 
-// What devices and network printers have in common.
+// The fields that devices and network printers share.
 Record deviceRecord(std::uint16_t number, DeviceStatus status, std::uint64_t sourceId,
                     std::uint32_t vm, const std::string& name, const std::string& policyText) {
   return Record(device::kLayout)

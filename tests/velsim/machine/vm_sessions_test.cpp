@@ -13,7 +13,7 @@ class VmSessionsTest : public ::testing::Test {
   VmSessions vms;
   const VmNumber vm = vms.numberOf("win11");
   const VmNumber other = vms.numberOf("ubuntu");
-  static constexpr VmNumber kNobody = 9999;
+  static constexpr VmNumber kNoSuchVm = 9999;
 };
 
 TEST_F(VmSessionsTest, EveryBuiltInVmHasANumberOfItsOwnThatIsNotZero) {
@@ -27,27 +27,27 @@ TEST_F(VmSessionsTest, EveryBuiltInVmHasANumberOfItsOwnThatIsNotZero) {
   EXPECT_EQ(byNumber.size(), vms.numbers().size());
 }
 
-TEST_F(VmSessionsTest, ANameThatNobodyHasIsZero) {
+TEST_F(VmSessionsTest, AnUnknownNameIsZero) {
   EXPECT_EQ(vms.numberOf("nosuch"), 0u);
   EXPECT_EQ(vms.numberOf(""), 0u);
   EXPECT_EQ(vms.numberOf("WIN11"), 0u);
 }
 
 TEST_F(VmSessionsTest, NothingCanBeDoneWithAVmThatDoesNotExist) {
-  for (const VmNumber nobody : {VmNumber{0}, kNobody}) {
-    EXPECT_EQ(vms.find(nobody), nullptr);
-    EXPECT_EQ(vms.connect(nobody, {}), Status::kUnknownVm);
-    EXPECT_EQ(vms.disconnect(nobody), Status::kUnknownVm);
-    EXPECT_EQ(vms.start(nobody), Status::kUnknownVm);
-    EXPECT_EQ(vms.createPipes(nobody, {}), Status::kUnknownVm);
-    EXPECT_EQ(vms.destroyPipes(nobody, {}), Status::kUnknownVm);
-    EXPECT_EQ(vms.setPortStatus(nobody, 1, 1), Status::kUnknownVm);
-    EXPECT_EQ(vms.setFocus(nobody, true, 1), Status::kUnknownVm);
+  for (const VmNumber unknown : {VmNumber{0}, kNoSuchVm}) {
+    EXPECT_EQ(vms.find(unknown), nullptr);
+    EXPECT_EQ(vms.connect(unknown, {}), Status::kUnknownVm);
+    EXPECT_EQ(vms.disconnect(unknown), Status::kUnknownVm);
+    EXPECT_EQ(vms.start(unknown), Status::kUnknownVm);
+    EXPECT_EQ(vms.createPipes(unknown, {}), Status::kUnknownVm);
+    EXPECT_EQ(vms.destroyPipes(unknown, {}), Status::kUnknownVm);
+    EXPECT_EQ(vms.setPortStatus(unknown, 1, 1), Status::kUnknownVm);
+    EXPECT_EQ(vms.setFocus(unknown, true, 1), Status::kUnknownVm);
   }
   EXPECT_FALSE(vms.focus());
 }
 
-TEST_F(VmSessionsTest, ConnectingRemembersTheLatestParameters) {
+TEST_F(VmSessionsTest, ConnectingStoresTheLatestParameters) {
   EXPECT_EQ(vms.connect(vm, {1, 2, 3}), Status::kOk);
   EXPECT_EQ(vms.connect(vm, {4, 5, 6}), Status::kOk);
 
@@ -88,18 +88,18 @@ TEST_F(VmSessionsTest, DisconnectingLeavesTheFocusOfAnotherVm) {
   EXPECT_EQ(vms.focus()->vm, other);
 }
 
-TEST_F(VmSessionsTest, WhatIsNotConnectedCannotBeDisconnected) {
+TEST_F(VmSessionsTest, AVmThatIsNotConnectedCannotBeDisconnected) {
   EXPECT_EQ(vms.disconnect(vm), Status::kNotConnected);
 }
 
-TEST_F(VmSessionsTest, StartingIsRemembered) {
+TEST_F(VmSessionsTest, StartingIsStored) {
   EXPECT_EQ(vms.start(vm), Status::kOk);
 
   EXPECT_TRUE(session().isStarted);
   EXPECT_FALSE(vms.find(other)->isStarted);
 }
 
-TEST_F(VmSessionsTest, PipesAreRememberedUntilTheyAreDestroyed) {
+TEST_F(VmSessionsTest, PipesExistUntilTheyAreDestroyed) {
   EXPECT_EQ(vms.createPipes(vm, {pipe(7), pipe(8)}), Status::kOk);
   EXPECT_EQ(session().pipes.at(7).name1, "control");
   EXPECT_EQ(session().pipes.at(7).name2, "data");
@@ -135,13 +135,13 @@ TEST_F(VmSessionsTest, TwoVmsMayHavePipesOfTheSameHandle) {
 }
 
 TEST_F(VmSessionsTest, APipeOfAnUnknownVmIsRefusedWithAllOthers) {
-  EXPECT_EQ(vms.createPipes(vm, {pipe(7), {kNobody, 8, "", ""}}), Status::kUnknownVm);
-  EXPECT_EQ(vms.destroyPipes(vm, {{kNobody, 8, "", ""}}), Status::kUnknownVm);
+  EXPECT_EQ(vms.createPipes(vm, {pipe(7), {kNoSuchVm, 8, "", ""}}), Status::kUnknownVm);
+  EXPECT_EQ(vms.destroyPipes(vm, {{kNoSuchVm, 8, "", ""}}), Status::kUnknownVm);
 
   EXPECT_TRUE(session().pipes.empty());
 }
 
-TEST_F(VmSessionsTest, NoPipesAreFine) {
+TEST_F(VmSessionsTest, CreatingAndDestroyingNoPipesSucceeds) {
   EXPECT_EQ(vms.createPipes(vm, {}), Status::kOk);
   EXPECT_EQ(vms.destroyPipes(vm, {}), Status::kOk);
 }
@@ -172,7 +172,7 @@ TEST_F(VmSessionsTest, AnEmptyTokenIsRefusedAndTheEarlierOneStays) {
   EXPECT_EQ(vms.driveToken(), "secret");
 }
 
-TEST_F(VmSessionsTest, AResetForgetsAllButTheVms) {
+TEST_F(VmSessionsTest, AResetKeepsOnlyTheVms) {
   const std::map<std::string, VmNumber> before = vms.numbers();
   vms.connect(vm, {});
   vms.start(vm);
