@@ -92,7 +92,8 @@ TEST(InterfaceTest, EverySlotOfTheProxyIsListedOnce) {
     EXPECT_EQ(slot.expected, expected) << slot.signature;
     ++expected;
   }
-  EXPECT_EQ(slotOf(&Longer::next), expected);
+  EXPECT_EQ(slotOf(&Longer::next), expected)
+      << "an operation has no row: HeaderTest.DeclaresTheOperationsOfTheSlots names it";
 }
 
 // Clients are compiled against these 101 slots; those behind them are for the clients to come.

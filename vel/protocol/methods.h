@@ -249,7 +249,7 @@ static_assert(allAreInNotation(), "a method answers nothing");
 
 }  // namespace checks
 
-static_assert(kMethodCount == 68, "the service has 68 methods");
+static_assert(kMethodCount >= 68, "clients call 68 methods: none may go");
 
 }  // namespace velprotocol
 
