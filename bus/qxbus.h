@@ -1,5 +1,5 @@
-// What the library needs of a message bus: four classes, declared here and defined by whichever
-// implementation is linked in (bus/dbus/ for D-Bus, tests/scripted_bus/ for tests).
+// The library's message bus: four classes, declared here and defined by the implementation that is
+// linked in (bus/dbus/ for D-Bus, tests/scripted_bus/ for tests).
 //
 // An implementation defines each class's nested Impl and all members below. Nothing else may differ
 // between implementations: names, order of the virtual operations and parameter types are part of
@@ -7,11 +7,11 @@
 //
 // THREADS   Every operation may be called from any thread. Handlers (events, completions, deaths)
 //           run on threads of the bus layer, never on the caller's.
-// MEMORY    Messages and interfaces are shared; a listener belongs to whoever created it and is
-//           never freed by the bus layer.
+// MEMORY    Messages and interfaces are shared. A listener belongs to its creator; the bus layer
+//           never frees one.
 // ERRORS    Nothing throws. A call that fails still yields a message, whose type() is not
 //           MESSAGE_TYPE_METHOD_RETURN and whose argument 0 is a readable string.
-// SIZE      A bus may end the connection of whoever sends more than it allows in one message (over
+// SIZE      A bus may end the connection of a sender whose message is larger than it allows (over
 //           D-Bus: max_message_size of the bus daemon). To the sender that is the loss of the bus.
 // FORK      A child of fork() has none of the threads: until it calls exec it must not use the bus.
 
@@ -23,10 +23,10 @@
 #include <memory>
 #include <string>
 
-// Who may stand behind a service name or a listener.
+// The users that a service, or the sender of an event, may run as.
 enum QXBusSecurityFlags : int {
   QXBUS_SECURITY_ANY_USER = 0,
-  // The other side must run as the calling user or as root; anyone else counts as not there.
+  // The calling user or root. A service of another user counts as absent.
   QXBUS_SECURITY_SAME_USER_OR_ROOT = 1,
 };
 
@@ -87,9 +87,9 @@ class QXBusMessage {
 
 // A listener for events: set handler, then pass the object to an addEventListener.
 //
-// Events are handed out over a snapshot of the listeners, so one that is removed may be called once
-// more, for the event that is being handed out just then, or may be running still. It must not be
-// freed when removeEventListener or the destructor of its interface returns.
+// Events are dispatched over a snapshot of the listeners. A listener that is removed may still be
+// running, or be called once more, for the event that is being dispatched. So it must not be freed
+// when removeEventListener or the destructor of its interface returns.
 class QXBusEventCallback {
  public:
   virtual ~QXBusEventCallback();
@@ -138,11 +138,11 @@ class QXBusSerivceManager {
   // Empty when the service is not there or the flags refuse it.
   std::shared_ptr<QXBusProxyInterface> getServiceProxyInterface(std::string name,
                                                                 QXBusSecurityFlags flags, int mode);
-  // Listens to broadcast events, whoever sends them. Every registration counts: a listener that
-  // was added twice is called twice, and stays for as long as the process.
+  // Listens to broadcast events of every sender. Every registration counts: a listener that was
+  // added twice is called twice. It stays registered until the process ends.
   //
-  // A sender that has left the bus by the time its event is handed out can no longer be checked:
-  // such an event reaches only listeners with QXBUS_SECURITY_ANY_USER.
+  // The user of a sender that has left the bus before its event is dispatched is unknown: such an
+  // event reaches only listeners with QXBUS_SECURITY_ANY_USER.
   void addEventListener(const std::string& name, QXBusEventCallback* listener,
                         QXBusSecurityFlags flags);
 

@@ -1,4 +1,4 @@
-// The calls that both sides make to the bus daemon itself.
+// The calls of both sides to the bus daemon itself.
 
 #ifndef BUS_DBUS_BUS_DAEMON_H
 #define BUS_DBUS_BUS_DAEMON_H
@@ -11,19 +11,19 @@
 
 namespace qxbus {
 
-// The first call on a connection: the bus carries no message before.
+// The first call on a connection: the daemon delivers no message before it.
 base::Result<void> signIn(Connection& connection, Clock::time_point deadline);
 
 // The unique name of a well-known name's owner; empty when there is no owner, or no reply.
 std::string ownerOf(Connection& connection, const std::string& busName, Clock::time_point deadline);
 
-// The user that a connection belongs to.
+// The user that a peer runs as.
 std::optional<dbus_uint32_t> userOf(Connection& connection, const std::string& uniqueName,
                                     Clock::time_point deadline);
 
 base::Result<void> addMatch(Connection& connection, const std::string& rule,
                             Clock::time_point deadline);
-// Does not wait.
+// Does not wait for the reply.
 void removeMatch(Connection& connection, const std::string& rule);
 
 // Fails when the name is taken or refused.

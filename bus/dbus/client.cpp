@@ -134,7 +134,7 @@ std::shared_ptr<ServiceHandle> Client::handleOn(const std::string& service,
 base::Result<std::shared_ptr<ServiceHandle>> Client::attachTo(const std::string& service,
                                                               QXBusSecurityFlags flags) {
   if (!isServiceName(service)) {
-    return base::Failed{"that is no name for a service"};
+    return base::Failed{"the name is invalid"};
   }
   const Clock::time_point deadline = deadlineAfter(kBusTimeoutMs);
   const Linked linked = link(deadline);
@@ -171,7 +171,7 @@ std::vector<std::shared_ptr<ServiceHandle>> Client::liveHandlesOn(const Link& li
 void Client::addBroadcastListener(const std::string& name, QXBusEventCallback* listener,
                                   QXBusSecurityFlags flags) {
   if (!isMemberName(name)) {
-    logError(base::quoted(name) + " is no name for an event");
+    logError("invalid event name " + base::quoted(name));
     return;
   }
   broadcastListeners_.add(name, listener, flags);

@@ -23,8 +23,8 @@ namespace {
 
 constexpr char kOutOfMemory[] = "out of memory";
 constexpr char kConnectionGone[] = "the connection to the bus is gone";
-// What has been sent before the end may take this long to go out.
-constexpr std::chrono::seconds kLastWords{1};
+// The longest time that messages are still written after the connection was given up.
+constexpr std::chrono::seconds kLinger{1};
 
 short pollEvents(unsigned int flags) {
   return static_cast<short>(((flags & DBUS_WATCH_READABLE) != 0 ? POLLIN : 0) |
@@ -44,7 +44,7 @@ int pollTimeout(Clock::time_point next) {
   if (next == Clock::time_point::max()) {
     return -1;
   }
-  // Rounded up, so that the poll does not end just before the deadline, again and again.
+  // Rounded up: otherwise the poll ends again and again just before the deadline.
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(next - Clock::now()).count();
   return static_cast<int>(std::clamp<std::chrono::milliseconds::rep>(left, 0, INT_MAX));
 }
@@ -56,8 +56,8 @@ Clock::time_point deadlineAfter(int milliseconds) {
                           : Clock::now() + std::chrono::milliseconds(milliseconds);
 }
 
-// What the I/O thread and the callers share. It outlives the Connection for as long as the I/O
-// thread runs.
+// Shared by the I/O thread and the callers. Lives until the I/O thread has ended, also after the
+// Connection.
 class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
  public:
   explicit Core(Handlers handlers) : handlers_(std::move(handlers)) {}
@@ -108,7 +108,7 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
     return open_ && dbus_connection_send(bus_, message, nullptr);
   }
 
-  // The serial of the request; nothing when it could not be sent, and done is the caller's to run.
+  // The serial of the request. Nothing when the request could not be sent: the caller runs done.
   std::optional<dbus_uint32_t> send(DBusMessage* message, Clock::time_point deadline,
                                     std::function<void(Outcome)>* done) {
     const platform::MutexLock lock(mutex_);
@@ -126,7 +126,7 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
     return serial;
   }
 
-  // Nobody waits for this reply any more.
+  // The caller of this request has given up.
   void forget(dbus_uint32_t serial) {
     std::function<void(Outcome)> done;
     const platform::MutexLock lock(mutex_);
@@ -139,8 +139,8 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
 
  private:
   struct Pending {
-    // Whether a reply comes from whom the call went to, or from the bus in its place. A serial can
-    // be guessed by anybody.
+    // Whether a reply comes from the peer that was called, or from the bus daemon in its place. Any
+    // peer can guess a serial.
     bool isAnsweredBy(const char* sender) const {
       return destination.empty() || !sender || sender == destination ||
              std::strcmp(sender, DBUS_SERVICE_DBUS) == 0;
@@ -152,7 +152,8 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
   };
   using Finished = std::vector<std::pair<std::function<void(Outcome)>, Outcome>>;
 
-  // libdbus calls these two inside its own functions, so with the lock; the compiler cannot see it.
+  // libdbus calls these two from functions that are called with the lock, which the compiler cannot
+  // see.
   static dbus_bool_t addWatch(DBusWatch* watch, void* core) QX_NO_THREAD_SAFETY_ANALYSIS {
     auto* const self = static_cast<Core*>(core);
     self->watches_.push_back(watch);
@@ -164,11 +165,11 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
     auto* const self = static_cast<Core*>(core);
     auto& watches = self->watches_;
     watches.erase(std::remove(watches.begin(), watches.end(), watch), watches.end());
-    // A caller's write that fails ends the connection, and nothing more may come to poll for.
+    // A failed write of a caller ends the connection, and leaves no other event to wake the poll.
     self->wake_.wake();
   }
 
-  // Also called where a message is freed, when that makes room for more, so without the lock.
+  // Also called without the lock, where a message is freed and makes room for more.
   static void toggleWatch(DBusWatch* watch, void* core) {
     if (dbus_watch_get_enabled(watch)) {
       static_cast<Core*>(core)->wake_.wake();
@@ -203,7 +204,7 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
     return pollTimeout(std::min(nextDeadline_, closeDeadline_));
   }
 
-  // Moves bytes, then hands on what has arrived. False when the connection has ended.
+  // Moves bytes, then runs the completions and handlers. False when the connection has ended.
   bool handle(const std::vector<pollfd>& polled, const std::vector<DBusWatch*>& watches) {
     Finished finished;
     std::vector<MessagePtr> messages;
@@ -234,7 +235,7 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
   }
 
   bool isOver(const std::vector<pollfd>& polled) QX_REQUIRES(mutex_) {
-    // Somebody has closed a descriptor of ours: to poll it would return at once, for ever.
+    // The program has closed a descriptor of ours. A poll of it always returns at once.
     const auto isTaken = [](const pollfd& each) { return (each.revents & POLLNVAL) != 0; };
     if (!dbus_connection_get_is_connected(bus_) ||
         std::any_of(polled.begin(), polled.end(), isTaken)) {
@@ -243,9 +244,10 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
     if (!closing_) {
       return false;
     }
-    // libdbus keeps what the socket does not take at once, a large last reply for instance.
+    // libdbus keeps bytes that the socket does not take at once, of a large last reply for
+    // instance.
     const Clock::time_point now = Clock::now();
-    closeDeadline_ = std::min(closeDeadline_, now + kLastWords);
+    closeDeadline_ = std::min(closeDeadline_, now + kLinger);
     return !dbus_connection_has_messages_to_send(bus_) || now >= closeDeadline_;
   }
 
@@ -255,7 +257,7 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
       case DBUS_MESSAGE_TYPE_METHOD_RETURN:
       case DBUS_MESSAGE_TYPE_ERROR: {
         const auto call = pending_.find(dbus_message_get_reply_serial(message.get()));
-        // A reply that nobody waits for any more came too late.
+        // A reply without a call came after the call's deadline.
         if (call != pending_.end() &&
             call->second.isAnsweredBy(dbus_message_get_sender(message.get()))) {
           finished->emplace_back(std::move(call->second.done),
@@ -298,7 +300,7 @@ class Connection::Core : public std::enable_shared_from_this<Connection::Core> {
       call.done(Outcome::disconnected(kConnectionGone));
     }
     handlers_.onLost();
-    // What the handlers hold may in turn hold this connection.
+    // The captures of the handlers may own this connection.
     handlers_ = {};
   }
 

@@ -1,9 +1,9 @@
 // One private D-Bus connection with a thread of its own that reads.
 //
 // libdbus builds, parses, authenticates and moves bytes. It never waits and never dispatches here:
-// with two callers inside its blocking call each starves the other, and a thread inside its
-// dispatch loop holds every caller up. Instead the I/O thread polls outside any lock, and whoever
-// calls writes the request and waits for the reply with a deadline of its own.
+// two callers inside its blocking call starve each other, and a thread inside its dispatch loop
+// blocks every caller. Instead the I/O thread polls outside any lock, and each caller writes its
+// own request and waits for the reply until its own deadline.
 //
 // THREADS   Any thread may call any member. The handlers run on the I/O thread: they must be quick
 //           and must not wait for a reply.
@@ -24,7 +24,7 @@ namespace qxbus {
 
 using Clock = std::chrono::steady_clock;
 
-// A point in time that many milliseconds from now; negative is never.
+// The time so many milliseconds from now; a negative number stands for no deadline.
 Clock::time_point deadlineAfter(int milliseconds);
 
 class Connection {
@@ -32,7 +32,7 @@ class Connection {
   struct Handlers {
     // A signal or a method call has arrived.
     std::function<void(MessagePtr)> onMessage;
-    // The connection is gone. Called once, after every waiting call has got its outcome.
+    // The connection is lost. Called once, after every waiting call has its outcome.
     std::function<void()> onLost;
   };
 
@@ -41,8 +41,8 @@ class Connection {
                                                         Handlers handlers,
                                                         Clock::time_point deadline);
 
-  // Closes the connection once what was sent has gone out, or after a second. Does not wait for the
-  // I/O thread.
+  // Closes the connection when all messages have been written, after a second at the latest. Does
+  // not wait for the I/O thread.
   ~Connection();
 
   Connection(const Connection&) = delete;
@@ -50,7 +50,7 @@ class Connection {
 
   bool isOpen() const;
 
-  // False when the connection is gone.
+  // False when the connection is lost.
   bool send(DBusMessage* message);
 
   // Sends a method call and waits for its reply. Never call it on the I/O thread.

@@ -1,4 +1,4 @@
-// Owning handles on what libdbus counts or allocates.
+// Owning handles on messages and errors of libdbus.
 
 #ifndef BUS_DBUS_DBUS_PTR_H
 #define BUS_DBUS_DBUS_PTR_H

@@ -1,4 +1,4 @@
-// What a message holds, and how it goes to and comes from D-Bus.
+// The content of a message, and messages made from the outcomes of calls.
 
 #ifndef BUS_DBUS_MESSAGE_IMPL_H
 #define BUS_DBUS_MESSAGE_IMPL_H
@@ -11,7 +11,7 @@
 #include "bus/dbus/value.h"
 #include "bus/qxbus.h"
 
-// Nothing is encoded before a message is sent, so one may be sent again, or changed and sent again.
+// A message is encoded when it is sent, so it may be changed and sent again.
 struct QXBusMessage::Impl {
   QXBusMessageType type = MESSAGE_TYPE_INVALID;
   std::string name;  // of the method, the event or the error

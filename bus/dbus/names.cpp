@@ -58,7 +58,7 @@ std::string busAddress() {
 #if defined(__APPLE__)
   return "launchd:env=DBUS_LAUNCHD_SESSION_BUS_SOCKET";
 #else
-  // Where a session without the variable has its bus. A bus is never started from here.
+  // The bus of a session that does not set the variable. No bus is started from here.
   const std::string runtime = environment("XDG_RUNTIME_DIR");
   if (runtime.empty() || !isSocket(runtime + "/bus")) {
     return "";

@@ -22,7 +22,7 @@ inline std::string interfaceOf(const std::string& service) {
 }
 
 // Whether D-Bus allows a service, or a method or event, of this name. libdbus ends the process when
-// it is given one that it does not allow.
+// a program passes an invalid one.
 bool isServiceName(const std::string& service);
 bool isMemberName(const std::string& member);
 

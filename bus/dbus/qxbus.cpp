@@ -22,7 +22,7 @@ QXBusEventCallback::~QXBusEventCallback() = default;
 QXBusProxyInterface::QXBusProxyInterface(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 
 QXBusProxyInterface::~QXBusProxyInterface() {
-  // An event that is being handed out may hold the service a little longer.
+  // An event that is being dispatched may own the service a little longer.
   impl_->service->listeners().clear();
   impl_->service->setDeathCallback(nullptr);
 }
@@ -43,7 +43,7 @@ void QXBusProxyInterface::callWithReply(std::shared_ptr<QXBusMessage> message,
   if (!done) {
     done = [](const std::shared_ptr<QXBusMessage>&) {};
   }
-  // A message without a name is refused as such, on the way that every failure takes.
+  // In place of no message, one without a name: the service refuses it like any invalid name.
   const std::shared_ptr<QXBusMessage> sent = message ? message : makeMethodCallMessage("");
   impl_->service->call(*sent, timeoutMs, std::move(done));
 }
@@ -96,7 +96,7 @@ struct FirstConnection {
 }  // namespace
 
 QXBusSerivceManager* QXBusSerivceManager::initSync(int /*wait*/) {
-  // Neither is ever destroyed: the bus threads run until the process has ended.
+  // Never destroyed: threads of the bus run until the process has ended.
   static auto* const first = new FirstConnection;
   if (QXBusSerivceManager* const made = first->made()) {
     return made;

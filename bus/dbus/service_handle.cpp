@@ -43,20 +43,20 @@ base::Result<void> ServiceHandle::attach(QXBusSecurityFlags flags, Clock::time_p
   Connection& connection = link_->connection();
   // Match before asking for the owner, so that no change is missed.
   const std::string changesOfOwner = ownerRule(busName_);
-  if (const auto added = addMatch(connection, changesOfOwner, deadline); !added) {
+  if (auto added = addMatch(connection, changesOfOwner, deadline); !added) {
     return added;
   }
   rules_.push_back(changesOfOwner);
   const std::string owner = ownerOf(connection, busName_, deadline);
   if (owner.empty()) {
-    return base::Failed{"nobody owns " + busName_};
+    return base::Failed{busName_ + " has no owner"};
   }
   if (flags != QXBUS_SECURITY_ANY_USER &&
       !link_->isTrusted(owner, "service " + base::quoted(service_), deadline)) {
     return base::Failed{"its user is refused"};
   }
   const std::string events = eventRule(owner, path_, busName_);
-  if (const auto added = addMatch(connection, events, deadline); !added) {
+  if (auto added = addMatch(connection, events, deadline); !added) {
     return added;
   }
   rules_.push_back(events);
@@ -88,7 +88,7 @@ base::Result<MessagePtr> ServiceHandle::encode(QXBusMessage& message) const {
     return base::Failed{"service " + base::quoted(service_) + " is gone"};
   }
   if (!isMemberName(content.name)) {
-    return base::Failed{base::quoted(content.name) + " is no name for a method"};
+    return base::Failed{"invalid method name " + base::quoted(content.name)};
   }
   MessagePtr call(dbus_message_new_method_call(destination.c_str(), path_.c_str(), busName_.c_str(),
                                                content.name.c_str()));

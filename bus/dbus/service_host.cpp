@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "base/text.h"
 #include "bus/dbus/bus_connection.h"
 #include "bus/dbus/bus_daemon.h"
 #include "bus/dbus/connection.h"
@@ -17,9 +18,10 @@
 namespace qxbus {
 namespace {
 
-constexpr int kBusTimeoutMs = 5000;
+// How long connecting, and each call of the bus daemon, may take.
+constexpr int kHostTimeoutMs = 5000;
 
-// Where a reply goes. Kept instead of the call: libdbus counts the messages that are kept, and
+// The address of a reply. Kept instead of the call: libdbus counts the messages that are kept, and
 // stops reading when they are too many.
 struct ReturnAddress {
   explicit ReturnAddress(DBusMessage* call)
@@ -195,7 +197,7 @@ struct ServiceHost::Impl {
   const std::string path;
   const std::string interface;
   std::string objectXml;
-  // Shared with the call that is being handled, which may end the host.
+  // A handler is shared with the call that runs it, which may destroy the host.
   std::map<std::string, std::shared_ptr<const std::function<void(Request)>>> methods;
 
   // Null until the host has connected.
@@ -303,13 +305,13 @@ void ServiceHost::Impl::emit(const std::string& onInterface, const std::string& 
 ServiceHost::ServiceHost(const std::string& address, const std::string& service,
                          std::vector<Method> methods, const std::vector<std::string>& events) {
   if (!isServiceName(service)) {
-    throw std::runtime_error("\"" + service + "\" is no name for a service");
+    throw std::runtime_error("invalid service name " + base::quoted(service));
   }
   impl_ = std::make_shared<Impl>(service, std::move(methods), events);
   if (const auto& started = impl_->worker.started(); !started) {
     throw std::runtime_error(started.reason());
   }
-  const Clock::time_point deadline = deadlineAfter(kBusTimeoutMs);
+  const Clock::time_point deadline = deadlineAfter(kHostTimeoutMs);
   const auto withImpl = [self = std::weak_ptr<Impl>(impl_)](auto task) {
     if (const std::shared_ptr<Impl> impl = self.lock()) {
       task(*impl);
@@ -330,14 +332,15 @@ ServiceHost::ServiceHost(const std::string& address, const std::string& service,
     const platform::MutexLock lock(impl_->mutex);
     impl_->connection = connection;
   }
-  // From here on calls are answered, so the name may be taken: it is what callers wait for.
+  // Calls are answered from here on, so the name may be taken: callers wait for the name.
   if (const auto owned = requestName(*connection, busNameOf(service), deadline); !owned) {
     throw std::runtime_error(owned.reason());
   }
 }
 
 ServiceHost::~ServiceHost() {
-  releaseName(*impl_->currentConnection(), busNameOf(impl_->service), deadlineAfter(kBusTimeoutMs));
+  releaseName(*impl_->currentConnection(), busNameOf(impl_->service),
+              deadlineAfter(kHostTimeoutMs));
   impl_->worker.finish();
 }
 

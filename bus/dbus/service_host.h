@@ -1,9 +1,9 @@
-// The service side of the bus: gives a service name and an object with methods to a bus connection
-// and emits its events.
+// The service side of the bus: a service name and an object with methods on a bus connection, and
+// the events that the service emits.
 //
-// THREADS   Handlers run one at a time on the host's own thread. Every member, and every member of
-//           a Request, may be called from any thread, also from inside a handler.
-// ERRORS    Nothing throws except the constructor (std::runtime_error with a readable reason).
+// THREADS   Handlers run one at a time on the host's own thread. Any thread may call any member,
+//           and any member of a Request, also inside a handler.
+// ERRORS    Only the constructor throws: std::runtime_error, with a reason for people.
 
 #ifndef BUS_DBUS_SERVICE_HOST_H
 #define BUS_DBUS_SERVICE_HOST_H
@@ -17,8 +17,8 @@
 
 namespace qxbus {
 
-// One method call that waits for its answer. Movable; it may be kept and answered later. The first
-// answer counts. A request that is destroyed unanswered answers with an error.
+// One method call that waits for its answer. Movable, so a handler may keep it and answer later.
+// The first answer counts. A request that is destroyed unanswered answers with an error.
 class Request {
  public:
   struct Impl;
@@ -48,13 +48,15 @@ class ServiceHost {
  public:
   struct Impl;
 
-  // Connects to the bus at address ("" means QXBUS_ADDRESS, else the session bus), exports the
-  // object and then takes the name of service ("vel" becomes qx.bus.vel). Throws
-  // std::runtime_error when the bus cannot be reached, or the name is taken or refused. events are
-  // the names that introspection tells of.
+  // Connects to the bus, exports the object, then takes the name of the service.
+  //
+  // address   a D-Bus address; empty stands for QXBUS_ADDRESS, else the session bus
+  // service   "vel" becomes qx.bus.vel
+  // events    the names of the signals that introspection lists
+  // throws    std::runtime_error when the bus cannot be reached, or the name is taken or refused
   ServiceHost(const std::string& address, const std::string& service, std::vector<Method> methods,
               const std::vector<std::string>& events = {});
-  // Gives the name back, and waits for a handler that is running unless called from inside it.
+  // Releases the name, and waits for the handler that is running, unless called inside it.
   ~ServiceHost();
 
   ServiceHost(const ServiceHost&) = delete;
@@ -64,7 +66,7 @@ class ServiceHost {
   void emitEvent(const std::string& name, const Values& values);
   // Sends a broadcast event ("mountedEvent").
   void broadcast(const std::string& name, const Values& values);
-  // Runs onLost once, on the host's thread, when the bus connection is gone.
+  // Runs onLost once, on the host's thread, when the bus connection is lost.
   void setLostCallback(std::function<void()> onLost);
 
  private:

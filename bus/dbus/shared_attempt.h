@@ -26,7 +26,7 @@ class SharedAttempt {
     running_ = promise.get_future().share();
     lock.unlock();
     const End end(*this);
-    const Result result = attempt();
+    Result result = attempt();
     promise.set_value(result);
     return result;
   }

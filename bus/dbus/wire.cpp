@@ -6,7 +6,7 @@
 namespace qxbus {
 namespace {
 
-// What a variant costs at most besides its payload: signature, padding, length, terminator.
+// The most bytes of a variant besides its payload: signature, padding, length, terminator.
 constexpr std::size_t kVariantOverhead = 24;
 
 template <typename T>
@@ -126,7 +126,7 @@ Value readArray(DBusMessageIter* iter) {
   return size > 0 ? Bytes(data, data + size) : Bytes();
 }
 
-// One value where the iterator stands; variants within variants are followed.
+// The value at the iterator, out of any variants around it.
 Value readValue(DBusMessageIter* iter) {
   DBusMessageIter inner;
   while (dbus_message_iter_get_arg_type(iter) == DBUS_TYPE_VARIANT) {

@@ -1,4 +1,4 @@
-// Positional arguments to and from the body of a D-Bus message. Both sides of the bus use it.
+// Positional arguments to and from the body of a D-Bus message, for both sides of the bus.
 //
 // A body is one argument of type av, one variant per positional argument:
 //   n int16   i int32   t uint64   x int64   d double   s string   ay bytes

@@ -12,7 +12,7 @@
 
 namespace qxbus {
 
-// Runs a task on a thread of that name, which nobody joins.
+// Runs a task on a thread of that name, which is not joined.
 base::Result<void> startDetached(const char* name, std::function<void()> task);
 
 class Worker {

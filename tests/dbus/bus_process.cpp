@@ -1,13 +1,13 @@
-// What the tests need in a process of its own.
+// A process of its own, for tests that need one.
 //
 //   bus_process serve ADDRESS SERVICE [UID]
 //       runs a service, as another user if one is given; prints "running" when its name is taken
 //   bus_process connect [VARIABLE=VALUE [THREADS]]
-//       prints "connected" or "no bus" (or "mixed" when not all threads find the same), then the
-//       milliseconds that it took to find out, then the reason
+//       prints "connected" or "no bus" ("mixed" when the threads' results differ), then the
+//       milliseconds until then, then the reason of the failure
 //   bus_process wait VARIABLE=VALUE
 //       prints "no bus" when there is none at first, and "connected" as soon as there is one, then
-//       "reason: " with what is left of the reason
+//       "reason: " and the reason of the last failure
 //   bus_process threads VARIABLE=VALUE
 //       runs out of threads, see runOutOfThreads
 //   bus_process close VARIABLE=VALUE all|sockets
@@ -175,14 +175,14 @@ void tryWithFewThreads(const std::function<void()>& action) {
 }
 
 // Prints "no limit" when it cannot run out of threads; else, in this order,
-//   "no bus" and "connected"      what it finds without threads, and with them
+//   "no bus" and "connected"      its first connection without threads, and with them
 //   "limited"                     it has an interface of vel and can start no thread again
 //   (SIGUSR1: vel is gone)
-//   "untold"                      it knows that
-//   "death"                       it has been told, now that it can start threads
+//   "unreported"                  the death is known, and no thread can report it
+//   "death"                       the death is reported, now that there are threads
 //   "limited"
 //   (SIGUSR1: the bus and vel have been started again)
-//   "not there" and "there"       what it finds without threads, and with them
+//   "not there" and "there"       the service without threads, and with them
 void runOutOfThreads() {
   sigset_t turn;
   ::sigemptyset(&turn);
@@ -204,8 +204,8 @@ void runOutOfThreads() {
   say(manager ? "connected" : "no bus");
   const std::shared_ptr<QXBusProxyInterface> proxy =
       manager->getServiceProxyInterface("vel", QXBUS_SECURITY_SAME_USER_OR_ROOT, 1);
-  const auto told = std::make_shared<std::promise<void>>();
-  proxy->setDeathCallback([told] { told->set_value(); });
+  const auto reported = std::make_shared<std::promise<void>>();
+  proxy->setDeathCallback([reported] { reported->set_value(); });
   limitProcesses(1);
   say("limited");
 
@@ -213,9 +213,9 @@ void runOutOfThreads() {
   // The second answer is read after everything that came before the first has been handled.
   manager->isServiceRegistered("vel");
   manager->isServiceRegistered("vel");
-  say("untold");
+  say("unreported");
   liftLimit();
-  told->get_future().wait();
+  reported->get_future().wait();
   say("death");
 
   limitProcesses(1);
@@ -247,14 +247,14 @@ int loseDescriptors(bool socketsOnly) {
   QXBusSerivceManager* const manager = QXBusSerivceManager::initSync(-1);
   const std::shared_ptr<QXBusProxyInterface> proxy =
       manager->getServiceProxyInterface("vel", QXBUS_SECURITY_SAME_USER_OR_ROOT, 1);
-  const auto told = std::make_shared<std::promise<void>>();
-  proxy->setDeathCallback([told] { told->set_value(); });
+  const auto reported = std::make_shared<std::promise<void>>();
+  proxy->setDeathCallback([reported] { reported->set_value(); });
   closeDescriptors(socketsOnly);
   if (socketsOnly) {
-    // Nothing comes to an end that a thread waits for. Whoever uses the connection finds out.
+    // No thread waits for the socket's end. The next use of the connection notices it.
     manager->isServiceRegistered("vel");
   }
-  told->get_future().wait();
+  reported->get_future().wait();
   say("death");
   say(manager->isServiceRegistered("vel") ? "there" : "not there");
   return 0;

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <thread>
 
-#include "tests/dbus/bus_test.h"
+#include "tests/dbus/dbus_test.h"
 #include "tests/dbus/odd_sockets.h"
 #include "tests/dbus/raw_peer.h"
 
@@ -21,7 +21,7 @@ std::ptrdiff_t entriesOf(const std::string& directory) {
   return std::distance(begin(entries), end(entries));
 }
 
-class BusThatIsLost : public BusTest {
+class BusThatIsLost : public DBusTest {
  protected:
   std::unique_ptr<TestService> service_ = std::make_unique<TestService>();
   ProxyRef proxy_ = proxyOf();
@@ -58,16 +58,16 @@ TEST_F(BusThatIsLost, IsTheDeathOfEveryInterface) {
   const ProxyRef unwatched = proxyOf();
   const auto deaths = std::make_shared<Record<std::string>>();
   for (const ProxyRef& proxy : {proxy_, second}) {
-    proxy->setDeathCallback([deaths] { deaths->add("told"); });
+    proxy->setDeathCallback([deaths] { deaths->add("reported"); });
   }
 
   bus().kill();
   ASSERT_TRUE(deaths->waitFor(2));
-  unwatched->setDeathCallback([deaths] { deaths->add("told when set"); });
+  unwatched->setDeathCallback([deaths] { deaths->add("reported when set"); });
 
   ASSERT_TRUE(deaths->waitFor(3));
   EXPECT_TRUE(deaths->stays(3));
-  EXPECT_THAT(deaths->items(), ElementsAre("told", "told", "told when set"));
+  EXPECT_THAT(deaths->items(), ElementsAre("reported", "reported", "reported when set"));
 }
 
 TEST_F(BusThatIsLost, IsNoSecondDeathOfAServiceThatDiedBefore) {
@@ -123,7 +123,7 @@ TEST_F(BusThatIsLost, CanBeUsedAgainAfterItsReturn) {
   }
 }
 
-TEST_F(BusThatIsLost, IsFoundAgainByWhoeverAsksFirst) {
+TEST_F(BusThatIsLost, IsFoundAgainByTheFirstRequest) {
   bus().kill();
   bus().start();
   const TestService again;
@@ -190,7 +190,7 @@ TEST_F(BusThatIsLost, CanBeWaitedForInADeathHandler) {
   EXPECT_THAT(replies->items(), ElementsAre(IsReply()));
 }
 
-// A caller whose call has just ended connects again before all others have been told.
+// A caller whose call has just ended connects again before every interface has its report.
 TEST_F(BusThatIsLost, IsTheDeathOfEveryInterfaceAlsoWhenACallerReconnectsAtOnce) {
   const auto deaths = std::make_shared<Gate>();
   proxy_->setDeathCallback([deaths] { deaths->open(); });
@@ -214,7 +214,7 @@ TEST_F(BusThatIsLost, IsTheDeathOfEveryInterfaceAlsoWhenACallerReconnectsAtOnce)
   EXPECT_TRUE(deaths->wait(Milliseconds(3000)));
 }
 
-// Unique names begin anew with the bus: the next instance may be called what the last one was.
+// Unique names begin anew with the bus: the next instance may have the name of the last one.
 TEST_F(BusThatIsLost, DoesNotTakeTheEventsOfTheNextInstanceToAnInterfaceOfTheLast) {
   std::vector<ProxyRef> proxies;
   std::vector<std::shared_ptr<Messages>> events;

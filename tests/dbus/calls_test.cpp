@@ -3,7 +3,7 @@
 #include <atomic>
 #include <thread>
 
-#include "tests/dbus/bus_test.h"
+#include "tests/dbus/dbus_test.h"
 #include "tests/dbus/raw_peer.h"
 
 namespace {
@@ -16,7 +16,7 @@ using testing::HasSubstr;
 // How late a deadline may be noticed on a machine that is busy with other things.
 constexpr Milliseconds kLate{250};
 
-class CallOverDBus : public BusTest {
+class CallOverDBus : public DBusTest {
  protected:
   std::function<void(MessageRef)> note() {
     return [replies = replies_](MessageRef reply) { replies->add(std::move(reply)); };

@@ -4,7 +4,7 @@
 #include <thread>
 
 #include "bus/dbus/bus_failure.h"
-#include "tests/dbus/bus_test.h"
+#include "tests/dbus/dbus_test.h"
 #include "tests/dbus/odd_sockets.h"
 
 namespace {
@@ -19,7 +19,7 @@ using Afterwards = AnsweringSocket::Afterwards;
 constexpr Milliseconds kOneAttempt{3500};
 constexpr int kThreads = 8;
 
-class FirstConnection : public BusTest {
+class FirstConnection : public DBusTest {
  protected:
   struct Attempt {
     std::string said;
@@ -115,7 +115,7 @@ struct RefusalRow {
   std::vector<std::string> answers;
 };
 
-// What a bus does to a user that it does not let in.
+// A bus ends the connection of a user that it does not let in.
 TEST_F(FirstConnection, ToABusThatRefusesTheUserFailsPromptlyWithTheUser) {
   const RefusalRow rows[] = {
       {"refused by the authentication", {"REJECTED EXTERNAL\r\n"}},

@@ -1,9 +1,9 @@
-// An interface stands for one running instance of a service: when that ends it is told once, and
+// An interface stands for one running instance of a service: its end is reported once, and
 // no later instance is taken for it.
 
 #include <thread>
 
-#include "tests/dbus/bus_test.h"
+#include "tests/dbus/dbus_test.h"
 #include "tests/dbus/raw_peer.h"
 
 namespace {
@@ -11,7 +11,7 @@ namespace {
 using namespace dbustest;
 using testing::ElementsAre;
 
-class Death : public BusTest {
+class Death : public DBusTest {
  protected:
   std::function<void()> note(const std::string& what = "death") {
     return [deaths = deaths_, what] { deaths->add(what); };
@@ -20,7 +20,7 @@ class Death : public BusTest {
   std::shared_ptr<Record<std::string>> deaths_ = std::make_shared<Record<std::string>>();
 };
 
-TEST_F(Death, IsToldOnceWhenTheServiceGivesUpItsName) {
+TEST_F(Death, IsReportedOnceWhenTheServiceReleasesItsName) {
   auto service = std::make_unique<TestService>();
   const ProxyRef proxy = proxyOf();
   proxy->setDeathCallback(note());
@@ -32,7 +32,7 @@ TEST_F(Death, IsToldOnceWhenTheServiceGivesUpItsName) {
   EXPECT_TRUE(deaths_->stays(1));
 }
 
-TEST_F(Death, IsToldWhenTheConnectionOfTheServiceEnds) {
+TEST_F(Death, IsReportedWhenTheConnectionOfTheServiceEnds) {
   auto service = std::make_unique<RawPeer>(bus().address());
   ASSERT_TRUE(service->own(kVelName));
   const ProxyRef proxy = proxyOf();
@@ -43,7 +43,7 @@ TEST_F(Death, IsToldWhenTheConnectionOfTheServiceEnds) {
   EXPECT_TRUE(deaths_->waitFor(1));
 }
 
-TEST_F(Death, IsToldWhenAnotherTakesTheNameOver) {
+TEST_F(Death, IsReportedWhenAnotherServiceTakesTheName) {
   RawPeer first(bus().address());
   RawPeer second(bus().address());
   ASSERT_TRUE(first.own(kVelName, DBUS_NAME_FLAG_ALLOW_REPLACEMENT));
@@ -56,7 +56,7 @@ TEST_F(Death, IsToldWhenAnotherTakesTheNameOver) {
   EXPECT_TRUE(deaths_->stays(1));
 }
 
-TEST_F(Death, IsToldToEveryInterfaceOfTheInstanceAndToNoOther) {
+TEST_F(Death, IsReportedToEveryInterfaceOfTheInstanceAndToNoOther) {
   auto mortal = std::make_unique<TestService>("mortal");
   const TestService survivor;
   const ProxyRef first = proxyOf("mortal");
@@ -73,7 +73,7 @@ TEST_F(Death, IsToldToEveryInterfaceOfTheInstanceAndToNoOther) {
   EXPECT_THAT(deaths_->items(), ElementsAre("one of two", "one of two"));
 }
 
-TEST_F(Death, ThatCameBeforeTheCallbackIsToldWhenItIsSet) {
+TEST_F(Death, ThatCameBeforeTheCallbackIsReportedWhenItIsSet) {
   auto service = std::make_unique<TestService>();
   const ProxyRef proxy = proxyOf();
   service.reset();
@@ -85,7 +85,7 @@ TEST_F(Death, ThatCameBeforeTheCallbackIsToldWhenItIsSet) {
   EXPECT_TRUE(deaths_->stays(1));
 }
 
-TEST_F(Death, IsNotToldAgainToACallbackThatIsSetLater) {
+TEST_F(Death, IsNotReportedAgainToACallbackThatIsSetLater) {
   auto service = std::make_unique<TestService>();
   const ProxyRef proxy = proxyOf();
   proxy->setDeathCallback(note("first"));
@@ -97,7 +97,7 @@ TEST_F(Death, IsNotToldAgainToACallbackThatIsSetLater) {
   EXPECT_TRUE(deaths_->stays(1));
 }
 
-TEST_F(Death, IsToldToTheLastCallbackThatWasSet) {
+TEST_F(Death, IsReportedToTheLastCallbackThatWasSet) {
   auto service = std::make_unique<TestService>();
   const ProxyRef proxy = proxyOf();
   proxy->setDeathCallback(note("first"));
@@ -110,7 +110,7 @@ TEST_F(Death, IsToldToTheLastCallbackThatWasSet) {
   EXPECT_THAT(deaths_->items(), ElementsAre("second"));
 }
 
-TEST_F(Death, OfAReleasedInterfaceIsNotTold) {
+TEST_F(Death, OfAReleasedInterfaceIsNotReported) {
   auto service = std::make_unique<TestService>();
   ProxyRef proxy = proxyOf();
   proxy->setDeathCallback(note());
@@ -121,7 +121,8 @@ TEST_F(Death, OfAReleasedInterfaceIsNotTold) {
   EXPECT_TRUE(deaths_->stays(0));
 }
 
-// The service goes while the interface is being made: it is told, or there is no interface.
+// The service goes while the interface is being made: the death is reported, or there is no
+// interface.
 TEST_F(Death, IsNeverMissedWhileAnInterfaceIsMade) {
   std::size_t made = 0;
   for (int round = 0; round < 60; ++round) {
@@ -150,7 +151,7 @@ TEST_F(Death, DoesNotOvertakeTheEventsThatWereSentBefore) {
   const ProxyRef proxy = proxyOf();
   const auto events = std::make_shared<Messages>();
   const auto gate = std::make_shared<Gate>();
-  const OpenAtExit openAtExit(gate);
+  const OpenAtScopeExit openAtScopeExit(gate);
   proxy->addEventListener("velevent", lastingListener([events, gate](const MessageRef& event) {
                             events->add(event);
                             gate->wait();
@@ -230,7 +231,7 @@ TEST_F(StaleInterface, DoesNotReceiveTheEventsOfTheNextInstance) {
 }
 
 // The former owner of the name is still there, and would answer.
-TEST_F(StaleInterface, OfAReplacedOwnerCallsNobody) {
+TEST_F(StaleInterface, OfAReplacedOwnerMakesNoCall) {
   RawPeer first(bus().address());
   RawPeer second(bus().address());
   ASSERT_TRUE(first.own(kVelName, DBUS_NAME_FLAG_ALLOW_REPLACEMENT));

@@ -1,14 +1,14 @@
-// What the system takes away, or would have to give in the end: threads, descriptors, memory.
+// A system that runs out of threads, descriptors or memory.
 
 #include <csignal>
 
-#include "tests/dbus/bus_test.h"
+#include "tests/dbus/dbus_test.h"
 
 namespace {
 
 using namespace dbustest;
 
-class ScarceSystem : public BusTest {
+class ScarceSystem : public DBusTest {
  protected:
   static Process start(const std::string& mode, const std::string& argument = "") {
     std::vector<std::string> arguments = {BUS_PROCESS, mode, "QXBUS_ADDRESS=" + bus().address()};
@@ -20,7 +20,7 @@ class ScarceSystem : public BusTest {
 };
 
 // A thread that cannot be started once ended the process, or the use of the bus; and a death that
-// came just then was never told.
+// came just then was never reported.
 TEST_F(ScarceSystem, MayRunOutOfThreadsForAWhile) {
   auto service = std::make_unique<TestService>();
   Process process = start("threads");
@@ -34,7 +34,7 @@ TEST_F(ScarceSystem, MayRunOutOfThreadsForAWhile) {
 
   service.reset();
   process.signal(SIGUSR1);
-  EXPECT_EQ(process.readLine(), "untold");
+  EXPECT_EQ(process.readLine(), "unreported");
   EXPECT_EQ(process.readLine(), "death");
   ASSERT_EQ(process.readLine(), "limited");
 

@@ -2,14 +2,14 @@
 
 #include <csignal>
 
-#include "tests/dbus/bus_test.h"
+#include "tests/dbus/dbus_test.h"
 
 namespace {
 
 using namespace dbustest;
 using testing::HasSubstr;
 
-class ForeignService : public BusTest {
+class ForeignService : public DBusTest {
  protected:
   void SetUp() override {
     if (std::string(FOREIGN_SERVICE_PYTHON).empty()) {

@@ -8,7 +8,7 @@
 #include <string>
 #include <utility>
 
-#include "tests/dbus/bus_test.h"
+#include "tests/dbus/dbus_test.h"
 
 namespace dbustest {
 
@@ -29,7 +29,7 @@ inline std::string nameOf(const testing::TestParamInfo<Kind>& info) {
 
 constexpr Kind kEachKind[] = {Kind::kEvent, Kind::kBroadcast, Kind::kCompletion, Kind::kDeath};
 
-class FromAHandler : public BusTest, public testing::WithParamInterface<Kind> {
+class FromAHandler : public DBusTest, public testing::WithParamInterface<Kind> {
  protected:
   // Makes a handler of this kind run the action; false when it has not come back in time.
   bool run(const std::function<void()>& action) {

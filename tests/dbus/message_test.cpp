@@ -1,9 +1,9 @@
-// What a message can carry, and what its getters give for what it does not.
+// The arguments that a message carries, and the getters where it carries none.
 
 #include <cmath>
 #include <limits>
 
-#include "tests/dbus/bus_test.h"
+#include "tests/dbus/dbus_test.h"
 
 namespace {
 
@@ -13,7 +13,7 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::SizeIs;
 
-class MessageOverDBus : public BusTest {
+class MessageOverDBus : public DBusTest {
  protected:
   MessageRef echo(const qxbus::Values& values) { return call(*proxy_, "echo", values); }
 

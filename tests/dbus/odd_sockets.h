@@ -1,4 +1,4 @@
-// Unix sockets where a bus is looked for that is none, or not a good one.
+// Unix sockets in the place of a bus, behind which there is none.
 
 #ifndef TESTS_DBUS_ODD_SOCKETS_H
 #define TESTS_DBUS_ODD_SOCKETS_H
@@ -39,7 +39,7 @@ class ListeningSocket {
 
   std::string address() const { return "unix:path=" + path_.string(); }
   int descriptor() const { return descriptor_; }
-  // Connects a new descriptor without waiting; false when there is no room.
+  // Connects a socket without waiting; false when there is no room.
   bool connectTo(int descriptor) const;
 
  private:

@@ -78,7 +78,7 @@ bool RawPeer::own(const std::string& busName, unsigned int flags) {
 std::string RawPeer::ownerOf(const std::string& busName) {
   const DBusMessageRef reply = call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS,
                                     "GetNameOwner", nativeString(busName));
-  return errorNameOf(reply).empty() ? textOf(reply) : "";
+  return errorNameOf(reply).empty() ? firstText(reply) : "";
 }
 
 void RawPeer::emit(const std::string& path, const std::string& interface, const std::string& member,
@@ -102,7 +102,7 @@ void RawPeer::listen(const std::string& rule) {
 }
 
 DBusMessageRef RawPeer::nextMessage() {
-  const auto deadline = TestClock::now() + kPatience;
+  const auto deadline = TestClock::now() + kLongestWait;
   while (TestClock::now() < deadline) {
     if (DBusMessageRef message{dbus_connection_pop_message(connection_)}) {
       return message;
@@ -155,7 +155,7 @@ DBusMessageRef RawPeer::call(const std::string& destination, const std::string& 
   fill(request, body);
   DBusPendingCall* pending = nullptr;
   dbus_connection_send_with_reply(connection_, request.get(), &pending,
-                                  static_cast<int>(kPatience.count()));
+                                  static_cast<int>(kLongestWait.count()));
   if (!pending) {
     throw std::runtime_error("a raw peer has lost the bus");
   }
@@ -170,7 +170,7 @@ std::string errorNameOf(const DBusMessageRef& reply) {
   return name ? name : "";
 }
 
-std::string textOf(const DBusMessageRef& reply) {
+std::string firstText(const DBusMessageRef& reply) {
   const char* text = nullptr;
   const bool has =
       dbus_message_get_args(reply.get(), nullptr, DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);

@@ -38,7 +38,7 @@ class RawPeer {
   // Whether the name is this peer's now.
   bool own(const std::string& busName, unsigned int flags = DBUS_NAME_FLAG_DO_NOT_QUEUE);
 
-  // The unique name behind another; empty when nobody has it.
+  // The unique name of a name's owner; empty when it has none.
   std::string ownerOf(const std::string& busName);
 
   // Empty destination: to everyone who listens.
@@ -47,7 +47,7 @@ class RawPeer {
   // Returns when the bus has taken all that was sent before.
   void sync();
 
-  // What matches the rule comes for this peer, too.
+  // Signals that match the rule come for this peer, too.
   void listen(const std::string& rule);
 
   // The next message that comes for this peer; empty when none comes in time.
@@ -68,10 +68,10 @@ class RawPeer {
   DBusConnection* connection_ = nullptr;
 };
 
-// What a failed or unexpected reply says: the error's name, or "" for a normal one.
+// The name of an error reply; empty for a normal one.
 std::string errorNameOf(const DBusMessageRef& reply);
 // The text that is the first argument, or "".
-std::string textOf(const DBusMessageRef& reply);
+std::string firstText(const DBusMessageRef& reply);
 
 }  // namespace dbustest
 

@@ -1,4 +1,4 @@
-// What a handler may do to the bus that runs it.
+// A handler may use the bus that runs it in every way.
 
 #include <thread>
 
@@ -136,11 +136,11 @@ TEST_P(InsideAHandler, AServiceCanBeAskedForByANameThatIsNotThere) {
   EXPECT_FALSE(none);
 }
 
-// Would each wait for the other if releasing waited for the handler.
+// If releasing waited for the handler, each would wait for the other.
 TEST_P(InsideAHandler, ReleasingAndRemovingElsewhereDoesNotWaitForIt) {
   const auto entered = std::make_shared<Gate>();
   const auto gate = std::make_shared<Gate>();
-  const OpenAtExit openAtExit(gate);
+  const OpenAtScopeExit openAtScopeExit(gate);
   const auto left = std::make_shared<Gate>();
   QXBusEventCallback* const listener = lastingListener([](const MessageRef&) {});
   trigger()->addEventListener("velevent", listener, QXBUS_SECURITY_ANY_USER);
@@ -165,7 +165,7 @@ INSTANTIATE_TEST_SUITE_P(OfEachKind, InsideAHandler, testing::ValuesIn(kEachKind
 
 // --- Snapshots -----------------------------------------------------------------------------------
 
-class DispatchOverASnapshot : public BusTest {
+class DispatchOverASnapshot : public DBusTest {
  protected:
   TestService service_;
   ProxyRef proxy_ = proxyOf();
@@ -193,7 +193,7 @@ TEST_F(DispatchOverASnapshot, LeavesOutListenersThatAreAddedMeanwhile) {
   EXPECT_THAT(calls->items(), ElementsAre("first", "first", "second"));
 }
 
-// Adding to a list while it is gone through would move it, or never come to an end.
+// A list that grows during its dispatch would move, or never end.
 TEST_F(DispatchOverASnapshot, OfBroadcastsLeavesOutListenersThatAreAddedMeanwhile) {
   const auto calls = std::make_shared<Record<int>>();
   const std::string broadcast = newBroadcastName();

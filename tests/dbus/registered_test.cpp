@@ -1,16 +1,16 @@
-// Whether a service is there, and what asking must not do.
+// Whether a service is registered, and that asking starts none.
 
 #include <filesystem>
 #include <fstream>
 
-#include "tests/dbus/bus_test.h"
+#include "tests/dbus/dbus_test.h"
 #include "tests/dbus/raw_peer.h"
 
 namespace {
 
 using namespace dbustest;
 
-class ServiceOverDBus : public BusTest {};
+class ServiceOverDBus : public DBusTest {};
 
 TEST_F(ServiceOverDBus, IsAskedForEachTime) {
   EXPECT_FALSE(manager().isServiceRegistered("vel"));
@@ -47,7 +47,7 @@ TEST_F(ServiceOverDBus, HasManyInterfacesIfNeedBe) {
   EXPECT_THAT(call(*first, "echo"), IsReply());
 }
 
-// Releasing one must not take away what the bus sends for the other.
+// Releasing one must not end the bus's signals for the other.
 TEST_F(ServiceOverDBus, KeepsItsEventsWhenOneOfTwoInterfacesIsReleased) {
   auto service = std::make_unique<TestService>();
   const ProxyRef kept = proxyOf();
@@ -68,7 +68,7 @@ TEST_F(ServiceOverDBus, KeepsItsEventsWhenOneOfTwoInterfacesIsReleased) {
   EXPECT_TRUE(death->wait());
 }
 
-// The bus would start a service that somebody calls by its name.
+// A bus starts a service that a client calls by its name.
 TEST_F(ServiceOverDBus, IsNeverStartedByAsking) {
   const std::filesystem::path witness = bus().directory() / "started";
   bus().kill();
@@ -87,7 +87,7 @@ TEST_F(ServiceOverDBus, IsNeverStartedByAsking) {
   std::this_thread::sleep_for(kSilence);
   EXPECT_FALSE(std::filesystem::exists(witness));
 
-  // That the file can appear at all: somebody else has the service started.
+  // That the file can appear at all: another client has the service started.
   RawPeer other(bus().address());
   other.call("qx.bus.startable", "/", "qx.bus.startable", "start");
   EXPECT_TRUE(std::filesystem::exists(witness));
@@ -95,7 +95,7 @@ TEST_F(ServiceOverDBus, IsNeverStartedByAsking) {
   std::filesystem::remove(witness);
 }
 
-class HangingBus : public BusTest {
+class HangingBus : public DBusTest {
  protected:
   ~HangingBus() override { bus().resume(); }
 };

@@ -1,11 +1,11 @@
-// Who may stand behind a service: this user or root, and nobody else.
+// A service must run as this user or root.
 
 #include <algorithm>
 #include <csignal>
 
 #include <unistd.h>
 
-#include "tests/dbus/bus_test.h"
+#include "tests/dbus/dbus_test.h"
 #include "tests/dbus/raw_peer.h"
 
 namespace {
@@ -18,8 +18,8 @@ using testing::Not;
 
 constexpr char kOtherUser[] = "65534";
 
-// Only root can start a service as somebody else.
-class AnotherUser : public BusTest {
+// Only root can start a service as another user.
+class AnotherUser : public DBusTest {
  protected:
   void SetUp() override {
     if (::geteuid() != 0) {
@@ -128,7 +128,7 @@ TEST_F(AnotherUser, FillsNoLogWithItsBroadcasts) {
   EXPECT_EQ(linesWith(kOtherUser), 1);
 }
 
-// Unique names begin anew with the bus, and what the last bus has brought may still wait.
+// Unique names begin anew with the bus, and events of the last bus may still wait.
 TEST_F(AnotherUser, IsNotTakenForOneWithItsUniqueNameOnTheNextBus) {
   stranger_->end(SIGKILL);
   bus().kill();
@@ -144,7 +144,7 @@ TEST_F(AnotherUser, IsNotTakenForOneWithItsUniqueNameOnTheNextBus) {
   const auto heard = broadcastsTo(manager(), lastingListener(nullptr), forged, kSafe);
   const auto end = broadcastsTo(manager(), lastingListener(nullptr), last, kSafe);
   const auto gate = std::make_shared<Gate>();
-  const OpenAtExit openAtExit(gate);
+  const OpenAtScopeExit openAtScopeExit(gate);
   const auto entered = std::make_shared<Gate>();
   proxy->addEventListener("velevent", lastingListener([entered, gate](const MessageRef&) {
                             entered->open();
@@ -170,9 +170,9 @@ TEST_F(AnotherUser, IsNotTakenForOneWithItsUniqueNameOnTheNextBus) {
   EXPECT_EQ(RawPeer(bus().address()).ownerOf("qx.bus.vel"), strangersName);
 }
 
-class ThisUser : public BusTest {};
+class ThisUser : public DBusTest {};
 
-// Nobody knows any more who it was.
+// The bus does not know its user any more.
 TEST_F(ThisUser, IsNotHeardOnceItHasLeftTheBusAndFillsNoLogEither) {
   TestService service;
   const ProxyRef proxy = proxyOf();
@@ -180,7 +180,7 @@ TEST_F(ThisUser, IsNotHeardOnceItHasLeftTheBusAndFillsNoLogEither) {
   const auto safe = broadcastsTo(manager(), lastingListener(nullptr), name, kSafe);
   const auto any = broadcastsTo(manager(), lastingListener(nullptr), name, QXBUS_SECURITY_ANY_USER);
   const auto gate = std::make_shared<Gate>();
-  const OpenAtExit openAtExit(gate);
+  const OpenAtScopeExit openAtScopeExit(gate);
   proxy->addEventListener("velevent", lastingListener([gate](const MessageRef&) { gate->wait(); }),
                           kSafe);
   service.emit("velevent", {});
@@ -227,7 +227,7 @@ TEST_F(ThisUser, IsMissedWhenItsProcessIsKilled) {
   EXPECT_THAT(call(*proxy, "echo", {}, 2000), IsDisconnected());
 }
 
-TEST_F(ThisUser, IsHeardToItsLastWord) {
+TEST_F(ThisUser, IsHeardToItsLastEvent) {
   Process service(helper({BUS_PROCESS, "serve", bus().address(), "vel"}));
   ASSERT_EQ(service.readLine(), "running");
   const ProxyRef proxy = proxyOf();

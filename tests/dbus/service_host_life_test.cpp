@@ -5,7 +5,7 @@
 
 #include "bus/dbus/bus_connection.h"
 #include "bus/dbus/wire.h"
-#include "tests/dbus/bus_test.h"
+#include "tests/dbus/dbus_test.h"
 #include "tests/dbus/raw_peer.h"
 
 namespace {
@@ -14,7 +14,7 @@ using namespace dbustest;
 using testing::AllOf;
 using testing::HasSubstr;
 
-class LifeOfAServiceHost : public BusTest {};
+class LifeOfAServiceHost : public DBusTest {};
 
 std::string reasonNotToRun(const std::string& address, const std::string& name) {
   try {
@@ -45,7 +45,7 @@ TEST_F(LifeOfAServiceHost, AnswersFromTheMomentItHasItsName) {
     std::thread starter([&] { service = std::make_unique<TestService>(); });
 
     std::string error = DBUS_ERROR_SERVICE_UNKNOWN;
-    const auto deadline = TestClock::now() + kPatience;
+    const auto deadline = TestClock::now() + kLongestWait;
     while (error == DBUS_ERROR_SERVICE_UNKNOWN && TestClock::now() < deadline) {
       error = errorNameOf(client.call("qx.bus.vel", "/qx/bus/vel", "qx.bus.vel", "echo"));
     }
@@ -89,7 +89,7 @@ TEST_F(LifeOfAServiceHost, WaitsAtItsEndForTheHandlerThatRuns) {
   opener.join();
 }
 
-// What a method such as "quit" does.
+// As in a method such as "quit".
 TEST_F(LifeOfAServiceHost, CanEndInsideItsHandler) {
   const auto host = std::make_shared<std::unique_ptr<qxbus::ServiceHost>>();
   const auto after = std::make_shared<Record<std::string>>();
@@ -125,7 +125,7 @@ TEST_F(LifeOfAServiceHost, CanEndInsideItsHandlerBeforeALargeReply) {
   EXPECT_TRUE(reply->getString(0) == large);
 }
 
-// What the bus does not take is not kept for ever.
+// Bytes that the bus does not take are not kept for ever.
 TEST_F(LifeOfAServiceHost, EndsSoonAfterALastReplyThatTheBusDoesNotTake) {
   const auto lost = std::make_shared<Gate>();
   auto connected = qxbus::connectToBus(bus().address(),
@@ -157,7 +157,7 @@ TEST_F(LifeOfAServiceHost, MayBeOutlivedByARequest) {
   EXPECT_FALSE(manager().isServiceRegistered("vel"));
 }
 
-TEST_F(LifeOfAServiceHost, TellsOnceThatItsBusIsGone) {
+TEST_F(LifeOfAServiceHost, ReportsTheLossOfItsBusOnce) {
   TestService service;
   const auto lost = std::make_shared<Record<std::thread::id>>();
   service.host().setLostCallback([lost] { lost->add(std::this_thread::get_id()); });
@@ -169,7 +169,7 @@ TEST_F(LifeOfAServiceHost, TellsOnceThatItsBusIsGone) {
   EXPECT_NE(lost->items().front(), std::this_thread::get_id());
 }
 
-TEST_F(LifeOfAServiceHost, TellsThatItsBusIsGoneAlsoToALateCallback) {
+TEST_F(LifeOfAServiceHost, ReportsTheLossOfItsBusAlsoToALateCallback) {
   TestService service;
   const auto lost = std::make_shared<Gate>();
   bus().kill();
@@ -180,7 +180,7 @@ TEST_F(LifeOfAServiceHost, TellsThatItsBusIsGoneAlsoToALateCallback) {
   EXPECT_TRUE(lost->wait());
 }
 
-TEST_F(LifeOfAServiceHost, CanBeToldToForgetTheCallbackBeforeAndAfterTheLoss) {
+TEST_F(LifeOfAServiceHost, ForgetsItsCallbackBeforeAndAfterTheLoss) {
   TestService service;
   const auto lost = std::make_shared<Record<std::string>>();
   service.host().setLostCallback([lost] { lost->add("forgotten"); });

@@ -4,7 +4,7 @@
 #include <thread>
 
 #include "bus/dbus/wire.h"
-#include "tests/dbus/bus_test.h"
+#include "tests/dbus/dbus_test.h"
 #include "tests/dbus/raw_peer.h"
 
 namespace {
@@ -14,9 +14,9 @@ using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-class ServiceHostOverDBus : public BusTest {
+class ServiceHostOverDBus : public DBusTest {
  protected:
-  // What dbus-send prints.
+  // The output of dbus-send.
   static std::string dbusSend(const std::vector<std::string>& arguments) {
     std::vector<std::string> command = {"dbus-send", "--bus=" + bus().address(), "--print-reply",
                                         "--reply-timeout=20000"};
@@ -30,7 +30,7 @@ class ServiceHostOverDBus : public BusTest {
     return client_.call(kVelName, kVelPath, kVelName, method, body);
   }
 
-  // How many replies go over the bus to the client because of what an action does.
+  // The number of replies that go over the bus to the client during an action.
   int repliesDuring(const std::function<void()>& action) {
     RawPeer watcher(bus().address());
     const Body everything = [](DBusMessageIter* arguments) {
@@ -65,7 +65,7 @@ class ServiceHostOverDBus : public BusTest {
 
 // --- Ordinary tools ------------------------------------------------------------------------------
 
-TEST_F(ServiceHostOverDBus, TellsAnOrdinaryToolWhatItHas) {
+TEST_F(ServiceHostOverDBus, DescribesItsObjectToAnOrdinaryTool) {
   const TestService service("vel", {}, {"velevent"});
 
   const std::string xml = dbusSend({std::string("--dest=") + kVelName, kVelPath,
@@ -144,7 +144,7 @@ TEST_F(ServiceHostOverDBus, FailsWithOneText) {
 
   EXPECT_NE(errorNameOf(reply), "");
   EXPECT_STREQ(dbus_message_get_signature(reply.get()), "s");
-  EXPECT_EQ(textOf(reply), "no desktop connected");
+  EXPECT_EQ(firstText(reply), "no desktop connected");
 }
 
 TEST_F(ServiceHostOverDBus, NamesTheMethodThatItDoesNotHave) {
@@ -153,7 +153,7 @@ TEST_F(ServiceHostOverDBus, NamesTheMethodThatItDoesNotHave) {
   const DBusMessageRef reply = ask("startManger");
 
   EXPECT_EQ(errorNameOf(reply), DBUS_ERROR_UNKNOWN_METHOD);
-  EXPECT_THAT(textOf(reply), HasSubstr("startManger"));
+  EXPECT_THAT(firstText(reply), HasSubstr("startManger"));
 }
 
 TEST_F(ServiceHostOverDBus, HasNoOtherObjectAndNoOtherInterface) {
@@ -166,7 +166,7 @@ TEST_F(ServiceHostOverDBus, HasNoOtherObjectAndNoOtherInterface) {
   EXPECT_EQ(errorNameOf(client_.call(kVelName, kVelPath, "", "echo")), "");
 }
 
-TEST_F(ServiceHostOverDBus, TellsWhoCalls) {
+TEST_F(ServiceHostOverDBus, NamesTheCaller) {
   const auto senders = std::make_shared<Record<std::string>>();
   TestService service("vel", {{"whoAmI", [senders](qxbus::Request request) {
                                  senders->add(request.method() + " " + request.sender());
@@ -197,7 +197,7 @@ TEST_F(ServiceHostOverDBus, AnswersARequestThatIsDroppedWithAnError) {
   const DBusMessageRef reply = ask("drop");
 
   EXPECT_NE(errorNameOf(reply), "");
-  EXPECT_THAT(textOf(reply), HasSubstr("drop"));
+  EXPECT_THAT(firstText(reply), HasSubstr("drop"));
 }
 
 TEST_F(ServiceHostOverDBus, SendsOnlyTheFirstAnswer) {
@@ -214,12 +214,12 @@ TEST_F(ServiceHostOverDBus, SendsOnlyTheFirstAnswer) {
 
   EXPECT_EQ(repliesDuring([&] {
               EXPECT_EQ(qxbus::readString(qxbus::readBody(ask("twice").get()), 0), "first");
-              EXPECT_EQ(textOf(ask("twiceNo")), "first");
+              EXPECT_EQ(firstText(ask("twiceNo")), "first");
             }),
             2);
 }
 
-TEST_F(ServiceHostOverDBus, SendsNoReplyThatNobodyWants) {
+TEST_F(ServiceHostOverDBus, SendsNoReplyToACallThatWantsNone) {
   TestService service("vel", {{"drop", [](const qxbus::Request&) {}}});
 
   EXPECT_EQ(repliesDuring([&] {

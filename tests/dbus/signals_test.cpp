@@ -1,6 +1,6 @@
-// Whose signals are events, and who is told of them.
+// Which signals are events, and which listeners receive them.
 
-#include "tests/dbus/bus_test.h"
+#include "tests/dbus/dbus_test.h"
 #include "tests/dbus/raw_peer.h"
 
 namespace {
@@ -10,9 +10,9 @@ using testing::ElementsAre;
 
 constexpr char kBroadcasts[] = "qx.bus.Broadcast";
 
-class ForgedSignal : public BusTest {
+class ForgedSignal : public DBusTest {
  protected:
-  // Only the service itself, on its object and interface, has sent what arrives.
+  // The only event that arrives is the one that the service sends on its object and interface.
   void expectOnlyTheServicesOwnEvent() {
     service_.emit("velevent", {std::int32_t{1}});
     ASSERT_TRUE(events_->waitFor(1));
@@ -74,8 +74,8 @@ TEST_F(ForgedSignal, OfAConnectionThatOwnsAnotherServiceIsNoEvent) {
 TEST_F(ForgedSignal, ThatAnnouncesADeathIsNotBelieved) {
   const std::string client = clientName();
   const std::string owner =
-      textOf(stranger_.call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, "GetNameOwner",
-                            nativeString(kVelName)));
+      firstText(stranger_.call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS,
+                               "GetNameOwner", nativeString(kVelName)));
   ASSERT_NE(owner, "");
   const Body death = [&owner](DBusMessageIter* arguments) {
     for (const char* const text : {kVelName, owner.c_str(), ""}) {
@@ -152,7 +152,7 @@ TEST_F(BroadcastOverDBus, MayComeFromAnyoneAndAnyObject) {
   EXPECT_THAT(firstNumbers(*broadcasts), ElementsAre(1, 2, 3, 5));
 }
 
-class EachRegistration : public BusTest {
+class EachRegistration : public DBusTest {
  protected:
   QXBusEventCallback* counted() {
     return lastingListener([calls = calls_](const MessageRef& event) { calls->add(event); });

@@ -4,7 +4,7 @@
 #include <atomic>
 #include <thread>
 
-#include "tests/dbus/bus_test.h"
+#include "tests/dbus/dbus_test.h"
 
 namespace {
 
@@ -12,7 +12,7 @@ using namespace dbustest;
 
 constexpr int kRounds = 60;
 
-class UnderStress : public BusTest {
+class UnderStress : public DBusTest {
  protected:
   struct Counts {
     std::atomic<int> calls{0};
@@ -30,7 +30,7 @@ class UnderStress : public BusTest {
     }
   }
 
-  // What one thread of a client does, over and over.
+  // One thread of a client, over and over.
   static void useTheService(const std::shared_ptr<Counts>& counts, QXBusEventCallback* listener) {
     manager().isServiceRegistered("vel");
     const ProxyRef proxy = manager().getServiceProxyInterface("vel", kSafe, 1);
@@ -132,8 +132,8 @@ TEST_F(UnderStress, TheBusMayComeAndGo) {
   expectAllIsWell();
 }
 
-// Every interface that was made before the death is told of it, once.
-TEST_F(UnderStress, NoDeathIsMissedAndNoneIsToldTwice) {
+// Every interface that was made before the death has it reported, once.
+TEST_F(UnderStress, NoDeathIsMissedAndNoneIsReportedTwice) {
   const auto deaths = std::make_shared<std::atomic<int>>(0);
   Record<ProxyRef> interfaces;
   for (int life = 0; life < 10; ++life) {

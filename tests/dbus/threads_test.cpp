@@ -1,4 +1,4 @@
-// On which threads handlers run, and what waits for what.
+// The threads that handlers run on, and which of them wait for each other.
 
 #include <atomic>
 #include <csignal>
@@ -14,7 +14,7 @@ using namespace dbustest;
 using testing::ElementsAreArray;
 using ThreadIds = Record<std::thread::id>;
 
-class HandlersOverDBus : public BusTest {};
+class HandlersOverDBus : public DBusTest {};
 
 TEST_F(HandlersOverDBus, RunOnNoThreadOfACaller) {
   auto service = std::make_unique<TestService>();
@@ -52,14 +52,14 @@ TEST_F(HandlersOverDBus, LeaveSignalsToTheClientAndTheirThreadsHaveNames) {
   EXPECT_EQ(process.wait().status, 0);
 }
 
-// What is known to have failed before it was asked for is still told elsewhere.
+// A failure that is known at once is still reported on a thread of the bus.
 TEST_F(HandlersOverDBus, OfWhatHasFailedAlreadyRunOutsideTheCall) {
   auto service = std::make_unique<TestService>();
   const ProxyRef proxy = proxyOf();
   service.reset();
   ASSERT_TRUE(waitUntil([&] { return !manager().isServiceRegistered("vel"); }));
   const auto gate = std::make_shared<Gate>();
-  const OpenAtExit openAtExit(gate);
+  const OpenAtScopeExit openAtScopeExit(gate);
   const auto threads = std::make_shared<ThreadIds>();
   const auto waitAndNote = [gate, threads] {
     gate->wait();
@@ -136,7 +136,7 @@ TEST_F(HandlersOverDBus, ReceiveEventsOfOneSenderInOrderAndOneAtATime) {
 }
 
 // Everything a client may be waiting for arrives while a handler of one kind stands still.
-class BlockedHandler : public BusTest {
+class BlockedHandler : public DBusTest {
  protected:
   void expectEverythingElseWorks() {
     const ProxyRef proxy = proxyOf();
@@ -162,7 +162,7 @@ class BlockedHandler : public BusTest {
     proxy->callWithReply(messageTo(*proxy, "hold"), note, 20);
     EXPECT_TRUE(replies->waitFor(2));
   }
-  void expectDeathsAreTold() {
+  void expectDeathsAreReported() {
     auto mortal = std::make_unique<TestService>("othermortal");
     const ProxyRef proxy = proxyOf("othermortal");
     const auto deaths = std::make_shared<Gate>();
@@ -178,7 +178,7 @@ TEST_F(BlockedHandler, OfADeathHoldsUpNothing) {
   auto mortal = std::make_unique<TestService>("mortal");
   const ProxyRef proxy = proxyOf("mortal");
   const auto gate = std::make_shared<Gate>();
-  const OpenAtExit openAtExit(gate);
+  const OpenAtScopeExit openAtScopeExit(gate);
   const auto entered = std::make_shared<Gate>();
   proxy->setDeathCallback([=] {
     entered->open();
@@ -190,14 +190,14 @@ TEST_F(BlockedHandler, OfADeathHoldsUpNothing) {
   expectEverythingElseWorks();
   expectEventsArrive();
   expectCompletionsArrive();
-  expectDeathsAreTold();
+  expectDeathsAreReported();
   EXPECT_FALSE(gate->isOpen());
 }
 
 TEST_F(BlockedHandler, OfAnEventHoldsUpOnlyEvents) {
   const ProxyRef proxy = proxyOf();
   const auto gate = std::make_shared<Gate>();
-  const OpenAtExit openAtExit(gate);
+  const OpenAtScopeExit openAtScopeExit(gate);
   const auto entered = std::make_shared<Gate>();
   proxy->addEventListener("velevent", lastingListener([=](const MessageRef&) {
                             entered->open();
@@ -209,14 +209,14 @@ TEST_F(BlockedHandler, OfAnEventHoldsUpOnlyEvents) {
 
   expectEverythingElseWorks();
   expectCompletionsArrive();
-  expectDeathsAreTold();
+  expectDeathsAreReported();
   EXPECT_FALSE(gate->isOpen());
 }
 
 TEST_F(BlockedHandler, OfACompletionHoldsUpOnlyCompletions) {
   const ProxyRef proxy = proxyOf();
   const auto gate = std::make_shared<Gate>();
-  const OpenAtExit openAtExit(gate);
+  const OpenAtScopeExit openAtScopeExit(gate);
   const auto entered = std::make_shared<Gate>();
   proxy->callWithReply(
       messageTo(*proxy, "echo"),
@@ -229,7 +229,7 @@ TEST_F(BlockedHandler, OfACompletionHoldsUpOnlyCompletions) {
 
   expectEverythingElseWorks();
   expectEventsArrive();
-  expectDeathsAreTold();
+  expectDeathsAreReported();
   EXPECT_FALSE(gate->isOpen());
 }
 
@@ -245,7 +245,7 @@ const std::string& largeText() {
 TEST_F(BlockedHandler, OfAnEventHoldsUpNothingHoweverMuchArrives) {
   const ProxyRef proxy = proxyOf();
   const auto gate = std::make_shared<Gate>();
-  const OpenAtExit openAtExit(gate);
+  const OpenAtScopeExit openAtScopeExit(gate);
   const auto sizes = std::make_shared<Record<std::size_t>>();
   proxy->addEventListener("velevent", lastingListener([=](const MessageRef& event) {
                             gate->wait(Milliseconds(2 * kLargeTimeoutMs));
@@ -260,7 +260,7 @@ TEST_F(BlockedHandler, OfAnEventHoldsUpNothingHoweverMuchArrives) {
   EXPECT_THAT(call(*proxy, "echo", {}, kLargeTimeoutMs), IsReply());
   expectEverythingElseWorks();
   expectCompletionsArrive();
-  expectDeathsAreTold();
+  expectDeathsAreReported();
   EXPECT_FALSE(gate->isOpen());
   gate->open();
   EXPECT_TRUE(sizes->waitFor(kLargeMessages));
@@ -270,7 +270,7 @@ TEST_F(BlockedHandler, OfAnEventHoldsUpNothingHoweverMuchArrives) {
 TEST_F(BlockedHandler, OfACompletionHoldsUpNothingHoweverMuchArrives) {
   const ProxyRef proxy = proxyOf();
   const auto gate = std::make_shared<Gate>();
-  const OpenAtExit openAtExit(gate);
+  const OpenAtScopeExit openAtScopeExit(gate);
   const auto sizes = std::make_shared<Record<std::size_t>>();
   for (std::int32_t i = 0; i < kLargeMessages; ++i) {
     proxy->callWithReply(
@@ -286,17 +286,17 @@ TEST_F(BlockedHandler, OfACompletionHoldsUpNothingHoweverMuchArrives) {
   EXPECT_THAT(call(*proxy, "echo", {}, kLargeTimeoutMs), IsReply());
   expectEverythingElseWorks();
   expectEventsArrive();
-  expectDeathsAreTold();
+  expectDeathsAreReported();
   EXPECT_FALSE(gate->isOpen());
   gate->open();
   EXPECT_TRUE(sizes->waitFor(kLargeMessages));
   EXPECT_THAT(sizes->items(), testing::Each(kMegabyte));
 }
 
-// The other side: what needs no handler is answered while all handlers wait.
+// The other side: calls that need no handler are answered while all handlers wait.
 TEST_F(BlockedHandler, OfAServiceHoldsUpNoReadingHoweverMuchArrives) {
   const auto gate = std::make_shared<Gate>();
-  const OpenAtExit openAtExit(gate);
+  const OpenAtScopeExit openAtScopeExit(gate);
   TestService blocked("blocked", {{"wait", [gate](qxbus::Request request) {
                                      gate->wait(Milliseconds(2 * kLargeTimeoutMs));
                                      request.reply(request.arguments());

@@ -21,7 +21,7 @@ using testing::SizeIs;
 
 // --- Integers ------------------------------------------------------------------------------------
 
-// What each reading gives.
+// The result of each reading.
 struct Readings {
   std::int16_t int16;
   std::uint16_t uint16;

@@ -17,9 +17,9 @@ namespace dbustest {
 using Milliseconds = std::chrono::milliseconds;
 using TestClock = std::chrono::steady_clock;
 
-// What is sure to come comes within this, however busy the machine.
-constexpr Milliseconds kPatience{20000};
-// What must not come is given this long to come.
+// An event that must come has come by then, however busy the machine.
+constexpr Milliseconds kLongestWait{20000};
+// An event that must not come is given this long.
 constexpr Milliseconds kSilence{100};
 
 inline Milliseconds since(TestClock::time_point start) {
@@ -27,7 +27,7 @@ inline Milliseconds since(TestClock::time_point start) {
 }
 
 // True as soon as the condition holds.
-inline bool waitUntil(const std::function<bool()>& condition, Milliseconds within = kPatience) {
+inline bool waitUntil(const std::function<bool()>& condition, Milliseconds within = kLongestWait) {
   const auto deadline = TestClock::now() + within;
   while (!condition()) {
     if (TestClock::now() >= deadline) {
@@ -53,7 +53,7 @@ class Gate {
   }
 
   // False when it is still shut.
-  bool wait(Milliseconds within = kPatience) const {
+  bool wait(Milliseconds within = kLongestWait) const {
     const auto deadline = TestClock::now() + within;
     platform::MutexLock lock(mutex_);
     while (!open_ && changed_.waitUntil(lock, deadline)) {
@@ -67,19 +67,19 @@ class Gate {
   bool open_ QX_GUARDED_BY(mutex_) = false;
 };
 
-// Opens a gate at the end of its scope, so that a failed test leaves nobody waiting.
-class OpenAtExit {
+// Opens a gate at the end of its scope, so that a failed test leaves no thread waiting.
+class OpenAtScopeExit {
  public:
-  explicit OpenAtExit(std::shared_ptr<Gate> gate) : gate_(std::move(gate)) {}
-  ~OpenAtExit() { gate_->open(); }
-  OpenAtExit(const OpenAtExit&) = delete;
-  OpenAtExit& operator=(const OpenAtExit&) = delete;
+  explicit OpenAtScopeExit(std::shared_ptr<Gate> gate) : gate_(std::move(gate)) {}
+  ~OpenAtScopeExit() { gate_->open(); }
+  OpenAtScopeExit(const OpenAtScopeExit&) = delete;
+  OpenAtScopeExit& operator=(const OpenAtScopeExit&) = delete;
 
  private:
   std::shared_ptr<Gate> gate_;
 };
 
-// What handlers have seen, in order.
+// Items that handlers add, in order.
 template <typename T>
 class Record {
  public:
@@ -97,7 +97,7 @@ class Record {
   std::size_t size() const { return items().size(); }
 
   // False when there are still fewer.
-  bool waitFor(std::size_t count, Milliseconds within = kPatience) const {
+  bool waitFor(std::size_t count, Milliseconds within = kLongestWait) const {
     const auto deadline = TestClock::now() + within;
     platform::MutexLock lock(mutex_);
     while (items_.size() < count && changed_.waitUntil(lock, deadline)) {

@@ -38,7 +38,7 @@ void append(DBusMessageIter* arguments, int type, T value) {
   dbus_message_iter_append_basic(arguments, type, &value);
 }
 
-// One container around what fill appends.
+// Appends a container with the values that fill appends.
 inline void in(DBusMessageIter* arguments, int type, const char* signature, const Body& fill) {
   DBusMessageIter inside;
   dbus_message_iter_open_container(arguments, type, signature, &inside);

@@ -1,4 +1,4 @@
-#include "tests/dbus/bus_test.h"
+#include "tests/dbus/dbus_test.h"
 
 #include <algorithm>
 #include <atomic>
@@ -26,13 +26,13 @@ std::unique_ptr<PrivateBus>& sharedBus() {
   return *bus;
 }
 
-class StopsTheBusAtTheEnd : public testing::Environment {
+class StopBusAtEnd : public testing::Environment {
  public:
   void TearDown() override { sharedBus().reset(); }
 };
 
 [[maybe_unused]] const auto* const kEnvironment =
-    testing::AddGlobalTestEnvironment(new StopsTheBusAtTheEnd);
+    testing::AddGlobalTestEnvironment(new StopBusAtEnd);
 
 bool hasServices(RawPeer& observer) {
   const DBusMessageRef reply =
@@ -118,9 +118,10 @@ void TestService::release(const qxbus::Values& values) {
   }
 }
 
-// --- BusTest -------------------------------------------------------------------------------------
+// --- DBusTest
+// -------------------------------------------------------------------------------------
 
-BusTest::BusTest() {
+DBusTest::DBusTest() {
   bus().start();
   RawPeer observer(bus().address());
   if (!waitUntil([&observer] { return !hasServices(observer); })) {
@@ -135,9 +136,9 @@ BusTest::BusTest() {
   linesBeforeTest = logLines().size();
 }
 
-BusTest::~BusTest() = default;
+DBusTest::~DBusTest() = default;
 
-PrivateBus& BusTest::bus() {
+PrivateBus& DBusTest::bus() {
   if (!sharedBus()) {
     sharedBus() = std::make_unique<PrivateBus>();
     ::setenv("QXBUS_ADDRESS", sharedBus()->address().c_str(), 1);
@@ -146,7 +147,7 @@ PrivateBus& BusTest::bus() {
   return *sharedBus();
 }
 
-ProxyRef BusTest::proxyOf(const std::string& service) {
+ProxyRef DBusTest::proxyOf(const std::string& service) {
   ProxyRef proxy = manager().getServiceProxyInterface(service, QXBUS_SECURITY_SAME_USER_OR_ROOT, 1);
   if (!proxy) {
     throw std::runtime_error("no interface of service " + service);
@@ -154,7 +155,7 @@ ProxyRef BusTest::proxyOf(const std::string& service) {
   return proxy;
 }
 
-QXBusEventCallback* BusTest::lastingListener(std::function<void(MessageRef)> handler) {
+QXBusEventCallback* DBusTest::lastingListener(std::function<void(MessageRef)> handler) {
   struct Listeners {
     platform::Mutex mutex;
     std::deque<QXBusEventCallback> all QX_GUARDED_BY(mutex);
@@ -165,7 +166,7 @@ QXBusEventCallback* BusTest::lastingListener(std::function<void(MessageRef)> han
   return &listeners->all.back();
 }
 
-std::string BusTest::newBroadcastName() {
+std::string DBusTest::newBroadcastName() {
   static std::atomic<int> count{0};
   return "broadcast" + std::to_string(++count);
 }

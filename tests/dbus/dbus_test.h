@@ -1,8 +1,8 @@
-// What the tests of the bus over D-Bus have in common: one private bus and one manager per process,
+// Shared by the tests of the bus over D-Bus: one private bus and one manager per process,
 // services in this process, and the log.
 
-#ifndef TESTS_DBUS_BUS_TEST_H
-#define TESTS_DBUS_BUS_TEST_H
+#ifndef TESTS_DBUS_DBUS_TEST_H
+#define TESTS_DBUS_DBUS_TEST_H
 
 #include <deque>
 #include <functional>
@@ -28,7 +28,7 @@ using MessageRef = std::shared_ptr<QXBusMessage>;
 using ProxyRef = std::shared_ptr<QXBusProxyInterface>;
 using Messages = Record<MessageRef>;
 
-// What VelProxy asks for.
+// As VelProxy asks for.
 constexpr QXBusSecurityFlags kSafe = QXBUS_SECURITY_SAME_USER_OR_ROOT;
 
 // Service "vel" on D-Bus.
@@ -57,9 +57,9 @@ class TestService {
 
   bool waitForHeld(std::size_t count) const;
   std::size_t held() const;
-  // Answers everything that is held with these values.
+  // Answers every request that is held with these values.
   void release(const qxbus::Values& values);
-  // Gives away what is held.
+  // Hands over the requests that are held.
   std::shared_ptr<std::deque<qxbus::Request>> takeHeld();
 
  private:
@@ -68,7 +68,7 @@ class TestService {
   std::unique_ptr<qxbus::ServiceHost> host_;
 };
 
-// How a helper of a test is run, whose complaints are shown.
+// Runs a helper of a test with its standard error shown.
 inline Process::Options helper(const std::vector<std::string>& command) {
   Process::Options options;
   options.command = command;
@@ -76,10 +76,10 @@ inline Process::Options helper(const std::vector<std::string>& command) {
   return options;
 }
 
-class BusTest : public testing::Test {
+class DBusTest : public testing::Test {
  protected:
-  BusTest();
-  ~BusTest() override;
+  DBusTest();
+  ~DBusTest() override;
 
   static PrivateBus& bus();
   // Connected when the test begins.
@@ -126,4 +126,4 @@ MATCHER(IsDisconnected, "") {
 // How a failed expectation shows a message.
 void PrintTo(const std::shared_ptr<QXBusMessage>& message, std::ostream* stream);
 
-#endif  // TESTS_DBUS_BUS_TEST_H
+#endif  // TESTS_DBUS_DBUS_TEST_H
