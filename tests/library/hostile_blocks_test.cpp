@@ -11,6 +11,7 @@
 #include <functional>
 #include <limits>
 #include <ostream>
+#include <thread>
 
 #include "tests/library/blocks.h"
 #include "tests/library/diagnosis.h"
@@ -166,7 +167,9 @@ TEST_P(HostileListTest, EachRecordIsExactlyAsLongAsItsBlock) {
   }
 
   const std::vector<void*>& records = run(reply);
+  const std::vector<std::size_t> lengths = qx::VelProxy::lastRecordLengths();
 
+  EXPECT_THAT(lengths, testing::ElementsAreArray(sizes));
   ASSERT_EQ(records.size(), std::size(sizes));
   for (std::size_t i = 0; i < std::size(sizes); ++i) {
     EXPECT_TRUE(isAsLongAs(records[i], sizes[i]));
@@ -203,6 +206,16 @@ TEST_P(HostileListTest, ABlockMayEndAnywhere) {
     EXPECT_TRUE(isAsLongAs(records[i], i + 1));
     EXPECT_EQ(bytesOf(records[i], i + 1), expected[i]) << "of length " << i + 1;
   }
+}
+
+TEST_P(HostileListTest, TheLengthsOfTheRecordsBelongToTheLastOperationOfTheThread) {
+  run(Reply().int32(3).bytes(unendedBlock(296)).bytes(unendedBlock(700)).bytes({}));
+
+  EXPECT_THAT(qx::VelProxy::lastRecordLengths(), ElementsAre(296, 700));
+  std::thread([] { EXPECT_THAT(qx::VelProxy::lastRecordLengths(), IsEmpty()); }).join();
+
+  proxy->GetAutoConnect(1);
+  EXPECT_THAT(qx::VelProxy::lastRecordLengths(), IsEmpty());
 }
 
 TEST_P(HostileListTest, AnEmptyBlockEndsTheListWhereverItStands) {

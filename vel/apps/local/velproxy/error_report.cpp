@@ -10,42 +10,43 @@ namespace {
 using Kind = VelError::Kind;
 
 // A pointer, because an operation may be called as late as the destructors of the client's own
-// statics, when the main thread has destroyed its thread-local objects: a new error is made then.
-thread_local VelError* threadError = nullptr;
+// statics, when the main thread has destroyed its thread-local objects: a new account is made then.
+thread_local OperationAccount* threadAccount = nullptr;
 thread_local bool hasCleaner = false;
 
 struct Cleaner {
-  ~Cleaner() { delete std::exchange(threadError, nullptr); }
+  ~Cleaner() { delete std::exchange(threadAccount, nullptr); }
 };
 
-VelError& errorOfThisThread() {
-  if (!threadError) {
-    threadError = new VelError;
+OperationAccount& accountOfThisThread() {
+  if (!threadAccount) {
+    threadAccount = new OperationAccount;
     if (!hasCleaner) {
       hasCleaner = true;
       static thread_local const Cleaner cleaner;
     }
   }
-  return *threadError;
+  return *threadAccount;
 }
 
 }  // namespace
 
-ErrorReport::ErrorReport(const char* method) : last_(errorOfThisThread()) {
-  error_.method = method;
+ErrorReport::ErrorReport(const char* method) : last_(accountOfThisThread()) {
+  account_.error.method = method;
 }
 
 ErrorReport::~ErrorReport() {
-  last_ = std::move(error_);
+  last_ = std::move(account_);
 }
 
 void ErrorReport::fail(VelError::Kind kind, const std::string& text) {
-  if (error_.kind != Kind::kNone) {
+  VelError& error = account_.error;
+  if (error.kind != Kind::kNone) {
     return;
   }
-  error_.kind = kind;
-  error_.text = text;
-  last_ = error_;
+  error.kind = kind;
+  error.text = text;
+  last_.error = error;
 }
 
 void ErrorReport::failUnknownVm(const std::string& vmId) {
@@ -54,10 +55,10 @@ void ErrorReport::failUnknownVm(const std::string& vmId) {
 
 unsigned int ErrorReport::numberOf(VelProxy& proxy, const std::string& vmId) {
   // A subclass may know the number without an operation.
-  last_ = {};
+  last_.error = {};
   const unsigned int number = proxy.GetVmIdInt(vmId);
   if (number == 0 && !vmId.empty()) {
-    failLookUp(VelError(last_), vmId);
+    failLookUp(VelError(last_.error), vmId);
   }
   return number;
 }
@@ -67,9 +68,9 @@ void ErrorReport::failLookUp(const VelError& lookUp, const std::string& vmId) {
     case Kind::kNoReply:
     case Kind::kErrorReply:
     case Kind::kBadReply:
-      if (error_.kind == Kind::kNone) {
-        error_ = lookUp;
-        last_ = error_;
+      if (account_.error.kind == Kind::kNone) {
+        account_.error = lookUp;
+        last_.error = lookUp;
       }
       return;
     case Kind::kNoService:
@@ -80,14 +81,18 @@ void ErrorReport::failLookUp(const VelError& lookUp, const std::string& vmId) {
   }
 }
 
-LastErrorKeeper::LastErrorKeeper() : last_(errorOfThisThread()), kept_(last_) {}
+LastErrorKeeper::LastErrorKeeper() : last_(accountOfThisThread()), kept_(last_) {}
 
 LastErrorKeeper::~LastErrorKeeper() {
   last_ = std::move(kept_);
 }
 
 VelError VelProxy::lastError() {
-  return errorOfThisThread();
+  return accountOfThisThread().error;
+}
+
+std::vector<std::size_t> VelProxy::lastRecordLengths() {
+  return accountOfThisThread().recordLengths;
 }
 
 }  // namespace qx

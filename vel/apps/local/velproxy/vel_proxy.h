@@ -22,7 +22,8 @@
 //            for a call that runs, operations that register, unregister or notify wait for a
 //            callback that runs; RegisterCmdCallback and all others do not wait.
 // MEMORY     Records that a returned list points to are malloc'ed, each exactly as long as the
-//            service sent it, and yours: FreeDeviceList, FreePolicyList or free.
+//            service sent it, and yours: FreeDeviceList, FreePolicyList or free. A record may be
+//            shorter than its type: lastRecordLengths() has the lengths.
 // ERRORS     Nothing throws, unless memory runs out. Statuses are the service's own, passed on
 //            unchanged; -1 (0xFFFFFFFF) also stands for "no answer": no service, an error reply, or
 //            the time has passed. Lists are empty and texts "" then, unless the operation says
@@ -39,7 +40,7 @@
 //
 //   connection        getInstance, Init, InitBroadcast, ReleaseService, ResetService,
 //                     BroadcastCallback, HandleEvent, onServiceDeath
-//   errors            lastError
+//   errors, records   lastError, lastRecordLengths
 //   sessions          ConnectVm, DisconnectVm, StartVm, CreatePipe, DestroyPipe,
 //                     SetPortChannelStatus, OnFocusChanged, UpdateDriveToken, RegisterCallback,
 //                     UnregisterCallback
@@ -86,6 +87,7 @@
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "bus/qxbus.h"
 #include "platform/mutex.h"
@@ -141,6 +143,11 @@ class VelProxy {
   // A reply is a bad one as far as the bus shows the types of its values: an empty text or a double
   // where an integer belongs still reads as 0, the integer 0 where a text belongs as "".
   static VelError lastError();
+
+  // The lengths of the records in the list that the last operation on this thread returned, in the
+  // order of the list. The service chooses them, and each record is allocated exactly as long: read
+  // no field behind that length. Empty when the operation returned no list of pointers.
+  static std::vector<std::size_t> lastRecordLengths();
 
   // Hands a broadcast event to the instance. Public because the bus calls it.
   static void BroadcastCallback(std::shared_ptr<QXBusMessage> message);

@@ -106,7 +106,8 @@ class BlockList {
     }
   }
 
-  // Each block in malloc'ed memory of its own, exactly as long. prepare sees it first.
+  // Each block in malloc'ed memory of its own, exactly as long, which the report notes. prepare
+  // sees the block first.
   template <typename Record, typename Prepare>
   std::list<Record*> copies(EmptyBlock logged, Prepare prepare) const {
     std::list<Record*> records;
@@ -115,6 +116,7 @@ class BlockList {
       if (void* const copy = std::malloc(block.size())) {
         std::memcpy(copy, block.data(), block.size());
         records.push_back(static_cast<Record*>(copy));
+        report_.addRecord(block.size());
       }
     });
     return records;

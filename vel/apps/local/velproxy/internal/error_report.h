@@ -1,7 +1,9 @@
 #ifndef VEL_APPS_LOCAL_VELPROXY_INTERNAL_ERROR_REPORT_H
 #define VEL_APPS_LOCAL_VELPROXY_INTERNAL_ERROR_REPORT_H
 
+#include <cstddef>
 #include <string>
+#include <vector>
 
 #include "vel/apps/local/velproxy/vel_error.h"
 
@@ -9,8 +11,14 @@ namespace qx {
 
 class VelProxy;
 
-// What lastError() reports of one operation of VelProxy. Each operation has such an object from its
-// start to its end, a remote operation that of its RemoteCall.
+// The account of an operation beside its return value.
+struct OperationAccount {
+  VelError error;
+  std::vector<std::size_t> recordLengths;
+};
+
+// What lastError() and lastRecordLengths() report of one operation of VelProxy. Each operation has
+// such an object from its start to its end, a remote operation that of its RemoteCall.
 //
 //   ErrorReport("updateDriveToken").refuse("the token is empty");
 //
@@ -25,11 +33,14 @@ class ErrorReport {
   ErrorReport(const ErrorReport&) = delete;
   ErrorReport& operator=(const ErrorReport&) = delete;
 
-  void setMethod(const char* method) { error_.method = method; }
+  void setMethod(const char* method) { account_.error.method = method; }
   void fail(VelError::Kind kind, const std::string& text);
   void refuse(const char* reason) { fail(VelError::Kind::kRefusedArgument, reason); }
 
   void failUnknownVm(const std::string& vmId);
+
+  // A record of the list that the operation returns.
+  void addRecord(std::size_t length) { account_.recordLengths.push_back(length); }
 
   // The service's number of a VM, from GetVmIdInt. 0 is a failure unless the name is empty.
   unsigned int numberOf(VelProxy& proxy, const std::string& vmId);
@@ -37,12 +48,12 @@ class ErrorReport {
  private:
   void failLookUp(const VelError& lookUp, const std::string& vmId);
 
-  VelError error_;
-  // Where the thread's last error is.
-  VelError& last_;
+  OperationAccount account_;
+  // Of the thread's last operation.
+  OperationAccount& last_;
 };
 
-// Undoes what happens to the thread's last error while the object exists: for code that calls
+// Restores the account of the thread's last operation when the object ends: for code that calls
 // operations without being one.
 class LastErrorKeeper {
  public:
@@ -53,8 +64,8 @@ class LastErrorKeeper {
   LastErrorKeeper& operator=(const LastErrorKeeper&) = delete;
 
  private:
-  VelError& last_;
-  VelError kept_;
+  OperationAccount& last_;
+  OperationAccount kept_;
 };
 
 }  // namespace qx
