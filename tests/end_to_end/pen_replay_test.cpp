@@ -1,4 +1,4 @@
-// velctl pen replay, against velsim and against a far end that each test plays itself.
+// velctl pen replay, against velsim and against a far end in the test.
 
 #include <algorithm>
 #include <chrono>
@@ -31,7 +31,7 @@ constexpr char kHovering[] = "INRANGE|PRIMARY|CONFIDENCE|UPDATE";
 constexpr char kPressed[] = "NEW|INRANGE|PRIMARY|CONFIDENCE|UPDATE";
 constexpr char kDrawing[] = "INRANGE|INCONTACT|FIRSTBUTTON|PRIMARY|CONFIDENCE|UPDATE";
 
-// An event that comes at once.
+// An event without a pause before it.
 constexpr char kPress[] =
     R"({"event": "press", "x": 10.5, "y": -3.25, "pressure": 0.5, "tiltX": 7, "ms": 0})"
     "\n";
@@ -58,7 +58,7 @@ std::vector<std::string> linesOf(const std::string& text) {
   return lines;
 }
 
-// What the frames of a recorded stroke say, made from the recording.
+// The lines that velsim logs for the frames of a recorded stroke.
 std::vector<std::string> framesOf(const std::string& file, int device) {
   std::vector<std::string> frames;
   bool isDown = false;
@@ -109,7 +109,7 @@ class PenReplayToVelsimTest : public PenReplayTest {
  protected:
   void SetUp() override { startVelsim({"--pen-port", port()}); }
 
-  // The frames of a device that velsim has told of, as soon as its client has gone.
+  // The frames of a device, as velsim logs them, as soon as its client has gone.
   std::vector<std::string> framesFrom(int device) const {
     const std::string gone = "velsim: pen " + std::to_string(device) + ": disconnected after ";
     EXPECT_TRUE(comesTrue([&] { return velsimLog().find(gone) != std::string::npos; }));
@@ -134,7 +134,7 @@ TEST_F(PenReplayToVelsimTest, ARecordedStrokeArrivesFrameByFrame) {
   const std::vector<std::string> frames = framesFrom(1);
   ASSERT_EQ(frames.size(), 239u);
   EXPECT_THAT(frames, ElementsAreArray(framesOf(RECORDED_STROKE, 1)));
-  // Once without any reckoning.
+  // Fixed values, not computed from the recording.
   EXPECT_EQ(frames[0],
             "frame 1  device 1  x 35  y 74  pressure 0/1024  rotation 0.0  tilt 0 0  "
             "event 171, enter proximity");
@@ -204,11 +204,11 @@ TEST_F(PenReplayToVelsimTest, EndsWhenTheServiceDies) {
                             ": the far end has closed the port; 1 frame sent of 2\n");
 }
 
-// --- Against a far end of the test's own --------------------------------------------------------
+// --- Against a far end in the test ---------------------------------------------------------------
 
 class PenReplayToPeerTest : public PenReplayTest {
  protected:
-  // There is not even a bus.
+  // Without a bus.
   PenReplayToPeerTest() { bus().kill(); }
 
   void start(const std::string& stroke, const std::vector<std::string>& options = {}) {
@@ -284,7 +284,7 @@ TEST_F(PenReplayToPeerTest, KeepsThePausesOfTheRecording) {
   EXPECT_EQ(wait().status, velctl::kExitOk);
 }
 
-TEST_F(PenReplayToPeerTest, LeavesThePausesOutAtOnce) {
+TEST_F(PenReplayToPeerTest, SkipsThePausesAtOnce) {
   // More than the test waits for.
   start(kPress + repeated(kMoveAfterALongPause, kPatienceSeconds), {"--at-once"});
   PortPeer farEnd = accept();
@@ -296,7 +296,7 @@ TEST_F(PenReplayToPeerTest, LeavesThePausesOutAtOnce) {
   EXPECT_EQ(wait().status, velctl::kExitOk);
 }
 
-TEST_F(PenReplayToPeerTest, GivesUpWithoutADeviceNumber) {
+TEST_F(PenReplayToPeerTest, FailsWithoutADeviceNumber) {
   start(kPress, {"--wait", "1", "--json"});
   PortPeer farEnd = accept();
   ASSERT_TRUE(farEnd);
@@ -312,7 +312,7 @@ TEST_F(PenReplayToPeerTest, GivesUpWithoutADeviceNumber) {
   EXPECT_EQ(farEnd.readAll(), "");
 }
 
-TEST_F(PenReplayToPeerTest, GivesUpWhenThePortTakesNothing) {
+TEST_F(PenReplayToPeerTest, FailsWhenThePortTakesNothing) {
   constexpr int kMoreThanASocketHolds = 20000;
   start(repeated(kPress, kMoreThanASocketHolds), {"--wait", "1", "--json"});
   PortPeer farEnd = accept();
@@ -328,7 +328,7 @@ TEST_F(PenReplayToPeerTest, GivesUpWhenThePortTakesNothing) {
   EXPECT_EQ(report["frames"], farEnd.readAll().size() / penframe::kFrameSize);
 }
 
-TEST_F(PenReplayToPeerTest, SaysThatThePortWasClosedBeforeTheStroke) {
+TEST_F(PenReplayToPeerTest, ReportsAPortThatIsClosedBeforeTheStroke) {
   start(kPress);
   PortPeer farEnd = accept();
   ASSERT_TRUE(farEnd);
@@ -341,7 +341,7 @@ TEST_F(PenReplayToPeerTest, SaysThatThePortWasClosedBeforeTheStroke) {
   EXPECT_EQ(failed.err, "velctl: pen replay: " + port() + ": the far end has closed the port\n");
 }
 
-TEST_F(PenReplayToPeerTest, SaysHowFarItCameWhenThePortWasClosedInAPause) {
+TEST_F(PenReplayToPeerTest, ReportsTheProgressWhenThePortIsClosedInAPause) {
   start(std::string(kPress) + kMoveAfterALongPause, {"--json"});
   PortPeer farEnd = accept();
   ASSERT_TRUE(farEnd);
@@ -361,7 +361,7 @@ TEST_F(PenReplayToPeerTest, SaysHowFarItCameWhenThePortWasClosedInAPause) {
                             ": the far end has closed the port; 1 frame sent of 2\n");
 }
 
-TEST_F(PenReplayToPeerTest, APortThatIsClosedUnderItsHandsDoesNotKillIt) {
+TEST_F(PenReplayToPeerTest, APortThatIsClosedDuringAWriteDoesNotEndTheProcess) {
   start(repeated(kPress, 20000));
   PortPeer farEnd = accept();
   ASSERT_TRUE(farEnd);
@@ -436,7 +436,7 @@ TEST_F(PenReplayToPeerTest, CanBeInterruptedWhileThePortTakesNothing) {
   EXPECT_THAT(interrupted.err, HasSubstr("velctl: pen replay: interrupted; "));
 }
 
-TEST_F(PenReplayToPeerTest, HasTheLibraryLogWhenAskedTo) {
+TEST_F(PenReplayToPeerTest, TheLibraryLogsWhenAskedTo) {
   start(kPress, {"--verbose"});
   PortPeer farEnd = accept();
   ASSERT_TRUE(farEnd);
@@ -449,7 +449,7 @@ TEST_F(PenReplayToPeerTest, HasTheLibraryLogWhenAskedTo) {
               HasSubstr("size:194, devId:5,cmd: 2000, reqId:1,type:92,"));
 }
 
-TEST_F(PenReplayToPeerTest, SaysThatTheReportCannotBeWritten) {
+TEST_F(PenReplayToPeerTest, ReportsThatStandardOutputCannotBeWritten) {
   Process::Options options = velctlOptions(replayOf(strokeFile(kPress)));
   options.isOutClosed = true;
   Process replay(options);
@@ -462,9 +462,9 @@ TEST_F(PenReplayToPeerTest, SaysThatTheReportCannotBeWritten) {
   EXPECT_EQ(replay.wait().status, velctl::kExitOutputFailed);
 }
 
-// --- Against nobody -----------------------------------------------------------------------------
+// --- Without a far end ---------------------------------------------------------------------------
 
-class PenReplayAloneTest : public PenReplayTest {
+class PenReplayWithoutPortTest : public PenReplayTest {
  protected:
   void expectUnreachable(const std::string& reason) const {
     const Finished failed = velctl(replayOf(RECORDED_STROKE, {"--json"}));
@@ -473,16 +473,16 @@ class PenReplayAloneTest : public PenReplayTest {
     EXPECT_THAT(failed.out, IsEmpty());
     EXPECT_EQ(failed.err, "velctl: pen replay: " + port() +
                               ": the port cannot be reached: " + reason +
-                              "; start what listens there, or velsim --pen-port to try without "
+                              "; start its listener, or velsim --pen-port to try without "
                               "hardware\n");
   }
 };
 
-TEST_F(PenReplayAloneTest, SaysThatThereIsNoSocket) {
+TEST_F(PenReplayWithoutPortTest, ReportsAMissingSocket) {
   expectUnreachable("No such file or directory");
 }
 
-TEST_F(PenReplayAloneTest, SaysThatNobodyListens) {
+TEST_F(PenReplayWithoutPortTest, ReportsASocketWithoutAListener) {
   startVelsim({"--pen-port", port()});
   killVelsim();
 
@@ -491,7 +491,7 @@ TEST_F(PenReplayAloneTest, SaysThatNobodyListens) {
   EXPECT_TRUE(std::filesystem::is_socket(port()));
 }
 
-TEST_F(PenReplayAloneTest, SaysWhatIsWrongWithTheStroke) {
+TEST_F(PenReplayWithoutPortTest, ReportsTheMistakeInTheStroke) {
   struct Row {
     std::string text;
     std::string error;
@@ -509,7 +509,7 @@ TEST_F(PenReplayAloneTest, SaysWhatIsWrongWithTheStroke) {
   for (const Row& row : rows) {
     SCOPED_TRACE(row.error);
 
-    // Told before anybody looks for the port, which is not there.
+    // Reported before the port is looked for, which does not exist.
     const Finished refused = velctl(replayOf(strokeFile(row.text), {"--json"}));
 
     EXPECT_EQ(refused.status, velctl::kExitUsage);
@@ -518,7 +518,7 @@ TEST_F(PenReplayAloneTest, SaysWhatIsWrongWithTheStroke) {
   }
 }
 
-TEST_F(PenReplayAloneTest, SaysThatTheStrokeCannotBeRead) {
+TEST_F(PenReplayWithoutPortTest, ReportsAStrokeThatCannotBeRead) {
   const Finished missing = velctl(replayOf(folder() + "/nosuch"));
   const Finished directory = velctl(replayOf(folder()));
 
@@ -529,7 +529,7 @@ TEST_F(PenReplayAloneTest, SaysThatTheStrokeCannotBeRead) {
   EXPECT_THAT(directory.err, HasSubstr("velctl: " + folder() + ": "));
 }
 
-TEST_F(PenReplayAloneTest, RefusesCommandLinesThatMakeNoSense) {
+TEST_F(PenReplayWithoutPortTest, RefusesWrongCommandLines) {
   struct Row {
     std::vector<std::string> arguments;
     std::string error;

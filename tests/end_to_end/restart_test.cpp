@@ -1,4 +1,4 @@
-// The service dies without a word and comes back.
+// The service dies and comes back.
 
 #include <csignal>
 
@@ -28,13 +28,13 @@ std::string ended(const std::string& vm) {
 
 class RestartTest : public EndToEndTestWithService {
  protected:
-  // Whether it has written that many lines; more of them are found when it has ended.
+  // Waits until a watch has written so many lines.
   static bool hasPrinted(const Process& watch, std::size_t lines) {
     return comesTrue([&watch, lines] { return occurrences(watch.out(), "\n") >= lines; });
   }
 };
 
-TEST_F(RestartTest, TellsEveryWatchedVmOncePerDeathAndTheNextCallWorks) {
+TEST_F(RestartTest, AWatchReportsEachDeathOncePerVmAndTheNextCallWorks) {
   Process watch(velctlOptions({"watch"}));
   ASSERT_TRUE(isWatching(watch)) << watch.err();
 
@@ -55,7 +55,7 @@ TEST_F(RestartTest, TellsEveryWatchedVmOncePerDeathAndTheNextCallWorks) {
   EXPECT_EQ(occurrences(finished.out, "\n"), kDeaths * std::size(kVms)) << finished.out;
 }
 
-TEST_F(RestartTest, TellsOnlyOfTheVmsThatAreWatchedWithOneObjectPerLineInJson) {
+TEST_F(RestartTest, AWatchReportsOnlyItsVmsWithOneObjectPerLineInJson) {
   Process watch(velctlOptions({"watch", "win11", "ubuntu", "win11", "--json"}));
   ASSERT_TRUE(isWatching(watch)) << watch.err();
 
@@ -96,7 +96,7 @@ TEST_F(RestartTest, TheBusMayEndAndComeBackAsWell) {
   EXPECT_EQ(velctl({"vm", "connect", "win11"}).out, "win11: connected\n");
 }
 
-TEST_F(RestartTest, AWatchEndsWellWhileTheServiceIsAway) {
+TEST_F(RestartTest, AWatchEndsWithSuccessWhileTheServiceIsAway) {
   Process watch(velctlOptions({"watch"}));
   ASSERT_TRUE(isWatching(watch)) << watch.err();
   killVelsim();

@@ -1,4 +1,4 @@
-// velctl against velsim: what users do, and what they see of it.
+// velctl against velsim, as a user sees it.
 
 #include <algorithm>
 #include <csignal>
@@ -7,9 +7,9 @@
 #include <sstream>
 #include <utility>
 
+#include "base/text.h"
+#include "tests/velctl/process_test.h"
 #include "tests/velctl/stories.h"
-#include "tests/velctl/velctl_test.h"
-#include "vel/apps/local/velctl/text.h"
 #include "vel/protocol/methods.h"
 
 namespace velctl_tests {
@@ -17,7 +17,7 @@ namespace {
 
 using ::testing::HasSubstr;
 
-class VelsimTest : public VelctlAloneTest {
+class VelsimTest : public ProcessTest {
  protected:
   void SetUp() override {
     Process::Options options = processes::velsimOptions(bus(), {"--control", "-"});
@@ -38,7 +38,7 @@ class VelsimTest : public VelctlAloneTest {
         [&] { return velsim_->err().find("velsim: " + request, seen) != std::string::npos; });
   }
 
-  // As the person at the machine; what velsim prints.
+  // A control command of velsim, and its answer.
   std::string type(const std::string& line) {
     velsim_->write(line + '\n');
     return velsim_->readLine();
@@ -53,7 +53,7 @@ class VelsimTest : public VelctlAloneTest {
 class StoryTest : public VelsimTest, public ::testing::WithParamInterface<Story> {
  protected:
   // A line for velsim has double quotes where the step has single ones.
-  void runAtTheMachine(const Step& step) {
+  void runControlCommand(const Step& step) {
     std::string line = step.command;
     std::replace(line.begin(), line.end(), '\'', '"');
     ASSERT_EQ(type(line) + '\n', step.out);
@@ -69,17 +69,17 @@ class StoryTest : public VelsimTest, public ::testing::WithParamInterface<Story>
     const Finished finished = velctl(arguments);
 
     ASSERT_EQ(finished.status, step.status) << finished.err;
-    ASSERT_EQ(step.seen ? step.seen(finished.out) : finished.out, step.out);
+    ASSERT_EQ(step.normalize ? step.normalize(finished.out) : finished.out, step.out);
     ASSERT_THAT(finished.err, HasSubstr(step.err));
     ASSERT_TRUE(isAsked(step.method + "(", seen));
   }
 };
 
-TEST_P(StoryTest, IsAsTold) {
+TEST_P(StoryTest, GoesAsWritten) {
   for (const Step& step : GetParam().steps) {
     SCOPED_TRACE(step.command);
     if (step.method.empty()) {
-      ASSERT_NO_FATAL_FAILURE(runAtTheMachine(step));
+      ASSERT_NO_FATAL_FAILURE(runControlCommand(step));
     } else {
       ASSERT_NO_FATAL_FAILURE(runCommand(step));
     }
@@ -192,25 +192,22 @@ class WatchTest : public VelsimTest {
  protected:
   void SetUp() override {
     VelsimTest::SetUp();
-    text_ = std::make_unique<Process>(options({"watch"}));
-    json_ = std::make_unique<Process>(options({"watch", "--json"}));
+    text_ = std::make_unique<Process>(options("watch"));
+    json_ = std::make_unique<Process>(options("watch --json"));
     for (const Process* const watch : {text_.get(), json_.get()}) {
-      ASSERT_TRUE(comesTrue([&] {
-        return watch->err().find("velctl: watching ") != std::string::npos;
-      })) << watch->err();
+      ASSERT_TRUE(isWatching(*watch)) << watch->err();
     }
   }
 
   void TearDown() override {
     for (Process* const watch : {text_.get(), json_.get()}) {
       EXPECT_EQ(watch->end(SIGINT).status, velctl::kExitOk);
-      EXPECT_EQ(watch->readLine(), "") << "an event that nobody expected";
+      EXPECT_EQ(watch->readLine(), "") << "an unexpected event";
     }
     VelsimTest::TearDown();
   }
 
-  // Whether these lines come next and no other. What is broadcast comes on a way of its own, so
-  // their order is not fixed.
+  // Expects these lines next. Broadcast events take another path, so the order is not fixed.
   void expectEvents(std::vector<std::string> text, std::vector<std::string> json) {
     const std::size_t count = text.size();
     std::vector<std::string> nextText;
@@ -235,14 +232,14 @@ class WatchTest : public VelsimTest {
   std::unique_ptr<Process> json_;
 };
 
-TEST_F(WatchTest, WhatIsPluggedInAndOutIsToldAsItHappens) {
+TEST_F(WatchTest, DevicesThatComeAndGoAreReported) {
   const std::string stick = "device 31: status 1, policy 0, VM -, \"Stick\"";
   const std::string stickJson = deviceJson(31, 1, 0, "", 0, "", "Stick");
   EXPECT_EQ(type("plug storage Stick"), "plugged in 31");
   expectEvents({stick + " (code 4)", stick + " (code 64)"},
                {deviceEvent(4, stickJson), deviceEvent(64, stickJson)});
 
-  EXPECT_EQ(velctl({"device", "connect", "31", "--vm", "win11"}).status, velctl::kExitOk);
+  EXPECT_EQ(velctl("device connect 31 --vm win11").status, velctl::kExitOk);
   const std::string attached = "device 31: status 2, policy 0, VM win11, \"Stick\" (code 6)";
   expectEvents({stick + " (code 65)", attached},
                {deviceEvent(65, stickJson),
@@ -258,8 +255,8 @@ TEST_F(WatchTest, WhatIsPluggedInAndOutIsToldAsItHappens) {
                {printerEvent(printerJson(32, 1, 0, "", "Hall laser"))});
 }
 
-TEST_F(WatchTest, WhatOthersDoIsTold) {
-  EXPECT_EQ(velctl({"new-device", "ignore", "0x7e5700030000000d"}).status, velctl::kExitOk);
+TEST_F(WatchTest, ChangesByOtherClientsAreReported) {
+  EXPECT_EQ(velctl("new-device ignore 0x7e5700030000000d").status, velctl::kExitOk);
   expectEvents(
       {"device 13: status 3, policy 0, VM -, \"Drawing tablet\" (code 10)",
        "new device 7e57:0003: configured, result \"ok\", \"Drawing tablet\" (code 3)"},
@@ -267,15 +264,15 @@ TEST_F(WatchTest, WhatOthersDoIsTold) {
        R"({"event":"newDevice","code":3,"usbId":"7e57:0003","isConfigured":true,"result":"ok",)"
        R"("name":"Drawing tablet"})"});
 
-  EXPECT_EQ(velctl({"exec", "test", "2"}).status, velctl::kExitOk);
+  EXPECT_EQ(velctl("exec test 2").status, velctl::kExitOk);
   expectEvents({"printer 21: status 1, VM -, \"Office laser\" (code 1)",
                 "printer 22: status 1, VM -, \"Photo printer\" (code 1)"},
                {printerEvent(printerJson(21, 1, 0, "", "Office laser")),
                 printerEvent(printerJson(22, 1, 0, "", "Photo printer"))});
 
-  EXPECT_EQ(velctl({"exec", "run", "7", "usb", "--vm", "win11"}).status, velctl::kExitOk);
+  EXPECT_EQ(velctl("exec run 7 usb --vm win11").status, velctl::kExitOk);
   const std::string answer = R"({"id":7,"command":"usb","answer":{"usb":[]}})";
-  const std::string hex = velctl::hex(answer + '\0');
+  const std::string hex = base::hexOf(answer + '\0');
   expectEvents({"command answer: VM win11, " + hex + " (code 66)"},
                {R"({"event":"command","code":66,"vmNumber":101,"hex":")" + hex +
                 R"(","text":"{\"id\":7,\"command\":\"usb\",\"answer\":{\"usb\":[]}}"})"});
@@ -283,7 +280,7 @@ TEST_F(WatchTest, WhatOthersDoIsTold) {
 
 TEST_F(VelsimTest, AJoystickWatchIsSubscribedUntilItIsInterrupted) {
   const auto subscribers = [this] {
-    const std::string out = velctl({"exec", "run", "7", "joysticks", "--json"}).out;
+    const std::string out = velctl("exec run 7 joysticks --json").out;
     const std::string name = R"(\"subscribers\":)";
     const std::size_t at = out.find(name);
     return at == std::string::npos ? out : out.substr(at + name.size(), 1);

@@ -1,10 +1,10 @@
-// Command lines that make no sense, and help on those that do.
+// Wrong command lines, and help.
 
 #include <algorithm>
 
+#include "base/text.h"
 #include "tests/velctl/commands.h"
-#include "tests/velctl/stories.h"
-#include "tests/velctl/velctl_test.h"
+#include "tests/velctl/in_process.h"
 
 namespace velctl_tests {
 namespace {
@@ -13,36 +13,71 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
-// Nobody is there: a command that tried to connect would say so.
-Finished velctl(const std::vector<std::string>& arguments) {
-  Process::Options options;
-  options.command = {VELCTL_PATH};
-  options.command.insert(options.command.end(), arguments.begin(), arguments.end());
-  options.environment = {{"QXBUS_ADDRESS", "unix:path=/nonexistent/bus"}};
-  return run(options);
-}
+// There is no bus: a command that tried to connect would fail with another status.
+class BadUsageTest : public InProcessTest {
+ protected:
+  BadUsageTest() { bus.setReachable(false); }
 
-void expectBadUsage(const std::vector<std::string>& arguments, const std::string& error) {
-  const Finished refused = velctl(arguments);
+  void expectBadUsage(const std::vector<std::string>& arguments, const std::string& error) {
+    const Ran refused = velctl(arguments);
 
-  EXPECT_EQ(refused.status, velctl::kExitUsage);
-  EXPECT_THAT(refused.out, IsEmpty());
-  EXPECT_THAT(refused.err, StartsWith("velctl"));
-  EXPECT_THAT(refused.err, HasSubstr(error));
-  EXPECT_EQ(std::count(refused.err.begin(), refused.err.end(), '\n'), 1) << refused.err;
-}
+    EXPECT_EQ(refused.status, velctl::kExitUsage);
+    EXPECT_THAT(refused.out, IsEmpty());
+    EXPECT_THAT(refused.err, StartsWith("velctl"));
+    EXPECT_THAT(refused.err, HasSubstr(error));
+    EXPECT_EQ(std::count(refused.err.begin(), refused.err.end(), '\n'), 1) << refused.err;
+  }
+};
 
-TEST(BadUsageTest, IsToldInOneLineAndNothingIsSent) {
+TEST_F(BadUsageTest, IsReportedInOneLine) {
   struct Row {
     std::vector<std::string> arguments;
     std::string error;
   };
   const std::string longText(128, 'x');
   const std::string notUsb = ": must be a USB vendor and product id, such as 046d:0825";
+  const std::string tooLarge = "18446744073709551616";
   const Row rows[] = {
+      {{}, "velctl: a command is missing; see velctl --help"},
+      {{"--json"}, "velctl: a command is missing; see velctl --help"},
+      {{"foo"}, "velctl: unknown command \"foo\"; see velctl --help"},
+      {{"--foo"}, "velctl: unknown option --foo; see velctl --help"},
+      {{"vm"}, "velctl vm: a command is missing; see velctl vm --help"},
+      {{"vm", "lst"}, "velctl vm: unknown command \"lst\"; see velctl vm --help"},
+      {{"vm", "list", "win11"}, "velctl vm list: the following argument was not expected: win11; "},
+      {{"vm", "list", "reset"}, "velctl vm list: the following argument was not expected: reset; "},
+      {{"status", "--foo"}, "velctl status: the following argument was not expected: --foo; "},
+      {{"reset", "now"}, "velctl reset: the following argument was not expected: now; "},
+      {{"vm", "connect"}, "velctl vm connect: vm is required; see velctl vm connect --help"},
+      {{"vm", "connect", "win11", "--system-type", "x"}, "could not convert: --system-type = x;"},
+      {{"vm", "connect", "win11", "--system-type", "2147483648"}, "could not convert: "},
+      {{"vm", "connect", "win11", "--share-mode"}, "velctl vm connect: "},
+      {{"vm", "connect", "win11", "win10"}, "not expected: win10; "},
+      {{"vm", "start"}, "velctl vm start: vm is required; "},
+      {{"vm", "disconnect"}, "velctl vm disconnect: vm is required; "},
+      {{"vm", "focus"}, "velctl vm focus: vm is required; "},
+      {{"vm", "focus", "win11", "--window", "-1"},
+       "--window: -1: must be a number from 0 to 18446744073709551615, "},
+      {{"vm", "focus", "win11", "--window", tooLarge},
+       "--window: " + tooLarge + ": must be a number from 0 to "},
+      {{"vm", "port", "win11", "1"}, "velctl vm port: status is required; "},
+      {{"vm", "port", "win11", "-1", "1"}, "port: -1: must be a number from 0 to 4294967295, "},
+      {{"vm", "port", "win11", "4294967296", "1"}, "port: 4294967296: must be a number from 0 to "},
+      {{"vm", "token"}, "velctl vm token: token is required; "},
+      {{"vm", "token", ""}, "updateDriveToken: the token is empty; "},
+      {{"pipe", "create", "win11"}, "velctl pipe create: pipe is required; "},
+      {{"pipe", "create", "win11", "x"}, "pipe: x: the handle must be a number "},
+      {{"pipe", "create", "win11", ""}, "the handle must be a number "},
+      {{"pipe", "create", "win11", "-1"}, "velctl pipe create: "},
+      {{"pipe", "create", "win11", "0x"}, "pipe: 0x: the handle must be a number "},
+      {{"pipe", "create", "win11", "7x"}, "pipe: 7x: the handle must be a number "},
+      {{"pipe", "create", "win11", tooLarge}, "the handle must be a number "},
+      {{"pipe", "create", "win11", "1", "y"}, "pipe: y: the handle must be a number "},
+      {{"pipe", "create", "win11", "1," + longText}, ": a name has at most 127 bytes; "},
+      {{"pipe", "destroy", "win11", "1,a," + longText}, ": a name has at most 127 bytes; "},
       {{"device"}, "velctl device: a command is missing; see velctl device --help"},
       {{"device", "network"}, "velctl device network: a command is missing; "},
-      {{"printer", "shared", "find"}, "velctl printer shared: no command find; "},
+      {{"printer", "shared", "find"}, "velctl printer shared: unknown command \"find\"; "},
       {{"device", "status", "12", "13"}, "not expected: 13; "},
       {{"device", "connect", "--vm", "win11"},
        "connectDevice: name the device by its number or with --source, not both"},
@@ -81,12 +116,12 @@ TEST(BadUsageTest, IsToldInOneLineAndNothingIsSent) {
       {{"camera", "on"}, "not expected: on; "},
   };
   for (const Row& row : rows) {
-    SCOPED_TRACE(joined(row.arguments));
+    SCOPED_TRACE(base::joined(row.arguments, " "));
     expectBadUsage(row.arguments, row.error);
   }
 }
 
-TEST(BadUsageTest, WhatIsRequiredMustBeThere) {
+TEST_F(BadUsageTest, RequiredArgumentsMustBeThere) {
   struct Row {
     std::string command;
     std::string missing;
@@ -162,7 +197,7 @@ TEST(BadUsageTest, WhatIsRequiredMustBeThere) {
   }
 }
 
-TEST(BadUsageTest, ANumberIsANumberAndNotTooLarge) {
+TEST_F(BadUsageTest, ANumberMustBeOneAndNotTooLarge) {
   struct Row {
     std::string before;
     std::string name;  // of what stands there
@@ -236,14 +271,14 @@ TEST(BadUsageTest, ANumberIsANumberAndNotTooLarge) {
                  "device: -1: must be a number from 0 to 65535, decimal or 0x...; ");
 }
 
-TEST(BadUsageTest, AnOptionThatNoCommandHasIsTold) {
+TEST_F(BadUsageTest, AnUnknownOptionIsReported) {
   for (const Command& command : commands()) {
     SCOPED_TRACE(command.name);
-    expectBadUsage(with(command.arguments, "--nosuch"), "not expected: --nosuch; ");
+    expectBadUsage(wordsOf(command.line + " --nosuch"), "not expected: --nosuch; ");
   }
 }
 
-TEST(HelpTest, EveryGroupNamesItsCommands) {
+TEST_F(InProcessTest, TheHelpOfEveryGroupNamesItsCommands) {
   struct Row {
     std::vector<std::string> group;
     std::vector<std::string> commands;
@@ -272,9 +307,11 @@ TEST(HelpTest, EveryGroupNamesItsCommands) {
       {{"exec"}, {"run", "help", "test"}},
   };
   for (const Row& row : rows) {
-    SCOPED_TRACE(joined(row.group));
+    SCOPED_TRACE(base::joined(row.group, " "));
 
-    const Finished help = velctl(with(row.group, "--help"));
+    std::vector<std::string> arguments = row.group;
+    arguments.emplace_back("--help");
+    const Ran help = velctl(arguments);
 
     EXPECT_EQ(help.status, velctl::kExitOk);
     EXPECT_THAT(help.err, IsEmpty());

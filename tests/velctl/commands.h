@@ -3,46 +3,72 @@
 #ifndef TESTS_VELCTL_COMMANDS_H
 #define TESTS_VELCTL_COMMANDS_H
 
-#include <cstdint>
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "bus/dbus/value.h"
+#include "tests/scripted_bus/scripted_bus.h"
 
 namespace velctl_tests {
 
-// What velctl makes of the integer that the service answers.
+using scripted::Reply;
+
+// The meaning of the integer that the service answers.
 enum class Answer {
-  kStatus,   // anything but 0 is a refusal
-  kContent,  // what the user asked for, or the beginning of a list
-  kIgnored,  // the library does not tell
-  kUntold,   // the library does not wait for it, nor for an error
+  kStatus,      // anything but 0 is a refusal
+  kContent,     // the value that the user has asked for, or the beginning of a list
+  kIgnored,     // the library does not return it
+  kNotAwaited,  // the library does not wait for it, nor for an error
 };
+
+// The request whose reply shows that the service has received those before it.
+constexpr char kConfirmation[] = "getVmList(int32 0)";
 
 struct Command {
+  // line stands behind "velctl"; words with blanks, and empty ones, are in single quotes.
+  Command(std::string itsName, std::string itsLine)
+      : name(std::move(itsName)), line(std::move(itsLine)) {}
+
+  // Adds a request. The last one that is no confirmation is the command's own.
+  Command& sends(std::string request) {
+    requests.push_back(std::move(request));
+    return *this;
+  }
+  Command& reads(Answer meaning) {
+    answer = meaning;
+    return *this;
+  }
+  Command& answered(Reply itsReply) {
+    reply = std::move(itsReply);
+    return *this;
+  }
+  Command& prints(std::string itsText) {
+    text = std::move(itsText);
+    return *this;
+  }
+  Command& printsJson(std::string itsJson) {
+    json = std::move(itsJson);
+    return *this;
+  }
+
+  // The bus method of the command's own request.
+  std::string method() const;
+
   std::string name;
-  std::vector<std::string> arguments;
-  std::vector<std::string> requests;  // the last that is not getVmList is the command's own
-  Answer answer;
-  qxbus::Values reply;
+  std::string line;
+  std::vector<std::string> requests;
+  Answer answer = Answer::kStatus;
+  Reply reply = Reply().int32(0);
   std::string text;
   std::string json;
-
-  // Of the command's own request.
-  std::string method() const;
 };
-
-// The reply of a service that has done its part.
-inline const qxbus::Values kDone = {std::int32_t{0}};
-// The request whose reply shows that the service has had those before it.
-constexpr char kConfirmation[] = "getVmList(int32 0)";
 
 void PrintTo(const Command& command, std::ostream* stream);
 
 const std::vector<Command>& commands();
 
-// By what they are about.
+// By subject.
 std::vector<Command> sessionCommands();
 std::vector<Command> deviceCommands();
 std::vector<Command> policyCommands();

@@ -1,10 +1,10 @@
-// velctl diagnose: its answer, and the progress that the service tells before and after.
+// velctl diagnose: the answer, and the progress before and behind it.
 
 #include <csignal>
 #include <cstdint>
 #include <string>
 
-#include "tests/velctl/velctl_test.h"
+#include "tests/velctl/process_test.h"
 
 namespace velctl_tests {
 namespace {
@@ -14,11 +14,11 @@ using ::testing::HasSubstr;
 constexpr int kDiagnosis = 9;
 constexpr unsigned long long kSource = 0x0102030405060708;
 
-class DiagnoseTest : public VelctlTest {
+class DiagnoseTest : public FakeServiceTest {
  protected:
   DiagnoseTest() { service().answer("diagnose", qxbus::Values{std::string("well")}); }
 
-  void tell(unsigned long long id, unsigned int status, const std::string& text) {
+  void emitProgress(unsigned long long id, unsigned int status, const std::string& text) {
     service().emit(
         {std::int32_t{0}, std::int32_t{kDiagnosis}, diagnosisBlock(id, status, kVmNumber, text)});
   }
@@ -31,12 +31,12 @@ class DiagnoseTest : public VelctlTest {
   }
 };
 
-TEST_F(DiagnoseTest, ProgressIsShownWhileTheAnswerIsStillAwaited) {
+TEST_F(DiagnoseTest, ProgressIsShownBeforeTheAnswer) {
   service().hold("diagnose");
   Process diagnose(options(command({"--follow", "0", "--json"})));
   ASSERT_TRUE(comesTrue([&] { return service().requests().size() == 1; })) << diagnose.err();
 
-  tell(kSource, 1, "look\x1bing");
+  emitProgress(kSource, 1, "look\x1bing");
   const std::string progress =
       R"({"event":"diagnosis","vm":"win11","id":72623859790382856,"status":1,)"
       R"("text":"look\u001bing"})"
@@ -56,8 +56,8 @@ TEST_F(DiagnoseTest, ProgressIsFollowedAfterTheAnswerUntilItIsFinal) {
   Process diagnose(options(command({"--follow", "600", "--until", "100"})));
   ASSERT_TRUE(comesTrue([&] { return diagnose.out() == "well\n"; })) << diagnose.err();
 
-  tell(kSource, 50, "half\x1b");
-  tell(kSource, 100, "all");
+  emitProgress(kSource, 50, "half\x1b");
+  emitProgress(kSource, 100, "all");
 
   const Finished finished = diagnose.wait();
   EXPECT_EQ(finished.status, velctl::kExitOk);
@@ -65,7 +65,7 @@ TEST_F(DiagnoseTest, ProgressIsFollowedAfterTheAnswerUntilItIsFinal) {
 }
 
 TEST_F(DiagnoseTest, FinalProgressMayComeBeforeTheAnswer) {
-  service().before("diagnose", [this] { tell(kSource, 100, "all"); });
+  service().before("diagnose", [this] { emitProgress(kSource, 100, "all"); });
   service().hold("diagnose");
   Process diagnose(options(command({"--follow", "600", "--until", "100"})));
   ASSERT_TRUE(comesTrue([&] { return diagnose.out() == "status 100: all\n"; })) << diagnose.err();
@@ -79,8 +79,8 @@ TEST_F(DiagnoseTest, ProgressOfOtherDiagnosesIsLeftOut) {
   Process diagnose(options(command({"--follow", "600", "--until", "100"})));
   ASSERT_TRUE(comesTrue([&] { return diagnose.out() == "well\n"; })) << diagnose.err();
 
-  tell(kSource + 1, 100, "other");
-  tell(kSource, 100, "all");
+  emitProgress(kSource + 1, 100, "other");
+  emitProgress(kSource, 100, "all");
 
   EXPECT_EQ(diagnose.wait().out, "well\nstatus 100: all\n");
 }
@@ -96,11 +96,10 @@ TEST_F(DiagnoseTest, ProgressThatNeverBecomesFinalIsAnError) {
 
 TEST_F(DiagnoseTest, ADeviceIsKnownByItsNumber) {
   service().answer("diagnoseDevice", qxbus::Values{std::string("fine")});
-  Process diagnose(
-      options({"diagnose", "device", "12", "--vm", "win11", "--follow", "600", "--until", "100"}));
+  Process diagnose(options("diagnose device 12 --vm win11 --follow 600 --until 100"));
   ASSERT_TRUE(comesTrue([&] { return diagnose.out() == "fine\n"; })) << diagnose.err();
 
-  tell(12, 100, "all");
+  emitProgress(12, 100, "all");
 
   EXPECT_EQ(diagnose.wait().out, "fine\nstatus 100: all\n");
 }
@@ -113,7 +112,7 @@ TEST_F(DiagnoseTest, FollowingCanBeInterrupted) {
 }
 
 TEST_F(DiagnoseTest, FailsWhenItsProgressCannotBeWritten) {
-  service().before("diagnose", [this] { tell(kSource, 1, "x"); });
+  service().before("diagnose", [this] { emitProgress(kSource, 1, "x"); });
   Process::Options closed = options(command());
   closed.isOutClosed = true;
 

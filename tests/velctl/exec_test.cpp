@@ -1,9 +1,12 @@
-// velctl exec run: a command whose answer arrives as an event.
+// velctl exec run: a command for the service, whose answer is an event.
 
-#include <cstdint>
 #include <string>
+#include <vector>
 
-#include "tests/velctl/velctl_test.h"
+#include "tests/scripted_bus/timeline.h"
+#include "tests/velctl/in_process.h"
+#include "vel/protocol/events.h"
+#include "vel/protocol/names.h"
 
 namespace velctl_tests {
 namespace {
@@ -12,37 +15,47 @@ using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-constexpr int kCommandAnswer = 66;
+using scripted::EventArguments;
+
+constexpr auto kCommandAnswer = static_cast<int>(velprotocol::EventCode::kCommandAnswer);
 constexpr char kJsonBeginning[] =
     R"({"operation":"dovelcmd","vm":"win11","number":101,"command":3,"arguments":"",)";
 
-class ExecTest : public VelctlTest {
+// An event of the service, or a broadcast one.
+struct Sent {
+  EventArguments arguments;
+  const char* name = velprotocol::kServiceEvent;
+};
+
+Sent answer(int vmNumber, const std::string& record) {
+  return {EventArguments().int32(vmNumber).int32(kCommandAnswer).bytes(bytesOf(record))};
+}
+
+Sent broadcast(Sent event) {
+  event.name = velprotocol::kBroadcastEvent;
+  return event;
+}
+
+class ExecTest : public InProcessTest {
  protected:
-  // Answers every command with events, before the reply.
-  void answerWith(std::vector<qxbus::Values> events) {
-    service().before("dovelcmd", [this, events = std::move(events)] {
-      for (const qxbus::Values& event : events) {
-        service().emit(event);
+  // Sends events while each command waits for its reply.
+  void answerWith(const std::vector<Sent>& events) {
+    scripted::Timeline::the().when("call dovelcmd", [this, events] {
+      for (const Sent& event : events) {
+        bus.emit(event.name, event.arguments);
       }
     });
   }
 
-  static qxbus::Values answer(int vmNumber, const std::string& record) {
-    return {std::int32_t{vmNumber}, std::int32_t{kCommandAnswer}, bytesOf(record)};
-  }
-
   // Waits much longer than it takes.
-  Finished execute(const std::string& vmId, bool isJson) const {
-    const std::vector<std::string> command = {"exec", "run", "3", "--vm", vmId, "--wait", "600"};
-    return velctl(isJson ? with(command, "--json") : command);
-  }
+  Ran execute(Form form = Form::kText) { return velctl("exec run 3 --vm win11 --wait 600", form); }
 };
 
 TEST_F(ExecTest, TheAnswerIsShownAsBytes) {
   answerWith({answer(kVmNumber, "done\x1b" + std::string(1, '\0') + "rest of the record")});
 
-  const Finished text = execute("win11", false);
-  const Finished json = execute("win11", true);
+  const Ran text = execute();
+  const Ran json = execute(Form::kJson);
 
   EXPECT_EQ(text.status, velctl::kExitOk) << text.err;
   EXPECT_EQ(text.out,
@@ -55,10 +68,10 @@ TEST_F(ExecTest, TheAnswerIsShownAsBytes) {
 }
 
 TEST_F(ExecTest, AnAnswerMayHaveNoRecord) {
-  answerWith({{std::int32_t{0}, std::int32_t{kCommandAnswer}}});
+  answerWith({{EventArguments().int32(0).int32(kCommandAnswer)}});
 
-  EXPECT_EQ(execute("win11", false).out, "an empty answer\n");
-  EXPECT_EQ(execute("win11", true).out,
+  EXPECT_EQ(execute().out, "an empty answer\n");
+  EXPECT_EQ(execute(Form::kJson).out,
             std::string(kJsonBeginning) +
                 R"("status":0,"answer":{"vmNumber":0,"hex":null,"text":null}})"
                 "\n");
@@ -66,42 +79,52 @@ TEST_F(ExecTest, AnAnswerMayHaveNoRecord) {
 
 TEST_F(ExecTest, AnswersForOtherVmsAndOtherEventsAreLeftOut) {
   answerWith({answer(104, "other"),
-              {std::int32_t{kVmNumber}, std::int32_t{1}, printerBlock(51, 0, 0, "Laser")},
+              broadcast(answer(104, "other")),
+              {EventArguments().int32(kVmNumber).int32(1).bytes(printerBlock(51, 0, 0, "Laser"))},
               answer(kVmNumber, "own")});
 
-  EXPECT_THAT(execute("win11", false).out, EndsWith("|own|\n"));
+  EXPECT_THAT(execute().out, EndsWith("|own|\n"));
+}
+
+TEST_F(ExecTest, AnAnswerForNoVmCounts) {
+  answerWith({answer(0, "own")});
+
+  EXPECT_THAT(execute().out, EndsWith("|own|\n"));
+}
+
+TEST_F(ExecTest, ABroadcastAnswerCounts) {
+  answerWith({broadcast(answer(kVmNumber, "own"))});
+
+  EXPECT_THAT(execute().out, EndsWith("|own|\n"));
 }
 
 TEST_F(ExecTest, WithoutAVmTheAnswerIsForNone) {
   answerWith({answer(kVmNumber, "other"), answer(0, "own")});
 
-  EXPECT_THAT(velctl({"exec", "run", "3", "--wait", "600"}).out, EndsWith("|own|\n"));
-  EXPECT_EQ(service().requests(),
-            (std::vector<std::string>{R"(dovelcmd(int32 0, string "", int32 3))"}));
+  EXPECT_THAT(velctl("exec run 3 --wait 600").out, EndsWith("|own|\n"));
+  EXPECT_EQ(requests(), (std::vector<std::string>{R"(dovelcmd(int32 0, string "", int32 3))"}));
 }
 
 TEST_F(ExecTest, ACommandWithoutAnAnswerIsAnError) {
-  const std::vector<std::string> command = {"exec", "run", "3", "--vm", "win11", "--wait", "1"};
-
-  Process textProcess(options(command));
-  const Finished json = velctl(with(command, "--json"));
-  const Finished text = textProcess.wait();
+  const Ran text = velctl("exec run 3 --vm win11 --wait 1");
 
   EXPECT_EQ(text.status, velctl::kExitNoAnswer);
   EXPECT_THAT(text.out, IsEmpty());
-  EXPECT_THAT(text.err,
-              HasSubstr("velctl: dovelcmd 3 for \"win11\": accepted by the service, which "
-                        "told no result within 1 s; --wait waits longer, or not at "
-                        "all\n"));
+  EXPECT_EQ(text.err,
+            "velctl: dovelcmd 3 for \"win11\": the service accepted the command and sent no answer "
+            "within 1 s; --wait SECONDS waits longer, --wait 0 does not wait\n");
+  // Other VMs' answers do not count.
+  answerWith({answer(104, "other")});
+  const Ran json = velctl("exec run 3 --vm win11 --wait 1", Form::kJson);
   EXPECT_EQ(json.status, velctl::kExitNoAnswer);
   EXPECT_EQ(json.out, std::string(kJsonBeginning) + R"("status":0,"answer":null})" + "\n");
 }
 
 TEST_F(ExecTest, ARefusedCommandIsNotWaitedFor) {
-  service().answer("dovelcmd", qxbus::Values{std::int32_t{7}});
-  const Finished refused = execute("win11", true);
-  service().answer("dovelcmd", ScriptedService::Error{"no such command"});
-  const Finished failed = execute("win11", true);
+  bus.answer("dovelcmd", Reply().int32(7));
+  const Ran refused = execute(Form::kJson);
+  bus.answer("dovelcmd", Reply::error("no such command"));
+  const Ran failed = execute(Form::kJson);
 
   EXPECT_EQ(refused.status, velctl::kExitRefused);
   EXPECT_EQ(refused.out, std::string(kJsonBeginning) + "\"status\":7}\n");

@@ -2,15 +2,15 @@
 
 #include <cstdint>
 
+#include "tests/velctl/blocks.h"
 #include "tests/velctl/commands.h"
-#include "tests/velctl/scripted_service.h"
 
 namespace velctl_tests {
 namespace {
 
 // A block of a fixed size that begins with a text.
-qxbus::Bytes block(std::size_t size, const std::string& text) {
-  qxbus::Bytes bytes = bytesOf(text);
+Bytes block(std::size_t size, const std::string& text) {
+  Bytes bytes = bytesOf(text);
   bytes.resize(size);
   return bytes;
 }
@@ -38,102 +38,90 @@ std::string digits(std::size_t size, const std::string& first) {
 
 std::vector<Command> serviceCommands() {
   return {
-      {"JoystickList",
-       {"joystick", "list"},
-       {"getJoystickDevList()"},
-       Answer::kContent,
-       {std::int32_t{2}, block(138, "Pad"), block(138, "\x01")},
-       "joystick 0\n" +
-           dump(138, "0000  50 61 64 00 00 00 00 00 00 00 00 00 00 00 00 00  |Pad.............|") +
-           "\njoystick 1\n" +
-           dump(138, "0000  01 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00  |................|"),
-       R"({"operation":"getJoystickDevList","joysticks":[{"index":0,"hex":")" +
-           digits(138, "506164") + R"("},{"index":1,"hex":")" + digits(138, "01") + R"("}]})"},
-      {"JoystickMappings",
-       {"joystick", "mappings"},
-       {"getJoystickMappingList()"},
-       Answer::kContent,
-       {std::int32_t{1}, block(130, "x")},
-       "mapping 0\n" +
-           dump(130, "0000  78 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00  |x...............|"),
-       R"({"operation":"getJoystickMappingList","mappings":[{"index":0,"hex":")" +
-           digits(130, "78") + R"("}]})"},
-      {"JoystickMap",
-       {"joystick", "map", "65535", "2"},
-       {"setJoystickMapping(int16 -1, int16 2)"},
-       Answer::kStatus,
-       kDone,
-       "joystick 65535 has mapping 2",
-       R"({"operation":"setJoystickMapping","joystick":65535,"mapping":2,"status":0})"},
-      {"JoystickCalibrate",
-       {"joystick", "calibrate", "3"},
-       {"calibrationJoystick(int16 3)"},
-       Answer::kStatus,
-       kDone,
-       "joystick 3 calibrated",
-       R"({"operation":"calibrationJoystick","joystick":3,"status":0})"},
-      {"QualityBandwidth",
-       {"quality", "bandwidth", "1", "18446744073709551615", "--vm", "win11"},
-       {"setBwInfo(int32 101, uint64 1, uint64 18446744073709551615)", kConfirmation},
-       Answer::kUntold,
-       kDone,
-       "win11: bandwidth reported",
-       R"({"operation":"setBwInfo","vm":"win11","number":101,"first":1,)"
-       R"("second":18446744073709551615,"status":0})"},
-      {"QualityRtcWithAFigure",
-       {"quality", "rtc", "1", "4294967295", "--vm", "win11"},
-       {"setRtcQosInfo(int32 101, uint64 1, uint64 4294967295)", kConfirmation},
-       Answer::kUntold,
-       kDone,
-       "win11: quality reported",
-       R"({"operation":"setRtcQosInfo","vm":"win11","number":101,"type":1,)"
-       R"("figure":4294967295,"status":0})"},
-      {"QualityRtcWithoutAFigure",
-       {"quality", "rtc", "2", "--vm", "win11"},
-       {"setRtcQosInfo(int32 101, uint64 2)", kConfirmation},
-       Answer::kUntold,
-       kDone,
-       "win11: quality reported",
-       R"({"operation":"setRtcQosInfo","vm":"win11","number":101,"type":2,"status":0})"},
-      {"DiagnoseSource",
-       {"diagnose", "source", "258", "--vm", "win11", "--follow", "0"},
-       {"diagnose(int32 101, bytes[8] 02 01 00 00 00 00 00 00)"},
-       Answer::kContent,
-       // What the library also returns when there is no answer.
-       {std::string("{\"velservice\":4097}")},
-       "{\"velservice\":4097}",
-       R"({"operation":"diagnose","vm":"win11","number":101,"source":258,)"
-       R"("text":"{\"velservice\":4097}"})"},
-      {"DiagnoseDevice",
-       {"diagnose", "device", "65535", "--vm", "win11", "--follow", "0"},
-       {"diagnoseDevice(int32 101, int32 65535)"},
-       Answer::kContent,
-       {std::string("fine")},
-       "fine",
-       R"({"operation":"diagnoseDevice","vm":"win11","number":101,"device":65535,)"
-       R"("text":"fine"})"},
-      {"ExecRunWithoutWaiting",
-       {"exec", "run", "-7", "a b", "--vm", "win11", "--wait", "0"},
-       {R"(dovelcmd(int32 101, string "a b", int32 -7))"},
-       Answer::kStatus,
-       kDone,
-       "win11: command -7 accepted",
-       R"({"operation":"dovelcmd","vm":"win11","number":101,"command":-7,"arguments":"a b",)"
-       R"("status":0})"},
-      {"ExecHelp",
-       {"exec", "help", "--vm", "win11"},
-       {"getvelcmdhelp(int32 101)"},
-       Answer::kContent,
-       {std::string("1 restart\n2 dump\n")},
-       "1 restart\n2 dump",
-       R"({"operation":"getvelcmdhelp","vm":"win11","number":101,"text":"1 restart\n2 dump\n"})"},
-      {"ExecTest",
-       {"exec", "test", "65535"},
-       {"doveltest(int32 0, int16 -1)"},
-       Answer::kStatus,
-       kDone,
-       "test 65535 passed",
-       R"({"operation":"doveltest","test":65535,"status":0})"},
+      Command("JoystickList", "joystick list")
+          .sends("getJoystickDevList()")
+          .reads(Answer::kContent)
+          .answered(Reply().int32(2).bytes(block(138, "Pad")).bytes(block(138, "\x01")))
+          .prints(
+              "joystick 0\n" +
+              dump(138,
+                   "0000  50 61 64 00 00 00 00 00 00 00 00 00 00 00 00 00  |Pad.............|") +
+              "\njoystick 1\n" +
+              dump(138,
+                   "0000  01 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00  |................|"))
+          .printsJson(R"({"operation":"getJoystickDevList","joysticks":[{"index":0,"hex":")" +
+                      digits(138, "506164") + R"("},{"index":1,"hex":")" + digits(138, "01") +
+                      R"("}]})"),
+      Command("JoystickMappings", "joystick mappings")
+          .sends("getJoystickMappingList()")
+          .reads(Answer::kContent)
+          .answered(Reply().int32(1).bytes(block(130, "x")))
+          .prints("mapping 0\n" +
+                  dump(130,
+                       "0000  78 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00  |x...............|"))
+          .printsJson(R"({"operation":"getJoystickMappingList","mappings":[{"index":0,"hex":")" +
+                      digits(130, "78") + R"("}]})"),
+      Command("JoystickMap", "joystick map 65535 2")
+          .sends("setJoystickMapping(int16 -1, int16 2)")
+          .prints("joystick 65535 has mapping 2")
+          .printsJson(
+              R"({"operation":"setJoystickMapping","joystick":65535,"mapping":2,"status":0})"),
+      Command("JoystickCalibrate", "joystick calibrate 3")
+          .sends("calibrationJoystick(int16 3)")
+          .prints("joystick 3 calibrated")
+          .printsJson(R"({"operation":"calibrationJoystick","joystick":3,"status":0})"),
+      Command("QualityBandwidth", "quality bandwidth 1 18446744073709551615 --vm win11")
+          .sends("setBwInfo(int32 101, uint64 1, uint64 18446744073709551615)")
+          .sends(kConfirmation)
+          .reads(Answer::kNotAwaited)
+          .prints("win11: bandwidth reported")
+          .printsJson(R"({"operation":"setBwInfo","vm":"win11","number":101,"first":1,)"
+                      R"("second":18446744073709551615,"status":0})"),
+      Command("QualityRtcWithAFigure", "quality rtc 1 4294967295 --vm win11")
+          .sends("setRtcQosInfo(int32 101, uint64 1, uint64 4294967295)")
+          .sends(kConfirmation)
+          .reads(Answer::kNotAwaited)
+          .prints("win11: quality reported")
+          .printsJson(R"({"operation":"setRtcQosInfo","vm":"win11","number":101,"type":1,)"
+                      R"("figure":4294967295,"status":0})"),
+      Command("QualityRtcWithoutAFigure", "quality rtc 2 --vm win11")
+          .sends("setRtcQosInfo(int32 101, uint64 2)")
+          .sends(kConfirmation)
+          .reads(Answer::kNotAwaited)
+          .prints("win11: quality reported")
+          .printsJson(
+              R"({"operation":"setRtcQosInfo","vm":"win11","number":101,"type":2,"status":0})"),
+      Command("DiagnoseSource", "diagnose source 258 --vm win11 --follow 0")
+          .sends("diagnose(int32 101, bytes[8] 0201000000000000)")
+          .reads(Answer::kContent)
+          .answered(Reply().string("{\"velservice\":4097}"))
+          .prints("{\"velservice\":4097}")
+          .printsJson(R"({"operation":"diagnose","vm":"win11","number":101,"source":258,)"
+                      R"("text":"{\"velservice\":4097}"})"),
+      Command("DiagnoseDevice", "diagnose device 65535 --vm win11 --follow 0")
+          .sends("diagnoseDevice(int32 101, int32 65535)")
+          .reads(Answer::kContent)
+          .answered(Reply().string("fine"))
+          .prints("fine")
+          .printsJson(R"({"operation":"diagnoseDevice","vm":"win11","number":101,"device":65535,)"
+                      R"("text":"fine"})"),
+      Command("ExecRunWithoutWaiting", "exec run -7 'a b' --vm win11 --wait 0")
+          .sends(R"(dovelcmd(int32 101, string "a b", int32 -7))")
+          .prints("win11: command -7 accepted")
+          .printsJson(
+              R"({"operation":"dovelcmd","vm":"win11","number":101,"command":-7,"arguments":"a b",)"
+              R"("status":0})"),
+      Command("ExecHelp", "exec help --vm win11")
+          .sends("getvelcmdhelp(int32 101)")
+          .reads(Answer::kContent)
+          .answered(Reply().string("1 restart\n2 dump\n"))
+          .prints("1 restart\n2 dump")
+          .printsJson(R"({"operation":"getvelcmdhelp","vm":"win11","number":101,)"
+                      R"("text":"1 restart\n2 dump\n"})"),
+      Command("ExecTest", "exec test 65535")
+          .sends("doveltest(int32 0, int16 -1)")
+          .prints("test 65535 passed")
+          .printsJson(R"({"operation":"doveltest","test":65535,"status":0})"),
   };
 }
 

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 
+#include "base/text.h"
 #include "tests/velctl/stories.h"
 #include "vel/apps/local/velctl/text.h"
 
@@ -47,7 +48,7 @@ std::string listJson(const std::string& name, const std::vector<std::string>& re
   std::string json = "\"" + name + "\":[";
   for (std::size_t i = 0; i < records.size(); ++i) {
     json += (i == 0 ? "" : ",") + (R"({"index":)" + std::to_string(i)) + R"(,"hex":")" +
-            velctl::hex(records[i]) + "\"}";
+            base::hexOf(records[i]) + "\"}";
   }
   return json + "]";
 }
@@ -90,16 +91,17 @@ std::vector<Story> serviceStories() {
                                        joystick(1, 0x0202, 0, false, "Game pad"),
                                        joystick(2, 0x0203, 0, false, "Racing wheel")})),
            shows("getJoystickMappingList", "joystick mappings", listText("mapping", mappings())),
-           tells("getJoystickMappingList", "joystick mappings", listJson("mappings", mappings())),
+           showsJson("getJoystickMappingList", "joystick mappings",
+                     listJson("mappings", mappings())),
            shows("setJoystickMapping", "joystick map 0 1", "joystick 0 has mapping 1"),
-           tells("setJoystickMapping", "joystick map 2 2",
-                 R"("joystick":2,"mapping":2,"status":0)"),
+           showsJson("setJoystickMapping", "joystick map 2 2",
+                     R"("joystick":2,"mapping":2,"status":0)"),
            shows("calibrationJoystick", "joystick calibrate 1", "joystick 1 calibrated"),
-           tells("calibrationJoystick", "joystick calibrate 2", R"("joystick":2,"status":0)"),
-           tells("getJoystickDevList", "joystick list",
-                 listJson("joysticks", {joystick(0, 0x0201, 1, false, "Flight stick"),
-                                        joystick(1, 0x0202, 0, true, "Game pad"),
-                                        joystick(2, 0x0203, 2, true, "Racing wheel")})),
+           showsJson("calibrationJoystick", "joystick calibrate 2", R"("joystick":2,"status":0)"),
+           showsJson("getJoystickDevList", "joystick list",
+                     listJson("joysticks", {joystick(0, 0x0201, 1, false, "Flight stick"),
+                                            joystick(1, 0x0202, 0, true, "Game pad"),
+                                            joystick(2, 0x0203, 2, true, "Racing wheel")})),
            refuses("setJoystickMapping", "joystick map 3 0", 19),
            refusesInJson("setJoystickMapping", "joystick map 0 3", 20,
                          R"("joystick":0,"mapping":3,)"),
@@ -110,10 +112,10 @@ std::vector<Story> serviceStories() {
            shows("setBwInfo", "quality bandwidth 1 18446744073709551615 --vm win11",
                  "win11: bandwidth reported"),
            shows("setRtcQosInfo", "quality rtc 1 4294967295 --vm win11", "win11: quality reported"),
-           tells("setRtcQosInfo", "quality rtc 2 --vm win11",
-                 std::string(kForWin11) + R"("type":2,"status":0)"),
-           tells("setBwInfo", "quality bandwidth 3 4 --vm win10",
-                 std::string(kForWin10) + R"("first":3,"second":4,"status":0)"),
+           showsJson("setRtcQosInfo", "quality rtc 2 --vm win11",
+                     std::string(kForWin11) + R"("type":2,"status":0)"),
+           showsJson("setBwInfo", "quality bandwidth 3 4 --vm win10",
+                     std::string(kForWin10) + R"("first":3,"second":4,"status":0)"),
            knows("quality", reports(R"({"vm":101,"bandwidth":[1,18446744073709551615],"quality":[)"
                                     R"({"type":1,"figure":4294967295},{"type":2,"figure":null}]},)"
                                     R"({"vm":102,"bandwidth":[3,4],"quality":[]})")),
@@ -123,23 +125,25 @@ std::vector<Story> serviceStories() {
            showsInAnyOrder("diagnoseDevice", "diagnose device 12 --vm win11 --follow 600 --until 2",
                            diagnosisText("status 2: VM not connected")),
            shows("connectVm", "vm connect win11", "win11: connected"),
-           tellsInAnyOrder(
+           showsJsonInAnyOrder(
                "diagnose", "diagnose source 0x7e5700020000000c --vm win11 --follow 600 --until 2",
                diagnosisJson("diagnose", R"("source":9103745180342681612)", "9103745180342681612",
                              R"("status":2,"text":"not attached to the VM")")),
            shows("connectDevice", "device connect 12 --vm win11", "win11: device 12 connected"),
-           tellsInAnyOrder("diagnoseDevice", "diagnose device 12 --vm win11 --follow 600 --until 0",
-                           diagnosisJson("diagnoseDevice", R"("device":12)", "12",
-                                         R"("status":0,"text":"no fault found")")),
+           showsJsonInAnyOrder("diagnoseDevice",
+                               "diagnose device 12 --vm win11 --follow 600 --until 0",
+                               diagnosisJson("diagnoseDevice", R"("device":12)", "12",
+                                             R"("status":0,"text":"no fault found")")),
            shows("connectPrinter", "printer connect 21 --vm win11", "win11: printer 21 connected"),
            showsInAnyOrder("diagnose",
                            "diagnose source 0x7e57010000000015 --vm win11 --follow 600 --until 0",
                            diagnosisText("status 0: no fault found")),
            shows("diagnose", "diagnose source 1 --vm win11 --follow 0",
                  R"({"velservice":6,"status":"unknown-device"})"),
-           tells("diagnoseDevice", "diagnose device 99 --vm win11 --follow 0",
-                 std::string(kForWin11) +
-                     R"("device":99,"text":"{\"velservice\":6,\"status\":\"unknown-device\"}")"),
+           showsJson(
+               "diagnoseDevice", "diagnose device 99 --vm win11 --follow 0",
+               std::string(kForWin11) +
+                   R"("device":99,"text":"{\"velservice\":6,\"status\":\"unknown-device\"}")"),
        }},
       {"ACommandForTheServiceIsAnsweredInAnEvent",
        {
@@ -151,14 +155,14 @@ std::vector<Story> serviceStories() {
                  "joysticks: joysticks\n"
                  "quality: bandwidth and quality reported by clients\n"
                  "usb: USB devices redirected by clients"),
-           tells("getvelcmdhelp", "exec help",
-                 R"("vm":"","number":0,"text":"vms: VM sessions\n)"
-                 R"(devices: devices, and whether the camera may be used\n)"
-                 R"(printers: printers and network printers\n)"
-                 R"(policies: settings by type, and by vendor and product id\n)"
-                 R"(joysticks: joysticks\n)"
-                 R"(quality: bandwidth and quality reported by clients\n)"
-                 R"(usb: USB devices redirected by clients\n")"),
+           showsJson("getvelcmdhelp", "exec help",
+                     R"("vm":"","number":0,"text":"vms: VM sessions\n)"
+                     R"(devices: devices, and whether the camera may be used\n)"
+                     R"(printers: printers and network printers\n)"
+                     R"(policies: settings by type, and by vendor and product id\n)"
+                     R"(joysticks: joysticks\n)"
+                     R"(quality: bandwidth and quality reported by clients\n)"
+                     R"(usb: USB devices redirected by clients\n")"),
            shows("dovelcmd", "exec run 70000 usb --vm win11 --wait 600",
                  velctl::hexDump(std::string(R"({"id":70000,"command":"usb",)"
                                              R"("answer":{"usb":[]}})") +
@@ -175,7 +179,7 @@ std::vector<Story> serviceStories() {
       {"SelfTestsOfTheService",
        {
            shows("doveltest", "exec test 0", "test 0 passed"),
-           tells("doveltest", "exec test 2", R"("test":2,"status":0)"),
+           showsJson("doveltest", "exec test 2", R"("test":2,"status":0)"),
            refuses("doveltest", "exec test 3", 22),
            refusesInJson("doveltest", "exec test 65535", 22, R"("test":65535,)"),
        }},

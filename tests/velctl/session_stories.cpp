@@ -9,7 +9,7 @@ std::string vm(const std::string& name, int number, const std::string& state) {
   return R"({"vm":")" + name + R"(","number":)" + std::to_string(number) + "," + state + "}";
 }
 
-// The VMs that nobody touches are between the two that are worked with.
+// All VMs. The two that a story does not use keep their state.
 std::string vms(const std::string& win10, const std::string& win11) {
   const std::string untouched =
       R"("isConnected":false,"isStarted":false,"pipes":0,"ports":0,"hasFocus":false)";
@@ -30,34 +30,37 @@ std::vector<Story> sessionStories() {
                  "win10   102\n"
                  "win11   101"),
            // The one list that is not a member of an operation.
-           tellsInAnyOrder("getVmList", "vm list",
-                           R"({"vms":[{"vm":"debian","number":104},{"vm":"ubuntu","number":103},)"
-                           R"({"vm":"win10","number":102},{"vm":"win11","number":101}]})"),
+           showsJsonInAnyOrder(
+               "getVmList", "vm list",
+               R"({"vms":[{"vm":"debian","number":104},{"vm":"ubuntu","number":103},)"
+               R"({"vm":"win10","number":102},{"vm":"win11","number":101}]})"),
            shows("connectVm", "vm connect win11 --system-type 10", "win11: connected"),
-           tells("connectVm", "vm connect win10 --share-mode 2",
-                 std::string(kForWin10) + R"("status":0)"),
+           showsJson("connectVm", "vm connect win10 --share-mode 2",
+                     std::string(kForWin10) + R"("status":0)"),
            shows("startManager", "vm start win11", "win11: start requested"),
-           tells("startManager", "vm start win10", std::string(kForWin10) + R"("status":0)"),
+           showsJson("startManager", "vm start win10", std::string(kForWin10) + R"("status":0)"),
            shows("createPipe", "pipe create win11 7,usb 8", "win11: 2 pipes created"),
-           tells("createPipe", "pipe create win10 7", std::string(kForWin10) + R"("status":0)"),
+           showsJson("createPipe", "pipe create win10 7", std::string(kForWin10) + R"("status":0)"),
            shows("setPortChannelStatus", "vm port win11 3 1", "win11: port 3 has status 1"),
-           tells("setPortChannelStatus", "vm port win10 4294967295 -1",
-                 std::string(kForWin10) + R"("status":0)"),
+           showsJson("setPortChannelStatus", "vm port win10 4294967295 -1",
+                     std::string(kForWin10) + R"("status":0)"),
            shows("onFocusChanged", "vm focus win11 --window 7", "win11: focus gained"),
-           tells("onFocusChanged", "vm focus win10", std::string(kForWin10) + R"("status":0)"),
+           showsJson("onFocusChanged", "vm focus win10", std::string(kForWin10) + R"("status":0)"),
            shows("updateDriveToken", "vm token abc", "drive token handed over"),
-           tells("updateDriveToken", "vm token def", R"("status":0)"),
+           showsJson("updateDriveToken", "vm token def", R"("status":0)"),
            knows("vms",
                  vms(R"("isConnected":true,"isStarted":true,"pipes":1,"ports":1,"hasFocus":true)",
                      R"("isConnected":true,"isStarted":true,"pipes":2,"ports":1,)"
                      R"("hasFocus":false)")),
            shows("destroyPipe", "pipe destroy win11 7", "win11: 1 pipe destroyed"),
-           tells("destroyPipe", "pipe destroy win11 8", std::string(kForWin11) + R"("status":0)"),
+           showsJson("destroyPipe", "pipe destroy win11 8",
+                     std::string(kForWin11) + R"("status":0)"),
            refusesInJson("createPipe", "pipe create win10 7", 4, kForWin10),
            shows("disconnectVm", "vm disconnect win10", "win10: disconnect requested"),
            knows("vms", vms("", R"("isConnected":true,"isStarted":true,"pipes":0,"ports":1,)"
                                 R"("hasFocus":false)")),
-           tells("disconnectVm", "vm disconnect win11", std::string(kForWin11) + R"("status":0)"),
+           showsJson("disconnectVm", "vm disconnect win11",
+                     std::string(kForWin11) + R"("status":0)"),
            knows("vms", vms("", "")),
        }},
       {"TheEndOfASessionTakesBackWhatTheVmHad",
@@ -66,11 +69,12 @@ std::vector<Story> sessionStories() {
            shows("connectDevice", "device connect 12 --vm win11", "win11: device 12 connected"),
            shows("connectPrinter", "printer connect 21 --vm win11", "win11: printer 21 connected"),
            shows("disconnectVm", "vm disconnect win11", "win11: disconnect requested"),
-           tells("getDeviceStatus", "device status 12",
-                 R"("device":12,"devices":[)" + deviceJson(12, 1, 0, "", 0, "", "Built-in camera") +
-                     "]"),
-           tells("getPrinterStatus", "printer status 21",
-                 R"("printer":21,"printers":[)" + printerJson(21, 1, 0, "", "Office laser") + "]"),
+           showsJson("getDeviceStatus", "device status 12",
+                     R"("device":12,"devices":[)" +
+                         deviceJson(12, 1, 0, "", 0, "", "Built-in camera") + "]"),
+           showsJson(
+               "getPrinterStatus", "printer status 21",
+               R"("printer":21,"printers":[)" + printerJson(21, 1, 0, "", "Office laser") + "]"),
        }},
       {"AResetForgetsEverything",
        {
@@ -82,8 +86,8 @@ std::vector<Story> sessionStories() {
            shows("getDeviceStatus", "device status 12",
                  "NUMBER  STATUS  POLICY  VM  NAME\n"
                  "12      1       0       -   Built-in camera"),
-           tells("getNetworkPrinterList", "printer network list", R"("printers":[])"),
-           tells("resetService", "reset", R"("status":0)"),
+           showsJson("getNetworkPrinterList", "printer network list", R"("printers":[])"),
+           showsJson("resetService", "reset", R"("status":0)"),
        }},
       {"AVmThatVelsimDoesNotHaveIsUnknown",
        {

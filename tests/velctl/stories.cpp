@@ -45,49 +45,43 @@ void PrintTo(const Story& story, std::ostream* stream) {
   *stream << story.name;
 }
 
-std::vector<std::string> wordsOf(const std::string& command) {
-  std::vector<std::string> words;
-  std::string word;
-  bool isQuoted = false;
-  bool isWord = false;
-  for (const char c : command) {
-    if (c == '\'') {
-      isQuoted = !isQuoted;
-      isWord = true;
-    } else if (c == ' ' && !isQuoted) {
-      if (isWord) {
-        words.push_back(word);
-      }
-      word.clear();
-      isWord = false;
-    } else {
-      word += c;
-      isWord = true;
-    }
-  }
-  if (isWord) {
-    words.push_back(word);
-  }
-  return words;
-}
-
 Step shows(const std::string& method, const std::string& command, const std::string& text) {
-  return {method, command, Form::kText, velctl::kExitOk, text + '\n', "", nullptr};
+  Step step;
+  step.method = method;
+  step.command = command;
+  step.out = text + '\n';
+  return step;
 }
 
-Step tells(const std::string& method, const std::string& command, const std::string& members) {
-  return {method, command, Form::kJson, velctl::kExitOk, operation(method, members) + '\n',
-          "",     nullptr};
+Step showsJson(const std::string& method, const std::string& command, const std::string& members) {
+  Step step = shows(method, command, operation(method, members));
+  step.form = Form::kJson;
+  return step;
 }
 
 Step showsInAnyOrder(const std::string& method, const std::string& command,
                      const std::string& text) {
-  return {method, command, Form::kText, velctl::kExitOk, sortedLines(text), "", &sortedLines};
+  Step step = shows(method, command, "");
+  step.out = sortedLines(text);
+  step.normalize = &sortedLines;
+  return step;
 }
 
-Step tellsInAnyOrder(const std::string& method, const std::string& command,
-                     const std::string& lines) {
-  return {method, command, Form::kJson, velctl::kExitOk, sortedLines(lines), "", &sortedLines};
+Step showsJsonInAnyOrder(const std::string& method, const std::string& command,
+                         const std::string& lines) {
+  Step step = showsInAnyOrder(method, command, lines);
+  step.form = Form::kJson;
+  return step;
+}
+
+Step fails(const std::string& method, const std::string& command, velctl::ExitCode status,
+           const std::string& err) {
+  Step step;
+  step.method = method;
+  step.command = command;
+  step.status = status;
+  step.err = err;
+  return step;
 }
 
 Step refuses(const std::string& method, const std::string& command, int status) {
@@ -97,19 +91,10 @@ Step refuses(const std::string& method, const std::string& command, int status) 
 
 Step refusesInJson(const std::string& method, const std::string& command, int status,
                    const std::string& members) {
-  const std::string number = std::to_string(status);
-  return {method,
-          command,
-          Form::kJson,
-          velctl::kExitRefused,
-          operation(method, members + R"("status":)" + number) + '\n',
-          "the service answered status " + number + "; ",
-          nullptr};
-}
-
-Step fails(const std::string& method, const std::string& command, velctl::ExitCode status,
-           const std::string& err) {
-  return {method, command, Form::kText, status, "", err, nullptr};
+  Step step = refuses(method, command, status);
+  step.form = Form::kJson;
+  step.out = operation(method, members + R"("status":)" + std::to_string(status)) + '\n';
+  return step;
 }
 
 Step notes(const std::string& method, const std::string& command, const std::string& note) {
@@ -117,17 +102,15 @@ Step notes(const std::string& method, const std::string& command, const std::str
 }
 
 Step knows(const std::string& word, const std::string& answer) {
-  return {"dovelcmd",
-          "exec run 7 " + word + " --wait 600",
-          Form::kJson,
-          velctl::kExitOk,
-          R"({"id":7,"command":")" + word + R"(","answer":)" + answer + "}\n",
-          "",
-          &answerIn};
+  Step step = shows("dovelcmd", "exec run 7 " + word + " --wait 600",
+                    R"({"id":7,"command":")" + word + R"(","answer":)" + answer + '}');
+  step.form = Form::kJson;
+  step.normalize = &answerIn;
+  return step;
 }
 
-Step types(const std::string& line, const std::string& printed) {
-  return {"", line, Form::kText, velctl::kExitOk, printed + '\n', "", nullptr};
+Step controls(const std::string& line, const std::string& answer) {
+  return shows("", line, answer);
 }
 
 std::string deviceJson(int number, int status, int policy, const std::string& policyText,
@@ -147,13 +130,13 @@ std::string printerJson(int number, int status, int vmNumber, const std::string&
 
 const std::vector<Story>& stories() {
   static const auto* const all = [] {
-    auto* const made = new std::vector<Story>;
+    auto* const written = new std::vector<Story>;
     for (std::vector<Story>& some :
          std::vector<std::vector<Story>>{sessionStories(), deviceStories(), policyStories(),
                                          printerStories(), serviceStories()}) {
-      std::move(some.begin(), some.end(), std::back_inserter(*made));
+      std::move(some.begin(), some.end(), std::back_inserter(*written));
     }
-    return made;
+    return written;
   }();
   return *all;
 }

@@ -1,4 +1,4 @@
-// What a person sees of a command that takes long.
+// The progress line of a command that takes long, on a terminal.
 
 #include <chrono>
 #include <csignal>
@@ -12,7 +12,7 @@
 #include <poll.h>
 #include <unistd.h>
 
-#include "tests/velctl/velctl_test.h"
+#include "tests/velctl/process_test.h"
 
 namespace velctl_tests {
 namespace {
@@ -21,7 +21,7 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
-// The side of a terminal where the person sits.
+// The user's side of a pseudo-terminal.
 class Terminal {
  public:
   Terminal() : terminal_(::posix_openpt(O_RDWR | O_NOCTTY)) {
@@ -43,7 +43,7 @@ class Terminal {
 
   const std::string& name() const { return name_; }
 
-  // Everything that was written to it so far.
+  // All output so far.
   const std::string& text() {
     char bytes[1024];
     pollfd polled = {terminal_, POLLIN, 0};
@@ -64,14 +64,14 @@ class Terminal {
   std::string text_;
 };
 
-class TerminalTest : public VelctlTest {
+class TerminalTest : public FakeServiceTest {
  protected:
   TerminalTest() {
     service().answer("searchAllPrinter", qxbus::Values{std::string("found")});
     service().hold("searchAllPrinter");
   }
 
-  // velctl with standard error on the terminal, or what else a shell is told.
+  // velctl with standard error on the terminal, or with another redirection by a shell.
   Process::Options onTerminal(const Terminal& terminal, const std::vector<std::string>& arguments,
                               const std::string& redirection = "2>\"$TERMINAL\"") const {
     Process::Options on = options(arguments);
@@ -97,7 +97,7 @@ class TerminalTest : public VelctlTest {
   Terminal terminal_;
 };
 
-TEST_F(TerminalTest, ALongCommandShowsHowLongItHasTakenAndThenRemovesThat) {
+TEST_F(TerminalTest, ALongCommandShowsTheElapsedTimeAndThenRemovesTheLine) {
   Process search(onTerminal(terminal(), {"printer", "queue", "search"}));
 
   EXPECT_TRUE(shows(terminal(), "velctl: searching for printers, 2 s of at most 30"))
@@ -176,14 +176,14 @@ TEST_F(TerminalTest, EveryCommandThatTakesLongShowsThatAndCanBeInterrupted) {
     SCOPED_TRACE(joined(rows[i].arguments));
     EXPECT_TRUE(shows(*terminals[i], "velctl: " + rows[i].shown)) << terminals[i]->text();
     const Finished finished = processes[i]->end(SIGINT);
-    EXPECT_EQ(finished.status, 128 + SIGINT);
+    EXPECT_EQ(finished.status, velctl::kExitInterrupted);
     EXPECT_THAT(finished.out, IsEmpty());
     EXPECT_TRUE(showsLast(*terminals[i], "\r\n")) << terminals[i]->text();
   }
 }
 
 TEST_F(TerminalTest, ALongCommandEndsAtOnceWhenInterruptedWithoutATerminal) {
-  Process search(options({"printer", "queue", "search"}));
+  Process search(options("printer queue search"));
   ASSERT_TRUE(comesTrue([&] { return service().requests().size() == 1; }));
 
   const Finished finished = search.end(SIGINT);
@@ -192,9 +192,9 @@ TEST_F(TerminalTest, ALongCommandEndsAtOnceWhenInterruptedWithoutATerminal) {
   EXPECT_THAT(finished.out, IsEmpty());
 }
 
-TEST_F(TerminalTest, OnlyATerminalIsShownTheTime) {
+TEST_F(TerminalTest, OnlyATerminalShowsTheElapsedTime) {
   Process watched(onTerminal(terminal(), {"printer", "queue", "search"}));
-  Process unwatched(options({"printer", "queue", "search"}));
+  Process unwatched(options("printer queue search"));
   ASSERT_TRUE(comesTrue([&] { return service().requests().size() == 2; }));
   // Both have been waiting for as long.
   ASSERT_TRUE(shows(terminal(), ", 2 s of at most 30"));
@@ -206,7 +206,7 @@ TEST_F(TerminalTest, OnlyATerminalIsShownTheTime) {
   EXPECT_THAT(finished.err, Not(HasSubstr("searching for printers")));
 }
 
-TEST_F(TerminalTest, ProgressStandsOnALineOfItsOwn) {
+TEST_F(TerminalTest, ProgressOfADiagnosisHasALineOfItsOwn) {
   service().answer("diagnose", qxbus::Values{std::string("well")});
   service().hold("diagnose");
   Process diagnose(onTerminal(terminal(),

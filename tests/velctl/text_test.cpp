@@ -10,55 +10,50 @@ namespace {
 
 using namespace std::string_view_literals;
 
-TEST(TextTest, WhatATerminalWouldObeyIsEscaped) {
+TEST(TextTest, JsonTextHasNothingThatATerminalObeys) {
   struct Row {
     std::string_view text;
-    std::string_view shown;
     std::string_view json;
   };
   const Row rows[] = {
-      {"", "", R"("")"},
-      {"Front camera 12%", "Front camera 12%", R"("Front camera 12%")"},
-      {"\xc3\xa4\xe5\x89\x8d\xf0\x9f\x96\xa8", "\xc3\xa4\xe5\x89\x8d\xf0\x9f\x96\xa8",
-       "\"\xc3\xa4\xe5\x89\x8d\xf0\x9f\x96\xa8\""},
-      {"\x1b[2J", "\\x1b[2J", R"("\u001b[2J")"},
-      {"a\0b"sv, "a\\x00b", R"("a\u0000b")"},
-      {"\n\r\t", "\\x0a\\x0d\\x09", R"("\n\r\t")"},
-      {"\x1f \x7e\x7f", "\\x1f ~\\x7f", "\"\\u001f ~\xef\xbf\xbd\""},
-      // Control characters above ASCII, and the first that is none.
-      {"\xc2\x80\xc2\x9f\xc2\xa0", "\\xc2\\x80\\xc2\\x9f\xc2\xa0",
-       "\"\xef\xbf\xbd\xef\xbf\xbd\xc2\xa0\""},
-      // What ends a line or turns its direction.
-      {"\xe2\x80\xa8\xe2\x80\xae\xe2\x81\xa9", "\\xe2\\x80\\xa8\\xe2\\x80\\xae\\xe2\\x81\\xa9",
-       "\"\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\""},
-      {"\xe2\x80\xa7\xe2\x80\xaf\xe2\x81\xa5", "\xe2\x80\xa7\xe2\x80\xaf\xe2\x81\xa5",
-       "\"\xe2\x80\xa7\xe2\x80\xaf\xe2\x81\xa5\""},
-      // Not UTF-8: alone, cut off, too long for what they say, too large, a surrogate.
-      {"\xff", "\\xff", "\"\xef\xbf\xbd\""},
-      {"\x80", "\\x80", "\"\xef\xbf\xbd\""},
-      {"\xc3", "\\xc3", "\"\xef\xbf\xbd\""},
-      {"\xe5\x89", "\\xe5\\x89", "\"\xef\xbf\xbd\xef\xbf\xbd\""},
-      {"\xc3(", "\\xc3(", "\"\xef\xbf\xbd(\""},
-      {"\xc1\x9b", "\\xc1\\x9b", "\"\xef\xbf\xbd\xef\xbf\xbd\""},
-      {"\xf4\x90\x80\x80", "\\xf4\\x90\\x80\\x80",
-       "\"\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\""},
-      {"\xed\xa0\x80", "\\xed\\xa0\\x80", "\"\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\""},
+      {"", R"("")"},
+      {"Front camera 12%", R"("Front camera 12%")"},
+      {"\xc3\xa4\xe5\x89\x8d\xf0\x9f\x96\xa8", "\"\xc3\xa4\xe5\x89\x8d\xf0\x9f\x96\xa8\""},
+      // JSON has escapes for these.
+      {"\x1b[2J", R"("\u001b[2J")"},
+      {"a\0b"sv, R"("a\u0000b")"},
+      {"\n\r\t", R"("\n\r\t")"},
+      {"\x1f \x7e\x7f", "\"\\u001f ~\xef\xbf\xbd\""},
+      // Control characters above ASCII, and the first character behind them.
+      {"\xc2\x80\xc2\x9f\xc2\xa0", "\"\xef\xbf\xbd\xef\xbf\xbd\xc2\xa0\""},
+      // Line separator, right-to-left override, end of an isolate.
+      {"\xe2\x80\xa8\xe2\x80\xae\xe2\x81\xa9", "\"\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\""},
+      {"\xe2\x80\xa7\xe2\x80\xaf\xe2\x81\xa5", "\"\xe2\x80\xa7\xe2\x80\xaf\xe2\x81\xa5\""},
+      // Not UTF-8.
+      {"\xff", "\"\xef\xbf\xbd\""},
+      {"\xe5\x89", "\"\xef\xbf\xbd\xef\xbf\xbd\""},
+      {"\xc3(", "\"\xef\xbf\xbd(\""},
+      {"\xc1\x9b", "\"\xef\xbf\xbd\xef\xbf\xbd\""},
+      {"\xf4\x90\x80\x80", "\"\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\""},
+      {"\xed\xa0\x80", "\"\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\""},
   };
   for (const Row& row : rows) {
-    EXPECT_EQ(printable(row.text), row.shown);
-    // Strict: throws for what is not UTF-8.
+    // Strict: throws for bytes that are not UTF-8.
     EXPECT_EQ(jsonText(row.text).dump(), row.json);
   }
 }
 
-TEST(TextTest, LinesKeepTheirNewlinesAndTabsButTheLast) {
+TEST(TextTest, LinesKeepTheirNewlinesAndTabsExceptTheLastNewline) {
   EXPECT_EQ(printableLines("a\tb\nc\x1b\n\n"), "a\tb\nc\\x1b\n");
   EXPECT_EQ(printableLines("\n"), "");
   EXPECT_EQ(printableLines(""), "");
 }
 
+TEST(TextTest, ATextInQuotesIsPrintable) {
+  EXPECT_EQ(printableInQuotes("a\x1b\"b"), "\"a\\x1b\"b\"");
+}
+
 TEST(TextTest, BytesAreShownInLinesOfSixteen) {
-  EXPECT_EQ(hex("\x00\xff"sv), "00ff");
   EXPECT_EQ(hexDump(""), "");
   EXPECT_EQ(hexDump("0123456789abcdef"),
             "0000  30 31 32 33 34 35 36 37 38 39 61 62 63 64 65 66  |0123456789abcdef|");
@@ -84,6 +79,15 @@ TEST(TextTest, ColumnsOfATableAreAsWideAsTheirCells) {
             "A    LONGER  C\n"
             "\xc3\xa4\xc3\xa4\xc3\xa4  1       x\n"
             "1    2       ");
+}
+
+TEST(TextTest, ATableMayHaveNoHeadings) {
+  Table table;
+  EXPECT_EQ(table.text(), "");
+  table.add({"win11", "101"});
+  table.add({"debian", "104"});
+
+  EXPECT_EQ(table.text(), "win11   101\ndebian  104");
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// velctl watch and velctl joystick watch, which run until they are interrupted.
+// velctl watch and velctl joystick watch, which end when they are interrupted.
 
 #include <algorithm>
 #include <csignal>
@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/velctl/velctl_test.h"
+#include "tests/velctl/process_test.h"
 
 namespace velctl_tests {
 namespace {
@@ -31,10 +31,6 @@ std::vector<std::string> linesOf(const std::string& text) {
   return lines;
 }
 
-bool isWatching(const Process& watch) {
-  return says(watch.err(), "velctl: watching ");
-}
-
 qxbus::Values event(int vmNumber, int code, const qxbus::Bytes& record) {
   return {std::int32_t{vmNumber}, std::int32_t{code}, record};
 }
@@ -46,7 +42,7 @@ struct Event {
   std::string json;
 };
 
-// Of every kind, and of each code that has a callback of its own.
+// Every kind of event, and each code with a callback of its own.
 std::vector<Event> eventsOfEveryKind() {
   std::vector<Event> events = {
       {1, printerBlock(51, -2, kVmNumber, "La\x1bser"),
@@ -79,9 +75,9 @@ std::vector<Event> eventsOfEveryKind() {
   return events;
 }
 
-TEST_F(VelctlTest, WatchShowsEveryKindOfEvent) {
-  Process text(options({"watch"}));
-  Process json(options({"watch", "--json"}));
+TEST_F(FakeServiceTest, WatchShowsEveryKindOfEvent) {
+  Process text(options("watch"));
+  Process json(options("watch --json"));
   ASSERT_TRUE(comesTrue([&] { return isWatching(text) && isWatching(json); })) << text.err();
 
   std::string expectedText;
@@ -90,8 +86,7 @@ TEST_F(VelctlTest, WatchShowsEveryKindOfEvent) {
     expectedText += sent.text + '\n';
     expectedJson += sent.json + '\n';
     service().emit(event(kVmNumber, sent.code, sent.record));
-    // Answers to commands come on a way of their own, so the order of different events is not
-    // fixed.
+    // Answers to commands take another path, so the order of different events is not fixed.
     EXPECT_TRUE(comesTrue([&] {
       return text.out().size() >= expectedText.size() && json.out().size() >= expectedJson.size();
     })) << sent.text;
@@ -103,8 +98,8 @@ TEST_F(VelctlTest, WatchShowsEveryKindOfEvent) {
   EXPECT_EQ(json.end(SIGTERM).status, velctl::kExitOk);
 }
 
-TEST_F(VelctlTest, WatchShowsEventsThatAreBroadcast) {
-  Process watch(options({"watch"}));
+TEST_F(FakeServiceTest, WatchShowsEventsThatAreBroadcast) {
+  Process watch(options("watch"));
   ASSERT_TRUE(comesTrue([&] { return isWatching(watch); }));
 
   service().broadcast(event(0, 10, deviceBlock(12, 1, 0, 0, "Stick", "")));
@@ -113,8 +108,8 @@ TEST_F(VelctlTest, WatchShowsEventsThatAreBroadcast) {
   EXPECT_EQ(watch.end(SIGINT).out, "device 12: status 1, policy 0, VM -, \"Stick\" (code 10)\n");
 }
 
-TEST_F(VelctlTest, WatchReadsRecordsThatAreTooShortAsIfZeroesFollowed) {
-  Process watch(options({"watch"}));
+TEST_F(FakeServiceTest, WatchReadsRecordsThatAreTooShortAsIfZeroesFollowed) {
+  Process watch(options("watch"));
   ASSERT_TRUE(comesTrue([&] { return isWatching(watch); }));
 
   service().emit(event(0, 1, {51}));
@@ -127,7 +122,7 @@ TEST_F(VelctlTest, WatchReadsRecordsThatAreTooShortAsIfZeroesFollowed) {
   printer.pop_back();
   service().emit(event(0, 1, printer));
 
-  // Answers to commands come on a way of their own, so they may overtake others.
+  // Answers to commands take another path, so they may overtake other events.
   const std::vector<std::string> expected = {
       "command answer: VM -, empty (code 66)",
       "command answer: VM -, empty (code 66)",
@@ -142,11 +137,11 @@ TEST_F(VelctlTest, WatchReadsRecordsThatAreTooShortAsIfZeroesFollowed) {
   EXPECT_EQ(shown, expected);
 }
 
-TEST_F(VelctlTest, WatchLeavesOutEventsOfOtherVmsWhenSomeAreNamed) {
+TEST_F(FakeServiceTest, WatchLeavesOutEventsOfOtherVmsWhenSomeAreNamed) {
   service().answer("getVmList",
                    qxbus::Values{std::int32_t{2}, std::string("win11"), std::int32_t{101},
                                  std::string("debian"), std::int32_t{104}});
-  Process watch(options({"watch", "win11"}));
+  Process watch(options("watch win11"));
   ASSERT_TRUE(comesTrue([&] { return isWatching(watch); }));
   EXPECT_THAT(watch.err(), EndsWith("watching win11; interrupt to end\n"));
 
@@ -157,16 +152,80 @@ TEST_F(VelctlTest, WatchLeavesOutEventsOfOtherVmsWhenSomeAreNamed) {
   EXPECT_EQ(watch.end(SIGINT).out, "printer 2: status 0, VM win11, \"own\" (code 1)\n");
 }
 
-TEST_F(VelctlTest, WatchGoesOnWithTheNextServiceWhenOneHasDied) {
-  Process watch(options({"watch", "--json"}));
+// --- Answers to commands (event 66) --------------------------------------------------------------
+
+qxbus::Values commandAnswer(int vmNumber, const std::string& record) {
+  return event(vmNumber, 66, bytesOf(record));
+}
+
+// Two VMs, of which the watch that is given arguments learns some.
+class WatchedAnswersTest : public FakeServiceTest {
+ protected:
+  WatchedAnswersTest() {
+    service().answer("getVmList",
+                     qxbus::Values{std::int32_t{1}, std::string("win11"), std::int32_t{101}});
+  }
+
+  // The lines of a watch, in order, when these events are sent and then one for no VM.
+  std::vector<std::string> linesOfWatch(const std::string& line,
+                                        const std::vector<qxbus::Values>& events) {
+    Process watch(options(line));
+    EXPECT_TRUE(isWatching(watch)) << watch.err();
+    for (const qxbus::Values& each : events) {
+      service().emit(each);
+    }
+    service().emit(commandAnswer(0, "last"));
+    EXPECT_TRUE(comesTrue([&] { return says(watch.out(), "VM -, 6c617374 (code 66)\n"); }));
+    std::vector<std::string> lines = linesOf(watch.end(SIGINT).out);
+    lines.pop_back();
+    return lines;
+  }
+};
+
+TEST_F(WatchedAnswersTest, AnswersForUnknownVmsAreLeftOut) {
+  EXPECT_THAT(linesOfWatch("watch", {commandAnswer(104, "other"), commandAnswer(101, "own")}),
+              testing::ElementsAre("command answer: VM win11, 6f776e (code 66)"));
+}
+
+TEST_F(WatchedAnswersTest, AnswersForVmsThatAreNotNamedAreLeftOut) {
+  service().answer("getVmList",
+                   qxbus::Values{std::int32_t{2}, std::string("win11"), std::int32_t{101},
+                                 std::string("debian"), std::int32_t{104}});
+  const std::vector<qxbus::Values> events = {commandAnswer(104, "other"),
+                                             commandAnswer(101, "own")};
+  for (const char* const line : {"watch win11", "watch --vm win11"}) {
+    SCOPED_TRACE(line);
+    EXPECT_THAT(linesOfWatch(line, events),
+                testing::ElementsAre("command answer: VM win11, 6f776e (code 66)"));
+  }
+}
+
+TEST_F(WatchedAnswersTest, BroadcastAnswersAreShownOnce) {
+  Process watch(options("watch"));
+  ASSERT_TRUE(isWatching(watch)) << watch.err();
+
+  service().broadcast(commandAnswer(104, "other"));
+  service().broadcast(commandAnswer(101, "own"));
+  service().broadcast(commandAnswer(0, "last"));
+
+  EXPECT_TRUE(comesTrue([&] { return says(watch.out(), "6c617374"); }));
+  EXPECT_EQ(watch.end(SIGINT).out,
+            "command answer: VM win11, 6f776e (code 66)\n"
+            "command answer: VM -, 6c617374 (code 66)\n");
+}
+
+// --- Services that come and go -------------------------------------------------------------------
+
+TEST_F(FakeServiceTest, WatchGoesOnWithTheNextServiceWhenOneHasDied) {
+  Process watch(options("watch --json"));
   ASSERT_TRUE(comesTrue([&] { return isWatching(watch); }));
 
   stopService();
   startService();
   const std::string ended = "{\"event\":\"sessionEnded\",\"vm\":\"win11\",\"code\":5}\n";
   ASSERT_TRUE(comesTrue([&] { return watch.out() == ended; })) << watch.out();
-  // It still has to learn the VM's number, and to listen for answers to commands: each kind is
-  // sent until it arrives.
+  // The watch must still learn the VM's number, and listen for answers to commands: each kind of
+  // event is sent until it arrives.
   EXPECT_TRUE(comesTrue([&] {
     service().emit(event(kVmNumber, 1, printerBlock(51, 0, kVmNumber, "Laser")));
     return says(watch.out(), "\"event\":\"printer\"");
@@ -178,9 +237,9 @@ TEST_F(VelctlTest, WatchGoesOnWithTheNextServiceWhenOneHasDied) {
   EXPECT_EQ(watch.end(SIGINT).status, velctl::kExitOk);
 }
 
-TEST_F(VelctlTest, WatchWorksWithoutAnyVm) {
+TEST_F(FakeServiceTest, WatchWorksWithoutAnyVm) {
   service().answer("getVmList", qxbus::Values{std::int32_t{0}});
-  Process watch(options({"watch"}));
+  Process watch(options("watch"));
   ASSERT_TRUE(comesTrue([&] { return isWatching(watch); })) << watch.err();
   EXPECT_THAT(watch.err(), EndsWith("watching this machine; interrupt to end\n"));
 
@@ -190,10 +249,10 @@ TEST_F(VelctlTest, WatchWorksWithoutAnyVm) {
   EXPECT_EQ(watch.end(SIGINT).out, "device 12: status 1, policy 0, VM -, \"cam\" (code 4)\n");
 }
 
-TEST_F(VelctlTest, WatchTellsTheReasonWhenItCannotLearnTheVms) {
-  service().answer("getVmList", ScriptedService::Error{"out of order"});
+TEST_F(FakeServiceTest, WatchReportsTheReasonWhenItCannotLearnTheVms) {
+  service().answer("getVmList", FakeService::Error{"out of order"});
 
-  const Finished watch = velctl({"watch"});
+  const Finished watch = velctl("watch");
 
   EXPECT_EQ(watch.status, velctl::kExitNoAnswer);
   EXPECT_THAT(watch.err, HasSubstr("watch: no usable answer: out of order; "));
@@ -205,8 +264,8 @@ std::string subscribed(const std::string& operation) {
   return "{\"operation\":\"" + operation + "JoystickCallback\",\"status\":0}\n";
 }
 
-TEST_F(VelctlTest, JoystickWatchSubscribesUntilItIsInterrupted) {
-  Process watch(options({"joystick", "watch", "--json"}));
+TEST_F(FakeServiceTest, JoystickWatchSubscribesUntilItIsInterrupted) {
+  Process watch(options("joystick watch --json"));
   ASSERT_TRUE(comesTrue([&] { return watch.out() == subscribed("register"); })) << watch.err();
 
   const Finished finished = watch.end(SIGINT);
@@ -221,8 +280,8 @@ TEST_F(VelctlTest, JoystickWatchSubscribesUntilItIsInterrupted) {
   EXPECT_EQ(requests[1], "unregisterJoystickCallback" + id);
 }
 
-TEST_F(VelctlTest, JoystickWatchSubscribesAgainWithTheNextService) {
-  Process watch(options({"joystick", "watch", "--json"}));
+TEST_F(FakeServiceTest, JoystickWatchSubscribesAgainWithTheNextService) {
+  Process watch(options("joystick watch --json"));
   ASSERT_TRUE(comesTrue([&] { return watch.out() == subscribed("register"); })) << watch.err();
 
   stopService();
@@ -235,11 +294,11 @@ TEST_F(VelctlTest, JoystickWatchSubscribesAgainWithTheNextService) {
   EXPECT_THAT(service().requests(), ::testing::SizeIs(2));
 }
 
-TEST_F(VelctlTest, JoystickWatchTellsThatItIsNotSubscribed) {
+TEST_F(FakeServiceTest, JoystickWatchReportsThatItIsNotSubscribed) {
   service().answer("registerJoystickCallback", qxbus::Values{std::int32_t{7}});
-  const Finished refused = velctl({"joystick", "watch"});
-  service().answer("registerJoystickCallback", ScriptedService::Error{"no joysticks here"});
-  const Finished failed = velctl({"joystick", "watch"});
+  const Finished refused = velctl("joystick watch");
+  service().answer("registerJoystickCallback", FakeService::Error{"no joysticks here"});
+  const Finished failed = velctl("joystick watch");
 
   EXPECT_EQ(refused.status, velctl::kExitRefused);
   EXPECT_THAT(refused.err, HasSubstr("registerJoystickCallback: the service answered status 7; "));

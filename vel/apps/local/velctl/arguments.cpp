@@ -1,42 +1,67 @@
 #include "vel/apps/local/velctl/arguments.h"
 
-#include <cstdio>
-#include <iostream>
-#include <iterator>
 #include <optional>
+#include <string_view>
+#include <utility>
+
+#include "base/text.h"
+#include "vel/apps/local/velctl/standard_streams.h"
 
 namespace velctl {
 namespace {
 
-constexpr std::size_t kDigits = 4;
-
 // Four hexadecimal digits.
-std::optional<unsigned short> half(const std::string& digits) {
-  constexpr unsigned long long kMost = 0xFFFF;
-  const std::optional<unsigned long long> read = readNumber("0x" + digits, kMost);
-  return digits.size() == kDigits && read ? std::optional(static_cast<unsigned short>(*read))
-                                          : std::nullopt;
+std::optional<unsigned short> parseHex16(std::string_view digits) {
+  constexpr std::size_t kBytes = 2;
+  const std::optional<std::string> bytes = base::parseHex(digits);
+  if (!bytes || bytes->size() != kBytes) {
+    return std::nullopt;
+  }
+  const auto high = static_cast<unsigned char>((*bytes)[0]);
+  const auto low = static_cast<unsigned char>((*bytes)[1]);
+  return static_cast<unsigned short>(high << 8 | low);
+}
+
+std::string hex16(unsigned short number) {
+  const char bytes[] = {static_cast<char>(number >> 8), static_cast<char>(number & 0xFF)};
+  return base::hexOf({bytes, sizeof bytes});
 }
 
 }  // namespace
 
-ParserOption addVm(const ParserCommand& command, std::string& vmId) {
-  return command.addOption("--vm", vmId, "Name of the VM; \"\" is this machine").typeName("NAME");
+std::string numberRule(unsigned long long most) {
+  return "must be a number from 0 to " + std::to_string(most) + ", decimal or 0x...";
 }
 
-std::string shown(const UsbId& id) {
-  char text[2 * kDigits + 2];
-  std::snprintf(text, sizeof text, "%04x:%04x", static_cast<unsigned int>(id.vendor),
-                static_cast<unsigned int>(id.product));
-  return text;
+ParserOption addNumber(const ParserCommand& command, const std::string& name,
+                       unsigned long long most, const std::string& help,
+                       std::function<void(unsigned long long)> take) {
+  const auto read = [most, take = std::move(take)](const std::string& text) {
+    const std::optional<unsigned long long> number = base::parseNumber(text, most);
+    if (!number) {
+      return text + ": " + numberRule(most);
+    }
+    take(*number);
+    return std::string();
+  };
+  return command.addOption(name, read, help).typeName("NUMBER");
+}
+
+ParserOption addVm(const ParserCommand& command, std::string& vmId) {
+  return command.addOption("--vm", vmId, kVmHelp).typeName("NAME");
+}
+
+std::string toText(const UsbId& id) {
+  return hex16(id.vendor) + ':' + hex16(id.product);
 }
 
 ParserOption addUsbId(const ParserCommand& command, UsbId& id) {
   const auto read = [&id](const std::string& text) -> std::string {
-    const std::size_t colon = text.find(':');
-    const std::optional<unsigned short> vendor = half(text.substr(0, colon));
+    const std::string_view digits = text;
+    const std::size_t colon = digits.find(':');
+    const std::optional<unsigned short> vendor = parseHex16(digits.substr(0, colon));
     const std::optional<unsigned short> product =
-        colon == std::string::npos ? std::nullopt : half(text.substr(colon + 1));
+        colon == std::string_view::npos ? std::nullopt : parseHex16(digits.substr(colon + 1));
     if (!vendor || !product) {
       return text + ": must be a USB vendor and product id, such as 046d:0825";
     }
@@ -52,7 +77,7 @@ std::string textOrStandardInput(const std::string& argument) {
   if (argument != "-") {
     return argument;
   }
-  std::string text(std::istreambuf_iterator<char>(std::cin), {});
+  std::string text = readStandardInput();
   while (!text.empty() && text.back() == '\n') {
     text.pop_back();
   }

@@ -3,15 +3,17 @@
 #ifndef VEL_APPS_LOCAL_VELCTL_ARGUMENTS_H
 #define VEL_APPS_LOCAL_VELCTL_ARGUMENTS_H
 
+#include <functional>
+#include <limits>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "vel/apps/local/velctl/command_line.h"
-#include "vel/apps/local/velctl/numbers.h"
 
 namespace velctl {
 
-// A command and what its options fill in.
+// A command, and the structure that its options fill in.
 template <typename Arguments>
 struct Added {
   ParserCommand command;
@@ -29,22 +31,58 @@ Added<Arguments> addCommand(CommandLine& commandLine, const ParserCommand& group
   return {command, *arguments};
 }
 
-// --vm NAME. An empty name stands for this machine.
+// --- Numbers -------------------------------------------------------------------------------------
+
+// "must be a number from 0 to 65535, decimal or 0x..."
+std::string numberRule(unsigned long long most);
+
+// Adds an option, or a positional argument, for a number up to most: decimal, or hexadecimal behind
+// 0x. The parser's own reading of unsigned numbers accepts -1 and what is too large, and reads 010
+// as 8.
+ParserOption addNumber(const ParserCommand& command, const std::string& name,
+                       unsigned long long most, const std::string& help,
+                       std::function<void(unsigned long long)> take);
+
+// The same into a variable, up to its largest number.
+template <typename Unsigned>
+ParserOption addNumber(const ParserCommand& command, const std::string& name, Unsigned& number,
+                       const std::string& help) {
+  return addNumber(command, name, std::numeric_limits<Unsigned>::max(), help,
+                   [&number](unsigned long long given) { number = static_cast<Unsigned>(given); });
+}
+
+// The same for a number that may be missing.
+template <typename Unsigned>
+ParserOption addNumber(const ParserCommand& command, const std::string& name,
+                       std::optional<Unsigned>& number, const std::string& help) {
+  return addNumber(command, name, std::numeric_limits<Unsigned>::max(), help,
+                   [&number](unsigned long long given) { number = static_cast<Unsigned>(given); });
+}
+
+// --- VMs -----------------------------------------------------------------------------------------
+
+// Describes an argument that names a VM.
+constexpr char kVmHelp[] = "Name of the VM; \"\" is this machine";
+
+// Adds --vm NAME. An empty name stands for this machine.
 ParserOption addVm(const ParserCommand& command, std::string& vmId);
 
-// A USB vendor and product id.
+// --- USB devices ---------------------------------------------------------------------------------
+
 struct UsbId {
   unsigned short vendor = 0;
   unsigned short product = 0;
 };
 
 // 046d:0825
-std::string shown(const UsbId& id);
+std::string toText(const UsbId& id);
 
-// Adds the argument "id", which is a USB id in that form.
+// Adds the argument "id", a USB id in that form.
 ParserOption addUsbId(const ParserCommand& command, UsbId& id);
 
-// The argument, or with - what standard input has, without newlines at its end.
+// --- Texts ---------------------------------------------------------------------------------------
+
+// The argument; for "-" standard input without the newlines at its end.
 std::string textOrStandardInput(const std::string& argument);
 
 }  // namespace velctl

@@ -4,22 +4,19 @@
 #include <new>
 #include <utility>
 
+#include "base/text.h"
+#include "platform/mutex.h"
 #include "vel/apps/local/velctl/text.h"
+#include "vel/protocol/events.h"
+#include "vel/protocol/names.h"
 
 namespace velctl {
 namespace {
 
-constexpr char kService[] = "vel";
-constexpr char kServiceEvent[] = "velevent";
 constexpr int kWaitForTheBus = -1;
 constexpr int kInterfaceMode = 1;
 
-constexpr int kVmAt = 0;
-constexpr int kCodeAt = 1;
-constexpr int kRecordAt = 2;
-constexpr int kCommandAnswer = 66;
-
-// The bus may be calling a listener when that is removed, so none is freed.
+// The bus may be calling a listener while it is removed, so none is freed.
 QXBusEventCallback* newListener(std::function<void(std::shared_ptr<QXBusMessage>)> handler) {
   static auto* const listeners = new std::list<QXBusEventCallback>;
   listeners->emplace_back().handler = std::move(handler);
@@ -46,33 +43,74 @@ std::string describe(const CommandAnswer& answer) {
 Json toJson(const CommandAnswer& answer) {
   Json json = {{"vmNumber", answer.vmNumber}, {"hex", nullptr}, {"text", nullptr}};
   if (answer.record) {
-    json["hex"] = hex(*answer.record);
+    json["hex"] = base::hexOf(*answer.record);
     json["text"] = jsonText(answer.record->substr(0, answer.record->find('\0')));
   }
   return json;
 }
 
-CommandAnswers::CommandAnswers(std::function<void(CommandAnswer)> take) {
-  QXBusSerivceManager* const bus = QXBusSerivceManager::initSync(kWaitForTheBus);
-  if (!bus) {
-    return;
-  }
-  service_ =
-      bus->getServiceProxyInterface(kService, QXBUS_SECURITY_SAME_USER_OR_ROOT, kInterfaceMode);
-  if (!service_) {
-    return;
-  }
-  listener_ = newListener([take = std::move(take)](const std::shared_ptr<QXBusMessage>& event) {
-    if (event->getInt32(kCodeAt) == kCommandAnswer) {
-      take({event->getUInt32(kVmAt), bytesAt(*event, kRecordAt)});
+// Shared with the listeners, which outlive the object that made them.
+class CommandAnswers::Receiver {
+ public:
+  explicit Receiver(std::function<void(CommandAnswer)> take) : take_(std::move(take)) {}
+
+  void receive(QXBusMessage& event) {
+    const velprotocol::EventCode code{event.getInt32(velprotocol::kEventCode)};
+    if (code != velprotocol::EventCode::kCommandAnswer) {
+      return;
     }
-  });
-  service_->addEventListener(kServiceEvent, listener_, QXBUS_SECURITY_SAME_USER_OR_ROOT);
+    const CommandAnswer answer = {event.getUInt32(velprotocol::kEventVm),
+                                  bytesAt(event, velprotocol::kEventRecord)};
+    const platform::MutexLock lock(mutex_);
+    if (take_) {
+      take_(answer);
+    }
+  }
+
+  void stop() {
+    const platform::MutexLock lock(mutex_);
+    take_ = nullptr;
+  }
+
+ private:
+  platform::Mutex mutex_;
+  std::function<void(CommandAnswer)> take_ QX_GUARDED_BY(mutex_);
+};
+
+CommandAnswers::CommandAnswers(std::function<void(CommandAnswer)> take)
+    : receiver_(std::make_shared<Receiver>(std::move(take))) {
+  if (QXBusSerivceManager* const bus = QXBusSerivceManager::initSync(kWaitForTheBus)) {
+    // The bus has no way to remove it.
+    bus->addEventListener(velprotocol::kBroadcastEvent, newListener([receiver = receiver_](const auto& event) {
+                            receiver->receive(*event);
+                          }),
+                          QXBUS_SECURITY_SAME_USER_OR_ROOT);
+  }
+  followService();
 }
 
 CommandAnswers::~CommandAnswers() {
+  leaveService();
+  receiver_->stop();
+}
+
+void CommandAnswers::followService() {
+  leaveService();
+  QXBusSerivceManager* const bus = QXBusSerivceManager::initSync(kWaitForTheBus);
+  service_ = bus ? bus->getServiceProxyInterface(velprotocol::kServiceName, QXBUS_SECURITY_SAME_USER_OR_ROOT,
+                                                 kInterfaceMode)
+                 : nullptr;
+  if (!service_) {
+    return;
+  }
+  listener_ = newListener([receiver = receiver_](const auto& event) { receiver->receive(*event); });
+  service_->addEventListener(velprotocol::kServiceEvent, listener_, QXBUS_SECURITY_SAME_USER_OR_ROOT);
+}
+
+void CommandAnswers::leaveService() {
   if (service_) {
-    service_->removeEventListener(kServiceEvent, listener_);
+    service_->removeEventListener(velprotocol::kServiceEvent, listener_);
+    service_ = nullptr;
   }
 }
 

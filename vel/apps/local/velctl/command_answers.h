@@ -15,26 +15,34 @@ namespace velctl {
 
 // An answer does not say to which command it belongs.
 struct CommandAnswer {
-  unsigned int vmNumber = 0;          // 0: none
-  std::optional<std::string> record;  // bytes whose meaning the service and its commands know
+  unsigned int vmNumber = 0;          // 0: no VM
+  std::optional<std::string> record;  // bytes whose meaning the service and its commands define
 };
 
-// What an answer says, without the VM: "an empty answer" or a dump of its bytes.
+// An answer without the VM: "an empty answer" or a dump of its bytes.
 std::string describe(const CommandAnswer& answer);
 Json toJson(const CommandAnswer& answer);
 
-// Listens to the service that runs when it is constructed, until it is destroyed. It listens on the
-// bus, because the library's callback does not tell how long a record is.
+// Listens on the bus, because the library's callback does not pass the length of a record. Takes
+// the events of the service, and broadcast ones, as the library does.
 class CommandAnswers {
  public:
-  // take runs on a thread of the bus, at the latest a moment after the end of this object.
+  // take runs on threads of the bus, not after the end of this object.
   explicit CommandAnswers(std::function<void(CommandAnswer)> take);
   ~CommandAnswers();
 
   CommandAnswers(const CommandAnswers&) = delete;
   CommandAnswers& operator=(const CommandAnswers&) = delete;
 
+  // Listens to the service that runs now, instead of an earlier one.
+  void followService();
+
  private:
+  class Receiver;
+
+  void leaveService();
+
+  std::shared_ptr<Receiver> receiver_;
   std::shared_ptr<QXBusProxyInterface> service_;
   QXBusEventCallback* listener_ = nullptr;
 };

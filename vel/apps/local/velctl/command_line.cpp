@@ -1,15 +1,17 @@
 #include "vel/apps/local/velctl/command_line.h"
 
+#include <algorithm>
 #include <cctype>
-#include <iostream>
 #include <utility>
 
 #include <CLI/CLI.hpp>
 
+#include "vel/apps/local/velctl/text.h"
+
 namespace velctl {
 namespace {
 
-// The command that the user has named, as far as it exists: velctl, its vm, or the connect of that.
+// The innermost command or group that the user has named: velctl, velctl vm or velctl vm connect.
 const CLI::App& named(const CLI::App& app) {
   const std::vector<CLI::App*> inner = app.get_subcommands();
   return inner.empty() ? app : named(*inner.front());
@@ -28,10 +30,9 @@ std::string uncapitalized(std::string text) {
   return text;
 }
 
-// What is wrong with the command line. The parser notices that a command is missing before it
-// notices what stands in its place.
-std::string mistake(const CLI::App& command, const std::vector<std::string>& unknown,
-                    const CLI::ParseError& error) {
+// The parser notices that a command is missing before it notices another word in its place.
+std::string mistakeIn(const CLI::App& command, const std::vector<std::string>& unknown,
+                      const CLI::ParseError& error) {
   if (command.get_require_subcommand_min() == 0) {
     return uncapitalized(error.what());
   }
@@ -39,27 +40,39 @@ std::string mistake(const CLI::App& command, const std::vector<std::string>& unk
     return "a command is missing";
   }
   const bool isOption = unknown.front().substr(0, 1) == "-";
-  return (isOption ? "no option " : "no command ") + unknown.front();
+  return isOption ? "unknown option " + unknown.front()
+                  : "unknown command " + printableInQuotes(unknown.front());
+}
+
+void appendNames(const CLI::App& app, const std::string& before, std::vector<std::string>* names) {
+  for (const CLI::App* const inner : app.get_subcommands({})) {
+    const std::string name = before + inner->get_name();
+    if (inner->get_require_subcommand_min() == 0) {
+      names->push_back(name);
+    } else {
+      appendNames(*inner, name + ' ', names);
+    }
+  }
 }
 
 }  // namespace
 
 CommandLine::CommandLine()
-    : app_(std::make_unique<CLI::App>(
-          "Looks at and works with the peripheral-device service of this machine.", "velctl")) {
-  // Options that every command has may stand before or after its name.
+    : app_(std::make_unique<CLI::App>("Controls the peripheral-device service of this machine.",
+                                      "velctl")) {
+  // Options that every command has may stand before or behind its name.
   app_->fallthrough();
   app_->require_subcommand(1);
   app_->set_version_flag("--version", "velctl " VELCTL_VERSION);
   app_->add_flag("--json", isJson_, "Write data as JSON, one object per line");
   app_->add_flag("-v,--verbose", isVerbose_,
-                 "Have the library log everything, not only errors (as QX_LOG_LEVEL=debug)");
+                 "Log every step of the library, not only errors (as QX_LOG_LEVEL=debug)");
   app_->footer(
-      "Data goes to standard output, everything else to standard error.\n"
-      "Environment: QXBUS_ADDRESS (the bus; default: the session bus), QX_APP_DATA (folder of the\n"
-      "log), QX_LOG_LEVEL.\n"
-      "Exit status: 0 done, 1 internal error, 2 bad usage, 3 no bus, 4 no service, 5 no answer,\n"
-      "6 refused by the service, 7 unknown VM, 8 standard output cannot be written to,\n"
+      "Data goes to standard output, messages go to standard error.\n"
+      "Environment: QXBUS_ADDRESS (address of the bus; default: the session bus), QX_APP_DATA\n"
+      "(folder of the log), QX_LOG_LEVEL.\n"
+      "Exit status: 0 done, 1 internal error, 2 wrong usage, 3 no bus, 4 no service, 5 no usable\n"
+      "answer, 6 refused by the service, 7 unknown VM, 8 standard output cannot be written,\n"
       "130 interrupted.");
 }
 
@@ -75,28 +88,34 @@ ParserCommand CommandLine::command(const std::string& name, const std::string& h
 
 ParserCommand CommandLine::command(const ParserCommand& group, const std::string& name,
                                    const std::string& help, Run run) {
-  // Only remembered: a mistake later on the command line must still be found before anything runs.
+  // Only stored: a mistake later on the command line must be found before anything runs.
   return group.addCommand(name, help, [this, run = std::move(run)] { chosen_ = run; });
 }
 
-std::optional<ExitCode> CommandLine::parse(int argc, char** argv) {
+std::vector<std::string> CommandLine::commandNames() const {
+  std::vector<std::string> names;
+  appendNames(*app_, "", &names);
+  return names;
+}
+
+CommandLine::Parsed CommandLine::parse(std::vector<std::string> arguments) {
+  // The parser takes them from the end.
+  std::reverse(arguments.begin(), arguments.end());
   try {
-    app_->parse(argc, argv);
-    return std::nullopt;
+    app_->parse(arguments);
+    return {};
   } catch (const CLI::CallForVersion& version) {
-    std::cout << version.what() << std::endl;
+    return {std::string(version.what()) + '\n', ""};
   } catch (const CLI::Success&) {  // --help
     const CLI::App& command = named(*app_);
-    std::cout << command.help(wordsBefore(command)) << std::flush;
+    return {command.help(wordsBefore(command)), ""};
   } catch (const CLI::ParseError& error) {
     const CLI::App& command = named(*app_);
     const std::string before = wordsBefore(command);
     const std::string name = before + (before.empty() ? "" : " ") + command.get_name();
-    std::cerr << name << ": " << mistake(command, app_->remaining(true), error) << "; see " << name
-              << " --help\n";
-    return kExitUsage;
+    return {"", name + ": " + mistakeIn(command, app_->remaining(true), error) + "; see " + name +
+                    " --help"};
   }
-  return std::cout ? kExitOk : kExitOutputFailed;
 }
 
 }  // namespace velctl

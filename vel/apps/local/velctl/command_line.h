@@ -1,14 +1,13 @@
-// The commands, their options, and which one the user has chosen.
+// The commands with their options, and the choice of the user.
 
 #ifndef VEL_APPS_LOCAL_VELCTL_COMMAND_LINE_H
 #define VEL_APPS_LOCAL_VELCTL_COMMAND_LINE_H
 
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
+#include <vector>
 
-#include "vel/apps/local/velctl/exit_codes.h"
 #include "vel/apps/local/velctl/output.h"
 #include "vel/apps/local/velctl/parser.h"
 
@@ -16,26 +15,36 @@ namespace velctl {
 
 class CommandLine {
  public:
-  // Does the work of a command; throws Failure.
+  // Runs a command; throws Failure and Interrupted.
   using Run = std::function<void(const Output&)>;
+
+  // Both empty: a command was chosen. help: the text that the user has asked for. mistake: one line
+  // on a wrong command line.
+  struct Parsed {
+    std::string help;
+    std::string mistake;
+  };
 
   CommandLine();
   ~CommandLine();
   CommandLine(const CommandLine&) = delete;
   CommandLine& operator=(const CommandLine&) = delete;
 
-  // Commands that share their first word.
+  // Adds a group: commands with the same first word.
   ParserCommand group(const std::string& name, const std::string& help);
-  // A command, by itself or in a group. Options are added to what is returned.
+  // Adds a command, by itself or to a group. Options are added to the result.
   ParserCommand command(const std::string& name, const std::string& help, Run run);
   ParserCommand command(const ParserCommand& group, const std::string& name,
                         const std::string& help, Run run);
 
-  // Empty when a command was chosen. Otherwise there is nothing left to do (--help) or to be done
-  // (a mistake, which has been reported), and this is the exit status.
-  std::optional<ExitCode> parse(int argc, char** argv);
+  // Of all commands: "status", "vm list", "printer shared search".
+  std::vector<std::string> commandNames() const;
 
-  bool isJson() const { return isJson_; }
+  // Arguments without the name of the program.
+  Parsed parse(std::vector<std::string> arguments);
+
+  // After parse(): options and command.
+  Form form() const { return isJson_ ? Form::kJson : Form::kText; }
   bool isVerbose() const { return isVerbose_; }
   void run(const Output& output) const { chosen_(output); }
 

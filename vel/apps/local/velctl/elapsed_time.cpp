@@ -2,16 +2,18 @@
 
 #include <csignal>
 #include <cstdio>
+#include <utility>
 
 #include <unistd.h>
+
+#include "base/thread.h"
 
 namespace velctl {
 namespace {
 
-// Ends the line, so that the prompt of the shell has one of its own, and then the process, in the
-// way that shells expect (128 + SIGINT).
-extern "C" void endLineAndDie(int signal) {
-  // What cannot be written is lost.
+// Ends the line, so that the prompt of the shell gets a line of its own, and then the process, in
+// the way that shells expect (128 + SIGINT).
+extern "C" void endLineAndProcess(int signal) {
   [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, "\n", 1);
   ::signal(signal, SIG_DFL);
   ::raise(signal);
@@ -20,7 +22,7 @@ extern "C" void endLineAndDie(int signal) {
 void handleInterrupts(void (*handler)(int)) {
   struct sigaction current = {};
   ::sigaction(SIGINT, nullptr, &current);
-  // Whoever started this process may have wanted it to go on.
+  // The process was started to ignore it.
   if (current.sa_handler == SIG_IGN) {
     return;
   }
@@ -33,11 +35,15 @@ void handleInterrupts(void (*handler)(int)) {
 
 }  // namespace
 
-ElapsedTime::ElapsedTime(const std::string& what, std::chrono::seconds most)
-    : what_(what), most_(most) {
-  if (::isatty(STDERR_FILENO)) {
-    handleInterrupts(endLineAndDie);
-    thread_ = std::thread(&ElapsedTime::show, this);
+ElapsedTime::ElapsedTime(const std::string& activity, std::chrono::seconds limit)
+    : activity_(activity), limit_(limit) {
+  if (!::isatty(STDERR_FILENO)) {
+    return;
+  }
+  // Without a thread nothing is shown.
+  if (base::Result<std::thread> thread = base::startThread("elapsed time", [this] { run(); })) {
+    thread_ = std::move(*thread);
+    handleInterrupts(endLineAndProcess);
   }
 }
 
@@ -46,41 +52,44 @@ ElapsedTime::~ElapsedTime() {
     return;
   }
   {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const platform::MutexLock lock(mutex_);
     isOver_ = true;
-    changed_.notify_one();
+    changed_.notifyOne();
   }
   thread_.join();
   erase();
   handleInterrupts(SIG_DFL);
 }
 
-void ElapsedTime::show() {
-  const auto start = std::chrono::steady_clock::now();
+void ElapsedTime::run() {
+  const auto start = platform::Condition::Clock::now();
   std::chrono::seconds elapsed{0};
-  std::unique_lock<std::mutex> lock(mutex_);
-  for (;;) {
-    ++elapsed;
-    if (changed_.wait_until(lock, start + elapsed, [this] { return isOver_; })) {
-      return;
+  platform::MutexLock lock(mutex_);
+  while (!isOver_) {
+    if (!changed_.waitUntil(lock, start + elapsed + std::chrono::seconds{1})) {
+      ++elapsed;
+      show(elapsed);
     }
-    eraseLocked();
-    const std::string line = "velctl: " + what_ + ", " + std::to_string(elapsed.count()) +
-                             " s of at most " + std::to_string(most_.count());
-    std::fputs(line.c_str(), stderr);
-    shown_ = line.size();
   }
 }
 
+void ElapsedTime::show(std::chrono::seconds elapsed) {
+  eraseLocked();
+  const std::string line = "velctl: " + activity_ + ", " + std::to_string(elapsed.count()) +
+                           " s of at most " + std::to_string(limit_.count());
+  std::fputs(line.c_str(), stderr);
+  shownColumns_ = line.size();
+}
+
 void ElapsedTime::erase() {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   eraseLocked();
 }
 
 void ElapsedTime::eraseLocked() {
-  if (shown_ > 0) {
-    std::fprintf(stderr, "\r%*s\r", static_cast<int>(shown_), "");
-    shown_ = 0;
+  if (shownColumns_ > 0) {
+    std::fprintf(stderr, "\r%*s\r", static_cast<int>(shownColumns_), "");
+    shownColumns_ = 0;
   }
 }
 

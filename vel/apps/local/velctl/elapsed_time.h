@@ -1,48 +1,49 @@
-// Shows that something is still going on.
+// The progress line of a command that takes long.
 
 #ifndef VEL_APPS_LOCAL_VELCTL_ELAPSED_TIME_H
 #define VEL_APPS_LOCAL_VELCTL_ELAPSED_TIME_H
 
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 #include <string>
 #include <thread>
 
+#include "platform/mutex.h"
+
 namespace velctl {
 
-// While it lives and standard error is a terminal, that has a line such as
+// While it lives and standard error is a terminal, the terminal shows a line such as
 // "velctl: searching for printers, 3 s of at most 30", from the first second on. Ctrl-C ends the
-// process, as ever, and leaves the line whole. One at a time.
+// process as usual, and ends the line first. Construct one at a time.
 class ElapsedTime {
  public:
-  ElapsedTime(const std::string& what, std::chrono::seconds most);
+  ElapsedTime(const std::string& activity, std::chrono::seconds limit);
   ~ElapsedTime();
 
   ElapsedTime(const ElapsedTime&) = delete;
   ElapsedTime& operator=(const ElapsedTime&) = delete;
 
-  // Removes the line for now, so that something else can be written.
-  void erase();
+  // Removes the line until the next second, so that a line of data can be written.
+  void erase() QX_EXCLUDES(mutex_);
 
  private:
-  void show();
-  void eraseLocked();
+  void run() QX_EXCLUDES(mutex_);
+  void show(std::chrono::seconds elapsed) QX_REQUIRES(mutex_);
+  void eraseLocked() QX_REQUIRES(mutex_);
 
-  const std::string what_;
-  const std::chrono::seconds most_;
-  std::mutex mutex_;  // guards the rest
-  std::condition_variable changed_;
-  bool isOver_ = false;
-  std::size_t shown_ = 0;  // columns
+  const std::string activity_;
+  const std::chrono::seconds limit_;
+  platform::Mutex mutex_;
+  platform::Condition changed_;
+  bool isOver_ QX_GUARDED_BY(mutex_) = false;
+  std::size_t shownColumns_ QX_GUARDED_BY(mutex_) = 0;
   std::thread thread_;
 };
 
-// Calls, and shows the elapsed time meanwhile.
-template <typename Call>
-auto withElapsedTime(const std::string& what, std::chrono::seconds most, Call call) {
-  const ElapsedTime shown(what, most);
-  return call();
+// Calls a function and shows the elapsed time meanwhile.
+template <typename Function>
+auto withElapsedTime(const std::string& activity, std::chrono::seconds limit, Function function) {
+  const ElapsedTime shown(activity, limit);
+  return function();
 }
 
 }  // namespace velctl

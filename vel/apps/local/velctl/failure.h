@@ -1,4 +1,4 @@
-// How a command ends early.
+// The early end of a command.
 
 #ifndef VEL_APPS_LOCAL_VELCTL_FAILURE_H
 #define VEL_APPS_LOCAL_VELCTL_FAILURE_H
@@ -10,7 +10,7 @@
 
 namespace velctl {
 
-// The text says what was tried, what happened and what to do.
+// The text names the request, the reason and the remedy.
 class Failure : public std::runtime_error {
  public:
   Failure(ExitCode code, const std::string& text) : std::runtime_error(text), code_(code) {}

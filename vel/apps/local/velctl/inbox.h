@@ -1,61 +1,110 @@
+// A queue between the threads of the bus and the main thread.
+
 #ifndef VEL_APPS_LOCAL_VELCTL_INBOX_H
 #define VEL_APPS_LOCAL_VELCTL_INBOX_H
 
-#include <chrono>
-#include <condition_variable>
+#include <cstddef>
 #include <deque>
-#include <mutex>
 #include <optional>
 #include <utility>
 
+#include "platform/mutex.h"
+
 namespace velctl {
 
-// Takes what arrives on the threads of the bus, which hold a lock of the library meanwhile, to a
-// thread that may call the library and wait for the terminal.
+// Events arrive while the library holds the callback mutex, so they are only queued. The main
+// thread may call the library and wait for the terminal.
+//
+// THREADS   Any.
 template <typename Item>
 class Inbox {
  public:
-  using Patience = std::optional<std::chrono::milliseconds>;
+  using Clock = platform::Condition::Clock;
 
+  // The queue is no longer, so that memory stays bounded while the output is blocked.
+  static constexpr std::size_t kMostItems = 1000;
+
+  // Drops the item when the queue is full.
   void add(Item item) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    items_.push_back(std::move(item));
-    changed_.notify_one();
+    const platform::MutexLock lock(mutex_);
+    if (entries_.size() < kMostItems) {
+      append(std::move(item));
+    } else if (!isStopped_) {
+      ++dropped_;
+    }
   }
 
+  // For items that must arrive, of which there are few.
+  void addAlways(Item item) {
+    const platform::MutexLock lock(mutex_);
+    append(std::move(item));
+  }
+
+  // Takes no further items.
   void stop() {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const platform::MutexLock lock(mutex_);
     isStopped_ = true;
-    changed_.notify_one();
+    changed_.notifyOne();
   }
 
   bool isStopped() const {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const platform::MutexLock lock(mutex_);
     return isStopped_;
   }
 
-  // The next item. Empty when stopped, or when the patience is over; none is without end.
-  std::optional<Item> next(Patience patience) {
-    std::unique_lock<std::mutex> lock(mutex_);
-    const auto isReady = [this] { return isStopped_ || !items_.empty(); };
-    if (patience) {
-      changed_.wait_for(lock, *patience, isReady);
-    } else {
-      changed_.wait(lock, isReady);
+  // The next item, also one that came before the stop. nullopt: stopped or timed out; without a
+  // deadline it waits forever.
+  std::optional<Item> next(Clock::time_point deadline = Clock::time_point::max()) {
+    platform::MutexLock lock(mutex_);
+    while (entries_.empty() && !isStopped_) {
+      if (!changed_.waitUntil(lock, deadline)) {
+        break;
+      }
     }
-    if (isStopped_ || items_.empty()) {
+    if (entries_.empty()) {
       return std::nullopt;
     }
-    Item item = std::move(items_.front());
-    items_.pop_front();
-    return item;
+    Entry entry = std::move(entries_.front());
+    entries_.pop_front();
+    droppedBefore_ = entry.droppedBefore;
+    return std::move(entry.item);
+  }
+
+  // How many items were dropped between the last two that next() returned.
+  std::size_t droppedBefore() const {
+    const platform::MutexLock lock(mutex_);
+    return droppedBefore_;
+  }
+
+  // How many items next() has not returned: dropped since, or still in the queue.
+  std::size_t remaining() const {
+    const platform::MutexLock lock(mutex_);
+    std::size_t count = dropped_;
+    for (const Entry& entry : entries_) {
+      count += 1 + entry.droppedBefore;
+    }
+    return count;
   }
 
  private:
-  mutable std::mutex mutex_;
-  std::condition_variable changed_;
-  std::deque<Item> items_;
-  bool isStopped_ = false;
+  struct Entry {
+    Item item;
+    std::size_t droppedBefore;
+  };
+
+  void append(Item item) QX_REQUIRES(mutex_) {
+    if (!isStopped_) {
+      entries_.push_back({std::move(item), std::exchange(dropped_, 0)});
+      changed_.notifyOne();
+    }
+  }
+
+  mutable platform::Mutex mutex_;
+  platform::Condition changed_;
+  std::deque<Entry> entries_ QX_GUARDED_BY(mutex_);
+  std::size_t dropped_ QX_GUARDED_BY(mutex_) = 0;  // behind the last entry
+  std::size_t droppedBefore_ QX_GUARDED_BY(mutex_) = 0;
+  bool isStopped_ QX_GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace velctl

@@ -1,42 +1,56 @@
+// SIGINT and SIGTERM as requests to stop.
+
 #ifndef VEL_APPS_LOCAL_VELCTL_INTERRUPTION_H
 #define VEL_APPS_LOCAL_VELCTL_INTERRUPTION_H
 
 #include <csignal>
 #include <functional>
+#include <string_view>
 #include <thread>
+
+#include <pthread.h>
+
+#include "platform/mutex.h"
 
 namespace velctl {
 
-// Calls stop, on a thread of its own, on SIGINT or SIGTERM, or at its end. The signals are blocked
-// in every thread, so that no call of the library is interrupted: construct it before the first
-// call.
+// Thrown where a request to stop ends a wait.
+class Interrupted {};
+
+// While it lives, the first SIGINT or SIGTERM asks the program to stop instead of ending it. The
+// next one ends it as usual. A signal that the process was started to ignore stays ignored.
+//
+// The signals are blocked in the thread that constructs it, so no call of the library is
+// interrupted; other threads block all signals anyway. Construct one at a time.
 class Interruption {
  public:
-  explicit Interruption(const std::function<void()>& stop) {
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGINT);
-    sigaddset(&signals, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    thread_ = std::thread([stop, signals] {
-      int signal = 0;
-      sigwait(&signals, &signal);
-      stop();
-    });
-  }
-
-  ~Interruption() {
-    // The thread waits for it; it is blocked everywhere.
-    pthread_kill(thread_.native_handle(), SIGTERM);  // NOLINT(bugprone-bad-signal-to-kill-thread)
-    thread_.join();
-  }
+  // onStop runs once, on a thread of its own. Throws Failure when there is no thread.
+  explicit Interruption(std::function<void()> onStop);
+  ~Interruption();
 
   Interruption(const Interruption&) = delete;
   Interruption& operator=(const Interruption&) = delete;
 
  private:
+  void run();
+  // Whether another signal has come.
+  bool isPending() const;
+
+  const std::function<void()> onStop_;
+  const pthread_t owner_;
+  sigset_t awaited_ = {};
+  sigset_t maskBefore_ = {};
+  struct sigaction wakeUpBefore_ = {};
+  platform::Mutex mutex_;
+  platform::Condition changed_;
+  bool isOver_ QX_GUARDED_BY(mutex_) = false;
   std::thread thread_;
 };
+
+// Writes everything. Throws Interrupted when it has to wait after a request to stop.
+//
+// returns    0, or errno
+int writeInterruptibly(int descriptor, std::string_view data);
 
 }  // namespace velctl
 

@@ -1,29 +1,28 @@
 #include "vel/apps/local/velctl/operation.h"
 
-#include <cstdlib>
-
+#include "base/printable.h"
+#include "base/text.h"
+#include "bus/dbus/bus_failure.h"
 #include "bus/qxbus.h"
 #include "platform/app_data_path.h"
 #include "vel/apps/local/velctl/failure.h"
 #include "vel/apps/local/velctl/text.h"
+#include "vel/protocol/methods.h"
 
 namespace velctl {
 namespace {
 
-constexpr unsigned int kNoAnswer = 0xFFFFFFFF;
-constexpr int kWaitForTheBus = -1;
+using Kind = qx::VelError::Kind;
 
-std::string nameOfBus() {
-  const char* const address = std::getenv("QXBUS_ADDRESS");
-  return address && *address ? "the bus at " + std::string(address) : "the session bus";
-}
+constexpr unsigned int kNotConnected = 0xFFFFFFFF;
+constexpr int kWaitForTheBus = -1;
 
 // " 12" for {"device": 12}. Lists are too long for a message.
 std::string valuesOf(const Json& details) {
   std::string text;
   for (const auto& [name, value] : details.items()) {
     if (value.is_string()) {
-      text += ' ' + inQuotes(value.get<std::string>());
+      text += ' ' + printableInQuotes(value.get<std::string>());
     } else if (value.is_primitive()) {
       text += ' ' + value.dump();
     }
@@ -33,8 +32,17 @@ std::string valuesOf(const Json& details) {
 
 }  // namespace
 
-std::string shown(const std::string& vmId) {
-  return vmId.empty() ? "this machine" : "\"" + vmId + "\"";
+std::string displayName(const std::string& vmId) {
+  return vmId.empty() ? "this machine" : base::printable(vmId);
+}
+
+std::string quotedName(const std::string& vmId) {
+  return vmId.empty() ? "this machine" : printableInQuotes(vmId);
+}
+
+std::chrono::seconds timeLimitOf(const std::string& method) {
+  const std::chrono::milliseconds limit{velprotocol::method(method).timeoutMs};
+  return std::chrono::ceil<std::chrono::seconds>(limit);
 }
 
 Operation::Operation(const std::string& method) : Operation(method, Json::object()) {}
@@ -43,76 +51,89 @@ Operation::Operation(const std::string& method, const std::string& vmId)
     : Operation(method, vmId, Json::object()) {}
 
 Operation::Operation(const std::string& method, const Json& details)
-    : method_(method), what_(method + valuesOf(details)), details_(details) {
+    : method_(method), description_(method + valuesOf(details)), details_(details) {
   connect();
-  errors_.forget();
 }
 
 Operation::Operation(const std::string& method, const std::string& vmId, const Json& details)
     : method_(method),
-      what_(method + valuesOf(details) + " for " + shown(vmId)),
+      description_(method + valuesOf(details) + " for " + quotedName(vmId)),
       vmId_(vmId),
       hasVm_(true),
       details_(details) {
   connect();
-  errors_.forget();
   findVm();
 }
 
 void Operation::findVm() {
-  number_ = proxy_->GetVmIdInt(vmId_);
-  if (number_ != 0 || vmId_.empty()) {
-    return;
-  }
-  // 0 is also what the library gives when there was no answer, and this is the one failure that it
-  // does not log.
-  proxy_->GetVmList();
+  number_ = call(&qx::VelProxy::GetVmIdInt, vmId_);
   check();
-  throw Failure(kExitUnknownVm,
-                what_ + ": the service has no VM of this name; velctl vm list shows those it has");
 }
 
 void Operation::connect() {
   proxy_ = qx::VelProxy::getInstance();
-  if (proxy_->Init() == kNoAnswer) {
+  if (proxy_->Init() == kNotConnected) {
     failDisconnected();
   }
+}
+
+void Operation::keepError() {
+  error_ = qx::VelProxy::lastError();
+  recordLengths_ = qx::VelProxy::lastRecordLengths();
 }
 
 void Operation::check() const {
-  if (errors_.last()) {
-    failWithoutAnswer();
+  switch (error_.kind) {
+    case Kind::kNone:
+      return;
+    case Kind::kRefusedArgument:
+      throw Failure(kExitRefused,
+                    description_ + ": nothing was sent: " + base::printable(error_.text));
+    case Kind::kUnknownVm:
+      failUnknownVm();
+    case Kind::kNoService:
+    case Kind::kNoReply:
+      // The service may have died meanwhile.
+      if (proxy_->Init() == kNotConnected) {
+        failDisconnected();
+      }
+      failWithoutAnswer(error_.text);
+    case Kind::kErrorReply:
+    case Kind::kBadReply:
+      failWithoutAnswer(error_.text);
   }
 }
 
-void Operation::failWithoutAnswer() const {
-  const std::string reason = errors_.last().value_or("the service has no VMs");
-  if (proxy_->Init() == kNoAnswer) {
-    failDisconnected();
-  }
+void Operation::failWithoutAnswer(const std::string& reason) const {
   const std::string log = GetAppDataPath();
-  throw Failure(kExitNoAnswer, what_ + ": no usable answer: " + printable(reason) +
-                                   "; more may be in the service's log" +
-                                   (log.empty() ? "" : " and in the log in " + log));
+  throw Failure(kExitNoAnswer, description_ + ": no usable answer: " + base::printable(reason) +
+                                   "; the service's log may say more" +
+                                   (log.empty() ? "" : ", or the log in " + log));
 }
 
-void Operation::failRefused(const std::string& answered) const {
-  throw Failure(kExitRefused, what_ + ": the service answered " + answered);
+void Operation::failRefused(const std::string& reason) const {
+  throw Failure(kExitRefused, description_ + ": " + reason);
+}
+
+void Operation::failUnknownVm() const {
+  throw Failure(kExitUnknownVm, description_ +
+                                    ": the service has no VM of this name; velctl vm list shows "
+                                    "its VMs");
 }
 
 void Operation::failDisconnected() const {
-  // The library does not say why it has no connection.
   if (!QXBusSerivceManager::initSync(kWaitForTheBus)) {
-    throw Failure(kExitNoBus, what_ + ": " + nameOfBus() +
-                                  " cannot be reached; start it, or name another in "
-                                  "QXBUS_ADDRESS");
+    throw Failure(kExitNoBus, description_ + ": the bus cannot be reached: " +
+                                  base::printable(qxbus::busFailure()) +
+                                  "; start it, or set QXBUS_ADDRESS to the address of another");
   }
   throw Failure(
       kExitNoService,
-      what_ + ": no service on the bus; start velserviced, or velsim to try without hardware");
+      description_ +
+          ": no service on the bus; start velserviced, or velsim to try without hardware");
 }
 
-Json Operation::json() const {
+Json Operation::request() const {
   Json json = {{"operation", method_}};
   if (hasVm_) {
     json["vm"] = vmId_;
@@ -122,31 +143,30 @@ Json Operation::json() const {
   return json;
 }
 
+Json Operation::answered(const Json& members) const {
+  check();
+  Json json = request();
+  json.update(members);
+  return json;
+}
+
 void Operation::finish(const Output& output, int status, const std::string& done) const {
   const Json json = answered(Json{{"status", status}});
   if (status != 0) {
     output.json(json);
-    failRefused("status " + std::to_string(status) + "; its documentation or its log says why");
+    failRefused("the service answered status " + std::to_string(status) +
+                "; the service's log may say why");
   }
-  const std::string subject = vmId_.empty() ? "this machine: " : vmId_ + ": ";
-  output.line((hasVm_ ? subject : "") + done, json);
+  output.line((hasVm_ ? displayName(vmId_) + ": " : "") + done, json);
 }
 
-void Operation::finishSent(const Output& output, unsigned int status,
-                           const std::string& done) const {
-  // Such a request has only been handed to the bus, and would be lost if this process ended now.
-  // The bus keeps the order of what one connection sends, so when the service answers a later
-  // request it has had this one.
+void Operation::finishSent(const Output& output, unsigned int status, const std::string& done) {
   check();
-  proxy_->GetVmList();
+  // The request has only been handed to the bus, and would be lost if this process ended now. The
+  // bus keeps the order of what one connection sends, so the answer to a later request shows that
+  // the service has received this one.
+  call(&qx::VelProxy::GetVmList);
   finish(output, status, done);
-}
-
-Json Operation::answered(const Json& members) const {
-  check();
-  Json json = this->json();
-  json.update(members);
-  return json;
 }
 
 void Operation::finishWith(const Output& output, const std::string& text,
@@ -156,13 +176,18 @@ void Operation::finishWith(const Output& output, const std::string& text,
 
 void Operation::finishList(const Output& output, const std::string& name, const Json& elements,
                            const std::string& rows) const {
-  const Json json = answered(Json{{name, elements}});
+  if (elements.empty()) {
+    check();
+  }
+  Json json = request();
+  json.update(Json{{name, elements}});
   if (elements.empty()) {
     output.json(json);
     Output::note("no " + name);
   } else {
     output.line(rows, json);
   }
+  check();
 }
 
 }  // namespace velctl

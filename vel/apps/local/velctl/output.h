@@ -1,4 +1,4 @@
-// Where data goes, as text or as JSON, and where everything else goes.
+// Data, as text or as JSON, and messages.
 
 #ifndef VEL_APPS_LOCAL_VELCTL_OUTPUT_H
 #define VEL_APPS_LOCAL_VELCTL_OUTPUT_H
@@ -12,27 +12,31 @@ namespace velctl {
 // Keeps the order in which members are given.
 using Json = nlohmann::ordered_json;
 
+enum class Form { kText, kJson };
+
 class Output {
  public:
-  // Takes standard output for data. The library prints lines of its own there, which go to standard
-  // error from now on; so construct it before the first call of the library.
-  explicit Output(bool isJson);
+  // Writes data to a descriptor, which remains the caller's.
+  Output(int descriptor, Form form) : descriptor_(descriptor), form_(form) {}
 
-  // Writes a line of data in the form that the user wants: text, or json as one line. Throws
-  // Failure when it cannot be written.
+  // Writes a line of data in the chosen form: the text, or the JSON value on one line. Throws
+  // Failure when it cannot be written, and Interrupted.
   void line(const std::string& text, const Json& json) const;
 
-  // Writes a line of data that has only a JSON form; nothing when the user wants text.
+  // Writes a line of data that only the JSON form has.
   void json(const Json& json) const;
 
-  // Tells the person in front of the terminal something that is not data.
+  // Writes data without a JSON form: text of any number of whole lines.
+  void text(const std::string& lines) const;
+
+  // Writes a message to standard error, as far as possible: "velctl: " and the text, or a line as
+  // it is.
   static void note(const std::string& text);
+  static void message(const std::string& line);
 
  private:
-  void write(const std::string& line) const;
-
-  int data_;
-  bool isJson_;
+  int descriptor_;
+  Form form_;
 };
 
 }  // namespace velctl

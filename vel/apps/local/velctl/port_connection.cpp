@@ -6,75 +6,64 @@
 #include <system_error>
 #include <utility>
 
-#include <fcntl.h>
 #include <poll.h>
-#include <unistd.h>
 
 #include "vel/apps/local/velctl/failure.h"
+#include "vel/apps/local/velctl/interruption.h"
 
 namespace velctl {
 namespace {
 
-constexpr std::chrono::milliseconds kPauseBetweenAttempts{20};
+constexpr std::chrono::milliseconds kConnectRetryInterval{20};
 
-// For poll(), which waits a little longer rather than a little less.
-int millisecondsUntil(PortConnection::Clock::time_point end) {
+// For poll(). Rounded up, so that the deadline has passed when it returns.
+int millisecondsUntil(PortConnection::Clock::time_point deadline) {
   const auto left =
-      std::chrono::ceil<std::chrono::milliseconds>(end - PortConnection::Clock::now()).count();
+      std::chrono::ceil<std::chrono::milliseconds>(deadline - PortConnection::Clock::now()).count();
   return static_cast<int>(std::clamp<long long>(left, 0, INT_MAX));
 }
 
-bool isLater(int error) {
+bool wouldBlock(int error) {
   return error == EAGAIN || error == EWOULDBLOCK;
-}
-
-std::string secondsOf(std::chrono::seconds time) {
-  return std::to_string(time.count()) + " s";
 }
 
 }  // namespace
 
-PortConnection::PortConnection(std::string path, std::chrono::seconds patience,
+PortConnection::PortConnection(std::string path, std::chrono::seconds limit,
                                std::function<void(Message& message)> onMessage)
     : path_(std::move(path)),
-      patience_(patience),
+      limit_(limit),
       onMessage_(std::move(onMessage)),
       socket_(penport::newSocket()) {
-  int ends[2] = {-1, -1};
-  if (::pipe(ends) != 0) {
+  if (!stop_.isOpen()) {
     throw std::system_error(errno, std::generic_category(), "no pipe");
-  }
-  stopReader_ = penport::Socket(ends[0]);
-  stopWriter_ = penport::Socket(ends[1]);
-  for (const int end : ends) {
-    ::fcntl(end, F_SETFD, FD_CLOEXEC);
   }
 }
 
 void PortConnection::connect() {
-  const Clock::time_point end = Clock::now() + patience_;
+  const Clock::time_point deadline = Clock::now() + limit_;
   int error = penport::connectTo(socket_, path_);
-  while (isLater(error) && Clock::now() < end) {
-    poll(0, Clock::now() + kPauseBetweenAttempts);
+  while (wouldBlock(error) && Clock::now() < deadline) {
+    poll(0, Clock::now() + kConnectRetryInterval);
     error = penport::connectTo(socket_, path_);
   }
   if (error != 0) {
     throw Failure(kExitNoService,
                   path_ +
                       ": the port cannot be reached: " + std::generic_category().message(error) +
-                      "; start what listens there, or velsim --pen-port to try without hardware");
+                      "; start its listener, or velsim --pen-port to try without hardware");
   }
 }
 
-bool PortConnection::waitFor(const std::function<bool()>& condition, Clock::time_point end) {
-  bool isTime = false;
+bool PortConnection::waitFor(const std::function<bool()>& condition, Clock::time_point deadline) {
+  bool hasTimedOut = false;
   while (!condition()) {
-    if (isTime) {
+    if (hasTimedOut) {
       return false;
     }
-    // Looked at before the socket is, so that what has arrived in time counts.
-    isTime = Clock::now() >= end;
-    poll(POLLIN, end);
+    // Before the socket is read, so that messages that have arrived in time count.
+    hasTimedOut = Clock::now() >= deadline;
+    poll(POLLIN, deadline);
     receive();
   }
   return true;
@@ -84,7 +73,7 @@ void PortConnection::receive() {
   for (;;) {
     const ssize_t count =
         penport::receiveSome(socket_, &message_[received_], message_.size() - received_);
-    if (count < 0 && isLater(errno)) {
+    if (count < 0 && wouldBlock(errno)) {
       return;
     }
     if (count <= 0) {
@@ -103,13 +92,13 @@ void PortConnection::add(const unsigned char* bytes, std::size_t length) {
 }
 
 void PortConnection::flush() {
-  const Clock::time_point end = Clock::now() + patience_;
+  const Clock::time_point deadline = Clock::now() + limit_;
   while (!sendSome()) {
-    if (Clock::now() >= end) {
+    if (Clock::now() >= deadline) {
       throw Failure(kExitNoAnswer, path_ + ": the port has taken nothing for " +
-                                       secondsOf(patience_) + "; --wait waits longer");
+                                       std::to_string(limit_.count()) + " s; --wait waits longer");
     }
-    poll(POLLOUT, end);
+    poll(POLLOUT, deadline);
   }
 }
 
@@ -124,7 +113,7 @@ bool PortConnection::flushNow() noexcept {
 bool PortConnection::sendSome() {
   while (!unsent_.empty()) {
     const ssize_t count = penport::sendSome(socket_, unsent_.data(), unsent_.size());
-    if (count < 0 && isLater(errno)) {
+    if (count < 0 && wouldBlock(errno)) {
       return false;
     }
     if (count < 0) {
@@ -135,16 +124,11 @@ bool PortConnection::sendSome() {
   return true;
 }
 
-void PortConnection::interrupt() const noexcept {
-  // Never read, so that it ends all waits; the pipe has room for the one byte.
-  [[maybe_unused]] const ssize_t written = ::write(stopWriter_.descriptor(), "", 1);
-}
-
-void PortConnection::poll(short events, Clock::time_point end) const {
-  // Without events even a socket that nobody is connected to would end the wait.
-  pollfd polled[] = {{stopReader_.descriptor(), POLLIN, 0},
+void PortConnection::poll(short events, Clock::time_point deadline) const {
+  // Without events even a socket without a connection would end the wait.
+  pollfd polled[] = {{stop_.readEnd(), POLLIN, 0},
                      {events == 0 ? -1 : socket_.descriptor(), events, 0}};
-  ::poll(polled, std::size(polled), millisecondsUntil(end));
+  ::poll(polled, std::size(polled), millisecondsUntil(deadline));
   if (polled[0].revents != 0) {
     throw Interrupted();
   }

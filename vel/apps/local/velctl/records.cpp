@@ -1,16 +1,17 @@
 #include "vel/apps/local/velctl/records.h"
 
+#include "base/printable.h"
 #include "vel/apps/local/velctl/arguments.h"
 
 namespace velctl {
 namespace {
 
-// The text at the end of a record.
+// The text at the end of a record, which always has a NUL.
 std::string textAtEnd(const char* text) {
-  return std::string(text, strnlen(text, kMostName));
+  return text;
 }
 
-// The members that say where a printer or a device is.
+// The members for the VM of a printer or a device.
 void addVm(Json& json, qx::VelProxy& proxy, unsigned int number) {
   json["vmNumber"] = number;
   const std::string name = proxy.GetVmIdString(number);
@@ -19,37 +20,38 @@ void addVm(Json& json, qx::VelProxy& proxy, unsigned int number) {
 
 }  // namespace
 
-std::string shownVm(qx::VelProxy& proxy, unsigned int number) {
+std::string vmNameOrNumber(qx::VelProxy& proxy, unsigned int number) {
   if (number == 0) {
     return "-";
   }
   const std::string name = proxy.GetVmIdString(number);
-  return name.empty() ? std::to_string(number) : printable(name);
+  return name.empty() ? std::to_string(number) : base::printable(name);
 }
 
 std::string describe(qx::VelProxy& proxy, const PrinterDevice& printer) {
   return "printer " + std::to_string(printer.devNum) + ": status " +
          std::to_string(printer.status) + ", VM " +
-         shownVm(proxy, static_cast<unsigned int>(printer.vmId)) + ", " +
-         inQuotes(textAtEnd(printer.name));
+         vmNameOrNumber(proxy, static_cast<unsigned int>(printer.vmId)) + ", " +
+         printableInQuotes(textAtEnd(printer.name));
 }
 
 std::string describe(qx::VelProxy& proxy, const CommonDevice& device) {
   return "device " + std::to_string(device.devNumber) + ": status " +
          std::to_string(device.status) + ", policy " + std::to_string(device.policy) + ", VM " +
-         shownVm(proxy, device.vmId) + ", " + inQuotes(textIn(device.name));
+         vmNameOrNumber(proxy, device.vmId) + ", " + printableInQuotes(textIn(device.name));
 }
 
 std::string describe(const _ConfigNewDeviceResult& result) {
-  return "new device " + shown(UsbId{result.vid, result.pid}) + ": " +
+  return "new device " + toText(UsbId{result.vid, result.pid}) + ": " +
          (result.isSuccess != 0 ? "configured" : "not configured") + ", result " +
-         inQuotes(textAtEnd(result.code)) + ", " + inQuotes(textIn(result.name));
+         printableInQuotes(textAtEnd(result.code)) + ", " + printableInQuotes(textIn(result.name));
 }
 
 std::string describe(const Progress& progress) {
   return "diagnosis " + std::to_string(progress.id) + ": status " +
          std::to_string(progress.status) + ", VM " +
-         (progress.vmId.empty() ? "-" : printable(progress.vmId)) + ", " + inQuotes(progress.text);
+         (progress.vmId.empty() ? "-" : base::printable(progress.vmId)) + ", " +
+         printableInQuotes(progress.text);
 }
 
 Json toJson(qx::VelProxy& proxy, const PrinterDevice& printer) {
@@ -68,7 +70,7 @@ Json toJson(qx::VelProxy& proxy, const CommonDevice& device) {
 }
 
 Json toJson(const _ConfigNewDeviceResult& result) {
-  return {{"usbId", shown(UsbId{result.vid, result.pid})},
+  return {{"usbId", toText(UsbId{result.vid, result.pid})},
           {"isConfigured", result.isSuccess != 0},
           {"result", jsonText(textAtEnd(result.code))},
           {"name", jsonText(textIn(result.name))}};
@@ -81,28 +83,29 @@ Json toJson(const Progress& progress) {
           {"text", jsonText(progress.text)}};
 }
 
-void finishPrinters(const Output& output, const Operation& operation,
-                    const OwnedRecords<PrinterDevice>& printers) {
+void finishPrinters(const Output& output, const Operation& operation, const Printers& printers) {
+  qx::VelProxy& proxy = operation.proxy();
   Json elements = Json::array();
   Table table({"NUMBER", "STATUS", "VM", "NAME"});
-  for (const PrinterDevice* const printer : printers) {
-    elements.push_back(toJson(*operation.operator->(), *printer));
+  for (const auto& printer : printers) {
+    elements.push_back(toJson(proxy, *printer));
     table.add({std::to_string(printer->devNum), std::to_string(printer->status),
-               shownVm(*operation.operator->(), static_cast<unsigned int>(printer->vmId)),
-               printable(textAtEnd(printer->name))});
+               vmNameOrNumber(proxy, static_cast<unsigned int>(printer->vmId)),
+               base::printable(textAtEnd(printer->name))});
   }
   operation.finishList(output, "printers", elements, table.text());
 }
 
 void finishDevices(const Output& output, const Operation& operation, const std::string& name,
-                   const OwnedRecords<CommonDevice>& devices) {
+                   const Devices& devices) {
+  qx::VelProxy& proxy = operation.proxy();
   Json elements = Json::array();
   Table table({"NUMBER", "STATUS", "POLICY", "VM", "NAME"});
-  for (const CommonDevice* const device : devices) {
-    elements.push_back(toJson(*operation.operator->(), *device));
+  for (const auto& device : devices) {
+    elements.push_back(toJson(proxy, *device));
     table.add({std::to_string(device->devNumber), std::to_string(device->status),
-               std::to_string(device->policy), shownVm(*operation.operator->(), device->vmId),
-               printable(textIn(device->name))});
+               std::to_string(device->policy), vmNameOrNumber(proxy, device->vmId),
+               base::printable(textIn(device->name))});
   }
   operation.finishList(output, name, elements, table.text());
 }

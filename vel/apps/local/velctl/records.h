@@ -1,18 +1,18 @@
 // Records of the service, as text and as JSON.
-//
-// A record from a list is as long as the service sent it, and the library does not tell how long
-// that is. These functions read the fixed part of a record and, of a printer, the name behind it up
-// to its NUL or kMostName bytes. They rely on the service, which runs as the same user or as root,
-// to send that much. Records of events are complete in any case: the library sees to that.
 
 #ifndef VEL_APPS_LOCAL_VELCTL_RECORDS_H
 #define VEL_APPS_LOCAL_VELCTL_RECORDS_H
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <list>
+#include <memory>
+#include <new>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "vel/apps/local/velctl/failure.h"
 #include "vel/apps/local/velctl/operation.h"
@@ -22,29 +22,59 @@
 
 namespace velctl {
 
-constexpr std::size_t kMostName = 256;
-
-// Frees the records that a list of the library points to.
+// A record of a list as a whole one: copied up to its length, with zeroes behind it. So every field
+// can be read, and a text that runs to the end has an end, as in the records of events.
 template <typename Record>
-class OwnedRecords {
+class WholeRecord {
  public:
-  explicit OwnedRecords(std::list<Record*> records) : records_(std::move(records)) {}
-  ~OwnedRecords() {
-    for (Record* const record : records_) {
-      std::free(record);
+  WholeRecord(const Record* received, std::size_t length)
+      : record_(static_cast<Record*>(std::calloc(1, std::max(length + 1, sizeof(Record))))),
+        length_(length) {
+    if (!record_) {
+      throw std::bad_alloc();
     }
+    std::memcpy(static_cast<void*>(record_.get()), received, length);
   }
 
-  OwnedRecords(const OwnedRecords&) = delete;
-  OwnedRecords& operator=(const OwnedRecords&) = delete;
-
-  std::size_t size() const { return records_.size(); }
-  auto begin() const { return records_.begin(); }
-  auto end() const { return records_.end(); }
+  const Record& operator*() const { return *record_; }
+  const Record* operator->() const { return record_.get(); }
+  // As received.
+  std::size_t length() const { return length_; }
 
  private:
-  std::list<Record*> records_;
+  struct Free {
+    void operator()(Record* record) const { std::free(record); }
+  };
+
+  std::unique_ptr<Record, Free> record_;
+  std::size_t length_;
 };
+
+// Takes over a list of the library, and frees its records. lengths belong to the same call.
+template <typename Record>
+std::vector<WholeRecord<Record>> wholeRecords(const std::list<Record*>& received,
+                                              const std::vector<std::size_t>& lengths) {
+  std::vector<WholeRecord<Record>> records;
+  std::size_t index = 0;
+  for (Record* const record : received) {
+    records.emplace_back(record, lengths.at(index));
+    std::free(record);
+    ++index;
+  }
+  return records;
+}
+
+// Calls an operation of the library that returns a list.
+//
+//   callForRecords(operation, &qx::VelProxy::GetDeviceList, vmId)
+template <typename Function, typename... Arguments>
+auto callForRecords(Operation& operation, Function function, Arguments&&... arguments) {
+  const auto received = operation.call(function, std::forward<Arguments>(arguments)...);
+  return wholeRecords(received, operation.recordLengths());
+}
+
+using Printers = std::vector<WholeRecord<PrinterDevice>>;
+using Devices = std::vector<WholeRecord<CommonDevice>>;
 
 // The text of a field of fixed size.
 template <std::size_t size>
@@ -57,14 +87,14 @@ std::string textIn(const char (&field)[size]) {
 template <std::size_t size>
 void setText(char (&field)[size], const std::string& text) {
   if (text.size() >= size) {
-    throw Failure(kExitUsage,
-                  inQuotes(text) + " is longer than " + std::to_string(size - 1) + " bytes");
+    throw Failure(kExitUsage, printableInQuotes(text) + " is longer than " +
+                                  std::to_string(size - 1) + " bytes");
   }
   std::memset(field, 0, size);
   std::memcpy(field, text.data(), text.size());
 }
 
-// What the service tells of a diagnosis while it goes on.
+// Progress of a diagnosis.
 struct Progress {
   std::string vmId;
   unsigned long long id = 0;  // of the source, or the number of the device
@@ -72,8 +102,8 @@ struct Progress {
   std::string text;
 };
 
-// A VM's name as far as the library has learned it, otherwise its number; - for none.
-std::string shownVm(qx::VelProxy& proxy, unsigned int number);
+// The name of a VM if the library has learned it, otherwise the number; "-" for 0.
+std::string vmNameOrNumber(qx::VelProxy& proxy, unsigned int number);
 
 // One line each.
 std::string describe(qx::VelProxy& proxy, const PrinterDevice& printer);
@@ -86,11 +116,10 @@ Json toJson(qx::VelProxy& proxy, const CommonDevice& device);
 Json toJson(const _ConfigNewDeviceResult& result);
 Json toJson(const Progress& progress);
 
-// Reports a list that an operation has returned.
-void finishPrinters(const Output& output, const Operation& operation,
-                    const OwnedRecords<PrinterDevice>& printers);
+// Writes a list that an operation has returned.
+void finishPrinters(const Output& output, const Operation& operation, const Printers& printers);
 void finishDevices(const Output& output, const Operation& operation, const std::string& name,
-                   const OwnedRecords<CommonDevice>& devices);
+                   const Devices& devices);
 
 }  // namespace velctl
 

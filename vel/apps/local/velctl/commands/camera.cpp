@@ -1,4 +1,4 @@
-// velctl camera: whether the service may use the camera.
+// velctl camera: the authorization of the camera.
 
 #include "vel/apps/local/velctl/commands/commands.h"
 #include "vel/apps/local/velctl/operation.h"
@@ -6,9 +6,9 @@
 namespace velctl {
 namespace {
 
-void camera(const Output& output) {
-  const Operation operation("CheckCameraAuthStat");
-  const int authorization = operation->CheckCameraAuthStat();
+void showCamera(const Output& output) {
+  Operation operation("CheckCameraAuthStat");
+  const int authorization = operation.call(&qx::VelProxy::CheckCameraAuthStat);
   operation.finishWith(output, std::to_string(authorization),
                        Json{{"authorization", authorization}});
 }
@@ -16,8 +16,9 @@ void camera(const Output& output) {
 }  // namespace
 
 void addCameraCommand(CommandLine& commandLine) {
-  commandLine.command(
-      "camera", "Tell whether the service may use the camera, in the service's numbers", camera);
+  commandLine.command("camera",
+                      "Show whether the service may use the camera (a number of the service)",
+                      showCamera);
 }
 
 }  // namespace velctl

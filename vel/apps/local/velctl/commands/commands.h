@@ -1,4 +1,4 @@
-// One function per group of commands; each adds its commands to the command line.
+// The commands of velctl: one function per group adds them to the command line.
 
 #ifndef VEL_APPS_LOCAL_VELCTL_COMMANDS_COMMANDS_H
 #define VEL_APPS_LOCAL_VELCTL_COMMANDS_COMMANDS_H
@@ -7,10 +7,12 @@
 
 namespace velctl {
 
+// Adds all commands.
+void addCommands(CommandLine& commandLine);
+
 void addStatusCommand(CommandLine& commandLine);
 void addVmCommands(CommandLine& commandLine);
 void addPipeCommands(CommandLine& commandLine);
-void addResetCommand(CommandLine& commandLine);
 void addDeviceCommands(CommandLine& commandLine);
 void addPolicyCommands(CommandLine& commandLine);
 void addNewDeviceCommands(CommandLine& commandLine);
@@ -22,6 +24,7 @@ void addUsbCommands(CommandLine& commandLine);
 void addQualityCommands(CommandLine& commandLine);
 void addDiagnoseCommands(CommandLine& commandLine);
 void addExecCommands(CommandLine& commandLine);
+void addResetCommand(CommandLine& commandLine);
 void addWatchCommand(CommandLine& commandLine);
 
 }  // namespace velctl

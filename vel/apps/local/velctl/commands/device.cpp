@@ -1,6 +1,5 @@
 // velctl device: devices of this machine and of the network.
 
-#include <memory>
 #include <optional>
 #include <string>
 
@@ -13,44 +12,44 @@
 namespace velctl {
 namespace {
 
-struct Vm {
+struct OptionalVm {
   std::optional<std::string> vmId;
 };
 
-void list(const Output& output, const Vm& vm) {
+void list(const Output& output, const OptionalVm& vm) {
   if (vm.vmId) {
-    const Operation operation("getDeviceList", *vm.vmId);
-    const OwnedRecords<CommonDevice> devices(operation->GetDeviceList(*vm.vmId));
-    finishDevices(output, operation, "devices", devices);
+    Operation operation("getDeviceList", *vm.vmId);
+    finishDevices(output, operation, "devices",
+                  callForRecords(operation, &qx::VelProxy::GetDeviceList, *vm.vmId));
   } else {
-    const Operation operation("getDeviceList");
-    const OwnedRecords<CommonDevice> devices(operation->GetLocalDeviceList());
-    finishDevices(output, operation, "devices", devices);
+    Operation operation("getDeviceList");
+    finishDevices(output, operation, "devices",
+                  callForRecords(operation, &qx::VelProxy::GetLocalDeviceList));
   }
 }
 
-struct One {
+struct DeviceNumber {
   unsigned short device = 0;
 };
 
-void status(const Output& output, const One& one) {
-  const Operation operation("getDeviceStatus", Json{{"device", one.device}});
-  const OwnedRecords<CommonDevice> devices(operation->GetDeviceStatus(one.device));
+void showStatus(const Output& output, const DeviceNumber& given) {
+  Operation operation("getDeviceStatus", Json{{"device", given.device}});
+  const Devices devices = callForRecords(operation, &qx::VelProxy::GetDeviceStatus, given.device);
   operation.check();
-  if (devices.size() == 0) {
-    operation.failRefused("that it has none; velctl device list shows those it has");
+  if (devices.empty()) {
+    operation.failRefused("the service has no such device; velctl device list shows its devices");
   }
   finishDevices(output, operation, "devices", devices);
 }
 
-// A device by its number or by the id of its source, whichever was given.
+// A device by its number or by its source id: exactly one of them is given.
 struct Attachment {
   std::optional<unsigned short> device;
   std::optional<unsigned long long> source;
   std::string vmId;
 };
 
-struct Change {
+struct AttachmentChange {
   const char* method;
   int (qx::VelProxy::*byNumber)(std::string, unsigned short);
   const char* methodBySource;
@@ -58,37 +57,39 @@ struct Change {
   const char* done;
 };
 
-constexpr Change kConnect = {"connectDevice", &qx::VelProxy::ConnectDevice, "connectDeviceBySrcId",
-                             &qx::VelProxy::ConnectDeviceBySrcId, "connected"};
-constexpr Change kDisconnect = {"disconnectDevice", &qx::VelProxy::DisconnectDevice,
-                                "disconnectDeviceBySrcId", &qx::VelProxy::DisconnectDeviceBySrcId,
-                                "disconnected"};
+constexpr AttachmentChange kConnect = {"connectDevice", &qx::VelProxy::ConnectDevice,
+                                       "connectDeviceBySrcId", &qx::VelProxy::ConnectDeviceBySrcId,
+                                       "connected"};
+constexpr AttachmentChange kDisconnect = {"disconnectDevice", &qx::VelProxy::DisconnectDevice,
+                                          "disconnectDeviceBySrcId",
+                                          &qx::VelProxy::DisconnectDeviceBySrcId, "disconnected"};
 
-void make(const Change& change, const Output& output, const Attachment& attachment) {
+void changeAttachment(const AttachmentChange& change, const Output& output,
+                      const Attachment& attachment) {
+  const std::string& vmId = attachment.vmId;
   if (attachment.device.has_value() == attachment.source.has_value()) {
     throw Failure(kExitUsage, std::string(change.method) +
                                   ": name the device by its number or with --source, not both");
   }
   if (attachment.source) {
-    const Operation operation(change.methodBySource, attachment.vmId,
-                              Json{{"source", *attachment.source}});
-    operation.finish(
-        output, (operation.operator->()->*change.bySource)(attachment.vmId, *attachment.source),
-        "source " + std::to_string(*attachment.source) + " " + change.done);
+    Operation operation(change.methodBySource, vmId, Json{{"source", *attachment.source}});
+    const int status = operation.call(change.bySource, vmId, *attachment.source);
+    operation.finish(output, status,
+                     "source " + std::to_string(*attachment.source) + " " + change.done);
   } else {
-    const Operation operation(change.method, attachment.vmId, Json{{"device", *attachment.device}});
-    operation.finish(
-        output, (operation.operator->()->*change.byNumber)(attachment.vmId, *attachment.device),
-        "device " + std::to_string(*attachment.device) + " " + change.done);
+    Operation operation(change.method, vmId, Json{{"device", *attachment.device}});
+    const int status = operation.call(change.byNumber, vmId, *attachment.device);
+    operation.finish(output, status,
+                     "device " + std::to_string(*attachment.device) + " " + change.done);
   }
 }
 
 void connect(const Output& output, const Attachment& attachment) {
-  make(kConnect, output, attachment);
+  changeAttachment(kConnect, output, attachment);
 }
 
 void disconnect(const Output& output, const Attachment& attachment) {
-  make(kDisconnect, output, attachment);
+  changeAttachment(kDisconnect, output, attachment);
 }
 
 struct Redirection {
@@ -98,58 +99,64 @@ struct Redirection {
 };
 
 void redirect(const Output& output, const Redirection& redirection) {
-  const Operation operation("redirectDevice", redirection.vmId,
-                            Json{{"first", redirection.first}, {"second", redirection.second}});
+  Operation operation("redirectDevice", redirection.vmId,
+                      Json{{"first", redirection.first}, {"second", redirection.second}});
+  const int status = operation.call(&qx::VelProxy::RedirectDevice, redirection.vmId,
+                                    redirection.first, redirection.second);
   operation.finish(
-      output, operation->RedirectDevice(redirection.vmId, redirection.first, redirection.second),
+      output, status,
       "redirected " + std::to_string(redirection.first) + " " + std::to_string(redirection.second));
 }
 
-struct NetworkDevice {
+struct NewNetworkDevice {
   int type = 0;
+  std::string device;
+};
+
+void addToNetwork(const Output& output, const NewNetworkDevice& added) {
+  Operation operation("addNetworkDevice",
+                      Json{{"type", added.type}, {"device", jsonText(added.device)}});
+  std::string device = added.device;
+  const int status = operation.call(&qx::VelProxy::AddNetworkDevice, added.type, device);
+  operation.finish(output, status, printableInQuotes(device) + " added");
+}
+
+struct RemovedNetworkDevice {
   std::string device;
   std::string detail;
 };
 
-void addToNetwork(const Output& output, const NetworkDevice& added) {
-  const Operation operation("addNetworkDevice",
-                            Json{{"type", added.type}, {"device", jsonText(added.device)}});
-  std::string device = added.device;
-  operation.finish(output, operation->AddNetworkDevice(added.type, device),
-                   inQuotes(device) + " added");
-}
-
-void removeFromNetwork(const Output& output, const NetworkDevice& removed) {
-  const Operation operation("deleteNetworkDevice", Json{{"device", jsonText(removed.device)},
-                                                        {"detail", jsonText(removed.detail)}});
+void removeFromNetwork(const Output& output, const RemovedNetworkDevice& removed) {
+  Operation operation("deleteNetworkDevice", Json{{"device", jsonText(removed.device)},
+                                                  {"detail", jsonText(removed.detail)}});
   std::string device = removed.device;
   std::string detail = removed.detail;
-  operation.finish(output, operation->DeleteNetworkDevice(device, detail),
-                   inQuotes(device) + " removed");
+  const int status = operation.call(&qx::VelProxy::DeleteNetworkDevice, device, detail);
+  operation.finish(output, status, printableInQuotes(device) + " removed");
 }
 
-void addChange(CommandLine& commandLine, const ParserCommand& group, const std::string& name,
-               const std::string& help, void (*run)(const Output&, const Attachment&)) {
+void addAttachmentCommand(CommandLine& commandLine, const ParserCommand& group,
+                          const std::string& name, const std::string& help,
+                          void (*run)(const Output&, const Attachment&)) {
   const auto [command, attachment] = addCommand(commandLine, group, name, help, run);
   addNumber(command, "device", attachment.device, "Number of the device");
-  addNumber(command, "--source", attachment.source, "Id of its source, instead of the number");
+  addNumber(command, "--source", attachment.source,
+            "Source id of the device, in place of its number");
   addVm(command, attachment.vmId).required();
 }
 
 void addNetworkCommands(CommandLine& commandLine, const ParserCommand& devices) {
-  const ParserCommand group =
-      devices.addGroup("network", "Devices that are reached over the network");
-  const auto add =
-      addCommand(commandLine, group, "add", "Add a device of the network", addToNetwork);
-  add.command.addOption("type", add.arguments.type, "Its type, in the service's numbers")
+  const ParserCommand group = devices.addGroup("network", "Network devices");
+  const auto add = addCommand(commandLine, group, "add", "Add a network device", addToNetwork);
+  add.command.addOption("type", add.arguments.type, "Type of the device (a number of the service)")
       .required();
-  add.command.addOption("device", add.arguments.device, "What the service is to know of it")
-      .required();
+  add.command.addOption("device", add.arguments.device, "Description of the device").required();
   const auto remove =
-      addCommand(commandLine, group, "remove", "Remove a device of the network", removeFromNetwork);
-  remove.command.addOption("device", remove.arguments.device, "What it was added as").required();
+      addCommand(commandLine, group, "remove", "Remove a network device", removeFromNetwork);
+  remove.command.addOption("device", remove.arguments.device, "Description it was added with")
+      .required();
   remove.command.addOption("detail", remove.arguments.detail,
-                           "What the service needs besides (default: nothing)");
+                           "Further detail for the service (default: none)");
 }
 
 }  // namespace
@@ -158,20 +165,21 @@ void addDeviceCommands(CommandLine& commandLine) {
   const ParserCommand group =
       commandLine.group("device", "Devices of this machine and of the network");
 
-  const auto listed = addCommand(commandLine, group, "list",
-                                 "List the devices of this machine, or those for a VM", list);
-  listed.command.addOption("--vm", listed.arguments.vmId, "Those that can be attached to this VM")
+  const auto listed =
+      addCommand(commandLine, group, "list",
+                 "List the devices of this machine, or those that a VM can have", list);
+  listed.command.addOption("--vm", listed.arguments.vmId, "Devices that this VM can have")
       .typeName("NAME");
 
-  const auto one = addCommand(commandLine, group, "status", "Show one device", status);
-  addNumber(one.command, "device", one.arguments.device, "Number of the device").required();
+  const auto status = addCommand(commandLine, group, "status", "Show one device", showStatus);
+  addNumber(status.command, "device", status.arguments.device, "Number of the device").required();
 
-  addChange(commandLine, group, "connect", "Attach a device to a VM", connect);
-  addChange(commandLine, group, "disconnect", "Take a device back from a VM", disconnect);
+  addAttachmentCommand(commandLine, group, "connect", "Attach a device to a VM", connect);
+  addAttachmentCommand(commandLine, group, "disconnect", "Detach a device from a VM", disconnect);
 
   const auto redirection =
       addCommand(commandLine, group, "redirect",
-                 "Redirect a device in a way that the service defines by two numbers", redirect);
+                 "Redirect a device by two numbers, whose meaning the service defines", redirect);
   addNumber(redirection.command, "first", redirection.arguments.first, "First number").required();
   addNumber(redirection.command, "second", redirection.arguments.second, "Second number")
       .required();

@@ -1,14 +1,14 @@
-// velctl diagnose: has the service look for what is wrong with a redirection.
+// velctl diagnose: has the service diagnose a redirection.
 
-#include <algorithm>
 #include <chrono>
 #include <functional>
-#include <future>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
 
 #include "vel/apps/local/velctl/arguments.h"
+#include "vel/apps/local/velctl/background.h"
 #include "vel/apps/local/velctl/commands/commands.h"
 #include "vel/apps/local/velctl/elapsed_time.h"
 #include "vel/apps/local/velctl/failure.h"
@@ -20,37 +20,36 @@
 namespace velctl {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-constexpr std::chrono::seconds kLimit{10};
-
-// Nothing stands for the end of the request.
+// nullopt stands for the end of the request.
 using Arrivals = Inbox<std::optional<Progress>>;
 
+// One for the process, never destroyed: progress may come as late as the end of the process.
 class Receiver : public VelDiagnoseNotify {
  public:
-  explicit Receiver(unsigned long long id) : id_(id) {}
+  static Receiver& instance() {
+    static Receiver& receiver = *new Receiver;
+    return receiver;
+  }
 
-  Arrivals& arrivals() { return arrivals_; }
+  void start(unsigned long long id, std::shared_ptr<Arrivals> arrivals) {
+    const platform::MutexLock lock(mutex_);
+    id_ = id;
+    arrivals_ = std::move(arrivals);
+  }
 
   void DiagnoseResultNotify(std::string vmId, unsigned long long id, unsigned int status,
                             std::string result) override {
-    // The progress of everybody's diagnoses arrives.
+    const platform::MutexLock lock(mutex_);
+    // The service sends the progress of every client's diagnoses.
     if (id == id_) {
-      arrivals_.add(Progress{std::move(vmId), id, status, std::move(result)});
+      arrivals_->add(Progress{std::move(vmId), id, status, std::move(result)});
     }
   }
 
  private:
-  const unsigned long long id_;
-  Arrivals arrivals_;
-};
-
-struct Diagnosis {
-  std::string method;
-  Json details;
-  unsigned long long id = 0;  // which its progress has
-  std::function<std::string(const Operation&, VelDiagnoseNotify*)> ask;
+  platform::Mutex mutex_;
+  unsigned long long id_ QX_GUARDED_BY(mutex_) = 0;
+  std::shared_ptr<Arrivals> arrivals_ QX_GUARDED_BY(mutex_);
 };
 
 struct Options {
@@ -59,75 +58,78 @@ struct Options {
   std::optional<unsigned int> finalStatus;
 };
 
+struct Diagnosis {
+  std::string method;
+  Json details;
+  unsigned long long id = 0;  // of the progress
+  std::function<std::string(Operation&, VelDiagnoseNotify*)> request;
+};
+
 struct Answer {
   std::string text;
   Json json;
 };
 
-void print(const Output& output, const Progress& progress) {
+Answer requestAnswer(const Diagnosis& diagnosis, const std::string& vmId,
+                     VelDiagnoseNotify* notify) {
+  Operation operation(diagnosis.method, vmId, diagnosis.details);
+  const std::string text = diagnosis.request(operation, notify);
+  return {printableLines(text), operation.answered(Json{{"text", jsonText(text)}})};
+}
+
+void write(const Output& output, const Progress& progress) {
   Json json = {{"event", "diagnosis"}};
   json.update(toJson(progress));
   output.line("status " + std::to_string(progress.status) + ": " + printableLines(progress.text),
               json);
 }
 
-// Prints progress until the request has ended; whether some of it was final.
-bool printWhileAsking(const Output& output, Arrivals& arrivals, const Options& options) {
-  ElapsedTime elapsed("diagnosing", kLimit);
+// Writes progress until the request has ended; returns whether some of it was final.
+bool writeWhileWaiting(const Output& output, Arrivals& arrivals, const std::string& method,
+                       const Options& options) {
+  ElapsedTime elapsed("diagnosing", timeLimitOf(method));
   bool isFinal = false;
-  while (const std::optional<Progress> progress = *arrivals.next(std::nullopt)) {
+  while (const std::optional<Progress> progress = *arrivals.next()) {
     elapsed.erase();
-    print(output, *progress);
+    write(output, *progress);
     isFinal = isFinal || progress->status == options.finalStatus;
   }
   return isFinal;
 }
 
-// Prints progress until it is final, or the time is over; whether it was.
-bool printWhileFollowing(const Output& output, Arrivals& arrivals, const Options& options) {
-  const Clock::time_point end = Clock::now() + std::chrono::seconds(options.followSeconds);
-  for (;;) {
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
-    const std::optional<std::optional<Progress>> next =
-        arrivals.next(std::max(left, std::chrono::milliseconds{0}));
-    if (!next) {
-      return false;
-    }
-    print(output, **next);
+// Writes progress until some of it is final, or the time has passed; returns whether it was.
+bool writeWhileFollowing(const Output& output, Arrivals& arrivals, const Options& options) {
+  const auto deadline = Arrivals::Clock::now() + std::chrono::seconds(options.followSeconds);
+  while (const std::optional<std::optional<Progress>> next = arrivals.next(deadline)) {
+    write(output, **next);
     if ((*next)->status == options.finalStatus) {
       return true;
     }
   }
+  return false;
 }
 
 void diagnose(const Output& output, const Options& options, const Diagnosis& diagnosis) {
   if (options.vmId.empty()) {
     throw Failure(kExitUsage, diagnosis.method + ": name a VM; there is none on this machine");
   }
-  // Never destroyed: progress may come as late as the end of the process.
-  static Receiver& receiver = *new Receiver(diagnosis.id);
-  Arrivals& arrivals = receiver.arrivals();
+  const auto arrivals = std::make_shared<Arrivals>();
+  Receiver::instance().start(diagnosis.id, arrivals);
 
-  // Progress comes while the request is still waiting for its answer.
-  std::future<Answer> request = std::async(std::launch::async, [&]() -> Answer {
-    try {
-      const Operation operation(diagnosis.method, options.vmId, diagnosis.details);
-      const std::string text = diagnosis.ask(operation, &receiver);
-      Answer answer = {printableLines(text), operation.answered(Json{{"text", jsonText(text)}})};
-      arrivals.add(std::nullopt);
-      return answer;
-    } catch (...) {
-      arrivals.add(std::nullopt);
-      throw;
-    }
-  });
-  const bool wasFinal = printWhileAsking(output, arrivals, options);
+  // Progress comes while the request still waits for its answer.
+  Background<Answer> request(
+      "diagnose",
+      [diagnosis, vmId = options.vmId] {
+        return requestAnswer(diagnosis, vmId, &Receiver::instance());
+      },
+      [arrivals] { arrivals->addAlways(std::nullopt); });
+  const bool wasFinal = writeWhileWaiting(output, *arrivals, diagnosis.method, options);
   const Answer answer = request.get();
   output.line(answer.text, answer.json);
 
-  const bool isFinal = wasFinal || printWhileFollowing(output, arrivals, options);
+  const bool isFinal = wasFinal || writeWhileFollowing(output, *arrivals, options);
   if (options.finalStatus && !isFinal) {
-    throw Failure(kExitNoAnswer, diagnosis.method + " for " + shown(options.vmId) +
+    throw Failure(kExitNoAnswer, diagnosis.method + " for " + quotedName(options.vmId) +
                                      ": no progress with status " +
                                      std::to_string(*options.finalStatus) + " within " +
                                      std::to_string(options.followSeconds) +
@@ -135,57 +137,58 @@ void diagnose(const Output& output, const Options& options, const Diagnosis& dia
   }
 }
 
-struct Source {
+struct SourceDiagnosis {
   unsigned long long source = 0;
   Options options;
 };
 
-void source(const Output& output, const Source& source) {
-  diagnose(output, source.options,
-           {"diagnose", Json{{"source", source.source}}, source.source,
-            [&source](const Operation& operation, VelDiagnoseNotify* notify) {
-              return operation->Diagnose(source.options.vmId, source.source, notify);
+void diagnoseSource(const Output& output, const SourceDiagnosis& given) {
+  diagnose(output, given.options,
+           {"diagnose", Json{{"source", given.source}}, given.source,
+            [given](Operation& operation, VelDiagnoseNotify* notify) {
+              return operation.call(&qx::VelProxy::Diagnose, given.options.vmId, given.source,
+                                    notify);
             }});
 }
 
-struct Device {
+struct DeviceDiagnosis {
   unsigned short device = 0;
   Options options;
 };
 
-void device(const Output& output, const Device& device) {
-  diagnose(output, device.options,
-           {"diagnoseDevice", Json{{"device", device.device}}, device.device,
-            [&device](const Operation& operation, VelDiagnoseNotify* notify) {
-              return operation->DiagnoseDevice(device.options.vmId, device.device, notify);
+void diagnoseDevice(const Output& output, const DeviceDiagnosis& given) {
+  diagnose(output, given.options,
+           {"diagnoseDevice", Json{{"device", given.device}}, given.device,
+            [given](Operation& operation, VelDiagnoseNotify* notify) {
+              return operation.call(&qx::VelProxy::DiagnoseDevice, given.options.vmId, given.device,
+                                    notify);
             }});
 }
 
 void addOptions(const ParserCommand& command, Options& options) {
   command.addOption("--vm", options.vmId, "Name of the VM").required().typeName("NAME");
   addNumber(command, "--follow", options.followSeconds,
-            "Seconds to wait for progress after the answer [1]");
+            "Seconds to wait for progress behind the answer [1]");
   addNumber(command, "--until", options.finalStatus,
-            "Status of the progress that ends it; fails when none comes");
+            "Status of the progress that ends the command; without such progress it fails");
 }
 
 }  // namespace
 
 void addDiagnoseCommands(CommandLine& commandLine) {
-  const ParserCommand group = commandLine.group(
-      "diagnose", "Diagnose redirections, and show the progress that the service tells");
-  const auto bySource =
+  const ParserCommand group =
+      commandLine.group("diagnose", "Diagnose redirections and show the progress");
+  const auto [sourceCommand, source] =
       addCommand(commandLine, group, "source",
-                 "Diagnose the redirection of a source (takes up to 10 s)", source);
-  addNumber(bySource.command, "source", bySource.arguments.source, "Id of the source").required();
-  addOptions(bySource.command, bySource.arguments.options);
+                 "Diagnose the redirection of a source (takes up to 10 s)", diagnoseSource);
+  addNumber(sourceCommand, "source", source.source, "Source id").required();
+  addOptions(sourceCommand, source.options);
 
-  const auto byDevice =
+  const auto [deviceCommand, device] =
       addCommand(commandLine, group, "device",
-                 "Diagnose the redirection of a device (takes up to 10 s)", device);
-  addNumber(byDevice.command, "device", byDevice.arguments.device, "Number of the device")
-      .required();
-  addOptions(byDevice.command, byDevice.arguments.options);
+                 "Diagnose the redirection of a device (takes up to 10 s)", diagnoseDevice);
+  addNumber(deviceCommand, "device", device.device, "Number of the device").required();
+  addOptions(deviceCommand, device.options);
 }
 
 }  // namespace velctl

@@ -1,19 +1,15 @@
-// velctl new-device: what is to become of a device that has just been plugged in.
+// velctl new-device: configures newly plugged-in devices.
 
 #include <string>
 
 #include "vel/apps/local/velctl/arguments.h"
 #include "vel/apps/local/velctl/commands/commands.h"
-#include "vel/apps/local/velctl/elapsed_time.h"
 #include "vel/apps/local/velctl/operation.h"
 
 namespace velctl {
 namespace {
 
-constexpr std::chrono::seconds kLimit{10};
-constexpr std::chrono::seconds kIgnoreLimit{2};
-
-struct Choice {
+struct Configuration {
   unsigned long long source = 0;
   unsigned short type = 0;
   unsigned short autoConnect = 0;
@@ -21,63 +17,61 @@ struct Choice {
   std::string vmId;
 };
 
-Json detailsOf(const Choice& choice) {
-  return {{"source", choice.source},
-          {"type", choice.type},
-          {"autoConnect", choice.autoConnect},
-          {"popup", choice.popup}};
+Json detailsOf(const Configuration& given) {
+  return {{"source", given.source},
+          {"type", given.type},
+          {"autoConnect", given.autoConnect},
+          {"popup", given.popup}};
 }
 
-void connect(const Output& output, const Choice& choice) {
-  const Operation operation("configNewDeviceAsConnect", choice.vmId, detailsOf(choice));
-  const int status = withElapsedTime("attaching the device", kLimit, [&] {
-    return operation->ConfigNewDeviceAsConnect(choice.vmId, choice.source, choice.type,
-                                               choice.autoConnect, choice.popup);
-  });
-  operation.finish(output, status, "source " + std::to_string(choice.source) + " connected");
+void connect(const Output& output, const Configuration& given) {
+  Operation operation("configNewDeviceAsConnect", given.vmId, detailsOf(given));
+  const int status =
+      operation.callSlowly("attaching the device", &qx::VelProxy::ConfigNewDeviceAsConnect,
+                           given.vmId, given.source, given.type, given.autoConnect, given.popup);
+  operation.finish(output, status, "source " + std::to_string(given.source) + " connected");
 }
 
-void ignore(const Output& output, const Choice& choice) {
-  const Operation operation("configNewDeviceAsIgnore", detailsOf(choice));
-  const int status = withElapsedTime("ignoring the device", kIgnoreLimit, [&] {
-    return operation->ConfigNewDeviceAsIgnore(choice.source, choice.type, choice.autoConnect,
-                                              choice.popup);
-  });
-  operation.finish(output, status, "source " + std::to_string(choice.source) + " ignored");
+void ignore(const Output& output, const Configuration& given) {
+  Operation operation("configNewDeviceAsIgnore", detailsOf(given));
+  const int status =
+      operation.callSlowly("ignoring the device", &qx::VelProxy::ConfigNewDeviceAsIgnore,
+                           given.source, given.type, given.autoConnect, given.popup);
+  operation.finish(output, status, "source " + std::to_string(given.source) + " ignored");
 }
 
-struct Command {
+struct StorageCommand {
   unsigned long long source = 0;
   unsigned short command = 0;
   std::string vmId;
 };
 
-void storage(const Output& output, const Command& given) {
-  const Operation operation("ConfigUdisks2Command", given.vmId,
-                            Json{{"source", given.source}, {"command", given.command}});
-  const int status = withElapsedTime("waiting for the answer to the command", kLimit, [&] {
-    return operation->ConfigUdisks2Command(given.vmId, given.source, given.command);
-  });
+void runStorageCommand(const Output& output, const StorageCommand& given) {
+  Operation operation("ConfigUdisks2Command", given.vmId,
+                      Json{{"source", given.source}, {"command", given.command}});
+  const int status = operation.callSlowly("waiting for the answer to the command",
+                                          &qx::VelProxy::ConfigUdisks2Command, given.vmId,
+                                          given.source, given.command);
   operation.finish(output, status,
                    "command " + std::to_string(given.command) + " done for the storage of source " +
                        std::to_string(given.source));
 }
 
 void addSource(const ParserCommand& command, unsigned long long& source) {
-  addNumber(command, "source", source, "Id of the device's source").required();
+  addNumber(command, "source", source, "Source id of the device").required();
 }
 
-Added<Choice> addChoice(CommandLine& commandLine, const ParserCommand& group,
-                        const std::string& name, const std::string& help,
-                        void (*run)(const Output&, const Choice&)) {
-  const Added<Choice> added = addCommand(commandLine, group, name, help, run);
-  const auto [command, choice] = added;
-  addSource(command, choice.source);
-  addNumber(command, "--type", choice.type, "Type of the device, in the service's numbers [0]");
-  addNumber(command, "--auto-connect", choice.autoConnect,
-            "Whether it is attached by itself next time, in the service's numbers [0]");
-  addNumber(command, "--popup", choice.popup,
-            "Whether its card pops up next time, in the service's numbers [0]");
+Added<Configuration> addConfiguration(CommandLine& commandLine, const ParserCommand& group,
+                                      const std::string& name, const std::string& help,
+                                      void (*run)(const Output&, const Configuration&)) {
+  const Added<Configuration> added = addCommand(commandLine, group, name, help, run);
+  const auto [command, given] = added;
+  addSource(command, given.source);
+  addNumber(command, "--type", given.type, "Type of the device (a number of the service) [0]");
+  addNumber(command, "--auto-connect", given.autoConnect,
+            "Whether to attach it automatically next time (a number of the service) [0]");
+  addNumber(command, "--popup", given.popup,
+            "Whether to show its card next time (a number of the service) [0]");
   return added;
 }
 
@@ -85,18 +79,18 @@ Added<Choice> addChoice(CommandLine& commandLine, const ParserCommand& group,
 
 void addNewDeviceCommands(CommandLine& commandLine) {
   const ParserCommand group =
-      commandLine.group("new-device", "What is to become of a device that was plugged in");
+      commandLine.group("new-device", "Configure a newly plugged-in device");
 
-  const auto [connectCommand, choice] = addChoice(
-      commandLine, group, "connect", "Attach a new device to a VM (takes up to 10 s)", connect);
-  addVm(connectCommand, choice.vmId).required();
-  addChoice(commandLine, group, "ignore", "Leave a new device alone", ignore);
+  const auto [connectCommand, configuration] = addConfiguration(
+      commandLine, group, "connect", "Attach the device to a VM (takes up to 10 s)", connect);
+  addVm(connectCommand, configuration.vmId).required();
+  addConfiguration(commandLine, group, "ignore", "Ignore the device", ignore);
 
   const auto [command, given] =
       addCommand(commandLine, group, "storage",
-                 "Give a command for a storage device (takes up to 10 s)", storage);
+                 "Run a command for a storage device (takes up to 10 s)", runStorageCommand);
   addSource(command, given.source);
-  addNumber(command, "command", given.command, "The command, in the service's numbers").required();
+  addNumber(command, "command", given.command, "The command (a number of the service)").required();
   addVm(command, given.vmId).required();
 }
 

@@ -1,10 +1,11 @@
-// velctl pen: what a pen does, on its port. This needs no bus.
+// velctl pen: pen input on a pen port. Needs no bus.
 
 #include <algorithm>
 #include <chrono>
 #include <string>
 #include <vector>
 
+#include "base/text.h"
 #include "pen/pen_frame.h"
 #include "pen/port_socket.h"
 #include "pen/stroke_file.h"
@@ -28,16 +29,12 @@ constexpr char kPortName[] = "velctl.space.port.2";
 constexpr int kTabletInput = 0;
 constexpr int kOwnPosition = -1;
 
-struct Given {
+struct ReplayArguments {
   std::string file;
   std::string port;
   bool isAtOnce = false;
   unsigned int waitSeconds = 5;
 };
-
-std::string counted(std::size_t number, const std::string& what) {
-  return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
-}
 
 std::vector<stroke::Event> eventsIn(const std::string& file) {
   try {
@@ -47,10 +44,10 @@ std::vector<stroke::Event> eventsIn(const std::string& file) {
   }
 }
 
-// A stroke on its way through the library to the port.
+// Sends a stroke through the library to the port.
 class Replay {
  public:
-  Replay(const Given& given, std::vector<stroke::Event> events)
+  Replay(const ReplayArguments& given, std::vector<stroke::Event> events)
       : given_(given),
         events_(std::move(events)),
         connection_(given.port, std::chrono::seconds(given.waitSeconds),
@@ -71,9 +68,9 @@ class Replay {
   // Throws Failure and Interrupted.
   void connect() {
     connection_.connect();
-    const std::chrono::seconds patience(given_.waitSeconds);
-    const bool isKnown = withElapsedTime("waiting for the device number of the pen", patience, [&] {
-      return connection_.waitFor([this] { return devId_ != 0; }, Clock::now() + patience);
+    const std::chrono::seconds limit(given_.waitSeconds);
+    const bool isKnown = withElapsedTime("waiting for the device number of the pen", limit, [&] {
+      return connection_.waitFor([this] { return devId_ != 0; }, Clock::now() + limit);
     });
     if (!isKnown) {
       throw Failure(kExitNoAnswer, given_.port +
@@ -89,7 +86,7 @@ class Replay {
     Clock::time_point due = Clock::now();
     for (const stroke::Event& event : events_) {
       due += std::chrono::milliseconds(given_.isAtOnce ? 0 : event.ms);
-      // A far end that has closed the port is noticed here.
+      // Fails when the far end has closed the port.
       connection_.waitFor([] { return false; }, due);
       send(event);
       connection_.flush();
@@ -98,7 +95,7 @@ class Replay {
     connection_.waitFor([] { return false; }, Clock::now());
   }
 
-  // A far end that is told nothing more would have the pen pressed for ever.
+  // Ends the stroke: for the far end the pen would remain pressed.
   void lift() {
     if (!isDown_) {
       return;
@@ -113,7 +110,7 @@ class Replay {
   }
 
   std::string text() const {
-    return given_.file + ": " + counted(sent_, "frame") + " sent to " + given_.port +
+    return given_.file + ": " + base::counted(sent_, "frame") + " sent to " + given_.port +
            " for device " + std::to_string(devId_);
   }
 
@@ -125,9 +122,8 @@ class Replay {
             {"frames", sent_}};
   }
 
-  // How far it has come.
   std::string progress() const {
-    return counted(sent_, "frame") + " sent of " + std::to_string(events_.size());
+    return base::counted(sent_, "frame") + " sent of " + std::to_string(events_.size());
   }
 
  private:
@@ -145,41 +141,41 @@ class Replay {
     last_ = event;
   }
 
-  const Given& given_;
+  const ReplayArguments& given_;
   const std::vector<stroke::Event> events_;
   PortConnection connection_;
-  qx::VelProxy proxy_;  // of its own, and never connected: pen input needs no bus
+  qx::VelProxy proxy_;  // never connected: pen input needs no bus
   unsigned int devId_ = 0;
   bool isDown_ = false;
   stroke::Event last_;
-  std::size_t written_ = 0;  // frames that the library has made
-  std::size_t sent_ = 0;     // those that the port has taken
+  std::size_t written_ = 0;  // frames from the library
+  std::size_t sent_ = 0;     // frames that the port has taken
 };
 
 void play(const Output& output, Replay& replay) {
-  const std::string what = "pen replay: ";
+  const std::string prefix = "pen replay: ";
   try {
     replay.connect();
   } catch (const Interrupted&) {
-    throw Failure(kExitInterrupted, what + "interrupted before the stroke began");
+    throw Failure(kExitInterrupted, prefix + "interrupted before the stroke began");
   } catch (const Failure& failure) {
-    throw Failure(failure.code(), what + failure.what());
+    throw Failure(failure.code(), prefix + failure.what());
   }
   try {
     replay.play();
   } catch (const Interrupted&) {
     replay.lift();
     output.json(replay.json());
-    throw Failure(kExitInterrupted, what + "interrupted; " + replay.progress());
+    throw Failure(kExitInterrupted, prefix + "interrupted; " + replay.progress());
   } catch (const Failure& failure) {
     output.json(replay.json());
-    throw Failure(failure.code(), what + failure.what() + "; " + replay.progress());
+    throw Failure(failure.code(), prefix + failure.what() + "; " + replay.progress());
   }
   output.line(replay.text(), replay.json());
 }
 
-void replay(const Output& output, const Given& given) {
-  // The library opens its log when it connects to the bus, which is not done here.
+void replay(const Output& output, const ReplayArguments& given) {
+  // The library opens its log when it connects to the bus.
   pellamLogInit(GetAppDataPath().c_str());
   Replay replay(given, eventsIn(given.file));
   const Interruption interruption([&replay] { replay.interrupt(); });
@@ -189,21 +185,22 @@ void replay(const Output& output, const Given& given) {
 }  // namespace
 
 void addPenCommands(CommandLine& commandLine) {
-  const ParserCommand group =
-      commandLine.group("pen", "What a pen does, on its port; needs no service");
+  const ParserCommand group = commandLine.group("pen", "Pen input on a pen port; needs no service");
 
   const auto [command, given] =
-      addCommand(commandLine, group, "replay", "Play a recorded stroke on the pen port", replay);
-  command.addOption("file", given.file, "The stroke: an event per line, each a JSON object")
+      addCommand(commandLine, group, "replay", "Replay a recorded stroke on the pen port", replay);
+  command
+      .addOption("file", given.file,
+                 "File with the stroke: one JSON object per line, one event each")
       .required();
-  command.addOption("--port", given.port, "The port: path of a Unix stream socket")
+  command.addOption("--port", given.port, "Path of the port, a Unix stream socket")
       .required()
       .check(penport::pathFault)
       .typeName("PATH");
-  command.addFlag("--at-once", given.isAtOnce, "Leave out the pauses of the recording");
-  addNumber(command, "--wait", given.waitSeconds,
-            "Seconds that the port may take to give the pen a device number, or to take a frame "
-            "[5]");
+  command.addFlag("--at-once", given.isAtOnce, "Skip the pauses of the recording");
+  addNumber(
+      command, "--wait", given.waitSeconds,
+      "Seconds to wait for the device number of the pen, or until the port takes a frame [5]");
 }
 
 }  // namespace velctl

@@ -8,8 +8,10 @@
 #include <string_view>
 #include <vector>
 
+#include "base/result.h"
+#include "base/text.h"
+#include "vel/apps/local/velctl/arguments.h"
 #include "vel/apps/local/velctl/commands/commands.h"
-#include "vel/apps/local/velctl/numbers.h"
 #include "vel/apps/local/velctl/operation.h"
 
 namespace velctl {
@@ -20,7 +22,7 @@ struct Pipes {
   std::vector<std::string> descriptions;
 };
 
-// What stands before the next comma; the rest stays in text.
+// Removes the text up to the next comma, and returns it.
 std::string_view cutField(std::string_view& text) {
   const std::size_t comma = text.find(',');
   const std::string_view field = text.substr(0, comma);
@@ -37,68 +39,61 @@ bool copyName(char (&to)[size], std::string_view name) {
   return true;
 }
 
-// Reads HANDLE[,NAME1[,NAME2]]. What is wrong with it, or an empty text.
-std::string parsePipe(std::string_view description, _CHANNEL_HANDLE* pipe) {
+// HANDLE[,NAME1[,NAME2]]
+base::Result<_CHANNEL_HANDLE> parsePipe(std::string_view description) {
   constexpr unsigned long long kMost = std::numeric_limits<unsigned long long>::max();
   const std::string whole(description);
-  const std::optional<unsigned long long> handle = readNumber(cutField(description), kMost);
+  const std::optional<unsigned long long> handle = base::parseNumber(cutField(description), kMost);
   if (!handle) {
-    return whole + ": the handle " + notANumber(kMost);
+    return base::Failed{whole + ": the handle " + numberRule(kMost)};
   }
-  pipe->handle = *handle;
+  _CHANNEL_HANDLE pipe;
+  pipe.handle = *handle;
   const std::string_view name1 = cutField(description);
-  if (!copyName(pipe->name1, name1) || !copyName(pipe->name2, description)) {
-    return whole + ": a name has at most 127 bytes";
+  if (!copyName(pipe.name1, name1) || !copyName(pipe.name2, description)) {
+    return base::Failed{whole + ": a name has at most 127 bytes"};
   }
-  return {};
+  return pipe;
 }
 
 std::list<_CHANNEL_HANDLE> handlesOf(const Pipes& pipes) {
   std::list<_CHANNEL_HANDLE> handles;
   for (const std::string& description : pipes.descriptions) {
-    handles.emplace_back();
+    handles.push_back(*parsePipe(description));
     handles.back().vmId = pipes.vmId;
-    parsePipe(description, &handles.back());
   }
   return handles;
 }
 
-std::string counted(std::size_t count) {
-  return std::to_string(count) + (count == 1 ? " pipe " : " pipes ");
-}
-
 void create(const Output& output, const Pipes& pipes) {
-  const Operation operation("createPipe", pipes.vmId);
-  operation.finish(output, operation->CreatePipe(pipes.vmId, handlesOf(pipes)),
-                   counted(pipes.descriptions.size()) + "created");
+  Operation operation("createPipe", pipes.vmId);
+  const unsigned int status =
+      operation.call(&qx::VelProxy::CreatePipe, pipes.vmId, handlesOf(pipes));
+  operation.finish(output, status, base::counted(pipes.descriptions.size(), "pipe") + " created");
 }
 
 void destroy(const Output& output, const Pipes& pipes) {
-  const Operation operation("destroyPipe", pipes.vmId);
-  operation.finish(output, operation->DestroyPipe(pipes.vmId, handlesOf(pipes)),
-                   counted(pipes.descriptions.size()) + "destroyed");
+  Operation operation("destroyPipe", pipes.vmId);
+  const unsigned int status =
+      operation.call(&qx::VelProxy::DestroyPipe, pipes.vmId, handlesOf(pipes));
+  operation.finish(output, status, base::counted(pipes.descriptions.size(), "pipe") + " destroyed");
 }
 
-void add(CommandLine& commandLine, const ParserCommand& group, const std::string& name,
-         const std::string& help, void (*run)(const Output&, const Pipes&)) {
-  const auto pipes = std::make_shared<Pipes>();
-  const ParserCommand command = commandLine.command(
-      group, name, help, [run, pipes](const Output& output) { run(output, *pipes); });
-  command.addOption("vm", pipes->vmId, "Name of the VM; \"\" is this machine").required();
-  command.addOption("pipe", pipes->descriptions, "HANDLE[,NAME1[,NAME2]]")
+void addPipeCommand(CommandLine& commandLine, const ParserCommand& group, const std::string& name,
+                    const std::string& help, void (*run)(const Output&, const Pipes&)) {
+  const auto [command, pipes] = addCommand(commandLine, group, name, help, run);
+  command.addOption("vm", pipes.vmId, kVmHelp).required();
+  command.addOption("pipe", pipes.descriptions, "HANDLE[,NAME1[,NAME2]]")
       .required()
-      .check([](const std::string& description) {
-        _CHANNEL_HANDLE pipe;
-        return parsePipe(description, &pipe);
-      });
+      .check([](const std::string& description) { return parsePipe(description).reason(); });
 }
 
 }  // namespace
 
 void addPipeCommands(CommandLine& commandLine) {
   const ParserCommand group = commandLine.group("pipe", "Data pipes of VM sessions");
-  add(commandLine, group, "create", "Open pipes", create);
-  add(commandLine, group, "destroy", "Close pipes", destroy);
+  addPipeCommand(commandLine, group, "create", "Open pipes", create);
+  addPipeCommand(commandLine, group, "destroy", "Close pipes", destroy);
 }
 
 }  // namespace velctl

@@ -1,4 +1,5 @@
-// velctl policy: how the service treats devices, by number, by type, or by USB vendor and product.
+// velctl policy: the service's policies for devices, by number, by type, or by USB vendor and
+// product id.
 
 #include <algorithm>
 #include <cstring>
@@ -23,20 +24,26 @@ struct LocalPolicy {
   std::optional<std::string> text;
 };
 
-// The name and the text that the service has for the device now.
+// The record with the present name and text of a device.
 CommonDevice presentRecord(unsigned short number) {
-  const Operation operation("getDeviceStatus", Json{{"device", number}});
-  const OwnedRecords<CommonDevice> devices(operation->GetDeviceStatus(number));
+  constexpr std::size_t kFixedPart = offsetof(CommonDevice, vmIdText);
+  Operation operation("getDeviceStatus", Json{{"device", number}});
+  const Devices devices = callForRecords(operation, &qx::VelProxy::GetDeviceStatus, number);
   operation.check();
-  const auto found = std::find_if(devices.begin(), devices.end(), [number](const auto* device) {
+  const auto found = std::find_if(devices.begin(), devices.end(), [number](const auto& device) {
     return device->devNumber == number;
   });
   if (found == devices.end()) {
-    operation.failRefused("that it has none; velctl device list shows those it has");
+    operation.failRefused("the service has no such device; velctl device list shows its devices");
+  }
+  // Texts that the service has not sent would be sent back to it as empty ones.
+  if (found->length() < kFixedPart) {
+    operation.failWithoutAnswer("the record of the device has " + std::to_string(found->length()) +
+                                " of " + std::to_string(kFixedPart) +
+                                " bytes; give --name and --text");
   }
   CommonDevice record = {};
-  // The fixed part is all that there may be.
-  std::memcpy(static_cast<void*>(&record), *found, offsetof(CommonDevice, vmIdText));
+  std::memcpy(static_cast<void*>(&record), &**found, kFixedPart);
   return record;
 }
 
@@ -59,31 +66,36 @@ void setLocal(const Output& output, const LocalPolicy& policy) {
     record = presentRecord(policy.device);
     fill(record, policy);
   }
-  const Operation operation("setLocalPolicy",
-                            Json{{"device", policy.device}, {"policy", policy.policy}});
+  Operation operation("setLocalPolicy", Json{{"device", policy.device}, {"policy", policy.policy}});
+  const int status = operation.call(&qx::VelProxy::SetDeviceLocalPolicy, &record);
   operation.finish(
-      output, operation->SetDeviceLocalPolicy(&record),
+      output, status,
       "device " + std::to_string(policy.device) + " has policy " + std::to_string(policy.policy));
 }
 
 // --- A type of device ----------------------------------------------------------------------------
+
+struct DeviceType {
+  unsigned short type = 0;
+};
+
+void getAutoConnect(const Output& output, const DeviceType& given) {
+  Operation operation("getAutoConnect", Json{{"type", given.type}});
+  const int value = operation.call(&qx::VelProxy::GetAutoConnect, given.type);
+  operation.finishWith(output, std::to_string(value), Json{{"value", value}});
+}
 
 struct AutoConnect {
   unsigned short type = 0;
   unsigned short value = 0;
 };
 
-void getAutoConnect(const Output& output, const AutoConnect& asked) {
-  const Operation operation("getAutoConnect", Json{{"type", asked.type}});
-  const int value = operation->GetAutoConnect(asked.type);
-  operation.finishWith(output, std::to_string(value), Json{{"value", value}});
-}
-
-void setAutoConnect(const Output& output, const AutoConnect& wanted) {
-  const Operation operation("setAutoConnect", Json{{"type", wanted.type}, {"value", wanted.value}});
-  operation.finish(output, operation->SetAutoConnect(wanted.type, wanted.value),
-                   "auto-connect of type " + std::to_string(wanted.type) + " is " +
-                       std::to_string(wanted.value));
+void setAutoConnect(const Output& output, const AutoConnect& setting) {
+  Operation operation("setAutoConnect", Json{{"type", setting.type}, {"value", setting.value}});
+  const int status = operation.call(&qx::VelProxy::SetAutoConnect, setting.type, setting.value);
+  operation.finish(output, status,
+                   "auto-connect of type " + std::to_string(setting.type) + " is " +
+                       std::to_string(setting.value));
 }
 
 // --- A USB vendor and product --------------------------------------------------------------------
@@ -94,29 +106,39 @@ struct Property {
   int value = 0;
 };
 
-// The library takes a type too, and does not send it.
+// The getters of the library take a type too, and do not send it.
 constexpr unsigned short kNoType = 0;
 
 void getProperty(const Output& output, const UsbId& id) {
-  const Operation operation("getDevicePropertyWithVidPid", Json{{"usbId", shown(id)}});
-  const int value = operation->GetDevicePropertyWithVidPid(id.vendor, id.product, kNoType);
+  Operation operation("getDevicePropertyWithVidPid", Json{{"usbId", toText(id)}});
+  const int value =
+      operation.call(&qx::VelProxy::GetDevicePropertyWithVidPid, id.vendor, id.product, kNoType);
   operation.finishWith(output, std::to_string(value), Json{{"value", value}});
 }
 
 void getLocalProperty(const Output& output, const UsbId& id) {
-  const Operation operation("getLocalDevicePropertyWithVidPid", Json{{"usbId", shown(id)}});
-  const int value = operation->GetLocalDevicePropertyWithVidPid(id.vendor, id.product, kNoType);
+  Operation operation("getLocalDevicePropertyWithVidPid", Json{{"usbId", toText(id)}});
+  const int value = operation.call(&qx::VelProxy::GetLocalDevicePropertyWithVidPid, id.vendor,
+                                   id.product, kNoType);
   operation.finishWith(output, std::to_string(value), Json{{"value", value}});
 }
 
 void setProperty(const Output& output, const Property& property) {
-  const Operation operation(
+  const UsbId& id = property.id;
+  Operation operation(
       "setDevicePropertyWithVidPid",
-      Json{{"usbId", shown(property.id)}, {"type", property.type}, {"value", property.value}});
-  operation.finish(output,
-                   operation->SetDevicePropertyWithVidPid(property.id.vendor, property.id.product,
-                                                          property.type, property.value),
-                   "property of " + shown(property.id) + " is " + std::to_string(property.value));
+      Json{{"usbId", toText(id)}, {"type", property.type}, {"value", property.value}});
+  const int status = operation.call(&qx::VelProxy::SetDevicePropertyWithVidPid, id.vendor,
+                                    id.product, property.type, property.value);
+  operation.finish(output, status,
+                   "property of " + toText(id) + " is " + std::to_string(property.value));
+}
+
+void getTurbo(const Output& output, const UsbId& id) {
+  Operation operation("getTurboConfigWithVidPid", Json{{"usbId", toText(id)}});
+  const std::string config =
+      operation.call(&qx::VelProxy::GetTurboConfigWithVidPid, id.vendor, id.product);
+  operation.finishWith(output, printableLines(config), Json{{"config", jsonText(config)}});
 }
 
 struct Turbo {
@@ -124,57 +146,57 @@ struct Turbo {
   std::string config;
 };
 
-void getTurbo(const Output& output, const UsbId& id) {
-  const Operation operation("getTurboConfigWithVidPid", Json{{"usbId", shown(id)}});
-  const std::string config = operation->GetTurboConfigWithVidPid(id.vendor, id.product);
-  operation.finishWith(output, printableLines(config), Json{{"config", jsonText(config)}});
-}
-
 void setTurbo(const Output& output, const Turbo& turbo) {
+  const UsbId& id = turbo.id;
   const std::string config = textOrStandardInput(turbo.config);
-  const Operation operation("setTurboConfigWithVidPid", Json{{"usbId", shown(turbo.id)}});
-  operation.finish(output,
-                   operation->SetTurboConfigWithVidPid(turbo.id.vendor, turbo.id.product, config),
-                   "turbo configuration of " + shown(turbo.id) + " has " +
-                       std::to_string(config.size()) + " bytes");
+  Operation operation("setTurboConfigWithVidPid", Json{{"usbId", toText(id)}});
+  const int status =
+      operation.call(&qx::VelProxy::SetTurboConfigWithVidPid, id.vendor, id.product, config);
+  operation.finish(
+      output, status,
+      "turbo configuration of " + toText(id) + " has " + std::to_string(config.size()) + " bytes");
 }
 
-// --- All -----------------------------------------------------------------------------------------
+// --- All devices ---------------------------------------------------------------------------------
 
 void list(const Output& output) {
-  const Operation operation("getPolicyListByVidPid");
-  const OwnedRecords<CommonVidPidPolicy> policies(operation->GetPolicyListByVidPid());
-  // What a policy says is between the service and its configuration.
-  operation.finishWith(output, std::to_string(policies.size()),
-                       Json{{"policies", policies.size()}});
+  Operation operation("getPolicyListByVidPid");
+  // The content is between the service and its configuration.
+  const auto policies = operation.call(&qx::VelProxy::GetPolicyListByVidPid);
+  const std::size_t count = policies.size();
+  operation.proxy().FreePolicyList(policies);
+  operation.finishWith(output, std::to_string(count), Json{{"policies", count}});
 }
 
 void reset(const Output& output) {
-  const Operation operation("resetAllDeviceProperty");
-  operation.finish(output, operation->ResetAllDeviceProperty(), "all properties reset");
+  Operation operation("resetAllDeviceProperty");
+  const int status = operation.call(&qx::VelProxy::ResetAllDeviceProperty);
+  operation.finish(output, status, "all properties reset");
 }
 
+// --- Commands ------------------------------------------------------------------------------------
+
 void addType(const ParserCommand& command, unsigned short& type) {
-  addNumber(command, "type", type, "Type of device, in the service's numbers").required();
+  addNumber(command, "type", type, "Type of device (a number of the service)").required();
 }
 
 void addDevicePolicies(CommandLine& commandLine, const ParserCommand& group) {
-  const auto [command, policy] = addCommand(
-      commandLine, group, "local", "Set the local policy of a device of this machine", setLocal);
+  const auto [command, policy] =
+      addCommand(commandLine, group, "local", "Set the local policy of a device", setLocal);
   addNumber(command, "device", policy.device, "Number of the device").required();
-  command.addOption("policy", policy.policy, "The policy, in the service's numbers").required();
-  command.addOption("--name", policy.name, "Name of the device (default: as it is)");
-  command.addOption("--text", policy.text, "Text of the policy (default: as it is)");
+  command.addOption("policy", policy.policy, "The policy (a number of the service)").required();
+  command.addOption("--name", policy.name, "New name of the device (default: unchanged)");
+  command.addOption("--text", policy.text, "New text of the policy (default: unchanged)");
 }
 
 void addAutoConnect(CommandLine& commandLine, const ParserCommand& policies) {
   const ParserCommand group =
-      policies.addGroup("auto-connect", "Whether devices of a type are attached by themselves");
+      policies.addGroup("auto-connect", "Automatic attachment of devices by their type");
   const auto get = addCommand(commandLine, group, "get", "Show the setting", getAutoConnect);
   addType(get.command, get.arguments.type);
   const auto set = addCommand(commandLine, group, "set", "Change the setting", setAutoConnect);
   addType(set.command, set.arguments.type);
-  addNumber(set.command, "value", set.arguments.value, "The setting, in the service's numbers")
+  addNumber(set.command, "value", set.arguments.value, "The setting (a number of the service)")
       .required();
 }
 
@@ -184,12 +206,12 @@ void addProperties(CommandLine& commandLine, const ParserCommand& policies) {
   const auto get = addCommand(commandLine, group, "get", "Show a property", getProperty);
   addUsbId(get.command, get.arguments);
   const auto local =
-      addCommand(commandLine, group, "local", "Show a property on this machine", getLocalProperty);
+      addCommand(commandLine, group, "local", "Show a property of this machine", getLocalProperty);
   addUsbId(local.command, local.arguments);
   const auto set = addCommand(commandLine, group, "set", "Change a property", setProperty);
   addUsbId(set.command, set.arguments.id);
   addType(set.command, set.arguments.type);
-  set.command.addOption("value", set.arguments.value, "The property, in the service's numbers")
+  set.command.addOption("value", set.arguments.value, "The property (a number of the service)")
       .required();
 }
 
@@ -209,10 +231,11 @@ void addTurbo(CommandLine& commandLine, const ParserCommand& policies) {
 }  // namespace
 
 void addPolicyCommands(CommandLine& commandLine) {
-  const ParserCommand group = commandLine.group("policy", "How the service treats devices");
+  const ParserCommand group = commandLine.group("policy", "Policies for devices");
   commandLine.command(
       group, "list",
-      "Count the policies by USB vendor and product id; their content is the service's", list);
+      "Count the policies by USB vendor and product id; only the service knows their content",
+      list);
   addDevicePolicies(commandLine, group);
   addAutoConnect(commandLine, group);
   addProperties(commandLine, group);

@@ -1,4 +1,4 @@
-// velctl printer network: printers of the network.
+// velctl printer network: network printers.
 
 #include <optional>
 #include <string>
@@ -12,17 +12,18 @@
 namespace velctl {
 namespace {
 
-// The library sends nothing for an empty text here.
-void refuseEmpty(const std::string& method, const std::string& name, const std::string& text) {
+// The library refuses empty texts here. So does velctl, which knows what each text is.
+void refuseEmpty(const std::string& method, const std::string& meaning, const std::string& text) {
   if (text.empty()) {
-    throw Failure(kExitUsage, method + ": the " + name + " is empty; give at least one character");
+    throw Failure(kExitUsage,
+                  method + ": the " + meaning + " is empty; give at least one character");
   }
 }
 
 void list(const Output& output) {
-  const Operation operation("getNetworkPrinterList");
-  const OwnedRecords<CommonDevice> printers(operation->GetNetworkPrinterList());
-  finishDevices(output, operation, "printers", printers);
+  Operation operation("getNetworkPrinterList");
+  finishDevices(output, operation, "printers",
+                callForRecords(operation, &qx::VelProxy::GetNetworkPrinterList));
 }
 
 struct NewPrinter {
@@ -39,57 +40,61 @@ void add(const Output& output, const NewPrinter& added) {
     details["name"] = jsonText(*added.name);
     details["extra"] = jsonText(added.extra);
   }
-  const Operation operation("addNetworkPrinter", details);
-  const int status = added.name
-                         ? operation->AddNetworkPrinter(added.address, *added.name, added.extra)
-                         : operation->AddNetworkPrinter(added.address.c_str());
-  operation.finish(output, status, inQuotes(added.address) + " added");
+  Operation operation("addNetworkPrinter", details);
+  const int status = operation.call([&added](qx::VelProxy& proxy) {
+    return added.name ? proxy.AddNetworkPrinter(added.address, *added.name, added.extra)
+                      : proxy.AddNetworkPrinter(added.address.c_str());
+  });
+  operation.finish(output, status, printableInQuotes(added.address) + " added");
 }
 
-struct Deleted {
+struct PrinterName {
   std::string name;
 };
 
-void remove(const Output& output, const Deleted& deleted) {
-  const Operation operation("deleteNetworkPrinter", Json{{"name", jsonText(deleted.name)}});
-  operation.finish(output, operation->DeleteNetworkPrinter(deleted.name),
-                   inQuotes(deleted.name) + " deleted");
+void remove(const Output& output, const PrinterName& removed) {
+  Operation operation("deleteNetworkPrinter", Json{{"name", jsonText(removed.name)}});
+  const int status = operation.call(&qx::VelProxy::DeleteNetworkPrinter, removed.name);
+  operation.finish(output, status, printableInQuotes(removed.name) + " deleted");
 }
 
-struct Renamed {
+struct Renaming {
   std::string oldName;
   std::string newName;
 };
 
-void rename(const Output& output, const Renamed& renamed) {
-  refuseEmpty("renameNetworkPrinter", "old name", renamed.oldName);
-  refuseEmpty("renameNetworkPrinter", "new name", renamed.newName);
-  const Operation operation("renameNetworkPrinter", Json{{"oldName", jsonText(renamed.oldName)},
-                                                         {"newName", jsonText(renamed.newName)}});
-  operation.finish(output, operation->RenameNetworkPrinter(renamed.oldName, renamed.newName),
-                   inQuotes(renamed.oldName) + " is now " + inQuotes(renamed.newName));
+void rename(const Output& output, const Renaming& renaming) {
+  refuseEmpty("renameNetworkPrinter", "old name", renaming.oldName);
+  refuseEmpty("renameNetworkPrinter", "new name", renaming.newName);
+  Operation operation("renameNetworkPrinter", Json{{"oldName", jsonText(renaming.oldName)},
+                                                   {"newName", jsonText(renaming.newName)}});
+  const int status =
+      operation.call(&qx::VelProxy::RenameNetworkPrinter, renaming.oldName, renaming.newName);
+  operation.finish(
+      output, status,
+      printableInQuotes(renaming.oldName) + " is now " + printableInQuotes(renaming.newName));
 }
 
 }  // namespace
 
 void addNetworkPrinterCommands(CommandLine& commandLine, const ParserCommand& printers) {
-  const ParserCommand group = printers.addGroup("network", "Printers of the network");
+  const ParserCommand group = printers.addGroup("network", "Network printers");
   commandLine.command(group, "list", "List the network printers", list);
 
-  const auto [addCommandLine, added] =
+  const auto [addition, added] =
       addCommand(commandLine, group, "add", "Add a network printer", add);
-  addCommandLine.addOption("address", added.address, "Its address").required();
-  addCommandLine.addOption("name", added.name, "Its name (default: the library's)");
-  addCommandLine.addOption("extra", added.extra, "What the service needs besides");
+  addition.addOption("address", added.address, "Address of the printer").required();
+  addition.addOption("name", added.name, "Name of the printer (default: the library's)");
+  addition.addOption("extra", added.extra, "Further text for the service");
 
-  const auto [deleteCommand, deleted] =
+  const auto [removal, removed] =
       addCommand(commandLine, group, "delete", "Delete a network printer", remove);
-  deleteCommand.addOption("name", deleted.name, "Its name").required();
+  removal.addOption("name", removed.name, "Name of the printer").required();
 
-  const auto [renameCommand, renamed] =
+  const auto [renamingCommand, renaming] =
       addCommand(commandLine, group, "rename", "Rename a network printer", rename);
-  renameCommand.addOption("old", renamed.oldName, "Its name until now").required();
-  renameCommand.addOption("new", renamed.newName, "Its name from now on").required();
+  renamingCommand.addOption("old", renaming.oldName, "Present name of the printer").required();
+  renamingCommand.addOption("new", renaming.newName, "New name of the printer").required();
 }
 
 }  // namespace velctl

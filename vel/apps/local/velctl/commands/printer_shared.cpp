@@ -4,17 +4,22 @@
 #include <string>
 #include <vector>
 
+#include "base/printable.h"
+#include "base/text.h"
 #include "vel/apps/local/velctl/arguments.h"
+#include "vel/apps/local/velctl/background.h"
 #include "vel/apps/local/velctl/commands/printer_groups.h"
 #include "vel/apps/local/velctl/elapsed_time.h"
 #include "vel/apps/local/velctl/failure.h"
+#include "vel/apps/local/velctl/inbox.h"
+#include "vel/apps/local/velctl/interruption.h"
 #include "vel/apps/local/velctl/operation.h"
 #include "vel/apps/local/velctl/records.h"
 
 namespace velctl {
 namespace {
 
-constexpr std::chrono::seconds kSearchLimit{10};
+constexpr char kSearch[] = "searchSharePrinter";
 constexpr std::size_t kTextsPerPrinter = 3;
 
 _SharePrinterDevice printerOf(const std::string& address, const std::string& name,
@@ -32,43 +37,77 @@ Json toJson(const _SharePrinterDevice& printer) {
           {"description", jsonText(textIn(printer.desc))}};
 }
 
-struct Search {
+// --- Search --------------------------------------------------------------------------------------
+
+struct Address {
   std::string address;
 };
 
-void search(const Output& output, const Search& search) {
-  if (!qx::checkIpAddr(search.address)) {
-    throw Failure(kExitUsage, "searchSharePrinter: " + inQuotes(search.address) +
+// Asks the service and writes nothing yet: the search may have been given up meanwhile.
+using WriteResult = std::function<void(const Output&)>;
+
+WriteResult searchAt(const std::string& address) {
+  const auto operation = std::make_shared<Operation>(kSearch, Json{{"address", address}});
+  std::list<_SharePrinterDevice> found;
+  const int status = operation->call(&qx::VelProxy::SearchSharePrinterDevice, address, found);
+  return [operation, found, status](const Output& output) {
+    if (status != 0) {
+      operation->finish(output, status, "");
+    }
+    Json elements = Json::array();
+    Table table({"ADDRESS", "NAME", "DESCRIPTION"});
+    for (const _SharePrinterDevice& printer : found) {
+      elements.push_back(toJson(printer));
+      table.add({base::printable(textIn(printer.addr)), base::printable(textIn(printer.name)),
+                 base::printable(textIn(printer.desc))});
+    }
+    operation->finishList(output, "printers", elements, table.text());
+  };
+}
+
+// The service goes on with a search that nobody waits for.
+void stopSearch() {
+  // The search holds the call mutex of the library's one instance, so this takes another.
+  qx::VelProxy proxy;
+  proxy.Init();
+  proxy.StopSearchSharePrinterDevice();
+}
+
+void search(const Output& output, const Address& given) {
+  if (!qx::checkIpAddr(given.address)) {
+    throw Failure(kExitUsage, std::string(kSearch) + ": " + printableInQuotes(given.address) +
                                   " is not an IPv4 address such as 10.0.0.7 or 10.0.0.7:631");
   }
-  const Operation operation("searchSharePrinter", Json{{"address", search.address}});
-  std::list<_SharePrinterDevice> found;
-  const int status = withElapsedTime("searching for shared printers", kSearchLimit, [&] {
-    return operation->SearchSharePrinterDevice(search.address, found);
-  });
-  if (status != 0) {
-    operation.finish(output, status, "");
+  struct Ended {};
+  const auto ends = std::make_shared<Inbox<Ended>>();
+  const Interruption interruption([ends] { ends->stop(); });
+  Background<WriteResult> request(
+      "search", [address = given.address] { return searchAt(address); },
+      [ends] { ends->addAlways({}); });
+  const bool hasEnded = withElapsedTime("searching for shared printers", timeLimitOf(kSearch),
+                                        [&ends] { return ends->next().has_value(); });
+  if (!hasEnded) {
+    stopSearch();
+    throw Failure(kExitInterrupted, std::string(kSearch) + " " + printableInQuotes(given.address) +
+                                        ": interrupted; the service was asked to stop the search");
   }
-  Json elements = Json::array();
-  Table table({"ADDRESS", "NAME", "DESCRIPTION"});
-  for (const _SharePrinterDevice& printer : found) {
-    elements.push_back(toJson(printer));
-    table.add({printable(textIn(printer.addr)), printable(textIn(printer.name)),
-               printable(textIn(printer.desc))});
-  }
-  operation.finishList(output, "printers", elements, table.text());
+  request.get()(output);
 }
 
 void stop(const Output& output) {
-  const Operation operation("stopSearchSharePrinter");
-  operation.finish(output, operation->StopSearchSharePrinterDevice(), "search stopped");
+  Operation operation("stopSearchSharePrinter");
+  const int status = operation.call(&qx::VelProxy::StopSearchSharePrinterDevice);
+  operation.finish(output, status, "search stopped");
 }
 
-struct Texts {
+// --- Shared printers on this machine -------------------------------------------------------------
+
+// Address, name and description of each printer, one after the other.
+struct NewPrinters {
   std::vector<std::string> texts;
 };
 
-void add(const Output& output, const Texts& added) {
+void add(const Output& output, const NewPrinters& added) {
   if (added.texts.size() % kTextsPerPrinter != 0) {
     throw Failure(kExitUsage,
                   "addSharePrinter: each printer needs an address, a name and a description; "
@@ -80,23 +119,22 @@ void add(const Output& output, const Texts& added) {
     printers.push_back(printerOf(added.texts[i], added.texts[i + 1], added.texts[i + 2]));
     elements.push_back(toJson(printers.back()));
   }
-  const Operation operation("addSharePrinter", Json{{"printers", elements}});
-  operation.finish(output, operation->AddSharePrinterDevice(printers),
-                   std::to_string(printers.size()) +
-                       (printers.size() == 1 ? " printer" : " printers") + " added");
+  Operation operation("addSharePrinter", Json{{"printers", elements}});
+  const int status = operation.call(&qx::VelProxy::AddSharePrinterDevice, printers);
+  operation.finish(output, status, base::counted(printers.size(), "printer") + " added");
 }
 
-struct Deleted {
+struct SharedPrinter {
   std::string address;
   std::string name;
 };
 
-void remove(const Output& output, const Deleted& deleted) {
-  _SharePrinterDevice printer = printerOf(deleted.address, deleted.name, "");
-  const Operation operation("deleteSharePrinter", Json{{"address", jsonText(deleted.address)},
-                                                       {"name", jsonText(deleted.name)}});
-  operation.finish(output, operation->DeleteSharePrinterDevice(printer),
-                   inQuotes(deleted.name) + " deleted");
+void remove(const Output& output, const SharedPrinter& removed) {
+  _SharePrinterDevice printer = printerOf(removed.address, removed.name, "");
+  Operation operation("deleteSharePrinter", Json{{"address", jsonText(removed.address)},
+                                                 {"name", jsonText(removed.name)}});
+  const int status = operation.call(&qx::VelProxy::DeleteSharePrinterDevice, printer);
+  operation.finish(output, status, printableInQuotes(removed.name) + " deleted");
 }
 
 }  // namespace
@@ -107,21 +145,22 @@ void addSharedPrinterCommands(CommandLine& commandLine, const ParserCommand& pri
   const auto [searchCommand, searched] =
       addCommand(commandLine, group, "search",
                  "List the printers that a machine shares (takes up to 10 s)", search);
-  searchCommand.addOption("address", searched.address, "Its IPv4 address, with or without a port")
+  searchCommand
+      .addOption("address", searched.address, "IPv4 address of the machine, with or without a port")
       .required();
 
-  commandLine.command(group, "stop", "Stop the service's search, also one that was given up", stop);
+  commandLine.command(group, "stop", "Stop all searches of the service", stop);
 
-  const auto [addCommandLine, added] =
+  const auto [addition, added] =
       addCommand(commandLine, group, "add", "Add shared printers, as a search shows them", add);
-  addCommandLine.addOption("printers", added.texts, "Address, name and description of each")
+  addition.addOption("printers", added.texts, "Address, name and description of each printer")
       .required()
       .typeName("ADDRESS NAME DESCRIPTION");
 
-  const auto [deleteCommand, deleted] =
+  const auto [removal, removed] =
       addCommand(commandLine, group, "delete", "Delete a shared printer", remove);
-  deleteCommand.addOption("address", deleted.address, "Its address").required();
-  deleteCommand.addOption("name", deleted.name, "Its name").required();
+  removal.addOption("address", removed.address, "Address of the printer").required();
+  removal.addOption("name", removed.name, "Name of the printer").required();
 }
 
 }  // namespace velctl

@@ -1,4 +1,4 @@
-// velctl quality: figures on the quality of the stream.
+// velctl quality: reports on the quality of the stream.
 
 #include <optional>
 #include <string>
@@ -11,7 +11,7 @@
 namespace velctl {
 namespace {
 
-// The one type of report that carries a figure.
+// The only type of report with a figure.
 constexpr unsigned int kTypeWithFigure = 1;
 constexpr int kSent = 0;
 
@@ -21,20 +21,20 @@ struct Bandwidth {
   std::string vmId;
 };
 
-void bandwidth(const Output& output, const Bandwidth& figures) {
-  const Operation operation("setBwInfo", figures.vmId,
-                            Json{{"first", figures.first}, {"second", figures.second}});
-  operation->SetBwInfo(figures.vmId, figures.first, figures.second);
+void reportBandwidth(const Output& output, const Bandwidth& report) {
+  Operation operation("setBwInfo", report.vmId,
+                      Json{{"first", report.first}, {"second", report.second}});
+  operation.call(&qx::VelProxy::SetBwInfo, report.vmId, report.first, report.second);
   operation.finishSent(output, kSent, "bandwidth reported");
 }
 
-struct Rtc {
+struct RtcReport {
   unsigned int type = 0;
   std::optional<unsigned int> figure;
   std::string vmId;
 };
 
-void rtc(const Output& output, const Rtc& report) {
+void reportRtc(const Output& output, const RtcReport& report) {
   if (report.figure.has_value() != (report.type == kTypeWithFigure)) {
     throw Failure(kExitUsage, "setRtcQosInfo: type 1 needs a figure, and no other type has one");
   }
@@ -43,28 +43,29 @@ void rtc(const Output& output, const Rtc& report) {
   if (report.figure) {
     details["figure"] = figure;
   }
-  const Operation operation("setRtcQosInfo", report.vmId, details);
-  operation->SetRtcQosInfo(report.vmId, report.type, report.figure ? &figure : nullptr);
+  Operation operation("setRtcQosInfo", report.vmId, details);
+  operation.call(&qx::VelProxy::SetRtcQosInfo, report.vmId, report.type,
+                 report.figure ? &figure : nullptr);
   operation.finishSent(output, kSent, "quality reported");
 }
 
 }  // namespace
 
 void addQualityCommands(CommandLine& commandLine) {
-  const ParserCommand group = commandLine.group(
-      "quality", "Figures on the quality of the stream; their outcome is not told");
+  const ParserCommand group =
+      commandLine.group("quality", "Report the quality of the stream; the service does not answer");
 
-  const auto [bandwidthCommand, figures] =
-      addCommand(commandLine, group, "bandwidth", "Report two figures on the bandwidth", bandwidth);
-  addNumber(bandwidthCommand, "first", figures.first, "First figure").required();
-  addNumber(bandwidthCommand, "second", figures.second, "Second figure").required();
-  addVm(bandwidthCommand, figures.vmId).required();
+  const auto [bandwidthCommand, bandwidth] = addCommand(
+      commandLine, group, "bandwidth", "Report two figures on the bandwidth", reportBandwidth);
+  addNumber(bandwidthCommand, "first", bandwidth.first, "First figure").required();
+  addNumber(bandwidthCommand, "second", bandwidth.second, "Second figure").required();
+  addVm(bandwidthCommand, bandwidth.vmId).required();
 
-  const auto [rtcCommand, report] =
-      addCommand(commandLine, group, "rtc", "Report on real-time communication", rtc);
-  addNumber(rtcCommand, "type", report.type, "Type of the report").required();
-  addNumber(rtcCommand, "figure", report.figure, "The figure, for type 1 only");
-  addVm(rtcCommand, report.vmId).required();
+  const auto [rtcCommand, rtc] = addCommand(
+      commandLine, group, "rtc", "Report the quality of real-time communication", reportRtc);
+  addNumber(rtcCommand, "type", rtc.type, "Type of the report").required();
+  addNumber(rtcCommand, "figure", rtc.figure, "The figure, for type 1 only");
+  addVm(rtcCommand, rtc.vmId).required();
 }
 
 }  // namespace velctl

@@ -1,4 +1,4 @@
-// velctl reset: has the service forget what clients have done.
+// velctl reset: resets the service.
 
 #include "vel/apps/local/velctl/commands/commands.h"
 #include "vel/apps/local/velctl/operation.h"
@@ -7,14 +7,16 @@ namespace velctl {
 namespace {
 
 void reset(const Output& output) {
-  const Operation operation("resetService");
-  operation.finish(output, operation->ResetService(), "the service has been reset");
+  Operation operation("resetService");
+  const unsigned int status = operation.call(&qx::VelProxy::ResetService);
+  operation.finish(output, status, "the service has been reset");
 }
 
 }  // namespace
 
 void addResetCommand(CommandLine& commandLine) {
-  commandLine.command("reset", "Have the service forget what clients have done", reset);
+  commandLine.command("reset", "Reset the service: it forgets the state that clients have set",
+                      reset);
 }
 
 }  // namespace velctl

@@ -1,4 +1,4 @@
-// velctl status: whether the bus and the service are there.
+// velctl status: whether the bus can be reached and the service runs.
 
 #include <optional>
 
@@ -9,40 +9,48 @@
 namespace velctl {
 namespace {
 
-void report(const Output& output, const std::string& bus, const std::string& service,
-            const Json& vms) {
+// Throws Failure also for a service without VMs: one that works has some.
+std::size_t countVms() {
+  Operation operation("getVmList");
+  const std::size_t count = operation.call(&qx::VelProxy::GetVmList).size();
+  operation.check();
+  if (count == 0) {
+    operation.failWithoutAnswer("the service has no VMs");
+  }
+  return count;
+}
+
+void write(const Output& output, const std::string& bus, const std::string& service,
+           const Json& vms) {
   output.line("bus      " + bus + "\nservice  " + service +
                   (vms.is_null() ? "" : "\nVMs      " + vms.dump()),
               {{"bus", bus}, {"service", service}, {"vms", vms}});
 }
 
-void status(const Output& output) {
-  Json vms;
+void showStatus(const Output& output) {
+  std::optional<std::size_t> vms;
   std::optional<Failure> failure;
   try {
-    const Operation operation("getVmList");
-    vms = operation->GetVmList().size();
-    if (vms == 0) {
-      operation.failWithoutAnswer();
-    }
+    vms = countVms();
   } catch (const Failure& caught) {
     failure = caught;
   }
   if (!failure) {
-    report(output, "reachable", "running", vms);
+    write(output, "reachable", "running", *vms);
     return;
   }
-  const bool isBusThere = failure->code() != kExitNoBus;
+  const bool isBusReachable = failure->code() != kExitNoBus;
   const bool isServiceThere = failure->code() == kExitNoAnswer;
-  report(output, isBusThere ? "reachable" : "unreachable",
-         isServiceThere ? "not answering" : "absent", nullptr);
+  write(output, isBusReachable ? "reachable" : "unreachable",
+        isServiceThere ? "not answering" : "absent", nullptr);
   throw Failure(*failure);
 }
 
 }  // namespace
 
 void addStatusCommand(CommandLine& commandLine) {
-  commandLine.command("status", "Tell whether the bus and the service are there", status);
+  commandLine.command("status", "Show whether the bus can be reached and the service runs",
+                      showStatus);
 }
 
 }  // namespace velctl

@@ -1,144 +1,143 @@
 // velctl vm: VM sessions.
 
-#include <algorithm>
 #include <map>
-#include <memory>
+#include <string>
 
+#include "base/printable.h"
 #include "vel/apps/local/velctl/arguments.h"
 #include "vel/apps/local/velctl/commands/commands.h"
 #include "vel/apps/local/velctl/failure.h"
-#include "vel/apps/local/velctl/numbers.h"
 #include "vel/apps/local/velctl/operation.h"
 #include "vel/apps/local/velctl/text.h"
 
 namespace velctl {
 namespace {
 
-constexpr char kVmHelp[] = "Name of the VM; \"\" is this machine";
-
 void list(const Output& output) {
-  const Operation operation("getVmList");
-  const std::map<std::string, unsigned int> vms = operation->GetVmList();
-  operation.check();
-
-  std::size_t width = 0;
-  for (const auto& [vmId, number] : vms) {
-    width = std::max(width, printable(vmId).size());
+  Operation operation("getVmList");
+  const std::map<std::string, unsigned int> vms = operation.call(&qx::VelProxy::GetVmList);
+  if (vms.empty()) {
+    operation.check();
   }
-  std::string text;
+  Table table;
   Json json = Json::array();
   for (const auto& [vmId, number] : vms) {
-    const std::string name = printable(vmId);
-    text += (text.empty() ? "" : "\n") + name + std::string(width + 2 - name.size(), ' ') +
-            std::to_string(number);
+    table.add({base::printable(vmId), std::to_string(number)});
     json.push_back({{"vm", jsonText(vmId)}, {"number", number}});
   }
   if (vms.empty()) {
     output.json({{"vms", json}});
     Output::note("no VMs");
   } else {
-    output.line(text, {{"vms", json}});
+    output.line(table.text(), {{"vms", json}});
   }
+  operation.check();
 }
 
 void connect(const Output& output, const VmInfo& info) {
-  const Operation operation("connectVm", info.vmId);
-  const unsigned int status = operation->ConnectVm(info);
+  Operation operation("connectVm", info.vmId);
+  const unsigned int status = operation.call(&qx::VelProxy::ConnectVm, info);
   if (info.kstStreamCollaborateType != 0) {
-    throw Failure(kExitRefused, "connectVm for " + shown(info.vmId) +
-                                    ": nothing was sent, the library does not attach a "
-                                    "collaborator; leave out --collaborator");
+    operation.failRefused(
+        "nothing was sent: the library does not attach a collaborator; leave out --collaborator");
   }
   operation.finish(output, status, "connected");
 }
 
-void start(const Output& output, const std::string& vmId) {
-  const Operation operation("startManager", vmId);
-  operation.finishSent(output, operation->StartVm(vmId), "start requested");
+struct Vm {
+  std::string vmId;
+};
+
+void start(const Output& output, const Vm& vm) {
+  Operation operation("startManager", vm.vmId);
+  const unsigned int status = operation.call(&qx::VelProxy::StartVm, vm.vmId);
+  operation.finishSent(output, status, "start requested");
 }
 
-void disconnect(const Output& output, const std::string& vmId) {
-  const Operation operation("disconnectVm", vmId);
-  operation.finishSent(output, operation->DisconnectVm(vmId), "disconnect requested");
+void disconnect(const Output& output, const Vm& vm) {
+  Operation operation("disconnectVm", vm.vmId);
+  const unsigned int status = operation.call(&qx::VelProxy::DisconnectVm, vm.vmId);
+  operation.finishSent(output, status, "disconnect requested");
 }
 
-struct Focus {
+struct FocusReport {
   std::string vmId;
   unsigned long long window = 0;
   bool isLost = false;
 };
 
-void focus(const Output& output, const Focus& focus) {
-  const Operation operation("onFocusChanged", focus.vmId);
-  operation.finish(output,
-                   operation->OnFocusChanged(focus.vmId, focus.window, focus.isLost ? 0 : 1),
-                   focus.isLost ? "focus lost" : "focus gained");
+void reportFocus(const Output& output, const FocusReport& report) {
+  constexpr unsigned int kLost = 0;
+  constexpr unsigned int kGained = 1;
+  Operation operation("onFocusChanged", report.vmId);
+  const unsigned int status = operation.call(&qx::VelProxy::OnFocusChanged, report.vmId,
+                                             report.window, report.isLost ? kLost : kGained);
+  operation.finish(output, status, report.isLost ? "focus lost" : "focus gained");
 }
 
-struct Port {
+struct PortReport {
   std::string vmId;
   unsigned int port = 0;
   int status = 0;
 };
 
-void port(const Output& output, const Port& port) {
-  const Operation operation("setPortChannelStatus", port.vmId);
+void reportPort(const Output& output, const PortReport& report) {
+  Operation operation("setPortChannelStatus", report.vmId);
+  const unsigned int status =
+      operation.call(&qx::VelProxy::SetPortChannelStatus, report.vmId, report.port, report.status);
   operation.finish(
-      output, operation->SetPortChannelStatus(port.vmId, port.port, port.status),
-      "port " + std::to_string(port.port) + " has status " + std::to_string(port.status));
+      output, status,
+      "port " + std::to_string(report.port) + " has status " + std::to_string(report.status));
 }
 
-void token(const Output& output, const std::string& argument) {
-  const std::string token = textOrStandardInput(argument);
+struct Token {
+  std::string argument;
+};
+
+void updateToken(const Output& output, const Token& given) {
+  const std::string token = textOrStandardInput(given.argument);
   if (token.empty()) {
     throw Failure(kExitUsage, "updateDriveToken: the token is empty; give at least one character");
   }
-  const Operation operation("updateDriveToken");
-  operation.finish(output, operation->UpdateDriveToken(token), "drive token handed over");
+  Operation operation("updateDriveToken");
+  const unsigned int status = operation.call(&qx::VelProxy::UpdateDriveToken, token);
+  operation.finish(output, status, "drive token handed over");
 }
 
-// A command whose only argument is a text.
-void textCommand(CommandLine& commandLine, const ParserCommand& group, const std::string& name,
-                 const std::string& help, void (*run)(const Output&, const std::string&),
-                 const std::string& argument, const std::string& argumentHelp) {
-  const auto text = std::make_shared<std::string>();
-  const ParserCommand command = commandLine.command(
-      group, name, help, [run, text](const Output& output) { run(output, *text); });
-  command.addOption(argument, *text, argumentHelp).required();
+void addVmArgument(const ParserCommand& command, std::string& vmId) {
+  command.addOption("vm", vmId, kVmHelp).required();
 }
 
-void addConnect(CommandLine& commandLine, const ParserCommand& group) {
-  const auto info = std::make_shared<VmInfo>();
-  const ParserCommand command =
-      commandLine.command(group, "connect", "Attach the service to a VM session",
-                          [info](const Output& output) { connect(output, *info); });
-  command.addOption("vm", info->vmId, kVmHelp).required();
-  command.addOption("--system-type", info->systemType, "Operating system of the session");
-  command.addOption("--share-mode", info->shareMode, "Sharing mode");
-  command.addOption("--connect-param", info->connectParam, "Further parameter for the service");
+void addConnectCommand(CommandLine& commandLine, const ParserCommand& group) {
+  const auto added =
+      addCommand(commandLine, group, "connect", "Attach the service to a VM session", connect);
+  const ParserCommand& command = added.command;
+  VmInfo& info = added.arguments;
+  addVmArgument(command, info.vmId);
+  command.addOption("--system-type", info.systemType, "Operating system of the session");
+  command.addOption("--share-mode", info.shareMode, "Sharing mode");
+  command.addOption("--connect-param", info.connectParam, "Further parameter for the service");
   command.addFlag(
-      "--collaborator", [info] { info->kstStreamCollaborateType = 1; },
-      "Take part in somebody else's session, which the library does not attach");
+      "--collaborator", [&info] { info.kstStreamCollaborateType = 1; },
+      "Join the session of another user, which the library refuses to attach");
 }
 
-void addFocus(CommandLine& commandLine, const ParserCommand& group) {
-  const auto change = std::make_shared<Focus>();
-  const ParserCommand command =
-      commandLine.command(group, "focus", "Tell that a session window has gained the focus",
-                          [change](const Output& output) { focus(output, *change); });
-  command.addOption("vm", change->vmId, kVmHelp).required();
-  addNumber(command, "--window", change->window, "The window system's number of the window");
-  command.addFlag("--lost", change->isLost, "Tell that it has lost the focus");
+void addFocusCommand(CommandLine& commandLine, const ParserCommand& group) {
+  const auto [command, report] =
+      addCommand(commandLine, group, "focus", "Report that a session window has gained the focus",
+                 reportFocus);
+  addVmArgument(command, report.vmId);
+  addNumber(command, "--window", report.window, "The window system's number of the window");
+  command.addFlag("--lost", report.isLost, "Report that the window has lost the focus");
 }
 
-void addPort(CommandLine& commandLine, const ParserCommand& group) {
-  const auto change = std::make_shared<Port>();
-  const ParserCommand command =
-      commandLine.command(group, "port", "Tell that a port channel has changed its state",
-                          [change](const Output& output) { port(output, *change); });
-  command.addOption("vm", change->vmId, kVmHelp).required();
-  addNumber(command, "port", change->port, "Number of the port").required();
-  command.addOption("status", change->status, "Its state, in the service's numbers").required();
+void addPortCommand(CommandLine& commandLine, const ParserCommand& group) {
+  const auto [command, report] =
+      addCommand(commandLine, group, "port", "Report the status of a port channel", reportPort);
+  addVmArgument(command, report.vmId);
+  addNumber(command, "port", report.port, "Number of the port").required();
+  command.addOption("status", report.status, "Status of the port channel (a number of the service)")
+      .required();
 }
 
 }  // namespace
@@ -146,16 +145,26 @@ void addPort(CommandLine& commandLine, const ParserCommand& group) {
 void addVmCommands(CommandLine& commandLine) {
   const ParserCommand group = commandLine.group("vm", "VM sessions");
   commandLine.command(group, "list", "List the VMs with the service's numbers for them", list);
-  addConnect(commandLine, group);
-  textCommand(commandLine, group, "start", "Start a VM session; its outcome is not told", start,
-              "vm", kVmHelp);
-  textCommand(commandLine, group, "disconnect",
-              "Detach the service from a VM session; its outcome is not told", disconnect, "vm",
-              kVmHelp);
-  addFocus(commandLine, group);
-  addPort(commandLine, group);
-  textCommand(commandLine, group, "token", "Hand over a token for access to drives", token, "token",
-              "The token; - reads it from standard input, where other users cannot see it");
+  addConnectCommand(commandLine, group);
+
+  const auto started =
+      addCommand(commandLine, group, "start",
+                 "Start a VM session; the service does not report the result", start);
+  addVmArgument(started.command, started.arguments.vmId);
+  const auto disconnected = addCommand(
+      commandLine, group, "disconnect",
+      "Detach the service from a VM session; the service does not report the result", disconnect);
+  addVmArgument(disconnected.command, disconnected.arguments.vmId);
+
+  addFocusCommand(commandLine, group);
+  addPortCommand(commandLine, group);
+
+  const auto [tokenCommand, token] = addCommand(
+      commandLine, group, "token", "Hand over a token for access to drives", updateToken);
+  tokenCommand
+      .addOption("token", token.argument,
+                 "The token; - reads it from standard input, where other users cannot see it")
+      .required();
 }
 
 }  // namespace velctl

@@ -1,4 +1,4 @@
-// velctl watch: prints events until interrupted.
+// velctl watch: prints events.
 
 #include <chrono>
 #include <list>
@@ -9,21 +9,27 @@
 #include <utility>
 #include <vector>
 
+#include "base/text.h"
 #include "vel/apps/local/velctl/command_answers.h"
 #include "vel/apps/local/velctl/commands/commands.h"
 #include "vel/apps/local/velctl/inbox.h"
 #include "vel/apps/local/velctl/interruption.h"
 #include "vel/apps/local/velctl/operation.h"
 #include "vel/apps/local/velctl/records.h"
+#include "vel/protocol/events.h"
 
 namespace velctl {
 namespace {
 
-constexpr unsigned short kDiagnosis = 9;
-constexpr unsigned short kCommandAnswer = 66;
-constexpr std::chrono::seconds kPauseBetweenAttempts{2};
+constexpr auto kDiagnosis = static_cast<unsigned short>(velprotocol::EventCode::kDiagnosis);
+constexpr auto kCommandAnswer = static_cast<unsigned short>(velprotocol::EventCode::kCommandAnswer);
+constexpr std::chrono::seconds kReconnectInterval{2};
 
-// An event in both forms: its record is gone when the callback returns.
+struct Vms {
+  std::vector<std::string> vmIds;
+};
+
+// An event in both forms: its record ends with the callback.
 struct Event {
   std::string text;
   Json json;
@@ -34,7 +40,7 @@ std::string withCode(const std::string& text, unsigned short code) {
   return text + " (code " + std::to_string(code) + ")";
 }
 
-// Makes events of what the callbacks are given.
+// Turns the arguments of callbacks into events.
 class Feed : public VelDiagnoseNotify {
  public:
   Feed(qx::VelProxy& proxy, Inbox<Event>& inbox) : proxy_(proxy), inbox_(inbox) {}
@@ -64,9 +70,13 @@ class Feed : public VelDiagnoseNotify {
   }
 
   void onCommandAnswer(const CommandAnswer& answer) {
+    // The library drops events of VMs whose numbers it has not learned.
+    if (answer.vmNumber != 0 && proxy_.GetVmIdString(answer.vmNumber).empty()) {
+      return;
+    }
     add(kCommandAnswer,
-        "command answer: VM " + shownVm(proxy_, answer.vmNumber) + ", " +
-            (answer.record ? hex(*answer.record) : "empty"),
+        "command answer: VM " + vmNameOrNumber(proxy_, answer.vmNumber) + ", " +
+            (answer.record ? base::hexOf(*answer.record) : "empty"),
         "command", toJson(answer));
   }
 
@@ -94,8 +104,8 @@ class WatchedVm {
 
   const std::string& vmId() const { return vmId_; }
 
-  // A registration ends with the session. Not inside the callback, which runs under a lock of the
-  // library; this waits until that has dropped the old registrations.
+  // A registration ends with the session. Call this outside the callback: it waits until the library
+  // has dropped the old registrations.
   void registerAgain() { feed_.proxy().RegisterCallback(vmId_, &WatchedVm::onEvent, this); }
 
   // The library drops events of VMs whose numbers it has not learned, which it forgets when the
@@ -106,11 +116,10 @@ class WatchedVm {
   static int onEvent(unsigned short code, void*, void* self) {
     const auto* const watched = static_cast<WatchedVm*>(self);
     const std::string& vmId = watched->vmId_;
-    watched->feed_.inbox().add({withCode((vmId.empty() ? "this machine" : printable(vmId)) +
-                                             ": session ended, the service has died",
-                                         code),
-                                {{"event", "sessionEnded"}, {"vm", jsonText(vmId)}, {"code", code}},
-                                vmId});
+    watched->feed_.inbox().addAlways(
+        {withCode(displayName(vmId) + ": session ended, the service has died", code),
+         {{"event", "sessionEnded"}, {"vm", jsonText(vmId)}, {"code", code}},
+         vmId});
     return 0;
   }
 
@@ -125,7 +134,7 @@ class WatchedMachine {
     feed.proxy().RegisterPrinterCallback(&Feed::onPrinter, &feed);
     feed.proxy().RegisterDeviceCallback(&Feed::onDevice, &feed);
     feed.proxy().RegisterConfigNewDevResultCallback(&Feed::onNewDevice, &feed);
-    // Without a VM this asks nothing of the service. It leaves an error in the log.
+    // Without a VM this sends no request. It leaves an error in the log.
     feed.proxy().Diagnose("", 0, &feed);
   }
 
@@ -143,83 +152,129 @@ class WatchedMachine {
   Feed& feed_;
 };
 
-std::unique_ptr<CommandAnswers> listenToCommands(Feed& feed) {
-  return std::make_unique<CommandAnswers>(
-      [&feed](const CommandAnswer& answer) { feed.onCommandAnswer(answer); });
-}
-
-// Without any, the name of this machine is as good as another for being told of the service's
-// death.
-std::set<std::string> vmsToWatch(const Operation& operation,
-                                 const std::vector<std::string>& named) {
+// The VMs to watch: those named, otherwise all of the service. Without any, the name of this
+// machine serves as well for the notification of the service's death.
+std::set<std::string> vmsToWatch(Operation& operation, const std::vector<std::string>& named) {
   if (!named.empty()) {
     return {named.begin(), named.end()};
   }
   std::set<std::string> vms;
-  for (const auto& [vmId, number] : operation->GetVmList()) {
+  for (const auto& [vmId, number] : operation.call(&qx::VelProxy::GetVmList)) {
     vms.insert(vmId);
   }
   operation.check();
   return vms.empty() ? std::set<std::string>{""} : vms;
 }
 
-void watch(const Output& output, const std::vector<std::string>& named) {
-  // Never destroyed, nor the feed: events of diagnoses and commands may come as late as the end of
-  // the process.
-  static Inbox<Event>& inbox = *new Inbox<Event>;
-  const Interruption interruption([] { inbox.stop(); });
-  const Operation operation("watch");
-  for (const std::string& vmId : named) {
-    const Operation known("watch", vmId);
+std::string namesOf(const std::list<WatchedVm>& watched) {
+  std::vector<std::string> names;
+  for (const WatchedVm& vm : watched) {
+    names.push_back(displayName(vm.vmId()));
   }
-  static Feed& feed = *new Feed(*operation.operator->(), inbox);
-  std::list<WatchedVm> watched;
-  std::string names;
-  for (const std::string& vmId : vmsToWatch(operation, named)) {
-    watched.emplace_back(feed, vmId).learnNumber();
-    names += (names.empty() ? "" : ", ") + (vmId.empty() ? "this machine" : printable(vmId));
-  }
-  const WatchedMachine watchedMachine(feed);
-  std::unique_ptr<CommandAnswers> commands = listenToCommands(feed);
-  Output::note("watching " + names + "; interrupt to end");
+  return base::joined(names);
+}
 
-  // The library tells of the death of a service that it is connected to, and connects again only
-  // when it is used.
-  bool isConnected = true;
-  while (!inbox.isStopped()) {
-    const std::optional<Event> event =
-        inbox.next(isConnected ? Inbox<Event>::Patience() : kPauseBetweenAttempts);
-    bool isNewService = !isConnected;
-    if (event) {
-      output.line(event->text, event->json);
-      for (WatchedVm& vm : watched) {
-        if (vm.vmId() == event->endedVm) {
-          vm.registerAgain();
-          // All of them end, one after the other.
-          isNewService = isNewService || &vm == &watched.front();
-        }
+void noteDropped(std::size_t count) {
+  if (count > 0) {
+    Output::note(base::counted(count, "event") + " dropped: standard output was blocked");
+  }
+}
+
+// The connection of a watch to the service. The library notifies of the death of a service that it
+// is connected to, and connects again only when it is used.
+class Connection {
+ public:
+  Connection(qx::VelProxy& proxy, std::list<WatchedVm>& watched, CommandAnswers& commands)
+      : proxy_(proxy), watched_(watched), commands_(commands) {}
+
+  bool isUp() const { return isUp_; }
+
+  // After the notification that the session of a VM has ended. All of them end, one after the
+  // other, so the first one stands for the service.
+  void endSession(const std::string& vmId) {
+    for (WatchedVm& vm : watched_) {
+      if (vm.vmId() == vmId) {
+        vm.registerAgain();
+        isUp_ = isUp_ && &vm != &watched_.front();
       }
     }
-    if (isNewService) {
-      isConnected = operation->Init() == 0;
-    }
-    if (isNewService && isConnected) {
-      for (const WatchedVm& vm : watched) {
+  }
+
+  void restore() {
+    isUp_ = proxy_.Init() == 0;
+    if (isUp_) {
+      for (const WatchedVm& vm : watched_) {
         vm.learnNumber();
       }
-      commands = listenToCommands(feed);
+      commands_.followService();
     }
+  }
+
+ private:
+  qx::VelProxy& proxy_;
+  std::list<WatchedVm>& watched_;
+  CommandAnswers& commands_;
+  bool isUp_ = true;
+};
+
+// Writes events until the watch is stopped.
+void writeEvents(const Output& output, Inbox<Event>& inbox, Connection& connection) {
+  for (;;) {
+    const auto deadline = connection.isUp() ? Inbox<Event>::Clock::time_point::max()
+                                            : Inbox<Event>::Clock::now() + kReconnectInterval;
+    const std::optional<Event> event = inbox.next(deadline);
+    if (!event && inbox.isStopped()) {
+      return;
+    }
+    if (event) {
+      noteDropped(inbox.droppedBefore());
+      output.line(event->text, event->json);
+      if (event->endedVm) {
+        connection.endSession(*event->endedVm);
+      }
+    }
+    if (!connection.isUp() && !inbox.isStopped()) {
+      connection.restore();
+    }
+  }
+}
+
+void watch(const Output& output, const Vms& named) {
+  // Never destroyed, nor the feed: events of diagnoses may come as late as the end of the process.
+  static Inbox<Event>& inbox = *new Inbox<Event>;
+  Operation operation("watch");
+  for (const std::string& vmId : named.vmIds) {
+    const Operation known("watch", vmId);
+  }
+  static Feed& feed = *new Feed(operation.proxy(), inbox);
+  std::list<WatchedVm> watched;
+  for (const std::string& vmId : vmsToWatch(operation, named.vmIds)) {
+    watched.emplace_back(feed, vmId).learnNumber();
+  }
+  const WatchedMachine watchedMachine(feed);
+  CommandAnswers commands([](const CommandAnswer& answer) { feed.onCommandAnswer(answer); });
+
+  // Until here a signal ends the process, as it does while any other command waits for an answer.
+  const Interruption interruption([] { inbox.stop(); });
+  Output::note("watching " + namesOf(watched) + "; interrupt to end");
+  Connection connection(operation.proxy(), watched, commands);
+  try {
+    writeEvents(output, inbox, connection);
+  } catch (const Interrupted&) {
+    // The event in hand is lost as well.
+    noteDropped(inbox.remaining() + 1);
   }
 }
 
 }  // namespace
 
 void addWatchCommand(CommandLine& commandLine) {
-  const auto named = std::make_shared<std::vector<std::string>>();
+  const auto named = std::make_shared<Vms>();
   const ParserCommand command = commandLine.command(
-      "watch", "Print events of all kinds until interrupted (which gives exit status 0)",
+      "watch", "Print events of all kinds until interrupted, which gives exit status 0",
       [named](const Output& output) { watch(output, *named); });
-  command.addOption("vm", *named, "Leave out events of other VMs (default: all that there are)");
+  command.addOption("vm,--vm", named->vmIds,
+                    "Names of VMs: leave out events of other VMs (default: all VMs)");
 }
 
 }  // namespace velctl

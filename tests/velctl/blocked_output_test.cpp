@@ -1,0 +1,132 @@
+// velctl watch while nobody reads its output.
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <string>
+
+#include "tests/processes/output_pipe.h"
+#include "tests/velctl/process_test.h"
+
+namespace velctl_tests {
+namespace {
+
+using processes::OutputPipe;
+using ::testing::HasSubstr;
+using ::testing::MatchesRegex;
+
+// Seconds that a program needs to end, with room for a busy machine.
+constexpr std::chrono::seconds kPromptly{15};
+
+class BlockedOutputTest : public FakeServiceTest {
+ protected:
+  Process::Options intoPipe(const std::string& line) const {
+    Process::Options into = options(line);
+    into.out = output.writeEnd();
+    return into;
+  }
+
+  static qxbus::Values printerEvent(int number) {
+    return {std::int32_t{0}, std::int32_t{1}, printerBlock(number, 0, 0, "Laser")};
+  }
+  static std::string printerLine(int number) {
+    return "printer " + std::to_string(number) + ": status 0, VM -, \"Laser\" (code 1)\n";
+  }
+  // Events 0 to count - 1.
+  void emitPrinters(int count) {
+    for (int number = 0; number < count; ++number) {
+      service().emit(printerEvent(number));
+    }
+  }
+
+  // Whether the output has this text, within a time that is long enough.
+  bool prints(const std::string& text) {
+    return comesTrue([&] {
+      read_ += output.read();
+      return read_.find(text) != std::string::npos;
+    });
+  }
+
+  static Finished endPromptly(Process& process, int signalNumber) {
+    const auto begin = std::chrono::steady_clock::now();
+    const Finished finished = process.end(signalNumber);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, kPromptly);
+    return finished;
+  }
+
+  OutputPipe output;
+  std::string read_;
+};
+
+TEST_F(BlockedOutputTest, AWatchEndsOnASignalAndReportsTheEventsThatItHasNotWritten) {
+  for (const int signalNumber : {SIGTERM, SIGINT}) {
+    Process watch(intoPipe("watch"));
+    Process witness(options("watch"));
+    ASSERT_TRUE(isWatching(watch) && isWatching(witness)) << watch.err();
+    output.fill();
+    emitPrinters(3);
+    ASSERT_TRUE(comesTrue([&] { return witness.out().find(printerLine(2)) != std::string::npos; }));
+
+    const Finished finished = endPromptly(watch, signalNumber);
+
+    EXPECT_EQ(finished.status, velctl::kExitOk);
+    EXPECT_THAT(finished.err, HasSubstr(" dropped: standard output was blocked\n"));
+    output.read();
+  }
+}
+
+TEST_F(BlockedOutputTest, AWatchEndsOnASignalAlsoWhenItsMessagesAreBlocked) {
+  Process::Options both = intoPipe("watch");
+  both.err = output.writeEnd();
+  Process watch(both);
+  ASSERT_TRUE(prints("velctl: watching "));
+  output.fill();
+  emitPrinters(3);
+
+  EXPECT_EQ(endPromptly(watch, SIGTERM).status, velctl::kExitOk);
+}
+
+TEST_F(BlockedOutputTest, EventsThatDoNotFitInTheQueueAreCountedAndReported) {
+  constexpr int kEvents = 3000;
+  Process watch(intoPipe("watch"));
+  Process witness(options("watch"));
+  ASSERT_TRUE(isWatching(watch) && isWatching(witness)) << watch.err();
+  output.fill();
+  emitPrinters(kEvents);
+  // It has as many events as the watch that is blocked, or nearly so.
+  ASSERT_TRUE(
+      comesTrue([&] { return witness.out().find(printerLine(kEvents - 1)) != std::string::npos; }));
+
+  // The line behind the gap comes with the report of the gap.
+  ASSERT_TRUE(prints(printerLine(0)));
+  service().emit(printerEvent(kEvents));
+  ASSERT_TRUE(prints(printerLine(kEvents)));
+
+  const std::string& text = read_;
+  const std::string firstLine = printerLine(0);
+  const auto shown = std::count(text.begin() + static_cast<std::ptrdiff_t>(text.find(firstLine)),
+                                text.end(), '\n');
+  EXPECT_LT(shown, kEvents);
+  EXPECT_TRUE(notes(watch, "velctl: " + std::to_string(kEvents + 1 - shown) +
+                               " events dropped: standard output was blocked\n"))
+      << watch.err();
+  EXPECT_EQ(watch.end(SIGINT).status, velctl::kExitOk);
+}
+
+TEST_F(BlockedOutputTest, AJoystickWatchEndsItsSubscriptionAllTheSame) {
+  Process watch(intoPipe("joystick watch"));
+  ASSERT_TRUE(prints("subscribed to joystick results; interrupt to end\n"));
+  output.fill();
+  stopService();
+  startService();
+  // It subscribes again, and its line about that is blocked.
+  ASSERT_TRUE(comesTrue([&] { return !service().requests().empty(); }));
+
+  EXPECT_EQ(endPromptly(watch, SIGTERM).status, velctl::kExitOk);
+  EXPECT_THAT(service().requests(),
+              testing::ElementsAre(testing::StartsWith("registerJoystickCallback("),
+                                   testing::StartsWith("unregisterJoystickCallback(")));
+}
+
+}  // namespace
+}  // namespace velctl_tests

@@ -1,0 +1,50 @@
+#include "vel/apps/local/velctl/standard_streams.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "vel/apps/local/velctl/failure.h"
+
+namespace velctl {
+
+void openClosedStandardStreams() {
+  // The direction that is not used fails as a closed descriptor does.
+  constexpr int kModes[] = {O_WRONLY, O_RDONLY, O_WRONLY};
+  for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (::fcntl(descriptor, F_GETFD) < 0 && errno == EBADF) {
+      // The lowest free number, which is this one.
+      ::open("/dev/null", kModes[descriptor]);
+    }
+  }
+}
+
+int reserveStandardOutput() {
+  const int data = ::dup(STDOUT_FILENO);
+  std::fflush(stdout);
+  ::dup2(STDERR_FILENO, STDOUT_FILENO);
+  // Keeps lines of the library in order with messages of velctl.
+  std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+  return data;
+}
+
+std::string readStandardInput() {
+  std::string text;
+  for (;;) {
+    char bytes[4096];
+    const ssize_t count = ::read(STDIN_FILENO, bytes, sizeof bytes);
+    if (count == 0) {
+      return text;
+    }
+    if (count > 0) {
+      text.append(bytes, static_cast<std::size_t>(count));
+    } else if (errno != EINTR) {
+      throw Failure(kExitUsage, std::string("reading standard input: ") + std::strerror(errno));
+    }
+  }
+}
+
+}  // namespace velctl
