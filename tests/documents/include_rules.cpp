@@ -124,7 +124,8 @@ std::vector<std::string> violations(const std::vector<Room>& rooms, const std::s
   for (std::string line; std::getline(lines, line);) {
     ++number;
     std::smatch match;
-    if (!std::regex_search(line, match, include)) {
+    // The first test is much faster.
+    if (line.find('#') == std::string::npos || !std::regex_search(line, match, include)) {
       continue;
     }
     const std::string name = match[2];
