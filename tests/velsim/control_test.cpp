@@ -14,9 +14,9 @@ using ::testing::StartsWith;
 class ControlTest : public SimulatedServiceTest {
  protected:
   std::string run(const std::string& line) {
-    const Control::Result result = control.run(line);
-    EXPECT_TRUE(result.isOk) << result.text;
-    return result.text;
+    const Control::Answer answer = control.run(line);
+    EXPECT_TRUE(answer) << answer.reason();
+    return answer ? *answer : "";
   }
   const Device* newest() { return &machine().devices.all().rbegin()->second; }
 
@@ -92,7 +92,7 @@ TEST_F(ControlTest, HelpNamesEveryCommand) {
 }
 
 TEST_F(ControlTest, VanishesOnlyOnTheExactCommand) {
-  control.run("vanish now");
+  EXPECT_FALSE(control.run("vanish now"));
   EXPECT_EQ(vanished, 0);
 
   run("vanish");
@@ -126,10 +126,10 @@ class WrongLineTest : public ControlTest, public ::testing::WithParamInterface<W
 TEST_P(WrongLineTest, IsRefusedWithAnErrorAndChangesNothing) {
   const std::string before = run("list");
 
-  const Control::Result result = control.run(GetParam().line);
+  const Control::Answer answer = control.run(GetParam().line);
 
-  EXPECT_FALSE(result.isOk);
-  EXPECT_EQ(result.text, GetParam().error);
+  EXPECT_FALSE(answer);
+  EXPECT_EQ(answer.reason(), GetParam().error);
   EXPECT_EQ(run("list"), before);
   EXPECT_THAT(takeEvents(), IsEmpty());
   EXPECT_EQ(vanished, 0);
@@ -171,13 +171,13 @@ INSTANTIATE_TEST_SUITE_P(All, WrongLineTest, ::testing::ValuesIn(kWrong));
 TEST_F(ControlTest, ANameMayBeAsLongAsItsField) {
   run("plug camera " + std::string(127, 'n'));
 
-  EXPECT_EQ(control.run("plug camera " + std::string(128, 'n')).text, kBadName);
+  EXPECT_EQ(control.run("plug camera " + std::string(128, 'n')).reason(), kBadName);
 }
 
 TEST_F(ControlTest, ANetworkPrinterCannotBeUnplugged) {
   call("addNetworkPrinter", {"10.0.0.5", "Hall", ""});
 
-  EXPECT_THAT(control.run("unplug 31").text,
+  EXPECT_THAT(control.run("unplug 31").reason(),
               StartsWith("unplug: no device or printer 31 is plugged in"));
 }
 
@@ -185,8 +185,8 @@ TEST_F(ControlTest, CannotPlugInWhenAllNumbersAreInUse) {
   while (machine().numbers.take() != 0) {
   }
 
-  EXPECT_EQ(control.run("plug camera x").text, "plug: all device numbers are in use");
-  EXPECT_EQ(control.run("plug printer x").text, "plug: all device numbers are in use");
+  EXPECT_EQ(control.run("plug camera x").reason(), "plug: all device numbers are in use");
+  EXPECT_EQ(control.run("plug printer x").reason(), "plug: all device numbers are in use");
 }
 
 }  // namespace

@@ -11,23 +11,21 @@
 #include <string>
 #include <vector>
 
+#include "base/result.h"
 #include "vel/apps/local/velsim/service/simulator.h"
 
 namespace velsim {
 
 class Control {
  public:
-  struct Result {
-    bool isOk = true;
-    // Success: lines to show, each with its newline. Failure: the error, without one.
-    std::string text;
-  };
+  // Lines to show, each with its newline; or the error.
+  using Answer = base::Result<std::string>;
 
   // vanish ends the program at once, with no notification of its clients.
   Control(Simulator& simulator, std::function<void()> vanish);
 
   // A wrong line changes nothing. An empty line succeeds.
-  Result run(const std::string& line);
+  Answer run(const std::string& line);
 
  private:
   using Words = std::vector<std::string>;
@@ -36,17 +34,17 @@ class Control {
     const char* arguments;  // as help and errors show them
     std::size_t count;      // of arguments
     const char* help;
-    Result (Control::*run)(const Words& arguments);
+    Answer (Control::*run)(const Words& arguments);
   };
 
   static const std::vector<Command>& commands();
 
-  Result help(const Words& arguments);
-  Result list(const Words& arguments);
-  Result plug(const Words& arguments);
-  Result unplug(const Words& arguments);
-  Result camera(const Words& arguments);
-  Result vanish(const Words& arguments);
+  Answer help(const Words& arguments);
+  Answer list(const Words& arguments);
+  Answer plug(const Words& arguments);
+  Answer unplug(const Words& arguments);
+  Answer camera(const Words& arguments);
+  Answer vanish(const Words& arguments);
 
   Simulator& simulator_;
   const std::function<void()> vanish_;

@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -37,7 +38,15 @@ bool writeAll(int output, const std::string& text) {
 }  // namespace
 
 struct LineWriter::State {
-  State(int descriptor, std::string nounOfLine) : output(descriptor), noun(std::move(nounOfLine)) {}
+  State(int descriptor, std::string nounOfLine)
+      : output(::fcntl(descriptor, F_DUPFD_CLOEXEC, 0)), noun(std::move(nounOfLine)) {}
+  ~State() {
+    if (output >= 0) {
+      ::close(output);
+    }
+  }
+  State(const State&) = delete;
+  State& operator=(const State&) = delete;
 
   void run();
   // The next text to write; empty when everything is written and no more will come.

@@ -25,7 +25,8 @@ class LineWriter {
   static constexpr std::size_t kMostQueuedBytes = std::size_t{1} << 20;
   static constexpr std::chrono::seconds kFlushTime{2};
 
-  // noun: of one line, for the report of dropped lines. The output stays open. Throws
+  // Writes to a duplicate of the descriptor, which remains the caller's. A closed one fails like an
+  // output without a reader. noun: of one line, for the report of dropped lines. Throws
   // std::runtime_error when the system cannot start a thread.
   LineWriter(int output, std::string noun);
   // Writes the lines that wait, and gives up after kFlushTime.
@@ -40,7 +41,7 @@ class LineWriter {
  private:
   struct State;
 
-  // The thread has a share of it: a write that never returns outlives the writer.
+  // Shared with the thread: a write that never returns outlives the writer.
   std::shared_ptr<State> state_;
   std::thread thread_;
 };

@@ -76,11 +76,11 @@ class ControlInput {
                  " bytes");
       return;
     }
-    const Control::Result result = control_.run(line);
-    if (!result.isOk) {
-      log_.write("control: " + result.text);
-    } else if (!result.text.empty()) {
-      answers_.write(result.text);
+    const Control::Answer answer = control_.run(line);
+    if (!answer) {
+      log_.write("control: " + answer.reason());
+    } else if (!answer->empty()) {
+      answers_.write(*answer);
     }
   }
 
