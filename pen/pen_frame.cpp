@@ -36,7 +36,7 @@ constexpr std::size_t kRotation = 154;
 constexpr std::size_t kTiltX = 162;
 constexpr std::size_t kTiltY = 170;
 
-// A field with one value for ever.
+// A field that has the same value in every frame.
 struct FixedField {
   std::size_t offset;
   std::size_t size;
@@ -49,7 +49,7 @@ constexpr FixedField kFixedInFrame[] = {
     {10, 2, 0, "high half of reqId"}, {12, 4, kContentSize, "size"}, {16, 4, 0, "reserved"},
 };
 
-// With the names that Windows gives to the fields of POINTER_PEN_INFO and POINTER_INFO.
+// The names are those of the fields of POINTER_PEN_INFO and POINTER_INFO of Windows.
 constexpr FixedField kFixedInPacket[] = {
     {0, 1, 0xFF, "marker"},
     {1, 1, 0, "reserved"},
@@ -102,7 +102,7 @@ constexpr NamedBit kFlagNames[] = {
     {0x400000, "HASTRANSFORM"},
 };
 
-// Numbers of events in Qt, which end there.
+// Numbers of events in Qt, of which this is the largest.
 constexpr std::uint32_t kLastEvent = 0xFFFF;
 constexpr NamedBit kEventNames[] = {
     {171, "enter proximity"},
@@ -126,42 +126,43 @@ std::int32_t readSigned32(const unsigned char* bytes) {
   return static_cast<std::int32_t>(readUnsigned32(bytes));
 }
 
-std::string hex(std::uint64_t value) {
+std::string shownHex(std::uint64_t value) {
   char text[24];
   std::snprintf(text, sizeof text, "0x%llx", static_cast<unsigned long long>(value));
   return text;
 }
 
-std::string wrongLength(const char* what, std::size_t expected, std::size_t length) {
-  return std::string("a ") + what + " has " + std::to_string(expected) + " bytes, not " +
-         std::to_string(length);
+base::Failed wrongLength(const char* whole, std::size_t expected, std::size_t length) {
+  return {std::string("a ") + whole + " has " + std::to_string(expected) + " bytes, not " +
+          std::to_string(length)};
 }
 
-// Empty when every field has its value.
+std::string wrongValue(const FixedField& field, const char* whole, std::uint64_t value) {
+  return std::string(field.name) + " at offset " + std::to_string(field.offset) + " of the " +
+         whole + " is " + shownHex(value) + ", not " + shownHex(field.value);
+}
+
 template <std::size_t kCount>
-std::string faultIn(const unsigned char* bytes, const FixedField (&fields)[kCount],
-                    const char* whole) {
+base::Result<void> checkFields(const unsigned char* bytes, const FixedField (&fields)[kCount],
+                               const char* whole) {
   for (const FixedField& field : fields) {
     const std::uint64_t value = readUnsigned(bytes + field.offset, field.size);
     if (value != field.value) {
-      return std::string(field.name) + " at offset " + std::to_string(field.offset) + " of the " +
-             whole + " is " + hex(value) + ", not " + hex(field.value);
+      return base::Failed{wrongValue(field, whole, value)};
     }
   }
-  return "";
+  return {};
 }
 
 }  // namespace
 
-std::optional<Packet> decodePacket(const unsigned char* bytes, std::size_t length,
-                                   std::string* error) {
+base::Result<Packet> decodePacket(const unsigned char* bytes, std::size_t length) {
   if (length != kPacketSize || !bytes) {
-    *error = wrongLength("packet", kPacketSize, bytes ? length : 0);
-    return std::nullopt;
+    return wrongLength("packet", kPacketSize, bytes ? length : 0);
   }
-  *error = faultIn(bytes, kFixedInPacket, "packet");
-  if (!error->empty()) {
-    return std::nullopt;
+  const base::Result<void> checked = checkFields(bytes, kFixedInPacket, "packet");
+  if (!checked) {
+    return checked.failed();
   }
   Packet packet;
   packet.flags = readUnsigned32(bytes + kFlags);
@@ -174,19 +175,17 @@ std::optional<Packet> decodePacket(const unsigned char* bytes, std::size_t lengt
   return packet;
 }
 
-std::optional<Frame> decodeFrame(const unsigned char* bytes, std::size_t length,
-                                 std::string* error) {
+base::Result<Frame> decodeFrame(const unsigned char* bytes, std::size_t length) {
   if (length != kFrameSize || !bytes) {
-    *error = wrongLength("frame", kFrameSize, bytes ? length : 0);
-    return std::nullopt;
+    return wrongLength("frame", kFrameSize, bytes ? length : 0);
   }
-  *error = faultIn(bytes, kFixedInFrame, "frame");
-  if (!error->empty()) {
-    return std::nullopt;
+  const base::Result<void> checked = checkFields(bytes, kFixedInFrame, "frame");
+  if (!checked) {
+    return checked.failed();
   }
-  const std::optional<Packet> packet = decodePacket(bytes + kPacket, kPacketSize, error);
+  const base::Result<Packet> packet = decodePacket(bytes + kPacket, kPacketSize);
   if (!packet) {
-    return std::nullopt;
+    return packet.failed();
   }
   Frame frame;
   frame.devId = bytes[kDevId];
@@ -216,7 +215,7 @@ std::string flagsText(std::uint32_t flags) {
     }
   }
   if (rest != 0) {
-    text += (text.empty() ? "" : "|") + hex(rest);
+    text += (text.empty() ? "" : "|") + shownHex(rest);
   }
   return text;
 }
@@ -247,24 +246,33 @@ void FrameStream::add(const unsigned char* bytes, std::size_t length) {
   }
 }
 
-std::optional<Frame> FrameStream::next(std::string* error) {
-  *error = error_;
-  if (!error_.empty() || bytes_.size() < kLengthSize) {
-    return std::nullopt;
+base::Result<std::optional<Frame>> FrameStream::next() {
+  if (!error_.empty()) {
+    return base::Failed{error_};
   }
-  // At once: nobody should wait for a frame of four gigabytes.
+  if (bytes_.size() < kLengthSize) {
+    return std::optional<Frame>();
+  }
+  // Checked before the frame is complete: no sender may announce a frame of four gigabytes.
   const std::uint32_t length = readUnsigned32(bytes_.data());
   if (length != kContentSize) {
-    error_ = "length at offset 0 of the frame is " + hex(length) + ", not " + hex(kContentSize);
-  } else if (bytes_.size() < kFrameSize) {
-    return std::nullopt;
-  } else if (const std::optional<Frame> frame = decodeFrame(bytes_.data(), kFrameSize, &error_)) {
-    bytes_.erase(bytes_.begin(), bytes_.begin() + kFrameSize);
-    return frame;
+    return end(wrongValue(kFixedInFrame[0], "frame", length));
   }
+  if (bytes_.size() < kFrameSize) {
+    return std::optional<Frame>();
+  }
+  const base::Result<Frame> frame = decodeFrame(bytes_.data(), kFrameSize);
+  if (!frame) {
+    return end(frame.reason());
+  }
+  bytes_.erase(bytes_.begin(), bytes_.begin() + kFrameSize);
+  return std::optional<Frame>(*frame);
+}
+
+base::Failed FrameStream::end(const std::string& reason) {
+  error_ = reason;
   bytes_.clear();
-  *error = error_;
-  return std::nullopt;
+  return base::Failed{reason};
 }
 
 }  // namespace penframe

@@ -1,10 +1,10 @@
 // The far end of the pen port: reads the frames that VelProxy::SendPenData hands to the port's
-// writer, and makes the message that gives the pen its device number. Knows nothing of the library:
-// it is written from the table of bytes, and so can tell whether the library keeps to it.
+// writer, and makes the message that gives the pen its device number. The decoder includes nothing
+// of the library and has a table of offsets of its own, so that it can check the library's frames.
 //
 // THREADS  None of its own; one object belongs to one thread.
-// ERRORS   Any bytes may be given. Nothing throws but std::bad_alloc; what is not a frame gives no
-//          frame and a text that names the first byte at fault.
+// ERRORS   Any bytes may be given. Nothing throws but std::bad_alloc; the reason of a failure names
+//          the first field with a wrong value.
 
 #ifndef PEN_PEN_FRAME_H
 #define PEN_PEN_FRAME_H
@@ -15,6 +15,8 @@
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "base/result.h"
 
 namespace penframe {
 
@@ -47,24 +49,18 @@ struct Frame {
   Packet packet;
 };
 
-// Reads a packet. The bytes that always have the same value are tested for it.
-//
-// error      receives why there is none
-std::optional<Packet> decodePacket(const unsigned char* bytes, std::size_t length,
-                                   std::string* error);
+// Reads a packet. Fails when a field that has the same value in every packet has another one.
+base::Result<Packet> decodePacket(const unsigned char* bytes, std::size_t length);
 
 // Reads a frame and the packet in it.
-//
-// error      receives why there is none
-std::optional<Frame> decodeFrame(const unsigned char* bytes, std::size_t length,
-                                 std::string* error);
+base::Result<Frame> decodeFrame(const unsigned char* bytes, std::size_t length);
 
 // Whether the pen touches the surface: a press, or a move between a press and a release.
 bool touches(const Packet& packet);
 
 // The names of the bits, without POINTER_FLAG_ before each: "INRANGE|PRIMARY|CONFIDENCE|UPDATE".
-// Bits without a name are put behind them in hexadecimal. Whatever comes from a pen on its way has
-// UPDATE; a small number without it is that of another event in Qt: "event 171, enter proximity".
+// Bits without a name follow in hexadecimal. The flags of a press, move or release have UPDATE; a
+// small number is that of another event in Qt: "event 171, enter proximity".
 std::string flagsText(std::uint32_t flags);
 
 // A frame as one line of text, without a newline.
@@ -74,24 +70,24 @@ std::string describe(const Frame& frame);
 constexpr std::size_t kMessageSize = 8;
 std::array<unsigned char, kMessageSize> deviceNumberMessage(std::uint8_t devId);
 
-// The number in such a message; 0 in any other. The magic may be anything.
+// The number in such a message; 0 in any other. The magic is not tested.
 std::uint8_t deviceNumberIn(const std::array<unsigned char, kMessageSize>& message);
 
-// Frames out of a stream of bytes, in whatever portions it comes.
+// Frames in a stream of bytes, which may arrive in portions of any size.
 class FrameStream {
  public:
   void add(const unsigned char* bytes, std::size_t length);
 
-  // The next frame, if all of it has come.
-  //
-  // error      empty: more bytes are needed; otherwise there is no frame and never will be, for
-  //            nobody knows where the next one begins
-  std::optional<Frame> next(std::string* error);
+  // The next frame; nullopt while a part of it is missing. A failure is final, because the begin of
+  // the frame after a bad one is unknown: every further call fails with the same reason.
+  base::Result<std::optional<Frame>> next();
 
-  // Whether a part of a frame has come whose rest is missing.
+  // Whether a part of a frame has arrived and the rest is missing.
   bool isInFrame() const { return !bytes_.empty(); }
 
  private:
+  base::Failed end(const std::string& reason);
+
   std::vector<unsigned char> bytes_;
   std::string error_;
 };

@@ -15,7 +15,7 @@
 namespace penport {
 namespace {
 
-// One of the two keeps SIGPIPE away, whatever the system.
+// Against SIGPIPE: each system has this flag or SO_NOSIGPIPE.
 #ifdef MSG_NOSIGNAL
 constexpr int kNoSignal = MSG_NOSIGNAL;
 #else
@@ -24,7 +24,7 @@ constexpr int kNoSignal = 0;
 
 constexpr std::size_t kLongestPath = sizeof(sockaddr_un::sun_path) - 1;
 
-std::string textOf(int error) {
+std::string messageOf(int error) {
   return std::generic_category().message(error);
 }
 
@@ -45,7 +45,7 @@ void prepare(int descriptor) {
 }
 
 template <typename Call>
-auto againWhenInterrupted(Call call) {
+auto retriedWhenInterrupted(Call call) {
   auto result = call();
   while (result < 0 && errno == EINTR) {
     result = call();
@@ -93,7 +93,7 @@ int connectTo(const Socket& socket, const std::string& path) {
     return ENAMETOOLONG;
   }
   const sockaddr_un address = addressOf(path);
-  const int result = againWhenInterrupted([&] {
+  const int result = retriedWhenInterrupted([&] {
     return ::connect(socket.descriptor(), reinterpret_cast<const sockaddr*>(&address),
                      sizeof address);
   });
@@ -101,12 +101,12 @@ int connectTo(const Socket& socket, const std::string& path) {
 }
 
 ssize_t sendSome(const Socket& socket, const unsigned char* bytes, std::size_t length) {
-  return againWhenInterrupted(
+  return retriedWhenInterrupted(
       [&] { return ::send(socket.descriptor(), bytes, length, kNoSignal); });
 }
 
 ssize_t receiveSome(const Socket& socket, unsigned char* bytes, std::size_t length) {
-  return againWhenInterrupted([&] { return ::recv(socket.descriptor(), bytes, length, 0); });
+  return retriedWhenInterrupted([&] { return ::recv(socket.descriptor(), bytes, length, 0); });
 }
 
 Listener::Listener(const std::string& path) : path_(path), socket_(newSocket()) {
@@ -116,14 +116,14 @@ Listener::Listener(const std::string& path) : path_(path), socket_(newSocket()) 
   }
   bind();
   struct stat file = {};
-  // Before anybody can connect: who may open the file may send.
+  // Before clients can connect: every user who may open the file may send.
   const bool isListening = ::lstat(path_.c_str(), &file) == 0 &&
                            ::chmod(path_.c_str(), S_IRUSR | S_IWUSR) == 0 &&
                            ::listen(socket_.descriptor(), SOMAXCONN) == 0;
   if (!isListening) {
     const int error = errno;
     ::unlink(path_.c_str());
-    throw std::runtime_error(path_ + ": " + textOf(error));
+    throw std::runtime_error(path_ + ": " + messageOf(error));
   }
   device_ = file.st_dev;
   inode_ = file.st_ino;
@@ -150,7 +150,7 @@ void Listener::bind() {
     error = bindOnce();
   }
   if (error != 0) {
-    throw std::runtime_error(path_ + ": " + textOf(error));
+    throw std::runtime_error(path_ + ": " + messageOf(error));
   }
 }
 
@@ -161,15 +161,15 @@ void Listener::removeStale() const {
   }
   if (!S_ISSOCK(file.st_mode)) {
     throw std::runtime_error(
-        path_ + ": a file that is no socket stands there; choose another path, or remove it");
+        path_ + ": the file there is not a socket; choose another path, or remove the file");
   }
   const int error = connectTo(newSocket(), path_);
   if (error == 0 || error == EAGAIN) {
     throw std::runtime_error(path_ + ": another program listens there; choose another path");
   }
-  // Anything else, such as missing rights, does not tell that nobody is there.
+  // After any other error, such as missing permissions, there may still be a listener.
   if (error != ECONNREFUSED) {
-    throw std::runtime_error(path_ + ": a socket stands there already (" + textOf(error) +
+    throw std::runtime_error(path_ + ": there is a socket already (" + messageOf(error) +
                              "); choose another path");
   }
   ::unlink(path_.c_str());
@@ -177,7 +177,7 @@ void Listener::removeStale() const {
 
 Socket Listener::accept() const {
   Socket client(
-      againWhenInterrupted([&] { return ::accept(socket_.descriptor(), nullptr, nullptr); }));
+      retriedWhenInterrupted([&] { return ::accept(socket_.descriptor(), nullptr, nullptr); }));
   if (client) {
     prepare(client.descriptor());
   }

@@ -1,7 +1,7 @@
 // The pen port as a Unix stream socket, for both of its ends: a client that sends frames, and a far
 // end that reads them.
 //
-// Sockets never wait, raise no SIGPIPE, and are closed in programs that are executed.
+// Sockets do not block, raise no SIGPIPE, and are closed in programs that are executed.
 //
 // THREADS  None of its own; one object belongs to one thread at a time.
 
@@ -15,7 +15,7 @@
 
 namespace penport {
 
-// Why no socket can have this path; empty when one can.
+// The reason why no socket can have this path; empty when one can. (A check of a command line.)
 std::string pathFault(const std::string& path);
 
 // Owns a socket, or any other file descriptor.
@@ -35,24 +35,24 @@ class Socket {
   int descriptor_ = -1;
 };
 
-// Throws std::system_error when the system has none left.
+// Throws std::system_error when the system has no descriptor left.
 Socket newSocket();
 
-// Connects to whoever listens at the path. Returns 0 or an errno value: EAGAIN stands for a
-// listener that is there and has no room yet.
+// Connects to the listener at the path. Returns 0 or an errno value; EAGAIN: there is a listener,
+// and its queue is full.
 int connectTo(const Socket& socket, const std::string& path);
 
-// As send() and recv(), again when a signal came.
+// As send() and recv(), repeated when a signal interrupts them.
 ssize_t sendSome(const Socket& socket, const unsigned char* bytes, std::size_t length);
 ssize_t receiveSome(const Socket& socket, unsigned char* bytes, std::size_t length);
 
 // Listens at a path for as long as it lives. Only this user can connect.
 class Listener {
  public:
-  // Replaces a socket that nobody listens at any more, and nothing else. Throws std::runtime_error
-  // when it cannot listen there; the text begins with the path.
+  // Replaces a socket without a listener, but no other file. Throws std::runtime_error when it
+  // cannot listen at the path; the text begins with the path.
   explicit Listener(const std::string& path);
-  // Removes the socket, unless the path has become something else.
+  // Removes the socket, unless another file has replaced it.
   ~Listener();
 
   Listener(const Listener&) = delete;
@@ -60,7 +60,7 @@ class Listener {
 
   // Becomes readable when a client waits.
   int descriptor() const { return socket_.descriptor(); }
-  // The next client; none when none waits or it cannot be taken, which errno tells.
+  // The next client. Without a descriptor when none waits, or none can be accepted: see errno.
   Socket accept() const;
 
  private:
@@ -69,7 +69,7 @@ class Listener {
 
   const std::string path_;
   Socket socket_;
-  dev_t device_ = 0;  // these two tell the socket from any other file
+  dev_t device_ = 0;  // these two identify the socket
   ino_t inode_ = 0;
 };
 

@@ -34,7 +34,7 @@ constexpr EventName kEvents[] = {
     {"leave", QEvent::TabletLeaveProximity},
 };
 
-// What is wrong with a line; the caller knows which one it is.
+// An error without the number of the line, which the caller adds.
 class LineError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -46,7 +46,7 @@ std::string shown(double value) {
   return text;
 }
 
-// JSON that is too long for an error text is cut.
+// Long JSON is cut for the error text.
 std::string shown(const Json& value) {
   constexpr std::size_t kLongest = 40;
   const std::string text = value.dump(-1, ' ', true, Json::error_handler_t::replace);

@@ -9,7 +9,7 @@ namespace penpad {
 DrawingPad::DrawingPad(TabletCallback onTablet, QWidget* parent)
     : Paper(parent), onTablet_(std::move(onTablet)) {
   setCursor(Qt::CrossCursor);
-  // A pen above the surface is told too.
+  // Moves above the surface are events, too.
   setMouseTracking(true);
   setTabletTracking(true);
 }
@@ -22,27 +22,27 @@ void DrawingPad::tabletEvent(QTabletEvent* event) {
   }
   add(sampleOf(*event, isDown_));
   onTablet_(event);
-  // Otherwise Qt would make a mouse of the pen, and the pad a pen of the mouse.
+  // Unless it is accepted, Qt sends a mouse event as well, which the pad would draw again.
   event->accept();
 }
 
 void DrawingPad::mousePressEvent(QMouseEvent* event) {
   if (event->button() == Qt::LeftButton) {
-    penOf(event);
+    sendAsTablet(event);
   }
 }
 
 void DrawingPad::mouseMoveEvent(QMouseEvent* event) {
-  penOf(event);
+  sendAsTablet(event);
 }
 
 void DrawingPad::mouseReleaseEvent(QMouseEvent* event) {
   if (event->button() == Qt::LeftButton) {
-    penOf(event);
+    sendAsTablet(event);
   }
 }
 
-void DrawingPad::penOf(QMouseEvent* event) {
+void DrawingPad::sendAsTablet(QMouseEvent* event) {
   QTabletEvent tablet = mousePen_.tabletEvent(*event);
   QCoreApplication::sendEvent(this, &tablet);
 }

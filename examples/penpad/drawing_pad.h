@@ -1,4 +1,4 @@
-// The sheet that takes pen and mouse.
+// The sheet that receives the input of pen and mouse.
 
 #ifndef EXAMPLES_PENPAD_DRAWING_PAD_H
 #define EXAMPLES_PENPAD_DRAWING_PAD_H
@@ -10,7 +10,7 @@
 
 namespace penpad {
 
-// Draws the events of a tablet itself, and hands each one on. A mouse is turned into a tablet.
+// Draws tablet events and passes each one on. Mouse events become tablet events.
 class DrawingPad : public Paper {
  public:
   using TabletCallback = std::function<void(QTabletEvent* event)>;
@@ -24,7 +24,7 @@ class DrawingPad : public Paper {
   void mouseReleaseEvent(QMouseEvent* event) override;
 
  private:
-  void penOf(QMouseEvent* event);
+  void sendAsTablet(QMouseEvent* event);
 
   TabletCallback onTablet_;
   MousePen mousePen_;

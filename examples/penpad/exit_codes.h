@@ -1,4 +1,4 @@
-// What penpad's exit status says.
+// The exit statuses of penpad.
 
 #ifndef EXAMPLES_PENPAD_EXIT_CODES_H
 #define EXAMPLES_PENPAD_EXIT_CODES_H
@@ -7,9 +7,9 @@ namespace penpad {
 
 enum ExitCode : int {
   kExitOk = 0,          // the window was closed, or the picture is written
-  kExitFailed = 1,      // a defect of penpad, or the system is out of something
-  kExitUsage = 2,       // the command line makes no sense
-  kExitBadStroke = 3,   // the file to replay cannot be read, or holds something else
+  kExitFailed = 1,      // a defect of penpad, or the system is out of a resource
+  kExitUsage = 2,       // a wrong command line
+  kExitBadStroke = 3,   // the file to replay cannot be read, or is not a stroke
   kExitNotWritten = 4,  // the picture cannot be written
 };
 

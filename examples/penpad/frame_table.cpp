@@ -10,7 +10,7 @@ constexpr std::size_t kMostFrames = 5000;
 constexpr const char* kHeaders[FrameTable::kColumns] = {
     "Request", "Device", "x", "y", "Pressure", "Tilt", "Rotation", "Pointer flags"};
 
-QString textOf(const penframe::Frame& frame, int column) {
+QString cellText(const penframe::Frame& frame, int column) {
   const penframe::Packet& packet = frame.packet;
   switch (column) {
     case FrameTable::kRequest:
@@ -65,7 +65,7 @@ QVariant FrameTable::data(const QModelIndex& index, int role) const {
     return QVariant();
   }
   if (role == Qt::DisplayRole) {
-    return textOf(frames_[static_cast<std::size_t>(index.row())], index.column());
+    return cellText(frames_[static_cast<std::size_t>(index.row())], index.column());
   }
   if (role == Qt::TextAlignmentRole) {
     return QVariant(static_cast<int>(Qt::AlignVCenter |

@@ -15,7 +15,7 @@ class FrameTable : public QAbstractTableModel {
  public:
   enum Column { kRequest, kDevice, kX, kY, kPressure, kTilt, kRotation, kFlags, kColumns };
 
-  // Old frames go when there are many.
+  // The oldest frames are removed when there are many.
   void add(const penframe::Frame& frame);
   void clear();
 

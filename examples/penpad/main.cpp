@@ -1,4 +1,4 @@
-// penpad: draw with a pen, and see what the library makes of it.
+// penpad: draw with a pen, and see the frames that the library sends.
 
 #include <cstdio>
 #include <exception>
@@ -22,7 +22,7 @@ struct Options {
   bool isWithoutDevice = false;
 };
 
-void say(const std::string& line) {
+void printError(const std::string& line) {
   std::fprintf(stderr, "penpad: %s\n", line.c_str());
 }
 
@@ -30,14 +30,14 @@ penpad::ExitCode save(penpad::Window& window, const std::string& name) {
   if (window.picture().save(QString::fromStdString(name), "PNG")) {
     return penpad::kExitOk;
   }
-  say(name + ": the picture cannot be written there; does the folder exist?");
+  printError(name + ": cannot write the picture; does the folder exist?");
   return penpad::kExitNotWritten;
 }
 
 int show(const Options& options, std::vector<stroke::Event> events, int argc, char** argv) {
   const bool isPicture = !options.screenshot.empty();
   if (isPicture && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-    // Nobody looks, so no display is needed.
+    // A picture needs no display.
     qputenv("QT_QPA_PLATFORM", "offscreen");
   }
   QApplication application(argc, argv);
@@ -73,28 +73,28 @@ int run(const Options& options, int argc, char** argv) {
 int parseAndRun(int argc, char** argv) {
   Options options;
   CLI::App app(
-      "Draw with a pen, or with the mouse: on the left what you drew, on the right the same from "
-      "the frames that the library sent for it, which the table shows.",
+      "Draw with a pen or the mouse. The left sheet shows the input, the right sheet the same "
+      "strokes from the frames that the library sends, the table those frames.",
       "penpad");
   app.add_option("--replay", options.replay,
-                 "Play a recorded stroke, one JSON event per line (see strokes/)");
+                 "Play a recorded stroke: one JSON event per line (see strokes/)");
   app.add_option("--screenshot", options.screenshot,
-                 "Write a picture of the window to this PNG file and leave; needs no display");
-  app.add_flag("--no-device", options.isWithoutDevice,
-               "Replay without the pen having been given a device number");
+                 "Write a picture of the window to this PNG file and exit; needs no display");
+  app.add_flag("--no-device", options.isWithoutDevice, "Replay before the pen has a device number");
   app.footer(
-      "Exit status: 0 done, 2 bad usage, 3 the stroke cannot be read, 4 the picture cannot be "
-      "written.");
+      "Exit status: 0 success, 1 internal error, 2 wrong usage, 3 cannot read the stroke, 4 cannot "
+      "write "
+      "the picture.");
   try {
     app.parse(argc, argv);
     return run(options, argc, argv);
-  } catch (const CLI::Success& wanted) {  // --help
-    return app.exit(wanted);
+  } catch (const CLI::Success& help) {
+    return app.exit(help);
   } catch (const CLI::ParseError& error) {
-    say(std::string(error.what()) + "; see penpad --help");
+    printError(std::string(error.what()) + "; see penpad --help");
     return penpad::kExitUsage;
   } catch (const stroke::FileError& error) {
-    say(error.what());
+    printError(error.what());
     return penpad::kExitBadStroke;
   }
 }
@@ -105,7 +105,7 @@ int main(int argc, char** argv) {
   try {
     return parseAndRun(argc, argv);
   } catch (const std::exception& error) {
-    say(error.what());
+    printError(error.what());
     return penpad::kExitFailed;
   }
 }

@@ -6,14 +6,14 @@
 namespace penpad {
 namespace {
 
-// The pressure at rest, and the speed at which half of it is left.
-constexpr double kHardest = 0.9;
+// The pressure at rest, and the speed that halves it.
+constexpr double kPressureAtRest = 0.9;
 constexpr double kHalvingSpeed = 0.8;  // pixels per millisecond
-constexpr double kLightest = 0.05;
-// How much of the former pressure stays at each event, so that the line does not flicker.
+constexpr double kLeastPressure = 0.05;
+// Share of the pressure of the event before, so that the line does not flicker.
 constexpr double kInertia = 0.75;
-// What a press begins with, before there is a speed.
-constexpr double kFirst = 0.3;
+// The pressure of a press, which has no speed yet.
+constexpr double kFirstPressure = 0.3;
 
 QEvent::Type typeFor(QEvent::Type mouse) {
   switch (mouse) {
@@ -40,15 +40,15 @@ QTabletEvent MousePen::tabletEvent(const QMouseEvent& event) {
 
 double MousePen::pressureAt(const QMouseEvent& event) {
   if (typeFor(event.type()) == QEvent::TabletPress) {
-    pressure_ = kFirst;
+    pressure_ = kFirstPressure;
   } else if ((event.buttons() & Qt::LeftButton) == 0) {
     pressure_ = 0;
   } else {
     const QPointF way = event.localPos() - position_;
     const double ms = std::max(1.0, static_cast<double>(event.timestamp() - time_));
     const double speed = std::hypot(way.x(), way.y()) / ms;
-    const double wanted = std::max(kLightest, kHardest / (1 + speed / kHalvingSpeed));
-    pressure_ = kInertia * pressure_ + (1 - kInertia) * wanted;
+    const double target = std::max(kLeastPressure, kPressureAtRest / (1 + speed / kHalvingSpeed));
+    pressure_ = kInertia * pressure_ + (1 - kInertia) * target;
   }
   return pressure_;
 }

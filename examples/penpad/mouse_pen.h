@@ -1,4 +1,4 @@
-// A mouse as a pen: slow movements press hard.
+// Mouse events as tablet events: a slow movement has a high pressure.
 
 #ifndef EXAMPLES_PENPAD_MOUSE_PEN_H
 #define EXAMPLES_PENPAD_MOUSE_PEN_H
@@ -10,8 +10,8 @@ namespace penpad {
 
 class MousePen {
  public:
-  // The tablet event that stands for a press, a movement or a release of the left button. Without
-  // the button the pen is above the surface.
+  // The tablet event for a press, a movement or a release of the left button. Without the button
+  // the pen is above the surface.
   QTabletEvent tabletEvent(const QMouseEvent& event);
 
  private:

@@ -14,7 +14,7 @@ constexpr int kFullPressure = 1024;
 constexpr double kThinnest = 1.5;
 constexpr double kThickening = 10;
 
-// A stroke of a few hours; older ink goes first when there is more.
+// A stroke of a few hours. The oldest half is removed when there are more.
 constexpr std::size_t kMostSamples = 1000000;
 
 QPointF middleOf(const QPoint& pixel) {
@@ -69,7 +69,7 @@ void Paper::draw(const Sample& sample) {
     QPainter painter(&image_);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(QPen(kInkColour, width, Qt::SolidLine, Qt::RoundCap));
-    // A line of no length would not be drawn.
+    // Qt does not draw a line of length 0.
     const QPointF end = middleOf(sample.position);
     painter.drawLine(middleOf(from.position),
                      from.position == sample.position ? end + QPointF(0.01, 0) : end);

@@ -1,4 +1,4 @@
-// A sheet that a stroke is drawn on, point by point.
+// A sheet on which strokes are drawn, sample by sample.
 
 #ifndef EXAMPLES_PENPAD_PAPER_H
 #define EXAMPLES_PENPAD_PAPER_H
@@ -15,7 +15,7 @@
 
 namespace penpad {
 
-// What the ink needs to know of a pen.
+// The state of a pen, as far as it changes the ink.
 struct Sample {
   QPoint position;
   int pressure;  // 0 to 1024
@@ -25,16 +25,15 @@ struct Sample {
 Sample sampleOf(const QTabletEvent& event, bool touches);
 Sample sampleOf(const penframe::Packet& packet);
 
-// Each pair of neighbouring samples that touch is joined by a line with round ends from the middle
-// of one pixel to the middle of the other. It is as wide as the mean pressure of the two says, from
-// 1.5 pixels at 0 to 11.5 at 1024.
+// A line with round ends joins the middle of one pixel to that of the next, where both samples
+// touch. The mean pressure of the two gives its width: 1.5 pixels at 0, 11.5 at 1024.
 class Paper : public QWidget {
  public:
   explicit Paper(QWidget* parent = nullptr);
 
   void add(const Sample& sample);
   void clear();
-  // A remark in the middle, on top of the stroke; empty for none.
+  // A text in the middle, on top of the strokes; empty: none.
   void setRemark(const QString& remark);
 
   QSize sizeHint() const override;

@@ -1,13 +1,12 @@
 #include "examples/penpad/pen_link.h"
 
 #include <array>
-#include <optional>
 #include <utility>
 
 namespace penpad {
 namespace {
 
-// The library takes a port for the pen's when its name contains "space.port.2".
+// A port is the pen's when its name contains "space.port.2".
 constexpr char kPortName[] = "penpad.space.port.2";
 constexpr int kTabletInput = 0;
 constexpr int kOwnPosition = -1;
@@ -17,9 +16,11 @@ constexpr int kOwnPosition = -1;
 PenLink::PenLink(FrameCallback onFrame) : onFrame_(std::move(onFrame)) {
   const auto write = [this](const std::string&, unsigned int length, unsigned char* bytes) {
     ++frames_;
-    if (const std::optional<penframe::Frame> frame =
-            penframe::decodeFrame(bytes, length, &badFrame_)) {
+    const base::Result<penframe::Frame> frame = penframe::decodeFrame(bytes, length);
+    if (frame) {
       onFrame_(*frame);
+    } else {
+      badFrame_ = frame.reason();
     }
     return length;
   };

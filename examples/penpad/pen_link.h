@@ -1,4 +1,4 @@
-// What stands between the two sides of the window: the library, and the port that it writes to.
+// The connection of the two sides of the window: the library, and the port that it writes to.
 
 #ifndef EXAMPLES_PENPAD_PEN_LINK_H
 #define EXAMPLES_PENPAD_PEN_LINK_H
@@ -13,29 +13,29 @@
 
 namespace penpad {
 
-// A proxy of its own, which is never connected: pen input needs no bus.
+// Has a proxy of its own that is never connected: pen input needs no bus.
 class PenLink {
  public:
   using FrameCallback = std::function<void(const penframe::Frame& frame)>;
 
-  // Opens the port. The callback receives every frame that is written to it, inside send().
+  // Opens the port. The callback receives each frame that is written to the port, inside send().
   explicit PenLink(FrameCallback onFrame);
   PenLink(const PenLink&) = delete;
   PenLink& operator=(const PenLink&) = delete;
 
   void send(QTabletEvent* event);
-  // Delivers the message with a device number, as if it had come in on the port. The library keeps
-  // the first one that is not 0.
+  // Delivers the message with a device number, as if it had arrived on the port. The library keeps
+  // the first number that is not 0.
   void deliverDeviceNumber(std::uint8_t devId);
   void setPortOpen(bool open);
 
-  // 0: the library has not been given one.
+  // 0: the pen has none yet.
   std::uint8_t devId() const { return devId_; }
-  // Why an event would not be sent; empty when it would.
+  // The reason why events are not sent; empty when they are.
   std::string obstacle() const;
   std::size_t events() const { return events_; }
   std::size_t frames() const { return frames_; }
-  // What was wrong with the last frame that could not be read; empty when there was none.
+  // The reason why the last unreadable frame could not be read; empty when every frame could.
   const std::string& badFrame() const { return badFrame_; }
 
  private:

@@ -27,7 +27,7 @@ void Replay::playNext() {
   QTabletEvent tablet = event.toTablet(pad_->mapToGlobal(QPoint(0, 0)) + QPointF(event.x, event.y));
   const bool isProximity =
       event.type == QEvent::TabletEnterProximity || event.type == QEvent::TabletLeaveProximity;
-  // As Qt does: a pen that comes near is told to the application.
+  // As Qt does: proximity events go to the application.
   QObject* const receiver =
       isProximity ? QCoreApplication::instance() : static_cast<QObject*>(pad_);
   QCoreApplication::sendEvent(receiver, &tablet);

@@ -1,4 +1,4 @@
-// A recorded stroke, played on the pad as if a pen drew it.
+// Plays a recorded stroke on the pad, as if a pen drew it.
 
 #ifndef EXAMPLES_PENPAD_REPLAY_H
 #define EXAMPLES_PENPAD_REPLAY_H

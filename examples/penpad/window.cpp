@@ -11,6 +11,8 @@
 #include <QStyledItemDelegate>
 #include <QVBoxLayout>
 
+#include "base/text.h"
+
 namespace penpad {
 namespace {
 
@@ -98,9 +100,9 @@ Window::Window()
   deviceNumber_.setFixedWidth(48);
   deviceNumber_.setAlignment(Qt::AlignRight);
   deviceNumber_.setFocusPolicy(Qt::ClickFocus);
-  deviceNumber_.setToolTip("The far end's number of the pen; 0 stands for none");
+  deviceNumber_.setToolTip("Number that the far end gives the pen; 0: none");
   deviceButton_.setObjectName("primary");
-  deviceButton_.setToolTip("Deliver the port's message 2101, as the far end would");
+  deviceButton_.setToolTip("Deliver message 2101 on the port, as the far end does");
   portOpen_.setChecked(true);
 
   connect(&deviceButton_, &QPushButton::clicked, this, [this] { deliverDeviceNumber(); });
@@ -153,8 +155,8 @@ void Window::clear() {
 }
 
 void Window::showStatus() {
-  const QString counts =
-      QStringLiteral("%1 tablet events, %2 frames").arg(link_.events()).arg(link_.frames());
+  const QString counts = QString::fromStdString(base::counted(link_.events(), "tablet event") +
+                                                ", " + base::counted(link_.frames(), "frame"));
   const QString obstacle = QString::fromStdString(link_.obstacle());
   const QString fault = QString::fromStdString(link_.badFrame());
   if (!fault.isEmpty()) {
@@ -197,10 +199,10 @@ QWidget* Window::captioned(const QString& caption, const QString& text, Paper* p
 void Window::layOut() {
   auto* const sheets = new QHBoxLayout;
   sheets->setSpacing(kGap);
-  sheets->addWidget(captioned("Drawn", "what the tablet said", &drawn_), 1);
+  sheets->addWidget(captioned("Drawn", "the input of the tablet", &drawn_), 1);
   sheets->addWidget(captioned("Redrawn", "from the frames alone", &redrawn_), 1);
 
-  // Its text must not decide how wide the window is.
+  // Its text must not set the width of the window.
   status_.setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
   auto* const controls = new QHBoxLayout;
   controls->setSpacing(8);

@@ -1,5 +1,5 @@
-// The window: on the left what was drawn, on the right the same stroke from nothing but the frames,
-// under them the frames themselves.
+// The window: on the left the input, on the right the same stroke from the frames alone, below the
+// frames.
 
 #ifndef EXAMPLES_PENPAD_WINDOW_H
 #define EXAMPLES_PENPAD_WINDOW_H
@@ -29,15 +29,15 @@ class Window : public QWidget {
   QSpinBox& deviceNumber() { return deviceNumber_; }
   QCheckBox& portOpen() { return portOpen_; }
   QPushButton& clearButton() { return clearButton_; }
-  // What the line between strokes and table says.
+  // The text of the line between strokes and table.
   QString status() const { return status_.text(); }
 
-  // The window as it looks now. The texts "Drawn" and "Redrawn" of the image say where the two
-  // sheets are in it: "x y width height".
+  // An image of the window. Its texts "Drawn" and "Redrawn" are the places of the two sheets:
+  // "x y width height".
   QImage picture();
 
  protected:
-  // Takes the events of a pen that comes near or goes away, which no widget receives.
+  // Receives the proximity events of a pen, which go to no widget.
   bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:

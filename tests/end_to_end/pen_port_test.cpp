@@ -78,7 +78,7 @@ TEST_F(VelsimPenPortTest, AFileThatIsNoSocketStays) {
   const Finished failed = velsimAt(port());
 
   EXPECT_EQ(failed.status, velsim::kExitNotServing);
-  EXPECT_THAT(failed.err, HasSubstr(": a file that is no socket stands there; "));
+  EXPECT_THAT(failed.err, HasSubstr(": the file there is not a socket; "));
   EXPECT_EQ(std::filesystem::file_size(port()), 8u);
 }
 

@@ -219,11 +219,10 @@ class PenReplayToPeerTest : public PenReplayTest {
   Finished wait() { return replay_->wait(); }
 
   static penframe::Frame decoded(const std::string& bytes) {
-    std::string error;
-    const auto frame = penframe::decodeFrame(reinterpret_cast<const unsigned char*>(bytes.data()),
-                                             bytes.size(), &error);
-    EXPECT_TRUE(frame.has_value()) << error;
-    return frame.value_or(penframe::Frame());
+    const auto frame =
+        penframe::decodeFrame(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
+    EXPECT_TRUE(frame) << frame.reason();
+    return frame ? *frame : penframe::Frame();
   }
 
  private:

@@ -203,7 +203,10 @@ TEST(HeaderTest, StatesArgumentsReplyAndTimeLimitOfTheProtocol) {
   for (const Declaration& declaration : remoteDeclarations()) {
     SCOPED_TRACE(declaration.name + " of " + kHeader);
     const velprotocol::Method* const method = velprotocol::find(declaration.method);
-    ASSERT_NE(method, nullptr) << declaration.method << " has no row in vel/protocol/methods.h";
+    if (!method) {
+      ADD_FAILURE() << declaration.method << " has no row in vel/protocol/methods.h";
+      continue;
+    }
 
     EXPECT_EQ(typesIn(declaration.arguments),
               typesIn(velprotocol::ArgumentList(method->arguments)));

@@ -1,4 +1,4 @@
-// What a frame allocates: nothing. Logging, which may, is off: it is this file's own.
+// A frame allocates no memory. Logging, which may allocate, is off: this file defines the log.
 
 #include <cstdarg>
 #include <cstddef>
@@ -43,7 +43,7 @@ namespace {
 
 constexpr int kFrames = 1000;
 
-// How many times operator new is called while something is done.
+// The number of calls of operator new during an action.
 template <typename Action>
 std::size_t allocationsOf(Action action) {
   allocations = 0;

@@ -111,7 +111,7 @@ TEST_F(EventLoopTest, PositionsAreThoseInTheWidget) {
   EXPECT_THAT(positions(), ElementsAre(std::pair(10, 10), std::pair(21, 20)));
 }
 
-TEST_F(EventLoopTest, AStrokeThatLeavesTheWidgetGoesOnOutsideIt) {
+TEST_F(EventLoopTest, AStrokeThatLeavesTheWidgetContinuesOutside) {
   post(QEvent::TabletPress, 31, 41, 0.5);
   post(QEvent::TabletMove, 10, 10, 0.5);
   post(QEvent::TabletRelease, 5, 5);

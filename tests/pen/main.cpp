@@ -1,17 +1,17 @@
-// Tests that need Qt, which is told before anything else that there is no display.
+// The main function of tests with Qt, which runs without a display.
 
 #include <memory>
 
 #include <gmock/gmock.h>
 #include <QApplication>
 
-// Of LeakSanitizer, where it is linked in.
+// Functions of LeakSanitizer, null without it.
 extern "C" void __lsan_disable() __attribute__((weak));
 extern "C" void __lsan_enable() __attribute__((weak));
 
 namespace {
 
-// Qt's offscreen platform never frees its screen. Everything later counts.
+// Qt's offscreen platform never frees its screen. Leaks after this function count.
 std::unique_ptr<QApplication> makeApplication(int& argc, char** argv) {
   if (__lsan_disable) {
     __lsan_disable();

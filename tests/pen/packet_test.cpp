@@ -25,7 +25,7 @@ std::int32_t signedAt(const Bytes& bytes, std::size_t offset) {
 
 // --- Whole packets ------------------------------------------------------------------------------
 
-TEST(PacketTest, HasEachValueInItsPlace) {
+TEST(PacketTest, HasEachValueAtItsOffset) {
   Pen pen;
   pen.x = 10.5;
   pen.y = -10.6;
@@ -106,7 +106,7 @@ TEST(PacketTest, IsMadeInTheSamePlaceEachTime) {
   EXPECT_EQ(packet[50], 3);
 }
 
-TEST(PacketTest, KeepsNothingOfTheOneBefore) {
+TEST(PacketTest, KeepsNoValueOfThePacketBefore) {
   Pen full;
   full.x = -1000;
   full.y = -1000;
@@ -121,7 +121,7 @@ TEST(PacketTest, KeepsNothingOfTheOneBefore) {
   EXPECT_EQ(packetOf(Pen()), expected);
 }
 
-TEST(PacketTest, IsWrittenAnewExceptForItsHighHalves) {
+TEST(PacketTest, IsWrittenExceptForItsHighHalves) {
   QTabletEvent event = Pen().event();
   unsigned char* const packet = qx::serialize(&event, 0, kOwnPosition, kOwnPosition);
   const Bytes before = bytesOf(packet, kPacketSize);
@@ -141,7 +141,7 @@ TEST(PacketTest, IsWrittenAnewExceptForItsHighHalves) {
   std::copy(before.begin(), before.end(), packet);
 }
 
-TEST(PacketTest, IsNotMadeOfNothing) {
+TEST(PacketTest, IsNullForANullEvent) {
   EXPECT_EQ(qx::serialize(nullptr, 0, 0, 0), nullptr);
 }
 
@@ -154,7 +154,7 @@ TEST(PacketTest, TakesAnyFlags) {
   }
 }
 
-// --- Where it is --------------------------------------------------------------------------------
+// --- Position -----------------------------------------------------------------------------------
 
 struct Rounding {
   double position;
@@ -192,20 +192,20 @@ TEST(PositionTest, OnlyMinusOneStandsForTheEventsOwn) {
   }
 }
 
-TEST(PositionTest, IsChosenForXAndYEachForItself) {
+TEST(PositionTest, IsChosenForXAndYSeparately) {
   const Bytes ownX = packetOf(penAt(300, 400), 0, -1, 7);
   const Bytes ownY = packetOf(penAt(300, 400), 0, 8, -1);
 
-  EXPECT_EQ(toHex(ownX, 50, 8), "2C 01 00 00 07 00 00 00");
-  EXPECT_EQ(toHex(ownY, 50, 8), "08 00 00 00 90 01 00 00");
+  EXPECT_EQ(hexAt(ownX, 50, 8), "2c01000007000000");
+  EXPECT_EQ(hexAt(ownY, 50, 8), "0800000090010000");
 }
 
-TEST(PositionTest, IsThePlaceInTheWidgetNotOnTheScreen) {
-  EXPECT_EQ(toHex(packetOf(penAt(1, 2)), 50, 8), "01 00 00 00 02 00 00 00");
+TEST(PositionTest, IsTheOneInTheWidgetNotOnTheScreen) {
+  EXPECT_EQ(hexAt(packetOf(penAt(1, 2)), 50, 8), "0100000002000000");
 }
 
 TEST(PositionTest, OfAnEventAtMinusOneIsMinusOne) {
-  EXPECT_EQ(toHex(packetOf(penAt(-1, -1)), 50, 8), "FF FF FF FF FF FF FF FF");
+  EXPECT_EQ(hexAt(packetOf(penAt(-1, -1)), 50, 8), "ffffffffffffffff");
 }
 
 // --- Pressure and rotation ----------------------------------------------------------------------
@@ -217,7 +217,7 @@ struct Scaling {
 
 class ScalingTest : public testing::TestWithParam<Scaling> {};
 
-TEST_P(ScalingTest, Is1024TimesAsMuchTowardsZero) {
+TEST_P(ScalingTest, Is1024TimesTheValueTowardsZero) {
   const Bytes pressed = packetOf(penWithPressure(GetParam().value));
   const Bytes turned = packetOf(penWithRotation(GetParam().value));
 
@@ -245,7 +245,7 @@ INSTANTIATE_TEST_SUITE_P(Wide, ScalingTest,
                                          Scaling{4194305, 1024}, Scaling{-4194305, -1024},
                                          Scaling{4503599627370495.0, -1024}));
 
-// What is no number is 0. What is too much for 64 bits is the most, or the least, that they hold.
+// NaN is 0. A value beyond 64 bits is the largest, or the smallest, of 64 bits.
 INSTANTIATE_TEST_SUITE_P(NotFinite, ScalingTest,
                          testing::Values(Scaling{std::nan(""), 0}, Scaling{-std::nan(""), 0},
                                          Scaling{kInfinity, -1}, Scaling{-kInfinity, 0},
@@ -256,7 +256,7 @@ INSTANTIATE_TEST_SUITE_P(NotFinite, ScalingTest,
                                          Scaling{std::numeric_limits<double>::denorm_min(), 0}));
 
 TEST(PacketTest, WritesMinusNinetyDegreesWithoutASignInTheHighHalf) {
-  EXPECT_EQ(toHex(packetOf(penWithRotation(-90)), 154, 8), "00 98 FE FF 00 00 00 00");
+  EXPECT_EQ(hexAt(packetOf(penWithRotation(-90)), 154, 8), "0098feff00000000");
 }
 
 TEST(PacketTest, TakesAnyTilt) {
@@ -283,25 +283,25 @@ class FieldTest : public testing::Test {
   const std::array<unsigned char, 12> untouched = {};
 };
 
-TEST_F(FieldTest, GoesOnBehindWhatItCopied) {
+TEST_F(FieldTest, ContinuesBehindTheCopiedBytes) {
   EXPECT_EQ(qx::serialize_field(target.data(), source.data(), 4, 0), target.data() + 4);
 
   EXPECT_EQ(target, (std::array<unsigned char, 12>{1, 2, 3, 4}));
 }
 
-TEST_F(FieldTest, GoesOnWhereItIsTold) {
+TEST_F(FieldTest, ContinuesBehindTheGivenAdvance) {
   EXPECT_EQ(qx::serialize_field(target.data(), source.data(), 4, 8), target.data() + 8);
 
   EXPECT_EQ(target, (std::array<unsigned char, 12>{1, 2, 3, 4}));
 }
 
-TEST_F(FieldTest, MayGoOnInsideWhatItCopied) {
+TEST_F(FieldTest, MayContinueInsideTheCopiedBytes) {
   EXPECT_EQ(qx::serialize_field(target.data(), source.data(), 8, 1), target.data() + 1);
 
   EXPECT_EQ(target, (std::array<unsigned char, 12>{1, 2, 3, 4, 5, 6, 7, 8}));
 }
 
-TEST_F(FieldTest, OfNoLengthCopiesNothing) {
+TEST_F(FieldTest, OfLengthZeroCopiesNothing) {
   EXPECT_EQ(qx::serialize_field(target.data(), source.data(), 0, 0), target.data());
   EXPECT_EQ(qx::serialize_field(target.data(), source.data(), 0, 5), target.data() + 5);
   EXPECT_EQ(qx::serialize_field(target.data(), nullptr, 0, 5), target.data() + 5);
@@ -316,7 +316,7 @@ TEST_F(FieldTest, CopiesTheFirstByteFirst) {
   EXPECT_EQ(source, (std::array<unsigned char, 8>{1, 1, 1, 1, 1, 1, 1, 1}));
 }
 
-TEST_F(FieldTest, LeavesTheSourceAsItIs) {
+TEST_F(FieldTest, DoesNotChangeTheSource) {
   const std::array<unsigned char, 8> before = source;
 
   qx::serialize_field(target.data(), source.data(), 8, 0);

@@ -1,4 +1,4 @@
-// The decoder of frames, which programs use as well.
+// The decoder of frames.
 
 #include <random>
 
@@ -30,26 +30,21 @@ Bytes aFrame() {
   return frame;
 }
 
-std::optional<Frame> decode(const Bytes& bytes, std::string* error) {
-  return penframe::decodeFrame(bytes.data(), bytes.size(), error);
+base::Result<Frame> decode(const Bytes& bytes) {
+  return penframe::decodeFrame(bytes.data(), bytes.size());
 }
 
+// Empty when there is none.
 std::string errorOf(const Bytes& bytes) {
-  std::string error;
-  const bool isFrame = decode(bytes, &error).has_value();
-  EXPECT_EQ(isFrame, error.empty());
-  return error;
+  return decode(bytes).reason();
 }
 
 // --- Frames -------------------------------------------------------------------------------------
 
-TEST(PenFrameTest, TellsAllThatAFrameHolds) {
-  std::string error = "what was there before";
+TEST(PenFrameTest, ReadsEveryField) {
+  const base::Result<Frame> frame = decode(aFrame());
 
-  const std::optional<Frame> frame = decode(aFrame(), &error);
-
-  ASSERT_TRUE(frame.has_value()) << error;
-  EXPECT_EQ(error, "");
+  ASSERT_TRUE(frame) << frame.reason();
   EXPECT_EQ(frame->devId, 5);
   EXPECT_EQ(frame->reqId, 258u);
   EXPECT_EQ(frame->packet.flags, kDrawing);
@@ -63,40 +58,34 @@ TEST(PenFrameTest, TellsAllThatAFrameHolds) {
 
 TEST(PenFrameTest, ReadsAPacketByItself) {
   const Bytes frame = aFrame();
-  std::string error;
 
-  const std::optional<Packet> packet =
-      penframe::decodePacket(frame.data() + kPacketInFrame, kPacketSize, &error);
+  const base::Result<Packet> packet =
+      penframe::decodePacket(frame.data() + kPacketInFrame, kPacketSize);
 
-  ASSERT_TRUE(packet.has_value()) << error;
+  ASSERT_TRUE(packet) << packet.reason();
   EXPECT_EQ(packet->x, 320);
 }
 
 TEST(PenFrameTest, AcceptsNoOtherLength) {
   Bytes frame = aFrame();
   frame.resize(2 * kFrameSize, 0);
-  std::string error;
   for (std::size_t length = 0; length <= frame.size(); ++length) {
-    // A block of its own, so that reading on would be seen.
+    // A block of its own, so that a sanitizer sees a read beyond its end.
     const Bytes block(frame.begin(), frame.begin() + static_cast<std::ptrdiff_t>(length));
 
-    EXPECT_EQ(decode(block, &error).has_value(), length == kFrameSize) << length;
-    EXPECT_EQ(penframe::decodePacket(block.data(), length, &error).has_value(), false) << length;
+    EXPECT_EQ(errorOf(block).empty(), length == kFrameSize) << length;
+    EXPECT_FALSE(penframe::decodePacket(block.data(), length)) << length;
   }
   EXPECT_EQ(errorOf(Bytes(197, 0)), "a frame has 198 bytes, not 197");
   EXPECT_EQ(errorOf(Bytes()), "a frame has 198 bytes, not 0");
 }
 
-TEST(PenFrameTest, AcceptsNoBytesAtAll) {
-  std::string error;
-
-  EXPECT_FALSE(penframe::decodeFrame(nullptr, kFrameSize, &error).has_value());
-  EXPECT_EQ(error, "a frame has 198 bytes, not 0");
-  EXPECT_FALSE(penframe::decodePacket(nullptr, kPacketSize, &error).has_value());
-  EXPECT_EQ(error, "a packet has 178 bytes, not 0");
+TEST(PenFrameTest, RefusesANullPointer) {
+  EXPECT_EQ(penframe::decodeFrame(nullptr, kFrameSize).reason(), "a frame has 198 bytes, not 0");
+  EXPECT_EQ(penframe::decodePacket(nullptr, kPacketSize).reason(), "a packet has 178 bytes, not 0");
 }
 
-// Bytes of a frame that can be anything; all others have one value.
+// Whether a byte varies between frames; every other has one value.
 bool isFree(std::size_t offset) {
   const auto in = [offset](std::size_t first, std::size_t size) {
     return offset >= first && offset < first + size;
@@ -105,7 +94,7 @@ bool isFree(std::size_t offset) {
          in(20 + 154, 4) || in(20 + 162, 4) || in(20 + 170, 4);
 }
 
-TEST(PenFrameTest, AcceptsAChangeOnlyWhereThereIsSomethingToTell) {
+TEST(PenFrameTest, AcceptsAnotherValueOnlyInFieldsThatVary) {
   for (std::size_t offset = 0; offset < kFrameSize; ++offset) {
     for (const int bit : {0, 3, 7}) {
       Bytes frame = aFrame();
@@ -124,7 +113,7 @@ struct Fault {
 
 class FaultTest : public testing::TestWithParam<Fault> {};
 
-TEST_P(FaultTest, IsNamed) {
+TEST_P(FaultTest, IsReported) {
   Bytes frame = aFrame();
   frame[GetParam().offset] = static_cast<unsigned char>(GetParam().value);
 
@@ -155,18 +144,17 @@ TEST(PenFrameTest, SurvivesAnyBytes) {
       frame[random() % kFrameSize] = static_cast<unsigned char>(random());
     }
     frame.resize(random() % 8 == 0 ? random() % 300 : kFrameSize);
-    std::string error;
 
-    const std::optional<Frame> decoded = decode(frame, &error);
+    const base::Result<Frame> decoded = decode(frame);
 
-    ASSERT_EQ(decoded.has_value(), error.empty());
+    ASSERT_EQ(static_cast<bool>(decoded), decoded.reason().empty());
     ASSERT_TRUE(!decoded || !penframe::describe(*decoded).empty());
   }
 }
 
 class PenFrameOfTheLibraryTest : public PenTest {};
 
-TEST_F(PenFrameOfTheLibraryTest, IsWhatThePenDid) {
+TEST_F(PenFrameOfTheLibraryTest, DescribesTheEventOfThePen) {
   connectPen();
   Pen pen;
   pen.x = -5;
@@ -178,15 +166,14 @@ TEST_F(PenFrameOfTheLibraryTest, IsWhatThePenDid) {
 
   send(pen, QEvent::TabletPress);
 
-  std::string error;
-  const std::optional<Frame> frame = decode(lastFrame(), &error);
-  ASSERT_TRUE(frame.has_value()) << error;
+  const base::Result<Frame> frame = decode(lastFrame());
+  ASSERT_TRUE(frame) << frame.reason();
   EXPECT_EQ(penframe::describe(*frame),
             "frame 1  device 5  x -5  y 6  pressure 1024/1024  rotation 359.5  tilt -60 60  "
             "NEW|INRANGE|PRIMARY|CONFIDENCE|UPDATE");
 }
 
-TEST_F(PenFrameOfTheLibraryTest, GivesItADeviceNumber) {
+TEST_F(PenFrameOfTheLibraryTest, GivesTheLibraryADeviceNumber) {
   announce();
   for (const int number : {0, 7}) {
     auto message = penframe::deviceNumberMessage(static_cast<std::uint8_t>(number));
@@ -228,7 +215,7 @@ TEST(PenFrameTest, NamesTheFlags) {
   EXPECT_EQ(penframe::flagsText(kHovering), "INRANGE|PRIMARY|CONFIDENCE|UPDATE");
 }
 
-TEST(PenFrameTest, ShowsFlagsWithoutANameAsTheyAre) {
+TEST(PenFrameTest, ShowsFlagsWithoutANameInHexadecimal) {
   EXPECT_EQ(penframe::flagsText(0x80020008), "UPDATE|0x80000008");
   EXPECT_EQ(penframe::flagsText(0x80000000), "0x80000000");
   EXPECT_EQ(penframe::flagsText(0x7FE1F7),
@@ -236,7 +223,7 @@ TEST(PenFrameTest, ShowsFlagsWithoutANameAsTheyAre) {
             "PRIMARY|CONFIDENCE|CANCELED|DOWN|UPDATE|UP|WHEEL|HWHEEL|CAPTURECHANGED|HASTRANSFORM");
 }
 
-TEST(PenFrameTest, KnowsTheNumbersOfOtherEvents) {
+TEST(PenFrameTest, NamesOtherEventsByTheirNumber) {
   EXPECT_EQ(penframe::flagsText(QEvent::TabletEnterProximity), "event 171, enter proximity");
   EXPECT_EQ(penframe::flagsText(QEvent::TabletLeaveProximity), "event 172, leave proximity");
   EXPECT_EQ(penframe::flagsText(QEvent::TabletTrackingChange), "event 219, tracking change");
@@ -244,7 +231,7 @@ TEST(PenFrameTest, KnowsTheNumbersOfOtherEvents) {
   EXPECT_EQ(penframe::flagsText(QEvent::MaxUser), "event 65535");
 }
 
-TEST(PenFrameTest, TellsWhetherThePenTouches) {
+TEST(PenFrameTest, DecidesWhetherThePenTouches) {
   const auto touches = [](std::uint32_t flags) {
     Packet packet;
     packet.flags = flags;
@@ -261,18 +248,31 @@ TEST(PenFrameTest, TellsWhetherThePenTouches) {
 
 // --- Streams ------------------------------------------------------------------------------------
 
-// The request numbers of all frames in a stream that comes in portions.
-std::vector<std::uint32_t> requestsIn(const Bytes& stream, std::size_t portion,
-                                      std::string* error) {
+struct Received {
   std::vector<std::uint32_t> requests;
+  std::string error;
+};
+
+// The request numbers of the frames in a stream that arrives in portions, up to the first failure.
+Received received(const Bytes& stream, std::size_t portion) {
+  Received result;
   FrameStream frames;
   for (std::size_t start = 0; start < stream.size(); start += portion) {
     frames.add(stream.data() + start, std::min(portion, stream.size() - start));
-    while (const std::optional<Frame> frame = frames.next(error)) {
-      requests.push_back(frame->reqId);
+    auto next = frames.next();
+    for (; next && *next; next = frames.next()) {
+      result.requests.push_back((*next)->reqId);
     }
+    result.error = next.reason();
   }
-  return requests;
+  return result;
+}
+
+// Whether all of a frame has arrived.
+bool hasFrame(FrameStream& frames) {
+  const auto next = frames.next();
+  EXPECT_TRUE(next) << next.reason();
+  return next && next->has_value();
 }
 
 Bytes streamOf(int frames) {
@@ -286,54 +286,47 @@ Bytes streamOf(int frames) {
   return stream;
 }
 
-TEST(FrameStreamTest, FindsTheFramesWhateverThePortions) {
+TEST(FrameStreamTest, FindsTheFramesInPortionsOfAnySize) {
   const Bytes stream = streamOf(4);
   for (std::size_t portion = 1; portion <= stream.size(); ++portion) {
-    std::string error;
+    const Received frames = received(stream, portion);
 
-    EXPECT_THAT(requestsIn(stream, portion, &error), testing::ElementsAre(0u, 1u, 2u, 3u))
-        << portion;
-    EXPECT_EQ(error, "");
+    EXPECT_THAT(frames.requests, testing::ElementsAre(0u, 1u, 2u, 3u)) << portion;
+    EXPECT_EQ(frames.error, "");
   }
 }
 
 TEST(FrameStreamTest, WaitsForTheRestOfAFrame) {
   const Bytes frame = aFrame();
   FrameStream frames;
-  std::string error = "what was there before";
 
-  EXPECT_FALSE(frames.next(&error).has_value());
-  EXPECT_EQ(error, "");
+  EXPECT_FALSE(hasFrame(frames));
   EXPECT_FALSE(frames.isInFrame());
   frames.add(frame.data(), kFrameSize - 1);
-  EXPECT_FALSE(frames.next(&error).has_value());
-  EXPECT_EQ(error, "");
+  EXPECT_FALSE(hasFrame(frames));
   EXPECT_TRUE(frames.isInFrame());
 
   frames.add(frame.data() + kFrameSize - 1, 1);
-  EXPECT_TRUE(frames.next(&error).has_value());
+  EXPECT_TRUE(hasFrame(frames));
   EXPECT_FALSE(frames.isInFrame());
 }
 
-TEST(FrameStreamTest, DoesNotWaitForALengthThatNoFrameHas) {
+TEST(FrameStreamTest, RefusesAWrongLengthAtOnce) {
   FrameStream frames;
   const Bytes start = fromHex("FF FF FF FF");
   frames.add(start.data(), start.size());
-  std::string error;
 
-  EXPECT_FALSE(frames.next(&error).has_value());
-
-  EXPECT_EQ(error, "length at offset 0 of the frame is 0xffffffff, not 0xc2");
+  EXPECT_EQ(frames.next().reason(), "length at offset 0 of the frame is 0xffffffff, not 0xc2");
 }
 
-TEST(FrameStreamTest, EndsWithTheFirstFault) {
+TEST(FrameStreamTest, FailsForEverAfterABadFrame) {
   Bytes stream = streamOf(3);
   stream[kFrameSize + 4] = 0x28;
-  std::string error;
 
-  EXPECT_THAT(requestsIn(stream, 50, &error), testing::ElementsAre(0u));
+  const Received frames = received(stream, 50);
 
-  EXPECT_EQ(error, "magic at offset 4 of the frame is 0x28, not 0x27");
+  EXPECT_THAT(frames.requests, testing::ElementsAre(0u));
+  EXPECT_EQ(frames.error, "magic at offset 4 of the frame is 0x28, not 0x27");
 }
 
 }  // namespace

@@ -1,15 +1,19 @@
-// What the tests of the pen stand on.
+// Fixture and helpers of the pen's tests.
 
 #ifndef TESTS_PEN_PEN_TEST_H
 #define TESTS_PEN_PEN_TEST_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <QTabletEvent>
 
+#include "base/text.h"
 #include "tests/library/proxy_test.h"
 
 constexpr char kPenPort[] = "client.space.port.2";
@@ -18,12 +22,12 @@ constexpr std::size_t kPacketSize = 178;
 constexpr std::size_t kFrameSize = 198;
 constexpr std::size_t kPacketInFrame = 20;
 
-// What the far end reads.
+// Pointer flags on the wire.
 constexpr std::uint32_t kPressed = 0x26003;
 constexpr std::uint32_t kDrawing = 0x26016;
 constexpr std::uint32_t kHovering = 0x26002;
 
-// A tablet event at a place, with all that a pen can say of itself.
+// The state of a pen, for a tablet event.
 struct Pen {
   double x = 0;
   double y = 0;
@@ -58,30 +62,18 @@ inline Pen penWithRotation(double rotation) {
   return pen;
 }
 
-inline Bytes fromHex(const std::string& text) {
-  Bytes bytes;
-  std::string digits;
-  for (const char c : text) {
-    if (c != ' ') {
-      digits += c;
-    }
-    if (digits.size() == 2) {
-      bytes.push_back(static_cast<unsigned char>(std::stoi(digits, nullptr, 16)));
-      digits.clear();
-    }
-  }
-  return bytes;
+// Pairs of digits, with blanks anywhere.
+inline Bytes fromHex(std::string digits) {
+  digits.erase(std::remove(digits.begin(), digits.end(), ' '), digits.end());
+  const std::optional<std::string> bytes = base::parseHex(digits);
+  EXPECT_TRUE(bytes.has_value()) << digits;
+  return bytesOf(bytes.value_or(""));
 }
 
-inline std::string toHex(const Bytes& bytes, std::size_t offset, std::size_t size) {
-  constexpr char kDigits[] = "0123456789ABCDEF";
-  std::string text;
-  for (std::size_t i = offset; i < offset + size && i < bytes.size(); ++i) {
-    text += text.empty() ? "" : " ";
-    text += kDigits[bytes[i] >> 4];
-    text += kDigits[bytes[i] & 15];
-  }
-  return text;
+// As far as the bytes go.
+inline std::string hexAt(const Bytes& bytes, std::size_t offset, std::size_t size) {
+  const std::string_view all(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  return offset < all.size() ? base::hexOf(all.substr(offset, size)) : "";
 }
 
 inline std::uint32_t numberAt(const Bytes& bytes, std::size_t offset) {
@@ -92,12 +84,11 @@ inline std::uint32_t numberAt(const Bytes& bytes, std::size_t offset) {
   return number;
 }
 
-// A proxy that is never connected, and a port that keeps what is written to it.
+// A proxy that is never connected, and a port that records the frames.
 class PenTest : public BusTest {
  protected:
   PenTest() { forget(); }
 
-  // Writers in tests read this.
   struct Written {
     std::string port;
     Bytes bytes;
@@ -116,7 +107,7 @@ class PenTest : public BusTest {
     Bytes message = fromHex(hex);
     proxy.PortData(kPenPort, message.data(), static_cast<unsigned int>(message.size()));
   }
-  // From now on frames are sent.
+  // Afterwards the proxy sends frames.
   void connectPen() {
     announce();
     deliver("27 05 35 08 00 00 00 00");

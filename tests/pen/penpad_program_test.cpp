@@ -1,4 +1,4 @@
-// The program penpad, run as anybody would, and its picture of a replayed stroke against one that
+// The program penpad as a user runs it, and its picture of a replayed stroke against a picture that
 // is computed here, pixel by pixel, from the numbers in the file.
 
 #include <algorithm>
@@ -21,7 +21,7 @@ namespace {
 
 using testing::HasSubstr;
 
-// --- The picture as it should be ----------------------------------------------------------------
+// --- The expected picture ------------------------------------------------------------------------
 
 constexpr QRgb kPaper = qRgb(0xFF, 0xFE, 0xFA);
 constexpr QRgb kInk = qRgb(0x1B, 0x2A, 0x6B);
@@ -52,15 +52,15 @@ std::vector<Line> linesOf(const std::string& file) {
   double lastPressure = 0;
   while (std::getline(events, text)) {
     const nlohmann::json event = nlohmann::json::parse(text);
-    const std::string what = event["event"];
+    const std::string type = event["event"];
     const Point here = {pixelOf(event["x"]), pixelOf(event["y"])};
     const double pressure = std::floor(event.value("pressure", 0.0) * 1024) / 1024;
-    const bool presses = what == "press";
-    if (presses || (what == "move" && isDown)) {
+    const bool presses = type == "press";
+    if (presses || (type == "move" && isDown)) {
       const double mean = presses ? pressure : (pressure + lastPressure) / 2;
       lines.push_back({presses ? here : last, here, (1.5 + 10 * mean) / 2});
     }
-    isDown = presses || (isDown && what != "release");
+    isDown = presses || (isDown && type != "release");
     last = here;
     lastPressure = pressure;
   }
@@ -217,7 +217,7 @@ TEST_F(PenpadTest, MakesAPictureOfTheEmptyWindow) {
   EXPECT_FALSE(QImage(path("picture.png")).isNull());
 }
 
-TEST_F(PenpadTest, NamesTheBadLineOfAStroke) {
+TEST_F(PenpadTest, ReportsTheBadLineOfAStroke) {
   write("bad.jsonl",
         "{\"event\": \"press\", \"x\": 1, \"y\": 1}\n{\"event\": \"move\", \"x\": 1}\n");
 
@@ -228,28 +228,28 @@ TEST_F(PenpadTest, NamesTheBadLineOfAStroke) {
   EXPECT_TRUE(QImage(path("picture.png")).isNull());
 }
 
-TEST_F(PenpadTest, SaysThatThereIsNoSuchStroke) {
+TEST_F(PenpadTest, ReportsAMissingStroke) {
   EXPECT_EQ(run({"--replay", path("none.jsonl")}), 3);
 
   EXPECT_EQ(errors, "penpad: " + path("none.jsonl").toStdString() +
                         ": cannot be opened: No such file or directory\n");
 }
 
-TEST_F(PenpadTest, SaysThatThePictureCannotBeWritten) {
+TEST_F(PenpadTest, ReportsThatThePictureCannotBeWritten) {
   EXPECT_EQ(run({"--screenshot", path("none/picture.png")}), 4);
 
   EXPECT_THAT(errors, HasSubstr("penpad: " + path("none/picture.png").toStdString() +
-                                ": the picture cannot be written there"));
+                                ": cannot write the picture"));
 }
 
-TEST_F(PenpadTest, RefusesACommandLineThatMakesNoSense) {
+TEST_F(PenpadTest, RefusesAWrongCommandLine) {
   EXPECT_EQ(run({"--replay"}), 2);
   EXPECT_THAT(errors, HasSubstr("see penpad --help"));
   EXPECT_EQ(run({"--nonsense"}), 2);
   EXPECT_EQ(run({"stroke.jsonl"}), 2);
 }
 
-TEST_F(PenpadTest, ExplainsItself) {
+TEST_F(PenpadTest, PrintsItsHelp) {
   EXPECT_EQ(run({"--help"}), 0);
 
   EXPECT_THAT(output, HasSubstr("--replay"));

@@ -1,4 +1,4 @@
-// The window of penpad, moved by hand.
+// The window of penpad, driven with events.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -59,7 +59,7 @@ class WindowTest : public testing::Test {
   penpad::Window window;
 };
 
-TEST_F(WindowTest, SaysWhyNothingIsSentBeforeTheDeviceNumber) {
+TEST_F(WindowTest, ShowsWhyNoFrameIsSentBeforeTheDeviceNumber) {
   const QImage empty = window.redrawn().grab().toImage();
 
   stroke(20);
@@ -93,7 +93,7 @@ TEST_F(WindowTest, DeviceNumberZeroIsNone) {
   EXPECT_TRUE(window.deviceButton().isEnabled());
 }
 
-TEST_F(WindowTest, RedrawsWhatIsDrawn) {
+TEST_F(WindowTest, RedrawsTheDrawnStroke) {
   giveDeviceNumber(5);
   EXPECT_TRUE(sheetsAreEqual());
   const QImage empty = window.redrawn().grab().toImage();
@@ -183,7 +183,7 @@ TEST_F(WindowTest, IsCleared) {
   EXPECT_EQ(window.drawn().grab().toImage(), empty);
 }
 
-TEST_F(WindowTest, SendsThatAPenComesAndGoes) {
+TEST_F(WindowTest, SendsProximityEvents) {
   giveDeviceNumber(5);
   for (const QEvent::Type type : {QEvent::TabletEnterProximity, QEvent::TabletLeaveProximity}) {
     stroke::Event event;

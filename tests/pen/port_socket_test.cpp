@@ -1,4 +1,4 @@
-// What may stand at the path of a port, and what becomes of it.
+// Listeners at paths where another file exists, and sockets.
 
 #include "pen/port_socket.h"
 
@@ -25,7 +25,7 @@ using testing::StartsWith;
 
 class ListenerTest : public testing::Test {
  protected:
-  // What keeps a listener away; empty when nothing does.
+  // The reason why no listener is possible; empty when one is.
   static std::string obstacleAt(const std::string& path) {
     try {
       const Listener listener(path);
@@ -37,7 +37,7 @@ class ListenerTest : public testing::Test {
   static int connectingTo(const std::string& path) {
     return penport::connectTo(penport::newSocket(), path);
   }
-  // At which nobody listens.
+  // A socket without a listener.
   Socket boundSocket(int type = SOCK_STREAM) const {
     Socket socket(::socket(AF_UNIX, type, 0));
     sockaddr_un address = {};
@@ -76,14 +76,14 @@ TEST_F(ListenerTest, OnlyThisUserCanConnect) {
   EXPECT_EQ(file.st_mode & 0777u, 0600u);
 }
 
-TEST_F(ListenerTest, TheSocketGoesWithIt) {
+TEST_F(ListenerTest, RemovesItsSocket) {
   { const Listener listener(path); }
 
   EXPECT_FALSE(std::filesystem::exists(path));
   EXPECT_EQ(connectingTo(path), ENOENT);
 }
 
-TEST_F(ListenerTest, WhatHasTakenThePlaceOfTheSocketStays) {
+TEST_F(ListenerTest, LeavesAFileThatHasReplacedTheSocket) {
   {
     const Listener listener(path);
     std::filesystem::rename(path, path + ".old");
@@ -93,7 +93,7 @@ TEST_F(ListenerTest, WhatHasTakenThePlaceOfTheSocketStays) {
   EXPECT_TRUE(std::filesystem::is_regular_file(path));
 }
 
-TEST_F(ListenerTest, ReplacesASocketThatNobodyListensAt) {
+TEST_F(ListenerTest, ReplacesASocketWithoutAListener) {
   // As after a program that was killed.
   boundSocket();
   EXPECT_EQ(connectingTo(path), ECONNREFUSED);
@@ -103,7 +103,7 @@ TEST_F(ListenerTest, ReplacesASocketThatNobodyListensAt) {
   EXPECT_EQ(connectingTo(path), 0);
 }
 
-TEST_F(ListenerTest, LeavesTheSocketOfAnotherListenerAlone) {
+TEST_F(ListenerTest, LeavesTheSocketOfAnotherListener) {
   const Listener other(path);
 
   EXPECT_EQ(obstacleAt(path), path + ": another program listens there; choose another path");
@@ -111,27 +111,27 @@ TEST_F(ListenerTest, LeavesTheSocketOfAnotherListenerAlone) {
   EXPECT_EQ(connectingTo(path), 0);
 }
 
-TEST_F(ListenerTest, LeavesAListenerWithoutRoomAlone) {
+TEST_F(ListenerTest, LeavesAListenerWithAFullQueue) {
   const Socket busy = boundSocket();
   ASSERT_EQ(::listen(busy.descriptor(), 0), 0);
   const Socket first = penport::newSocket();
   ASSERT_EQ(penport::connectTo(first, path), 0);
 #ifdef __linux__
-  // Elsewhere a listener without room cannot be told from none at all.
+  // Other systems report a full queue as they report a missing listener.
   EXPECT_THAT(obstacleAt(path), StartsWith(path + ": another program listens there"));
   EXPECT_TRUE(std::filesystem::is_socket(path));
 #endif
 }
 
-TEST_F(ListenerTest, LeavesSocketsOfAnotherKindAlone) {
+TEST_F(ListenerTest, LeavesSocketsOfAnotherKind) {
   const Socket datagrams = boundSocket(SOCK_DGRAM);
 
-  EXPECT_THAT(obstacleAt(path), StartsWith(path + ": a socket stands there already ("));
+  EXPECT_THAT(obstacleAt(path), StartsWith(path + ": there is a socket already ("));
 
   EXPECT_TRUE(std::filesystem::is_socket(path));
 }
 
-TEST_F(ListenerTest, LeavesWhatIsNoSocketAlone) {
+TEST_F(ListenerTest, LeavesOtherFiles) {
   const std::string file = folder / "file";
   const std::string directory = folder / "directory";
   const std::string link = folder / "link";
@@ -141,8 +141,8 @@ TEST_F(ListenerTest, LeavesWhatIsNoSocketAlone) {
 
   for (const std::string& each : {file, directory, link}) {
     EXPECT_EQ(obstacleAt(each), each +
-                                    ": a file that is no socket stands there; choose another path, "
-                                    "or remove it");
+                                    ": the file there is not a socket; choose another path, or "
+                                    "remove the file");
   }
 
   EXPECT_EQ(std::filesystem::file_size(file), 4u);
@@ -150,7 +150,7 @@ TEST_F(ListenerTest, LeavesWhatIsNoSocketAlone) {
   EXPECT_TRUE(std::filesystem::is_symlink(link));
 }
 
-TEST_F(ListenerTest, NeedsAFolderThatIsThere) {
+TEST_F(ListenerTest, NeedsAnExistingFolder) {
   const std::string nowhere = folder / "nosuch" / "port";
 
   EXPECT_EQ(obstacleAt(nowhere), nowhere + ": No such file or directory");
@@ -170,7 +170,7 @@ TEST_F(ListenerTest, NeedsAPathThatFits) {
   EXPECT_EQ(penport::pathFault(""), "the path of the socket is empty");
 }
 
-TEST(PortSocketTest, SendingToNobodyIsAnErrorAndNoSignal) {
+TEST(PortSocketTest, SendingToAClosedSocketFailsWithoutASignal) {
   const TemporaryDirectory folder;
   const Listener listener(folder / "port");
   const Socket client = penport::newSocket();

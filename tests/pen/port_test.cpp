@@ -30,7 +30,7 @@ struct Stroke {
 
 class FrameTest : public PenTest, public testing::WithParamInterface<Stroke> {};
 
-TEST_P(FrameTest, HasEveryByteInItsPlace) {
+TEST_P(FrameTest, HasEveryByteAtItsOffset) {
   connectPen();
   send(GetParam().isDown ? QEvent::TabletPress : QEvent::TabletRelease);
   Pen pen;
@@ -96,7 +96,7 @@ TEST_F(PortTest, ReceivesItsNameAndAWholeFrame) {
   ASSERT_EQ(written.size(), 1u);
   EXPECT_EQ(written[0].port, "x.space.port.2.y");
   EXPECT_EQ(written[0].bytes.size(), kFrameSize);
-  EXPECT_EQ(toHex(written[0].bytes, 0, 5), "C2 00 00 00 27");
+  EXPECT_EQ(hexAt(written[0].bytes, 0, 5), "c200000027");
 }
 
 TEST_F(PortTest, ReceivesAPortHeaderBehindTheLength) {
@@ -128,7 +128,7 @@ TEST_F(PortTest, MayWriteOneByteBehindTheFrame) {
   EXPECT_EQ(send(QEvent::TabletMove), 0);
 }
 
-TEST_F(PortTest, WhatTheWriterReturnsMeansNothing) {
+TEST_F(PortTest, IgnoresTheResultOfTheWriter) {
   unsigned int calls = 0;
   proxy.PortInit(kPenPort, true, [&calls](const std::string&, unsigned int, unsigned char*) {
     ++calls;
@@ -142,7 +142,7 @@ TEST_F(PortTest, WhatTheWriterReturnsMeansNothing) {
   EXPECT_EQ(calls, 2u);
 }
 
-TEST_F(PortTest, AnExceptionOfTheWriterStaysInside) {
+TEST_F(PortTest, LetsNoExceptionOfTheWriterOut) {
   for (const bool isStandard : {true, false}) {
     proxy.PortInit(kPenPort, true,
                    [isStandard](const std::string&, unsigned int, unsigned char*) -> unsigned int {
@@ -168,7 +168,7 @@ TEST_F(PortTest, SendsThePositionThatIsGiven) {
 
   send(penAt(3, 4), QEvent::TabletMove, 100, -2);
 
-  EXPECT_EQ(toHex(lastFrame(), kPacketInFrame + 50, 8), "64 00 00 00 FE FF FF FF");
+  EXPECT_EQ(hexAt(lastFrame(), kPacketInFrame + 50, 8), "64000000feffffff");
 }
 
 TEST_F(PortTest, UsesNoBus) {
@@ -183,7 +183,7 @@ TEST_F(PortTest, UsesNoBus) {
 
 // --- Flags of a stroke --------------------------------------------------------------------------
 
-TEST_F(PortTest, TellsAStrokeByItsFlags) {
+TEST_F(PortTest, SendsTheFlagsOfAStroke) {
   connectPen();
   std::vector<std::uint32_t> flags;
   for (const QEvent::Type type : {QEvent::TabletPress, QEvent::TabletMove, QEvent::TabletMove,
@@ -195,7 +195,7 @@ TEST_F(PortTest, TellsAStrokeByItsFlags) {
   EXPECT_THAT(flags, ElementsAre(kPressed, kDrawing, kDrawing, kHovering, kHovering));
 }
 
-TEST_F(PortTest, OtherEventsLeaveThePenAsItIs) {
+TEST_F(PortTest, OtherEventsDoNotPressOrReleaseThePen) {
   connectPen();
 
   send(QEvent::TabletEnterProximity);
@@ -253,7 +253,7 @@ TEST_F(PortTest, OtherKindsOfInputChangeNothing) {
   EXPECT_EQ(lastRequest(), 2u);
 }
 
-TEST_F(PortTest, TheEventOfAnotherKindOfInputIsNotLookedAt) {
+TEST_F(PortTest, DoesNotReadTheEventOfAnotherKindOfInput) {
   unsigned char notAnEvent = 0;
 
   EXPECT_EQ(proxy.SendPenData("", &notAnEvent, 1, 0, 0), -1);
@@ -262,7 +262,7 @@ TEST_F(PortTest, TheEventOfAnotherKindOfInputIsNotLookedAt) {
   EXPECT_EQ(log.summaries().size(), 2u);
 }
 
-TEST_F(PortTest, NoEventIsRefused) {
+TEST_F(PortTest, RefusesANullEvent) {
   connectPen();
   send(QEvent::TabletPress);
 
@@ -274,7 +274,7 @@ TEST_F(PortTest, NoEventIsRefused) {
   EXPECT_EQ(lastRequest(), 2u);
 }
 
-// --- Why nothing is sent ------------------------------------------------------------------------
+// --- When nothing is sent -----------------------------------------------------------------------
 
 TEST_F(PortTest, SendsNothingBeforeItIsAnnounced) {
   deliver(kGivesDevice5);
@@ -323,7 +323,7 @@ TEST_F(PortTest, SendsNothingWhenItIsAnnouncedAsClosed) {
   EXPECT_EQ(lastRequest(), 1u);
 }
 
-TEST_F(PortTest, GoesOnCountingWhereItStopped) {
+TEST_F(PortTest, ContinuesCountingWhenItIsOpenedAgain) {
   connectPen();
   send(QEvent::TabletMove);
   send(QEvent::TabletMove);
@@ -354,7 +354,7 @@ TEST_F(PortTest, IsOpenedAndClosedUnderAnyNameOfAPenPort) {
   EXPECT_EQ(written[0].port, kPenPort);
 }
 
-TEST_F(PortTest, TheStateOfAnotherPortMeansNothing) {
+TEST_F(PortTest, IgnoresTheStateOfAnotherPort) {
   connectPen();
 
   for (const char* const other : {"", "space.port.1", "space.port", "space.port.", "port.2"}) {
@@ -375,7 +375,7 @@ struct Name {
 
 class NameTest : public PenTest, public testing::WithParamInterface<Name> {};
 
-TEST_P(NameTest, TellsThePenPortFromTheOthers) {
+TEST_P(NameTest, DecidesWhetherThePortIsThePens) {
   deliver(kGivesDevice5);
   announce(GetParam().name);
 
@@ -438,7 +438,7 @@ TEST_F(PortTest, KeepsDeviceNumberAndPressureOfThePenWhenItIsAnnouncedAgain) {
   EXPECT_EQ(lastFlags(), kDrawing);
 }
 
-TEST_F(PortTest, IsNotForgottenWhenAnotherPortIsAnnounced) {
+TEST_F(PortTest, StaysWhenAnotherPortIsAnnounced) {
   connectPen();
   send(QEvent::TabletMove);
 
@@ -455,7 +455,7 @@ PortWriter writerWith(std::shared_ptr<int> token) {
   };
 }
 
-TEST_F(PortTest, LetsGoOfTheWriterThatIsReplaced) {
+TEST_F(PortTest, ReleasesTheWriterThatIsReplaced) {
   auto token = std::make_shared<int>(0);
   const std::weak_ptr<int> watch = token;
   proxy.PortInit(kPenPort, true, writerWith(std::move(token)));
@@ -477,7 +477,7 @@ TEST_F(PortTest, DropsTheWriterOfAnotherPort) {
   EXPECT_TRUE(watch.expired());
 }
 
-TEST_F(PortTest, AWriterMayPutAnotherOneInItsPlace) {
+TEST_F(PortTest, AWriterMayReplaceItself) {
   auto token = std::make_shared<std::string>("as long as the writer runs");
   const std::weak_ptr<std::string> watch = token;
   std::string inside;
@@ -485,7 +485,7 @@ TEST_F(PortTest, AWriterMayPutAnotherOneInItsPlace) {
                  [this, &inside, token = std::move(token)](const std::string& port, unsigned int,
                                                            unsigned char* bytes) {
                    announce("next.space.port.2");
-                   // All that this call was given is still there.
+                   // The writer and the arguments of this call still exist.
                    inside = *token + ", " + port + ", " + std::to_string(bytes[8]);
                    return 0u;
                  });
@@ -505,7 +505,7 @@ TEST_F(PortTest, AWriterMayPutAnotherOneInItsPlace) {
   EXPECT_EQ(lastFlags(), kDrawing);
 }
 
-TEST_F(PortTest, AWriterMayTakeItselfAway) {
+TEST_F(PortTest, AWriterMayRemoveItself) {
   int calls = 0;
   proxy.PortInit(kPenPort, true, [&](const std::string&, unsigned int, unsigned char*) {
     proxy.PortInit(kPenPort, true, nullptr);
@@ -565,7 +565,7 @@ TEST_F(PortTest, CountsTo65535AndThenFromZero) {
 
 // --- The device number --------------------------------------------------------------------------
 
-TEST_F(PortTest, TakesTheFirstDeviceNumberForEver) {
+TEST_F(PortTest, KeepsTheFirstDeviceNumber) {
   connectPen();
 
   deliver("27 09 35 08 00 00 00 00");
@@ -593,7 +593,7 @@ TEST_F(PortTest, KeepsListeningAfterDeviceNumberZero) {
 struct Message {
   const char* bytes;
   const char* logged;
-  int devId;  // what the pen has afterwards
+  int devId;  // of the pen afterwards; 0: none
 };
 
 class MessageTest : public PenTest, public testing::WithParamInterface<Message> {};
@@ -615,7 +615,7 @@ INSTANTIATE_TEST_SUITE_P(
         Message{"27 05 35 08 00 00 00 00", "magic:0x27,cmd:2101,devId:5,reqId:0", 5},
         Message{"27 01 35 08 78 56 34 12", "magic:0x27,cmd:2101,devId:1,reqId:305419896", 1},
         Message{"27 FF 35 08 FF FF FF FF", "magic:0x27,cmd:2101,devId:255,reqId:-1", 255},
-        // The magic is not looked at.
+        // The magic is not tested.
         Message{"00 07 35 08 00 00 00 00", "magic:0x00,cmd:2101,devId:7,reqId:0", 7},
         Message{"FF 07 35 08 00 00 00 00", "magic:0xff,cmd:2101,devId:7,reqId:0", 7},
         Message{"27 05 34 08 00 00 00 00", "magic:0x27,cmd:2100,devId:5,reqId:0", 0},
@@ -625,7 +625,7 @@ INSTANTIATE_TEST_SUITE_P(
         Message{"27 05 FF FF 00 00 00 80", "magic:0x27,cmd:65535,devId:5,reqId:-2147483648", 0},
         Message{"27 00 35 08 00 00 00 00", "magic:0x27,cmd:2101,devId:0,reqId:0", 0}));
 
-TEST_F(PortTest, TakesAMessageFromAnyPortWhateverItsLength) {
+TEST_F(PortTest, TakesAMessageFromAnyPortWithAnyLength) {
   announce();
   // At an odd address, because a reader may put it anywhere.
   Bytes message = fromHex("EE 27 05 35 08 00 00 00 00");
@@ -645,7 +645,7 @@ TEST_F(PortTest, TakesAMessageBeforeItIsAnnounced) {
   EXPECT_EQ(written.size(), 1u);
 }
 
-TEST_F(PortTest, NoMessageIsIgnored) {
+TEST_F(PortTest, IgnoresANullMessage) {
   proxy.PortData(kPenPort, nullptr, 8);
   proxy.PortData(kPenPort, nullptr, 0);
 
@@ -681,7 +681,7 @@ TEST_F(PortTest, TakesTheNumberFromAnotherThreadWhileItSends) {
     deliver(kGivesDevice5);
     deliver("27 09 35 08 00 00 00 00");
   });
-  // Ends as soon as the number has come. When it never does, so does the test.
+  // Until the number has arrived, or the time is up.
   const auto limit = std::chrono::steady_clock::now() + scripted::kLongEnough;
   while (written.empty() && std::chrono::steady_clock::now() < limit) {
     send(QEvent::TabletMove);

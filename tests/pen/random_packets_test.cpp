@@ -10,7 +10,7 @@ namespace {
 
 constexpr int kEvents = 1000000;
 
-// floor(d + 0.5), which is what rounding halves upwards means.
+// Halves are rounded upwards.
 std::int64_t rounded(double value) {
   return static_cast<std::int64_t>(std::floor(value + 0.5));
 }
@@ -53,11 +53,11 @@ class RandomPen {
     return pen;
   }
   int flags() { return static_cast<int>(engine_()); }
-  // The event's own in half of the cases.
+  // -1, the event's own position, in half of the cases.
   int givenPosition() { return engine_() % 2 == 0 ? -1 : static_cast<int>(engine_()); }
 
  private:
-  // A quarter of them lies on a half, where rounding differs most.
+  // A quarter of the positions are halves, where ways of rounding differ.
   double position() {
     const double limit = engine_() % 2 == 0 ? 100 : 1e9;
     const double value = real(-limit, limit);
@@ -73,7 +73,7 @@ class RandomPen {
   std::mt19937 engine_{20240229};
 };
 
-TEST(RandomPacketsTest, AreWhatAnotherEncoderMakesOfThem) {
+TEST(RandomPacketsTest, AreThoseOfAnotherEncoder) {
   RandomPen random;
   Bytes expected(kPacketSize);
   for (int i = 0; i < kEvents; ++i) {
@@ -88,8 +88,8 @@ TEST(RandomPacketsTest, AreWhatAnotherEncoderMakesOfThem) {
     encode(&expected, pen, flags, x, y);
     ASSERT_EQ(std::memcmp(packet, expected.data(), kPacketSize), 0)
         << "event " << i << " at " << pen.x << ", " << pen.y << " is\n"
-        << toHex(bytesOf(packet, kPacketSize), 0, kPacketSize) << "\nand should be\n"
-        << toHex(expected, 0, kPacketSize);
+        << hexAt(bytesOf(packet, kPacketSize), 0, kPacketSize) << "\nand should be\n"
+        << hexAt(expected, 0, kPacketSize);
   }
 }
 

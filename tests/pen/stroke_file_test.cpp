@@ -52,7 +52,7 @@ TEST(StrokeFileTest, HoldsOneEventPerLine) {
   EXPECT_EQ(events[2].type, QEvent::TabletRelease);
 }
 
-TEST(StrokeFileTest, KnowsAPenThatComesAndGoes) {
+TEST(StrokeFileTest, ReadsProximityEvents) {
   const auto events = eventsIn(
       "{\"event\": \"enter\", \"x\": 0, \"y\": 0}\n{\"event\": \"leave\", \"x\": 0, \"y\": 0}");
 
@@ -90,7 +90,7 @@ struct BadLine {
 
 class BadLineTest : public testing::TestWithParam<BadLine> {};
 
-TEST_P(BadLineTest, IsNamedWithItsNumber) {
+TEST_P(BadLineTest, IsReportedWithItsNumber) {
   const std::string good = R"({"event": "move", "x": 1, "y": 2})";
 
   EXPECT_EQ(errorOf(good + "\n\n" + GetParam().line + "\n" + good),
@@ -138,7 +138,7 @@ INSTANTIATE_TEST_SUITE_P(
                 "\"x\" is [1,2,3,4,5,6,7,8,9,10,11,12,13,14,15,16,..., not a number from -32768 to "
                 "32767"}));
 
-TEST(StrokeFileTest, TakesNumbersUpToTheirLimits) {
+TEST(StrokeFileTest, AcceptsNumbersUpToTheirLimits) {
   EXPECT_EQ(errorOf(R"({"event": "move", "x": -32768, "y": 32767, "pressure": 1, "tiltX": -90,)"
                     R"( "tiltY": 90, "rotation": 360, "ms": 10000})"),
             "");
@@ -167,7 +167,7 @@ TEST(StrokeFileTest, IsOpenedByItsName) {
   EXPECT_EQ(stroke::readFile(name).size(), 1u);
 }
 
-TEST(StrokeFileTest, SaysWhyItCannotBeOpened) {
+TEST(StrokeFileTest, ReportsWhyItCannotBeOpened) {
   const TemporaryDirectory directory;
   const std::string missing = directory / "none.jsonl";
 
@@ -179,7 +179,7 @@ TEST(StrokeFileTest, SaysWhyItCannotBeOpened) {
   }
 }
 
-TEST(StrokeFileTest, IsNoFolder) {
+TEST(StrokeFileTest, MustNotBeAFolder) {
   const TemporaryDirectory directory;
 
   EXPECT_THROW(stroke::readFile(directory.path().string()), stroke::FileError);

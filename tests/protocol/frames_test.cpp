@@ -99,12 +99,9 @@ TEST(FramesTest, ADeviceNumberMessageHasItsFieldsWhereTheClientReadsThem) {
 }
 
 TEST(FramesTest, TheReaderFindsEachFieldInItsPlace) {
-  std::string error;
+  const auto read = penframe::decodeFrame(frame().data(), frame().size());
 
-  const std::optional<penframe::Frame> read =
-      penframe::decodeFrame(frame().data(), frame().size(), &error);
-
-  ASSERT_TRUE(read) << error;
+  ASSERT_TRUE(read) << read.reason();
   EXPECT_EQ(read->devId, 7);
   EXPECT_EQ(read->reqId, 259u);
   EXPECT_EQ(read->packet.flags, 0x26016u);

@@ -129,16 +129,16 @@ bool PenPort::serve(Client& client) {
 }
 
 bool PenPort::reportFrames(Client& client) {
-  std::string error;
-  while (const std::optional<penframe::Frame> frame = client.stream.next(&error)) {
+  auto next = client.stream.next();
+  for (; next && *next; next = client.stream.next()) {
     ++client.frames;
-    report_(penframe::describe(*frame));
+    report_(penframe::describe(**next));
   }
-  if (!error.empty()) {
+  if (!next) {
     reportClient(client, "closed after " + base::counted(client.frames, "frame") +
-                             ": no pen frame: " + error);
+                             ": no pen frame: " + next.reason());
   }
-  return error.empty();
+  return static_cast<bool>(next);
 }
 
 void PenPort::reportClient(const Client& client, const std::string& event) {
