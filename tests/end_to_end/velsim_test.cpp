@@ -177,6 +177,23 @@ TEST_F(VelsimAloneTest, ReportsAnUnreachableBus) {
   EXPECT_THAT(failed.err, HasSubstr("; name another bus with --address or QXBUS_ADDRESS\n"));
 }
 
+TEST_F(VelsimAloneTest, WritesNoControlAnswersElsewhereWhenStandardOutputIsClosed) {
+  Process::Options closed = processes::velsimOptions(bus(), {"--control", "-"});
+  closed.isInputOpen = true;
+  closed.isOutClosed = true;
+  Process velsim(closed);
+  ASSERT_TRUE(processes::isReady(velsim)) << velsim.err();
+
+  velsim.write("list\nplug camera \"Front camera\"\n");
+
+  EXPECT_TRUE(comesTrue([this] {
+    return velctl({"device", "list"}).out.find("Front camera") != std::string::npos;
+  }));
+  const Finished stopped = velsim.end(SIGTERM);
+  EXPECT_EQ(stopped.status, velsim::kExitStopped);
+  EXPECT_THAT(stopped.err, Not(HasSubstr("plugged in 31")));
+}
+
 TEST_F(VelsimAloneTest, RefusesOptionsThatItDoesNotHave) {
   const Finished failed = run(options({VELSIM_PATH, "--foo"}));
 

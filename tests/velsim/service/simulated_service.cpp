@@ -64,7 +64,7 @@ std::string SimulatedServiceTest::error(const std::string& method, const qxbus::
 
 std::shared_ptr<std::optional<qxbus::Values>> SimulatedServiceTest::callLater(
     const std::string& method, const qxbus::Values& arguments) {
-  const auto given = std::make_shared<std::optional<qxbus::Values>>();
+  auto given = std::make_shared<std::optional<qxbus::Values>>();
   simulator.answer(method, arguments, [method, given](const Simulator::Answer& answer) {
     EXPECT_FALSE(*given) << method << " was answered twice";
     if (const auto* const error = std::get_if<Simulator::Error>(&answer)) {

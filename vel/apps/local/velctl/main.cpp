@@ -3,11 +3,12 @@
 #include <string>
 #include <vector>
 
+#include "base/standard_streams.h"
 #include "vel/apps/local/velctl/program.h"
 #include "vel/apps/local/velctl/standard_streams.h"
 
 int main(int argc, char** argv) {
-  velctl::openClosedStandardStreams();
+  base::openClosedStandardStreams();
   const int data = velctl::reserveStandardOutput();
   const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
   return velctl::runCommandLine(arguments, data);

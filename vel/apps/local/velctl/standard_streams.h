@@ -7,13 +7,6 @@
 
 namespace velctl {
 
-// Opens /dev/null in place of closed standard streams. Otherwise the next socket or file would get
-// their numbers, and messages would go into it. Reading from a closed standard input and writing to
-// a closed standard output go on failing; messages to a closed standard error are lost.
-//
-// Call it before anything is opened.
-void openClosedStandardStreams();
-
 // Reserves standard output for data: returns a new descriptor for it, and redirects what the
 // library prints there to standard error.
 int reserveStandardOutput();

@@ -6,6 +6,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "base/standard_streams.h"
 #include "pen/port_socket.h"
 #include "vel/apps/local/velsim/exit_codes.h"
 #include "vel/apps/local/velsim/options.h"
@@ -53,6 +54,7 @@ int parseAndServe(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  base::openClosedStandardStreams();
   try {
     return parseAndServe(argc, argv);
   } catch (const std::exception& error) {
