@@ -55,12 +55,16 @@ std::string busFailure() {
   return last.reason;
 }
 
+void setBusFailure(const std::string& reason) {
+  LastFailure& last = lastFailure();
+  const platform::MutexLock lock(last.mutex);
+  last.reason = reason;
+}
+
 Opened connectToBus(std::string address, Connection::Handlers handlers,
                     Clock::time_point deadline) {
   Opened opened = attempt(std::move(address), std::move(handlers), deadline);
-  LastFailure& last = lastFailure();
-  const platform::MutexLock lock(last.mutex);
-  last.reason = opened.reason();
+  setBusFailure(opened.reason());
   return opened;
 }
 

@@ -18,6 +18,9 @@ base::Result<std::shared_ptr<Connection>> connectToBus(std::string address,
                                                        Connection::Handlers handlers,
                                                        Clock::time_point deadline);
 
+// Keeps the reason of an attempt that failed, for busFailure(); empty after a success.
+void setBusFailure(const std::string& reason);
+
 }  // namespace qxbus
 
 #endif  // BUS_DBUS_BUS_CONNECTION_H

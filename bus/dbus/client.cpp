@@ -41,6 +41,7 @@ Client::Client(std::string address)
 base::Result<std::shared_ptr<Client>> Client::connect(std::string address) {
   std::shared_ptr<Client> client(new Client(std::move(address)));
   if (const auto started = client->threads_->started(); !started) {
+    setBusFailure(started.reason());
     return started.failed();
   }
   if (const Linked linked = client->link(deadlineAfter(kBusTimeoutMs)); !linked) {

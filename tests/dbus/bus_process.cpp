@@ -175,7 +175,7 @@ void tryWithFewThreads(const std::function<void()>& action) {
 }
 
 // Prints "no limit" when it cannot run out of threads; else, in this order,
-//   "no bus" and "connected"      its first connection without threads, and with them
+//   "no bus: REASON", "connected" its first connection without threads, and with them
 //   "limited"                     it has an interface of vel and can start no thread again
 //   (SIGUSR1: vel is gone)
 //   "unreported"                  the death is known, and no thread can report it
@@ -197,7 +197,7 @@ void runOutOfThreads() {
     say("no limit");
     return;
   }
-  say(QXBusSerivceManager::initSync(-1) ? "connected" : "no bus");
+  say(QXBusSerivceManager::initSync(-1) ? "connected" : "no bus: " + qxbus::busFailure());
   tryWithFewThreads([] { QXBusSerivceManager::initSync(-1); });
   liftLimit();
   QXBusSerivceManager* const manager = QXBusSerivceManager::initSync(-1);
