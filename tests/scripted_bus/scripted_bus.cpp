@@ -184,6 +184,7 @@ void ScriptedBus::reset() {
   isRegistered_ = true;
   isRefusing_ = false;
   isFreeing_ = false;
+  service_ = nullptr;
   answers_.clear();
   nextAnswers_.clear();
   vms_.clear();
@@ -217,6 +218,11 @@ void ScriptedBus::setRefusing(bool refusing) {
 void ScriptedBus::setFreeing(bool freeing) {
   const std::lock_guard<std::mutex> lock(mutex_);
   isFreeing_ = freeing;
+}
+
+void ScriptedBus::answerFrom(std::function<Reply(const Call& call)> service) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  service_ = std::move(service);
 }
 
 void ScriptedBus::answer(const std::string& method, const Reply& reply) {
@@ -370,9 +376,14 @@ void ScriptedBus::record(const Call& call) {
 }
 
 Reply ScriptedBus::replyTo(const Call& call) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  std::unique_lock<std::mutex> lock(mutex_);
   if (!interfaces_[call.interface].isAlive) {
     return Reply::error("the service is gone");
+  }
+  if (service_) {
+    const std::function<Reply(const Call&)> service = service_;
+    lock.unlock();
+    return service(call);
   }
   const auto next = nextAnswers_.find(call.method);
   if (next != nextAnswers_.end() && !next->second.empty()) {

@@ -138,6 +138,8 @@ class ScriptedBus {
   void answer(const std::string& method, const Reply& reply);
   // The answers to the next calls, before that one.
   void answerOnce(const std::string& method, const Reply& reply);
+  // Lets a service answer every call, in place of the answers above.
+  void answerFrom(std::function<Reply(const Call& call)> service);
   // What getVmListSize answers for a name: 0 for the names not known. An answer() goes before it.
   void knowsVm(const std::string& vmId, unsigned int number);
 
@@ -201,6 +203,7 @@ class ScriptedBus {
   bool isRegistered_ = true;
   bool isRefusing_ = false;
   bool isFreeing_ = false;
+  std::function<Reply(const Call&)> service_;
   std::map<std::string, Reply> answers_;
   std::map<std::string, std::deque<Reply>> nextAnswers_;
   std::map<std::string, unsigned int> vms_;

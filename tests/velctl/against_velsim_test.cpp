@@ -3,14 +3,12 @@
 #include <algorithm>
 #include <csignal>
 #include <memory>
-#include <set>
 #include <sstream>
 #include <utility>
 
 #include "base/text.h"
 #include "tests/velctl/process_test.h"
 #include "tests/velctl/stories.h"
-#include "vel/protocol/methods.h"
 
 namespace velctl_tests {
 namespace {
@@ -88,28 +86,6 @@ TEST_P(StoryTest, GoesAsWritten) {
 
 INSTANTIATE_TEST_SUITE_P(Of, StoryTest, ::testing::ValuesIn(stories()),
                          [](const auto& row) { return row.param.name; });
-
-TEST(StoriesTest, UseEveryMethodOfTheServiceInTextAndInJson) {
-  // These take a while; see the tests below.
-  const std::set<std::string> lasting = {"searchSharePrinter", "registerJoystickCallback",
-                                         "unregisterJoystickCallback"};
-  std::set<std::string> inText = lasting;
-  std::set<std::string> inJson = lasting;
-  // Looking up a VM is part of other commands, and has no form of its own.
-  inJson.insert("getVmListSize");
-  for (const Story& story : stories()) {
-    for (const Step& step : story.steps) {
-      (step.form == Form::kText ? inText : inJson).insert(step.method);
-    }
-  }
-
-  for (const velprotocol::Method& method : velprotocol::kMethods) {
-    const std::string name(method.name);
-    EXPECT_EQ(inText.count(name), 1u) << name << " needs a step in tests/velctl/*_stories.cpp";
-    EXPECT_EQ(inJson.count(name), 1u)
-        << name << " needs a step with JSON in tests/velctl/*_stories.cpp";
-  }
-}
 
 // --- Searches ------------------------------------------------------------------------------------
 
