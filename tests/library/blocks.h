@@ -1,4 +1,4 @@
-// Fills in the blocks that a service answers.
+// Writes fields into blocks.
 
 #ifndef TESTS_LIBRARY_BLOCKS_H
 #define TESTS_LIBRARY_BLOCKS_H
@@ -8,7 +8,7 @@
 
 #include "tests/scripted_bus/scripted_bus.h"
 
-// Writes a value as it lies in memory. All of it must fit.
+// Writes the bytes of a value, all of which must fit.
 template <typename Value>
 void put(scripted::Bytes& block, std::size_t offset, Value value) {
   std::memcpy(block.data() + offset, &value, sizeof value);

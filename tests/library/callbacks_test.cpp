@@ -1,4 +1,4 @@
-// Registering per-VM callbacks. What they are told stands in connection_test.cpp.
+// Registering per-VM callbacks. connection_test.cpp tests their calls.
 
 #include "tests/library/proxy_test.h"
 
@@ -31,7 +31,7 @@ std::string pointerTo(VmCallback callback) {
 
 class CallbacksTest : public ProxyTest {
  protected:
-  // Lets the service die, which calls every callback and forgets it.
+  // The service dies, which calls every callback and ends its registration.
   void endEverySession() {
     disconnect(*instance);
     bus.serviceDies();
@@ -79,7 +79,7 @@ TEST_F(CallbacksTest, ALaterCallbackTakesThePlaceOfTheEarlier) {
   EXPECT_EQ(laterCalls, 1);
 }
 
-TEST_F(CallbacksTest, OneUserDataMayStandForManyVms) {
+TEST_F(CallbacksTest, ManyVmsMayShareOneUserData) {
   Listener listener;
   proxy->RegisterCallback("win11", &Listener::called, &listener);
   proxy->RegisterCallback("linux9", &Listener::called, &listener);
@@ -104,7 +104,7 @@ TEST_F(CallbacksTest, UnregisteringEndsOnlyTheCallbackOfThatVm) {
   EXPECT_THAT(kept.codes, ElementsAre(5));
 }
 
-TEST_F(CallbacksTest, ANullCallbackIsTakenAndNeverCalled) {
+TEST_F(CallbacksTest, ANullCallbackIsRegisteredAndNeverCalled) {
   Listener listener;
   EXPECT_EQ(proxy->RegisterCallback("linux9", nullptr, &listener), 0);
   EXPECT_EQ(proxy->RegisterCallback("win11", &Listener::called, &listener), 0);
@@ -152,8 +152,8 @@ TEST_F(CallbacksTest, ManyThreadsMayRegisterWhileTheServiceDies) {
 
   endEverySession();
 
-  // Each callback was still there at the first death or came after it, so it has heard of one of
-  // the two at least.
+  // Each callback was registered at the first death or later, so at least one of the two deaths
+  // called it.
   for (const Listener& listener : listeners) {
     EXPECT_THAT(listener.codes, testing::AllOf(testing::Each(5), testing::Not(IsEmpty())));
   }

@@ -1,5 +1,5 @@
-// Connecting to the service, letting go of it, and what happens when it dies. How the process-wide
-// instance comes into being stands in creation_test.cpp.
+// Connecting to the service, releasing it, and the steps after its death. creation_test.cpp tests
+// the creation of the process-wide instance.
 
 #include <atomic>
 #include <functional>
@@ -22,7 +22,7 @@ std::string standardOutputOf(const std::function<void()>& action) {
 
 // --- Init ---------------------------------------------------------------------------------------
 
-// A proxy that has never connected, beside an instance that is connected.
+// A proxy that has never connected, beside a connected instance.
 class InitTest : public ProxyTest {
  protected:
   InitTest() { scripted::setDataPath(kDataPath); }
@@ -53,7 +53,7 @@ TEST_F(InitTest, WritesTheLogPathToStandardOutput) {
   EXPECT_EQ(standardOutputOf([this] { fresh.Init(); }), "set vel log path:/data/of/the/test \n");
 }
 
-TEST_F(InitTest, WithoutADataPathItOnlyLogsThat) {
+TEST_F(InitTest, WithoutADataPathItOnlyLogsTheEmptyPath) {
   scripted::setDataPath("");
 
   EXPECT_EQ(standardOutputOf([this] { EXPECT_EQ(fresh.Init(), 0u); }), "");
@@ -261,7 +261,7 @@ TEST_F(InitTest, ABroadcastIsHandledOncePerSuccessfulInit) {
   EXPECT_EQ(timeline.count("Debug HandleEvent: enter"), 3);
 }
 
-TEST_F(InitTest, BroadcastCallbackIsForAnyThread) {
+TEST_F(InitTest, BroadcastCallbackMayRunOnAnyThread) {
   const auto made = QXBusSerivceManager::initSync(-1)
                         ->getServiceProxyInterface("vel", QXBUS_SECURITY_SAME_USER_OR_ROOT, 1)
                         ->makeMethodCallMessage("an event");
@@ -276,7 +276,7 @@ TEST_F(InitTest, BroadcastCallbackIsForAnyThread) {
 
 // --- Virtual dispatch ---------------------------------------------------------------------------
 
-// Does what VelProxy does, after the test has had its say.
+// Calls the operations of VelProxy, and what the test adds before.
 class ProxyOfItsOwnLife : public qx::VelProxy {
  public:
   unsigned int InitBroadcast() override {
@@ -360,7 +360,7 @@ TEST_F(OverridingTest, TheCacheIsEmptyBeforeTheVirtualReleaseService) {
   std::string seen = "not called";
   proxy->onRelease = [&] {
     seen = proxy->GetVmIdString(7);
-    timeline.add("released");
+    timeline.record("released");
   };
 
   bus.serviceDies();
@@ -376,7 +376,7 @@ TEST_F(OverridingTest, TheCacheIsEmptyBeforeTheVirtualReleaseService) {
 
 // --- ReleaseService, destruction -----------------------------------------------------------------
 
-TEST_F(InitTest, ReleasingRemovesTheListenerItHadAdded) {
+TEST_F(InitTest, ReleasingRemovesTheListenerThatConnectingAdded) {
   fresh.Init();
   const std::vector<scripted::Listening> before = bus.interfaceListeners();
   const std::size_t broadcasts = bus.broadcastListeners().size();
@@ -429,14 +429,14 @@ TEST_F(InitTest, ReleasingLogsAndThenWaitsForTheCallMutex) {
   EXPECT_TRUE(release.isDone());
 }
 
-// Destroying an interface may take its time, and calls of other threads must not wait for it.
+// Destroying an interface may take long, and calls of other threads must not wait for it.
 TEST_F(InitTest, TheInterfaceIsDestroyedAfterTheCallMutexIsFree) {
   fresh.Init();
   struct Meanwhile {
     std::unique_ptr<Background<unsigned int>> init;
     bool isDone = false;
   };
-  // Shared, because the interface that this Init gets is destroyed when the test is over.
+  // Shared, because the interface of this Init lives until the end of the test.
   const auto meanwhile = std::make_shared<Meanwhile>();
   timeline.when("interface destroyed", [this, meanwhile] {
     if (!meanwhile->init) {
@@ -513,7 +513,7 @@ struct Registration {
     ++self.calls;
     self.code = code;
     self.data = data;
-    scripted::Timeline::the().add("called " + self.vmId);
+    scripted::Timeline::the().record("called " + self.vmId);
     if (self.action) {
       self.action();
     }
@@ -548,7 +548,7 @@ class DeathTest : public ProxyTest {
     bus.serviceDies();
     bus.waitForDeaths();
   }
-  // The service is back when the proxy pauses for the n-th time before a poll.
+  // The service is back at the n-th pause before a poll.
   void serviceReturnsAtPause(int n) {
     timeline.when("pause 2 s", [this, n] {
       if (timeline.count("pause 2 s") == n) {
@@ -604,7 +604,7 @@ TEST_F(DeathTest, LogsEachStep) {
                                         " userdata=" + pointer(&win))));
 }
 
-TEST_F(DeathTest, AServiceThatIsBackAtOnceIsNotWaitedFor) {
+TEST_F(DeathTest, AServiceThatIsBackAtOnceNeedsNoPause) {
   Registration win;
   add(win, "win11");
   timeline.when("Error onServiceDeath: vel serviced death", [this] { bus.setRegistered(true); });
@@ -616,7 +616,7 @@ TEST_F(DeathTest, AServiceThatIsBackAtOnceIsNotWaitedFor) {
   EXPECT_EQ(win.calls, 1);
 }
 
-TEST_F(DeathTest, EachCallbackIsCalledOnceInOrderAndForgotten) {
+TEST_F(DeathTest, EachCallbackRunsOnceInOrderAndIsThenUnregistered) {
   Registration b;
   Registration a;
   Registration c;
@@ -647,7 +647,7 @@ TEST_F(DeathTest, TheServiceIsAskedForOncePerCallback) {
   Registration b;
   add(a, "a");
   add(b, "b");
-  // Back for the poll and Init, gone for the first callback, back for the second.
+  // The service is there for the poll and Init, gone for the first callback, there for the second.
   timeline.when("Error onServiceDeath: vel serviced death", [this] { bus.setRegistered(true); });
   timeline.when("Error onServiceDeath: erase vmId: a", [this] { bus.setRegistered(false); });
   timeline.when("Error onServiceDeath: erase vmId: b", [this] { bus.setRegistered(true); });
@@ -676,7 +676,7 @@ TEST_F(DeathTest, GivesUpAfter500Polls) {
   EXPECT_EQ(win.calls, 1);
 }
 
-TEST_F(DeathTest, AServiceThatReturnsAtTheLastPollIsSeen) {
+TEST_F(DeathTest, AServiceThatReturnsAtTheLastPollIsFound) {
   Registration win;
   add(win, "win11");
   serviceReturnsAtPause(500);
@@ -688,7 +688,7 @@ TEST_F(DeathTest, AServiceThatReturnsAtTheLastPollIsSeen) {
   EXPECT_EQ(timeline.count("Debug onServiceDeath: ServiceRegistered:1 count=500 "), 1);
 }
 
-TEST_F(DeathTest, WaitsFiveSecondsFirstWhenNobodyIsRegistered) {
+TEST_F(DeathTest, WaitsFiveSecondsFirstWithoutCallbacks) {
   serviceReturnsAtPause(1);
 
   dieAndWait();
@@ -724,7 +724,7 @@ TEST_F(DeathTest, ADeviceCallbackMakesTheFiveSecondsUnnecessary) {
   EXPECT_EQ(timeline.count("pause 2 s"), 1);
 }
 
-TEST_F(DeathTest, OtherCallbacksDoNot) {
+TEST_F(DeathTest, OtherCallbacksDoNotReplaceTheFiveSeconds) {
   int userData = 0;
   ASSERT_EQ(proxy->RegisterPrinterCallback(&noPrinter, &userData), 0);
   ASSERT_EQ(proxy->RegisterCmdCallback(&noCommand, &userData), 0);
@@ -748,7 +748,7 @@ TEST_F(DeathTest, DeviceAndPrinterCallbacksStay) {
   EXPECT_EQ(proxy->CheckPrinterCallback(), &printer);
 }
 
-TEST_F(DeathTest, TheInstanceConnectsAgainAndNotTheObjectThatLostItsService) {
+TEST_F(DeathTest, OnlyTheInstanceConnectsAgain) {
   serviceReturnsAtPause(1);
 
   dieAndWait();
@@ -813,7 +813,7 @@ TEST_F(DeathTest, ARegistrationWaitsUntilTheCallbacksAreDone) {
   ASSERT_EQ(proxy->Init(), 0u);
   dieAndWait();
 
-  EXPECT_EQ(late.calls, 1) << "what was registered meanwhile is not lost";
+  EXPECT_EQ(late.calls, 1) << "a registration made meanwhile stays";
   EXPECT_EQ(win.calls, 1);
 }
 
@@ -857,7 +857,7 @@ TEST_F(DeathTest, ACallbackThatRunsDelaysNoPoll) {
   int userData = 0;
   ASSERT_EQ(proxy->RegisterDeviceCallback(
                 [](unsigned short, CommonDevice*, void*) {
-                  scripted::Timeline::the().add("device callback");
+                  scripted::Timeline::the().record("device callback");
                   return 0;
                 },
                 &userData),
@@ -910,7 +910,7 @@ TEST_F(DeathTest, ADeathBeforeTheFirstConnectionIsHarmless) {
   EXPECT_EQ(timeline.count("Debug onServiceDeath: wait for velservice ...., waiting cnt=500"), 1);
 }
 
-TEST_F(DeathTest, ADeathThatCameFirstIsNoticedOnConnecting) {
+TEST_F(DeathTest, ADeathBeforeTheCallbackIsSetIsHandledOnConnecting) {
   qx::VelProxy late;
   timeline.when("setDeathCallback()", [this] {
     if (timeline.count("setDeathCallback()") == 1) {
@@ -951,7 +951,7 @@ TEST_F(DeathTest, ManyThreadsMayCallWhileTheServiceDiesAndComesBack) {
   for (Registration& registration : registrations) {
     registration.vmId = "win11";
     instance->RegisterCallback("win11", &Registration::called, &registration);
-    // Connected, whoever did it, so that there is a death to notice.
+    // Connects, unless another thread has: only a connection can die.
     qx::VelProxy::getInstance();
     bus.emit("velevent", EventArguments().int32(0).int32(4));
     bus.serviceDies();

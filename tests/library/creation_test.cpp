@@ -1,5 +1,5 @@
-// How the process-wide instance comes into being. That happens once per process, so each test runs
-// in a child process of its own.
+// The creation of the process-wide instance. A process creates it once, so each test runs in a
+// child process.
 
 #include <cstdlib>
 #include <functional>
@@ -18,7 +18,8 @@ class CreationTest : public BusTest {
     scripted::setDataPath(kDataPath);
   }
 
-  // Runs the body where no instance has been made, and fails if a check in it does. Once per test.
+  // Runs the body in a process without an instance, and fails when a check in the body fails. Once
+  // per test.
   static void inANewProcess(const std::function<void()>& body) {
     const auto runAndExit = [&body] {
       body();
@@ -78,7 +79,7 @@ TEST_F(CreationTest, WithoutAServiceTheInstanceIsMadeAndConnectsLater) {
   });
 }
 
-TEST_F(CreationTest, WithoutABusTheInstanceIsMadeToo) {
+TEST_F(CreationTest, WithoutABusTheInstanceIsMadeAsWell) {
   inANewProcess([this] {
     bus.setReachable(false);
 
@@ -109,14 +110,14 @@ TEST_F(CreationTest, ManyThreadsMakeOneInstance) {
   });
 }
 
-TEST_F(CreationTest, TheInstanceIsThereBeforeItConnects) {
+TEST_F(CreationTest, TheInstanceIsStoredBeforeItConnects) {
   inANewProcess([this] {
     bus.setRegistered(false);
     Gate gate = timeline.hold("initSync(");
     Background first([] { return qx::VelProxy::getInstance(); });
     ASSERT_TRUE(gate.isReached());
     Background second([] { return qx::VelProxy::getInstance(); });
-    // The second waits for the first's Init in an Init of its own; nothing tells that it does.
+    // The second waits in an Init of its own for that of the first, which no event shows.
     EXPECT_FALSE(timeline.happensSoon(second.id(), ""));
     gate.open();
 
@@ -127,7 +128,7 @@ TEST_F(CreationTest, TheInstanceIsThereBeforeItConnects) {
   });
 }
 
-TEST_F(CreationTest, AProxyOfOnesOwnNeedsNoInstance) {
+TEST_F(CreationTest, AProxyOfTheClientNeedsNoInstance) {
   inANewProcess([this] {
     {
       qx::VelProxy own;
@@ -140,7 +141,7 @@ TEST_F(CreationTest, AProxyOfOnesOwnNeedsNoInstance) {
   });
 }
 
-TEST_F(CreationTest, AnOperationOfAProxyOfOnesOwnMakesTheInstance) {
+TEST_F(CreationTest, AnOperationOfAProxyOfTheClientMakesTheInstance) {
   inANewProcess([this] {
     bus.answer("resetService", Reply().int32(0));
     qx::VelProxy own;

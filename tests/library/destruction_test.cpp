@@ -19,7 +19,7 @@ struct ActingListener {
     // The action may end the test's interest in this object.
     const std::function<void()> action = self.action;
     ++self.calls;
-    scripted::Timeline::the().add("called " + self.name);
+    scripted::Timeline::the().record("called " + self.name);
     if (action) {
       action();
     }

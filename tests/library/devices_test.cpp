@@ -16,7 +16,7 @@ using testing::IsEmpty;
 
 constexpr std::size_t kVmIdText = offsetof(CommonDevice, vmIdText);
 
-// A device's record: everything that the library does not write is '#'.
+// A device's record. Bytes that the library does not write are '#'.
 Bytes device(unsigned short number, unsigned short status, unsigned int vm, const std::string& name,
              std::size_t size = 720) {
   Bytes block(size, '#');
@@ -27,7 +27,7 @@ Bytes device(unsigned short number, unsigned short status, unsigned int vm, cons
   return block;
 }
 
-// What stands at vmIdText.
+// The bytes at vmIdText.
 std::string vmIdTextOf(const Bytes& block) {
   return std::string(block.begin() + kVmIdText, block.end());
 }
@@ -42,7 +42,7 @@ class DevicesTest : public ProxyTest {
     forget();
   }
 
-  // What becomes of a block in a list, and in the status of a device.
+  // The record that a block becomes in a list, and in the status of a device.
   Bytes listed(const Bytes& block) {
     bus.answer("getDeviceList", Reply().int32(1).bytes(block));
     return onlyOneOf(proxy->GetDeviceList(""), block.size());
@@ -141,8 +141,8 @@ TEST_F(DevicesTest, ARecordOfStatus2GetsTheNameOfItsVmWithoutAnEnd) {
   EXPECT_EQ(vmIdTextOf(expected), "win11" + std::string(35, '#'));
 }
 
-TEST_F(DevicesTest, ARecordOfAnyOtherStatusIsLeftAsItCame) {
-  // In the last three only some bits are those of 2.
+TEST_F(DevicesTest, ARecordOfAnyOtherStatusStaysUnchanged) {
+  // The last three share only some bits with 2.
   constexpr unsigned short kOthers[] = {0, 1, 3, 65535, 0x0200, 0x0102, 0x0202};
   for (const unsigned short status : kOthers) {
     const Bytes block = device(12, status, 7, "Front camera");
@@ -151,7 +151,7 @@ TEST_F(DevicesTest, ARecordOfAnyOtherStatusIsLeftAsItCame) {
   }
 }
 
-TEST_F(DevicesTest, ARecordOfAVmThatNobodyAskedAboutIsLeftAsItCame) {
+TEST_F(DevicesTest, ARecordOfAVmThatWasNeverLookedUpStaysUnchanged) {
   const Bytes block = device(12, 2, 8, "Front camera");
 
   EXPECT_EQ(listed(block), block);
@@ -164,7 +164,7 @@ TEST_F(DevicesTest, ARecordsVmHasAll32Bits) {
             "linux9" + std::string(34, '#'));
 }
 
-TEST_F(DevicesTest, TheVmThatAListIsAskedForIsKnownWhenItIsRead) {
+TEST_F(DevicesTest, TheVmOfAListIsLookedUpBeforeTheListIsRead) {
   bus.knowsVm("new", 99);
   bus.answer("getDeviceList", Reply().int32(1).bytes(device(12, 2, 99, "Front camera")));
 
@@ -294,7 +294,7 @@ TEST_F(DevicesTest, TheDevicesOfThisMachineAreThoseOfVm0) {
                                                      "vmId: , list size: 1")));
 }
 
-TEST_F(DevicesTest, ThereAreNoDevicesOfThisMachineWithoutAService) {
+TEST_F(DevicesTest, TheDevicesOfThisMachineAreAnEmptyListWithoutAService) {
   bus.answer("getDeviceList", Reply::error("too busy"));
   EXPECT_THAT(proxy->GetLocalDeviceList(), IsEmpty());
   EXPECT_THAT(log.errors(), ElementsAre("reply type: 3(too busy)"));
@@ -311,8 +311,8 @@ TEST_F(DevicesTest, FreeingAnEmptyListGives0) {
   EXPECT_EQ(proxy->FreeDeviceList({}), 0);
 }
 
-// AddressSanitizer finds what is not freed, and what is freed in another way.
-TEST_F(DevicesTest, FreeingFreesEachRecordAndLeavesTheCallersListAlone) {
+// AddressSanitizer finds records that are not freed, or freed in another way.
+TEST_F(DevicesTest, FreeingFreesEachRecordAndNotTheCallersList) {
   std::list<CommonDevice*> devices;
   for (const std::size_t size : {1u, 681u, 5000u}) {
     devices.push_back(static_cast<CommonDevice*>(std::malloc(size)));

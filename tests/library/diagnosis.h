@@ -1,4 +1,4 @@
-// Diagnoses as a service reports them, and who is told of them.
+// Diagnosis records, and an object that receives diagnoses.
 
 #ifndef TESTS_LIBRARY_DIAGNOSIS_H
 #define TESTS_LIBRARY_DIAGNOSIS_H
@@ -9,24 +9,25 @@
 #include "tests/library/blocks.h"
 #include "tests/library/proxy_test.h"
 
-// Records what it is told, as "win11,5,1,half way", and runs what the test has for it to do. Each
-// call is an event on the timeline: "called(9)".
+// Records its calls, as "win11,5,1,half way", and runs an action of the test in each. Each call is
+// an event on the timeline: "called(9)".
 class DiagnosisRecorder : public VelDiagnoseNotify {
  public:
   void DiagnoseResultNotify(std::string vmId, unsigned long long id, unsigned int status,
                             std::string result) override {
-    told.push_back(vmId + "," + std::to_string(id) + "," + std::to_string(status) + "," + result);
-    scripted::Timeline::the().add("called(9)");
+    reports.push_back(vmId + "," + std::to_string(id) + "," + std::to_string(status) + "," +
+                      result);
+    scripted::Timeline::the().record("called(9)");
     if (action) {
       action();
     }
   }
 
   std::function<void()> action;
-  Strings told;
+  Strings reports;
 };
 
-// The record of a diagnosis, as an event carries it.
+// The record of a diagnosis in an event.
 inline Bytes diagnosisBlock(unsigned long long id, unsigned int status, unsigned int vm,
                             const std::string& text) {
   Bytes block(16 + text.size() + 1, 0);

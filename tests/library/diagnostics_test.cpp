@@ -44,7 +44,7 @@ TEST_F(DiagnosticsTest, ATestSendsTheLow16BitsOfItsFlagAndLogsAllOfThem) {
   }
 }
 
-TEST_F(DiagnosticsTest, ATestNeverAsksForItsVm) {
+TEST_F(DiagnosticsTest, ATestNeverLooksItsVmUp) {
   bus.answer("doveltest", Reply().int32(0));
 
   proxy->DoVelTest("win11", 1);
@@ -64,7 +64,7 @@ struct CommandListener {
     self.codes.push_back(code);
     self.responses.push_back(response);
     self.threads.push_back(std::this_thread::get_id());
-    scripted::Timeline::the().add("command callback");
+    scripted::Timeline::the().record("command callback");
     if (self.meanwhile) {
       self.meanwhile();
     }
@@ -79,14 +79,14 @@ struct CommandListener {
 
 class CommandTest : public DiagnosticsTest {
  protected:
-  // What a function writes to standard output.
+  // The text that a function writes to standard output.
   static std::string writtenBy(const std::function<void()>& function) {
     testing::internal::CaptureStdout();
     function();
     return testing::internal::GetCapturedStdout();
   }
 
-  // Its callbacks are called on the thread of the test.
+  // Its callbacks run on the thread of the test.
   CommandListener listener;
 };
 
@@ -150,7 +150,7 @@ TEST_F(CommandTest, SendsEveryByteOfItsArgumentsAndWritesThemToTheirEnd) {
               Contains(debugLine("DoVelCmd", "vmId:%s, args: %s", "vmId:linux9, args: set a")));
 }
 
-TEST_F(CommandTest, TellsTheCallbackOfAnErrorReply) {
+TEST_F(CommandTest, ReportsAnErrorReplyToTheCallback) {
   EXPECT_EQ(proxy->RegisterCmdCallback(&CommandListener::called, &listener), 0);
   for (const int type : {3, 0, 1, 4, -1}) {
     listener = {};
@@ -172,7 +172,7 @@ TEST_F(CommandTest, TellsTheCallbackOfAnErrorReply) {
   }
 }
 
-TEST_F(CommandTest, TellsTheCallbackTheLow16BitsOfTheCommand) {
+TEST_F(CommandTest, PassesTheLow16BitsOfTheCommandToTheCallback) {
   proxy->RegisterCmdCallback(&CommandListener::called, &listener);
   const struct {
     int command;
@@ -191,7 +191,7 @@ TEST_F(CommandTest, TellsTheCallbackTheLow16BitsOfTheCommand) {
   }
 }
 
-TEST_F(CommandTest, TellsTheCallbackNothingOfANormalReply) {
+TEST_F(CommandTest, DoesNotCallTheCallbackAfterANormalReply) {
   proxy->RegisterCmdCallback(&CommandListener::called, &listener);
   for (const int status : {0, 1, -1, std::numeric_limits<int>::min()}) {
     bus.answer("dovelcmd", Reply().int32(status));
@@ -202,7 +202,7 @@ TEST_F(CommandTest, TellsTheCallbackNothingOfANormalReply) {
   EXPECT_THAT(log.summaries(), Not(Contains(testing::HasSubstr("do cmd response"))));
 }
 
-TEST_F(CommandTest, TellsTheCallbackNothingWithoutAService) {
+TEST_F(CommandTest, DoesNotCallTheCallbackWithoutAService) {
   proxy->RegisterCmdCallback(&CommandListener::called, &listener);
   disconnect(*proxy);
 
@@ -214,7 +214,7 @@ TEST_F(CommandTest, TellsTheCallbackNothingWithoutAService) {
                           errorLine("DoVelCmd", "wait velserviced restart when it death")));
 }
 
-TEST_F(CommandTest, TellsNobodyWhenTheCallbackWasTakenBack) {
+TEST_F(CommandTest, DoesNotCallACallbackThatWasUnregistered) {
   proxy->RegisterCmdCallback(&CommandListener::called, &listener);
   proxy->RegisterCmdCallback(nullptr, &listener);
 
@@ -225,7 +225,7 @@ TEST_F(CommandTest, TellsNobodyWhenTheCallbackWasTakenBack) {
   EXPECT_THAT(log.errors(), ElementsAre("reply type: 3(no answer was scripted for dovelcmd)"));
 }
 
-TEST_F(CommandTest, TellsTheLatestCallbackWithItsOwnUserData) {
+TEST_F(CommandTest, CallsTheLatestCallbackWithItsOwnUserData) {
   CommandListener later;
   proxy->RegisterCmdCallback(&CommandListener::called, &listener);
   proxy->RegisterCmdCallback(&CommandListener::called, &later);
@@ -236,7 +236,7 @@ TEST_F(CommandTest, TellsTheLatestCallbackWithItsOwnUserData) {
   EXPECT_THAT(later.codes, ElementsAre(3));
 }
 
-TEST_F(CommandTest, TellsTheCallbackThatIsRegisteredWhenTheAnswerComes) {
+TEST_F(CommandTest, CallsTheCallbackThatIsRegisteredWhenTheReplyComes) {
   CommandListener later;
   proxy->RegisterCmdCallback(&CommandListener::called, &listener);
   timeline.when("call dovelcmd(",
@@ -274,7 +274,7 @@ TEST_F(CommandTest, HoldsTheLockDuringTheCallback) {
   EXPECT_EQ(other.result(), 0u);
 }
 
-TEST_F(CommandTest, TheCallbackMayTakeItselfBack) {
+TEST_F(CommandTest, TheCallbackMayUnregisterItself) {
   listener.meanwhile = [this] { proxy->RegisterCmdCallback(nullptr, nullptr); };
   proxy->RegisterCmdCallback(&CommandListener::called, &listener);
 
@@ -317,7 +317,7 @@ class DiagnosisTest : public DiagnosticsTest,
                       public testing::WithParamInterface<DiagnosisOperation> {
  protected:
   DiagnosisTest() { bus.answer(GetParam().method, Reply().string("fine")); }
-  // It may still be told of events: the proxy goes first.
+  // Destroyed after the proxy, whose events may still reach it.
   ~DiagnosisTest() override { proxy->Diagnose("", 0, nullptr); }
 
   std::string run(const std::string& vmId, VelDiagnoseNotify* notify) {
@@ -347,7 +347,7 @@ TEST_P(DiagnosisTest, WithoutListenerEndsTheReportsOfAnEarlierOne) {
   EXPECT_EQ(run("win11", nullptr), kNoDiagnosis);
 
   report(5, 2, "after");
-  EXPECT_THAT(listener.told, ElementsAre("win11,5,1,before"));
+  EXPECT_THAT(listener.reports, ElementsAre("win11,5,1,before"));
 }
 
 TEST_P(DiagnosisTest, AnEmptyNameIsNoDesktop) {
@@ -367,8 +367,8 @@ TEST_P(DiagnosisTest, OfAnUnknownVmIsNotMadeButItsListenerStays) {
   EXPECT_THAT(bus.requests(), ElementsAre("getVmListSize(string \"nobody\")"));
   EXPECT_THAT(log.errors(), ElementsAre("no desktop connected"));
   report(6, 3, "still at it");
-  EXPECT_THAT(earlier.told, IsEmpty());
-  EXPECT_THAT(listener.told, ElementsAre("win11,6,3,still at it"));
+  EXPECT_THAT(earlier.reports, IsEmpty());
+  EXPECT_THAT(listener.reports, ElementsAre("win11,6,3,still at it"));
 }
 
 TEST_P(DiagnosisTest, ReportsGoToTheListenerWhileItWaitsAndAfterwards) {
@@ -382,7 +382,7 @@ TEST_P(DiagnosisTest, ReportsGoToTheListenerWhileItWaitsAndAfterwards) {
   EXPECT_EQ(waiting.result(), "fine");
   report(2, 20, "ended");
 
-  EXPECT_THAT(listener.told, ElementsAre("win11,1,10,begun", "win11,2,20,ended"));
+  EXPECT_THAT(listener.reports, ElementsAre("win11,1,10,begun", "win11,2,20,ended"));
 }
 
 TEST_P(DiagnosisTest, ReportsGoToTheListenerAlreadyWhileItsVmIsLookedUp) {
@@ -396,8 +396,8 @@ TEST_P(DiagnosisTest, ReportsGoToTheListenerAlreadyWhileItsVmIsLookedUp) {
 
   gate.open();
   EXPECT_EQ(waiting.result(), "fine");
-  EXPECT_THAT(earlier.told, IsEmpty());
-  EXPECT_THAT(listener.told, ElementsAre("win11,1,10,begun"));
+  EXPECT_THAT(earlier.reports, IsEmpty());
+  EXPECT_THAT(listener.reports, ElementsAre("win11,1,10,begun"));
 }
 
 TEST_P(DiagnosisTest, ConnectsAgainAlsoWhenTheLookUpDoesNot) {
@@ -437,7 +437,7 @@ TEST_P(DiagnosisTest, ReportsGoOnAfterAFailure) {
 
   report(1, 10, "begun");
 
-  EXPECT_THAT(listener.told, testing::SizeIs(1));
+  EXPECT_THAT(listener.reports, testing::SizeIs(1));
 }
 
 TEST_P(DiagnosisTest, PassesAnyTextOn) {
@@ -509,7 +509,7 @@ TEST_F(DiagnosticsTest, ADeviceTravelsWithoutASign) {
   }
 }
 
-// One waits for its answer while the other is asked.
+// One request waits for its reply while the other is sent.
 TEST_F(DiagnosticsTest, TwoDiagnosesOfSourcesRunSideBySide) {
   bus.answerOnce("diagnose", Reply().string("first"));
   bus.answerOnce("diagnose", Reply().string("second"));
@@ -529,8 +529,8 @@ TEST_F(DiagnosticsTest, TwoDiagnosesOfSourcesRunSideBySide) {
   EXPECT_EQ(one.result(), "first");
   second.open();
   EXPECT_EQ(two.result(), "second");
-  EXPECT_THAT(earlier.told, IsEmpty());
-  EXPECT_THAT(later.told, testing::SizeIs(1)) << "the later listener is told of every diagnosis";
+  EXPECT_THAT(earlier.reports, IsEmpty());
+  EXPECT_THAT(later.reports, testing::SizeIs(1)) << "the later listener receives every diagnosis";
 }
 
 TEST_F(DiagnosticsTest, ADiagnosisKeepsTheServiceThatItStartedWith) {

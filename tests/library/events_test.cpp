@@ -1,5 +1,5 @@
-// Events of the service, and the callbacks they reach. What a hostile record may not do stands in
-// hostile_blocks_test.cpp; registering for results of new devices, in new_devices_test.cpp.
+// Events of the service, and the callbacks that receive them. hostile_blocks_test.cpp tests hostile
+// records, new_devices_test.cpp the registration for results of new devices.
 
 #include <atomic>
 #include <cstring>
@@ -47,7 +47,7 @@ Bytes resultBlock() {
   return block;
 }
 
-// Told as "18364758544493064720,4294967294".
+// Recorded as "18364758544493064720,4294967294".
 constexpr unsigned long long kDiagnosed = 0xFEDCBA9876543210;
 constexpr unsigned int kDiagnosedState = 0xFFFFFFFE;
 
@@ -57,15 +57,15 @@ EventArguments event(int vm, int code) {
 
 // --- Listeners ----------------------------------------------------------------------------------
 
-// Records its calls, and runs what the test has for it to do: pass `this` as user data. Each call
-// is an event on the timeline: "called(4)".
+// Records its calls, and runs an action of the test in each: pass `this` as user data. Each call is
+// an event on the timeline: "called(4)".
 struct RecordListener {
   template <typename Record>
   static int called(unsigned short code, Record* record, void* userData) {
     auto& self = *static_cast<RecordListener*>(userData);
     self.codes.push_back(code);
     self.bytes.push_back(record ? bytesOf(record, self.size) : Bytes());
-    scripted::Timeline::the().add("called(" + std::to_string(code) + ")");
+    scripted::Timeline::the().record("called(" + std::to_string(code) + ")");
     if (self.action) {
       self.action();
     }
@@ -77,7 +77,7 @@ struct RecordListener {
   }
 
   std::function<void()> action;
-  // How much of each record is kept.
+  // The number of bytes of each record that are kept.
   std::size_t size = 0;
   std::vector<unsigned short> codes;
   std::vector<Bytes> bytes;
@@ -95,7 +95,7 @@ std::string pointerTo(Callback callback) {
   return pointer(reinterpret_cast<void*>(callback));
 }
 
-// Only the proxy listens, so that what happens and what is logged is all its own.
+// Only the proxy listens, so that every event and log line is its own.
 template <typename Proxy>
 class EventsTestOf : public ProxyTestOf<Proxy> {
  protected:
@@ -113,13 +113,13 @@ class EventsTestOf : public ProxyTestOf<Proxy> {
     this->proxy->RegisterDeviceCallback(kDeviceCalled, &device);
     this->proxy->RegisterCmdCallback(kCmdCalled, &cmd);
     this->proxy->RegisterConfigNewDevResultCallback(kResultCalled, &newDevice);
-    // Without a name it stops at "no desktop connected", with the object stored.
+    // Without a name the diagnosis ends with "no desktop connected", after storing the object.
     this->proxy->Diagnose("", 0, &diagnosis);
     this->disconnect(*this->instance);
   }
   int calls() const {
     return static_cast<int>(printer.codes.size() + device.codes.size() + cmd.codes.size() +
-                            newDevice.codes.size() + diagnosis.told.size());
+                            newDevice.codes.size() + diagnosis.reports.size());
   }
 
   RecordListener printer;
@@ -133,7 +133,7 @@ using EventsTest = EventsTestOf<qx::VelProxy>;
 
 // --- Registering --------------------------------------------------------------------------------
 
-TEST_F(EventsTest, RegisteringAPrinterCallbackSaysNothing) {
+TEST_F(EventsTest, RegisteringAPrinterCallbackLogsNothing) {
   EXPECT_EQ(proxy->CheckPrinterCallback(), nullptr);
 
   EXPECT_EQ(proxy->RegisterPrinterCallback(kPrinterCalled, &printer), 0);
@@ -259,14 +259,14 @@ TEST_F(EventsTest, CheckingGivesTheSmallestUserDataOfTheDevices) {
   EXPECT_EQ(proxy->CheckDeviceCallback(), nullptr);
 }
 
-TEST_F(EventsTest, CheckingSaysNothing) {
+TEST_F(EventsTest, CheckingLogsNothing) {
   proxy->CheckPrinterCallback();
   proxy->CheckDeviceCallback();
 
   EXPECT_THAT(timeline.all(), IsEmpty());
 }
 
-TEST_F(EventsTest, ACommandCallbackMayBeNullAndItsRegistrationSaysNothing) {
+TEST_F(EventsTest, ACommandCallbackMayBeNullAndItsRegistrationLogsNothing) {
   EXPECT_EQ(proxy->RegisterCmdCallback(kCmdCalled, nullptr), 0);
   EXPECT_EQ(proxy->RegisterCmdCallback(kCmdCalled, &cmd), 0);
   EXPECT_EQ(proxy->RegisterCmdCallback(nullptr, &cmd), 0);
@@ -279,7 +279,7 @@ TEST_F(EventsTest, ACommandCallbackMayBeNullAndItsRegistrationSaysNothing) {
 
 // --- Which events are this proxy's --------------------------------------------------------------
 
-TEST_F(EventsTest, AnEventOfAVmThatNobodyAskedAboutIsDroppedWithoutAWord) {
+TEST_F(EventsTest, AnEventOfAVmThatWasNeverLookedUpIsDroppedWithoutALogLine) {
   listenToAll();
 
   for (const int vm : {8, -1, std::numeric_limits<int>::min()}) {
@@ -338,7 +338,7 @@ TEST_F(EventsTest, CallbacksOutliveTheService) {
   EXPECT_THAT(printer.codes, ElementsAre(1));
   EXPECT_THAT(newDevice.codes, ElementsAre(2));
   EXPECT_THAT(device.codes, ElementsAre(4));
-  EXPECT_THAT(diagnosis.told, ElementsAre(",18364758544493064720,4294967294,text"));
+  EXPECT_THAT(diagnosis.reports, ElementsAre(",18364758544493064720,4294967294,text"));
   EXPECT_THAT(cmd.codes, ElementsAre(66));
 }
 
@@ -348,7 +348,7 @@ TEST_F(EventsTest, AMissingEventIsHarmless) {
   EXPECT_THAT(timeline.all(), IsEmpty());
 }
 
-// Its numbers read as 0.
+// Numbers of another type read as 0.
 TEST_F(EventsTest, AnEventOfOtherTypesIsANewDeviceResultOfCode0) {
   listenToAll();
 
@@ -400,7 +400,7 @@ TEST_F(EventsTest, APrinterEventWithoutACallbackIsOnlyLogged) {
                           debugLine("HandleEvent", "end")));
 }
 
-TEST_F(EventsTest, APrinterEventGoesToNobodyAfterUnregistering) {
+TEST_F(EventsTest, APrinterEventReachesNoCallbackAfterUnregistering) {
   listenToAll();
   proxy->UnregisterPrinterCallback();
 
@@ -431,7 +431,7 @@ constexpr char kDeviceValues[] = "devNum:65535, vmId: -2147483646, status:65534,
 class DeviceEventTest : public EventsTest, public testing::WithParamInterface<int> {
  protected:
   static std::string code() { return std::to_string(GetParam()); }
-  // What HandleEvent logs of the record.
+  // The line of HandleEvent for the record.
   std::string line() const {
     const bool isState = GetParam() == 5 || GetParam() == 64 || GetParam() == 65;
     return isState
@@ -578,7 +578,7 @@ INSTANTIATE_TEST_SUITE_P(Codes, OtherEventTest,
 
 // --- Code 9 -------------------------------------------------------------------------------------
 
-// Whatever the record is, and whether or not anybody listens.
+// The lines of codes 9 and 66, with or without a record and a callback.
 Strings responseLines(const qx::VelProxy& proxy) {
   return {debugLine("HandleEvent", "enter"),
           debugLine("HandleEvent", "cmd response callback this[%p] ",
@@ -592,7 +592,7 @@ TEST_F(EventsTest, ADiagnosisEventGoesToTheNotifyObject) {
   emit(event(0, 9).bytes(diagnosisBlock(kDiagnosed, kDiagnosedState, 0x80000002, "{\"usb\":0}")));
 
   EXPECT_EQ(log.summaries(), responseLines(*proxy));
-  EXPECT_THAT(diagnosis.told, ElementsAre("linux9,18364758544493064720,4294967294,{\"usb\":0}"));
+  EXPECT_THAT(diagnosis.reports, ElementsAre("linux9,18364758544493064720,4294967294,{\"usb\":0}"));
   EXPECT_EQ(calls(), 1);
   EXPECT_EQ(timeline.all()[2], "called(9)") << "between the two log lines";
 }
@@ -603,8 +603,8 @@ TEST_F(EventsTest, ADiagnosisOfAnUnknownVmHasAnEmptyName) {
   emit(event(7, 9).bytes(diagnosisBlock(kDiagnosed, kDiagnosedState, 8, "text")));
   emit(event(7, 9).bytes(diagnosisBlock(kDiagnosed, kDiagnosedState, 0, "")));
 
-  EXPECT_THAT(diagnosis.told, ElementsAre(",18364758544493064720,4294967294,text",
-                                          ",18364758544493064720,4294967294,"));
+  EXPECT_THAT(diagnosis.reports, ElementsAre(",18364758544493064720,4294967294,text",
+                                             ",18364758544493064720,4294967294,"));
   EXPECT_THAT(bus.calls(), IsEmpty());
 }
 
@@ -640,8 +640,8 @@ TEST_F(EventsTest, EitherDiagnosisSetsTheObjectAndNullEndsIt) {
   proxy->DiagnoseDevice("win11", 1, nullptr);
   emit(event(0, 9).bytes(diagnosisBlock(kDiagnosed, kDiagnosedState, 7, "four")));
 
-  EXPECT_THAT(first.told, ElementsAre("win11,18364758544493064720,4294967294,one"));
-  EXPECT_THAT(second.told, ElementsAre("win11,18364758544493064720,4294967294,two"));
+  EXPECT_THAT(first.reports, ElementsAre("win11,18364758544493064720,4294967294,one"));
+  EXPECT_THAT(second.reports, ElementsAre("win11,18364758544493064720,4294967294,two"));
 }
 
 // --- Code 66 ------------------------------------------------------------------------------------
@@ -713,7 +713,7 @@ TEST_F(OverriddenEventsTest, ADiagnosisAsksTheVirtualLookUp) {
 
   emit(event(0, 9).bytes(diagnosisBlock(kDiagnosed, kDiagnosedState, 55, "text")));
 
-  EXPECT_THAT(diagnosis.told, ElementsAre("its own,18364758544493064720,4294967294,text"));
+  EXPECT_THAT(diagnosis.reports, ElementsAre("its own,18364758544493064720,4294967294,text"));
 }
 
 TEST_F(OverriddenEventsTest, DeviceEventsGoToTheVirtualNotify) {
@@ -747,7 +747,7 @@ TEST_F(OverriddenEventsTest, OtherEventsGoToTheVirtualNotify) {
 
 // --- Exceptions ---------------------------------------------------------------------------------
 
-// Nobody on the bus could catch them.
+// An exception on a thread of the bus would end the process.
 class ThrowingProxy : public qx::VelProxy {
  public:
   std::string GetVmIdString(unsigned int id) override {
@@ -835,7 +835,7 @@ TEST(BroadcastTest, ReachesCallbacksTwiceAfterTwoConnections) {
   bus.reset();
 }
 
-TEST_F(EventsTest, ABroadcastIsForTheInstanceWhoeverListens) {
+TEST_F(EventsTest, ABroadcastReachesTheInstanceOnly) {
   RecordListener others;
   instance->RegisterDeviceCallback(kDeviceCalled, &others);
   proxy->RegisterDeviceCallback(kDeviceCalled, &device);
@@ -849,7 +849,7 @@ TEST_F(EventsTest, ABroadcastIsForTheInstanceWhoeverListens) {
 }
 
 TEST_F(EventsTest, ABroadcastIsHandledWithTheVmsThatTheInstanceKnows) {
-  // It may have learned them in another test.
+  // Another test may have looked them up.
   instance->onServiceDeath();
   disconnect(*instance);
   RecordListener others;
@@ -882,7 +882,7 @@ TEST_F(EventsTest, ACallbackMayCallRemoteOperations) {
   EXPECT_EQ(timeline.count("return connectDevice()"), 5);
 }
 
-TEST_F(EventsTest, ACallbackMayAskWhoIsRegistered) {
+TEST_F(EventsTest, ACallbackMayCheckForCallbacks) {
   listenToAll();
   std::vector<void*> seen;
   const auto check = [&] {
@@ -911,7 +911,7 @@ TEST_F(EventsTest, TheCommandCallbackAndTheNotifyObjectMayBeReplacedInsideTheirC
 
   EXPECT_THAT(cmd.codes, ElementsAre(66));
   EXPECT_THAT(other.codes, ElementsAre(66));
-  EXPECT_EQ(diagnosis.told.size(), 1u);
+  EXPECT_EQ(diagnosis.reports.size(), 1u);
 }
 
 // --- The mutexes --------------------------------------------------------------------------------
@@ -1002,7 +1002,7 @@ TEST_P(CallbackMutexTest, IsHeldWhileTheCallbackRuns) {
   const auto start = [&](const std::string& name, std::function<void()> call) {
     waiting.push_back(std::make_unique<Background<bool>>([this, name, call = std::move(call)] {
       call();
-      timeline.add("done: " + name);
+      timeline.record("done: " + name);
       return true;
     }));
   };
@@ -1068,7 +1068,7 @@ TEST_F(EventsTest, RegisteringLogsBeforeItWaits) {
 
 constexpr int kRounds = 30;
 
-// A registration that must not be called once it has ended.
+// A registration whose callback must not run after its end.
 struct ShortRegistration {
   template <typename Record>
   static int called(unsigned short, Record*, void* userData) {

@@ -1,6 +1,6 @@
-// Records that a service should not send: empty, cut short, without an end, announced and missing.
-// The bus hands out each block at its exact size, so that AddressSanitizer sees every byte that is
-// read or written outside one.
+// Records that a service should not send: empty, cut short, without a NUL, announced and missing.
+// The bus allocates each block in its exact size, so that AddressSanitizer reports every byte that
+// is read or written outside a block.
 
 #include <malloc.h>
 
@@ -85,7 +85,7 @@ struct PointerList {
     sizeMessage = message;
     return *this;
   }
-  // The operation that the log names, when it is another one.
+  // The operation in the log, when it is another one.
   PointerList& loggedAs(const char* operation) {
     function = operation;
     return *this;
@@ -178,7 +178,7 @@ TEST_P(HostileListTest, EachRecordIsExactlyAsLongAsItsBlock) {
   EXPECT_THAT(log.summaries(), Not(Contains(testing::HasSubstr("buf: "))));
 }
 
-// Every length up to one where all fields fit, with a VM's name to be put at 680.
+// Every length up to one with room for all fields, with a VM's name to be written at 680.
 TEST_P(HostileListTest, ABlockMayEndAnywhere) {
   constexpr std::size_t kVmId = offsetof(CommonDevice, vmId);
   constexpr std::size_t kText = offsetof(CommonDevice, vmIdText);
@@ -218,7 +218,7 @@ TEST_P(HostileListTest, TheLengthsOfTheRecordsBelongToTheLastOperationOfTheThrea
   EXPECT_THAT(qx::VelProxy::lastRecordLengths(), IsEmpty());
 }
 
-TEST_P(HostileListTest, AnEmptyBlockEndsTheListWhereverItStands) {
+TEST_P(HostileListTest, AnEmptyBlockEndsTheListAtAnyPlace) {
   const Bytes block = unendedBlock(700);
   EXPECT_EQ(run(Reply().int32(3).bytes({}).bytes(block).bytes(block)).size(), 0u);
   EXPECT_EQ(log.summaries().back(), emptyBlockLine(3));
@@ -307,8 +307,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 using DeviceStatusTest = ProxyTest;
 
-// What GetDeviceStatus logs of a record: 0 and nothing where the block does not reach.
-TEST_F(DeviceStatusTest, AStatusLogsOnlyWhatIsInTheBlock) {
+// GetDeviceStatus logs 0 or an empty text for fields that the block does not reach.
+TEST_F(DeviceStatusTest, AStatusLogsOnlyFieldsOfTheBlock) {
   const struct {
     std::size_t size;
     std::string logged;
@@ -338,7 +338,7 @@ TEST_F(DeviceStatusTest, AStatusLogsOnlyWhatIsInTheBlock) {
 
 // --- Events -------------------------------------------------------------------------------------
 
-// Keeps what its callback is handed, in the length that the test expects it to have at least.
+// Keeps the record of its callback, in the length that the test expects at least.
 struct Taker {
   template <typename Record>
   static int called(unsigned short code, Record* record, void* userData) {
@@ -460,8 +460,8 @@ class HostileEventTest : public ProxyTest {
 
 class HostileRecordTest : public HostileEventTest, public testing::WithParamInterface<RecordKind> {
  protected:
-  // What a callback should be handed in place of a block that it cannot read as it is: a record
-  // that can be copied as a whole, with a text that has an end.
+  // The record that a callback should receive in place of a block that it cannot read as it is: one
+  // that can be copied as a whole, with a NUL behind its text.
   static Bytes padded(Bytes block) {
     block.resize(std::max(block.size() + 1, GetParam().size), 0);
     return block;
@@ -479,7 +479,7 @@ class HostileRecordTest : public HostileEventTest, public testing::WithParamInte
   }
 };
 
-TEST_P(HostileRecordTest, AShortRecordIsHandedOnWithZeroesBehindIt) {
+TEST_P(HostileRecordTest, AShortRecordIsPaddedWithZeroes) {
   std::vector<std::size_t> sizes = {1};
   for (const std::size_t end : GetParam().ends) {
     sizes.insert(sizes.end(), {end - 1, end, end + 1});
@@ -490,13 +490,13 @@ TEST_P(HostileRecordTest, AShortRecordIsHandedOnWithZeroesBehindIt) {
   }
 }
 
-TEST_P(HostileRecordTest, ARecordOfFixedFieldsOnlyIsHandedOnWithAnEmptyText) {
+TEST_P(HostileRecordTest, ARecordOfFixedFieldsOnlyGetsAnEmptyText) {
   const Bytes zeroes(GetParam().textOffset, 0);
 
   expectToBeHandedOn(zeroes, padded(zeroes), false);
 }
 
-TEST_P(HostileRecordTest, ATextWithoutAnEndIsHandedOnWithOne) {
+TEST_P(HostileRecordTest, ATextWithoutANulGetsOne) {
   for (const std::size_t length : {1u, 2u, 40u, 3000u}) {
     SCOPED_TRACE(length);
     const Bytes block = unendedBlock(GetParam().textOffset + length);
@@ -506,7 +506,7 @@ TEST_P(HostileRecordTest, ATextWithoutAnEndIsHandedOnWithOne) {
 }
 
 // The compiler rounds the sizes of these types up, and a callback may copy a record as a whole.
-TEST_P(HostileRecordTest, AnEndedTextOfOneByteIsHandedOnWithTheRestOfTheType) {
+TEST_P(HostileRecordTest, ATextOfOneNulIsPaddedToTheSizeOfTheType) {
   for (std::size_t size = GetParam().textOffset + 1; size < GetParam().size; ++size) {
     SCOPED_TRACE(size);
     Bytes block = unendedBlock(size);
@@ -518,7 +518,7 @@ TEST_P(HostileRecordTest, AnEndedTextOfOneByteIsHandedOnWithTheRestOfTheType) {
   }
 }
 
-TEST_P(HostileRecordTest, AWholeRecordIsHandedOnInPlace) {
+TEST_P(HostileRecordTest, AWholeRecordIsPassedOnInPlace) {
   const std::size_t least = GetParam().size - GetParam().textOffset;
   for (const std::size_t length : {least, least + 1, std::size_t{40}, std::size_t{3000}}) {
     for (const std::size_t end : {std::size_t{0}, length / 2, length - 1}) {
@@ -531,7 +531,7 @@ TEST_P(HostileRecordTest, AWholeRecordIsHandedOnInPlace) {
   }
 }
 
-TEST_P(HostileRecordTest, AnEmptyRecordReachesNobody) {
+TEST_P(HostileRecordTest, AnEmptyRecordReachesNoCallback) {
   emit(GetParam().code, {});
 
   EXPECT_THAT(taker.codes, IsEmpty());
@@ -559,7 +559,7 @@ INSTANTIATE_TEST_SUITE_P(
                         .loggedBy(&resultLogged)),
     [](const testing::TestParamInfo<RecordKind>& row) { return row.param.name; });
 
-// What a client does that keeps a record. AddressSanitizer sees it read too far.
+// As a client does that keeps a record. AddressSanitizer reports a read beyond the block.
 template <typename Record>
 int copyRecord(unsigned short, Record* record, void* userData) {
   const Record copy = *record;
@@ -587,7 +587,7 @@ TEST_F(HostileEventTest, ACallbackMayCopyItsRecordAsAWhole) {
   }
 }
 
-// A field that is full has no NUL of its own; the text of the next field must not be taken for it.
+// A full field has no NUL of its own, and must not run on into the next field.
 TEST_F(HostileEventTest, ANameThatFillsItsFieldIsLoggedUpToItsEnd) {
   Bytes device(700, 0);
   std::fill(device.begin() + 296, device.begin() + 424, 'n');
@@ -618,7 +618,7 @@ TEST_F(HostileEventTest, ADiagnosisNeedsItsFixedFields) {
 
     emit(9, unendedBlock(size));
 
-    EXPECT_THAT(diagnosis.told, IsEmpty());
+    EXPECT_THAT(diagnosis.reports, IsEmpty());
     EXPECT_THAT(
         log.summaries(),
         ElementsAre(debugLine("HandleEvent", "enter"),
@@ -629,11 +629,11 @@ TEST_F(HostileEventTest, ADiagnosisNeedsItsFixedFields) {
 
 TEST_F(HostileEventTest, ADiagnosisTextEndsWithItsNulOrTheBlock) {
   const auto textOf = [this](const Bytes& block) {
-    diagnosis.told.clear();
+    diagnosis.reports.clear();
     emit(9, block);
     const std::string fixed = ",8680820740569200760,2021161080,";
-    EXPECT_THAT(diagnosis.told, ElementsAre(StartsWith(fixed)));
-    return diagnosis.told.empty() ? "none" : diagnosis.told.front().substr(fixed.size());
+    EXPECT_THAT(diagnosis.reports, ElementsAre(StartsWith(fixed)));
+    return diagnosis.reports.empty() ? "none" : diagnosis.reports.front().substr(fixed.size());
   };
   Bytes block = unendedBlock(16);
   EXPECT_EQ(textOf(block), "");
@@ -649,7 +649,7 @@ TEST_F(HostileEventTest, ADiagnosisTextEndsWithItsNulOrTheBlock) {
   EXPECT_EQ(textOf(block), "zy");
 }
 
-TEST_F(HostileEventTest, ACommandsRecordIsHandedOnInPlaceWhateverItIs) {
+TEST_F(HostileEventTest, ACommandsRecordIsPassedOnInPlaceUnread) {
   for (const std::size_t size : {1u, 2u, 3u, 700u}) {
     taker.length = size;
 
@@ -661,14 +661,14 @@ TEST_F(HostileEventTest, ACommandsRecordIsHandedOnInPlaceWhateverItIs) {
   }
 }
 
-TEST_F(HostileEventTest, ARecordOfAnotherTypeIsNone) {
+TEST_F(HostileEventTest, ARecordOfAnotherTypeIsNoRecord) {
   for (const int code : {1, 2, 4, 5, 9}) {
     bus.emit("velevent", EventArguments().int32(7).int32(code).string(std::string(700, 'x')));
     bus.emit("velevent", EventArguments().int32(7).int32(code).int32(700));
   }
 
   EXPECT_THAT(taker.codes, IsEmpty());
-  EXPECT_THAT(diagnosis.told, IsEmpty());
+  EXPECT_THAT(diagnosis.reports, IsEmpty());
 }
 
 }  // namespace

@@ -62,7 +62,7 @@ class JoystickListTest : public ProxyTest, public testing::WithParamInterface<Li
   static std::string sizeLine(const std::string& count) {
     return debugLine(GetParam().name, "joystick list size: %d", "joystick list size: " + count);
   }
-  // For a block that is not there.
+  // The line for a missing block.
   static std::string endLine(const std::string& count) {
     return errorLine(GetParam().name, "buf: %p, size: %d",
                      "buf: " + pointer(nullptr) + ", size: " + count);
@@ -125,7 +125,7 @@ TEST_P(JoystickListTest, StopsAtTheEndOfTheReply) {
   EXPECT_EQ(log.summaries().back(), endLine("2147483647"));
 }
 
-TEST_P(JoystickListTest, StopsAtWhatIsNoBlock) {
+TEST_P(JoystickListTest, StopsAtAnArgumentOfAnotherType) {
   const Bytes first = counting(size(), 1);
 
   EXPECT_THAT(listOf(Reply().int32(3).bytes(first).string("no").bytes(first)), ElementsAre(first));
@@ -205,7 +205,7 @@ TEST_F(JoysticksTest, AnIndexKeepsItsBitsOnTheBusAndItsValueInTheLog) {
   }
 }
 
-// --- Results and who is told of them ------------------------------------------------------------
+// --- Results and their callbacks ----------------------------------------------------------------
 
 // Records its calls: pass `this` as user data.
 struct JoystickListener {
@@ -214,8 +214,8 @@ struct JoystickListener {
     self.codes.push_back(code);
     self.results.push_back(bytesOf(result.bytes, sizeof result.bytes));
     self.thread = std::this_thread::get_id();
-    scripted::Timeline::the().add("callback " + pointer(userData));
-    // It is the callback's own copy.
+    scripted::Timeline::the().record("callback " + pointer(userData));
+    // The record is the callback's own copy.
     std::memset(result.bytes, 0xDD, sizeof result.bytes);
     if (self.meanwhile) {
       self.meanwhile();
@@ -370,7 +370,7 @@ TEST_F(JoystickResultTest, RegisteringSendsTheAddressOfTheProxy) {
                              std::to_string(reinterpret_cast<std::intptr_t>(proxy.get())))));
 }
 
-TEST_F(JoystickResultTest, RegisteringTellsTheServiceEachTime) {
+TEST_F(JoystickResultTest, RegisteringSendsARequestEachTime) {
   for (JoystickListener& listener : listeners) {
     subscribe(listener);
   }
@@ -437,7 +437,7 @@ TEST_F(JoystickResultTest, RegisteringTakesItsTwoMutexesOneAfterTheOther) {
 
   Background registering([this] { return subscribe(listeners[1]); });
 
-  // It waits for the callbacks, and nobody waits for it.
+  // The registration waits for the callbacks, and no call waits for the registration.
   EXPECT_TRUE(timeline.waitFor(registering.id(), "Debug RegisterJoystickCallback: reply: "));
   Background call([this] { return proxy->ResetService(); });
   EXPECT_TRUE(call.isDone());
@@ -462,7 +462,7 @@ TEST_F(JoystickResultTest, CallbacksOutliveTheServiceAndAreNotRegisteredAgain) {
 
 // --- UnregisterJoystickCallback -----------------------------------------------------------------
 
-TEST_F(JoystickResultTest, OnlyTheLastCallbackToGoIsToldToTheService) {
+TEST_F(JoystickResultTest, OnlyUnregisteringTheLastCallbackSendsARequest) {
   bus.answer("unregisterJoystickCallback", Reply().int32(-9));
   subscribe(listeners[0]);
   subscribe(listeners[1]);
@@ -485,8 +485,8 @@ TEST_F(JoystickResultTest, OnlyTheLastCallbackToGoIsToldToTheService) {
   EXPECT_THAT(listeners[1].codes, ElementsAre(7));
 }
 
-// What counts is who is left after the line is logged, and nobody has to wait for that line.
-TEST_F(JoystickResultTest, ACallbackThatComesWhileAnotherGoesKeepsTheSubscription) {
+// The callbacks that are left are counted after the line is logged, and no lock is held meanwhile.
+TEST_F(JoystickResultTest, ACallbackRegisteredWhileAnotherIsUnregisteredKeepsTheSubscription) {
   subscribe(listeners[0]);
   std::unique_ptr<Background<int>> coming;
   timeline.when("Debug UnregisterJoystickCallback: end", [&] {
@@ -503,7 +503,7 @@ TEST_F(JoystickResultTest, ACallbackThatComesWhileAnotherGoesKeepsTheSubscriptio
   EXPECT_THAT(listeners[1].codes, ElementsAre(7));
 }
 
-TEST_F(JoystickResultTest, ACallbackThatNeverWasIsToldToTheServiceWhenThereIsNoOther) {
+TEST_F(JoystickResultTest, UnregisteringAnUnknownCallbackSendsARequestWhenThereIsNoOther) {
   EXPECT_EQ(proxy->UnregisterJoystickCallback(&listeners[0]), 0);
   EXPECT_EQ(proxy->UnregisterJoystickCallback(nullptr), 0);
   EXPECT_EQ(bus.calls().size(), 2u);
@@ -514,7 +514,7 @@ TEST_F(JoystickResultTest, ACallbackThatNeverWasIsToldToTheServiceWhenThereIsNoO
   EXPECT_THAT(bus.madeMessages(), IsEmpty());
 }
 
-TEST_F(JoystickResultTest, ACallbackIsGoneAlsoWhenTheServiceIsNotTold) {
+TEST_F(JoystickResultTest, ACallbackIsUnregisteredAlsoWithoutAService) {
   bus.answer("unregisterJoystickCallback", Reply::error("busy"));
   subscribe(listeners[0]);
   EXPECT_EQ(proxy->UnregisterJoystickCallback(&listeners[0]), -1);
@@ -528,7 +528,7 @@ TEST_F(JoystickResultTest, ACallbackIsGoneAlsoWhenTheServiceIsNotTold) {
   EXPECT_THAT(timeline.all(), IsEmpty());
 }
 
-TEST_F(JoystickResultTest, ACallbackIsGoneBeforeTheServiceIsTold) {
+TEST_F(JoystickResultTest, ACallbackIsUnregisteredBeforeTheRequestIsSent) {
   subscribe(listeners[0]);
   Gate gate = timeline.hold("call unregisterJoystickCallback(");
   Background unregistering([this] { return proxy->UnregisterJoystickCallback(&listeners[0]); });

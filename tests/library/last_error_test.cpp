@@ -331,12 +331,12 @@ TEST_F(LastErrorOfTest, AnUnknownVmOfAPipeIsReported) {
   _CHANNEL_HANDLE known;
   known.vmId = kVm;
   _CHANNEL_HANDLE unknown;
-  unknown.vmId = "nobody's";
+  unknown.vmId = "solaris10";
 
   proxy->CreatePipe(kVm, {known, unknown});
 
   EXPECT_THAT(VelProxy::lastError(),
-              failure(Kind::kUnknownVm, "createPipe", HasSubstr("nobody's")));
+              failure(Kind::kUnknownVm, "createPipe", HasSubstr("solaris10")));
 }
 
 TEST_F(LastErrorOfTest, AnOverriddenLookUpIsJudgedByItsNumber) {

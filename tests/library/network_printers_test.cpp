@@ -19,7 +19,7 @@ class NetworkPrintersTest : public ProxyTest {
 
 // --- AddNetworkPrinter --------------------------------------------------------------------------
 
-// Adds nothing, and records what it was asked for.
+// Records its arguments in place of adding a printer.
 class Adding : public qx::VelProxy {
  public:
   using qx::VelProxy::AddNetworkPrinter;
@@ -64,7 +64,7 @@ TEST_F(NetworkPrintersTest, AnAddedPrinterKeepsEveryByteOfItsTexts) {
 
 // --- DeleteNetworkPrinter, RenameNetworkPrinter -------------------------------------------------
 
-TEST_F(NetworkPrintersTest, AnEmptyNameIsSentToBeDeleted) {
+TEST_F(NetworkPrintersTest, DeletingAnEmptyNameSendsIt) {
   EXPECT_EQ(proxy->DeleteNetworkPrinter(""), 6);
 
   EXPECT_EQ(bus.lastCall(), "deleteNetworkPrinter(string \"\")");

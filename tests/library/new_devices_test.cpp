@@ -95,7 +95,7 @@ struct ResultListener {
     auto& self = *static_cast<ResultListener*>(userData);
     self.codes.push_back(code);
     self.results.push_back(result);
-    scripted::Timeline::the().add("called " + pointer(userData));
+    scripted::Timeline::the().record("called " + pointer(userData));
     return -1;
   }
   static int calledInstead(unsigned short code, _ConfigNewDeviceResult*, void* userData) {
@@ -146,7 +146,7 @@ TEST_F(NewDeviceCallbacksTest, RegisteringRefusesNull) {
   EXPECT_THAT(log.summaries(), IsEmpty()) << "nothing is registered";
 }
 
-TEST_F(NewDeviceCallbacksTest, ARefusalLeavesTheCallbackThatWasThere) {
+TEST_F(NewDeviceCallbacksTest, ARefusalKeepsTheEarlierCallback) {
   proxy->RegisterConfigNewDevResultCallback(&ResultListener::called, &listeners[0]);
 
   EXPECT_EQ(proxy->RegisterConfigNewDevResultCallback(nullptr, &listeners[0]), -1);
@@ -197,7 +197,7 @@ TEST_F(NewDeviceCallbacksTest, UnregisteringRemovesOneAndLogsAfterwards) {
   EXPECT_EQ(timeline.count("GetAppDataPath()"), 0);
 }
 
-TEST_F(NewDeviceCallbacksTest, UnregisteringWhatIsNotThereOnlyLogs) {
+TEST_F(NewDeviceCallbacksTest, UnregisteringAnUnknownCallbackOnlyLogs) {
   proxy->RegisterConfigNewDevResultCallback(&ResultListener::called, &listeners[0]);
   forget();
 
@@ -256,7 +256,7 @@ TEST_F(NewDeviceCallbacksTest, AResultGoesToEachInAscendingOrderAndIsLoggedAfter
   EXPECT_EQ(log.summaries(), lines);
 }
 
-TEST_F(NewDeviceCallbacksTest, AResultThatNobodyWaitsForIsDropped) {
+TEST_F(NewDeviceCallbacksTest, AResultWithoutACallbackIsDropped) {
   EXPECT_EQ(proxy->ConfigNewDeviceResultNotify(2, result), 0);
 
   EXPECT_THAT(timeline.all(), IsEmpty());
@@ -296,15 +296,15 @@ TEST_F(NewDeviceCallbacksTest, RegisteringWaitsForACallbackAndNotForACall) {
 
   Background registering([this] {
     proxy->RegisterConfigNewDevResultCallback(&ResultListener::called, &listeners[1]);
-    return timeline.add("registered");
+    return timeline.record("registered");
   });
   Background unregistering([this] {
     proxy->UnregisterConfigNewDevResultCallback(&listeners[2]);
-    return timeline.add("unregistered one");
+    return timeline.record("unregistered one");
   });
   Background unregisteringAll([this] {
     proxy->UnregisterConfigNewDevResultCallback();
-    return timeline.add("unregistered all");
+    return timeline.record("unregistered all");
   });
 
   EXPECT_FALSE(timeline.happensSoon("registered"));

@@ -145,7 +145,7 @@ TEST_F(PoliciesTest, ASetPropertyKeepsAll32BitsOfItsValue) {
   }
 }
 
-TEST_F(PoliciesTest, APropertyIsAskedForWithTheProductTwiceAndNoType) {
+TEST_F(PoliciesTest, AGetterSendsTheProductIdTwiceAndNoType) {
   for (const Width& pid : kWidths) {
     const std::string arguments =
         "(int32 0, int16 4660, " + std::string(pid.asInt16) + ", " + pid.asInt32 + ")";
@@ -180,7 +180,7 @@ TEST_F(PoliciesTest, AnEmptyTurboConfigurationIsAnEmptyBlock) {
   EXPECT_EQ(bus.lastCall(), "setTurboConfigWithVidPid(int32 0, int16 1, int16 2, bytes[0])");
 }
 
-TEST_F(PoliciesTest, ATurboConfigurationIsGivenAsTheServiceSentIt) {
+TEST_F(PoliciesTest, ATurboConfigurationIsReturnedAsTheServiceSentIt) {
   const std::string texts[] = {"", "fast=1\n", std::string("a\0b", 3), std::string(100000, 't')};
   for (const std::string& text : texts) {
     bus.answer("getTurboConfigWithVidPid", Reply().string(text));
@@ -193,7 +193,7 @@ TEST_F(PoliciesTest, ATurboConfigurationIsGivenAsTheServiceSentIt) {
 
 // --- What a caller gets without an answer -------------------------------------------------------
 
-TEST_F(PoliciesTest, SettersGiveMinusOneAndTheRestNothingWithoutAnAnswer) {
+TEST_F(PoliciesTest, SettersReturnMinusOneAndGettersZeroWithoutAnAnswer) {
   CommonDevice device = {};
   const auto expectNoAnswer = [&] {
     EXPECT_EQ(proxy->SetDeviceLocalPolicy(&device), -1);
@@ -223,7 +223,7 @@ TEST_F(PoliciesTest, SettersGiveMinusOneAndTheRestNothingWithoutAnAnswer) {
 
 // --- FreePolicyList -----------------------------------------------------------------------------
 
-// AddressSanitizer finds what is not freed, and what is freed in another way.
+// AddressSanitizer finds records that are not freed, or freed in another way.
 TEST_F(PoliciesTest, FreeingPoliciesNeedsNoServiceAndNoLock) {
   bus.answer("resetService", Reply().int32(0));
   Gate gate = timeline.hold("call resetService(");

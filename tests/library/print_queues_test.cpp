@@ -54,7 +54,7 @@ TEST_F(PrintQueuesTest, TextsKeepEveryByte) {
                           "printTestPage(" + argument(a) + ")"));
 }
 
-TEST_F(PrintQueuesTest, AnswersAreGivenAsTheServiceSentThem) {
+TEST_F(PrintQueuesTest, TextsAreReturnedAsTheServiceSentThem) {
   const std::string texts[] = {"", "[]\n", std::string("a\0b", 3), std::string(100000, 'p')};
   for (const std::string& text : texts) {
     bus.answer("searchAllPrinter", Reply().string(text));
@@ -73,7 +73,7 @@ TEST_F(PrintQueuesTest, AnswersAreGivenAsTheServiceSentThem) {
   }
 }
 
-// An empty answer and none differ in the log only.
+// An empty text and a missing answer differ in the log only.
 TEST_F(PrintQueuesTest, NoAnswerIsAnEmptyTextWithoutAResultInTheLog) {
   bus.answer("searchAllPrinter", Reply::error("no printers"));
   bus.answer("getPrinterDriverlList", Reply::error("no drivers"));
@@ -90,8 +90,8 @@ TEST_F(PrintQueuesTest, NoAnswerIsAnEmptyTextWithoutAResultInTheLog) {
           errorLine("GetPrinterDriverlList", "reply type: %d(%s)", "reply type: 3(no drivers)")));
 }
 
-// Adding by itself may take the service half a minute; adding what was chosen may not.
-TEST_F(PrintQueuesTest, OnlyWhatTakesTheServiceLongIsWaitedForLong) {
+// Only an automatic addition may take the service half a minute.
+TEST_F(PrintQueuesTest, OnlySlowMethodsHaveALongTimeLimit) {
   proxy->AddLocalPrinter("a", "b", "c");
   EXPECT_LT(bus.lastTimeoutMs(), 20000);
 

@@ -24,7 +24,7 @@ Bytes printer(unsigned short number, int vm, int status, const std::string& name
   return block;
 }
 
-// A list that a client has got, which frees its records.
+// A list that frees its records.
 class Printers {
  public:
   explicit Printers(std::list<PrinterDevice*> list) : list_(list.begin(), list.end()) {}
@@ -123,8 +123,8 @@ TEST_F(PrintersTest, AStatusMayHoldSeveralPrinters) {
   EXPECT_STREQ(printers[1].name, "Its other tray");
 }
 
-TEST_F(PrintersTest, ARecordIsLeftAsItCame) {
-  // It would be a device that is attached to a VM.
+TEST_F(PrintersTest, ARecordStaysUnchanged) {
+  // As a device it would be attached to a VM.
   Bytes block(720, 0xAB);
   put(block, 8, static_cast<unsigned short>(2));
   put(block, 20, 7001u);
@@ -152,7 +152,7 @@ TEST_F(PrintersTest, AListOutlivesTheProxyAndTheNextList) {
   EXPECT_STREQ(second[0].name, "Label");
 }
 
-TEST_F(PrintersTest, AListIsAskedForWithAllBitsOfTheVm) {
+TEST_F(PrintersTest, AListIsRequestedWithAllBitsOfTheVm) {
   Printers(proxy->GetPrinterList("linux9"));
   EXPECT_EQ(bus.lastCall(), "getPrinterList(int32 -2147483646)");
 
@@ -230,7 +230,7 @@ TEST_F(PrintersTest, ConnectingKeepsTheServiceThatItStartedWith) {
 
 // --- ConfigPrinterCommand -----------------------------------------------------------------------
 
-TEST_F(PrintersTest, ACommandSucceedsWhateverTheServiceAnswers) {
+TEST_F(PrintersTest, ACommandSucceedsWithAnyIntegerOfTheService) {
   for (const Reply& reply :
        {Reply().int32(0), Reply().int32(-1), Reply().int32(77),
         Reply().int32(std::numeric_limits<int>::min()), Reply().string("no"), Reply()}) {

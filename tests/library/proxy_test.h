@@ -1,4 +1,4 @@
-// What the tests of the library stand on.
+// Fixtures of the library's tests.
 
 #ifndef TESTS_LIBRARY_PROXY_TEST_H
 #define TESTS_LIBRARY_PROXY_TEST_H
@@ -27,13 +27,13 @@ using scripted::pointer;
 using scripted::Reply;
 using Strings = std::vector<std::string>;
 
-// Not the default, because the library writes it to standard output.
+// Not the default: the library writes the path to standard output.
 constexpr char kDataPath[] = "/data/of/the/test";
 
 constexpr unsigned int kFailed = 0xFFFFFFFF;
 
-// The doubles, back at their start: bus and service are there, there is no data path, and nothing
-// has happened yet.
+// The doubles in their first state: bus and service are there, there is no data path, nothing is
+// recorded.
 class BusTest : public testing::Test {
  protected:
   BusTest() {
@@ -47,7 +47,7 @@ class BusTest : public testing::Test {
     timeline.reset();
   }
 
-  // Forgets what has happened so far, not what is scripted.
+  // Clears the records and keeps the script.
   void forget() {
     timeline.clear();
     bus.clear();
@@ -59,9 +59,9 @@ class BusTest : public testing::Test {
   scripted::RecordedLog& log = scripted::RecordedLog::the();
 };
 
-// Most tests use an object of their own, because the process-wide instance is never destroyed. That
-// one exists beside it and is connected, so that the getInstance() of each operation does nothing
-// that can be seen; disconnect(*instance) makes it visible, as a new connection.
+// Most tests use an object of their own, because the process-wide instance is never destroyed. The
+// instance exists beside it and is connected, so that the getInstance() of each operation leaves no
+// event; after disconnect(*instance) it connects, and so leaves events.
 template <typename Proxy>
 class ProxyTestOf : public BusTest {
  protected:
@@ -76,7 +76,7 @@ class ProxyTestOf : public BusTest {
     instance->ReleaseService();
   }
 
-  // The service stays, but this object lets go of it.
+  // This object releases the service, which stays.
   void disconnect(qx::VelProxy& which) {
     which.ReleaseService();
     forget();
@@ -88,7 +88,7 @@ class ProxyTestOf : public BusTest {
 
 using ProxyTest = ProxyTestOf<qx::VelProxy>;
 
-// Connecting again, as the timeline shows it first.
+// The first event of a new connection.
 constexpr char kReconnects[] = "GetAppDataPath()";
 
 #endif  // TESTS_LIBRARY_PROXY_TEST_H

@@ -64,7 +64,7 @@ TEST_F(ConnectVmTest, AttachesEveryOtherType) {
   }
 }
 
-TEST_F(ConnectVmTest, SendsTheSameWhateverTheSessionAndVersionsAre) {
+TEST_F(ConnectVmTest, SendsNeitherTheSessionNorTheVersions) {
   bus.answer("connectVm", Reply().int32(0));
   VmInfo info;
   info.systemType = std::numeric_limits<int>::min();
@@ -129,7 +129,7 @@ TEST_F(AsynchronousTest, AnErrorReplyIsLoggedAsIfItHeldAnInteger) {
                                            debugLine("operator()", "ret: %d", "ret: -4")));
 }
 
-TEST_F(AsynchronousTest, ALateReplyMayComeWhenTheProxyIsGone) {
+TEST_F(AsynchronousTest, ALateReplyMayComeAfterTheProxyIsDestroyed) {
   bus.answer("disconnectVm", Reply().int32(6));
   {
     qx::VelProxy gone;
@@ -172,7 +172,7 @@ _CHANNEL_HANDLE pipe(const std::string& vmId, unsigned long long handle, const s
   return made;
 }
 
-// A block as it should be on the bus.
+// The expected block on the bus.
 Bytes block(unsigned int number, unsigned long long handle, const std::string& name1,
             const std::string& name2) {
   Bytes bytes(kPipeSize, 0);
@@ -201,7 +201,7 @@ class PipeTest : public SessionsTest, public testing::WithParamInterface<PipeOpe
   unsigned int run(const std::string& vmId, const Pipes& pipes) {
     return (proxy.get()->*GetParam().run)(vmId, pipes);
   }
-  // A name, as it arrives in a block of its own.
+  // A name as its field in the block.
   Bytes sentName(const std::string& name) {
     run("", {pipe("", 0, name, "")});
     const Bytes sent = bus.lastBytes(2);
@@ -232,7 +232,7 @@ TEST_P(PipeTest, SendsOnlyTheVmAndTheCountForAnEmptyList) {
   EXPECT_EQ(bus.lastCall(), std::string(GetParam().method) + "(int32 7001, int32 0)");
 }
 
-TEST_P(PipeTest, AsksForTheVmOfEachPipeWhileTheMessageIsBuilt) {
+TEST_P(PipeTest, LooksUpTheVmOfEachPipeWhileTheMessageIsBuilt) {
   run("", {pipe("win11", 0, "a", "b"), pipe("linux9", 0, "c", "d"), pipe("win11", 0, "e", "f")});
 
   EXPECT_THAT(bus.madeMessages(), ElementsAre(GetParam().method, "getVmListSize", "getVmListSize"));
@@ -265,7 +265,7 @@ TEST_P(PipeTest, SendsANameThatFillsItsFieldWithoutReadingOn) {
   EXPECT_EQ(bus.lastBytes(2), block(0, 0, "", full));
 }
 
-TEST_P(PipeTest, LeavesOutWhatStandsBehindTheEndOfAName) {
+TEST_P(PipeTest, SendsNoByteBehindTheNulOfAName) {
   Bytes expected = bytesOf(std::string("ab"));
   expected.resize(128, 0);
 
@@ -309,7 +309,7 @@ TEST_P(PipeTest, LogsTheNumberOfPipes) {
                                            "vmId: win11, list size: 2")));
 }
 
-TEST_P(PipeTest, AsksForNoVmWithoutAService) {
+TEST_P(PipeTest, LooksUpNoVmWithoutAService) {
   disconnect(*proxy);
 
   EXPECT_EQ(run("win11", {pipe("linux9", 0, "a", "b")}), kFailed);

@@ -113,7 +113,7 @@ TEST(CheckIpAddrTest, RefusesNulBytes) {
   }
 }
 
-TEST(CheckIpAddrTest, KnowsEveryOctetAndPort) {
+TEST(CheckIpAddrTest, AcceptsEveryOctetAndPort) {
   for (int number = 0; number <= 70000; ++number) {
     const std::string text = std::to_string(number);
 
@@ -128,7 +128,7 @@ TEST(CheckIpAddrTest, KnowsEveryOctetAndPort) {
 }
 
 TEST(CheckIpAddrTest, RefusesNumbersThatWouldOverflow) {
-  // Those that leave 0 to 255 in 8, 16, 32 or 64 bits first, then very long ones.
+  // Numbers whose low 8, 16, 32 or 64 bits are 0 to 255, then very long numbers.
   Strings numbers = {"257",
                      "65537",
                      "65792",
@@ -153,13 +153,13 @@ TEST(CheckIpAddrTest, RefusesNumbersThatWouldOverflow) {
     EXPECT_FALSE(qx::checkIpAddr(number + ".2.3.4")) << shown;
     EXPECT_FALSE(qx::checkIpAddr("1." + number + ".3.4")) << shown;
     EXPECT_FALSE(qx::checkIpAddr("1.2.3." + number)) << shown;
-    // As a port, 257 is one.
+    // 257 is a valid port.
     EXPECT_EQ(qx::checkIpAddr("1.2.3.4:" + number), number == "257") << shown;
   }
 }
 
-// The test another way: read four numbers and a port as strtol would, whatever stands around them,
-// write them again, and compare. Numbers stop growing long before they overflow.
+// The same test by another method: read four numbers and a port as strtol would, write them again,
+// and compare. Numbers stop growing long before they overflow.
 std::int64_t readNumber(const std::string& text) {
   constexpr std::int64_t kHuge = 1000000000000;
   std::size_t i = 0;
@@ -204,7 +204,7 @@ bool isSameWhenWrittenAgain(const std::string& address) {
 
 class RandomAddresses {
  public:
-  // Characters that addresses are made of, and those that a reader of numbers may skip.
+  // Characters of addresses, and characters that a reader of numbers may skip.
   std::string anything() {
     std::string text;
     for (std::size_t length = below(24); length > 0; --length) {
@@ -298,7 +298,7 @@ std::vector<Bytes> bytesOfEach(const SharedPrinters& printers) {
 
 class SharedPrintersTest : public ProxyTest {
  protected:
-  // What a search makes of a list that held something before.
+  // The list after a search, which was not empty before.
   int search(const Reply& reply) {
     bus.answer("searchSharePrinter", reply);
     list = {shared("9.9.9.9", "old", "older")};
@@ -308,7 +308,7 @@ class SharedPrintersTest : public ProxyTest {
   bool isUntouched() const {
     return bytesOfEach(list) == bytesOfEach({shared("9.9.9.9", "old", "older")});
   }
-  // What becomes of a text in each of the three fields.
+  // A text as it stands in each of the three fields.
   void expectField(const std::string& text, const std::string& expected) {
     ASSERT_EQ(search(Reply().int32(0).int32(1).string(text).string(text).string(text)), 0);
     EXPECT_EQ(bytesOfEach(list), bytesOfEach({shared(expected, expected, expected)}))
@@ -318,7 +318,7 @@ class SharedPrintersTest : public ProxyTest {
   SharedPrinters list;
 };
 
-TEST_F(SharedPrintersTest, ASearchReplacesTheListWithWhatItFound) {
+TEST_F(SharedPrintersTest, ASearchReplacesTheListWithItsResults) {
   const Reply reply = Reply()
                           .int32(0)
                           .int32(2)
@@ -369,7 +369,7 @@ TEST_F(SharedPrintersTest, NoAnswerLeavesTheListAlone) {
   EXPECT_TRUE(isUntouched());
 }
 
-TEST_F(SharedPrintersTest, ARefusedAddressLeavesTheListAloneAndIsNotLoggedAsSuch) {
+TEST_F(SharedPrintersTest, ARefusedAddressLeavesTheListAloneAndLogsNoRefusal) {
   search(Reply().int32(5));
   disconnect(*instance);
   for (const std::string address : {"printer.local", "", "10.0.0.9 ", "10.0.0.9:65536", "::1"}) {
@@ -397,7 +397,7 @@ TEST_F(SharedPrintersTest, AFoundTextEndsAtItsFirstNul) {
   expectField(std::string("ab\0rest", 7), "ab");
 }
 
-TEST_F(SharedPrintersTest, EachCutTextIsLoggedAsItIsKept) {
+TEST_F(SharedPrintersTest, EachCutTextIsLoggedAsItStandsInTheList) {
   const std::string text(200, 'x');
 
   search(Reply().int32(0).int32(1).string("a").string(text).string("d"));

@@ -51,7 +51,7 @@ TEST_F(StreamQualityTest, TheDataOfAnotherTypeIsNotRead) {
 
 TEST_F(StreamQualityTest, AFigureMayStandAnywhereAndIsFourBytesLong) {
   const unsigned int figure = 0x01020304;
-  // Exactly as long, so that AddressSanitizer sees whether more is read.
+  // Exactly as long, so that AddressSanitizer reports a longer read.
   Bytes data(1 + sizeof figure, 0xEE);
   std::memcpy(data.data() + 1, &figure, sizeof figure);
   data.shrink_to_fit();
@@ -115,7 +115,7 @@ TEST_F(StreamQualityTest, AnErrorReplyIsLoggedAsIfItHeldAnInteger) {
                                            debugLine("operator()", "ret: %d", "ret: -4")));
 }
 
-TEST_F(StreamQualityTest, AnAnswerMayComeWhenTheProxyIsGone) {
+TEST_F(StreamQualityTest, AnAnswerMayComeAfterTheProxyIsDestroyed) {
   bus.answer("setBwInfo", Reply().int32(6));
   bus.answer("setRtcQosInfo", Reply().int32(7));
   {

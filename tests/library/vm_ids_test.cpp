@@ -20,7 +20,7 @@ class VmIdsTest : public ProxyTest {
     bus.knowsVm("linux9", 7002);
   }
 
-  // Lets the service die and come back, connected again.
+  // The service dies and comes back, and the proxy connects again.
   void restartService() {
     disconnect(*instance);
     bus.serviceDies();
@@ -43,7 +43,7 @@ TEST_F(VmIdsTest, AnEmptyNameIsZeroWithoutAnyCall) {
   EXPECT_THAT(log.summariesOf("GetVmIdInt"), IsEmpty());
 }
 
-TEST_F(VmIdsTest, ANameIsAskedForOnce) {
+TEST_F(VmIdsTest, ANameIsLookedUpOnce) {
   EXPECT_EQ(proxy->GetVmIdInt("win11"), 7001u);
   EXPECT_EQ(proxy->GetVmIdInt("win11"), 7001u);
   EXPECT_EQ(proxy->GetVmIdInt("linux9"), 7002u);
@@ -54,7 +54,7 @@ TEST_F(VmIdsTest, ANameIsAskedForOnce) {
   EXPECT_EQ(bus.lastTimeoutMs(), 3000);
 }
 
-TEST_F(VmIdsTest, AKnownNumberIsGivenWithoutALogAndWithoutAService) {
+TEST_F(VmIdsTest, AKnownNumberIsReturnedWithoutALogAndWithoutAService) {
   proxy->GetVmIdInt("win11");
   disconnect(*proxy);
 
@@ -72,7 +72,7 @@ TEST_F(VmIdsTest, ConnectsAgainEvenForAKnownNumber) {
   EXPECT_EQ(timeline.count(kReconnects), 1);
 }
 
-TEST_F(VmIdsTest, AnUnknownNameIsLoggedAndAskedForEachTime) {
+TEST_F(VmIdsTest, AnUnknownNameIsLoggedAndLookedUpEachTime) {
   EXPECT_EQ(proxy->GetVmIdInt("nobody"), 0u);
   EXPECT_EQ(proxy->GetVmIdInt("nobody"), 0u);
 
@@ -83,7 +83,7 @@ TEST_F(VmIdsTest, AnUnknownNameIsLoggedAndAskedForEachTime) {
   EXPECT_EQ(proxy->GetVmIdString(0), "");
 }
 
-TEST_F(VmIdsTest, AnErrorReplyIsZeroWithoutALogAndAskedForAgain) {
+TEST_F(VmIdsTest, AnErrorReplyIsZeroWithoutALogAndLookedUpAgain) {
   bus.answerOnce("getVmListSize", Reply::error("busy"));
 
   EXPECT_EQ(proxy->GetVmIdInt("win11"), 0u);
@@ -147,8 +147,8 @@ TEST_F(VmIdsTest, OfTwoNamesWithOneNumberTheLaterStays) {
   EXPECT_EQ(bus.requests().size(), 1u) << "the earlier is asked for again";
 }
 
-TEST_F(VmIdsTest, OfTwoNumbersWithOneNameTheSmallerIsGiven) {
-  // Two threads ask for the same name at once and are told different numbers.
+TEST_F(VmIdsTest, OfTwoNumbersWithOneNameTheSmallerIsReturned) {
+  // Two threads look the same name up at once and get different numbers.
   bus.answerOnce("getVmListSize", Reply().int32(52));
   Gate gate = timeline.hold("return getVmListSize()");
   Background first([this] { return proxy->GetVmIdInt("twin"); });
@@ -212,8 +212,8 @@ TEST_F(VmIdsTest, EachProxyHasACacheOfItsOwn) {
   EXPECT_EQ(instance->GetVmIdString(7001), "");
 }
 
-// A number that an old instance of the service gave means nothing to the next one, even if its
-// answer is read only after the old one's death has been dealt with.
+// A number from an instance of the service is not valid for the next instance, even when the answer
+// is read after the death of the first has been handled.
 TEST_F(VmIdsTest, ANumberOfADeadServiceIsNotRemembered) {
   disconnect(*instance);
   bus.answerOnce("getVmListSize", Reply().int32(66));
@@ -232,7 +232,7 @@ TEST_F(VmIdsTest, ANumberOfADeadServiceIsNotRemembered) {
   EXPECT_EQ(proxy->GetVmIdInt("win11"), 7001u);
 }
 
-// The same inside an operation that holds the call mutex: the release has to wait, the cache not.
+// The same inside an operation that holds the call mutex: the release waits, the cache does not.
 TEST_F(VmIdsTest, ANumberOfADeadServiceIsNotRememberedByAnOperation) {
   disconnect(*instance);
   bus.answer("disconnectVm", Reply().int32(0));
@@ -279,7 +279,7 @@ TEST_F(VmIdsTest, ManyThreadsMayAskWhileTheServiceDiesAndComesBack) {
 
 // --- GetVmIdString ------------------------------------------------------------------------------
 
-TEST_F(VmIdsTest, ANumberIsNeverAskedFor) {
+TEST_F(VmIdsTest, ANumberIsNeverLookedUp) {
   disconnect(*instance);
 
   EXPECT_EQ(proxy->GetVmIdString(7001), "");

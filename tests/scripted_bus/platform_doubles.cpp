@@ -15,8 +15,8 @@ constexpr int kDebugLevel = 5;
 constexpr int kErrorLevel = 7;
 constexpr char kPrefix[] = "%s %s(%d): ";
 
-std::mutex dataPathMutex;
-std::string& dataPath() {
+platform::Mutex dataPathMutex;
+std::string& dataPath() QX_REQUIRES(dataPathMutex) {
   static auto* const path = new std::string;
   return *path;
 }
@@ -87,7 +87,7 @@ RecordedLog& RecordedLog::the() {
 }
 
 std::vector<LogLine> RecordedLog::lines() const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   return lines_;
 }
 
@@ -120,17 +120,17 @@ std::vector<std::string> RecordedLog::errors() const {
 }
 
 void RecordedLog::add(LogLine line) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   lines_.push_back(std::move(line));
 }
 
 void RecordedLog::clear() {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   lines_.clear();
 }
 
 void setDataPath(const std::string& path) {
-  const std::lock_guard<std::mutex> lock(dataPathMutex);
+  const platform::MutexLock lock(dataPathMutex);
   dataPath() = path;
 }
 
@@ -159,24 +159,24 @@ extern "C" void norvoLogPrint(int channel, int level, const char* tag, const cha
   va_end(arguments);
   const std::string event = scripted::wordOf(level) + " " + line.function + ": " + line.message();
   scripted::RecordedLog::the().add(std::move(line));
-  scripted::Timeline::the().add(event);
+  scripted::Timeline::the().record(event);
 }
 
 extern "C" void pellamLogInit(const char* directory) {
-  scripted::Timeline::the().add("pellamLogInit(\"" + std::string(directory ? directory : "(null)") +
-                                "\")");
+  scripted::Timeline::the().record("pellamLogInit(\"" +
+                                   std::string(directory ? directory : "(null)") + "\")");
 }
 
 std::string GetAppDataPath() {
-  scripted::Timeline::the().add("GetAppDataPath()");
-  const std::lock_guard<std::mutex> lock(scripted::dataPathMutex);
+  scripted::Timeline::the().record("GetAppDataPath()");
+  const platform::MutexLock lock(scripted::dataPathMutex);
   return scripted::dataPath();
 }
 
 namespace qx {
 
 void pauseFor(std::chrono::seconds duration, Lifetime& /*lifetime*/) {
-  scripted::Timeline::the().add("pause " + std::to_string(duration.count()) + " s");
+  scripted::Timeline::the().record("pause " + std::to_string(duration.count()) + " s");
 }
 
 }  // namespace qx

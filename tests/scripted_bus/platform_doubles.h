@@ -4,15 +4,16 @@
 //   Debug Init: logPath:/data       a log line: level, function, message
 //   GetAppDataPath()
 //   pellamLogInit("/data")
-//   pause 5 s                       nobody really sleeps: stop it with Timeline::hold if need be
+//   pause 5 s                       without a sleep; Timeline::hold can stop the thread
 
 #ifndef TESTS_SCRIPTED_BUS_PLATFORM_DOUBLES_H
 #define TESTS_SCRIPTED_BUS_PLATFORM_DOUBLES_H
 
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "platform/mutex.h"
 
 namespace scripted {
 
@@ -21,9 +22,9 @@ struct LogLine {
   int channel;
   int level;
   std::string tag;
-  std::string format;  // as given
-  std::string text;    // formatted, prefix and all
-  // The first three arguments, when the format begins as all formats should.
+  std::string format;  // unchanged
+  std::string text;    // formatted, with the prefix
+  // The first three arguments, when the format begins with the common prefix.
   std::string file;
   std::string function;
   int line;
@@ -31,12 +32,12 @@ struct LogLine {
 
   // The message alone, formatted and without its quotes.
   std::string message() const;
-  // The whole line in the form that debugLine and errorLine give, or what is wrong with it.
+  // The line in the form of debugLine and errorLine, or a description of its defect.
   std::string summary() const;
 };
 
-// What the summary of a line should be. format is the message alone, without prefix and quotes:
-// both are compared as they were given to norvoLogPrint. A message without arguments is its format.
+// The expected summary of a line. format is that of the message alone, without prefix and quotes,
+// and is compared unchanged. A message without arguments is its own format.
 std::string debugLine(const std::string& function, const std::string& format,
                       const std::string& message);
 std::string debugLine(const std::string& function, const std::string& message);
@@ -44,7 +45,7 @@ std::string errorLine(const std::string& function, const std::string& format,
                       const std::string& message);
 std::string errorLine(const std::string& function, const std::string& message);
 
-// How %p prints a pointer.
+// A pointer as %p prints it.
 std::string pointer(const void* address);
 
 class RecordedLog {
@@ -61,11 +62,11 @@ class RecordedLog {
   void clear();
 
  private:
-  mutable std::mutex mutex_;
-  std::vector<LogLine> lines_;
+  mutable platform::Mutex mutex_;
+  std::vector<LogLine> lines_ QX_GUARDED_BY(mutex_);
 };
 
-// What GetAppDataPath gives from now on; empty at first.
+// The path that GetAppDataPath returns from now on; empty at first.
 void setDataPath(const std::string& path);
 
 }  // namespace scripted

@@ -45,9 +45,9 @@ std::string inQuotes(const std::string& text) {
   return "\"" + text + "\"";
 }
 
-void passReading(const std::string& method, int index) {
+void triggerReading(const std::string& method, int index) {
   if (!method.empty()) {
-    Timeline::the().pass("read " + method + "(" + std::to_string(index) + ")");
+    Timeline::the().trigger("read " + method + "(" + std::to_string(index) + ")");
   }
 }
 
@@ -59,7 +59,7 @@ const Value* valueAt(const std::vector<Argument>& arguments, int index) {
 
 template <typename Value>
 Value numberAt(const QXBusMessage::Impl& message, int index) {
-  passReading(message.method, index);
+  triggerReading(message.method, index);
   const Value* const value = valueAt<Value>(message.arguments, index);
   return value ? *value : Value{};
 }
@@ -179,7 +179,7 @@ ScriptedBus& ScriptedBus::the() {
 
 void ScriptedBus::reset() {
   waitForDeaths();
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   isReachable_ = true;
   isRegistered_ = true;
   isRefusing_ = false;
@@ -195,55 +195,55 @@ void ScriptedBus::reset() {
 }
 
 void ScriptedBus::clear() {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   calls_.clear();
   made_.clear();
 }
 
 void ScriptedBus::setReachable(bool reachable) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   isReachable_ = reachable;
 }
 
 void ScriptedBus::setRegistered(bool registered) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   isRegistered_ = registered;
 }
 
 void ScriptedBus::setRefusing(bool refusing) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   isRefusing_ = refusing;
 }
 
 void ScriptedBus::setFreeing(bool freeing) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   isFreeing_ = freeing;
 }
 
 void ScriptedBus::answerFrom(std::function<Reply(const Call& call)> service) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   service_ = std::move(service);
 }
 
 void ScriptedBus::answer(const std::string& method, const Reply& reply) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   answers_[method] = reply;
 }
 
 void ScriptedBus::answerOnce(const std::string& method, const Reply& reply) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   nextAnswers_[method].push_back(reply);
 }
 
 void ScriptedBus::knowsVm(const std::string& vmId, unsigned int number) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   vms_[vmId] = number;
 }
 
 void ScriptedBus::emit(const std::string& event, const EventArguments& arguments) {
   std::vector<Listening> listeners;
   {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const platform::MutexLock lock(mutex_);
     for (const auto& [number, interface] : interfaces_) {
       listeners.insert(listeners.end(), interface.listeners.begin(), interface.listeners.end());
     }
@@ -264,7 +264,7 @@ void ScriptedBus::emit(const std::string& event, const EventArguments& arguments
 int ScriptedBus::complete() {
   std::vector<Pending> pending;
   {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const platform::MutexLock lock(mutex_);
     pending.swap(pending_);
   }
   std::thread([&pending] {
@@ -276,7 +276,7 @@ int ScriptedBus::complete() {
 }
 
 void ScriptedBus::serviceDies() {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   isRegistered_ = false;
   for (auto& [number, interface] : interfaces_) {
     interface.isAlive = false;
@@ -288,7 +288,7 @@ void ScriptedBus::serviceDies() {
 
 void ScriptedBus::startDeath(std::function<void()> callback) {
   deaths_.emplace_back([callback = std::move(callback)] {
-    Timeline::the().pass("death");
+    Timeline::the().trigger("death");
     callback();
   });
 }
@@ -297,7 +297,7 @@ void ScriptedBus::waitForDeaths() {
   for (;;) {
     std::vector<std::thread> deaths;
     {
-      const std::lock_guard<std::mutex> lock(mutex_);
+      const platform::MutexLock lock(mutex_);
       deaths.swap(deaths_);
     }
     if (deaths.empty()) {
@@ -310,7 +310,7 @@ void ScriptedBus::waitForDeaths() {
 }
 
 std::vector<Call> ScriptedBus::calls() const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   return calls_;
 }
 
@@ -323,32 +323,32 @@ std::vector<std::string> ScriptedBus::requests() const {
 }
 
 std::string ScriptedBus::lastCall() const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   return calls_.empty() ? "" : calls_.back().text();
 }
 
 int ScriptedBus::lastTimeoutMs() const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   return calls_.empty() ? 0 : calls_.back().timeoutMs;
 }
 
 const void* ScriptedBus::lastBlock() const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   return lastBlock_;
 }
 
 Bytes ScriptedBus::lastBytes(std::size_t index) const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   return calls_.empty() ? Bytes() : calls_.back().bytes(index);
 }
 
 std::vector<std::string> ScriptedBus::madeMessages() const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   return made_;
 }
 
 std::vector<Listening> ScriptedBus::interfaceListeners() const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   std::vector<Listening> listeners;
   for (const auto& [number, interface] : interfaces_) {
     listeners.insert(listeners.end(), interface.listeners.begin(), interface.listeners.end());
@@ -357,26 +357,26 @@ std::vector<Listening> ScriptedBus::interfaceListeners() const {
 }
 
 std::vector<Listening> ScriptedBus::broadcastListeners() const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   return broadcastListeners_;
 }
 
 int ScriptedBus::liveInterfaces() const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   return static_cast<int>(interfaces_.size());
 }
 
 void ScriptedBus::record(const Call& call) {
   {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const platform::MutexLock lock(mutex_);
     calls_.push_back(call);
   }
-  Timeline::the().add((call.waits ? "call " : "send ") + call.text() + " within " +
-                      std::to_string(call.timeoutMs) + " ms");
+  Timeline::the().record((call.waits ? "call " : "send ") + call.text() + " within " +
+                         std::to_string(call.timeoutMs) + " ms");
 }
 
 Reply ScriptedBus::replyTo(const Call& call) {
-  std::unique_lock<std::mutex> lock(mutex_);
+  platform::MutexLock lock(mutex_);
   if (!interfaces_[call.interface].isAlive) {
     return Reply::error("the service is gone");
   }
@@ -468,7 +468,7 @@ std::uint64_t QXBusMessage::getUInt64(int index) {
 }
 
 std::string QXBusMessage::getString(int index) {
-  passReading(impl_->method, index);
+  triggerReading(impl_->method, index);
   if (const Bytes* const block = valueAt<Bytes>(impl_->arguments, index)) {
     return std::string(block->begin(), block->end());
   }
@@ -476,9 +476,9 @@ std::string QXBusMessage::getString(int index) {
   return text ? *text : std::string();
 }
 
-// Exactly as long as the block, so that AddressSanitizer sees every byte read beyond it.
+// The copy is exactly as long as the block, so that AddressSanitizer reports every read beyond it.
 unsigned char* QXBusMessage::getBytes(int index, int* length) {
-  passReading(impl_->method, index);
+  triggerReading(impl_->method, index);
   const Bytes* const block = valueAt<Bytes>(impl_->arguments, index);
   *length = block ? static_cast<int>(block->size()) : 0;
   if (*length < 1) {
@@ -487,7 +487,7 @@ unsigned char* QXBusMessage::getBytes(int index, int* length) {
   auto* const copy = static_cast<unsigned char*>(::operator new(block->size()));
   std::memcpy(copy, block->data(), block->size());
   ScriptedBus& bus = ScriptedBus::the();
-  const std::lock_guard<std::mutex> lock(bus.mutex_);
+  const platform::MutexLock lock(bus.mutex_);
   bus.lastBlock_ = copy;
   return copy;
 }
@@ -514,10 +514,10 @@ QXBusEventCallback::~QXBusEventCallback() = default;
 QXBusProxyInterface::QXBusProxyInterface(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 
 QXBusProxyInterface::~QXBusProxyInterface() {
-  Timeline::the().add("interface destroyed");
+  Timeline::the().record("interface destroyed");
   ScriptedBus& bus = ScriptedBus::the();
   ScriptedBus::Interface gone;
-  const std::lock_guard<std::mutex> lock(bus.mutex_);
+  const platform::MutexLock lock(bus.mutex_);
   gone = std::exchange(bus.interfaces_[impl_->number], {});
   bus.interfaces_.erase(impl_->number);
 }
@@ -525,10 +525,10 @@ QXBusProxyInterface::~QXBusProxyInterface() {
 std::shared_ptr<QXBusMessage> QXBusProxyInterface::makeMethodCallMessage(std::string method) {
   ScriptedBus& bus = ScriptedBus::the();
   {
-    const std::lock_guard<std::mutex> lock(bus.mutex_);
+    const platform::MutexLock lock(bus.mutex_);
     bus.made_.push_back(method);
   }
-  Timeline::the().add("make " + method + "()");
+  Timeline::the().record("make " + method + "()");
   return messageOf(MESSAGE_TYPE_METHOD_CALL, method, {});
 }
 
@@ -540,7 +540,7 @@ std::shared_ptr<QXBusMessage> QXBusProxyInterface::callWithReplyBlocking(
   ScriptedBus& bus = ScriptedBus::the();
   bus.record(call);
   const Reply reply = bus.replyTo(call);
-  Timeline::the().add("return " + call.method + "()");
+  Timeline::the().record("return " + call.method + "()");
   return messageOf(reply, call.method);
 }
 
@@ -553,14 +553,14 @@ void QXBusProxyInterface::callWithReply(std::shared_ptr<QXBusMessage> message,
   ScriptedBus& bus = ScriptedBus::the();
   bus.record(call);
   const Reply reply = bus.replyTo(call);
-  const std::lock_guard<std::mutex> lock(bus.mutex_);
+  const platform::MutexLock lock(bus.mutex_);
   bus.pending_.push_back({std::move(done), call.method, reply});
 }
 
 void QXBusProxyInterface::setDeathCallback(std::function<void()> callback) {
-  Timeline::the().add("setDeathCallback()");
+  Timeline::the().record("setDeathCallback()");
   ScriptedBus& bus = ScriptedBus::the();
-  const std::lock_guard<std::mutex> lock(bus.mutex_);
+  const platform::MutexLock lock(bus.mutex_);
   ScriptedBus::Interface& interface = bus.interfaces_[impl_->number];
   if (interface.isAlive) {
     interface.deathCallback = std::move(callback);
@@ -571,17 +571,17 @@ void QXBusProxyInterface::setDeathCallback(std::function<void()> callback) {
 
 void QXBusProxyInterface::addEventListener(std::string name, QXBusEventCallback* listener,
                                            QXBusSecurityFlags flags) {
-  Timeline::the().add("interface addEventListener(" + inQuotes(name) + ", " +
-                      std::to_string(flags) + ")");
+  Timeline::the().record("interface addEventListener(" + inQuotes(name) + ", " +
+                         std::to_string(flags) + ")");
   ScriptedBus& bus = ScriptedBus::the();
-  const std::lock_guard<std::mutex> lock(bus.mutex_);
+  const platform::MutexLock lock(bus.mutex_);
   bus.interfaces_[impl_->number].listeners.push_back({name, listener, flags});
 }
 
 void QXBusProxyInterface::removeEventListener(std::string name, QXBusEventCallback* listener) {
-  Timeline::the().add("interface removeEventListener(" + inQuotes(name) + ")");
+  Timeline::the().record("interface removeEventListener(" + inQuotes(name) + ")");
   ScriptedBus& bus = ScriptedBus::the();
-  const std::lock_guard<std::mutex> lock(bus.mutex_);
+  const platform::MutexLock lock(bus.mutex_);
   auto& listeners = bus.interfaces_[impl_->number].listeners;
   listeners.erase(std::remove_if(listeners.begin(), listeners.end(),
                                  [&](const scripted::Listening& listening) {
@@ -600,25 +600,25 @@ QXBusSerivceManager::~QXBusSerivceManager() = default;
 
 QXBusSerivceManager* QXBusSerivceManager::initSync(int wait) {
   static auto* const manager = new QXBusSerivceManager(std::make_unique<Impl>());
-  Timeline::the().add("initSync(" + std::to_string(wait) + ")");
+  Timeline::the().record("initSync(" + std::to_string(wait) + ")");
   ScriptedBus& bus = ScriptedBus::the();
-  const std::lock_guard<std::mutex> lock(bus.mutex_);
+  const platform::MutexLock lock(bus.mutex_);
   return bus.isReachable_ ? manager : nullptr;
 }
 
 bool QXBusSerivceManager::isServiceRegistered(const std::string& name) {
-  Timeline::the().add("isServiceRegistered(" + inQuotes(name) + ")");
+  Timeline::the().record("isServiceRegistered(" + inQuotes(name) + ")");
   ScriptedBus& bus = ScriptedBus::the();
-  const std::lock_guard<std::mutex> lock(bus.mutex_);
+  const platform::MutexLock lock(bus.mutex_);
   return bus.isRegistered_;
 }
 
 std::shared_ptr<QXBusProxyInterface> QXBusSerivceManager::getServiceProxyInterface(
     std::string name, QXBusSecurityFlags flags, int mode) {
-  Timeline::the().add("getServiceProxyInterface(" + inQuotes(name) + ", " + std::to_string(flags) +
-                      ", " + std::to_string(mode) + ")");
+  Timeline::the().record("getServiceProxyInterface(" + inQuotes(name) + ", " +
+                         std::to_string(flags) + ", " + std::to_string(mode) + ")");
   ScriptedBus& bus = ScriptedBus::the();
-  const std::lock_guard<std::mutex> lock(bus.mutex_);
+  const platform::MutexLock lock(bus.mutex_);
   if (!bus.isRegistered_ || bus.isRefusing_) {
     return nullptr;
   }
@@ -630,9 +630,9 @@ std::shared_ptr<QXBusProxyInterface> QXBusSerivceManager::getServiceProxyInterfa
 
 void QXBusSerivceManager::addEventListener(const std::string& name, QXBusEventCallback* listener,
                                            QXBusSecurityFlags flags) {
-  Timeline::the().add("manager addEventListener(" + inQuotes(name) + ", " + std::to_string(flags) +
-                      ")");
+  Timeline::the().record("manager addEventListener(" + inQuotes(name) + ", " +
+                         std::to_string(flags) + ")");
   ScriptedBus& bus = ScriptedBus::the();
-  const std::lock_guard<std::mutex> lock(bus.mutex_);
+  const platform::MutexLock lock(bus.mutex_);
   bus.broadcastListeners_.push_back({name, listener, flags});
 }

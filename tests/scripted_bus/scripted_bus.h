@@ -1,5 +1,5 @@
-// A bus that answers what a test has said and records what it was asked: an implementation of
-// bus/qxbus.h that is linked in place of the real one.
+// A bus that gives the replies of a test and records the requests: an implementation of bus/qxbus.h
+// that is linked in place of the real one.
 //
 //   bus.knowsVm("win11", 7);
 //   bus.answer("connectDevice", Reply().int32(0));
@@ -13,22 +13,21 @@
 //   interface addEventListener("velevent", 1)     interface removeEventListener("velevent")
 //   manager addEventListener("mountedEvent", 1)
 //   setDeathCallback()
-//   interface destroyed                           its last reference is gone
-//   make connectDevice()                          a message, whether or not it is ever sent
+//   interface destroyed                           with its last reference
+//   make connectDevice()                          a message, which need not be sent
 //   call connectDevice(int32 7, int16 12) within 3000 ms       waits for the reply
 //   send disconnectVm(int32 7) within -1 ms                    does not wait
-//   return connectDevice()                        the reply is handed over
+//   return connectDevice()                        the call returns its reply
 //   read connectDevice(0)                         an argument of the reply is read; not recorded,
 //                                                 only for when() and hold()
 //   death                                         a death callback is about to run; not recorded,
 //                                                 only for when() and hold()
 //
-// An action that Timeline::when runs at one of these events comes before the bus does its part: at
-// `call` the reply can still be scripted, at `isServiceRegistered` the service can still be
-// stopped.
+// An action of Timeline::when runs before the bus does its part of the event: at `call` a test can
+// still script the reply, at `isServiceRegistered` it can still stop the service.
 //
-// THREADS   Listeners, completions and deaths run on threads of the bus: the first two while emit()
-//           and complete() wait for them, the deaths until waitForDeaths().
+// THREADS   Listeners, completions and death callbacks run on threads of the bus. emit() waits for
+//           the listeners, complete() for the completions, waitForDeaths() for the death callbacks.
 
 #ifndef TESTS_SCRIPTED_BUS_SCRIPTED_BUS_H
 #define TESTS_SCRIPTED_BUS_SCRIPTED_BUS_H
@@ -38,7 +37,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
@@ -46,12 +44,13 @@
 #include <vector>
 
 #include "bus/qxbus.h"
+#include "platform/mutex.h"
 
 namespace scripted {
 
 using Bytes = std::vector<unsigned char>;
 
-// A string that was appended as a character array.
+// A string from appendCString.
 struct CString {
   std::string text;
 };
@@ -65,12 +64,12 @@ std::string show(const std::vector<Argument>& arguments);
 Bytes bytesOf(const void* data, std::size_t length);
 Bytes bytesOf(const std::string& text);
 
-// What a service sends: a normal reply unless it says otherwise, or the arguments of an event.
+// A message of the service: a reply, a normal one by default, or the arguments of an event.
 class Reply {
  public:
   Reply() = default;
   static Reply error(const std::string& text, int type = MESSAGE_TYPE_ERROR);
-  // No message at all, which a bus should never give.
+  // A null message, which no bus should return.
   static Reply missing();
 
   Reply& int16(std::int16_t value);
@@ -80,7 +79,7 @@ class Reply {
   Reply& bytes(const Bytes& value);
   Reply& ofType(int type);
 
-  // What toDebugString() of the message gives.
+  // The result of toDebugString() of the message.
   std::string debugString() const;
 
   int type = MESSAGE_TYPE_METHOD_RETURN;
@@ -89,7 +88,7 @@ class Reply {
 };
 using EventArguments = Reply;
 
-// One request, as it was when it was sent.
+// One request, as it was sent.
 struct Call {
   std::string method;
   std::vector<Argument> arguments;
@@ -100,7 +99,7 @@ struct Call {
 
   // The request as text: "connectDevice(int32 7, int16 12)"
   std::string text() const;
-  // The block at an index; empty if that is none.
+  // The block at an index; empty for an argument of another type.
   Bytes bytes(std::size_t index) const;
 };
 
@@ -115,66 +114,67 @@ class ScriptedBus {
   // Never destroyed, because the process-wide instance never is.
   static ScriptedBus& the();
 
-  // Bus and service are there, nothing is scripted or recorded, nobody listens. Waits for deaths.
+  // Bus and service are there; no script, no records, no listeners. Waits for deaths.
   void reset();
   // Forgets the calls so far.
   void clear();
 
-  // --- What is there ---------------------------------------------------------------------------
+  // --- The state of bus and service ------------------------------------------------------------
 
-  // false: initSync gives null.
+  // false: initSync returns null.
   void setReachable(bool reachable);
-  // false: isServiceRegistered says so, and no interface is given.
+  // false: isServiceRegistered returns false, and getServiceProxyInterface returns null.
   void setRegistered(bool registered);
-  // true: getServiceProxyInterface gives none, although the service is registered.
+  // true: getServiceProxyInterface returns null, although the service is registered.
   void setRefusing(bool refusing);
   // true: removeEventListener frees the listener, as a bus may.
   void setFreeing(bool freeing);
 
-  // --- What the service answers ----------------------------------------------------------------
+  // --- The replies of the service --------------------------------------------------------------
 
-  // The answer to each call of a method, until another one is said. Without one a call gets an
-  // error reply that says so.
+  // The reply to each call of a method from now on. A call without a scripted reply gets an error
+  // reply that names the method.
   void answer(const std::string& method, const Reply& reply);
-  // The answers to the next calls, before that one.
+  // The replies to the next calls, in order, before that of answer().
   void answerOnce(const std::string& method, const Reply& reply);
-  // Lets a service answer every call, in place of the answers above.
+  // Lets a service answer every call, in place of the replies above.
   void answerFrom(std::function<Reply(const Call& call)> service);
-  // What getVmListSize answers for a name: 0 for the names not known. An answer() goes before it.
+  // The number that getVmListSize returns for a name, and 0 for unknown names. An answer() comes
+  // first.
   void knowsVm(const std::string& vmId, unsigned int number);
 
-  // --- What the bus does by itself -------------------------------------------------------------
+  // --- Events, completions, deaths -------------------------------------------------------------
 
-  // Hands an event to every listener of that name, on a thread of the bus, and waits for them.
-  // Listeners of interfaces and of the manager are told apart by the event's name only. An
-  // exception that leaves a listener, where a bus would end the process, comes out of here.
+  // Sends an event to every listener of that name, on a thread of the bus, and waits for them. The
+  // name alone selects listeners, of interfaces and of the manager. Rethrows an exception that
+  // leaves a listener, where a bus would end the process.
   void emit(const std::string& event, const EventArguments& arguments);
-  // Hands their replies to the calls that did not wait, on a thread of the bus, and waits for that.
-  // Returns how many there were.
+  // Completes the calls that did not wait, on a thread of the bus, waits for the completions and
+  // returns their number.
   int complete();
-  // The service is gone: not registered, and every interface so far is dead for ever. Each one's
-  // death callback runs on a thread of its own.
+  // The service is gone: not registered, and every interface so far stays dead. Each death callback
+  // runs on a thread of its own.
   void serviceDies();
   void waitForDeaths();
 
-  // --- What was asked of it --------------------------------------------------------------------
+  // --- Records ---------------------------------------------------------------------------------
 
   std::vector<Call> calls() const;
   // As texts.
   std::vector<std::string> requests() const;
-  // The last request; an empty text and no more when there was none.
+  // The last request; empty when there was none.
   std::string lastCall() const;
   int lastTimeoutMs() const;
   Bytes lastBytes(std::size_t index) const;
-  // Where the block lay that was read last. It may be gone.
+  // The address of the block that was read last, which may have been freed.
   const void* lastBlock() const;
   // The methods of all messages, in the order they were made.
   std::vector<std::string> madeMessages() const;
 
-  // Who listens now, in the order of registration.
+  // The present listeners, in the order of registration.
   std::vector<Listening> interfaceListeners() const;
   std::vector<Listening> broadcastListeners() const;
-  // How many interfaces are referenced.
+  // The number of interfaces with a reference.
   int liveInterfaces() const;
 
  private:
@@ -193,28 +193,27 @@ class ScriptedBus {
     Reply reply;
   };
 
-  // Needs mutex_.
-  void startDeath(std::function<void()> callback);
+  void startDeath(std::function<void()> callback) QX_REQUIRES(mutex_);
   Reply replyTo(const Call& call);
   void record(const Call& call);
 
-  mutable std::mutex mutex_;
-  bool isReachable_ = true;
-  bool isRegistered_ = true;
-  bool isRefusing_ = false;
-  bool isFreeing_ = false;
-  std::function<Reply(const Call&)> service_;
-  std::map<std::string, Reply> answers_;
-  std::map<std::string, std::deque<Reply>> nextAnswers_;
-  std::map<std::string, unsigned int> vms_;
-  std::vector<Call> calls_;
-  std::vector<std::string> made_;
-  const void* lastBlock_ = nullptr;
-  std::map<int, Interface> interfaces_;
-  int interfaceCount_ = 0;
-  std::vector<Listening> broadcastListeners_;
-  std::vector<Pending> pending_;
-  std::vector<std::thread> deaths_;
+  mutable platform::Mutex mutex_;
+  bool isReachable_ QX_GUARDED_BY(mutex_) = true;
+  bool isRegistered_ QX_GUARDED_BY(mutex_) = true;
+  bool isRefusing_ QX_GUARDED_BY(mutex_) = false;
+  bool isFreeing_ QX_GUARDED_BY(mutex_) = false;
+  std::function<Reply(const Call&)> service_ QX_GUARDED_BY(mutex_);
+  std::map<std::string, Reply> answers_ QX_GUARDED_BY(mutex_);
+  std::map<std::string, std::deque<Reply>> nextAnswers_ QX_GUARDED_BY(mutex_);
+  std::map<std::string, unsigned int> vms_ QX_GUARDED_BY(mutex_);
+  std::vector<Call> calls_ QX_GUARDED_BY(mutex_);
+  std::vector<std::string> made_ QX_GUARDED_BY(mutex_);
+  const void* lastBlock_ QX_GUARDED_BY(mutex_) = nullptr;
+  std::map<int, Interface> interfaces_ QX_GUARDED_BY(mutex_);
+  int interfaceCount_ QX_GUARDED_BY(mutex_) = 0;
+  std::vector<Listening> broadcastListeners_ QX_GUARDED_BY(mutex_);
+  std::vector<Pending> pending_ QX_GUARDED_BY(mutex_);
+  std::vector<std::thread> deaths_ QX_GUARDED_BY(mutex_);
 };
 
 }  // namespace scripted

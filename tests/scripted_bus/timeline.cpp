@@ -20,48 +20,53 @@ Gate::~Gate() {
 }
 
 bool Gate::isReached() const {
-  std::unique_lock<std::mutex> lock(state_->mutex);
-  return state_->changed.wait_for(lock, kLongEnough, [this] { return state_->isReached; });
+  const auto deadline = platform::Condition::Clock::now() + kLongEnough;
+  platform::MutexLock lock(state_->mutex);
+  while (!state_->isReached && state_->changed.waitUntil(lock, deadline)) {
+  }
+  return state_->isReached;
 }
 
 void Gate::open() {
-  const std::lock_guard<std::mutex> lock(state_->mutex);
+  const platform::MutexLock lock(state_->mutex);
   state_->isOpen = true;
-  state_->changed.notify_all();
+  state_->changed.notifyAll();
 }
 
 std::function<void()> Gate::pass() const {
   return [state = state_] {
-    std::unique_lock<std::mutex> lock(state->mutex);
+    platform::MutexLock lock(state->mutex);
     state->isReached = true;
-    state->changed.notify_all();
-    state->changed.wait(lock, [&state] { return state->isOpen; });
+    state->changed.notifyAll();
+    while (!state->isOpen) {
+      state->changed.wait(lock);
+    }
   };
 }
 
-// Never destroyed: the library logs as late as the destructors of other statics.
+// Never destroyed: destructors of other statics may still log.
 Timeline& Timeline::the() {
   static auto* const timeline = new Timeline;
   return *timeline;
 }
 
-void Timeline::add(const std::string& text) {
+void Timeline::record(const std::string& text) {
   std::vector<std::function<void()>> actions;
   {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const platform::MutexLock lock(mutex_);
     events_.push_back({text, std::this_thread::get_id()});
     actions = actionsLocked(text);
-    changed_.notify_all();
+    changed_.notifyAll();
   }
   for (const std::function<void()>& action : actions) {
     action();
   }
 }
 
-void Timeline::pass(const std::string& text) {
+void Timeline::trigger(const std::string& text) {
   std::vector<std::function<void()>> actions;
   {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const platform::MutexLock lock(mutex_);
     actions = actionsLocked(text);
   }
   for (const std::function<void()>& action : actions) {
@@ -80,7 +85,7 @@ std::vector<std::function<void()>> Timeline::actionsLocked(const std::string& te
 }
 
 void Timeline::when(const std::string& start, std::function<void()> action) {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   actions_.emplace_back(start, std::move(action));
 }
 
@@ -95,7 +100,7 @@ std::vector<std::string> Timeline::all() const {
 }
 
 std::vector<std::string> Timeline::startingWith(const std::string& start) const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   std::vector<std::string> texts;
   for (const Event& event : events_) {
     if (startsWith(event.text, start)) {
@@ -106,7 +111,7 @@ std::vector<std::string> Timeline::startingWith(const std::string& start) const 
 }
 
 std::vector<std::string> Timeline::of(Thread thread) const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   std::vector<std::string> texts;
   for (const Event& event : events_) {
     if (event.thread == thread) {
@@ -117,7 +122,7 @@ std::vector<std::string> Timeline::of(Thread thread) const {
 }
 
 int Timeline::count(const std::string& start) const {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   return countLocked(nullptr, start);
 }
 
@@ -127,35 +132,38 @@ int Timeline::countLocked(const Thread* thread, const std::string& start) const 
   }));
 }
 
-template <typename Condition>
-bool Timeline::wait(std::chrono::milliseconds limit, Condition condition) const {
-  std::unique_lock<std::mutex> lock(mutex_);
-  return changed_.wait_for(lock, limit, condition);
+bool Timeline::wait(std::chrono::milliseconds limit, const Thread* thread, const std::string& start,
+                    int times) const {
+  const auto deadline = platform::Condition::Clock::now() + limit;
+  platform::MutexLock lock(mutex_);
+  while (countLocked(thread, start) < times && changed_.waitUntil(lock, deadline)) {
+  }
+  return countLocked(thread, start) >= times;
 }
 
 bool Timeline::waitFor(const std::string& start, int times) const {
-  return wait(kLongEnough, [&] { return countLocked(nullptr, start) >= times; });
+  return wait(kLongEnough, nullptr, start, times);
 }
 
 bool Timeline::waitFor(Thread thread, const std::string& start, int times) const {
-  return wait(kLongEnough, [&] { return countLocked(&thread, start) >= times; });
+  return wait(kLongEnough, &thread, start, times);
 }
 
 bool Timeline::happensSoon(const std::string& start, int times) const {
-  return wait(kAMoment, [&] { return countLocked(nullptr, start) >= times; });
+  return wait(kAMoment, nullptr, start, times);
 }
 
 bool Timeline::happensSoon(Thread thread, const std::string& start) const {
-  return wait(kAMoment, [&] { return countLocked(&thread, start) >= 1; });
+  return wait(kAMoment, &thread, start, 1);
 }
 
 void Timeline::clear() {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   events_.clear();
 }
 
 void Timeline::reset() {
-  const std::lock_guard<std::mutex> lock(mutex_);
+  const platform::MutexLock lock(mutex_);
   events_.clear();
   actions_.clear();
 }

@@ -1,35 +1,35 @@
-// What happened in a test, in order: every call of the bus, every log line, every pause, on every
-// thread. A test waits for an event here instead of waiting for a time, and can run code or stop a
-// thread at the moment an event happens.
+// The events of a test, in order: every call of the bus, every log line, every pause, on every
+// thread. A test waits for an event instead of a time, and can run code or stop a thread at the
+// moment of an event.
 //
 // An event is one line of text, such as
 //   make connectVm()
 //   call connectVm(int32 7, int32 1, int32 2, int32 3) within 2000 ms
 //   Debug ConnectVm: vmId:win11, ...
-// The headers of the other doubles list theirs. Events are chosen by how their text starts.
+// The headers of the other doubles list their events. The start of its text selects an event.
 
 #ifndef TESTS_SCRIPTED_BUS_TIMELINE_H
 #define TESTS_SCRIPTED_BUS_TIMELINE_H
 
 #include <chrono>
-#include <condition_variable>
 #include <functional>
 #include <future>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
+#include "platform/mutex.h"
+
 namespace scripted {
 
-// How long a test waits for what must happen.
+// Time limit for an event that must happen.
 constexpr std::chrono::seconds kLongEnough{30};
-// How long a test looks for what must not happen.
+// Time limit for an event that must not happen.
 constexpr std::chrono::milliseconds kAMoment{25};
 
-// Stops the threads that come by until it is opened, by open() or by its end.
+// Stops the threads that reach it until open() or its destructor opens it.
 class Gate {
  public:
   Gate();
@@ -37,20 +37,20 @@ class Gate {
   Gate& operator=(Gate&&) = delete;
   ~Gate();
 
-  // Whether a thread has come by, within kLongEnough.
+  // Whether a thread reaches it within kLongEnough.
   [[nodiscard]] bool isReached() const;
   void open();
 
-  // What a thread does at the gate. It never gives up: a lock that it holds by mistake would come
-  // free just when a test stops waiting for it.
+  // The function that stops a thread. It has no time limit: a lock that the thread holds by mistake
+  // would be released just when a test stops waiting for it.
   std::function<void()> pass() const;
 
  private:
   struct State {
-    std::mutex mutex;
-    std::condition_variable changed;
-    bool isOpen = false;
-    bool isReached = false;
+    platform::Mutex mutex;
+    platform::Condition changed;
+    bool isOpen QX_GUARDED_BY(mutex) = false;
+    bool isReached QX_GUARDED_BY(mutex) = false;
   };
   std::shared_ptr<State> state_;
 };
@@ -61,14 +61,14 @@ class Timeline {
 
   static Timeline& the();
 
-  // Records an event, then runs what was asked for it, on this thread.
-  void add(const std::string& text);
-  // Runs what was asked for it without recording it: for steps that no test wants to list.
-  void pass(const std::string& text);
+  // Records an event, then runs its actions on this thread.
+  void record(const std::string& text);
+  // Runs the actions of an event that is not recorded, because no test lists it.
+  void trigger(const std::string& text);
 
-  // Runs action on the thread of each event that starts so, right after it.
+  // Runs action on the thread of each event with this start, right after the event.
   void when(const std::string& start, std::function<void()> action);
-  // Stops the threads of such events.
+  // Stops the threads of these events.
   [[nodiscard]] Gate hold(const std::string& start);
 
   std::vector<std::string> all() const;
@@ -76,14 +76,14 @@ class Timeline {
   std::vector<std::string> of(Thread thread) const;
   int count(const std::string& start) const;
 
-  // Whether so many such events have happened, waiting within kLongEnough.
+  // Whether so many of these events happen within kLongEnough.
   [[nodiscard]] bool waitFor(const std::string& start, int times = 1) const;
   [[nodiscard]] bool waitFor(Thread thread, const std::string& start, int times = 1) const;
-  // The same within a moment: for what must not happen.
+  // The same within kAMoment, for events that must not happen.
   [[nodiscard]] bool happensSoon(const std::string& start, int times = 1) const;
   [[nodiscard]] bool happensSoon(Thread thread, const std::string& start) const;
 
-  // Forgets the events so far, but not what is to be done at later ones.
+  // Clears the events and keeps the actions.
   void clear();
   void reset();
 
@@ -93,18 +93,20 @@ class Timeline {
     Thread thread;
   };
 
-  std::vector<std::function<void()>> actionsLocked(const std::string& text) const;
-  template <typename Condition>
-  bool wait(std::chrono::milliseconds limit, Condition condition) const;
-  int countLocked(const Thread* thread, const std::string& start) const;
+  std::vector<std::function<void()>> actionsLocked(const std::string& text) const
+      QX_REQUIRES(mutex_);
+  // thread  null stands for all
+  bool wait(std::chrono::milliseconds limit, const Thread* thread, const std::string& start,
+            int times) const;
+  int countLocked(const Thread* thread, const std::string& start) const QX_REQUIRES(mutex_);
 
-  mutable std::mutex mutex_;
-  mutable std::condition_variable changed_;
-  std::vector<Event> events_;
-  std::vector<std::pair<std::string, std::function<void()>>> actions_;
+  mutable platform::Mutex mutex_;
+  mutable platform::Condition changed_;
+  std::vector<Event> events_ QX_GUARDED_BY(mutex_);
+  std::vector<std::pair<std::string, std::function<void()>>> actions_ QX_GUARDED_BY(mutex_);
 };
 
-// Runs a function on a thread of its own. Its end waits for the function.
+// Runs a function on a thread of its own. The destructor waits for the function.
 template <typename Result>
 class Background {
  public:

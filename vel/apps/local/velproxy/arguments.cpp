@@ -14,7 +14,7 @@ void reportBadReply(const std::string& text, ErrorReport& report) {
   report.fail(VelError::Kind::kBadReply, text);
 }
 
-// index counts from 0, people count from 1.
+// Texts for people count from 1.
 std::string ordinal(int index) {
   return "value " + std::to_string(index + 1) + " of the reply";
 }

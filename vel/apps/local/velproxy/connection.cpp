@@ -23,21 +23,21 @@ constexpr int kInterfaceMode = 1;
 constexpr std::chrono::seconds kPauseWithoutCallbacks{5};
 constexpr std::chrono::seconds kPauseBetweenPolls{2};
 constexpr int kMostPolls = 500;
-// Of per-VM callbacks, which get no other code.
+// The only code of per-VM callbacks.
 constexpr unsigned short kSessionEnded = 5;
 
 std::atomic<VelProxy*> mVelProxy{nullptr};
 thread_local unsigned int attempts = 0;
 
-// Never destroyed: a call may come as late as the destructors of the client's own statics.
+// Never destroyed: destructors of the client's statics may still call.
 platform::Mutex& creationMutex() {
   static auto* const mutex = new platform::Mutex;
   return *mutex;
 }
 
-// Never freed by the library: the bus may be calling a listener while it is removed. A bus may free
-// those that were removed, so nothing looks at them here; the list is for leak checkers, which take
-// what is reachable for kept on purpose.
+// The library never frees a listener, because the bus may be calling it while it is removed. A bus
+// may free the listeners that it has removed, so the library never reads the list: it only keeps
+// the listeners reachable, so that leak checkers do not report them.
 QXBusEventCallback* newListener(std::function<void(std::shared_ptr<QXBusMessage>)> handler) {
   static auto* const mutex = new platform::Mutex;
   static auto* const listeners = new std::vector<QXBusEventCallback*>;
@@ -57,7 +57,7 @@ VelProxy::VelProxy() : lifetime_(std::make_shared<Lifetime>()) {}
 VelProxy::~VelProxy() {
   const LastErrorKeeper keeper;
   VEL_DEBUG("velproxy destroyed ...");
-  // Without a lock: the threads that this waits for take them.
+  // No lock is held: the threads that end() waits for may need it.
   lifetime_->end();
   VelProxy::ReleaseService();
 }
@@ -68,7 +68,7 @@ unsigned int attemptsToConnect() {
 
 VelProxy* VelProxy::getInstance() {
   ++attempts;
-  // Connecting again belongs to the operation that follows.
+  // The attempt to connect is part of the operation that follows.
   const LastErrorKeeper keeper;
   if (VelProxy* const instance = mVelProxy.load()) {
     if (instance->Init() == kFailed) {
@@ -82,7 +82,7 @@ VelProxy* VelProxy::getInstance() {
     return instance;
   }
   auto* const instance = new VelProxy;
-  // Stored before it connects, so that whatever connecting calls finds it.
+  // Stored before Init, so that a call of getInstance() inside Init finds it.
   mVelProxy.store(instance);
   if (instance->Init() == kFailed) {
     VEL_ERROR("get qxbus interface failed");
@@ -167,7 +167,7 @@ void VelProxy::BroadcastCallback(std::shared_ptr<QXBusMessage> message) {
 void VelProxy::ReleaseService() {
   const ErrorReport report;
   VEL_DEBUG("");
-  // Given up after the lock: whoever holds the last reference destroys the interface.
+  // Declared before the lock: the last reference destroys the interface, outside the lock.
   std::shared_ptr<QXBusProxyInterface> released;
   const platform::MutexLock lock(callMutex_);
   if (currentInterface() && serviceManager_.load()) {
@@ -184,7 +184,7 @@ unsigned int VelProxy::ResetService() {
 
 void VelProxy::onServiceDeath() {
   const ErrorReport report;
-  // Nothing of the object may be used once it is being destroyed, which a callback below may do.
+  // A callback below may destroy the object: no member may be used after that.
   const std::shared_ptr<Lifetime> lifetime = lifetime_;
   Lifetime::Visit visit(lifetime);
   VEL_ERROR("vel serviced death");
@@ -195,7 +195,7 @@ void VelProxy::onServiceDeath() {
   }
   ReleaseService();
 
-  // Without the callback mutex, which a client's callback may hold for long.
+  // Not under the callback mutex: a callback that runs may hold it for long.
   if (!firstDeviceUserData_.load() && !hasVmCallbacks_.load()) {
     pauseFor(kPauseWithoutCallbacks, *lifetime);
   }
@@ -209,7 +209,7 @@ void VelProxy::onServiceDeath() {
     return;
   }
   VEL_DEBUG("wait for velservice ...., waiting cnt=%d", polls);
-  // The other steps are this object's own; connecting is for the instance that clients use.
+  // Only the instance that clients use connects again; all other steps concern this object.
   if (VelProxy* const instance = mVelProxy.load()) {
     instance->Init();
   }

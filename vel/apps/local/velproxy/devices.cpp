@@ -18,8 +18,8 @@ namespace device = velprotocol::device;
 
 constexpr int kIgnoreTimeoutMs = 2000;
 
-// Puts the name of the record's VM behind its fixed part, as far as the block goes. The byte after
-// it stays as the service sent it.
+// Writes the name of the record's VM behind its fixed part, as far as the block reaches, without a
+// NUL: the byte behind the name stays as the service sent it.
 void fillVmIdText(VelProxy& proxy, const Block& block) {
   constexpr std::size_t kText = device::kVmIdText.offset;
   if (read(block, device::kStatus) != velprotocol::kAttachedStatus) {

@@ -12,12 +12,13 @@ namespace qx {
 namespace {
 
 constexpr char kNoDiagnosis[] = "{\"velservice\":4097}";
-// The one kind of quality report that carries a figure.
+// Only quality reports of this type have a figure.
 constexpr unsigned int kTypeWithFigure = 1;
 
 struct VmToDiagnose {
-  unsigned int number;  // 0, which is logged, when the VM has none
-  Reconnect reconnect;  // no, if the look-up of the number has tried it: once per operation
+  unsigned int number;  // 0: the VM has none, and the log says so
+  // One attempt to connect per operation: kNo when the look-up of the number has made it.
+  Reconnect reconnect;
 };
 
 VmToDiagnose vmToDiagnose(VelProxy& proxy, const char* method, const std::string& vmId,
@@ -37,7 +38,7 @@ VmToDiagnose vmToDiagnose(VelProxy& proxy, const char* method, const std::string
 int VelProxy::DoVelTest(std::string vmId, unsigned int flag) {
   RemoteCall call(*this);
   VEL_DEBUG("vmId:%s, flag: %ld", vmId.c_str(), static_cast<long>(flag));
-  // The test concerns no VM: the service expects 0 where its number would stand.
+  // The service expects 0 in place of the number of a VM.
   return call.method("doveltest").int32(0).int16(static_cast<unsigned short>(flag)).status();
 }
 

@@ -9,8 +9,8 @@ namespace {
 
 using Kind = VelError::Kind;
 
-// A pointer, because an operation may be called as late as the destructors of the client's own
-// statics, when the main thread has destroyed its thread-local objects: a new account is made then.
+// A pointer that survives the thread's other thread-local objects: destructors of the client's
+// statics may still call operations, which then make a new account.
 thread_local OperationAccount* threadAccount = nullptr;
 thread_local bool hasCleaner = false;
 
@@ -54,8 +54,8 @@ void ErrorReport::failUnknownVm(const std::string& vmId) {
 }
 
 unsigned int ErrorReport::numberOf(VelProxy& proxy, const std::string& vmId) {
-  // A subclass may know the number without an operation.
-  last_.error = {};
+  // An override of GetVmIdInt need not be or call an operation.
+    last_.error = {};
   const unsigned int number = proxy.GetVmIdInt(vmId);
   if (number == 0 && !vmId.empty()) {
     failLookUp(VelError(last_.error), vmId);

@@ -1,4 +1,4 @@
-// Events of the service, and who is told of them.
+// Events of the service, and the callbacks that receive them.
 
 #include <cstdint>
 
@@ -20,10 +20,10 @@ namespace diagnosis = velprotocol::diagnosis;
 
 constexpr int kFailed = -1;
 
-// Events are logged as the operation that takes them.
+// The function that the log lines of all events name.
 constexpr char kHandleEvent[] = "HandleEvent";
 
-// A code is told apart by all its bits, and passed on by its low ones.
+// HandleEvent distinguishes codes by all 32 bits; callbacks receive the low 16.
 unsigned short narrowed(int code) {
   return static_cast<unsigned short>(code);
 }
@@ -187,7 +187,7 @@ void VelProxy::HandleEvent(std::shared_ptr<QXBusMessage> event) {
     return;
   }
   const auto vm = static_cast<unsigned int>(event->getInt32(velprotocol::kEventVm));
-  // Sessions that this proxy never asked about are somebody else's.
+  // An event of a VM that this proxy has never looked up concerns other clients.
   if (GetVmIdString(vm).empty() && vm != 0) {
     return;
   }

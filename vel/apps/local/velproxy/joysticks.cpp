@@ -13,8 +13,8 @@
 namespace qx {
 namespace {
 
-// Records of a fixed size. A block that is longer is cut; one that is shorter keeps the end of the
-// record before it.
+// Records of a fixed size. A longer block is cut; a shorter block leaves the end of the previous
+// record in its own.
 template <typename Record>
 std::list<Record> recordsOf(const BlockList& blocks) {
   std::list<Record> records;
@@ -76,7 +76,7 @@ int VelProxy::RegisterJoystickCallback(JoystickCallback callback, void* userData
     ErrorReport(kMethod).refuse("the callback or its user data is null");
     return RemoteCall::kNoAnswer;
   }
-  // The service knows the subscriber by the address of this object.
+  // The address of this object identifies the subscriber.
   const auto objId = reinterpret_cast<std::uintptr_t>(this);
   std::optional<int> result;
   {

@@ -25,7 +25,7 @@ void Lifetime::end() {
   platform::MutexLock lock(mutex_);
   hasEnded_ = true;
   changed_.notifyAll();
-  // First: another visitor may be waiting for such a lock.
+  // Before the wait: another visitor may be waiting for such a lock.
   releaseLocksOfThisThread();
   while (hasOtherVisitors()) {
     changed_.wait(lock);
@@ -52,7 +52,7 @@ bool Lifetime::isOfThisThread(const Visit* visit) {
   return visit->thread_ == std::this_thread::get_id();
 }
 
-// The analysis cannot see which mutex a lock holds that another function has constructed.
+// The analysis cannot follow a lock that another function has constructed.
 void Lifetime::releaseLocksOfThisThread() QX_NO_THREAD_SAFETY_ANALYSIS {
   for (Visit* const visit : visits_) {
     if (isOfThisThread(visit) && visit->lock_) {

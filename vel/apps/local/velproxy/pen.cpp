@@ -35,7 +35,7 @@ constexpr int kOwnPosition = -1;
 constexpr int kHovering =
     kPointerFlagInRange | kPointerFlagPrimary | kPointerFlagConfidence | kPointerFlagUpdate;
 
-// Times 1024, towards zero, the low 32 bits. What no 64-bit integer can hold is clamped.
+// Times 1024, rounded towards zero: the low 32 bits of a 64-bit integer, at its limits beyond.
 std::int32_t scaled(double value) {
   const double product = value * kScale;
   constexpr double kLimit = 9223372036854775808.0;  // 2^63
@@ -74,7 +74,7 @@ constexpr char kPenPort[] = "space.port.2";
 constexpr unsigned char kMagic = 0x27;
 constexpr std::uint16_t kPenData = 2000;
 constexpr std::uint16_t kDeviceNumberGiven = 2101;
-// Magic, device number, command and request number: all that is read of an incoming message.
+// Magic, device number, command and request number: the part of a message that is read.
 constexpr std::size_t kLeastMessage = offsetof(PortHeader, size);
 static_assert(kLeastMessage == 8, "a client delivers at least 8 bytes");
 

@@ -1,5 +1,5 @@
-// How the service treats devices in general: policies and properties, by type or by USB vendor and
-// product id. They belong to this machine, so each request begins with the number of no VM.
+// Policies and properties of devices, by type or by USB vendor and product id. They belong to this
+// machine and not to a VM, so each request begins with 0 in place of the number of a VM.
 
 #include "vel/apps/local/velproxy/internal/remote_call.h"
 #include "vel/apps/local/velproxy/internal/vel_log.h"
@@ -9,10 +9,10 @@ namespace qx {
 namespace {
 
 constexpr int kNoVm = 0;
-// Where an operation fails with this, its caller cannot tell.
+// The failure value of some operations, the same as that of a service which answers 0.
 constexpr int kFailsWithZero = 0;
 
-// The service relies on the product id also in the place of the device type.
+// The service expects the product id also in place of the device type.
 int propertyOf(Request& call, const char* method, unsigned short vid, unsigned short pid) {
   call.method(method).int32(kNoVm).int16(vid).int16(pid).int32(int{pid});
   return call.status(kFailsWithZero);

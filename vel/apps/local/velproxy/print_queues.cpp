@@ -10,7 +10,7 @@ namespace {
 // For methods that search the network, or install a driver.
 constexpr int kSearchTimeoutMs = 30000;
 
-// Makes the call; logs what the service has found.
+// Makes the call and logs its text.
 std::string found(Request& call, const char* function = __builtin_FUNCTION()) {
   const std::optional<std::string> result = call.text();
   if (result) {

@@ -143,7 +143,7 @@ std::shared_ptr<QXBusMessage> Request::reply() {
   return nullptr;
 }
 
-// Types that the library does not know are error replies.
+// An unknown type is an error reply.
 void Request::reportFailure(int type, const std::string& reason) {
   const bool hasReply = type != MESSAGE_TYPE_NO_REPLY && type != MESSAGE_TYPE_DISCONNECTED;
   report_.fail(hasReply ? VelError::Kind::kErrorReply : VelError::Kind::kNoReply, reason);
@@ -176,7 +176,7 @@ int Request::sendOnly() {
 
 namespace {
 
-// The call mutex, after the attempt to connect, which takes it itself.
+// Connecting locks the call mutex, so it comes before the lock.
 platform::Mutex& afterConnecting(Reconnect reconnect, platform::Mutex& callMutex) {
   if (reconnect == Reconnect::kYes) {
     VelProxy::getInstance();

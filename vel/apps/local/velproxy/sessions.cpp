@@ -16,7 +16,7 @@ namespace pipe = velprotocol::pipe;
 
 constexpr unsigned int kNoAnswer = 0xFFFFFFFF;
 constexpr int kConnectTimeoutMs = 2000;
-// Sent on every change of focus, so it must not hold the window up.
+// Short, because each change of focus waits for it.
 constexpr int kFocusTimeoutMs = 500;
 
 void appendPipes(Request& call, const std::list<_CHANNEL_HANDLE>& pipes) {

@@ -15,7 +15,7 @@ constexpr int kAddressRefused = 1;
 constexpr unsigned int kMostOctet = 255;
 constexpr unsigned int kMostPort = 65535;
 
-// Whether the text is a number as one writes it (no sign, blank or leading zero), at most this.
+// Whether the text is a decimal number without sign, blank or leading zero, at most `most`.
 bool isNumber(const std::string& text, unsigned int most) {
   if (text.empty() || (text[0] == '0' && text.size() > 1)) {
     return false;
@@ -33,7 +33,7 @@ bool isNumber(const std::string& text, unsigned int most) {
   return true;
 }
 
-// Cuts the text at its last byte but one: the field keeps its NUL.
+// Copies a text, cut so that the last byte of the field stays NUL.
 template <std::size_t size>
 void setField(char (&field)[size], const std::string& text) {
   std::memcpy(field, text.data(), strnlen(text.c_str(), size - 1));

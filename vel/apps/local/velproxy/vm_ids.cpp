@@ -10,7 +10,7 @@
 namespace qx {
 namespace {
 
-// The service's name for the look-up of one VM.
+// The method returns the number of one VM, whatever its name suggests.
 constexpr char kLookUp[] = "getVmListSize";
 
 }  // namespace
@@ -43,7 +43,7 @@ unsigned int VelProxy::GetVmIdInt(std::string vmId) {
     call.report().failUnknownVm(vmId);
   } else {
     const platform::MutexLock lock(vmIdMutex_);
-    // A service that has died since gave numbers that mean nothing to the next one.
+    // Not when the service has died meanwhile: the next one gives other numbers.
     if (generation == vmIdGeneration_) {
       vmIds_[id] = std::move(vmId);
     }

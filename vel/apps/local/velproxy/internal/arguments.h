@@ -1,11 +1,14 @@
-// Arguments of a reply: their values, as the getters of the bus give them, and a report of a bad
-// reply when the argument is missing or of another type.
+// Arguments of a reply: their values, as the getters of the bus return them, and a report of a bad
+// reply when an argument is missing or has the wrong type.
 //
-// The getters give 0 or "" for another type, so a value of 0 or "" is tried with the other getters,
-// too. Another type is found when one of them gives something: a text that is not empty or a block
-// where an integer is expected, an integer beyond 32 bits, an integer but 0 where a text is
-// expected. What no getter gives anything for counts as the value: an empty text or a double as the
-// integer 0, the integer 0 as an empty text.
+// A getter of the bus returns 0 or "" for the wrong type. After such a value the other getters are
+// tried, and one that returns anything else shows a wrong type:
+//
+//   integer expected   a text or a block that is not empty, an integer beyond 32 bits
+//   text expected      an integer other than 0
+//
+// An empty text, an empty block or a double in place of an integer, and the integer 0 or a double
+// in place of a text, cannot be recognised.
 
 #ifndef VEL_APPS_LOCAL_VELPROXY_INTERNAL_ARGUMENTS_H
 #define VEL_APPS_LOCAL_VELPROXY_INTERNAL_ARGUMENTS_H
@@ -18,7 +21,7 @@
 namespace qx {
 
 int integerAt(QXBusMessage& reply, int index, ErrorReport& report);
-// The same for the count of a list: a negative one is a bad reply, too.
+// The count of a list. A negative count is a bad reply, too.
 int countAt(QXBusMessage& reply, int index, ErrorReport& report);
 // A block counts as a text, as it does for the bus.
 std::string textAt(QXBusMessage& reply, int index, ErrorReport& report);

@@ -1,4 +1,4 @@
-// Byte blocks from the service: records whose length the service chooses and nobody can trust.
+// Byte blocks from the service: records whose length the service chooses, right or wrong.
 
 #ifndef VEL_APPS_LOCAL_VELPROXY_INTERNAL_BLOCKS_H
 #define VEL_APPS_LOCAL_VELPROXY_INTERNAL_BLOCKS_H
@@ -24,7 +24,7 @@ struct DeleteBytes {
 };
 using OwnedBytes = std::unique_ptr<unsigned char, DeleteBytes>;
 
-// One block of a message. Empty when the message has none at the index.
+// One block of a message; empty when the message has no block at the index.
 class Block {
  public:
   Block() = default;
@@ -43,9 +43,9 @@ class Block {
   std::size_t size_ = 0;
 };
 
-// A block as a record that a client may read, all of its type: fixed fields, then a text at
-// textOffset that runs to the end. A block that is whole is used where it lies; a shorter one, and
-// one whose last text has no end, is copied and filled up with zeroes.
+// A block as a record of which a client may read every field: fixed fields, then a text at
+// textOffset that runs to the end of the block. A complete block is used in place; a block that is
+// too short, or whose last text has no NUL, is copied and padded with zeroes.
 template <typename Record>
 class ReadableRecord {
  public:
@@ -54,7 +54,7 @@ class ReadableRecord {
         block.size() >= sizeof(Record) &&
         std::memchr(block.data() + textOffset, 0, block.size() - textOffset) != nullptr;
     if (!whole) {
-      // One more, for the end of the text.
+      // One byte more, for the NUL of the text.
       const std::size_t length = std::max(block.size() + 1, sizeof(Record));
       padded_.reset(static_cast<unsigned char*>(::operator new(length)));
       std::memset(padded_.get(), 0, length);
@@ -74,13 +74,14 @@ class ReadableRecord {
 };
 
 // The counted list of blocks in a reply: argument 0 is the count, arguments 1 to count are blocks.
-// The first empty block, or the first that is missing, ends the list, and makes it a bad reply.
+// The first empty or missing block ends the list and makes the reply a bad one.
 class BlockList {
  public:
-  // How the block that ends the list early is logged.
+  // The level of the log line for the block that ends the list early.
   enum class EmptyBlock { kDebug, kError };
 
-  // reply may be null. Log lines name the function and line.
+  // reply  may be null
+  // Log lines name the function and line.
   BlockList(std::shared_ptr<QXBusMessage> reply, ErrorReport& report, const char* function,
             int line)
       : reply_(std::move(reply)),
@@ -90,7 +91,7 @@ class BlockList {
         line_(line) {}
 
   explicit operator bool() const { return reply_ != nullptr; }
-  // As announced; it may be negative, or more than there are.
+  // The count in the reply: may be negative, or more than there are blocks.
   int count() const { return count_; }
 
   template <typename Take>
@@ -106,8 +107,8 @@ class BlockList {
     }
   }
 
-  // Each block in malloc'ed memory of its own, exactly as long, which the report notes. prepare
-  // sees the block first.
+  // A malloc'ed copy of each block, exactly as long, which the report notes. prepare(block) runs
+  // before each copy.
   template <typename Record, typename Prepare>
   std::list<Record*> copies(EmptyBlock logged, Prepare prepare) const {
     std::list<Record*> records;
@@ -145,7 +146,7 @@ void freeEach(const std::list<Record*>& records) {
   }
 }
 
-// The text in a field of fixed size, which a hostile or careless sender need not have ended.
+// The text in a field of fixed size, with or without a NUL at its end.
 template <std::size_t size>
 std::string textIn(const char (&field)[size]) {
   return std::string(field, strnlen(field, size));

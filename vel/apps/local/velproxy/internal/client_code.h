@@ -1,5 +1,5 @@
-// Calls of the client's code: its callbacks, and on threads of the bus also what a subclass
-// overrides.
+// Calls of the client's code: callbacks, and on threads of the bus also the operations that a
+// subclass overrides.
 
 #ifndef VEL_APPS_LOCAL_VELPROXY_INTERNAL_CLIENT_CODE_H
 #define VEL_APPS_LOCAL_VELPROXY_INTERNAL_CLIENT_CODE_H
@@ -10,8 +10,8 @@
 
 namespace qx {
 
-// Runs an action that calls the client's code, and logs an exception. One action is one call, so
-// that an exception skips no other call.
+// Runs an action that calls the client's code once, and logs an exception. Each call has an action
+// of its own, so that an exception skips no other call.
 template <typename Action>
 void withoutExceptions(const Action& action) {
   try {
@@ -21,7 +21,7 @@ void withoutExceptions(const Action& action) {
   }
 }
 
-// Calls each callback of a table, in ascending order of user data, and after(userData) behind it.
+// Calls each callback of a table in ascending order of user data, and after(userData) after each.
 template <typename Record, typename After>
 void callEach(const std::map<void*, int (*)(unsigned short, Record, void*)>& callbacks,
               unsigned short code, const Record& record, After after) {

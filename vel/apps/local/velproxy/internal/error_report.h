@@ -22,8 +22,8 @@ struct OperationAccount {
 //
 //   ErrorReport("updateDriveToken").refuse("the token is empty");
 //
-// The first failure counts. It is the thread's last error at once, for the callbacks that the
-// operation calls, and again at the end of the operation, whatever those callbacks have called.
+// The first failure counts. It becomes the thread's last error at once, so that callbacks of the
+// operation can read it, and again at the end, because callbacks may have called other operations.
 class ErrorReport {
  public:
   // method  the bus method; empty for an operation that has none

@@ -10,14 +10,14 @@
 
 namespace qx {
 
-// The lifetime of a VelProxy, shared by the object and by the threads of the bus that work for it:
-// they outlive the object, and so does this.
+// The lifetime of a VelProxy. The object shares it with the threads of the bus that work for the
+// object, because these threads may outlive the object.
 //
 //   const Lifetime::Visit visit(lifetime);
 //   if (visit) { ... }  // the object exists
 class Lifetime {
  public:
-  // Work for the object on the thread that constructs this.
+  // Work for the object by the thread that constructs the visit.
   class Visit {
    public:
     explicit Visit(std::shared_ptr<Lifetime> lifetime);
@@ -40,8 +40,8 @@ class Lifetime {
     bool isListed_ = false;
   };
 
-  // For the destructor of the object. From now on visits are refused and pauses end. Returns when
-  // no thread but this one is visiting.
+  // For the destructor of the object. Refuses visits and ends pauses from now on, and returns when
+  // no other thread is visiting.
   void end();
   bool hasEnded();
   // Returns after the duration, or when end() is called.

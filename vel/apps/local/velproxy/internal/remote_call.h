@@ -24,7 +24,7 @@ namespace qx {
 class Request {
  public:
   static constexpr int kUsualTimeoutMs = 3000;
-  // For methods whose work takes the service seconds.
+  // For methods that keep the service busy for seconds.
   static constexpr int kSlowTimeoutMs = 10000;
   static constexpr int kNoTimeout = -1;
   static constexpr int kNoAnswer = -1;
@@ -43,19 +43,19 @@ class Request {
   // Before method(): other log lines than the usual.
   Request& withTexts(const Texts& texts);
 
-  // Whether there is a service to call. The first question logs an error if there is none.
+  // Whether there is a connection. The first call logs an error when there is none.
   bool connected(const char* method);
 
   Request& method(const char* name, int timeoutMs = kUsualTimeoutMs);
   explicit operator bool() const { return message_ != nullptr; }
 
-  // The service's number of a VM; may itself ask the service. 0 without a connection.
+  // The service's number of a VM, which may need a request of its own. 0 without a connection.
   unsigned int numberOf(const std::string& vmId) {
     return message_ ? report_.numberOf(proxy_, vmId) : 0;
   }
 
   Request& vm(const std::string& vmId) { return int32(numberOf(vmId)); }
-  // Keeps the bits: 65535 travels as -1.
+  // The bits stay the same: 65535 travels as -1.
   Request& int16(unsigned short value);
   Request& int32(int value);
   Request& int32(unsigned int value);
@@ -68,9 +68,9 @@ class Request {
   }
   Request& bytes(const void* data, std::size_t length);
   Request& bytes(const std::string& value) { return bytes(value.data(), value.size()); }
-  // The 8 bytes of a number, as they lie in memory.
+  // The 8 bytes of a number in memory order.
   Request& eightBytes(unsigned long long value) { return bytes(&value, sizeof value); }
-  // Logs the reply, whatever it is.
+  // Logs the reply, of whatever type.
   Request& loggingReply();
 
   // Makes the call. The reply if it is a normal one, otherwise null.
@@ -109,7 +109,7 @@ class Request {
   const char* function_;
   int line_;
   bool hasTakenConnection_ = false;
-  bool isTested_ = false;  // whether connected() has been asked
+  bool isTested_ = false;  // connected() has been called
   bool logsReply_ = false;
   int timeoutMs_ = kUsualTimeoutMs;
   std::shared_ptr<QXBusProxyInterface> interface_;

@@ -2,9 +2,9 @@
 //
 //   VEL_DEBUG("vmId:%s, port:%d", vmId.c_str(), port);
 //
-// writes the text in quotes behind file, function and line. The text must be a literal, so that the
-// compiler checks it against the arguments. VEL_DEBUG_AT and VEL_ERROR_AT name another place than
-// their own, for code that logs on behalf of an operation.
+// writes file, function and line, then the text in quotes. The text must be a literal, so that the
+// compiler checks it against the arguments. VEL_DEBUG_AT and VEL_ERROR_AT take function and line
+// from the caller, for code that logs for an operation.
 
 #ifndef VEL_APPS_LOCAL_VELPROXY_INTERNAL_VEL_LOG_H
 #define VEL_APPS_LOCAL_VELPROXY_INTERNAL_VEL_LOG_H
@@ -27,8 +27,8 @@ inline constexpr char kLogFile[] = "vel_proxy";
 #define VEL_ERROR_AT(function, line, ...) \
   VEL_LOG_(qx::kErrorLevel, "Error:", function, line, __VA_ARGS__)
 
-// A text without arguments must not leave a comma behind, so the number of arguments (at most 11)
-// chooses between two forms.
+// The number of arguments (at most 11) selects one of two forms, because a text without arguments
+// must not leave a comma at the end.
 #define VEL_LOG_(level, word, function, line, ...)                                           \
   VEL_LOG_CHOOSE_(__VA_ARGS__, VEL_LOG_ARGS_, VEL_LOG_ARGS_, VEL_LOG_ARGS_, VEL_LOG_ARGS_,   \
                   VEL_LOG_ARGS_, VEL_LOG_ARGS_, VEL_LOG_ARGS_, VEL_LOG_ARGS_, VEL_LOG_ARGS_, \
