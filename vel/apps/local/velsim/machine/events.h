@@ -23,7 +23,7 @@ enum class DeviceChange {
   kUnplugged,
   kAttached,
   kDetached,
-  kAltered,  // its name, its policy, or whether it is ignored
+  kAltered,  // name, policy, or ignored
   kMounted,
   kUnmounted,
 };

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "base/text.h"
 #include "vel/apps/local/velsim/service/arguments.h"
 #include "vel/apps/local/velsim/service/json_text.h"
 #include "vel/apps/local/velsim/service/simulator.h"
@@ -13,14 +14,13 @@ namespace {
 
 using qxbus::Values;
 
+// All 16 digits.
 std::string hex(std::uint64_t number) {
-  constexpr char kDigits[] = "0123456789abcdef";
-  constexpr int kBits = 64;
-  constexpr int kBitsPerDigit = 4;
-  constexpr std::uint64_t kDigit = 0xF;
+  constexpr int kHighestByte = 56;
+  constexpr int kBitsOfByte = 8;
   std::string text = "0x";
-  for (int shift = kBits - kBitsPerDigit; shift >= 0; shift -= kBitsPerDigit) {
-    text += kDigits[number >> shift & kDigit];
+  for (int shift = kHighestByte; shift >= 0; shift -= kBitsOfByte) {
+    base::appendHex(&text, static_cast<unsigned char>(number >> shift));
   }
   return text;
 }
