@@ -16,7 +16,8 @@ namespace fs = std::filesystem;
 // The names that the sources give to threads. Those of the bus begin alike, because some are given
 // to an object that starts the thread.
 std::set<std::string> threadNames() {
-  const std::regex name(R"re("(qxbus-[a-z]+)"|startThread\("([^"]+)")re");
+  const std::regex name(
+      R"re("(qxbus-[a-z]+)"|(?:startThread|Background<\w+> \w+)\(\s*"([^"]+)")re");
   std::set<std::string> names;
   for (const char* const folder : {"base", "bus", "examples", "pen", "platform", "vel"}) {
     for (const std::string& file : documents::sourceFiles(REPOSITORY, folder)) {
