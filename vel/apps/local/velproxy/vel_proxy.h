@@ -15,9 +15,10 @@
 // BLOCKING   An operation that names a bus method waits for the answer, at most the time in its
 //            comment (3000 ms if it gives none). Three waits may come before: for calls of other
 //            threads, because calls are made one at a time; for connecting while the service is
-//            away, up to 2 s when the bus does not answer, one thread after the other; for the
-//            number of a VM that is used for the first time, up to 3000 ms (GetVmIdInt).
-//            Operations that do not wait for the answer have the same three waits.
+//            away, where an attempt ends after 2 s without an answer of the bus, and threads make
+//            their attempts one after the other; for the number of a VM that is used for the first
+//            time, up to 3000 ms (GetVmIdInt). Operations that do not wait for the answer have the
+//            same three waits.
 //            Without a bus method, getInstance and Init wait for connecting, ReleaseService waits
 //            for a call that runs, operations that register, unregister or notify wait for a
 //            callback that runs; RegisterCmdCallback and all others do not wait.
@@ -284,7 +285,7 @@ class VelProxy {
 
   // Adds a network printer under the name "defaultPrinter": the next form with that name.
   //
-  // printerAddr  its address; not null
+  // printerAddr  its address; null counts as empty
   virtual int AddNetworkPrinter(const char* printerAddr);
 
   // Adds a network printer.
@@ -424,7 +425,7 @@ class VelProxy {
   // length     not used: shorter data is read beyond its end
   virtual void PortData(const std::string& name, unsigned char* data, unsigned int length);
 
-  // --- Devices of this machine, VM numbers -----------------------------------------------------
+  // --- Devices of this machine, VM ids ---------------------------------------------------------
 
   // The devices of this machine: GetDeviceList("").
   virtual std::list<CommonDevice*> GetLocalDeviceList();
@@ -438,8 +439,8 @@ class VelProxy {
   //            -> int32 status
   virtual int SetDeviceLocalPolicy(CommonDevice* device);
 
-  // The service's number for a VM. Asked once; then remembered until the service dies. While the
-  // service is connected, does not wait for calls of other threads.
+  // The service's number for a VM. A number other than 0 is remembered until the service dies.
+  // While the service is connected, this operation does not wait for calls of other threads.
   //
   // returns    the number; 0: vmId is empty or not known to the service, or no answer
   // bus        getVmListSize(string vmId) -> int32 number
@@ -504,8 +505,8 @@ class VelProxy {
   // Sends a command to the service, which may answer later to the callback of RegisterCmdCallback.
   // Writes a line to standard output.
   //
-  // returns    the service's status; -1: no answer. With a service, the callback has then been
-  //            called with (cmdId & 0xFFFF, null)
+  // returns    the service's status; -1: no answer. Unless there is no service, the callback has
+  //            then been called with (cmdId & 0xFFFF, null)
   // bus        dovelcmd(vm, string args, int32 cmdId) -> int32 status
   virtual int DoVelCmd(std::string vmId, std::string args, int cmdId);
 

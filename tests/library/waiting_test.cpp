@@ -1,0 +1,188 @@
+// The statements of vel_proxy.h on waiting: which operations wait for a callback that runs or for a
+// call of another thread, and which do not.
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/library/proxy_test.h"
+
+namespace {
+
+struct NamedCall {
+  std::string name;
+  std::function<void()> run;
+};
+
+int userData;
+int otherUserData;
+
+int deviceCallback(unsigned short, CommonDevice*, void*) {
+  scripted::Timeline::the().record("device callback runs");
+  return 0;
+}
+
+int cmdCallback(unsigned short, CmdResponse*, void*) {
+  scripted::Timeline::the().record("command callback runs");
+  return 0;
+}
+
+int resultCallback(unsigned short, _ConfigNewDeviceResult*, void*) {
+  return 0;
+}
+
+int vmCallback(unsigned short code, void*, void* data) {
+  *static_cast<int*>(data) += code;
+  return 0;
+}
+
+class WaitingTest : public ProxyTest {
+ protected:
+  WaitingTest() {
+    proxy->RegisterDeviceCallback(&deviceCallback, &userData);
+    proxy->RegisterCmdCallback(&cmdCallback, &userData);
+    bus.answer("resetService", Reply().int32(0));
+    forget();
+  }
+
+  // On a thread of the bus, until the gate of its callback is open.
+  Background<bool> emitting(int code) {
+    return Background<bool>([this, code] {
+      bus.emit("velevent", EventArguments().int32(0).int32(code).bytes(Bytes(700, 0)));
+      return true;
+    });
+  }
+  static std::string endOf(const std::string& name) { return name + " has returned"; }
+  Background<bool> running(const NamedCall& call) {
+    return Background<bool>([this, call] {
+      call.run();
+      timeline.record(endOf(call.name));
+      return true;
+    });
+  }
+  void expectToReturn(const NamedCall& call) {
+    const Background<bool> called = running(call);
+    EXPECT_TRUE(timeline.waitFor(endOf(call.name))) << call.name << " waits";
+  }
+
+  // Operations of which the header says that they wait for nothing.
+  std::vector<NamedCall> localCalls() {
+    return {
+        {"CheckPrinterCallback", [this] { proxy->CheckPrinterCallback(); }},
+        {"CheckDeviceCallback", [this] { proxy->CheckDeviceCallback(); }},
+        {"RegisterCmdCallback", [this] { proxy->RegisterCmdCallback(nullptr, nullptr); }},
+        {"GetVmIdString", [this] { proxy->GetVmIdString(1); }},
+        {"FreeDeviceList", [this] { proxy->FreeDeviceList({}); }},
+        {"FreePolicyList", [this] { proxy->FreePolicyList({}); }},
+        {"ConnectUsbredir", [this] { proxy->ConnectUsbredir("win11", {}); }},
+        {"DisconnectUsbredir", [this] { proxy->DisconnectUsbredir("win11", {}); }},
+        {"PortInit", [this] { proxy->PortInit("space.port.2", true, nullptr); }},
+        {"PortStatus", [this] { proxy->PortStatus("space.port.2", true); }},
+        {"PortData", [this] { proxy->PortData("space.port.2", nullptr, 0); }},
+        {"getInstance", [] { qx::VelProxy::getInstance(); }},
+        {"Init", [this] { proxy->Init(); }},
+    };
+  }
+};
+
+TEST_F(WaitingTest, OperationsThatRegisterUnregisterOrNotifyWaitForACallback) {
+  CommonDevice device = {};
+  _ConfigNewDeviceResult result = {};
+  const std::vector<NamedCall> calls = {
+      {"RegisterCallback", [&] { proxy->RegisterCallback("win11", nullptr, nullptr); }},
+      {"UnregisterCallback", [&] { proxy->UnregisterCallback("win11"); }},
+      {"UnregisterPrinterCallback", [&] { proxy->UnregisterPrinterCallback(); }},
+      {"RegisterDeviceCallback",
+       [&] { proxy->RegisterDeviceCallback(&deviceCallback, &otherUserData); }},
+      {"UnregisterDeviceCallback", [&] { proxy->UnregisterDeviceCallback(&otherUserData); }},
+      {"RegisterConfigNewDevResultCallback",
+       [&] { proxy->RegisterConfigNewDevResultCallback(&resultCallback, &userData); }},
+      {"UnregisterConfigNewDevResultCallback",
+       [&] { proxy->UnregisterConfigNewDevResultCallback(&userData); }},
+      {"UnregisterJoystickCallback", [&] { proxy->UnregisterJoystickCallback(&userData); }},
+      {"DeviceBaseInfoNotify", [&] { proxy->DeviceBaseInfoNotify(7, &device); }},
+      {"ConfigNewDeviceResultNotify", [&] { proxy->ConfigNewDeviceResultNotify(2, &result); }},
+      {"JoystickResultNotify", [&] { proxy->JoystickResultNotify(1, nullptr); }},
+  };
+  Gate gate = timeline.hold("device callback runs");
+  Background<bool> event = emitting(4);
+  ASSERT_TRUE(gate.isReached());
+
+  std::vector<std::unique_ptr<Background<bool>>> waiting;
+  for (const NamedCall& call : calls) {
+    waiting.push_back(std::make_unique<Background<bool>>([this, &call] {
+      call.run();
+      timeline.record(endOf(call.name));
+      return true;
+    }));
+  }
+
+  for (const NamedCall& call : calls) {
+    EXPECT_FALSE(timeline.happensSoon(endOf(call.name))) << call.name << " does not wait";
+  }
+  gate.open();
+  for (const NamedCall& call : calls) {
+    EXPECT_TRUE(timeline.waitFor(endOf(call.name))) << call.name;
+  }
+}
+
+TEST_F(WaitingTest, OtherLocalOperationsDoNotWaitForACallback) {
+  Gate gate = timeline.hold("device callback runs");
+  Background<bool> event = emitting(4);
+  ASSERT_TRUE(gate.isReached());
+
+  for (const NamedCall& call : localCalls()) {
+    expectToReturn(call);
+  }
+
+  gate.open();
+}
+
+TEST_F(WaitingTest, LocalOperationsDoNotWaitForACall) {
+  Gate gate = timeline.hold("call resetService(");
+  Background call([this] { return proxy->ResetService(); });
+  ASSERT_TRUE(gate.isReached());
+
+  for (const NamedCall& local : localCalls()) {
+    expectToReturn(local);
+  }
+
+  gate.open();
+  EXPECT_EQ(call.result(), 0u);
+}
+
+// A client must keep its user data alive longer than the registration.
+TEST_F(WaitingTest, TheCommandCallbackMayStillRunWhenItsRegistrationHasEnded) {
+  Gate gate = timeline.hold("command callback runs");
+  Background<bool> event = emitting(66);
+  ASSERT_TRUE(gate.isReached());
+
+  EXPECT_EQ(proxy->RegisterCmdCallback(nullptr, nullptr), 0);
+
+  EXPECT_EQ(timeline.count("Debug HandleEvent: cb exec end"), 0) << "the callback has ended";
+  gate.open();
+  EXPECT_TRUE(event.isDone());
+  EXPECT_EQ(timeline.count("command callback runs"), 1);
+}
+
+TEST_F(WaitingTest, ARegistrationBetweenADeathAndCode5EndsWithCode5) {
+  int codes = 0;
+  disconnect(*instance);
+  timeline.when("Error onServiceDeath: vel serviced death", [&] {
+    proxy->RegisterCallback("win11", &vmCallback, &codes);
+    bus.setRegistered(true);
+  });
+  bus.serviceDies();
+  bus.waitForDeaths();
+  EXPECT_EQ(codes, 5);
+
+  ASSERT_EQ(proxy->Init(), 0u);
+  bus.serviceDies();
+  bus.waitForDeaths();
+
+  EXPECT_EQ(codes, 5) << "the registration has outlived code 5";
+}
+
+}  // namespace
