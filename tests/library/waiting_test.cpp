@@ -153,6 +153,31 @@ TEST_F(WaitingTest, LocalOperationsDoNotWaitForACall) {
   EXPECT_EQ(call.result(), 0u);
 }
 
+TEST_F(WaitingTest, ThreadsThatWaitedForAnAttemptToConnectShareItsFailure) {
+  constexpr unsigned int kFailed = 0xFFFFFFFF;
+  const std::string attempt = "isServiceRegistered(";
+  qx::VelProxy own;
+  bus.setRegistered(false);
+  forget();
+  Gate gate = timeline.hold(attempt);
+  const auto connect = [&own] { return own.Init(); };
+  Background first(connect);
+  ASSERT_TRUE(gate.isReached());
+
+  Background second(connect);
+  Background third(connect);
+  Background fourth(connect);
+  EXPECT_FALSE(timeline.happensSoon(attempt, 2)) << "a thread does not wait";
+  gate.open();
+
+  EXPECT_EQ(first.result(), kFailed);
+  EXPECT_EQ(second.result(), kFailed);
+  EXPECT_EQ(third.result(), kFailed);
+  EXPECT_EQ(fourth.result(), kFailed);
+  // A thread that was slow to start makes an attempt of its own.
+  EXPECT_LT(timeline.count(attempt), 4);
+}
+
 // A client must keep its user data alive longer than the registration.
 TEST_F(WaitingTest, TheCommandCallbackMayStillRunWhenItsRegistrationHasEnded) {
   Gate gate = timeline.hold("command callback runs");

@@ -96,10 +96,23 @@ unsigned int VelProxy::Init() {
   if (currentInterface()) {
     return 0;
   }
+  const unsigned int failures = failedInits_.load();
   const platform::MutexLock lock(callMutex_);
   if (currentInterface()) {
     return 0;
   }
+  // Without an answer of the bus an attempt takes seconds: threads that waited for one share its
+  // failure instead of making theirs one after the other.
+  if (failedInits_.load() != failures) {
+    report.fail(VelError::Kind::kNoService, failedInitReason_);
+    return kFailed;
+  }
+  const auto fail = [&](const char* reason) QX_REQUIRES(callMutex_) {
+    report.fail(VelError::Kind::kNoService, reason);
+    failedInitReason_ = reason;
+    ++failedInits_;
+    return kFailed;
+  };
   const std::string logPath = GetAppDataPath();
   if (!logPath.empty()) {
     std::printf("set vel log path:%s \n", logPath.c_str());
@@ -111,20 +124,17 @@ unsigned int VelProxy::Init() {
   serviceManager_.store(manager);
   if (!manager) {
     VEL_ERROR("QXBusSerivceManager::initSync failed");
-    report.fail(VelError::Kind::kNoService, "the bus cannot be reached");
-    return kFailed;
+    return fail("the bus cannot be reached");
   }
   if (!manager->isServiceRegistered(velprotocol::kServiceName)) {
     VEL_ERROR("isServiceRegistered failed");
-    report.fail(VelError::Kind::kNoService, "no service on the bus");
-    return kFailed;
+    return fail("no service on the bus");
   }
   const std::shared_ptr<QXBusProxyInterface> interface = manager->getServiceProxyInterface(
       velprotocol::kServiceName, QXBUS_SECURITY_SAME_USER_OR_ROOT, kInterfaceMode);
   if (!interface) {
     VEL_ERROR("getServiceProxyInterface failed");
-    report.fail(VelError::Kind::kNoService, "the service left the bus or is not trusted");
-    return kFailed;
+    return fail("the service left the bus or is not trusted");
   }
   std::atomic_store(&interface_, interface);
 

@@ -15,8 +15,8 @@
 // BLOCKING   An operation that names a bus method waits for the answer, at most the time in its
 //            comment (3000 ms if it gives none). Three waits may come before: for calls of other
 //            threads, because calls are made one at a time; for connecting while the service is
-//            away, where an attempt ends after 2 s without an answer of the bus, and threads make
-//            their attempts one after the other; for the number of a VM that is used for the first
+//            away, where an attempt ends after 2 s without an answer of the bus, and threads that
+//            waited for it share its failure; for the number of a VM that is used for the first
 //            time, up to 3000 ms (GetVmIdInt). Operations that do not wait for the answer have the
 //            same three waits.
 //            Without a bus method, getInstance and Init wait for connecting, ReleaseService waits
@@ -842,6 +842,9 @@ class VelProxy {
   // The smallest user data of the device callbacks, or null; whether there are per-VM callbacks.
   std::atomic<void*> firstDeviceUserData_{nullptr};
   std::atomic<bool> hasVmCallbacks_{false};
+  // Counts the attempts to connect that failed, and keeps the reason of the last.
+  std::atomic<unsigned int> failedInits_{0};
+  const char* failedInitReason_ QX_GUARDED_BY(callMutex_) = "";
   // Shared with the threads of the bus that work for this object.
   const std::shared_ptr<Lifetime> lifetime_;
 };
