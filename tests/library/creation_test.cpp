@@ -11,7 +11,7 @@ namespace {
 using testing::ElementsAre;
 using testing::StartsWith;
 
-class CreationTest : public BusTest {
+class CreationTest : public ScriptedBusTest {
  protected:
   CreationTest() {
     GTEST_FLAG_SET(death_test_style, "fast");

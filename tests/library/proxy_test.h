@@ -34,15 +34,15 @@ constexpr unsigned int kFailed = 0xFFFFFFFF;
 
 // The doubles in their first state: bus and service are there, there is no data path, nothing is
 // recorded.
-class BusTest : public testing::Test {
+class ScriptedBusTest : public testing::Test {
  protected:
-  BusTest() {
+  ScriptedBusTest() {
     bus.reset();
     timeline.reset();
     log.clear();
     scripted::setDataPath("");
   }
-  ~BusTest() override {
+  ~ScriptedBusTest() override {
     bus.reset();
     timeline.reset();
   }
@@ -63,7 +63,7 @@ class BusTest : public testing::Test {
 // instance exists beside it and is connected, so that the getInstance() of each operation leaves no
 // event; after disconnect(*instance) it connects, and so leaves events.
 template <typename Proxy>
-class ProxyTestOf : public BusTest {
+class ProxyTestOf : public ScriptedBusTest {
  protected:
   ProxyTestOf() : instance(qx::VelProxy::getInstance()), proxy(std::make_unique<Proxy>()) {
     proxy->Init();

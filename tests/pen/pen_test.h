@@ -85,7 +85,7 @@ inline std::uint32_t numberAt(const Bytes& bytes, std::size_t offset) {
 }
 
 // A proxy that is never connected, and a port that records the frames.
-class PenTest : public BusTest {
+class PenTest : public ScriptedBusTest {
  protected:
   PenTest() { forget(); }
 
