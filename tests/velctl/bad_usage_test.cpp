@@ -200,7 +200,7 @@ TEST_F(BadUsageTest, RequiredArgumentsMustBeThere) {
 TEST_F(BadUsageTest, ANumberMustBeOneAndNotTooLarge) {
   struct Row {
     std::string before;
-    std::string name;  // of what stands there
+    std::string name;  // of the number
     std::string after;
     std::string above;  // one more than the largest
   };

@@ -1,4 +1,4 @@
-// velctl watch while nobody reads its output.
+// velctl watch while its output is blocked.
 
 #include <algorithm>
 #include <chrono>

@@ -5,7 +5,7 @@
 namespace velctl_tests {
 namespace {
 
-// What a table has above its rows, when no cell is wider.
+// The headings of a table whose cells are not wider.
 constexpr char kHeadings[] = "NUMBER  STATUS  POLICY  VM  NAME\n";
 constexpr char kHeadingsWithNumbersOfVms[] = "NUMBER  STATUS  POLICY  VM   NAME\n";
 
@@ -17,7 +17,7 @@ std::string camera(int status, int vmNumber) {
   return only(deviceJson(12, status, 0, "", vmNumber, "", "Built-in camera"), "12");
 }
 
-// What velsim knows of USB devices.
+// The answer of velsim's command usb.
 std::string usb(const std::string& elements) {
   return R"({"usb":[)" + elements + "]}";
 }

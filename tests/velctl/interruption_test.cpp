@@ -61,6 +61,19 @@ TEST_F(FakeServiceTest, AnInterruptedSearchForSharedPrintersIsStopped) {
   }
 }
 
+TEST_F(FakeServiceTest, ASearchThatCannotBeStoppedIsReported) {
+  service().hold("searchSharePrinter");
+  service().answer("stopSearchSharePrinter", FakeService::Error{"out of order"});
+  Process search(options("printer shared search 10.0.0.7"));
+  ASSERT_TRUE(comesTrue([&] { return service().requests().size() == 1; })) << search.err();
+
+  const Finished finished = search.end(SIGINT);
+
+  EXPECT_EQ(finished.status, velctl::kExitInterrupted);
+  EXPECT_THAT(finished.err,
+              EndsWith(": interrupted; the search could not be stopped: out of order\n"));
+}
+
 // The stop of the search has no answer either.
 TEST_F(FakeServiceTest, ASecondInterruptEndsASearchAtOnce) {
   service().hold("searchSharePrinter");

@@ -37,8 +37,7 @@ Added<Arguments> addCommand(CommandLine& commandLine, const ParserCommand& group
 std::string numberRule(unsigned long long most);
 
 // Adds an option, or a positional argument, for a number up to most: decimal, or hexadecimal behind
-// 0x. The parser's own reading of unsigned numbers accepts -1 and what is too large, and reads 010
-// as 8.
+// 0x. The parser's own conversion accepts -1 and numbers that are too large, and takes 010 for 8.
 ParserOption addNumber(const ParserCommand& command, const std::string& name,
                        unsigned long long most, const std::string& help,
                        std::function<void(unsigned long long)> take);

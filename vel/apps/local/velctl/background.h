@@ -13,12 +13,12 @@
 
 namespace velctl {
 
-// Runs a function on a thread of its own, which outlives this object if need be: a call that nobody
-// waits for any more must not delay the end of the program. So the function owns what it uses.
+// Runs a function on a thread of its own. The thread may outlive this object, so that an abandoned
+// call does not delay the end of the program; the function must own everything it uses.
 template <typename Result>
 class Background {
  public:
-  // onEnd runs on that thread, behind the function. Throws Failure when there is no thread.
+  // onEnd runs on that thread, behind the function. Throws Failure when the thread cannot start.
   Background(const char* name, std::function<Result()> function, std::function<void()> onEnd) {
     const auto task = std::make_shared<std::packaged_task<Result()>>(std::move(function));
     result_ = task->get_future();
@@ -32,7 +32,7 @@ class Background {
     thread->detach();
   }
 
-  // Waits for the result, or throws what the function has thrown. Once.
+  // Waits for the result, or throws the function's exception. Call it once.
   Result get() { return result_.get(); }
 
  private:

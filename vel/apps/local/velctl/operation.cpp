@@ -163,7 +163,7 @@ void Operation::finish(const Output& output, int status, const std::string& done
 void Operation::finishSent(const Output& output, unsigned int status, const std::string& done) {
   check();
   // The request has only been handed to the bus, and would be lost if this process ended now. The
-  // bus keeps the order of what one connection sends, so the answer to a later request shows that
+  // bus keeps the order of the requests of one connection, so the answer to a later one shows that
   // the service has received this one.
   call(&qx::VelProxy::GetVmList);
   finish(output, status, done);

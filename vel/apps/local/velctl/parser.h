@@ -17,16 +17,16 @@ class Option;
 
 namespace velctl {
 
-// One option, or one argument without a name. A handle: the parser owns what it stands for.
+// An option, or a positional argument. A handle: the parser owns the option.
 class ParserOption {
  public:
-  // What is wrong with a text; empty when nothing is.
+  // Returns the mistake in a text; empty for a correct one.
   using Check = std::function<std::string(const std::string&)>;
 
   explicit ParserOption(CLI::Option* option) : option_(option) {}
 
   const ParserOption& required() const;
-  // What stands for its value in the help.
+  // The word for the value in the help.
   const ParserOption& typeName(const std::string& name) const;
   const ParserOption& check(const Check& check) const;
 
@@ -34,10 +34,10 @@ class ParserOption {
   CLI::Option* option_;
 };
 
-// A command, or a group of them. A handle: the parser owns what it stands for.
+// A command, or a group of commands. A handle: the parser owns the command.
 //
-// Names of options begin with hyphens; others are arguments at their place. Variables are filled in
-// when the command line is parsed, and must live until then.
+// Names of options begin with hyphens; other names are those of positional arguments. Variables are
+// filled in when the command line is parsed, and must live until then.
 class ParserCommand {
  public:
   explicit ParserCommand(CLI::App* app) : app_(app) {}
@@ -57,7 +57,7 @@ class ParserCommand {
                          const std::string& help) const;
   ParserOption addOption(const std::string& name, int& value, const std::string& help) const;
   ParserOption addOption(const std::string& name, short& value, const std::string& help) const;
-  // Read by a function that says what is wrong with the text, or nothing.
+  // Read by a function, which returns the mistake in the text.
   ParserOption addOption(const std::string& name, const ParserOption::Check& read,
                          const std::string& help) const;
 

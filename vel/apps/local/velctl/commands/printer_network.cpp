@@ -12,7 +12,7 @@
 namespace velctl {
 namespace {
 
-// The library refuses empty texts here. So does velctl, which knows what each text is.
+// The library refuses empty texts here, too, but does not name the argument.
 void refuseEmpty(const std::string& method, const std::string& meaning, const std::string& text) {
   if (text.empty()) {
     throw Failure(kExitUsage,

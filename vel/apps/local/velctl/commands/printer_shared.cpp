@@ -43,7 +43,7 @@ struct Address {
   std::string address;
 };
 
-// Asks the service and writes nothing yet: the search may have been given up meanwhile.
+// Writes the result of a search. Only the main thread writes, and not after an interruption.
 using WriteResult = std::function<void(const Output&)>;
 
 WriteResult searchAt(const std::string& address) {
@@ -65,12 +65,16 @@ WriteResult searchAt(const std::string& address) {
   };
 }
 
-// The service goes on with a search that nobody waits for.
-void stopSearch() {
+// Without a stop the service would go on with the search. Returns the result as a message.
+std::string stopSearch() {
   // The search holds the call mutex of the library's one instance, so this takes another.
   qx::VelProxy proxy;
   proxy.Init();
   proxy.StopSearchSharePrinterDevice();
+  const qx::VelError error = qx::VelProxy::lastError();
+  return error.kind == qx::VelError::Kind::kNone
+             ? "the service was asked to stop the search"
+             : "the search could not be stopped: " + base::printable(error.text);
 }
 
 void search(const Output& output, const Address& given) {
@@ -87,9 +91,8 @@ void search(const Output& output, const Address& given) {
   const bool hasEnded = withElapsedTime("searching for shared printers", timeLimitOf(kSearch),
                                         [&ends] { return ends->next().has_value(); });
   if (!hasEnded) {
-    stopSearch();
     throw Failure(kExitInterrupted, std::string(kSearch) + " " + printableInQuotes(given.address) +
-                                        ": interrupted; the service was asked to stop the search");
+                                        ": interrupted; " + stopSearch());
   }
   request.get()(output);
 }

@@ -104,8 +104,8 @@ class WatchedVm {
 
   const std::string& vmId() const { return vmId_; }
 
-  // A registration ends with the session. Call this outside the callback: it waits until the library
-  // has dropped the old registrations.
+  // A registration ends with the session. Call this outside the callback: it waits until the
+  // library has dropped the old registrations.
   void registerAgain() { feed_.proxy().RegisterCallback(vmId_, &WatchedVm::onEvent, this); }
 
   // The library drops events of VMs whose numbers it has not learned, which it forgets when the
