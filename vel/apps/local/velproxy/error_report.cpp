@@ -55,7 +55,7 @@ void ErrorReport::failUnknownVm(const std::string& vmId) {
 
 unsigned int ErrorReport::numberOf(VelProxy& proxy, const std::string& vmId) {
   // An override of GetVmIdInt need not be or call an operation.
-    last_.error = {};
+  last_.error = {};
   const unsigned int number = proxy.GetVmIdInt(vmId);
   if (number == 0 && !vmId.empty()) {
     failLookUp(VelError(last_.error), vmId);
