@@ -35,8 +35,8 @@ enum class Subject {
 constexpr int kQuickMs = 500;
 constexpr int kShortMs = 2000;
 constexpr int kUsualMs = 3000;
-constexpr int kLongMs = 10000;
-constexpr int kSlowMs = 30000;
+constexpr int kSlowMs = 10000;
+constexpr int kSearchMs = 30000;
 // The client library does not wait. The service answers all the same.
 constexpr int kAsynchronousMs = -1;
 
@@ -128,9 +128,9 @@ inline constexpr Method kMethods[] = {
     {"setRtcQosInfo", "vm:i type:t [figure:t]", "status:i", kAsynchronousMs, Subject::kQuality,
      "Reports the quality of real-time communication. figure goes with type 1 only, and may be "
      "missing."},
-    {"diagnose", "vm:i sourceId:ay8", "text:s", kLongMs, Subject::kDiagnosis,
+    {"diagnose", "vm:i sourceId:ay8", "text:s", kSlowMs, Subject::kDiagnosis,
      "Diagnoses the redirection of a source. The text is JSON; progress follows as event 9."},
-    {"diagnoseDevice", "vm:i device:i", "text:s", kLongMs, Subject::kDiagnosis,
+    {"diagnoseDevice", "vm:i device:i", "text:s", kSlowMs, Subject::kDiagnosis,
      "Diagnoses the redirection of a device, as diagnose does."},
     {"CheckCameraAuthStat", "", "status:i", kUsualMs, Subject::kDiagnosis,
      "Returns whether the service may use the camera; of velsim 0: allowed, 1: denied, 2: no "
@@ -151,7 +151,7 @@ inline constexpr Method kMethods[] = {
     {"resetAllDeviceProperty", "unused:i", "status:i", kUsualMs, Subject::kPolicies,
      "Resets all properties."},
     {"searchSharePrinter", "address:s", "result:i [count:i (address:s name:s description:s)*]",
-     kLongMs, Subject::kSharedPrinters,
+     kSlowMs, Subject::kSharedPrinters,
      "Searches for the printers that a machine shares. The list is there when result is 0."},
     {"stopSearchSharePrinter", "", "status:i", kUsualMs, Subject::kSharedPrinters,
      "Stops all searches."},
@@ -159,31 +159,31 @@ inline constexpr Method kMethods[] = {
      Subject::kSharedPrinters, "Adds shared printers."},
     {"deleteSharePrinter", "address:s name:s", "status:i", kUsualMs, Subject::kSharedPrinters,
      "Removes a shared printer."},
-    {"searchAllPrinter", "", "text:s", kSlowMs, Subject::kPrintQueues,
+    {"searchAllPrinter", "", "text:s", kSearchMs, Subject::kPrintQueues,
      "Searches for all printers that the service can reach."},
-    {"getPrinterDriverlList", "printer:s", "text:s", kSlowMs, Subject::kPrintQueues,
+    {"getPrinterDriverlList", "printer:s", "text:s", kSearchMs, Subject::kPrintQueues,
      "Returns the drivers for a printer."},
     {"addPrinter", "name:s uri:s driver:s", "status:i", kUsualMs, Subject::kPrintQueues,
      "Adds a print queue. The meaning of the texts is velsim's."},
-    {"autoAddPrinter", "name:s uri:s model:s", "status:i", kSlowMs, Subject::kPrintQueues,
+    {"autoAddPrinter", "name:s uri:s model:s", "status:i", kSearchMs, Subject::kPrintQueues,
      "Adds a print queue with a driver that the service chooses. The meaning of the texts is "
      "velsim's."},
     {"deletePrinter", "name:s", "status:i", kUsualMs, Subject::kPrintQueues,
      "Removes a print queue."},
     {"changePrinterDriver", "name:s driver:s", "status:i", kUsualMs, Subject::kPrintQueues,
      "Changes the driver of a print queue."},
-    {"printTestPage", "name:s", "status:i", kLongMs, Subject::kPrintQueues, "Prints a test page."},
+    {"printTestPage", "name:s", "status:i", kSlowMs, Subject::kPrintQueues, "Prints a test page."},
     {"configNewDeviceAsConnect", "vm:i sourceId:ay8 type:i autoConnect:i popupCardConfig:i",
-     "status:i", kLongMs, Subject::kNewDevices,
+     "status:i", kSlowMs, Subject::kNewDevices,
      "Attaches a newly plugged-in device to a VM. Event 2 follows."},
     {"configNewDeviceAsIgnore", "sourceId:ay8 deviceType:i autoConnect:i popupCardConfig:i",
      "status:i", kShortMs, Subject::kNewDevices,
      "Ignores a newly plugged-in device. Event 3 follows."},
-    {"ConfigUdisks2Command", "vm:i sourceId:ay8 command:i", "status:i", kLongMs,
+    {"ConfigUdisks2Command", "vm:i sourceId:ay8 command:i", "status:i", kSlowMs,
      Subject::kNewDevices,
      "Runs a command for a storage device; of velsim 1: mount, 2: unmount, 3: eject. Event 8 "
      "follows."},
-    {"ConfigPrinterCommand", "vm:i sourceId:ay8 command:i", "status:i", kLongMs, Subject::kPrinters,
+    {"ConfigPrinterCommand", "vm:i sourceId:ay8 command:i", "status:i", kSlowMs, Subject::kPrinters,
      "Runs a command for a printer; of velsim 1: attach, 2: detach. The client library ignores the "
      "status."},
     {"getJoystickDevList", "", "count:i (joystick:Joystick)*", kUsualMs, Subject::kJoysticks,

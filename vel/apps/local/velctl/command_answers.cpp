@@ -81,10 +81,10 @@ CommandAnswers::CommandAnswers(std::function<void(CommandAnswer)> take)
     : receiver_(std::make_shared<Receiver>(std::move(take))) {
   if (QXBusSerivceManager* const bus = QXBusSerivceManager::initSync(kWaitForTheBus)) {
     // The bus has no way to remove it.
-    bus->addEventListener(velprotocol::kBroadcastEvent, newListener([receiver = receiver_](const auto& event) {
-                            receiver->receive(*event);
-                          }),
-                          QXBUS_SECURITY_SAME_USER_OR_ROOT);
+    bus->addEventListener(
+        velprotocol::kBroadcastEvent,
+        newListener([receiver = receiver_](const auto& event) { receiver->receive(*event); }),
+        QXBUS_SECURITY_SAME_USER_OR_ROOT);
   }
   followService();
 }
@@ -97,14 +97,15 @@ CommandAnswers::~CommandAnswers() {
 void CommandAnswers::followService() {
   leaveService();
   QXBusSerivceManager* const bus = QXBusSerivceManager::initSync(kWaitForTheBus);
-  service_ = bus ? bus->getServiceProxyInterface(velprotocol::kServiceName, QXBUS_SECURITY_SAME_USER_OR_ROOT,
-                                                 kInterfaceMode)
+  service_ = bus ? bus->getServiceProxyInterface(velprotocol::kServiceName,
+                                                 QXBUS_SECURITY_SAME_USER_OR_ROOT, kInterfaceMode)
                  : nullptr;
   if (!service_) {
     return;
   }
   listener_ = newListener([receiver = receiver_](const auto& event) { receiver->receive(*event); });
-  service_->addEventListener(velprotocol::kServiceEvent, listener_, QXBUS_SECURITY_SAME_USER_OR_ROOT);
+  service_->addEventListener(velprotocol::kServiceEvent, listener_,
+                             QXBUS_SECURITY_SAME_USER_OR_ROOT);
 }
 
 void CommandAnswers::leaveService() {

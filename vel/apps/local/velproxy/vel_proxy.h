@@ -798,7 +798,7 @@ class VelProxy {
   // Updates the copies of the callback tables that are read without the callback mutex.
   void callbacksChanged() QX_REQUIRES(callbackMutex_);
 
-  // One per kind of event of HandleEvent. False: the event has no record, and so reaches nobody.
+  // One per kind of event of HandleEvent. False: the event has no record, so no callback is called.
   bool handlePrinterEvent(const Block& block);
   bool handleDeviceInfo(int code, const Block& block);
   bool handleDeviceState(int code, const Block& block);
