@@ -12,7 +12,6 @@ namespace velctl_tests {
 namespace {
 
 using processes::OutputPipe;
-using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
 
 // Seconds that a program needs to end, with room for a busy machine.
@@ -58,20 +57,29 @@ class BlockedOutputTest : public FakeServiceTest {
   std::string read_;
 };
 
+// The bus may bring the events to a blocked watch a little later than to the witness, so the signal
+// may come before them.
 TEST_F(BlockedOutputTest, AWatchEndsOnASignalAndReportsTheEventsThatItHasNotWritten) {
+  constexpr int kMostTries = 10;
   for (const int signalNumber : {SIGTERM, SIGINT}) {
-    Process watch(intoPipe("watch"));
-    Process witness(options("watch"));
-    ASSERT_TRUE(isWatching(watch) && isWatching(witness)) << watch.err();
-    output.fill();
-    emitPrinters(3);
-    ASSERT_TRUE(comesTrue([&] { return witness.out().find(printerLine(2)) != std::string::npos; }));
+    bool isReported = false;
+    for (int i = 0; i < kMostTries && !isReported; ++i) {
+      Process watch(intoPipe("watch"));
+      Process witness(options("watch"));
+      ASSERT_TRUE(isWatching(watch) && isWatching(witness)) << watch.err();
+      output.fill();
+      emitPrinters(3);
+      ASSERT_TRUE(
+          comesTrue([&] { return witness.out().find(printerLine(2)) != std::string::npos; }));
 
-    const Finished finished = endPromptly(watch, signalNumber);
+      const Finished finished = endPromptly(watch, signalNumber);
 
-    EXPECT_EQ(finished.status, velctl::kExitOk);
-    EXPECT_THAT(finished.err, HasSubstr(" dropped: standard output was blocked\n"));
-    output.read();
+      EXPECT_EQ(finished.status, velctl::kExitOk);
+      isReported =
+          finished.err.find(" dropped: standard output was blocked\n") != std::string::npos;
+      output.read();
+    }
+    EXPECT_TRUE(isReported) << "signal " << signalNumber;
   }
 }
 
