@@ -21,7 +21,8 @@ TEST(MethodsTest, AreFoundByName) {
 
 TEST(MethodsTest, HaveOneOfTheTimeLimits) {
   for (const Method& each : kMethods) {
-    const std::set<int> limits = {kAsynchronousMs, kQuickMs, kShortMs, kUsualMs, kSlowMs, kSearchMs};
+    const std::set<int> limits = {kAsynchronousMs, kQuickMs, kShortMs,
+                                  kUsualMs,        kSlowMs,  kSearchMs};
     EXPECT_EQ(limits.count(each.timeoutMs), 1u) << each.name;
   }
 }
