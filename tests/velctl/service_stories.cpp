@@ -5,7 +5,7 @@
 
 #include "base/text.h"
 #include "tests/velctl/stories.h"
-#include "vel/apps/local/velctl/text.h"
+#include "vel/apps/local/velctl/display.h"
 
 namespace velctl_tests {
 namespace {

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "base/text.h"
-#include "vel/apps/local/velctl/standard_streams.h"
+#include "vel/apps/local/velctl/data_streams.h"
 
 namespace velctl {
 namespace {

@@ -6,7 +6,7 @@
 
 #include "base/text.h"
 #include "platform/mutex.h"
-#include "vel/apps/local/velctl/text.h"
+#include "vel/apps/local/velctl/display.h"
 #include "vel/protocol/events.h"
 #include "vel/protocol/names.h"
 

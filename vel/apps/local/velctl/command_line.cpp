@@ -6,7 +6,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "vel/apps/local/velctl/text.h"
+#include "vel/apps/local/velctl/display.h"
 
 namespace velctl {
 namespace {

@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "base/standard_streams.h"
+#include "vel/apps/local/velctl/data_streams.h"
 #include "vel/apps/local/velctl/program.h"
-#include "vel/apps/local/velctl/standard_streams.h"
 
 int main(int argc, char** argv) {
   base::openClosedStandardStreams();

@@ -5,8 +5,8 @@
 #include "bus/dbus/bus_failure.h"
 #include "bus/qxbus.h"
 #include "platform/app_data_path.h"
+#include "vel/apps/local/velctl/display.h"
 #include "vel/apps/local/velctl/failure.h"
-#include "vel/apps/local/velctl/text.h"
 #include "vel/protocol/methods.h"
 
 namespace velctl {

@@ -10,12 +10,12 @@
 #include "vel/apps/local/velctl/arguments.h"
 #include "vel/apps/local/velctl/background.h"
 #include "vel/apps/local/velctl/commands/commands.h"
+#include "vel/apps/local/velctl/display.h"
 #include "vel/apps/local/velctl/elapsed_time.h"
 #include "vel/apps/local/velctl/failure.h"
 #include "vel/apps/local/velctl/inbox.h"
 #include "vel/apps/local/velctl/operation.h"
-#include "vel/apps/local/velctl/records.h"
-#include "vel/apps/local/velctl/text.h"
+#include "vel/apps/local/velctl/record_display.h"
 
 namespace velctl {
 namespace {

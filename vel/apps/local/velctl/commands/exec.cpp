@@ -8,11 +8,11 @@
 #include "vel/apps/local/velctl/arguments.h"
 #include "vel/apps/local/velctl/command_answers.h"
 #include "vel/apps/local/velctl/commands/commands.h"
+#include "vel/apps/local/velctl/display.h"
 #include "vel/apps/local/velctl/elapsed_time.h"
 #include "vel/apps/local/velctl/failure.h"
 #include "vel/apps/local/velctl/inbox.h"
 #include "vel/apps/local/velctl/operation.h"
-#include "vel/apps/local/velctl/text.h"
 
 namespace velctl {
 namespace {

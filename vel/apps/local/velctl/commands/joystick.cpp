@@ -7,10 +7,10 @@
 #include "base/text.h"
 #include "vel/apps/local/velctl/arguments.h"
 #include "vel/apps/local/velctl/commands/commands.h"
+#include "vel/apps/local/velctl/display.h"
 #include "vel/apps/local/velctl/inbox.h"
 #include "vel/apps/local/velctl/interruption.h"
 #include "vel/apps/local/velctl/operation.h"
-#include "vel/apps/local/velctl/text.h"
 
 namespace velctl {
 namespace {

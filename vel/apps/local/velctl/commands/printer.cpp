@@ -6,7 +6,7 @@
 #include "vel/apps/local/velctl/commands/commands.h"
 #include "vel/apps/local/velctl/commands/printer_groups.h"
 #include "vel/apps/local/velctl/operation.h"
-#include "vel/apps/local/velctl/records.h"
+#include "vel/apps/local/velctl/record_display.h"
 
 namespace velctl {
 namespace {

@@ -4,8 +4,8 @@
 
 #include "vel/apps/local/velctl/arguments.h"
 #include "vel/apps/local/velctl/commands/printer_groups.h"
+#include "vel/apps/local/velctl/display.h"
 #include "vel/apps/local/velctl/operation.h"
-#include "vel/apps/local/velctl/text.h"
 
 namespace velctl {
 namespace {

@@ -6,9 +6,9 @@
 #include "base/printable.h"
 #include "vel/apps/local/velctl/arguments.h"
 #include "vel/apps/local/velctl/commands/commands.h"
+#include "vel/apps/local/velctl/display.h"
 #include "vel/apps/local/velctl/failure.h"
 #include "vel/apps/local/velctl/operation.h"
-#include "vel/apps/local/velctl/text.h"
 
 namespace velctl {
 namespace {

@@ -15,7 +15,7 @@
 #include "vel/apps/local/velctl/inbox.h"
 #include "vel/apps/local/velctl/interruption.h"
 #include "vel/apps/local/velctl/operation.h"
-#include "vel/apps/local/velctl/records.h"
+#include "vel/apps/local/velctl/record_display.h"
 #include "vel/protocol/events.h"
 
 namespace velctl {

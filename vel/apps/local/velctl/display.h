@@ -1,7 +1,7 @@
 // Texts and bytes from the service, in forms for people and for JSON.
 
-#ifndef VEL_APPS_LOCAL_VELCTL_TEXT_H
-#define VEL_APPS_LOCAL_VELCTL_TEXT_H
+#ifndef VEL_APPS_LOCAL_VELCTL_DISPLAY_H
+#define VEL_APPS_LOCAL_VELCTL_DISPLAY_H
 
 #include <string>
 #include <string_view>
@@ -45,4 +45,4 @@ class Table {
 
 }  // namespace velctl
 
-#endif  // VEL_APPS_LOCAL_VELCTL_TEXT_H
+#endif  // VEL_APPS_LOCAL_VELCTL_DISPLAY_H

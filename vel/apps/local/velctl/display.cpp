@@ -1,4 +1,4 @@
-#include "vel/apps/local/velctl/text.h"
+#include "vel/apps/local/velctl/display.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,4 +1,4 @@
-#include "vel/apps/local/velctl/text.h"
+#include "vel/apps/local/velctl/display.h"
 
 #include <string>
 #include <string_view>
@@ -10,7 +10,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-TEST(TextTest, JsonTextHasNothingThatATerminalObeys) {
+TEST(DisplayTest, JsonTextHasNothingThatATerminalObeys) {
   struct Row {
     std::string_view text;
     std::string_view json;
@@ -43,17 +43,17 @@ TEST(TextTest, JsonTextHasNothingThatATerminalObeys) {
   }
 }
 
-TEST(TextTest, LinesKeepTheirNewlinesAndTabsExceptTheLastNewline) {
+TEST(DisplayTest, LinesKeepTheirNewlinesAndTabsExceptTheLastNewline) {
   EXPECT_EQ(printableLines("a\tb\nc\x1b\n\n"), "a\tb\nc\\x1b\n");
   EXPECT_EQ(printableLines("\n"), "");
   EXPECT_EQ(printableLines(""), "");
 }
 
-TEST(TextTest, ATextInQuotesIsPrintable) {
+TEST(DisplayTest, ATextInQuotesIsPrintable) {
   EXPECT_EQ(printableInQuotes("a\x1b\"b"), "\"a\\x1b\"b\"");
 }
 
-TEST(TextTest, BytesAreShownInLinesOfSixteen) {
+TEST(DisplayTest, BytesAreShownInLinesOfSixteen) {
   EXPECT_EQ(hexDump(""), "");
   EXPECT_EQ(hexDump("0123456789abcdef"),
             "0000  30 31 32 33 34 35 36 37 38 39 61 62 63 64 65 66  |0123456789abcdef|");
@@ -70,7 +70,7 @@ TEST(TextTest, BytesAreShownInLinesOfSixteen) {
             "0020  2e 2e 2e 2e 2e 2e 2e 2e 2e 2e 2e 2e 2e 2e 2e 2e  |................|");
 }
 
-TEST(TextTest, ColumnsOfATableAreAsWideAsTheirCells) {
+TEST(DisplayTest, ColumnsOfATableAreAsWideAsTheirCells) {
   Table table({"A", "LONGER", "C"});
   table.add({"\xc3\xa4\xc3\xa4\xc3\xa4", "1", "x"});
   table.add({"1", "2", ""});
@@ -81,7 +81,7 @@ TEST(TextTest, ColumnsOfATableAreAsWideAsTheirCells) {
             "1    2       ");
 }
 
-TEST(TextTest, ATableMayHaveNoHeadings) {
+TEST(DisplayTest, ATableMayHaveNoHeadings) {
   Table table;
   EXPECT_EQ(table.text(), "");
   table.add({"win11", "101"});

@@ -1,4 +1,4 @@
-#include "vel/apps/local/velctl/standard_streams.h"
+#include "vel/apps/local/velctl/data_streams.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "vel/apps/local/velctl/records.h"
+#include "vel/apps/local/velctl/record_display.h"
 
 #include "base/printable.h"
 #include "vel/apps/local/velctl/arguments.h"

@@ -1,7 +1,7 @@
-// Descriptors 0, 1 and 2 of the process.
+// Standard input and standard output, as commands use them.
 
-#ifndef VEL_APPS_LOCAL_VELCTL_STANDARD_STREAMS_H
-#define VEL_APPS_LOCAL_VELCTL_STANDARD_STREAMS_H
+#ifndef VEL_APPS_LOCAL_VELCTL_DATA_STREAMS_H
+#define VEL_APPS_LOCAL_VELCTL_DATA_STREAMS_H
 
 #include <string>
 
@@ -16,4 +16,4 @@ std::string readStandardInput();
 
 }  // namespace velctl
 
-#endif  // VEL_APPS_LOCAL_VELCTL_STANDARD_STREAMS_H
+#endif  // VEL_APPS_LOCAL_VELCTL_DATA_STREAMS_H

@@ -1,7 +1,7 @@
 // Records of the service, as text and as JSON.
 
-#ifndef VEL_APPS_LOCAL_VELCTL_RECORDS_H
-#define VEL_APPS_LOCAL_VELCTL_RECORDS_H
+#ifndef VEL_APPS_LOCAL_VELCTL_RECORD_DISPLAY_H
+#define VEL_APPS_LOCAL_VELCTL_RECORD_DISPLAY_H
 
 #include <algorithm>
 #include <cstddef>
@@ -14,10 +14,10 @@
 #include <utility>
 #include <vector>
 
+#include "vel/apps/local/velctl/display.h"
 #include "vel/apps/local/velctl/failure.h"
 #include "vel/apps/local/velctl/operation.h"
 #include "vel/apps/local/velctl/output.h"
-#include "vel/apps/local/velctl/text.h"
 #include "vel/apps/local/velproxy/vel_proxy.h"
 
 namespace velctl {
@@ -123,4 +123,4 @@ void finishDevices(const Output& output, const Operation& operation, const std::
 
 }  // namespace velctl
 
-#endif  // VEL_APPS_LOCAL_VELCTL_RECORDS_H
+#endif  // VEL_APPS_LOCAL_VELCTL_RECORD_DISPLAY_H
