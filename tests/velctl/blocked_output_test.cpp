@@ -1,4 +1,4 @@
-// velctl watch while its output is blocked.
+// Commands whose output is blocked.
 
 #include <algorithm>
 #include <chrono>
@@ -119,6 +119,37 @@ TEST_F(BlockedOutputTest, EventsThatDoNotFitInTheQueueAreCountedAndReported) {
                                " events dropped: standard output was blocked\n"))
       << watch.err();
   EXPECT_EQ(watch.end(SIGINT).status, velctl::kExitOk);
+}
+
+TEST_F(BlockedOutputTest, ProgressOfADiagnosisThatDoesNotFitInTheQueueIsReported) {
+  constexpr int kReports = 3000;
+  constexpr int kSource = 7;
+  service().answer("diagnose", qxbus::Values{std::string("well")});
+  service().hold("diagnose");
+  Process diagnose(intoPipe("diagnose source 7 --vm win11 --follow 0"));
+  Process witness(options("watch"));
+  ASSERT_TRUE(isWatching(witness)) << witness.err();
+  ASSERT_TRUE(comesTrue([&] { return service().requests().size() == 2; })) << diagnose.err();
+  output.fill();
+  for (int status = 1; status <= kReports; ++status) {
+    service().emit({std::int32_t{0}, std::int32_t{9},
+                    diagnosisBlock(kSource, static_cast<unsigned int>(status), 0, "step")});
+  }
+  // The diagnosis has as many reports as the watch, or nearly so.
+  const std::string last = "diagnosis 7: status " + std::to_string(kReports) + ",";
+  ASSERT_TRUE(comesTrue([&] { return witness.out().find(last) != std::string::npos; }));
+
+  ASSERT_TRUE(prints("status 1: step\n"));
+  service().release();
+  ASSERT_TRUE(prints("well\n"));
+
+  const Finished finished = diagnose.wait();
+  EXPECT_EQ(finished.status, velctl::kExitOk);
+  const auto shown = std::count(read_.begin(), read_.end(), '\n') - 1;
+  EXPECT_LT(shown, kReports);
+  EXPECT_THAT(finished.err, testing::HasSubstr("velctl: " + std::to_string(kReports - shown) +
+                                               " progress reports dropped: standard output was "
+                                               "blocked\n"));
 }
 
 TEST_F(BlockedOutputTest, AJoystickWatchEndsItsSubscriptionAllTheSame) {

@@ -11,6 +11,7 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 // The service answers nothing, so a command that went on would fail with another status.
@@ -86,21 +87,80 @@ TEST_F(FakeServiceTest, ASecondInterruptEndsASearchAtOnce) {
   const Finished finished = search.end(SIGINT);
 
   EXPECT_EQ(finished.status, 128 + SIGINT);
-  EXPECT_THAT(finished.err, ::testing::Not(::testing::HasSubstr("interrupted")));
+  EXPECT_THAT(finished.err, ::testing::Not(HasSubstr("interrupted")));
 }
 
-TEST_F(FakeServiceTest, AnIgnoredInterruptDoesNotEndAWatch) {
-  Process::Options ignoring = options("watch");
-  ignoring.command.insert(ignoring.command.begin(),
-                          {"sh", "-c", "trap '' INT; exec \"$0\" \"$@\""});
-  Process watch(ignoring);
-  ASSERT_TRUE(isWatching(watch)) << watch.err();
+TEST_F(FakeServiceTest, AnIgnoredSignalDoesNotEndAWatch) {
+  struct Row {
+    std::string ignored;
+    int ignoredNumber;
+    int endNumber;
+  };
+  for (const Row& row : {Row{"INT", SIGINT, SIGTERM}, Row{"TERM", SIGTERM, SIGINT}}) {
+    SCOPED_TRACE(row.ignored);
+    Process::Options ignoring = options("watch");
+    ignoring.command.insert(ignoring.command.begin(),
+                            {"sh", "-c", "trap '' " + row.ignored + "; exec \"$0\" \"$@\""});
+    Process watch(ignoring);
+    ASSERT_TRUE(isWatching(watch)) << watch.err();
 
-  watch.signal(SIGINT);
-  service().emit({std::int32_t{0}, std::int32_t{1}, printerBlock(51, 0, 0, "Laser")});
+    watch.signal(row.ignoredNumber);
+    service().emit({std::int32_t{0}, std::int32_t{1}, printerBlock(51, 0, 0, "Laser")});
 
-  EXPECT_TRUE(comesTrue([&] { return !watch.out().empty(); }));
-  EXPECT_EQ(watch.end(SIGTERM).status, velctl::kExitOk);
+    EXPECT_TRUE(comesTrue([&] { return !watch.out().empty(); }));
+    EXPECT_EQ(watch.end(row.endNumber).status, velctl::kExitOk);
+  }
+}
+
+// --- The first call of joystick watch ------------------------------------------------------------
+
+class InterruptedSubscriptionTest : public FakeServiceTest {
+ protected:
+  InterruptedSubscriptionTest() { service().hold("registerJoystickCallback"); }
+
+  // A watch whose subscription the service has received, and not answered.
+  Finished interruptWatch(int signalNumber) {
+    const std::size_t before = service().requests().size();
+    Process watch(options("joystick watch"));
+    EXPECT_TRUE(comesTrue([&] { return service().requests().size() > before; })) << watch.err();
+    return watch.end(signalNumber);
+  }
+};
+
+// Otherwise the service would keep the subscription.
+TEST_F(InterruptedSubscriptionTest, IsEndedInTheService) {
+  for (const int signalNumber : {SIGINT, SIGTERM}) {
+    const std::size_t before = service().requests().size();
+
+    const Finished finished = interruptWatch(signalNumber);
+
+    EXPECT_EQ(finished.status, velctl::kExitInterrupted);
+    EXPECT_THAT(finished.out, IsEmpty());
+    EXPECT_THAT(finished.err, EndsWith("velctl: registerJoystickCallback: interrupted; the "
+                                       "subscription has ended\n"));
+    const std::vector<std::string> requests = service().requests();
+    ASSERT_EQ(requests.size(), before + 2);
+    const std::string subscriber = requests[before].substr(requests[before].find('('));
+    EXPECT_EQ(requests[before], "registerJoystickCallback" + subscriber);
+    EXPECT_EQ(requests[before + 1], "unregisterJoystickCallback" + subscriber);
+  }
+}
+
+TEST_F(InterruptedSubscriptionTest, IsReportedWhenTheServiceDoesNotConfirmItsEnd) {
+  service().hold("unregisterJoystickCallback");
+  const Finished silent = interruptWatch(SIGINT);
+  service().release();
+  service().hold("registerJoystickCallback");
+  service().answer("unregisterJoystickCallback", FakeService::Error{"out of order"});
+  const Finished failed = interruptWatch(SIGINT);
+
+  const std::string message =
+      "velctl: registerJoystickCallback: interrupted; the service has not confirmed the end of the "
+      "subscription: ";
+  EXPECT_EQ(silent.status, velctl::kExitInterrupted);
+  EXPECT_THAT(silent.err, HasSubstr(message));
+  EXPECT_EQ(failed.status, velctl::kExitInterrupted);
+  EXPECT_THAT(failed.err, EndsWith(message + "out of order\n"));
 }
 
 }  // namespace

@@ -7,14 +7,12 @@
 #include "base/text.h"
 #include "platform/mutex.h"
 #include "vel/apps/local/velctl/display.h"
+#include "vel/apps/local/velctl/service_interface.h"
 #include "vel/protocol/events.h"
 #include "vel/protocol/names.h"
 
 namespace velctl {
 namespace {
-
-constexpr int kWaitForTheBus = -1;
-constexpr int kInterfaceMode = 1;
 
 // The bus may be calling a listener while it is removed, so none is freed.
 QXBusEventCallback* newListener(std::function<void(std::shared_ptr<QXBusMessage>)> handler) {
@@ -79,7 +77,7 @@ class CommandAnswers::Receiver {
 
 CommandAnswers::CommandAnswers(std::function<void(CommandAnswer)> take)
     : receiver_(std::make_shared<Receiver>(std::move(take))) {
-  if (QXBusSerivceManager* const bus = QXBusSerivceManager::initSync(kWaitForTheBus)) {
+  if (QXBusSerivceManager* const bus = busManager()) {
     // The bus has no way to remove it.
     bus->addEventListener(
         velprotocol::kBroadcastEvent,
@@ -96,10 +94,7 @@ CommandAnswers::~CommandAnswers() {
 
 void CommandAnswers::followService() {
   leaveService();
-  QXBusSerivceManager* const bus = QXBusSerivceManager::initSync(kWaitForTheBus);
-  service_ = bus ? bus->getServiceProxyInterface(velprotocol::kServiceName,
-                                                 QXBUS_SECURITY_SAME_USER_OR_ROOT, kInterfaceMode)
-                 : nullptr;
+  service_ = serviceInterface();
   if (!service_) {
     return;
   }

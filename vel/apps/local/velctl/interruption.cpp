@@ -13,8 +13,8 @@
 namespace velctl {
 namespace {
 
-// Its only effect is that a write that waits returns. Without a handler it is ignored, so one that
-// comes late does no harm.
+// Its only effect is that a write that waits returns, and that the thread below does not wait for a
+// signal any longer. Without a handler it is ignored, so one that comes late does no harm.
 constexpr int kWakeUpSignal = SIGURG;
 // A wake-up that comes just before the write begins is lost, so it is repeated.
 constexpr std::chrono::milliseconds kWakeUpInterval{20};
@@ -43,13 +43,13 @@ extern "C" void returnFromWrite(int) {}
 Interruption::Interruption(std::function<void()> onStop)
     : onStop_(std::move(onStop)), owner_(::pthread_self()) {
   isStopRequested = false;
-  sigemptyset(&awaited_);
-  // The destructor ends the thread with it.
-  sigaddset(&awaited_, SIGTERM);
-  if (!isIgnored(SIGINT)) {
-    sigaddset(&awaited_, SIGINT);
+  sigemptyset(&stopSignals_);
+  for (const int signal : {SIGINT, SIGTERM}) {
+    if (!isIgnored(signal)) {
+      sigaddset(&stopSignals_, signal);
+    }
   }
-  ::pthread_sigmask(SIG_BLOCK, &awaited_, &maskBefore_);
+  ::pthread_sigmask(SIG_BLOCK, &stopSignals_, &maskBefore_);
 
   struct sigaction wakeUp = {};
   wakeUp.sa_handler = returnFromWrite;
@@ -73,17 +73,19 @@ Interruption::~Interruption() {
     isOver_ = true;
     changed_.notifyAll();
   }
-  // Ends sigwait(). The thread blocks the signal.
-  ::pthread_kill(thread_.native_handle(), SIGTERM);  // NOLINT(bugprone-bad-signal-to-kill-thread)
+  // Ends sigwait().
+  ::pthread_kill(thread_.native_handle(), kWakeUpSignal);
   thread_.join();
   ::sigaction(kWakeUpSignal, &wakeUpBefore_, nullptr);
   ::pthread_sigmask(SIG_SETMASK, &maskBefore_, nullptr);
 }
 
 void Interruption::run() {
-  int signal = 0;
-  ::sigwait(&awaited_, &signal);
-  {
+  sigset_t awaited = stopSignals_;
+  sigaddset(&awaited, kWakeUpSignal);
+  int signal = kWakeUpSignal;
+  while (signal == kWakeUpSignal) {
+    ::sigwait(&awaited, &signal);
     const platform::MutexLock lock(mutex_);
     if (isOver_) {
       return;
@@ -92,15 +94,13 @@ void Interruption::run() {
   isStopRequested = true;
   onStop_();
   for (;;) {
-    // Before isOver_ is tested: the destructor, too, sends a signal.
-    const bool isNextPending = isPending();
     platform::MutexLock lock(mutex_);
     if (isOver_) {
       return;
     }
-    if (isNextPending) {
+    if (isStopPending()) {
       // The signal has its usual effect on the process.
-      ::pthread_sigmask(SIG_UNBLOCK, &awaited_, nullptr);
+      ::pthread_sigmask(SIG_UNBLOCK, &stopSignals_, nullptr);
     }
     if (isWriting) {
       ::pthread_kill(owner_, kWakeUpSignal);
@@ -109,11 +109,15 @@ void Interruption::run() {
   }
 }
 
-bool Interruption::isPending() const {
+bool Interruption::isStopPending() const {
   sigset_t pending;
   ::sigpending(&pending);
-  return sigismember(&pending, SIGTERM) != 0 ||
-         (sigismember(&awaited_, SIGINT) != 0 && sigismember(&pending, SIGINT) != 0);
+  for (const int signal : {SIGINT, SIGTERM}) {
+    if (sigismember(&stopSignals_, signal) == 1 && sigismember(&pending, signal) == 1) {
+      return true;
+    }
+  }
+  return false;
 }
 
 int writeInterruptibly(int descriptor, std::string_view data) {

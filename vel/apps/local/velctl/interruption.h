@@ -34,11 +34,11 @@ class Interruption {
  private:
   void run();
   // Whether another signal has come.
-  bool isPending() const;
+  bool isStopPending() const;
 
   const std::function<void()> onStop_;
   const pthread_t owner_;
-  sigset_t awaited_ = {};
+  sigset_t stopSignals_ = {};  // without those that are ignored
   sigset_t maskBefore_ = {};
   struct sigaction wakeUpBefore_ = {};
   platform::Mutex mutex_;

@@ -3,10 +3,10 @@
 #include "base/printable.h"
 #include "base/text.h"
 #include "bus/dbus/bus_failure.h"
-#include "bus/qxbus.h"
 #include "platform/app_data_path.h"
 #include "vel/apps/local/velctl/display.h"
 #include "vel/apps/local/velctl/failure.h"
+#include "vel/apps/local/velctl/service_interface.h"
 #include "vel/protocol/methods.h"
 
 namespace velctl {
@@ -15,7 +15,6 @@ namespace {
 using Kind = qx::VelError::Kind;
 
 constexpr unsigned int kNotConnected = 0xFFFFFFFF;
-constexpr int kWaitForTheBus = -1;
 
 // " 12" for {"device": 12}. Lists are too long for a message.
 std::string valuesOf(const Json& details) {
@@ -122,7 +121,7 @@ void Operation::failUnknownVm() const {
 }
 
 void Operation::failDisconnected() const {
-  if (!QXBusSerivceManager::initSync(kWaitForTheBus)) {
+  if (!busManager()) {
     throw Failure(kExitNoBus, description_ + ": the bus cannot be reached: " +
                                   base::printable(qxbus::busFailure()) +
                                   "; start it, or set QXBUS_ADDRESS to the address of another");

@@ -4,6 +4,7 @@
 
 #include <unistd.h>
 
+#include "base/text.h"
 #include "vel/apps/local/velctl/failure.h"
 #include "vel/apps/local/velctl/interruption.h"
 
@@ -40,6 +41,12 @@ void Output::message(const std::string& line) {
     writeInterruptibly(STDERR_FILENO, line + '\n');
   } catch (const Interrupted&) {
     // Standard error is blocked, and the program is about to end.
+  }
+}
+
+void Output::noteDropped(std::size_t count, const std::string& noun) {
+  if (count > 0) {
+    note(base::counted(count, noun) + " dropped: standard output was blocked");
   }
 }
 

@@ -3,6 +3,7 @@
 #ifndef VEL_APPS_LOCAL_VELCTL_OUTPUT_H
 #define VEL_APPS_LOCAL_VELCTL_OUTPUT_H
 
+#include <cstddef>
 #include <string>
 
 #include <nlohmann/json.hpp>
@@ -33,6 +34,10 @@ class Output {
   // it is.
   static void note(const std::string& text);
   static void message(const std::string& line);
+
+  // Notes that a queue was full while standard output was blocked; nothing for a count of 0. noun:
+  // of one item.
+  static void noteDropped(std::size_t count, const std::string& noun);
 
  private:
   int descriptor_;

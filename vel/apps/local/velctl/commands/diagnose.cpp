@@ -20,6 +20,9 @@
 namespace velctl {
 namespace {
 
+// In the report of dropped items.
+constexpr char kProgress[] = "progress report";
+
 // nullopt stands for the end of the request.
 using Arrivals = Inbox<std::optional<Progress>>;
 
@@ -89,23 +92,29 @@ bool writeWhileWaiting(const Output& output, Arrivals& arrivals, const std::stri
                        const Options& options) {
   ElapsedTime elapsed("diagnosing", timeLimitOf(method));
   bool isFinal = false;
-  while (const std::optional<Progress> progress = *arrivals.next()) {
+  for (;;) {
+    const std::optional<Progress> progress = *arrivals.next();
     elapsed.erase();
+    Output::noteDropped(arrivals.droppedBefore(), kProgress);
+    if (!progress) {
+      return isFinal;
+    }
     write(output, *progress);
     isFinal = isFinal || progress->status == options.finalStatus;
   }
-  return isFinal;
 }
 
 // Writes progress until some of it is final, or the time has passed; returns whether it was.
 bool writeWhileFollowing(const Output& output, Arrivals& arrivals, const Options& options) {
   const auto deadline = Arrivals::Clock::now() + std::chrono::seconds(options.followSeconds);
   while (const std::optional<std::optional<Progress>> next = arrivals.next(deadline)) {
+    Output::noteDropped(arrivals.droppedBefore(), kProgress);
     write(output, **next);
     if ((*next)->status == options.finalStatus) {
       return true;
     }
   }
+  Output::noteDropped(arrivals.remaining(), kProgress);
   return false;
 }
 

@@ -1,16 +1,23 @@
 // velctl joystick: joysticks and their mappings.
 
+#include <atomic>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "base/printable.h"
+#include "base/result.h"
 #include "base/text.h"
 #include "vel/apps/local/velctl/arguments.h"
+#include "vel/apps/local/velctl/background.h"
 #include "vel/apps/local/velctl/commands/commands.h"
 #include "vel/apps/local/velctl/display.h"
+#include "vel/apps/local/velctl/failure.h"
 #include "vel/apps/local/velctl/inbox.h"
 #include "vel/apps/local/velctl/interruption.h"
 #include "vel/apps/local/velctl/operation.h"
+#include "vel/apps/local/velctl/service_interface.h"
 
 namespace velctl {
 namespace {
@@ -75,19 +82,20 @@ void calibrate(const Output& output, const JoystickPosition& given) {
 
 // --- Results -------------------------------------------------------------------------------------
 
-struct Result {
+struct ResultEvent {
   unsigned short code = 0;
   _JoystickResult record = {};
 };
 
 // nullopt stands for a new instance of the service, which has no subscription.
-using Results = Inbox<std::optional<Result>>;
+using Results = Inbox<std::optional<ResultEvent>>;
 
+constexpr char kSubscribe[] = "registerJoystickCallback";
 // Every name serves for the notification of the service's death.
 constexpr char kAnyVm[] = "";
 
 int onResult(unsigned short code, _JoystickResult record, void* results) {
-  static_cast<Results*>(results)->add(Result{code, record});
+  static_cast<Results*>(results)->add(ResultEvent{code, record});
   return 0;
 }
 
@@ -96,47 +104,108 @@ int onDeath(unsigned short, void*, void* results) {
   return 0;
 }
 
-void subscribe(const Output& output, Results& results) {
-  Operation operation("registerJoystickCallback");
-  operation.proxy().RegisterCallback(kAnyVm, &onDeath, &results);
-  const int status = operation.call(&qx::VelProxy::RegisterJoystickCallback, &onResult, &results);
-  operation.finish(output, status, "subscribed to joystick results; interrupt to end");
+// A request for a subscription, and its answer.
+struct Subscription {
+  std::shared_ptr<Operation> operation;
+  int status;
+};
+
+// Subscribes again after a death, and in the first call.
+Subscription subscribe(Results& results) {
+  const auto operation = std::make_shared<Operation>(kSubscribe);
+  operation->proxy().RegisterCallback(kAnyVm, &onDeath, &results);
+  const int status = operation->call(&qx::VelProxy::RegisterJoystickCallback, &onResult, &results);
+  return {operation, status};
 }
 
-void write(const Output& output, const Result& result) {
+void report(const Output& output, const Subscription& subscription) {
+  subscription.operation->finish(output, subscription.status,
+                                 "subscribed to joystick results; interrupt to end");
+}
+
+// The first subscription. The user may give it up before the service has answered.
+class FirstSubscription {
+ public:
+  explicit FirstSubscription(Results& results) : results_(results) {}
+
+  // From any thread.
+  void stop() { ends_.stop(); }
+
+  // Throws Failure, also when it is given up.
+  static Subscription wait(const std::shared_ptr<FirstSubscription>& first) {
+    Background<Subscription> request(
+        "subscribe", [first] { return first->run(); }, [first] { first->ends_.addAlways({}); });
+    if (!first->ends_.next()) {
+      throw Failure(kExitInterrupted,
+                    std::string(kSubscribe) + ": interrupted; " + first->cancel());
+    }
+    return request.get();
+  }
+
+ private:
+  struct Ended {};
+
+  Subscription run() {
+    subscriber_ = qx::VelProxy::getInstance();
+    if (ends_.isStopped()) {
+      throw Interrupted();
+    }
+    return subscribe(results_);
+  }
+
+  // Without this the service would keep the subscription. Returns the result as a message.
+  std::string cancel() const {
+    const qx::VelProxy* const subscriber = subscriber_;
+    if (!subscriber) {
+      return "nothing was sent";
+    }
+    const base::Result<void> ended = endJoystickSubscription(*subscriber);
+    return ended ? "the subscription has ended"
+                 : "the service has not confirmed the end of the subscription: " +
+                       base::printable(ended.reason());
+  }
+
+  Results& results_;
+  Inbox<Ended> ends_;
+  std::atomic<const qx::VelProxy*> subscriber_{nullptr};  // null until a request may be sent
+};
+
+void write(const Output& output, const ResultEvent& result) {
   const std::string_view bytes = bytesOf(result.record);
   output.line("joystick result (code " + std::to_string(result.code) + ")\n" + hexDump(bytes),
               {{"event", "joystick"}, {"code", result.code}, {"hex", base::hexOf(bytes)}});
 }
 
-void noteDropped(std::size_t count) {
-  if (count > 0) {
-    Output::note(base::counted(count, "result") + " dropped: standard output was blocked");
-  }
-}
-
 void writeResults(const Output& output, Results& results) {
   try {
-    while (const std::optional<std::optional<Result>> next = results.next()) {
-      noteDropped(results.droppedBefore());
+    while (const std::optional<std::optional<ResultEvent>> next = results.next()) {
+      Output::noteDropped(results.droppedBefore(), "result");
       if (*next) {
         write(output, **next);
       } else if (!results.isStopped()) {
-        subscribe(output, results);
+        report(output, subscribe(results));
       }
     }
   } catch (const Interrupted&) {
     // The result in hand is lost as well.
-    noteDropped(results.remaining() + 1);
+    Output::noteDropped(results.remaining() + 1, "result");
   }
 }
 
 void watch(const Output& output) {
   // Never destroyed: callbacks may come as late as the end of the process.
   static Results& results = *new Results;
-  // Until here a signal ends the process, as it does while any other command waits for an answer.
-  subscribe(output, results);
-  const Interruption interruption([] { results.stop(); });
+  const auto first = std::make_shared<FirstSubscription>(results);
+  const Interruption interruption([first] {
+    first->stop();
+    results.stop();
+  });
+  const Subscription subscription = FirstSubscription::wait(first);
+  try {
+    report(output, subscription);
+  } catch (const Interrupted&) {
+    // The subscription must end all the same.
+  }
   writeResults(output, results);
   Operation operation("unregisterJoystickCallback");
   const int status = operation.call(&qx::VelProxy::UnregisterJoystickCallback, &results);

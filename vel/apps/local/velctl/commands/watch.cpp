@@ -174,12 +174,6 @@ std::string namesOf(const std::list<WatchedVm>& watched) {
   return base::joined(names);
 }
 
-void noteDropped(std::size_t count) {
-  if (count > 0) {
-    Output::note(base::counted(count, "event") + " dropped: standard output was blocked");
-  }
-}
-
 // The connection of a watch to the service. The library notifies of the death of a service that it
 // is connected to, and connects again only when it is used.
 class Connection {
@@ -227,7 +221,7 @@ void writeEvents(const Output& output, Inbox<Event>& inbox, Connection& connecti
       return;
     }
     if (event) {
-      noteDropped(inbox.droppedBefore());
+      Output::noteDropped(inbox.droppedBefore(), "event");
       output.line(event->text, event->json);
       if (event->endedVm) {
         connection.endSession(*event->endedVm);
@@ -262,7 +256,7 @@ void watch(const Output& output, const Vms& named) {
     writeEvents(output, inbox, connection);
   } catch (const Interrupted&) {
     // The event in hand is lost as well.
-    noteDropped(inbox.remaining() + 1);
+    Output::noteDropped(inbox.remaining() + 1, "event");
   }
 }
 
