@@ -9,9 +9,10 @@ else()
 endif()
 
 # Registers a test program with ctest as one test, because starting a process for each of its tests
-# takes longer than most of them. The results of the single tests go to test-results/ in the build tree.
+# takes longer than most of them. The results of the single tests go to test-results/ in the build tree. Further arguments are the
+# program's.
 function(velproxy_add_tests program)
-  add_test(NAME ${program} COMMAND ${program}
+  add_test(NAME ${program} COMMAND ${program} ${ARGN}
            --gtest_output=xml:${PROJECT_BINARY_DIR}/test-results/${program}.xml)
   # Generous: a slow machine may be busy with other programs.
   set_tests_properties(${program} PROPERTIES TIMEOUT 600)

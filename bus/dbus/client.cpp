@@ -2,108 +2,146 @@
 
 #include <algorithm>
 #include <utility>
+#include <variant>
 
 #include "base/text.h"
-#include "bus/dbus/bus_connection.h"
-#include "bus/dbus/bus_daemon.h"
 #include "bus/dbus/bus_log.h"
 #include "bus/dbus/message_impl.h"
 #include "bus/dbus/names.h"
-#include "bus/dbus/wire.h"
+#include "bus/dbus/peer_calls.h"
+#include "bus/dbus/wire/argument_reader.h"
 
 namespace qxbus {
 namespace {
+
+// The memory that signals may take while they wait for handlers, and broadcasts of one sender while
+// its user is asked for.
+constexpr std::size_t kMostWaiting = std::size_t{256} * 1024 * 1024;
+constexpr std::size_t kMostUnidentified = std::size_t{16} * 1024 * 1024;
+// Memory of a signal besides its bytes.
+constexpr std::size_t kSignalOverhead = 512;
 
 std::string broadcastRule(const std::string& name) {
   return std::string("type='signal',interface='") + kBroadcastInterface + "',member='" + name + "'";
 }
 
-bool takesAnyUser(const Listeners::Registration& registration) {
-  return registration.flags == QXBUS_SECURITY_ANY_USER;
+std::size_t sizeOf(const Received& message) {
+  return message.message.body.size() + kSignalOverhead;
 }
 
-void callEach(const std::vector<Listeners::Registration>& registrations,
-              const std::shared_ptr<QXBusMessage>& event) {
-  for (const Listeners::Registration& registration : registrations) {
-    if (registration.listener->handler) {
-      registration.listener->handler(event);
+bool isBroadcast(const wire::Header& header) {
+  return header.interface == kBroadcastInterface;
+}
+
+bool isOwnerChange(const Link& link, const wire::Header& header) {
+  return !link.isDirect() && header.sender == kDaemonName && header.interface == kDaemonName &&
+         header.member == "NameOwnerChanged";
+}
+
+// The first arguments, which must be texts.
+template <std::size_t count>
+bool readTexts(const Received& message, std::string_view (&texts)[count]) {
+  wire::ArgumentReader arguments(message.message);
+  for (std::string_view& text : texts) {
+    wire::Argument argument;
+    if (!arguments.next(&argument) || !std::holds_alternative<std::string_view>(argument)) {
+      return false;
     }
+    text = std::get<std::string_view>(argument);
   }
+  return true;
 }
 
 }  // namespace
 
+// --- Connecting ----------------------------------------------------------------------------------
+
 Client::Client(std::string address)
     : address_(std::move(address)), threads_(std::make_shared<HandlerThreads>()) {}
 
-// --- The link ------------------------------------------------------------------------------------
-
 base::Result<std::shared_ptr<Client>> Client::connect(std::string address) {
+  if (address.empty()) {
+    address = busAddress();
+  }
   std::shared_ptr<Client> client(new Client(std::move(address)));
   if (const auto started = client->threads_->started(); !started) {
     setBusFailure(started.reason());
     return started.failed();
   }
-  if (const Linked linked = client->link(deadlineAfter(kBusTimeoutMs)); !linked) {
+  const Linked linked = client->link(deadlineAfter(kBusTimeoutMs));
+  // Without a bus in between, no more than the service is missing.
+  if (!linked && !isDirectAddress(client->address_)) {
     return linked.failed();
   }
   return client;
 }
 
-std::shared_ptr<Link> Client::openLink() {
-  const platform::MutexLock lock(mutex_);
-  return link_ && link_->connection().isOpen() ? link_ : nullptr;
+std::shared_ptr<Link> Client::openLink(Clock::time_point deadline) {
+  std::shared_ptr<Link> link;
+  {
+    const platform::MutexLock lock(mutex_);
+    link = link_;
+  }
+  return link && link->isAlive(deadline) ? link : nullptr;
 }
 
 Client::Linked Client::link(Clock::time_point deadline) {
-  if (const std::shared_ptr<Link> open = openLink()) {
+  if (const std::shared_ptr<Link> open = openLink(deadline)) {
     return open;
   }
   return linking_.join([this, deadline]() -> Linked {
     // An attempt may just have ended.
-    if (const std::shared_ptr<Link> open = openLink()) {
+    if (const std::shared_ptr<Link> open = openLink(deadline)) {
       return open;
     }
     return linkAnew(deadline);
   });
 }
 
-Client::Linked Client::linkAnew(Clock::time_point deadline) {
-  const auto link = std::make_shared<Link>();
-  const auto withLink = [self = weak_from_this(), weakLink = std::weak_ptr<Link>(link)](auto task) {
+Connection::Handlers Client::handlersOf(const std::weak_ptr<Link>& link) {
+  const std::weak_ptr<Client> self = weak_from_this();
+  Connection::Handlers handlers;
+  handlers.interestIn = [self, link](const wire::Header& header) {
     const std::shared_ptr<Client> client = self.lock();
-    const std::shared_ptr<Link> live = weakLink.lock();
-    if (client && live) {
-      task(*client, live);
+    const std::shared_ptr<Link> read = link.lock();
+    return client && read ? client->interestIn(*read, header) : Connection::Interest::kNone;
+  };
+  handlers.onMessages = [self, link](std::vector<Received> messages) {
+    const std::shared_ptr<Client> client = self.lock();
+    const std::shared_ptr<Link> read = link.lock();
+    if (client && read) {
+      client->onMessages(read, std::move(messages));
     }
   };
-  const auto connected = connectToBus(
-      address_,
-      {[withLink](const MessagePtr& message) {
-         withLink([&message](Client& client, const std::shared_ptr<Link>& live) {
-           client.onMessage(live, message.get());
-         });
-       },
-       [withLink] {
-         withLink([](Client& client, const std::shared_ptr<Link>& live) { client.onLost(*live); });
-       }},
-      deadline);
-  if (!connected) {
-    return connected.failed();
+  handlers.onLost = [self, link] {
+    const std::shared_ptr<Client> client = self.lock();
+    const std::shared_ptr<Link> lost = link.lock();
+    if (client && lost) {
+      client->onLost(*lost);
+    }
+  };
+  return handlers;
+}
+
+Client::Linked Client::linkAnew(Clock::time_point deadline) {
+  const Linked linked = Link::connect(
+      address_, [this](const std::weak_ptr<Link>& link) { return handlersOf(link); }, deadline);
+  if (!linked) {
+    return linked;
   }
-  link->setConnection(*connected);
   std::vector<std::string> rules;
   {
     const platform::MutexLock lock(mutex_);
-    link_ = link;
+    link_ = *linked;
+    unidentified_.clear();
     rules = broadcastRules_;
   }
   for (const std::string& rule : rules) {
-    if (const auto added = addMatch(link->connection(), rule, deadline); !added) {
+    if (const auto added = (*linked)->addMatch(rule, deadline); !added) {
       logError("broadcast events will not arrive: " + added.reason());
     }
   }
-  return link;
+  return linked;
 }
 
 // --- Services ------------------------------------------------------------------------------------
@@ -117,9 +155,16 @@ bool Client::isServiceRegistered(const std::string& service) {
   if (!linked) {
     return false;
   }
-  const std::string owner = ownerOf((*linked)->connection(), busNameOf(service), deadline);
-  return !owner.empty() &&
-         (*linked)->isTrusted(owner, "service " + base::quoted(service), deadline);
+  // One question for two answers: a name without an owner has no user.
+  const std::optional<uid_t> user = (*linked)->userOf(busNameOf(service), deadline);
+  if (!user) {
+    return false;
+  }
+  const std::string reason = refusalOf(user);
+  if (!reason.empty()) {
+    logError("service " + base::quoted(service) + " is refused: " + reason);
+  }
+  return reason.empty();
 }
 
 std::shared_ptr<ServiceHandle> Client::handleOn(const std::string& service,
@@ -135,44 +180,33 @@ std::shared_ptr<ServiceHandle> Client::handleOn(const std::string& service,
 base::Result<std::shared_ptr<ServiceHandle>> Client::attachTo(const std::string& service,
                                                               QXBusSecurityFlags flags) {
   if (!isServiceName(service)) {
-    return base::Failed{"the name is invalid"};
+    return base::Failed{"that is no name for a service"};
   }
   const Clock::time_point deadline = deadlineAfter(kBusTimeoutMs);
   const Linked linked = link(deadline);
   if (!linked) {
     return linked.failed();
   }
-  const auto handle = std::make_shared<ServiceHandle>(*linked, threads_, service);
+  const auto handle = std::make_shared<ServiceHandle>(threads_, *linked, service);
   {
-    // Before it attaches, so that it sees every change of the owner.
+    // Before it attaches, so that it misses no change of the owner.
     const platform::MutexLock lock(mutex_);
     handles_.erase(std::remove_if(handles_.begin(), handles_.end(),
                                   [](const auto& each) { return each.expired(); }),
                    handles_.end());
     handles_.push_back(handle);
   }
-  if (const auto attached = handle->attach(flags, deadline); !attached) {
+  const auto attached = handle->attach(flags, deadline);
+  if (!attached) {
     return attached.failed();
   }
   return handle;
 }
 
-std::vector<std::shared_ptr<ServiceHandle>> Client::liveHandlesOn(const Link& link) {
-  std::vector<std::shared_ptr<ServiceHandle>> live;
-  const platform::MutexLock lock(mutex_);
-  for (const std::weak_ptr<ServiceHandle>& each : handles_) {
-    std::shared_ptr<ServiceHandle> handle = each.lock();
-    if (handle && handle->isOn(link)) {
-      live.push_back(std::move(handle));
-    }
-  }
-  return live;
-}
-
 void Client::addBroadcastListener(const std::string& name, QXBusEventCallback* listener,
                                   QXBusSecurityFlags flags) {
   if (!isMemberName(name)) {
-    logError("invalid event name " + base::quoted(name));
+    logError(base::quoted(name) + " is no name for an event");
     return;
   }
   broadcastListeners_.add(name, listener, flags);
@@ -180,125 +214,252 @@ void Client::addBroadcastListener(const std::string& name, QXBusEventCallback* l
   std::shared_ptr<Link> link;
   {
     const platform::MutexLock lock(mutex_);
-    // One rule serves every listener of the name; a new link takes it over.
+    // One rule serves every listener of the name; a new connection takes it over.
     if (std::find(broadcastRules_.begin(), broadcastRules_.end(), rule) != broadcastRules_.end()) {
       return;
     }
     broadcastRules_.push_back(rule);
     link = link_;
   }
-  if (!link || !link->connection().isOpen()) {
+  if (!link || !link->isOpen()) {
     return;
   }
-  if (const auto added = addMatch(link->connection(), rule, deadlineAfter(kBusTimeoutMs)); !added) {
+  if (const auto added = link->addMatch(rule, deadlineAfter(kBusTimeoutMs)); !added) {
     logError("broadcast events " + base::quoted(name) + " will not arrive: " + added.reason());
   }
 }
 
-// --- Messages from the bus -----------------------------------------------------------------------
+// --- On the thread that reads --------------------------------------------------------------------
 
-// A signal that waits for its handlers. Not the message itself: libdbus counts the messages that
-// are kept, and stops reading when they are too many.
-struct Client::Signal {
-  std::shared_ptr<Link> link;
-  std::string sender;
-  std::string name;
-  bool isBroadcast;
-  std::vector<std::weak_ptr<ServiceHandle>> from;  // unless it is a broadcast
-  Values arguments;
-};
-
-void Client::onMessage(const std::shared_ptr<Link>& link, DBusMessage* message) {
-  {
-    const platform::MutexLock lock(mutex_);
-    if (link != link_) {
-      return;
+Client::Handles Client::liveHandlesOn(const Link& link) {
+  Handles live;
+  const platform::MutexLock lock(mutex_);
+  for (const std::weak_ptr<ServiceHandle>& weak : handles_) {
+    std::shared_ptr<ServiceHandle> handle = weak.lock();
+    if (handle && handle->isOn(link)) {
+      live.push_back(std::move(handle));
     }
   }
-  if (dbus_message_get_type(message) != DBUS_MESSAGE_TYPE_SIGNAL) {
-    return;
+  return live;
+}
+
+// The services whose event a signal is.
+Client::Handles Client::sendersOf(const Link& link, const wire::Header& header) {
+  Handles senders = liveHandlesOn(link);
+  const std::string_view sender = link.senderOf(header);
+  senders.erase(std::remove_if(senders.begin(), senders.end(),
+                               [&](const auto& handle) {
+                                 return !handle->sends(sender, header.path, header.interface);
+                               }),
+                senders.end());
+  return senders;
+}
+
+Connection::Interest Client::interestIn(Link& link, const wire::Header& header) {
+  using Interest = Connection::Interest;
+  if (header.type == wire::MessageType::kMethodCall) {
+    return Interest::kUnchecked;
   }
-  if (dbus_message_is_signal(message, DBUS_INTERFACE_DBUS, "NameOwnerChanged")) {
-    onOwnerChanged(*link, message);
-    return;
+  if (header.type != wire::MessageType::kSignal) {
+    return Interest::kNone;
   }
-  const std::string path = orEmpty(dbus_message_get_path(message));
-  const std::string interface = orEmpty(dbus_message_get_interface(message));
-  Signal signal = {link,
-                   orEmpty(dbus_message_get_sender(message)),
-                   orEmpty(dbus_message_get_member(message)),
-                   interface == kBroadcastInterface,
-                   {},
-                   {}};
-  if (!signal.isBroadcast) {
-    for (const std::shared_ptr<ServiceHandle>& handle : liveHandlesOn(*link)) {
-      if (handle->sends(signal.sender, path, interface)) {
-        signal.from.push_back(handle);
+  if (isOwnerChange(link, header)) {
+    return Interest::kChecked;
+  }
+  if (isBroadcast(header)) {
+    return interestInBroadcast(link, header);
+  }
+  return sendersOf(link, header).empty() ? Interest::kNone : Interest::kChecked;
+}
+
+// A sender that is refused costs a look at the header of its message, and no more.
+Connection::Interest Client::interestInBroadcast(Link& link, const wire::Header& header) {
+  using Interest = Connection::Interest;
+  if (!broadcastListeners_.hasNamed(header.member)) {
+    return Interest::kNone;
+  }
+  const std::string_view sender = link.senderOf(header);
+  const std::optional<uid_t> user = link.knownUser(sender);
+  if (!user) {
+    return Interest::kUnchecked;
+  }
+  if (isTrustedUser(*user)) {
+    return Interest::kChecked;
+  }
+  link.logRefusedSender(sender, refusalOf(user));
+  return broadcastListeners_.takesAnyUser(header.member) ? Interest::kChecked : Interest::kNone;
+}
+
+void Client::onMessages(const std::shared_ptr<Link>& link, std::vector<Received> messages) {
+  Signals accepted;
+  accepted.reserve(messages.size());
+  for (Received& message : messages) {
+    const wire::Header& header = message.header();
+    if (header.type == wire::MessageType::kMethodCall) {
+      if (const std::shared_ptr<Connection> from = link->connection()) {
+        answerClientCall(*from, header);
+      }
+    } else if (isOwnerChange(*link, header)) {
+      onOwnerChanged(*link, message);
+    } else if (isBroadcast(header)) {
+      onBroadcast(link, std::move(message), &accepted);
+    } else {
+      const Handles senders = sendersOf(*link, header);
+      if (!senders.empty()) {
+        accepted.push_back({link, std::move(message), {senders.begin(), senders.end()}, true});
       }
     }
   }
-  // A signal that has no listener must not wait behind a handler: any peer can send one.
-  if (signal.isBroadcast ? broadcastListeners_.named(signal.name).empty() : signal.from.empty()) {
-    return;
-  }
-  signal.arguments = readBody(message);
-  threads_->postEvent([self = shared_from_this(), held = std::make_shared<Signal>(std::move(
-                                                      signal))] { self->dispatch(*held); });
+  post(std::move(accepted));
 }
 
-void Client::onOwnerChanged(const Link& link, DBusMessage* message) {
-  const char* name = nullptr;
-  const char* from = nullptr;
-  const char* to = nullptr;
-  if (!dbus_message_has_sender(message, DBUS_SERVICE_DBUS) ||
-      !dbus_message_get_args(message, nullptr, DBUS_TYPE_STRING, &name, DBUS_TYPE_STRING, &from,
-                             DBUS_TYPE_STRING, &to, DBUS_TYPE_INVALID)) {
+void Client::onOwnerChanged(const Link& link, const Received& message) {
+  std::string_view texts[3];  // the name, its owner before, its owner from now on
+  if (!readTexts(message, texts)) {
     return;
   }
   for (const std::shared_ptr<ServiceHandle>& handle : liveHandlesOn(link)) {
-    handle->ownerChanged(name, from, to);
+    handle->ownerChanged(texts[0], texts[1], texts[2]);
   }
+}
+
+void Client::onBroadcast(const std::shared_ptr<Link>& link, Received message, Signals* accepted) {
+  const std::string sender(link->senderOf(message.header()));
+  const std::optional<uid_t> user = link->knownUser(sender);
+  Signal signal = {link, std::move(message), {}, user && isTrustedUser(*user)};
+  if (user) {
+    accepted->push_back(std::move(signal));
+    return;
+  }
+  bool isFirst = false;
+  {
+    const platform::MutexLock lock(mutex_);
+    Unidentified& waiting = unidentified_[sender];
+    isFirst = waiting.held.empty();
+    const std::size_t size = sizeOf(signal.message);
+    if (!isFirst && waiting.size + size > kMostUnidentified) {
+      ++dropped_;
+      return;
+    }
+    waiting.size += size;
+    waiting.held.push_back(std::move(signal));
+  }
+  if (isFirst) {
+    link->identify(sender, deadlineAfter(kBusTimeoutMs),
+                   [weak = weak_from_this(), weakLink = std::weak_ptr<Link>(link),
+                    sender](std::optional<uid_t> identified) {
+                     const std::shared_ptr<Client> self = weak.lock();
+                     const std::shared_ptr<Link> asked = weakLink.lock();
+                     if (self && asked) {
+                       self->onIdentified(asked, sender, identified);
+                     }
+                   });
+  }
+}
+
+void Client::onIdentified(const std::shared_ptr<Link>& link, const std::string& sender,
+                          std::optional<uid_t> user) {
+  Signals held;
+  {
+    const platform::MutexLock lock(mutex_);
+    const auto waiting = unidentified_.find(sender);
+    if (waiting == unidentified_.end()) {
+      return;
+    }
+    held = std::move(waiting->second.held);
+    unidentified_.erase(waiting);
+  }
+  const std::string reason = refusalOf(user);
+  if (!reason.empty()) {
+    link->logRefusedSender(sender, reason);
+  }
+  Signals accepted;
+  for (Signal& signal : held) {
+    signal.isTrusted = reason.empty();
+    const bool isTaken =
+        signal.isTrusted || broadcastListeners_.takesAnyUser(signal.message.header().member);
+    if (isTaken && wire::checkBody(signal.message.message) == wire::Fault::kNone) {
+      accepted.push_back(std::move(signal));
+    }
+  }
+  post(std::move(accepted));
+}
+
+// Hands signals to the event thread, as many at once as have been read.
+void Client::post(Signals signals) {
+  Signals taken;
+  std::size_t size = 0;
+  for (Signal& signal : signals) {
+    const std::size_t more = sizeOf(signal.message);
+    if (waitingSize_ + size + more > kMostWaiting) {
+      if (dropped_++ == 0) {
+        logError("events are dropped: the events that wait for their handlers fill the memory");
+      }
+      continue;
+    }
+    size += more;
+    taken.push_back(std::move(signal));
+  }
+  if (taken.empty()) {
+    return;
+  }
+  waitingSize_ += size;
+  threads_->postEvent(
+      [self = shared_from_this(), size, held = std::make_shared<Signals>(std::move(taken))] {
+        for (Signal& signal : *held) {
+          self->dispatch(signal);
+          signal = {};
+        }
+        self->waitingSize_ -= size;
+        if (const std::size_t dropped = self->dropped_.exchange(0); dropped > 0) {
+          logError(base::counted(dropped, "event") + " dropped");
+        }
+      });
 }
 
 void Client::onLost(const Link& link) {
   for (const std::shared_ptr<ServiceHandle>& handle : liveHandlesOn(link)) {
-    handle->reportDeath();
+    handle->connectionLost();
   }
 }
 
-// --- Dispatch ------------------------------------------------------------------------------------
+// --- On the event thread -------------------------------------------------------------------------
+
+std::vector<Listeners::Registration> Client::registrationsFor(const Signal& signal) const {
+  const std::string_view name = signal.message.header().member;
+  std::vector<Listeners::Registration> found;
+  if (signal.from.empty()) {
+    found = broadcastListeners_.named(name);
+    if (!signal.isTrusted) {
+      found.erase(std::remove_if(found.begin(), found.end(),
+                                 [](const Listeners::Registration& registration) {
+                                   return registration.flags != QXBUS_SECURITY_ANY_USER;
+                                 }),
+                  found.end());
+    }
+  }
+  for (const std::weak_ptr<ServiceHandle>& from : signal.from) {
+    if (const std::shared_ptr<ServiceHandle> handle = from.lock()) {
+      const auto more = handle->listeners().named(name);
+      found.insert(found.end(), more.begin(), more.end());
+    }
+  }
+  return found;
+}
 
 void Client::dispatch(Signal& signal) {
   const std::vector<Listeners::Registration> registrations = registrationsFor(signal);
-  if (!registrations.empty()) {
-    callEach(registrations,
-             makeMessage(MESSAGE_TYPE_SIGNAL, signal.name, std::move(signal.arguments)));
+  if (registrations.empty()) {
+    return;
   }
-}
-
-std::vector<Listeners::Registration> Client::registrationsFor(const Signal& signal) const {
-  std::vector<Listeners::Registration> found;
-  if (!signal.isBroadcast) {
-    for (const std::weak_ptr<ServiceHandle>& from : signal.from) {
-      if (const std::shared_ptr<ServiceHandle> handle = from.lock()) {
-        const auto more = handle->listeners().named(signal.name);
-        found.insert(found.end(), more.begin(), more.end());
-      }
+  const std::shared_ptr<QXBusMessage> event =
+      makeMessage(MESSAGE_TYPE_SIGNAL, std::string(signal.message.header().member),
+                  Arguments(std::move(signal.message)));
+  for (const Listeners::Registration& registration : registrations) {
+    if (registration.listener->handler) {
+      registration.listener->handler(event);
     }
-    return found;
   }
-  found = broadcastListeners_.named(signal.name);
-  if (std::all_of(found.begin(), found.end(), takesAnyUser)) {
-    return found;
-  }
-  const std::string reason = signal.link->refusal(signal.sender, deadlineAfter(kBusTimeoutMs));
-  if (!reason.empty()) {
-    signal.link->logRefusedSender(signal.sender, reason);
-    found.erase(std::remove_if(found.begin(), found.end(),
-                               [](const auto& each) { return !takesAnyUser(each); }),
-                found.end());
-  }
-  return found;
 }
 
 }  // namespace qxbus

@@ -1,14 +1,19 @@
 // The client's side of the bus: one link at a time, its broadcast listeners, and the services in
-// use. The I/O thread of the connection reads; handlers run on the threads of handler_threads.h. No
-// lock is held while a handler runs.
+// use. A thread that waits for a reply reads, or one of the connection's own (see
+// transport/loop.h); handlers run on the threads of handler_threads.h. No lock is held while a
+// handler runs.
 //
 // THREADS   Any thread may call any member.
 
 #ifndef BUS_DBUS_CLIENT_H
 #define BUS_DBUS_CLIENT_H
 
+#include <atomic>
+#include <map>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/result.h"
@@ -24,7 +29,7 @@ namespace qxbus {
 
 class Client : public std::enable_shared_from_this<Client> {
  public:
-  // An empty address stands for busAddress().
+  // An empty address stands for busAddress(). A direct address needs no service that runs already.
   static base::Result<std::shared_ptr<Client>> connect(std::string address);
 
   bool isServiceRegistered(const std::string& service);
@@ -40,31 +45,59 @@ class Client : public std::enable_shared_from_this<Client> {
   // The link; a new one when the last is lost.
   Linked link(Clock::time_point deadline);
   Linked linkAnew(Clock::time_point deadline);
-  std::shared_ptr<Link> openLink();
+  std::shared_ptr<Link> openLink(Clock::time_point deadline);
+  Connection::Handlers handlersOf(const std::weak_ptr<Link>& link);
 
   base::Result<std::shared_ptr<ServiceHandle>> attachTo(const std::string& service,
                                                         QXBusSecurityFlags flags);
-  std::vector<std::shared_ptr<ServiceHandle>> liveHandlesOn(const Link& link);
+  using Handles = std::vector<std::shared_ptr<ServiceHandle>>;
+  Handles liveHandlesOn(const Link& link);
+  Handles sendersOf(const Link& link, const wire::Header& header);
 
-  // On the I/O thread.
-  void onMessage(const std::shared_ptr<Link>& link, DBusMessage* message);
-  void onOwnerChanged(const Link& link, DBusMessage* message);
+  // A signal that waits for its handlers, or for the user of its sender.
+  struct Signal {
+    std::shared_ptr<Link> link;
+    Received message;
+    std::vector<std::weak_ptr<ServiceHandle>> from;  // empty: a broadcast
+    bool isTrusted = true;                           // of a broadcast
+  };
+  using Signals = std::vector<Signal>;
+
+  // On the thread that reads.
+  Connection::Interest interestIn(Link& link, const wire::Header& header);
+  Connection::Interest interestInBroadcast(Link& link, const wire::Header& header);
+  void onMessages(const std::shared_ptr<Link>& link, std::vector<Received> messages);
+  void onOwnerChanged(const Link& link, const Received& message);
+  void onBroadcast(const std::shared_ptr<Link>& link, Received message, Signals* accepted);
+  void onIdentified(const std::shared_ptr<Link>& link, const std::string& sender,
+                    std::optional<uid_t> user);
   void onLost(const Link& link);
+  void post(Signals signals);
 
   // On the event thread.
-  struct Signal;
   void dispatch(Signal& signal);
   std::vector<Listeners::Registration> registrationsFor(const Signal& signal) const;
+
+  // Broadcasts of a sender whose user is not known yet.
+  struct Unidentified {
+    Signals held;
+    std::size_t size = 0;
+  };
 
   const std::string address_;
   const std::shared_ptr<HandlerThreads> threads_;
   Listeners broadcastListeners_;
   SharedAttempt<Linked> linking_;
+  // Of signals that wait for their handlers, and those that there was no room for.
+  std::atomic<std::size_t> waitingSize_{0};
+  std::atomic<std::size_t> dropped_{0};
 
   platform::Mutex mutex_;
   std::shared_ptr<Link> link_ QX_GUARDED_BY(mutex_);
   std::vector<std::string> broadcastRules_ QX_GUARDED_BY(mutex_);
   std::vector<std::weak_ptr<ServiceHandle>> handles_ QX_GUARDED_BY(mutex_);
+  // By unique name, of link_.
+  std::map<std::string, Unidentified, std::less<>> unidentified_ QX_GUARDED_BY(mutex_);
 };
 
 }  // namespace qxbus

@@ -1,71 +1,333 @@
 #include "bus/dbus/link.h"
 
-#include <optional>
+#include <cstdint>
+#include <utility>
+#include <variant>
 
 #include <unistd.h>
 
-#include "bus/dbus/bus_daemon.h"
+#include "bus/dbus/bus_failure.h"
 #include "bus/dbus/bus_log.h"
+#include "bus/dbus/names.h"
+#include "bus/dbus/peer_calls.h"
+#include "bus/dbus/transport/dial.h"
+#include "bus/dbus/wire/address.h"
+#include "bus/dbus/wire/argument_reader.h"
+#include "platform/mutex.h"
 
 namespace qxbus {
 namespace {
 
-// More peers than this are not remembered: a bus gives each unique name once.
+// More peers than this are not remembered: unique names are never used again.
 constexpr std::size_t kRememberedPeers = 1000;
+
+// DBUS_NAME_FLAG_DO_NOT_QUEUE and DBUS_REQUEST_NAME_REPLY_PRIMARY_OWNER of the D-Bus protocol.
+constexpr std::uint32_t kDoNotQueue = 4;
+constexpr std::uint32_t kPrimaryOwner = 1;
+
+struct LastFailure {
+  platform::Mutex mutex;
+  std::string reason QX_GUARDED_BY(mutex);
+};
+
+// Never destroyed: threads of the bus run until the process has ended.
+LastFailure& lastFailure() {
+  static auto* const last = new LastFailure;
+  return *last;
+}
+
+// A call of the daemon. signature: of its arguments.
+wire::MessageWriter callOf(const char* method, const char* signature) {
+  wire::Header header;
+  header.type = wire::MessageType::kMethodCall;
+  header.destination = kDaemonName;
+  header.path = kDaemonPath;
+  header.interface = kDaemonName;
+  header.member = method;
+  header.signature = signature;
+  wire::MessageWriter call;
+  call.start(header);
+  return call;
+}
+
+wire::MessageWriter callOf(const char* method, const std::string& text) {
+  wire::MessageWriter call = callOf(method, "s");
+  call.appendText(text);
+  return call;
+}
+
+wire::MessageWriter callToPeer(const char* method) {
+  wire::Header header;
+  header.type = wire::MessageType::kMethodCall;
+  header.path = "/";
+  header.interface = kPeerInterface;
+  header.member = method;
+  wire::MessageWriter call;
+  call.start(header);
+  return call;
+}
+
+// The daemon's normal reply.
+base::Result<Received> replyOf(Outcome outcome) {
+  switch (outcome.kind) {
+    case Outcome::Kind::kReturn:
+      return std::move(outcome.reply);
+    case Outcome::Kind::kError:
+      return base::Failed{errorText(outcome.reply)};
+    default:
+      return base::Failed{std::move(outcome.text)};
+  }
+}
+
+base::Result<Received> ask(Connection& connection, wire::MessageWriter call,
+                           Clock::time_point deadline) {
+  return replyOf(connection.call(&call, kDaemonName, deadline));
+}
+
+// The first argument, if it is of the type.
+template <typename T>
+std::optional<T> firstArgument(const base::Result<Received>& reply) {
+  wire::Argument argument;
+  if (!reply || !wire::ArgumentReader(reply->message).next(&argument)) {
+    return std::nullopt;
+  }
+  const T* const value = std::get_if<T>(&argument);
+  return value ? std::optional<T>(*value) : std::nullopt;
+}
 
 }  // namespace
 
-std::string Link::refusal(const std::string& uniqueName, Clock::time_point deadline) {
-  std::optional<unsigned int> user;
-  {
-    const platform::MutexLock lock(mutex_);
-    const auto known = users_.find(uniqueName);
-    if (known != users_.end()) {
-      user = known->second;
-    }
-  }
+std::string busFailure() {
+  LastFailure& last = lastFailure();
+  const platform::MutexLock lock(last.mutex);
+  return last.reason;
+}
+
+void setBusFailure(const std::string& reason) {
+  LastFailure& last = lastFailure();
+  const platform::MutexLock lock(last.mutex);
+  last.reason = reason;
+}
+
+bool isTrustedUser(uid_t user) {
+  return user == ::geteuid() || user == 0;
+}
+
+std::string refusalOf(std::optional<uid_t> user) {
   if (!user) {
-    user = userOf(*connection_, uniqueName, deadline);
-    if (!user) {
-      return "the bus does not say which user it runs as";
-    }
-    const platform::MutexLock lock(mutex_);
-    if (users_.size() >= kRememberedPeers) {
-      users_.clear();
-    }
-    users_.emplace(uniqueName, *user);
+    return "the bus does not say which user it runs as";
   }
-  if (*user == ::geteuid() || *user == 0) {
-    return "";
+  return isTrustedUser(*user)
+             ? ""
+             : "it runs as user " + std::to_string(*user) + ", neither as this user (" +
+                   std::to_string(::geteuid()) + ") nor as root";
+}
+
+// --- Connecting ----------------------------------------------------------------------------------
+
+base::Result<std::shared_ptr<Link>> Link::connect(std::string address,
+                                                  const MakeHandlers& makeHandlers,
+                                                  Clock::time_point deadline) {
+  auto connected = attempt(std::move(address), makeHandlers, deadline);
+  setBusFailure(connected.reason());
+  return connected;
+}
+
+base::Result<std::shared_ptr<Link>> Link::attempt(std::string address,
+                                                  const MakeHandlers& makeHandlers,
+                                                  Clock::time_point deadline) {
+  if (address.empty()) {
+    address = busAddress();
   }
-  return "it runs as user " + std::to_string(*user) + ", neither as this user (" +
-         std::to_string(::geteuid()) + ") nor as root";
+  if (address.empty()) {
+    return base::Failed{"no bus address: QXBUS_ADDRESS is not set, and there is no session bus"};
+  }
+  const bool isDirect = isDirectAddress(address);
+  const std::string place =
+      isDirect ? "unix:path=" + wire::escaped(directSocket(address)) : address;
+  const std::shared_ptr<Link> link(new Link(isDirect));
+  if (const auto opened = link->open(place, makeHandlers, link, deadline); !opened) {
+    return base::Failed{(isDirect ? "no service listens at " + directSocket(address)
+                                  : "no connection to the bus at " + address) +
+                        ": " + opened.reason()};
+  }
+  return link;
+}
+
+base::Result<void> Link::open(const std::string& address, const MakeHandlers& makeHandlers,
+                              const std::weak_ptr<Link>& self, Clock::time_point deadline) {
+  const auto opened = Connection::open(address, makeHandlers(self), deadline);
+  if (!opened) {
+    return opened.failed();
+  }
+  // Signs in. A service has nothing to sign in to, but its answer shows that it knows the
+  // connection: from then on its events come.
+  const auto reply = ask(**opened, isDirect_ ? callToPeer("Ping") : callOf("Hello", ""), deadline);
+  if (!reply) {
+    // A bus closes the connections of users whom its configuration does not allow.
+    return (*opened)->isOpen() ? reply.failed() : refusedByPeer(reply.reason());
+  }
+  const platform::MutexLock lock(mutex_);
+  connection_ = *opened;
+  return {};
+}
+
+std::shared_ptr<Connection> Link::connection() const {
+  const platform::MutexLock lock(mutex_);
+  return connection_;
+}
+
+bool Link::isAlive(Clock::time_point deadline) const {
+  const std::shared_ptr<Connection> open = connection();
+  return open && open->isOpen() &&
+         (!isDirect_ || static_cast<bool>(ask(*open, callToPeer("Ping"), deadline)));
+}
+
+bool Link::isOpen() const {
+  const std::shared_ptr<Connection> open = connection();
+  return open && open->isOpen();
+}
+
+// --- The bus daemon ------------------------------------------------------------------------------
+
+std::string Link::ownerOf(const std::string& busName, Clock::time_point deadline) const {
+  if (isDirect_) {
+    return isOpen() ? kPeerName : "";
+  }
+  const auto reply = ask(*connection(), callOf("GetNameOwner", busName), deadline);
+  return std::string(firstArgument<std::string_view>(reply).value_or(""));
+}
+
+base::Result<void> Link::addMatch(const std::string& rule, Clock::time_point deadline,
+                                  const std::function<void()>& meanwhile) const {
+  Connection::Call matching;
+  if (!isDirect_) {
+    wire::MessageWriter match = callOf("AddMatch", rule);
+    connection()->start(&match, kDaemonName, &matching);
+  }
+  if (meanwhile) {
+    meanwhile();
+  }
+  if (isDirect_) {
+    return {};
+  }
+  const auto matched = replyOf(connection()->await(&matching, deadline));
+  return matched ? base::Result<void>() : matched.failed();
+}
+
+void Link::removeMatch(const std::string& rule) const {
+  if (isDirect_) {
+    return;
+  }
+  wire::Header header;
+  header.type = wire::MessageType::kMethodCall;
+  header.flags = wire::kNoReplyExpected;
+  header.destination = kDaemonName;
+  header.path = kDaemonPath;
+  header.interface = kDaemonName;
+  header.member = "RemoveMatch";
+  header.signature = "s";
+  wire::MessageWriter call;
+  call.start(header);
+  call.appendText(rule);
+  connection()->send(&call);
+}
+
+base::Result<void> Link::requestName(const std::string& busName, Clock::time_point deadline) const {
+  wire::MessageWriter call = callOf("RequestName", "su");
+  call.appendText(busName);
+  call.appendUInt32(kDoNotQueue);
+  const auto reply = ask(*connection(), std::move(call), deadline);
+  if (!reply) {
+    return reply.failed();
+  }
+  if (firstArgument<std::uint32_t>(reply) != kPrimaryOwner) {
+    return base::Failed{"the name " + busName + " is taken: the service runs already"};
+  }
+  return {};
+}
+
+void Link::releaseName(const std::string& busName, Clock::time_point deadline) const {
+  static_cast<void>(ask(*connection(), callOf("ReleaseName", busName), deadline));
+}
+
+// --- Users ---------------------------------------------------------------------------------------
+
+std::optional<uid_t> Link::userOf(const std::string& name, Clock::time_point deadline) const {
+  if (isDirect_) {
+    return connection()->peerUser();
+  }
+  const auto reply = ask(*connection(), callOf("GetConnectionUnixUser", name), deadline);
+  const auto user = firstArgument<std::uint32_t>(reply);
+  return user ? std::optional<uid_t>(*user) : std::nullopt;
+}
+
+std::optional<uid_t> Link::knownUser(std::string_view uniqueName) const {
+  const platform::MutexLock lock(mutex_);
+  if (isDirect_) {
+    return connection_ ? connection_->peerUser() : std::nullopt;
+  }
+  const auto known = users_.find(uniqueName);
+  return known == users_.end() ? std::nullopt : std::optional(known->second);
+}
+
+void Link::remember(std::string_view uniqueName, uid_t user) {
+  const platform::MutexLock lock(mutex_);
+  if (users_.size() >= kRememberedPeers) {
+    users_.clear();
+  }
+  users_.emplace(uniqueName, user);
+}
+
+void Link::identify(const std::string& uniqueName, Clock::time_point deadline,
+                    std::function<void(std::optional<uid_t>)> answer) {
+  const std::shared_ptr<Connection> asked = connection();
+  if (isDirect_ || !asked) {
+    answer(knownUser(uniqueName));
+    return;
+  }
+  wire::MessageWriter call = callOf("GetConnectionUnixUser", uniqueName);
+  asked->call(&call, kDaemonName, deadline,
+              [weak = weak_from_this(), uniqueName, answer = std::move(answer)](Outcome outcome) {
+                const auto user = firstArgument<std::uint32_t>(replyOf(std::move(outcome)));
+                const std::shared_ptr<Link> self = weak.lock();
+                if (self && user) {
+                  self->remember(uniqueName, *user);
+                }
+                answer(user ? std::optional<uid_t>(*user) : std::nullopt);
+              });
 }
 
 bool Link::isTrusted(const std::string& uniqueName, const std::string& what,
                      Clock::time_point deadline) {
-  const std::string reason = refusal(uniqueName, deadline);
+  std::optional<uid_t> user = knownUser(uniqueName);
+  if (!user) {
+    user = userOf(uniqueName, deadline);
+    if (user) {
+      remember(uniqueName, *user);
+    }
+  }
+  const std::string reason = refusalOf(user);
   if (!reason.empty()) {
     logError(what + " is refused: " + reason);
   }
   return reason.empty();
 }
 
-void Link::logRefusedSender(const std::string& sender, const std::string& reason) {
-  // After a loss, the user of no sender is known any more.
-  if (!connection_->isOpen()) {
-    return;
-  }
+void Link::logRefusedSender(std::string_view sender, const std::string& reason) {
   {
     const platform::MutexLock lock(mutex_);
     if (refusedSenders_.size() >= kRememberedPeers) {
       refusedSenders_.clear();
     }
-    if (!refusedSenders_.insert(sender).second) {
+    if (!refusedSenders_.emplace(sender).second) {
       return;
     }
   }
-  logError("broadcast events of " + sender + " are refused: " + reason);
+  // The peers of a connection that has gone are gone with it.
+  if (isOpen()) {
+    logError("broadcast events of " + std::string(sender) + " are refused: " + reason);
+  }
 }
 
 }  // namespace qxbus

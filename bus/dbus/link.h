@@ -1,18 +1,27 @@
-// One connection to the bus, and the users of the peers there. A bus that has been started again
+// A connection that leads to services: through a bus daemon, or straight to the one service that
+// listens at a socket. It knows the users of the peers there; a bus that has been started again
 // gives the same unique names to other peers, so none of this outlives the connection.
 //
-// THREADS   Any thread may call any member but setConnection.
+// A direct connection has no names. Its other end is the owner of every name, under kPeerName, for
+// as long as the connection lasts, and sends everything that comes.
+//
+// THREADS   Any thread may call.
 
 #ifndef BUS_DBUS_LINK_H
 #define BUS_DBUS_LINK_H
 
+#include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
-#include <utility>
+#include <string_view>
 
-#include "bus/dbus/connection.h"
+#include <sys/types.h>
+
+#include "base/result.h"
+#include "bus/dbus/transport/connection.h"
 #include "platform/mutex.h"
 
 namespace qxbus {
@@ -20,33 +29,96 @@ namespace qxbus {
 // How long the bus daemon may take to reply to a client: callers hold locks meanwhile.
 inline constexpr int kBusTimeoutMs = 2000;
 
-class Link {
- public:
-  // Once, before the link is shared.
-  void setConnection(std::shared_ptr<Connection> connection) {
-    connection_ = std::move(connection);
-  }
-  Connection& connection() const { return *connection_; }
+inline constexpr char kDaemonName[] = "org.freedesktop.DBus";
+inline constexpr char kDaemonPath[] = "/org/freedesktop/DBus";
+// The other end of a direct connection, where a bus would have a unique name.
+inline constexpr char kPeerName[] = ":direct";
 
-  // Why a peer runs neither as this user nor as root; empty when it does. An unknown user is a
-  // reason.
-  std::string refusal(const std::string& uniqueName, Clock::time_point deadline);
+class Link : public std::enable_shared_from_this<Link> {
+ public:
+  // Makes the handlers of the connection. Messages may come before connect() has returned.
+  using MakeHandlers = std::function<Connection::Handlers(const std::weak_ptr<Link>& link)>;
+
+  // Connects to the bus at the address and signs in, or to the service at a direct address. An
+  // empty address stands for busAddress().
+  //
+  // The reason of a failure names the address; busFailure() gives the same one.
+  static base::Result<std::shared_ptr<Link>> connect(std::string address,
+                                                     const MakeHandlers& makeHandlers,
+                                                     Clock::time_point deadline);
+
+  bool isDirect() const { return isDirect_; }
+  bool isOpen() const;
+  // Whether the link leads to a bus, or to a service that answers by the deadline: one that has
+  // ended closes its connections a moment later.
+  bool isAlive(Clock::time_point deadline) const;
+  // Null until connect() has returned.
+  std::shared_ptr<Connection> connection() const;
+
+  // Who has sent a message.
+  std::string_view senderOf(const wire::Header& header) const {
+    return isDirect_ ? kPeerName : header.sender;
+  }
+  // How a message to an owner is addressed.
+  std::string destinationOf(const std::string& owner) const { return isDirect_ ? "" : owner; }
+
+  // --- The bus daemon --------------------------------------------------------------------------
+
+  // The unique name behind a well-known one; empty when it has no owner, or there is no answer.
+  std::string ownerOf(const std::string& busName, Clock::time_point deadline) const;
+  // Asks for the signals that a rule matches. meanwhile runs while the daemon's answer is on its
+  // way.
+  //
+  // returns    a failure when the daemon refuses the rule or does not answer
+  base::Result<void> addMatch(const std::string& rule, Clock::time_point deadline,
+                              const std::function<void()>& meanwhile = nullptr) const;
+  // Does not wait.
+  void removeMatch(const std::string& rule) const;
+  base::Result<void> requestName(const std::string& busName, Clock::time_point deadline) const;
+  void releaseName(const std::string& busName, Clock::time_point deadline) const;
+
+  // --- Users -----------------------------------------------------------------------------------
+
+  // The user of a unique or a well-known name; nullopt when it has no owner, or there is no answer.
+  std::optional<uid_t> userOf(const std::string& name, Clock::time_point deadline) const;
+  // The user of a unique name, if it has been asked for.
+  std::optional<uid_t> knownUser(std::string_view uniqueName) const;
+  // Asks for it without waiting. answer runs once, on the thread that reads or on this one.
+  void identify(const std::string& uniqueName, Clock::time_point deadline,
+                std::function<void(std::optional<uid_t>)> answer);
 
   // Whether a peer runs as this user or as root. The log names the peer as `what` when it does not.
   bool isTrusted(const std::string& uniqueName, const std::string& what,
                  Clock::time_point deadline);
-
   // Logs, once per sender, that its broadcast events are refused: any peer may broadcast as often
   // as it likes.
-  void logRefusedSender(const std::string& sender, const std::string& reason);
+  void logRefusedSender(std::string_view sender, const std::string& reason);
 
  private:
-  std::shared_ptr<Connection> connection_;
+  explicit Link(bool isDirect) : isDirect_(isDirect) {}
 
-  platform::Mutex mutex_;
-  std::map<std::string, unsigned int> users_ QX_GUARDED_BY(mutex_);  // by unique name
-  std::set<std::string> refusedSenders_ QX_GUARDED_BY(mutex_);
+  static base::Result<std::shared_ptr<Link>> attempt(std::string address,
+                                                     const MakeHandlers& makeHandlers,
+                                                     Clock::time_point deadline);
+  base::Result<void> open(const std::string& address, const MakeHandlers& makeHandlers,
+                          const std::weak_ptr<Link>& self, Clock::time_point deadline);
+  void remember(std::string_view uniqueName, uid_t user);
+
+  const bool isDirect_;
+
+  mutable platform::Mutex mutex_;
+  std::shared_ptr<Connection> connection_ QX_GUARDED_BY(mutex_);
+  std::map<std::string, uid_t, std::less<>> users_ QX_GUARDED_BY(mutex_);  // by unique name
+  std::set<std::string, std::less<>> refusedSenders_ QX_GUARDED_BY(mutex_);
 };
+
+// What busFailure() returns from now on.
+void setBusFailure(const std::string& reason);
+
+// Whether a user is this one or root.
+bool isTrustedUser(uid_t user);
+// Why a peer is refused; empty when it runs as this user or as root. An unknown user is a reason.
+std::string refusalOf(std::optional<uid_t> user);
 
 }  // namespace qxbus
 

@@ -26,12 +26,27 @@ void Listeners::clear() {
   registrations_.clear();
 }
 
-std::vector<Listeners::Registration> Listeners::named(const std::string& name) const {
+std::vector<Listeners::Registration> Listeners::named(std::string_view name) const {
   std::vector<Registration> found;
   const platform::MutexLock lock(mutex_);
   std::copy_if(registrations_.begin(), registrations_.end(), std::back_inserter(found),
                [&name](const Registration& registration) { return registration.name == name; });
   return found;
+}
+
+bool Listeners::hasNamed(std::string_view name) const {
+  const platform::MutexLock lock(mutex_);
+  return std::any_of(
+      registrations_.begin(), registrations_.end(),
+      [&name](const Registration& registration) { return registration.name == name; });
+}
+
+bool Listeners::takesAnyUser(std::string_view name) const {
+  const platform::MutexLock lock(mutex_);
+  return std::any_of(
+      registrations_.begin(), registrations_.end(), [&name](const Registration& registration) {
+        return registration.name == name && registration.flags == QXBUS_SECURITY_ANY_USER;
+      });
 }
 
 }  // namespace qxbus

@@ -1,11 +1,10 @@
 // Listeners by event name, in the order of registration. Every registration counts.
-//
-// THREADS   Any thread may call any member.
 
 #ifndef BUS_DBUS_LISTENERS_H
 #define BUS_DBUS_LISTENERS_H
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "bus/qxbus.h"
@@ -26,7 +25,10 @@ class Listeners {
   void remove(const std::string& name, const QXBusEventCallback* listener);
   void clear();
 
-  std::vector<Registration> named(const std::string& name) const;
+  std::vector<Registration> named(std::string_view name) const;
+  bool hasNamed(std::string_view name) const;
+  // Whether one of the name takes events of any user.
+  bool takesAnyUser(std::string_view name) const;
 
  private:
   mutable platform::Mutex mutex_;

@@ -7,7 +7,8 @@
 #include <string>
 #include <utility>
 
-#include "bus/dbus/outcome.h"
+#include "bus/dbus/arguments.h"
+#include "bus/dbus/transport/outcome.h"
 #include "bus/dbus/value.h"
 #include "bus/qxbus.h"
 
@@ -15,13 +16,13 @@
 struct QXBusMessage::Impl {
   QXBusMessageType type = MESSAGE_TYPE_INVALID;
   std::string name;  // of the method, the event or the error
-  qxbus::Values arguments;
+  qxbus::Arguments arguments;
 };
 
 namespace qxbus {
 
 std::shared_ptr<QXBusMessage> makeMessage(QXBusMessageType type, std::string name,
-                                          Values arguments = {});
+                                          Arguments arguments = Arguments());
 
 // In place of the reply to a request that could not be sent.
 std::shared_ptr<QXBusMessage> notSent(const std::string& text);

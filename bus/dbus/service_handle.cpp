@@ -1,21 +1,22 @@
 #include "bus/dbus/service_handle.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 #include "base/text.h"
-#include "bus/dbus/bus_daemon.h"
 #include "bus/dbus/message_impl.h"
 #include "bus/dbus/names.h"
-#include "bus/dbus/wire.h"
 
 namespace qxbus {
 namespace {
 
+// A buffer that once held a larger request is given back.
+constexpr std::size_t kKeptBuffer = std::size_t{1024} * 1024;
+
 std::string ownerRule(const std::string& busName) {
-  return "type='signal',sender='" DBUS_SERVICE_DBUS "',path='" DBUS_PATH_DBUS
-         "',interface='" DBUS_INTERFACE_DBUS "',member='NameOwnerChanged',arg0='" +
-         busName + "'";
+  return std::string("type='signal',sender='") + kDaemonName + "',path='" + kDaemonPath +
+         "',interface='" + kDaemonName + "',member='NameOwnerChanged',arg0='" + busName + "'";
 }
 
 std::string eventRule(const std::string& owner, const std::string& path,
@@ -23,43 +24,57 @@ std::string eventRule(const std::string& owner, const std::string& path,
   return "type='signal',sender='" + owner + "',path='" + path + "',interface='" + interface + "'";
 }
 
+// Requests are built one after the other in the same memory.
+wire::MessageWriter& requestWriter() {
+  static thread_local wire::MessageWriter writer;
+  if (writer.bytes().size() > kKeptBuffer) {
+    writer = wire::MessageWriter();
+  }
+  return writer;
+}
+
 }  // namespace
 
-ServiceHandle::ServiceHandle(std::shared_ptr<Link> link, std::shared_ptr<HandlerThreads> threads,
+ServiceHandle::ServiceHandle(std::shared_ptr<HandlerThreads> threads, std::shared_ptr<Link> link,
                              std::string service)
-    : link_(std::move(link)),
-      threads_(std::move(threads)),
+    : threads_(std::move(threads)),
+      link_(std::move(link)),
       service_(std::move(service)),
       busName_(busNameOf(service_)),
       path_(objectPathOf(service_)) {}
 
 ServiceHandle::~ServiceHandle() {
   for (const std::string& rule : rules_) {
-    removeMatch(link_->connection(), rule);
+    link_->removeMatch(rule);
   }
 }
 
 base::Result<void> ServiceHandle::attach(QXBusSecurityFlags flags, Clock::time_point deadline) {
-  Connection& connection = link_->connection();
-  // Match before asking for the owner, so that no change is missed.
-  const std::string changesOfOwner = ownerRule(busName_);
-  if (auto added = addMatch(connection, changesOfOwner, deadline); !added) {
-    return added;
+  // Match before asking for the owner, so that no change is missed. The daemon takes one request
+  // after the other.
+  rules_.push_back(ownerRule(busName_));
+  std::string owner;
+  const auto watched = link_->addMatch(rules_.back(), deadline, [this, deadline, &owner] {
+    owner = link_->ownerOf(busName_, deadline);
+  });
+  if (!watched) {
+    return watched;
   }
-  rules_.push_back(changesOfOwner);
-  const std::string owner = ownerOf(connection, busName_, deadline);
   if (owner.empty()) {
-    return base::Failed{busName_ + " has no owner"};
+    return base::Failed{"nobody owns " + busName_};
   }
-  if (flags != QXBUS_SECURITY_ANY_USER &&
-      !link_->isTrusted(owner, "service " + base::quoted(service_), deadline)) {
+  rules_.push_back(eventRule(owner, path_, busName_));
+  bool isRefused = false;
+  const auto subscribed = link_->addMatch(rules_.back(), deadline, [&] {
+    isRefused = flags != QXBUS_SECURITY_ANY_USER &&
+                !link_->isTrusted(owner, "service " + base::quoted(service_), deadline);
+  });
+  if (isRefused) {
     return base::Failed{"its user is refused"};
   }
-  const std::string events = eventRule(owner, path_, busName_);
-  if (auto added = addMatch(connection, events, deadline); !added) {
-    return added;
+  if (!subscribed) {
+    return subscribed;
   }
-  rules_.push_back(events);
 
   bool isGone = false;
   {
@@ -68,7 +83,7 @@ base::Result<void> ServiceHandle::attach(QXBusSecurityFlags flags, Clock::time_p
     isGone = std::find(formerOwners_.begin(), formerOwners_.end(), owner) != formerOwners_.end();
     formerOwners_.clear();
   }
-  if (isGone || !connection.isOpen()) {
+  if (isGone || !link_->isOpen()) {
     reportDeath();
   }
   return {};
@@ -79,51 +94,60 @@ std::string ServiceHandle::owner() const {
   return isDead_ ? std::string() : owner_;
 }
 
-// --- Calls ---------------------------------------------------------------------------------------
-
-base::Result<MessagePtr> ServiceHandle::encode(QXBusMessage& message) const {
+// Returns the destination.
+base::Result<std::string> ServiceHandle::encode(QXBusMessage& message,
+                                                wire::MessageWriter* call) const {
   const QXBusMessage::Impl& content = message.impl();
-  const std::string destination = owner();
-  if (destination.empty()) {
+  const std::string to = owner();
+  if (to.empty()) {
     return base::Failed{"service " + base::quoted(service_) + " is gone"};
   }
   if (!isMemberName(content.name)) {
-    return base::Failed{"invalid method name " + base::quoted(content.name)};
+    return base::Failed{base::quoted(content.name) + " is no name for a method"};
   }
-  MessagePtr call(dbus_message_new_method_call(destination.c_str(), path_.c_str(), busName_.c_str(),
-                                               content.name.c_str()));
-  if (!call || !appendBody(call.get(), content.arguments)) {
+  std::string destination = link_->destinationOf(to);
+  wire::Header header;
+  header.type = wire::MessageType::kMethodCall;
+  header.flags = wire::kNoAutoStart;
+  header.destination = destination;
+  header.path = path_;
+  header.interface = busName_;
+  header.member = content.name;
+  header.signature = "av";
+  call->start(header);
+  content.arguments.write(call);
+  // The serial is given when the call is sent.
+  if (call->finish(1) != wire::Fault::kNone) {
     return base::Failed{"the arguments of " + content.name + " are too large for the bus"};
   }
-  dbus_message_set_auto_start(call.get(), FALSE);
-  return call;
+  return destination;
 }
 
 std::shared_ptr<QXBusMessage> ServiceHandle::call(QXBusMessage& message, int timeoutMs) {
-  const auto call = encode(message);
-  return call ? messageFrom(link_->connection().call(call->get(), deadlineAfter(timeoutMs)),
-                            message.impl().name)
-              : notSent(call.reason());
+  wire::MessageWriter& request = requestWriter();
+  const auto destination = encode(message, &request);
+  return destination ? messageFrom(link_->connection()->call(&request, *destination,
+                                                             deadlineAfter(timeoutMs)),
+                                   message.impl().name)
+                     : notSent(destination.reason());
 }
 
 void ServiceHandle::call(QXBusMessage& message, int timeoutMs,
                          std::function<void(std::shared_ptr<QXBusMessage>)> done) {
-  const auto call = encode(message);
-  if (!call) {
+  wire::MessageWriter& request = requestWriter();
+  const auto destination = encode(message, &request);
+  if (!destination) {
     threads_->postCompletion(
-        [done = std::move(done), failed = notSent(call.reason())] { done(failed); });
+        [done = std::move(done), failed = notSent(destination.reason())] { done(failed); });
     return;
   }
-  link_->connection().call(
-      call->get(), deadlineAfter(timeoutMs),
+  link_->connection()->call(
+      &request, *destination, deadlineAfter(timeoutMs),
       [threads = threads_, done = std::move(done), method = message.impl().name](Outcome outcome) {
-        // Read here, as events are.
         threads->postCompletion(
             [done, reply = messageFrom(std::move(outcome), method)] { done(reply); });
       });
 }
-
-// --- The death -----------------------------------------------------------------------------------
 
 void ServiceHandle::setDeathCallback(std::function<void()> callback) {
   bool isDead = false;
@@ -146,8 +170,8 @@ void ServiceHandle::reportDeath() {
     }
     isDeathReported_ = true;
   }
-  // The callback stays here until a thread takes it: an interface that is released before is
-  // notified no more.
+  // The callback stays here until a thread has it: an interface that is released before is not
+  // notified any more.
   threads_->runDeath([weak = weak_from_this()] {
     std::function<void()> callback;
     if (const std::shared_ptr<ServiceHandle> self = weak.lock()) {
@@ -167,15 +191,35 @@ std::function<void()> ServiceHandle::takeDeathCallback() {
   return callback;
 }
 
-void ServiceHandle::ownerChanged(const std::string& busName, const std::string& from,
-                                 const std::string& to) {
+void ServiceHandle::addEventListener(const std::string& name, QXBusEventCallback* listener,
+                                     QXBusSecurityFlags flags) {
+  // The interface may have been taken with weaker demands than this listener's.
+  if (flags == QXBUS_SECURITY_ANY_USER ||
+      link_->isTrusted(owner(), "service " + base::quoted(service_),
+                       deadlineAfter(kBusTimeoutMs))) {
+    listeners_.add(name, listener, flags);
+  }
+}
+
+bool ServiceHandle::sends(std::string_view sender, std::string_view path,
+                          std::string_view interface) const {
+  if (sender.empty() || path != path_ || interface != busName_) {
+    return false;
+  }
+  // Also once it is dead: what it sent in time may still be waiting to be handled.
+  const platform::MutexLock lock(mutex_);
+  return sender == owner_;
+}
+
+void ServiceHandle::ownerChanged(std::string_view busName, std::string_view from,
+                                 std::string_view to) {
   if (busName != busName_) {
     return;
   }
   {
     const platform::MutexLock lock(mutex_);
     if (owner_.empty()) {
-      formerOwners_.push_back(from);
+      formerOwners_.emplace_back(from);
       return;
     }
     // A change that came before the owner was asked may still be on its way here.
@@ -184,28 +228,6 @@ void ServiceHandle::ownerChanged(const std::string& busName, const std::string& 
     }
   }
   reportDeath();
-}
-
-// --- Events --------------------------------------------------------------------------------------
-
-void ServiceHandle::addEventListener(const std::string& name, QXBusEventCallback* listener,
-                                     QXBusSecurityFlags flags) {
-  // A handle that takes any user is not enough for a listener that does not.
-  if (flags == QXBUS_SECURITY_ANY_USER ||
-      link_->isTrusted(owner(), "service " + base::quoted(service_),
-                       deadlineAfter(kBusTimeoutMs))) {
-    listeners_.add(name, listener, flags);
-  }
-}
-
-bool ServiceHandle::sends(const std::string& sender, const std::string& path,
-                          const std::string& interface) const {
-  if (sender.empty() || path != path_ || interface != busName_) {
-    return false;
-  }
-  // Also after the death: events that were sent in time may still wait to be handled.
-  const platform::MutexLock lock(mutex_);
-  return sender == owner_;
 }
 
 }  // namespace qxbus

@@ -1,7 +1,5 @@
-// One running instance of a service, bound to its unique name on one connection: a handle never
-// reaches a later instance, and another peer's signal is no event of the instance.
-//
-// THREADS   Any thread may call any member but attach.
+// One running instance of a service, bound to its unique name on one connection: it never reaches
+// a later instance, and a signal of another sender is no event of it.
 
 #ifndef BUS_DBUS_SERVICE_HANDLE_H
 #define BUS_DBUS_SERVICE_HANDLE_H
@@ -9,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/result.h"
@@ -22,9 +21,8 @@ namespace qxbus {
 
 class ServiceHandle : public std::enable_shared_from_this<ServiceHandle> {
  public:
-  ServiceHandle(std::shared_ptr<Link> link, std::shared_ptr<HandlerThreads> threads,
+  ServiceHandle(std::shared_ptr<HandlerThreads> threads, std::shared_ptr<Link> link,
                 std::string service);
-  // Removes the match rules, and does not wait for that.
   ~ServiceHandle();
 
   ServiceHandle(const ServiceHandle&) = delete;
@@ -34,7 +32,6 @@ class ServiceHandle : public std::enable_shared_from_this<ServiceHandle> {
   base::Result<void> attach(QXBusSecurityFlags flags, Clock::time_point deadline);
 
   std::shared_ptr<QXBusMessage> call(QXBusMessage& message, int timeoutMs);
-  // done runs once, on the completion thread.
   void call(QXBusMessage& message, int timeoutMs,
             std::function<void(std::shared_ptr<QXBusMessage>)> done);
 
@@ -43,31 +40,30 @@ class ServiceHandle : public std::enable_shared_from_this<ServiceHandle> {
                         QXBusSecurityFlags flags);
   Listeners& listeners() { return listeners_; }
 
-  // For the client, which reads from the bus.
+  // For the client, which reads the connection.
   bool isOn(const Link& link) const { return &link == link_.get(); }
-  bool sends(const std::string& sender, const std::string& path,
-             const std::string& interface) const;
-  void ownerChanged(const std::string& busName, const std::string& from, const std::string& to);
-  // The instance is gone: calls the death callback, now or when it is set.
-  void reportDeath();
+  bool sends(std::string_view sender, std::string_view path, std::string_view interface) const;
+  void ownerChanged(std::string_view busName, std::string_view from, std::string_view to);
+  void connectionLost() { reportDeath(); }
 
  private:
-  base::Result<MessagePtr> encode(QXBusMessage& message) const;
-  // Empty when the interface was released before a thread could call the callback.
+  base::Result<std::string> encode(QXBusMessage& message, wire::MessageWriter* call) const;
+  void reportDeath();
+  // To be called on a thread of its own; null when nothing is left to be called.
   std::function<void()> takeDeathCallback();
   std::string owner() const;
 
-  const std::shared_ptr<Link> link_;
   const std::shared_ptr<HandlerThreads> threads_;
+  const std::shared_ptr<Link> link_;
   const std::string service_;
   const std::string busName_;  // also the name of its interface
   const std::string path_;
-  std::vector<std::string> rules_;
+  std::vector<std::string> rules_;  // asked for, whether or not the daemon has answered
   Listeners listeners_;
 
   mutable platform::Mutex mutex_;
   std::string owner_ QX_GUARDED_BY(mutex_);
-  // Seen to go before owner_ was known.
+  // Owners that were seen to go before owner_ was known.
   std::vector<std::string> formerOwners_ QX_GUARDED_BY(mutex_);
   bool isDead_ QX_GUARDED_BY(mutex_) = false;
   bool isDeathReported_ QX_GUARDED_BY(mutex_) = false;  // or about to be

@@ -3,112 +3,45 @@
 #include <algorithm>
 #include <atomic>
 #include <map>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
 #include "base/text.h"
-#include "bus/dbus/bus_connection.h"
-#include "bus/dbus/bus_daemon.h"
-#include "bus/dbus/connection.h"
+#include "bus/dbus/introspection.h"
+#include "bus/dbus/link.h"
 #include "bus/dbus/names.h"
-#include "bus/dbus/wire.h"
-#include "bus/dbus/worker.h"
+#include "bus/dbus/peer_calls.h"
+#include "bus/dbus/serving_thread.h"
+#include "bus/dbus/transport/acceptor.h"
+#include "bus/dbus/wire/message_writer.h"
+#include "bus/dbus/wire/values.h"
 #include "platform/mutex.h"
 
 namespace qxbus {
 namespace {
 
-// How long connecting, and each call of the bus daemon, may take.
+// A service starts once, and may find the bus busy.
 constexpr int kHostTimeoutMs = 5000;
 
-// The address of a reply. Kept instead of the call: libdbus counts the messages that are kept, and
-// stops reading when they are too many.
-struct ReturnAddress {
-  explicit ReturnAddress(DBusMessage* call)
-      : sender(orEmpty(dbus_message_get_sender(call))),
-        serial(dbus_message_get_serial(call)),
-        isWaitedFor(!dbus_message_get_no_reply(call)) {}
+using Handler = std::function<void(Request)>;
 
-  std::string sender;
-  dbus_uint32_t serial;
-  bool isWaitedFor;
-};
-
-// Null when memory is short.
-MessagePtr newReply(const ReturnAddress& to, int type) {
-  MessagePtr reply(dbus_message_new(type));
-  if (!reply || !dbus_message_set_reply_serial(reply.get(), to.serial) ||
-      (!to.sender.empty() && !dbus_message_set_destination(reply.get(), to.sender.c_str()))) {
-    return nullptr;
+std::vector<std::string> namesOf(const std::vector<Method>& methods) {
+  std::vector<std::string> names;
+  for (const Method& method : methods) {
+    names.push_back(method.name);
   }
-  dbus_message_set_no_reply(reply.get(), TRUE);
-  return reply;
+  return names;
 }
 
-void sendReply(Connection& connection, const ReturnAddress& to, DBusMessage* reply) {
-  if (to.isWaitedFor) {
-    connection.send(reply);
-  }
-}
-
-void sendText(Connection& connection, const ReturnAddress& to, MessagePtr reply,
-              const std::string& text) {
-  const char* const argument = text.c_str();
-  if (reply &&
-      dbus_message_append_args(reply.get(), DBUS_TYPE_STRING, &argument, DBUS_TYPE_INVALID)) {
-    sendReply(connection, to, reply.get());
-  }
-}
-
-void sendText(Connection& connection, DBusMessage* call, const std::string& text) {
-  const ReturnAddress to(call);
-  sendText(connection, to, newReply(to, DBUS_MESSAGE_TYPE_METHOD_RETURN), text);
-}
-
-void sendError(Connection& connection, const ReturnAddress& to, const char* name,
-               const std::string& text) {
-  std::string carried = text;
-  if (!isText(carried)) {
-    std::replace_if(
-        carried.begin(), carried.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
-  }
-  MessagePtr error = newReply(to, DBUS_MESSAGE_TYPE_ERROR);
-  if (error && dbus_message_set_error_name(error.get(), name)) {
-    sendText(connection, to, std::move(error), carried);
-  }
-}
-
-void sendError(Connection& connection, DBusMessage* call, const char* name,
-               const std::string& text) {
-  sendError(connection, ReturnAddress(call), name, text);
-}
-
-std::string methodXml(const std::string& name) {
-  return "    <method name=\"" + name +
-         "\">\n"
-         "      <arg name=\"arguments\" type=\"av\" direction=\"in\"/>\n"
-         "      <arg name=\"results\" type=\"av\" direction=\"out\"/>\n"
-         "    </method>\n";
-}
-
-std::string signalXml(const std::string& name) {
-  return "    <signal name=\"" + name +
-         "\">\n      <arg name=\"arguments\" type=\"av\"/>\n    </signal>\n";
-}
-
-constexpr char kStandardXml[] =
-    "  <interface name=\"" DBUS_INTERFACE_INTROSPECTABLE
-    "\">\n"
-    "    <method name=\"Introspect\"><arg type=\"s\" direction=\"out\"/></method>\n"
-    "  </interface>\n"
-    "  <interface name=\"" DBUS_INTERFACE_PEER
-    "\">\n"
-    "    <method name=\"Ping\"/>\n"
-    "    <method name=\"GetMachineId\"><arg type=\"s\" direction=\"out\"/></method>\n"
-    "  </interface>\n";
-
-std::string node(const std::string& content) {
-  return DBUS_INTROSPECT_1_0_XML_DOCTYPE_DECL_NODE "<node>\n" + content + "</node>\n";
+// A service takes nothing but calls.
+Connection::Handlers callHandlers() {
+  Connection::Handlers handlers;
+  handlers.interestIn = [](const wire::Header& header) {
+    return header.type == wire::MessageType::kMethodCall ? Connection::Interest::kChecked
+                                                         : Connection::Interest::kNone;
+  };
+  return handlers;
 }
 
 }  // namespace
@@ -118,9 +51,10 @@ std::string node(const std::string& content) {
 struct Request::Impl {
   std::shared_ptr<Connection> connection;
   ReturnAddress caller;
+  std::string sender;
   std::string method;
   Values arguments;
-  std::atomic<bool> answered{false};
+  std::atomic<bool> isAnswered{false};
 };
 
 Request::Request(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
@@ -144,204 +78,314 @@ const Values& Request::arguments() const {
   return impl_->arguments;
 }
 const std::string& Request::sender() const {
-  return impl_->caller.sender;
+  return impl_->sender;
 }
 
 void Request::reply(const Values& values) {
-  if (impl_->answered.exchange(true)) {
+  if (impl_->isAnswered.exchange(true) || !impl_->caller.isAwaited) {
     return;
   }
-  const MessagePtr reply = newReply(impl_->caller, DBUS_MESSAGE_TYPE_METHOD_RETURN);
-  if (!reply || !appendBody(reply.get(), values)) {
+  wire::Header header;
+  header.type = wire::MessageType::kMethodReturn;
+  header.flags = wire::kNoReplyExpected;
+  header.replySerial = impl_->caller.serial;
+  header.destination = impl_->caller.sender;
+  header.signature = "av";
+  wire::MessageWriter reply;
+  reply.start(header);
+  wire::appendValues(&reply, values);
+  if (reply.finish(1) != wire::Fault::kNone) {
     sendError(*impl_->connection, impl_->caller, kFailedError,
               "the reply of " + impl_->method + " is too large for the bus");
-  } else {
-    sendReply(*impl_->connection, impl_->caller, reply.get());
+    return;
   }
+  impl_->connection->send(&reply);
 }
 
 void Request::fail(const std::string& text) {
-  if (!impl_->answered.exchange(true)) {
+  if (!impl_->isAnswered.exchange(true)) {
     sendError(*impl_->connection, impl_->caller, kFailedError, text);
   }
 }
 
 // --- ServiceHost ---------------------------------------------------------------------------------
 
-struct ServiceHost::Impl {
+// Clients reach the host over one connection, to a bus daemon, or each over one of its own.
+struct ServiceHost::Impl : std::enable_shared_from_this<ServiceHost::Impl> {
   Impl(std::string serviceName, std::vector<Method> methodList,
        const std::vector<std::string>& events)
       : service(std::move(serviceName)),
         path(objectPathOf(service)),
-        interface(interfaceOf(service)) {
-    std::string xml = kStandardXml;
-    xml += "  <interface name=\"" + interface + "\">\n";
+        interface(interfaceOf(service)),
+        introspection(path, interface, namesOf(methodList), events) {
     for (Method& method : methodList) {
-      xml += methodXml(method.name);
-      methods.emplace(std::move(method.name), std::make_shared<const std::function<void(Request)>>(
-                                                  std::move(method.handler)));
+      methods.emplace(std::move(method.name),
+                      std::make_shared<const Handler>(std::move(method.handler)));
     }
-    for (const std::string& event : events) {
-      xml += signalXml(event);
-    }
-    objectXml = node(xml + "  </interface>\n");
   }
 
-  // On the I/O thread: answers calls that need no handler, leaves the rest to the host's thread.
-  void onMessage(DBusMessage* call);
-  bool answerStandardCall(Connection& to, DBusMessage* call) const;
-  void onLost();
-  void emit(const std::string& onInterface, const std::string& name, const Values& values) const;
+  void connectToBus(const std::string& address);
+  void listenDirectly(const std::string& address);
+  void serve(std::shared_ptr<Loop> loop);
+
+  // On the reading thread: answers what needs no handler, leaves the rest to the serving thread.
+  void onMessage(const std::shared_ptr<Connection>& from, const std::string& sender,
+                 const Received& message);
+  bool answerStandardCall(Connection& from, const wire::Header& call) const;
+  void onClient(const std::shared_ptr<Loop>& loop, base::Socket socket, Inbox inbox);
+  void onBusLost();
+  void emit(const std::string& onInterface, const std::string& name, const Values& values);
+  std::vector<std::shared_ptr<Connection>> connections();
+  std::shared_ptr<Link> busLink() {
+    const platform::MutexLock lock(mutex);
+    return bus;
+  }
 
   const std::string service;
   const std::string path;
   const std::string interface;
-  std::string objectXml;
-  // A handler is shared with the call that runs it, which may destroy the host.
-  std::map<std::string, std::shared_ptr<const std::function<void(Request)>>> methods;
+  const Introspection introspection;
+  // Shared with the call that is being handled, which may end the host.
+  std::map<std::string, std::shared_ptr<const Handler>, std::less<>> methods;
 
-  // Null until the host has connected.
-  std::shared_ptr<Connection> currentConnection() const {
-    const platform::MutexLock lock(mutex);
-    return connection;
-  }
+  // Set before the first call can come.
+  std::unique_ptr<ServingThread> thread;
+  // Over direct connections.
+  std::unique_ptr<Acceptor> acceptor;
+  std::shared_ptr<Loop> acceptorLoop;
 
-  mutable platform::Mutex mutex;
-  std::shared_ptr<Connection> connection QX_GUARDED_BY(mutex);
+  platform::Mutex mutex;
+  std::shared_ptr<Link> bus QX_GUARDED_BY(mutex);  // null over direct connections
+  std::map<unsigned long, std::shared_ptr<Connection>> clients QX_GUARDED_BY(mutex);
+  unsigned long lastClient QX_GUARDED_BY(mutex) = 0;
   std::function<void()> lostCallback QX_GUARDED_BY(mutex);
   bool isLost QX_GUARDED_BY(mutex) = false;
-
-  Worker worker{"qxbus-service"};
 };
 
-void ServiceHost::Impl::onMessage(DBusMessage* call) {
-  const std::shared_ptr<Connection> from = currentConnection();
-  if (!from || dbus_message_get_type(call) != DBUS_MESSAGE_TYPE_METHOD_CALL ||
-      answerStandardCall(*from, call)) {
+void ServiceHost::Impl::serve(std::shared_ptr<Loop> loop) {
+  auto started = ServingThread::start(std::move(loop));
+  if (!started) {
+    throw std::runtime_error(started.reason());
+  }
+  thread = std::move(*started);
+}
+
+void ServiceHost::Impl::connectToBus(const std::string& address) {
+  const Clock::time_point deadline = deadlineAfter(kHostTimeoutMs);
+  const std::weak_ptr<Impl> self = weak_from_this();
+  const auto makeHandlers = [self](const std::weak_ptr<Link>& weak) {
+    Connection::Handlers handlers = callHandlers();
+    handlers.onMessages = [self, weak](const std::vector<Received>& messages) {
+      const std::shared_ptr<Impl> impl = self.lock();
+      const std::shared_ptr<Link> link = weak.lock();
+      const std::shared_ptr<Connection> from = link ? link->connection() : nullptr;
+      if (impl && from) {
+        for (const Received& message : messages) {
+          impl->onMessage(from, std::string(message.header().sender), message);
+        }
+      }
+    };
+    handlers.onLost = [self] {
+      if (const std::shared_ptr<Impl> impl = self.lock()) {
+        impl->onBusLost();
+      }
+    };
+    return handlers;
+  };
+  const auto connected = Link::connect(address, makeHandlers, deadline);
+  if (!connected) {
+    throw std::runtime_error(connected.reason());
+  }
+  serve((*connected)->connection()->sharedLoop());
+  {
+    const platform::MutexLock lock(mutex);
+    bus = *connected;
+  }
+  // From here on calls are answered, so the name may be taken: it is what callers wait for.
+  if (const auto named = (*connected)->requestName(busNameOf(service), deadline); !named) {
+    throw std::runtime_error(named.reason());
+  }
+}
+
+void ServiceHost::Impl::listenDirectly(const std::string& address) {
+  if (directSocket(address) == directSocket(kDirectAddress)) {
+    if (const auto made = makeDirectDirectory(); !made) {
+      throw std::runtime_error(made.reason());
+    }
+  }
+  auto loop = Loop::start("qxbus-io");
+  if (!loop) {
+    throw std::runtime_error(loop.reason());
+  }
+  serve(*loop);
+  const std::weak_ptr<Impl> self = weak_from_this();
+  auto listening = Acceptor::listen(*loop, directSocket(address),
+                                    [self, loop = *loop](base::Socket socket, Inbox inbox) {
+                                      if (const std::shared_ptr<Impl> impl = self.lock()) {
+                                        impl->onClient(loop, std::move(socket), std::move(inbox));
+                                      }
+                                    });
+  if (!listening) {
+    (*loop)->stop();
+    throw std::runtime_error(listening.reason());
+  }
+  acceptor = std::move(*listening);
+  acceptorLoop = *loop;
+}
+
+void ServiceHost::Impl::onClient(const std::shared_ptr<Loop>& loop, base::Socket socket,
+                                 Inbox inbox) {
+  const platform::MutexLock lock(mutex);
+  const unsigned long number = ++lastClient;
+  const std::string sender = std::string(kPeerName) + '.' + std::to_string(number);
+  const std::weak_ptr<Impl> self = weak_from_this();
+  Connection::Handlers handlers = callHandlers();
+  handlers.onMessages = [self, number, sender](const std::vector<Received>& messages) {
+    const std::shared_ptr<Impl> impl = self.lock();
+    if (!impl) {
+      return;
+    }
+    std::shared_ptr<Connection> from;
+    {
+      const platform::MutexLock reading(impl->mutex);
+      const auto client = impl->clients.find(number);
+      if (client == impl->clients.end()) {
+        return;
+      }
+      from = client->second;
+    }
+    for (const Received& message : messages) {
+      impl->onMessage(from, sender, message);
+    }
+  };
+  handlers.onLost = [self, number] {
+    if (const std::shared_ptr<Impl> impl = self.lock()) {
+      const platform::MutexLock losing(impl->mutex);
+      impl->clients.erase(number);
+    }
+  };
+  clients.emplace(
+      number, Connection::adopt(loop, std::move(socket), std::move(inbox), std::move(handlers)));
+}
+
+void ServiceHost::Impl::onMessage(const std::shared_ptr<Connection>& from,
+                                  const std::string& sender, const Received& message) {
+  const wire::Header& call = message.header();
+  if (answerStandardCall(*from, call)) {
     return;
   }
-  const std::string onPath = orEmpty(dbus_message_get_path(call));
-  const std::string onInterface = orEmpty(dbus_message_get_interface(call));
-  const std::string name = orEmpty(dbus_message_get_member(call));
-  if (onPath != path) {
-    sendError(*from, call, DBUS_ERROR_UNKNOWN_OBJECT,
-              "there is no object " + onPath + "; the object is " + path);
+  const ReturnAddress caller(call);
+  if (call.path != path) {
+    sendError(*from, caller, kUnknownObject,
+              "there is no object " + std::string(call.path) + "; the object is " + path);
     return;
   }
-  if (!onInterface.empty() && onInterface != interface) {
-    sendError(*from, call, DBUS_ERROR_UNKNOWN_INTERFACE,
-              "there is no interface " + onInterface + "; the interface is " + interface);
+  if (!call.interface.empty() && call.interface != interface) {
+    sendError(
+        *from, caller, kUnknownInterface,
+        "there is no interface " + std::string(call.interface) + "; the interface is " + interface);
     return;
   }
-  const auto method = methods.find(name);
+  const auto method = methods.find(call.member);
   if (method == methods.end()) {
-    sendError(*from, call, DBUS_ERROR_UNKNOWN_METHOD,
-              "service " + service + " has no method " + name);
+    sendError(*from, caller, kUnknownMethod,
+              "service " + service + " has no method " + std::string(call.member));
     return;
   }
-  std::unique_ptr<Request::Impl> impl(
-      new Request::Impl{from, ReturnAddress(call), name, readBody(call), {}});
+  std::unique_ptr<Request::Impl> impl(new Request::Impl{
+      from, caller, sender, std::string(call.member), wire::readValues(message.message), {}});
   const auto request = std::make_shared<Request>(std::move(impl));
-  worker.post([handler = method->second, request] { (*handler)(std::move(*request)); });
+  thread->post([handler = method->second, request] { (*handler)(std::move(*request)); });
 }
 
-bool ServiceHost::Impl::answerStandardCall(Connection& to, DBusMessage* call) const {
-  const std::string onPath = orEmpty(dbus_message_get_path(call));
-  if (dbus_message_is_method_call(call, DBUS_INTERFACE_PEER, "Ping")) {
-    if (const MessagePtr pong{dbus_message_new_method_return(call)}) {
-      to.send(pong.get());
-    }
+bool ServiceHost::Impl::answerStandardCall(Connection& from, const wire::Header& call) const {
+  if (answerPeerCall(from, call)) {
     return true;
   }
-  if (dbus_message_is_method_call(call, DBUS_INTERFACE_PEER, "GetMachineId")) {
-    Error error;
-    char* const id = dbus_try_get_local_machine_id(error.get());
-    if (id) {
-      sendText(to, call, id);
-    } else {
-      sendError(to, call, DBUS_ERROR_FAILED, error.text());
-    }
-    dbus_free(id);
-    return true;
-  }
-  if (!dbus_message_is_method_call(call, DBUS_INTERFACE_INTROSPECTABLE, "Introspect")) {
+  if (call.interface != kIntrospectableInterface || call.member != "Introspect") {
     return false;
   }
-  const std::string parent = onPath == "/" ? onPath : onPath + "/";
-  if (onPath == path) {
-    sendText(to, call, objectXml);
-  } else if (path.compare(0, parent.size(), parent) == 0) {
-    const std::string child = path.substr(parent.size());
-    sendText(to, call, node("  <node name=\"" + child.substr(0, child.find('/')) + "\"/>\n"));
-  } else {
-    return false;
+  const std::optional<std::string> xml = introspection.of(std::string(call.path));
+  if (xml) {
+    sendText(from, ReturnAddress(call), *xml);
   }
-  return true;
+  return xml.has_value();
 }
 
-void ServiceHost::Impl::onLost() {
+void ServiceHost::Impl::onBusLost() {
   std::function<void()> callback;
   {
     const platform::MutexLock lock(mutex);
     isLost = true;
     callback.swap(lostCallback);
   }
-  if (callback) {
-    worker.post(std::move(callback));
+  if (callback && thread) {
+    thread->post(std::move(callback));
   }
 }
 
+std::vector<std::shared_ptr<Connection>> ServiceHost::Impl::connections() {
+  std::vector<std::shared_ptr<Connection>> all;
+  const platform::MutexLock lock(mutex);
+  if (bus) {
+    all.push_back(bus->connection());
+  }
+  for (const auto& [number, client] : clients) {
+    all.push_back(client);
+  }
+  return all;
+}
+
 void ServiceHost::Impl::emit(const std::string& onInterface, const std::string& name,
-                             const Values& values) const {
+                             const Values& values) {
   if (!isMemberName(name)) {
     return;
   }
-  const MessagePtr signal(dbus_message_new_signal(path.c_str(), onInterface.c_str(), name.c_str()));
-  if (signal && appendBody(signal.get(), values)) {
-    currentConnection()->send(signal.get());
+  wire::Header header;
+  header.type = wire::MessageType::kSignal;
+  header.flags = wire::kNoReplyExpected;
+  header.path = path;
+  header.interface = onInterface;
+  header.member = name;
+  header.signature = "av";
+  wire::MessageWriter signal;
+  signal.start(header);
+  wire::appendValues(&signal, values);
+  for (const std::shared_ptr<Connection>& connection : connections()) {
+    // Each connection counts its own messages.
+    connection->send(&signal);
   }
 }
 
 ServiceHost::ServiceHost(const std::string& address, const std::string& service,
                          std::vector<Method> methods, const std::vector<std::string>& events) {
   if (!isServiceName(service)) {
-    throw std::runtime_error("invalid service name " + base::quoted(service));
+    throw std::runtime_error(base::quoted(service) + " is no name for a service");
   }
   impl_ = std::make_shared<Impl>(service, std::move(methods), events);
-  if (const auto& started = impl_->worker.started(); !started) {
-    throw std::runtime_error(started.reason());
-  }
-  const Clock::time_point deadline = deadlineAfter(kHostTimeoutMs);
-  const auto withImpl = [self = std::weak_ptr<Impl>(impl_)](auto task) {
-    if (const std::shared_ptr<Impl> impl = self.lock()) {
-      task(*impl);
-    }
-  };
-  const auto connected =
-      connectToBus(address,
-                   {[withImpl](const MessagePtr& message) {
-                      withImpl([&message](Impl& impl) { impl.onMessage(message.get()); });
-                    },
-                    [withImpl] { withImpl([](Impl& impl) { impl.onLost(); }); }},
-                   deadline);
-  if (!connected) {
-    throw std::runtime_error(connected.reason());
-  }
-  const std::shared_ptr<Connection>& connection = *connected;
-  {
-    const platform::MutexLock lock(impl_->mutex);
-    impl_->connection = connection;
-  }
-  // Calls are answered from here on, so the name may be taken: callers wait for the name.
-  if (const auto owned = requestName(*connection, busNameOf(service), deadline); !owned) {
-    throw std::runtime_error(owned.reason());
+  const std::string reached = address.empty() ? busAddress() : address;
+  if (isDirectAddress(reached)) {
+    impl_->listenDirectly(reached);
+  } else {
+    impl_->connectToBus(reached);
   }
 }
 
 ServiceHost::~ServiceHost() {
-  releaseName(*impl_->currentConnection(), busNameOf(impl_->service),
-              deadlineAfter(kHostTimeoutMs));
-  impl_->worker.finish();
+  if (const std::shared_ptr<Link> bus = impl_->busLink()) {
+    bus->releaseName(busNameOf(impl_->service), deadlineAfter(kHostTimeoutMs));
+  }
+  impl_->acceptor.reset();
+  impl_->thread->finish();
+  std::map<unsigned long, std::shared_ptr<Connection>> clients;
+  {
+    const platform::MutexLock lock(impl_->mutex);
+    clients.swap(impl_->clients);
+  }
+  clients.clear();
+  if (impl_->acceptorLoop) {
+    impl_->acceptorLoop->stopWithLastSource();
+  }
 }
 
 void ServiceHost::emitEvent(const std::string& name, const Values& values) {
@@ -361,7 +405,7 @@ void ServiceHost::setLostCallback(std::function<void()> onLost) {
     }
   }
   if (onLost) {
-    impl_->worker.post(std::move(onLost));
+    impl_->thread->post(std::move(onLost));
   }
 }
 

@@ -29,7 +29,7 @@ class Request {
 
   const std::string& method() const;
   const Values& arguments() const;
-  // The caller's unique name on the bus.
+  // The caller's unique name on the bus; over a direct connection, one that the host gives it.
   const std::string& sender() const;
 
   void reply(const Values& values);
@@ -48,12 +48,14 @@ class ServiceHost {
  public:
   struct Impl;
 
-  // Connects to the bus, exports the object, then takes the name of the service.
+  // Exports the object of the service, then takes the name of the service on the bus, or listens at a
+  // socket of its own.
   //
-  // address   a D-Bus address; empty stands for QXBUS_ADDRESS, else the session bus
+  // address   a D-Bus address, or a direct one; empty stands for QXBUS_ADDRESS, else the session bus
   // service   "vel" becomes qx.bus.vel
   // events    the names of the signals that introspection lists
-  // throws    std::runtime_error when the bus cannot be reached, or the name is taken or refused
+  // throws    std::runtime_error when the bus cannot be reached, the name is taken or refused, or
+  //           the socket belongs to a program that runs
   ServiceHost(const std::string& address, const std::string& service, std::vector<Method> methods,
               const std::vector<std::string>& events = {});
   // Releases the name, and waits for the handler that is running, unless called inside it.
@@ -66,7 +68,8 @@ class ServiceHost {
   void emitEvent(const std::string& name, const Values& values);
   // Sends a broadcast event ("mountedEvent").
   void broadcast(const std::string& name, const Values& values);
-  // Runs onLost once, on the host's thread, when the bus connection is lost.
+  // Runs onLost once, on the host's thread, when the bus connection is lost. Never when the host
+  // listens at a socket of its own: there clients come and go.
   void setLostCallback(std::function<void()> onLost);
 
  private:

@@ -1,9 +1,8 @@
 #include "bus/dbus/value.h"
 
-#include <type_traits>
-
 #include "base/text.h"
 #include "base/utf8.h"
+#include "bus/dbus/integer.h"
 
 namespace qxbus {
 namespace {
@@ -23,28 +22,9 @@ const T* as(const Values& values, int index) {
 }
 
 template <typename Asked>
-struct IntegerReader {
-  template <typename Held>
-  Asked operator()(const Held& held) const {
-    if constexpr (!std::is_integral_v<Held>) {
-      return 0;
-    } else {
-      const auto asked = static_cast<Asked>(held);
-      const bool isSame = static_cast<Held>(asked) == held && isNegative(asked) == isNegative(held);
-      return sizeof(Held) == sizeof(Asked) || isSame ? asked : Asked{0};
-    }
-  }
-
-  template <typename Integer>
-  static bool isNegative(Integer value) {
-    return std::is_signed_v<Integer> && value < Integer{0};
-  }
-};
-
-template <typename Asked>
 Asked readInteger(const Values& values, int index) {
   const Value* const value = at(values, index);
-  return value ? std::visit(IntegerReader<Asked>(), *value) : Asked{0};
+  return value ? integerIn<Asked>(*value) : Asked{0};
 }
 
 class Describer {

@@ -16,6 +16,8 @@
 //   bus_process signal VARIABLE=VALUE
 //       runs a service and uses it; prints the names of its bus threads, then waits for SIGTERM in
 //       its main thread, which alone blocks it, and prints "SIGTERM"
+//   bus_process connect-as PATH UID
+//       connects to a socket as another user; prints "connected" or "refused"
 //   bus_process absent VARIABLE=VALUE
 //       prints how many more blocks of memory are in use after 200 asks for a service that is
 //       absent
@@ -48,9 +50,10 @@
 #endif
 
 #include "base/text.h"
+#include "bus/dbus/transport/connection.h"
 #include "bus/dbus/bus_failure.h"
 #include "bus/dbus/service_host.h"
-#include "bus/dbus/wire.h"
+#include "bus/dbus/value.h"
 #include "bus/qxbus.h"
 #include "platform/log.h"
 
@@ -322,8 +325,26 @@ int askForWhatIsAbsent() {
   return 0;
 }
 
+// --- Users ---------------------------------------------------------------------------------------
+
+int connectAs(const std::string& path, unsigned int user) {
+  if (!become(user)) {
+    std::perror("bus_process");
+    return 1;
+  }
+  qxbus::Connection::Handlers handlers;
+  handlers.onMessages = [](const std::vector<qxbus::Received>&) {};
+  const auto opened =
+      qxbus::Connection::open("unix:path=" + path, std::move(handlers), qxbus::deadlineAfter(10000));
+  say(opened ? "connected" : "refused");
+  return 0;
+}
+
 int run(int argc, char** argv) {
   const std::string mode = argc > 1 ? argv[1] : "";
+  if (mode == "connect-as" && argc > 3) {
+    return connectAs(argv[2], static_cast<unsigned int>(std::strtoul(argv[3], nullptr, 10)));
+  }
   if (mode == "serve" && argc > 3) {
     if (argc > 4 && !become(static_cast<unsigned int>(std::strtoul(argv[4], nullptr, 10)))) {
       std::perror("bus_process");

@@ -60,7 +60,7 @@ TEST_F(FirstConnection, ToABusThatIsNotThereFailsPromptlyWithTheReason) {
       {"nonsense", "colon"},
       {"unix:", "path"},
       {";", ""},
-      {"tcp:host=127.0.0.1,port=1", "Connection refused"},
+      {"tcp:host=127.0.0.1,port=1", "the transport \"tcp\" is not supported"},
   };
   for (const UnreachableRow& row : rows) {
     SCOPED_TRACE(row.address);

@@ -5,6 +5,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <ostream>
 
 #include "bus/dbus/value.h"
@@ -26,13 +27,32 @@ std::unique_ptr<PrivateBus>& sharedBus() {
   return *bus;
 }
 
-class StopBusAtEnd : public testing::Environment {
+class Buses : public testing::Environment {
  public:
-  void TearDown() override { sharedBus().reset(); }
+  void SetUp() override {
+    if (!std::getenv("QXBUS_TEST_DIRECT")) {
+      return;
+    }
+    directory_ = (std::filesystem::temp_directory_path() / "direct-tests.XXXXXX").string();
+    if (!::mkdtemp(directory_.data())) {
+      throw std::runtime_error("no temporary directory");
+    }
+    ::setenv("QXBUS_ADDRESS", ("direct:" + directory_ + "/service").c_str(), 1);
+  }
+
+  void TearDown() override {
+    sharedBus().reset();
+    if (!directory_.empty()) {
+      std::filesystem::remove_all(directory_);
+    }
+  }
+
+ private:
+  std::string directory_;
 };
 
 [[maybe_unused]] const auto* const kEnvironment =
-    testing::AddGlobalTestEnvironment(new StopBusAtEnd);
+    testing::AddGlobalTestEnvironment(new Buses);
 
 bool hasServices(RawPeer& observer) {
   const DBusMessageRef reply =
@@ -121,11 +141,22 @@ void TestService::release(const qxbus::Values& values) {
 // --- DBusTest
 // -------------------------------------------------------------------------------------
 
+bool DBusTest::isDirect() {
+  const char* const address = std::getenv("QXBUS_ADDRESS");
+  return address && std::string(address).rfind("direct:", 0) == 0;
+}
+
 DBusTest::DBusTest() {
-  bus().start();
-  RawPeer observer(bus().address());
-  if (!waitUntil([&observer] { return !hasServices(observer); })) {
-    throw std::runtime_error("the services of an earlier test are still there");
+  if (isDirect()) {
+    if (!waitUntil([] { return !manager().isServiceRegistered("vel"); })) {
+      throw std::runtime_error("the service of an earlier test is still there");
+    }
+  } else {
+    bus().start();
+    RawPeer observer(bus().address());
+    if (!waitUntil([&observer] { return !hasServices(observer); })) {
+      throw std::runtime_error("the services of an earlier test are still there");
+    }
   }
   // A test may have taken the bus away: the manager connects again when it is asked something.
   QXBusSerivceManager* const connected = QXBusSerivceManager::initSync(-1);
@@ -139,6 +170,9 @@ DBusTest::DBusTest() {
 DBusTest::~DBusTest() = default;
 
 PrivateBus& DBusTest::bus() {
+  if (isDirect()) {
+    throw std::logic_error("a direct connection has no bus");
+  }
   if (!sharedBus()) {
     sharedBus() = std::make_unique<PrivateBus>();
     ::setenv("QXBUS_ADDRESS", sharedBus()->address().c_str(), 1);

@@ -81,6 +81,8 @@ class DBusTest : public testing::Test {
   DBusTest();
   ~DBusTest() override;
 
+  // Whether QXBUS_ADDRESS leads straight to the service of a test, instead of to a private bus.
+  static bool isDirect();
   static PrivateBus& bus();
   // Connected when the test begins.
   static QXBusSerivceManager& manager() { return *QXBusSerivceManager::initSync(-1); }

@@ -1,11 +1,13 @@
 // Which end a reply is to a call: the peer's answer, or the bus daemon's in its place.
 
-#include "bus/dbus/outcome.h"
+#include "bus/dbus/transport/outcome.h"
 
 #include <ostream>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "tests/dbus/libdbus_messages.h"
 
 namespace {
 
@@ -15,8 +17,8 @@ using Kind = Outcome::Kind;
 constexpr char kDaemon[] = DBUS_SERVICE_DBUS;
 constexpr char kPeer[] = ":1.7";
 
-qxbus::MessagePtr reply(int type, const char* sender) {
-  qxbus::MessagePtr message(dbus_message_new(type));
+dbustest::DBusMessageRef reply(int type, const char* sender) {
+  dbustest::DBusMessageRef message(dbus_message_new(type));
   dbus_message_set_reply_serial(message.get(), 1);
   dbus_message_set_sender(message.get(), sender);
   return message;
@@ -38,13 +40,13 @@ class ErrorReply : public testing::TestWithParam<ErrorRow> {};
 
 TEST_P(ErrorReply, IsThePeersUnlessTheDaemonReportsThatThePeerHasLeft) {
   const ErrorRow& row = GetParam();
-  qxbus::MessagePtr error = reply(DBUS_MESSAGE_TYPE_ERROR, row.sender);
+  const dbustest::DBusMessageRef error = reply(DBUS_MESSAGE_TYPE_ERROR, row.sender);
   dbus_message_set_error_name(error.get(), row.error);
 
-  const Outcome outcome = Outcome::replied(std::move(error), row.destination);
+  const Outcome outcome = Outcome::replied(dbustest::receivedFrom(error.get()), row.destination);
 
   EXPECT_EQ(outcome.kind, row.kind);
-  EXPECT_EQ(outcome.reply != nullptr, row.kind == Kind::kError);
+  EXPECT_EQ(outcome.reply.memory != nullptr, row.kind == Kind::kError);
   EXPECT_EQ(outcome.text, row.kind == Kind::kError ? "" : row.error);
 }
 
@@ -68,10 +70,11 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& each) { return each.param.name; });
 
 TEST(NormalReply, IsTheReply) {
-  const Outcome outcome = Outcome::replied(reply(DBUS_MESSAGE_TYPE_METHOD_RETURN, kPeer), kPeer);
+  const Outcome outcome = Outcome::replied(
+      dbustest::receivedFrom(reply(DBUS_MESSAGE_TYPE_METHOD_RETURN, kPeer).get()), kPeer);
 
   EXPECT_EQ(outcome.kind, Kind::kReturn);
-  EXPECT_TRUE(outcome.reply);
+  EXPECT_TRUE(outcome.reply.memory);
   EXPECT_EQ(outcome.text, "");
 }
 

@@ -3,9 +3,9 @@
 #include <atomic>
 #include <thread>
 
-#include "bus/dbus/bus_connection.h"
-#include "bus/dbus/wire.h"
+#include "bus/dbus/link.h"
 #include "tests/dbus/dbus_test.h"
+#include "tests/dbus/libdbus_messages.h"
 #include "tests/dbus/raw_peer.h"
 
 namespace {
@@ -128,17 +128,22 @@ TEST_F(LifeOfAServiceHost, CanEndInsideItsHandlerBeforeALargeReply) {
 // Bytes that the bus does not take are not kept for ever.
 TEST_F(LifeOfAServiceHost, EndsSoonAfterALastReplyThatTheBusDoesNotTake) {
   const auto lost = std::make_shared<Gate>();
-  auto connected = qxbus::connectToBus(bus().address(),
-                                       {[](const qxbus::MessagePtr&) {}, [lost] { lost->open(); }},
-                                       qxbus::deadlineAfter(10000));
+  const auto makeHandlers = [lost](const std::weak_ptr<qxbus::Link>&) {
+    qxbus::Connection::Handlers handlers;
+    handlers.onMessages = [](const std::vector<qxbus::Received>&) {};
+    handlers.onLost = [lost] { lost->open(); };
+    return handlers;
+  };
+  auto connected =
+      qxbus::Link::connect(bus().address(), makeHandlers, qxbus::deadlineAfter(10000));
   ASSERT_TRUE(connected) << connected.reason();
-  std::shared_ptr<qxbus::Connection>& connection = *connected;
+  std::shared_ptr<qxbus::Link>& link = *connected;
   bus().hang();
-  const qxbus::MessagePtr signal(dbus_message_new_signal("/", "qx.bus.vel", "velevent"));
-  ASSERT_TRUE(qxbus::appendBody(signal.get(), {std::string(8 * kMegabyte, 'x')}));
-  EXPECT_TRUE(connection->send(signal.get()));
+  qxbus::wire::MessageWriter signal;
+  ASSERT_TRUE(writeSignal(&signal, {std::string(8 * kMegabyte, 'x')}));
+  EXPECT_TRUE(link->connection()->send(&signal));
 
-  connection.reset();
+  link.reset();
 
   EXPECT_TRUE(lost->wait(Milliseconds(10000)));
   bus().resume();

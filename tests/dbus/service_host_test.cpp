@@ -3,8 +3,8 @@
 #include <atomic>
 #include <thread>
 
-#include "bus/dbus/wire.h"
 #include "tests/dbus/dbus_test.h"
+#include "tests/dbus/libdbus_messages.h"
 #include "tests/dbus/raw_peer.h"
 
 namespace {
@@ -53,7 +53,7 @@ class ServiceHostOverDBus : public DBusTest {
                       !dbus_message_has_destination(seen.get(), client_.uniqueName().c_str()))) {
         seen = watcher.nextMessage();
       }
-      if (!seen || qxbus::readString(qxbus::readBody(seen.get()), 0) == "the end") {
+      if (!seen || qxbus::readString(readBody(seen.get()), 0) == "the end") {
         EXPECT_TRUE(seen);
         return replies;
       }
@@ -119,7 +119,7 @@ TEST_F(ServiceHostOverDBus, ReadsNativeAndVariantArguments) {
                                }}});
   const auto described = [&](const Body& body) {
     const DBusMessageRef reply = ask("describe", body);
-    return qxbus::readString(qxbus::readBody(reply.get()), 0);
+    return qxbus::readString(readBody(reply.get()), 0);
   };
 
   EXPECT_EQ(described(nativeInt32(7)), "int32 7");
@@ -188,7 +188,7 @@ TEST_F(ServiceHostOverDBus, AnswersLater) {
   const DBusMessageRef reply = ask("hold");
   answerer.join();
 
-  EXPECT_EQ(qxbus::readString(qxbus::readBody(reply.get()), 0), "at last");
+  EXPECT_EQ(qxbus::readString(readBody(reply.get()), 0), "at last");
 }
 
 TEST_F(ServiceHostOverDBus, AnswersARequestThatIsDroppedWithAnError) {
@@ -213,7 +213,7 @@ TEST_F(ServiceHostOverDBus, SendsOnlyTheFirstAnswer) {
                                }}});
 
   EXPECT_EQ(repliesDuring([&] {
-              EXPECT_EQ(qxbus::readString(qxbus::readBody(ask("twice").get()), 0), "first");
+              EXPECT_EQ(qxbus::readString(readBody(ask("twice").get()), 0), "first");
               EXPECT_EQ(firstText(ask("twiceNo")), "first");
             }),
             2);
@@ -279,7 +279,7 @@ TEST_F(ServiceHostOverDBus, SendsEventsAsVariantsFromItsObjectAndInterface) {
   EXPECT_TRUE(dbus_message_is_signal(event.get(), kVelName, "velevent"));
   EXPECT_STREQ(dbus_message_get_path(event.get()), kVelPath);
   EXPECT_STREQ(dbus_message_get_signature(event.get()), "av");
-  EXPECT_EQ(qxbus::describe(qxbus::readBody(event.get())), "int32 7, string \"text\"");
+  EXPECT_EQ(qxbus::describe(readBody(event.get())), "int32 7, string \"text\"");
   EXPECT_TRUE(dbus_message_is_signal(broadcast.get(), "qx.bus.Broadcast", "mountedEvent"));
   EXPECT_STREQ(dbus_message_get_signature(broadcast.get()), "av");
 }

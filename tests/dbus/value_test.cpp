@@ -7,7 +7,7 @@
 
 #include <gmock/gmock.h>
 
-#include "bus/dbus/wire.h"
+#include "tests/dbus/libdbus_messages.h"
 #include "tests/dbus/wire_messages.h"
 
 namespace {
@@ -115,7 +115,7 @@ TEST_P(IntegerArgument, IsReadByEveryGetterThatHoldsIt) {
   });
 
   for (const DBusMessageRef& message : {received(plain), received(inVariants)}) {
-    const Values values = qxbus::readBody(message.get());
+    const Values values = readBody(message.get());
     ASSERT_THAT(values, SizeIs(1));
     EXPECT_EQ(readingsOf(values), GetParam().readings);
     EXPECT_EQ(qxbus::readString(values, 0), "");

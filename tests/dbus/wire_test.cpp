@@ -1,13 +1,12 @@
 // The code that turns arguments into the body of a D-Bus message and back.
 
-#include "bus/dbus/wire.h"
-
 #include <cmath>
 #include <limits>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/dbus/libdbus_messages.h"
 #include "tests/dbus/wire_messages.h"
 
 namespace {
@@ -24,10 +23,9 @@ template <typename T>
 using Limits = std::numeric_limits<T>;
 
 Values roundTrip(const Values& values) {
-  const DBusMessageRef message = newMessage();
-  EXPECT_TRUE(qxbus::appendBody(message.get(), values));
+  const DBusMessageRef message = signalWith(values);
   EXPECT_STREQ(dbus_message_get_signature(message.get()), "av");
-  return qxbus::readBody(received(message).get());
+  return readBody(message.get());
 }
 
 class EachValue : public testing::TestWithParam<Value> {};
@@ -51,7 +49,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(WireBody, HoldsNothing) {
   EXPECT_THAT(roundTrip({}), IsEmpty());
-  EXPECT_THAT(qxbus::readBody(newMessage().get()), IsEmpty());
+  EXPECT_THAT(readBody(newMessage().get()), IsEmpty());
 }
 
 TEST(WireBody, HoldsMoreThanASignatureCouldName) {
@@ -76,12 +74,12 @@ TEST(WireBody, CarriesTextThatDBusCannotAsBytes) {
 TEST(WireBody, IsNotMadeWhenItIsTooLarge) {
   constexpr std::size_t kMegabyte = std::size_t{1024} * 1024;
 
-  EXPECT_FALSE(qxbus::appendBody(newMessage().get(), {Bytes(65 * kMegabyte)}));
-  EXPECT_FALSE(qxbus::appendBody(newMessage().get(), {std::string(65 * kMegabyte, 'x')}));
-  EXPECT_FALSE(
-      qxbus::appendBody(newMessage().get(), {Bytes(33 * kMegabyte), Bytes(33 * kMegabyte)}));
-  EXPECT_TRUE(
-      qxbus::appendBody(newMessage().get(), {Bytes(33 * kMegabyte), Bytes(30 * kMegabyte)}));
+  qxbus::wire::MessageWriter writer;
+
+  EXPECT_FALSE(writeSignal(&writer, {Bytes(65 * kMegabyte)}));
+  EXPECT_FALSE(writeSignal(&writer, {std::string(65 * kMegabyte, 'x')}));
+  EXPECT_FALSE(writeSignal(&writer, {Bytes(33 * kMegabyte), Bytes(33 * kMegabyte)}));
+  EXPECT_TRUE(writeSignal(&writer, {Bytes(33 * kMegabyte), Bytes(30 * kMegabyte)}));
 }
 
 // --- Bodies that others make ---------------------------------------------------------------------
@@ -107,7 +105,7 @@ TEST(WireBody, OfNativeTypesIsReadAsOneArgumentEach) {
        [](DBusMessageIter* variant) { append(variant, DBUS_TYPE_INT32, std::int32_t{10}); });
   }));
 
-  const Values values = qxbus::readBody(message.get());
+  const Values values = readBody(message.get());
 
   ASSERT_THAT(values, SizeIs(14));
   EXPECT_EQ(qxbus::readUInt32(values, 0), 0xFFFFFFFFu);
@@ -179,7 +177,7 @@ const OddBody kOddBodies[] = {
 class WireBodyWith : public testing::TestWithParam<OddBody> {
  protected:
   static void expectOneEmptyPlaceAndTheNumber(const DBusMessageRef& message) {
-    const Values values = qxbus::readBody(received(message).get());
+    const Values values = readBody(received(message).get());
 
     ASSERT_THAT(values, SizeIs(2));
     EXPECT_EQ(qxbus::readUInt16(values, 0), 0);
@@ -222,10 +220,10 @@ TEST(WireBody, FollowsVariantsWithinVariants) {
     signature = "v";
   }
 
-  const Values bare = qxbus::readBody(received(messageWith(nested)).get());
-  const Values inArray = qxbus::readBody(received(messageWith([&](DBusMessageIter* body) {
-                                           in(body, DBUS_TYPE_ARRAY, "v", nested);
-                                         })).get());
+  const Values bare = readBody(received(messageWith(nested)).get());
+  const Values inArray = readBody(received(messageWith([&](DBusMessageIter* body) {
+                                    in(body, DBUS_TYPE_ARRAY, "v", nested);
+                                  })).get());
 
   ASSERT_THAT(bare, SizeIs(1));
   EXPECT_EQ(qxbus::readUInt32(bare, 0), 1u);
@@ -243,7 +241,7 @@ TEST(WireBody, OfMoreThanVariantsIsReadAsOneArgumentEach) {
     append(body, DBUS_TYPE_INT32, std::int32_t{7});
   });
 
-  const Values values = qxbus::readBody(received(message).get());
+  const Values values = readBody(received(message).get());
 
   ASSERT_THAT(values, SizeIs(2));
   EXPECT_EQ(qxbus::readUInt32(values, 0), 0u);

@@ -226,7 +226,7 @@ class PenReplayToPeerTest : public PenReplayTest {
   }
 
  private:
-  penport::Listener listener_{port()};
+  base::Listener listener_{port()};
   std::unique_ptr<Process> replay_;
 };
 

@@ -11,7 +11,7 @@
 
 #include <poll.h>
 
-#include "pen/port_socket.h"
+#include "base/unix_socket.h"
 #include "tests/processes/process.h"
 
 namespace processes {
@@ -20,13 +20,13 @@ class PortPeer {
  public:
   // The client's end.
   static PortPeer connectedTo(const std::string& path) {
-    PortPeer peer(penport::newSocket());
-    peer.isThere_ = comesTrue([&] { return penport::connectTo(peer.socket_, path) == 0; });
+    PortPeer peer(base::newSocket());
+    peer.isThere_ = comesTrue([&] { return base::connectTo(peer.socket_, path) == 0; });
     return peer;
   }
   // The far end.
-  static PortPeer acceptedFrom(const penport::Listener& listener) {
-    penport::Socket socket;
+  static PortPeer acceptedFrom(const base::Listener& listener) {
+    base::Socket socket;
     comesTrue([&] {
       socket = listener.accept();
       return static_cast<bool>(socket);
@@ -43,7 +43,7 @@ class PortPeer {
     const auto* const from = reinterpret_cast<const unsigned char*>(bytes.data());
     std::size_t written = 0;
     while (written < bytes.size()) {
-      const ssize_t count = penport::sendSome(socket_, from + written, bytes.size() - written);
+      const ssize_t count = base::sendSome(socket_, from + written, bytes.size() - written);
       if (count < 0 && (errno != EAGAIN || !isReady(POLLOUT))) {
         return false;
       }
@@ -57,7 +57,7 @@ class PortPeer {
     std::string bytes;
     while (bytes.size() < count && isReady(POLLIN)) {
       std::array<unsigned char, 4096> portion = {};
-      const ssize_t got = penport::receiveSome(socket_, portion.data(),
+      const ssize_t got = base::receiveSome(socket_, portion.data(),
                                                std::min(count - bytes.size(), portion.size()));
       if (got <= 0) {
         break;
@@ -69,17 +69,17 @@ class PortPeer {
   // Everything until the port is closed.
   std::string readAll() { return read(std::string::npos); }
 
-  void close() { socket_ = penport::Socket(); }
+  void close() { socket_ = base::Socket(); }
 
  private:
-  explicit PortPeer(penport::Socket socket) : socket_(std::move(socket)) {}
+  explicit PortPeer(base::Socket socket) : socket_(std::move(socket)) {}
 
   bool isReady(short event) {
     pollfd polled = {socket_.descriptor(), event, 0};
     return ::poll(&polled, 1, kPatienceSeconds * 1000) > 0;
   }
 
-  penport::Socket socket_;
+  base::Socket socket_;
   bool isThere_ = false;
 };
 

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <utility>
 
-#include "bus/dbus/wire.h"
+#include "bus/dbus/value.h"
 #include "vel/protocol/methods.h"
 
 namespace velctl_tests {

@@ -34,7 +34,7 @@ PortConnection::PortConnection(std::string path, std::chrono::seconds limit,
     : path_(std::move(path)),
       limit_(limit),
       onMessage_(std::move(onMessage)),
-      socket_(penport::newSocket()) {
+      socket_(base::newSocket()) {
   if (!stop_.isOpen()) {
     throw std::system_error(errno, std::generic_category(), "no pipe");
   }
@@ -42,10 +42,10 @@ PortConnection::PortConnection(std::string path, std::chrono::seconds limit,
 
 void PortConnection::connect() {
   const Clock::time_point deadline = Clock::now() + limit_;
-  int error = penport::connectTo(socket_, path_);
+  int error = base::connectTo(socket_, path_);
   while (wouldBlock(error) && Clock::now() < deadline) {
     poll(0, Clock::now() + kConnectRetryInterval);
-    error = penport::connectTo(socket_, path_);
+    error = base::connectTo(socket_, path_);
   }
   if (error != 0) {
     throw Failure(kExitNoService,
@@ -72,7 +72,7 @@ bool PortConnection::waitFor(const std::function<bool()>& condition, Clock::time
 void PortConnection::receive() {
   for (;;) {
     const ssize_t count =
-        penport::receiveSome(socket_, &message_[received_], message_.size() - received_);
+        base::receiveSome(socket_, &message_[received_], message_.size() - received_);
     if (count < 0 && wouldBlock(errno)) {
       return;
     }
@@ -112,7 +112,7 @@ bool PortConnection::flushNow() noexcept {
 
 bool PortConnection::sendSome() {
   while (!unsent_.empty()) {
-    const ssize_t count = penport::sendSome(socket_, unsent_.data(), unsent_.size());
+    const ssize_t count = base::sendSome(socket_, unsent_.data(), unsent_.size());
     if (count < 0 && wouldBlock(errno)) {
       return false;
     }

@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "base/self_pipe.h"
+#include "base/unix_socket.h"
 #include "pen/pen_frame.h"
-#include "pen/port_socket.h"
 
 namespace velctl {
 
@@ -58,7 +58,7 @@ class PortConnection {
   const std::string path_;
   const std::chrono::seconds limit_;
   const std::function<void(Message& message)> onMessage_;
-  penport::Socket socket_;
+  base::Socket socket_;
   base::SelfPipe stop_;
   std::vector<unsigned char> unsent_;
   Message message_ = {};

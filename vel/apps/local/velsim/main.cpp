@@ -7,7 +7,7 @@
 #include <CLI/CLI.hpp>
 
 #include "base/standard_streams.h"
-#include "pen/port_socket.h"
+#include "base/unix_socket.h"
 #include "vel/apps/local/velsim/exit_codes.h"
 #include "vel/apps/local/velsim/options.h"
 #include "vel/apps/local/velsim/serve.h"
@@ -28,7 +28,7 @@ int parseAndServe(int argc, char** argv) {
   app.add_option("--pen-port", options.penPort,
                  "Serve the far end of the pen port too, on a Unix socket created at PATH; "
                  "needs no bus")
-      ->check(penport::pathFault)
+      ->check(base::pathFault)
       ->type_name("PATH");
   app.add_flag("-q,--quiet", options.isQuiet, "Do not log requests, events and pen frames");
   app.add_option("--control", options.control,

@@ -81,7 +81,7 @@ void PenPort::run() {
 }
 
 void PenPort::acceptClient() {
-  penport::Socket socket = listener_.accept();
+  base::Socket socket = listener_.accept();
   if (!socket) {
     const int error = errno;
     if (!wouldBlock(error) && error != ECONNABORTED) {
@@ -97,7 +97,7 @@ void PenPort::acceptClient() {
   const auto message = penframe::deviceNumberMessage(client.devId);
   // A new socket always has room for these bytes. The end of a client that has disconnected already
   // is found when its socket is read.
-  penport::sendSome(client.socket, message.data(), message.size());
+  base::sendSome(client.socket, message.data(), message.size());
 }
 
 // The number that has been free for the longest time, so that a new pen is not mistaken for the
@@ -115,7 +115,7 @@ std::uint8_t PenPort::takeNumber() {
 
 bool PenPort::serve(Client& client) {
   std::array<unsigned char, kChunk> bytes = {};
-  const ssize_t count = penport::receiveSome(client.socket, bytes.data(), bytes.size());
+  const ssize_t count = base::receiveSome(client.socket, bytes.data(), bytes.size());
   if (count > 0) {
     client.stream.add(bytes.data(), static_cast<std::size_t>(count));
     return reportFrames(client);

@@ -13,7 +13,7 @@
 
 #include "base/self_pipe.h"
 #include "pen/pen_frame.h"
-#include "pen/port_socket.h"
+#include "base/unix_socket.h"
 
 namespace velsim {
 
@@ -33,7 +33,7 @@ class PenPort {
 
  private:
   struct Client {
-    penport::Socket socket;
+    base::Socket socket;
     std::uint8_t devId;
     penframe::FrameStream stream;
     std::size_t frames = 0;
@@ -47,7 +47,7 @@ class PenPort {
   bool reportFrames(Client& client);
   void reportClient(const Client& client, const std::string& event);
 
-  const penport::Listener listener_;
+  const base::Listener listener_;
   const Report report_;
   const base::SelfPipe stop_;  // wakes the thread to end
   std::list<Client> clients_;

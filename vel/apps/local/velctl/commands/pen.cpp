@@ -7,7 +7,7 @@
 
 #include "base/text.h"
 #include "pen/pen_frame.h"
-#include "pen/port_socket.h"
+#include "base/unix_socket.h"
 #include "pen/stroke_file.h"
 #include "platform/app_data_path.h"
 #include "platform/log.h"
@@ -195,7 +195,7 @@ void addPenCommands(CommandLine& commandLine) {
       .required();
   command.addOption("--port", given.port, "Path of the port, a Unix stream socket")
       .required()
-      .check(penport::pathFault)
+      .check(base::pathFault)
       .typeName("PATH");
   command.addFlag("--at-once", given.isAtOnce, "Skip the pauses of the recording");
   addNumber(

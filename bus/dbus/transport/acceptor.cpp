@@ -1,0 +1,186 @@
+#include "bus/dbus/transport/acceptor.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <deque>
+#include <exception>
+#include <optional>
+#include <random>
+#include <utility>
+
+#include <poll.h>
+#include <unistd.h>
+
+#include "base/text.h"
+#include "bus/dbus/wire/authentication.h"
+
+namespace qxbus {
+namespace {
+
+// As many digits as a D-Bus server's guid has.
+std::string newGuid() {
+  constexpr int kBytes = 16;
+  std::random_device random;
+  std::string guid;
+  for (int i = 0; i < kBytes; ++i) {
+    base::appendHex(&guid, static_cast<unsigned char>(random()));
+  }
+  return guid;
+}
+
+std::optional<std::uint32_t> admitted(const base::Socket& socket) {
+  const std::optional<uid_t> user = base::peerUser(socket);
+  const bool isAdmitted = user && (*user == ::geteuid() || *user == 0);
+  return isAdmitted ? std::optional<std::uint32_t>(*user) : std::nullopt;
+}
+
+}  // namespace
+
+class Acceptor::Core : public Loop::Source, public std::enable_shared_from_this<Core> {
+ public:
+  Core(std::shared_ptr<Loop> loop, const std::string& path, OnClient onClient)
+      : loop_(std::move(loop)),
+        listener_(std::in_place, path),
+        descriptor_(listener_->descriptor()),
+        onClient_(std::move(onClient)) {}
+
+  void stop() {
+    descriptor_ = -1;
+    loop_->wake();
+    const platform::MutexLock lock(mutex_);
+    listener_.reset();
+    onClient_ = nullptr;
+  }
+
+  int descriptor() const override { return descriptor_; }
+  short events() const override { return POLLIN; }
+  void onReady(short events) override;
+
+  void admit(base::Socket socket, Inbox inbox) {
+    OnClient onClient;
+    {
+      const platform::MutexLock lock(mutex_);
+      onClient = onClient_;
+    }
+    if (onClient) {
+      onClient(std::move(socket), std::move(inbox));
+    }
+  }
+
+ private:
+  const std::shared_ptr<Loop> loop_;
+  const std::string guid_ = newGuid();
+  platform::Mutex mutex_;
+  std::optional<base::Listener> listener_ QX_GUARDED_BY(mutex_);
+  std::atomic<int> descriptor_;
+  OnClient onClient_ QX_GUARDED_BY(mutex_);
+  // Used by the thread that reads. Some may have ended.
+  std::deque<std::weak_ptr<Handshake>> handshakes_;
+};
+
+// A client that has not authenticated yet.
+class Acceptor::Handshake : public Loop::Source {
+ public:
+  Handshake(std::shared_ptr<Core> acceptor, base::Socket socket, const std::string& guid)
+      : acceptor_(std::move(acceptor)),
+        socket_(std::move(socket)),
+        descriptor_(socket_.descriptor()),
+        server_(admitted(socket_), guid),
+        end_(Clock::now() + kHandshakeTime) {}
+
+  int descriptor() const override { return descriptor_; }
+  short events() const override { return POLLIN; }
+  Clock::time_point due() const override { return end_; }
+  void onTime() override { close(); }
+
+  void onReady(short /*events*/) override {
+    const Inbox::Space space = inbox_.space();
+    const ssize_t count =
+        isOver()
+            ? 0
+            : base::receiveSome(socket_, reinterpret_cast<unsigned char*>(space.bytes), space.size);
+    if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+      return;
+    }
+    if (count <= 0) {
+      close();
+      return;
+    }
+    inbox_.filled(static_cast<std::size_t>(count));
+    inbox_.drop(server_.receive(inbox_.rest()));
+    const std::string output = server_.takeOutput();
+    // A line or two always fits into the buffer of a socket that is read.
+    const ssize_t sent = base::sendSome(
+        socket_, reinterpret_cast<const unsigned char*>(output.data()), output.size());
+    if (sent != static_cast<ssize_t>(output.size()) ||
+        server_.state() == wire::AuthenticationState::kFailed) {
+      close();
+    } else if (server_.state() == wire::AuthenticationState::kDone) {
+      descriptor_ = -1;
+      acceptor_->admit(std::move(socket_), std::move(inbox_));
+    }
+  }
+
+  bool isOver() const { return descriptor_ < 0; }
+  void close() {
+    descriptor_ = -1;
+    socket_ = base::Socket();
+  }
+
+ private:
+  const std::shared_ptr<Core> acceptor_;
+  base::Socket socket_;
+  std::atomic<int> descriptor_;
+  Inbox inbox_;
+  wire::ServerAuthentication server_;
+  const Clock::time_point end_;
+};
+
+void Acceptor::Core::onReady(short /*events*/) {
+  for (;;) {
+    base::Socket client;
+    {
+      const platform::MutexLock lock(mutex_);
+      if (!listener_) {
+        return;
+      }
+      client = listener_->accept();
+    }
+    if (!client) {
+      return;
+    }
+    const auto isOver = [](const std::weak_ptr<Handshake>& weak) {
+      const std::shared_ptr<Handshake> handshake = weak.lock();
+      return !handshake || handshake->isOver();
+    };
+    handshakes_.erase(std::remove_if(handshakes_.begin(), handshakes_.end(), isOver),
+                      handshakes_.end());
+    if (handshakes_.size() >= kMostHandshakes) {
+      if (const std::shared_ptr<Handshake> oldest = handshakes_.front().lock()) {
+        oldest->close();
+      }
+    }
+    auto handshake = std::make_shared<Handshake>(shared_from_this(), std::move(client), guid_);
+    handshakes_.push_back(handshake);
+    loop_->add(std::move(handshake));
+  }
+}
+
+base::Result<std::unique_ptr<Acceptor>> Acceptor::listen(std::shared_ptr<Loop> loop,
+                                                         const std::string& path,
+                                                         OnClient onClient) {
+  try {
+    auto core = std::make_shared<Core>(loop, path, std::move(onClient));
+    loop->add(core);
+    return std::unique_ptr<Acceptor>(new Acceptor(std::move(core)));
+  } catch (const std::exception& error) {
+    return base::Failed{error.what()};
+  }
+}
+
+Acceptor::~Acceptor() {
+  core_->stop();
+}
+
+}  // namespace qxbus

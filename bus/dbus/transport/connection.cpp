@@ -1,0 +1,499 @@
+#include "bus/dbus/transport/connection.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <unordered_map>
+#include <utility>
+
+#include <poll.h>
+#include <sys/socket.h>
+
+#include "bus/dbus/transport/dial.h"
+
+namespace qxbus {
+namespace {
+
+constexpr char kConnectionGone[] = "the connection to the bus is gone";
+constexpr char kTooLarge[] = "the message is larger than D-Bus allows";
+// What has been sent before the end may take this long to go out.
+constexpr std::chrono::seconds kLastWords{1};
+// The other end may leave this much unread. More, and it is taken for dead.
+constexpr std::size_t kMostUnsent = std::size_t{256} * 1024 * 1024;
+
+bool wouldBlock(int error) {
+  return error == EAGAIN || error == EWOULDBLOCK;
+}
+
+const unsigned char* bytesOf(const char* text) {
+  return reinterpret_cast<const unsigned char*>(text);
+}
+
+}  // namespace
+
+Clock::time_point deadlineAfter(int milliseconds) {
+  return milliseconds < 0 ? Clock::time_point::max()
+                          : Clock::now() + std::chrono::milliseconds(milliseconds);
+}
+
+// What the loop and the callers share. It lives until the loop has seen the end of the socket.
+class Connection::Core : public Loop::Source {
+ public:
+  // isLast: nothing else is in the loop, which ends with the connection.
+  Core(std::shared_ptr<Loop> loop, bool isLast, base::Socket socket, Inbox inbox, Handlers handlers)
+      : loop_(std::move(loop)),
+        isLast_(isLast),
+        socket_(std::move(socket)),
+        descriptor_(socket_.descriptor()),
+        hasBacklog_(!inbox.rest().empty()),
+        inbox_(std::move(inbox)),
+        handlers_(std::move(handlers)) {}
+
+  bool isOpen() const { return isOpen_; }
+
+  std::uint32_t newSerial() {
+    const std::uint32_t serial = ++lastSerial_;
+    return serial != 0 ? serial : ++lastSerial_;
+  }
+
+  // Bytes that go out with the next message, or with the loop's next turn.
+  void hold(std::string_view bytes) {
+    const platform::MutexLock lock(outMutex_);
+    unsent_ += bytes;
+    hasUnsent_ = !unsent_.empty();
+  }
+
+  bool send(std::string_view bytes);
+  void requestClose();
+
+  // A call, before it is sent. Its reply finds it from then on.
+  struct Pending {
+    Clock::time_point deadline;
+    std::string destination;
+    // One of the two: a thread that waits, or a function to run.
+    Loop::Wait* wait = nullptr;
+    Outcome* outcome = nullptr;
+    std::function<void(Outcome)> done;
+  };
+  // False when the connection is gone.
+  bool expect(std::uint32_t serial, Pending* call);
+  // The call, unless its reply has been found.
+  std::optional<Pending> forget(std::uint32_t serial);
+
+  // --- Loop::Source --------------------------------------------------------------------------
+
+  int descriptor() const override { return descriptor_; }
+  short events() const override {
+    return static_cast<short>(hasUnsent_ ? POLLIN | POLLOUT : POLLIN);
+  }
+  void onReady(short events) override;
+  Clock::time_point due() const override {
+    if (hasBacklog_) {
+      return Clock::time_point::min();
+    }
+    const platform::MutexLock lock(callMutex_);
+    return std::min(nextDeadline_, closeDeadline_);
+  }
+  void onTime() override;
+
+ private:
+  using Finished = std::vector<std::pair<Pending, Outcome>>;
+
+  static void finish(Loop& loop, Pending* call, Outcome outcome) {
+    if (call->wait) {
+      *call->outcome = std::move(outcome);
+      loop.finish(call->wait);
+    } else {
+      call->done(std::move(outcome));
+    }
+  }
+
+  bool flush() QX_REQUIRES(outMutex_);
+  void read();
+  void takeMessages();
+  void sort(std::vector<Received>* read);
+  void end();
+
+  const std::shared_ptr<Loop> loop_;
+  const bool isLast_;
+  base::Socket socket_;
+  std::atomic<int> descriptor_;
+  std::atomic<bool> isOpen_{true};
+  std::atomic<bool> isClosing_{false};
+  std::atomic<bool> hasUnsent_{false};
+  std::atomic<std::uint32_t> lastSerial_{0};
+  // Messages came with the end of the authentication: no poll reports them.
+  std::atomic<bool> hasBacklog_;
+
+  // Used by the thread that reads.
+  Inbox inbox_;
+  Handlers handlers_;
+
+  platform::Mutex outMutex_;
+  std::string unsent_ QX_GUARDED_BY(outMutex_);
+
+  mutable platform::Mutex callMutex_;
+  std::unordered_map<std::uint32_t, Pending> pending_ QX_GUARDED_BY(callMutex_);
+  Clock::time_point nextDeadline_ QX_GUARDED_BY(callMutex_) = Clock::time_point::max();
+  Clock::time_point closeDeadline_ QX_GUARDED_BY(callMutex_) = Clock::time_point::max();
+};
+
+bool Connection::Core::send(std::string_view bytes) {
+  const platform::MutexLock lock(outMutex_);
+  if (!isOpen_) {
+    return false;
+  }
+  if (unsent_.empty()) {
+    const ssize_t sent = base::sendSome(socket_, bytesOf(bytes.data()), bytes.size());
+    if (sent < 0 && !wouldBlock(errno)) {
+      // The thread that reads finds the end, and what was read before it.
+      ::shutdown(socket_.descriptor(), SHUT_WR);
+      return false;
+    }
+    bytes.remove_prefix(sent > 0 ? static_cast<std::size_t>(sent) : 0);
+    if (bytes.empty()) {
+      return true;
+    }
+    unsent_ = bytes;
+  } else {
+    unsent_ += bytes;
+    if (!flush()) {
+      return false;
+    }
+  }
+  hasUnsent_ = !unsent_.empty();
+  if (unsent_.size() > kMostUnsent) {
+    ::shutdown(socket_.descriptor(), SHUT_RDWR);
+    return false;
+  }
+  if (hasUnsent_) {
+    loop_->wake();
+  }
+  return true;
+}
+
+// Sends what has been left, as far as the socket takes it. False when the socket is broken.
+bool Connection::Core::flush() {
+  std::size_t done = 0;
+  while (done < unsent_.size()) {
+    const ssize_t sent =
+        base::sendSome(socket_, bytesOf(unsent_.data() + done), unsent_.size() - done);
+    if (sent < 0) {
+      if (wouldBlock(errno)) {
+        break;
+      }
+      ::shutdown(socket_.descriptor(), SHUT_WR);
+      unsent_.clear();
+      hasUnsent_ = false;
+      return false;
+    }
+    done += static_cast<std::size_t>(sent);
+  }
+  unsent_.erase(0, done);
+  hasUnsent_ = !unsent_.empty();
+  return true;
+}
+
+void Connection::Core::requestClose() {
+  {
+    const platform::MutexLock lock(callMutex_);
+    closeDeadline_ = hasUnsent_ ? Clock::now() + kLastWords : Clock::time_point::min();
+  }
+  isClosing_ = true;
+  loop_->wake();
+}
+
+bool Connection::Core::expect(std::uint32_t serial, Pending* call) {
+  bool isNext = false;
+  {
+    const platform::MutexLock lock(callMutex_);
+    if (!isOpen_) {
+      return false;
+    }
+    // A caller that waits keeps the time itself.
+    if (!call->wait && call->deadline < nextDeadline_) {
+      nextDeadline_ = call->deadline;
+      isNext = true;
+    }
+    pending_.emplace(serial, std::move(*call));
+  }
+  if (isNext) {
+    loop_->wake();
+  }
+  return true;
+}
+
+std::optional<Connection::Core::Pending> Connection::Core::forget(std::uint32_t serial) {
+  const platform::MutexLock lock(callMutex_);
+  const auto call = pending_.find(serial);
+  if (call == pending_.end()) {
+    return std::nullopt;
+  }
+  Pending forgotten = std::move(call->second);
+  pending_.erase(call);
+  return forgotten;
+}
+
+void Connection::Core::onReady(short events) {
+  if (!isOpen_) {
+    return;
+  }
+  // POLLNVAL: the descriptor was closed under the connection.
+  if ((events & POLLNVAL) != 0) {
+    end();
+    return;
+  }
+  if ((events & POLLOUT) != 0) {
+    const platform::MutexLock lock(outMutex_);
+    flush();
+  }
+  if ((events & (POLLIN | POLLHUP | POLLERR)) != 0) {
+    read();
+  }
+  if (isClosing_ && !hasUnsent_) {
+    end();
+  }
+}
+
+void Connection::Core::onTime() {
+  if (hasBacklog_.exchange(false)) {
+    takeMessages();
+  }
+  const Clock::time_point now = Clock::now();
+  Finished finished;
+  bool isOver = false;
+  {
+    const platform::MutexLock lock(callMutex_);
+    isOver = closeDeadline_ <= now;
+    nextDeadline_ = Clock::time_point::max();
+    for (auto call = pending_.begin(); call != pending_.end();) {
+      if (!call->second.wait && call->second.deadline <= now) {
+        finished.emplace_back(std::move(call->second), Outcome::noReply());
+        call = pending_.erase(call);
+      } else {
+        nextDeadline_ =
+            call->second.wait ? nextDeadline_ : std::min(nextDeadline_, call->second.deadline);
+        ++call;
+      }
+    }
+  }
+  for (auto& [call, outcome] : finished) {
+    finish(*loop_, &call, std::move(outcome));
+  }
+  if (isOver && isOpen_) {
+    end();
+  }
+}
+
+void Connection::Core::read() {
+  for (;;) {
+    const Inbox::Space space = inbox_.space();
+    const ssize_t count =
+        base::receiveSome(socket_, reinterpret_cast<unsigned char*>(space.bytes), space.size);
+    if (count <= 0) {
+      if (count == 0 || !wouldBlock(errno)) {
+        end();
+      }
+      return;
+    }
+    inbox_.filled(static_cast<std::size_t>(count));
+    takeMessages();
+    // A read that the socket could not fill has emptied it.
+    if (!isOpen_ || static_cast<std::size_t>(count) < space.size) {
+      return;
+    }
+  }
+}
+
+void Connection::Core::takeMessages() {
+  std::vector<Received> received;
+  const wire::Fault fault = inbox_.take(&received);
+  sort(&received);
+  if (fault != wire::Fault::kNone) {
+    end();
+  }
+}
+
+// Finishes the calls whose replies have come, and hands on the rest.
+void Connection::Core::sort(std::vector<Received>* read) {
+  Finished finished;
+  std::vector<Received> messages;
+  bool isFaulty = false;
+  for (Received& received : *read) {
+    const wire::Header& header = received.header();
+    const bool isReply =
+        header.type == wire::MessageType::kMethodReturn || header.type == wire::MessageType::kError;
+    const Interest interest =
+        isReply || !handlers_.interestIn ? Interest::kChecked : handlers_.interestIn(header);
+    if (interest == Interest::kNone) {
+      continue;
+    }
+    if (interest == Interest::kChecked && wire::checkBody(received.message) != wire::Fault::kNone) {
+      isFaulty = true;
+      break;
+    }
+    if (!isReply) {
+      messages.push_back(std::move(received));
+      continue;
+    }
+    const platform::MutexLock lock(callMutex_);
+    const auto call = pending_.find(header.replySerial);
+    // A reply that no call waits for any more came too late. A serial can be guessed by anybody on
+    // the bus, so the sender must be the callee, or the daemon in its place.
+    if (call != pending_.end() && Outcome::isFrom(header, call->second.destination)) {
+      Pending answered = std::move(call->second);
+      pending_.erase(call);
+      Outcome outcome = Outcome::replied(std::move(received), answered.destination);
+      finished.emplace_back(std::move(answered), std::move(outcome));
+    }
+  }
+  // Events first: a caller may look for what came before its reply.
+  if (!messages.empty()) {
+    handlers_.onMessages(std::move(messages));
+  }
+  for (auto& [call, outcome] : finished) {
+    finish(*loop_, &call, std::move(outcome));
+  }
+  if (isFaulty) {
+    end();
+  }
+}
+
+void Connection::Core::end() {
+  if (!isOpen_.exchange(false)) {
+    return;
+  }
+  {
+    const platform::MutexLock lock(outMutex_);
+    descriptor_ = -1;
+    socket_ = base::Socket();
+    unsent_.clear();
+    hasUnsent_ = false;
+  }
+  std::unordered_map<std::uint32_t, Pending> abandoned;
+  {
+    const platform::MutexLock lock(callMutex_);
+    abandoned.swap(pending_);
+  }
+  for (auto& [serial, call] : abandoned) {
+    finish(*loop_, &call, Outcome::disconnected(kConnectionGone));
+  }
+  if (handlers_.onLost) {
+    handlers_.onLost();
+  }
+  // What the handlers hold may in turn hold this connection.
+  handlers_ = {};
+  if (isLast_) {
+    loop_->stop();
+  }
+}
+
+// --- Connection ----------------------------------------------------------------------------------
+
+Connection::Connection(std::shared_ptr<Loop> loop, std::shared_ptr<Core> core,
+                       std::optional<uid_t> peerUser)
+    : loop_(std::move(loop)), core_(std::move(core)), peerUser_(peerUser) {}
+
+Connection::~Connection() {
+  core_->requestClose();
+}
+
+base::Result<std::shared_ptr<Connection>> Connection::open(const std::string& address,
+                                                           Handlers handlers,
+                                                           Clock::time_point deadline) {
+  base::Result<Dialed> dialed = dial(address, deadline);
+  if (!dialed) {
+    return dialed.failed();
+  }
+  base::Result<std::shared_ptr<Loop>> loop = Loop::start("qxbus-io");
+  if (!loop) {
+    return loop.failed();
+  }
+  const std::optional<uid_t> user = base::peerUser(dialed->socket);
+  auto core = std::make_shared<Core>(*loop, true, std::move(dialed->socket),
+                                     std::move(dialed->inbox), std::move(handlers));
+  core->hold(dialed->lastWords);
+  (*loop)->add(core);
+  return std::shared_ptr<Connection>(new Connection(*loop, std::move(core), user));
+}
+
+std::shared_ptr<Connection> Connection::adopt(std::shared_ptr<Loop> loop, base::Socket socket,
+                                              Inbox inbox, Handlers handlers) {
+  const std::optional<uid_t> user = base::peerUser(socket);
+  auto core =
+      std::make_shared<Core>(loop, false, std::move(socket), std::move(inbox), std::move(handlers));
+  std::shared_ptr<Connection> connection(new Connection(loop, core, user));
+  loop->add(std::move(core));
+  return connection;
+}
+
+bool Connection::isOpen() const {
+  return core_->isOpen();
+}
+
+bool Connection::send(wire::MessageWriter* message) {
+  return message->finish(core_->newSerial()) == wire::Fault::kNone && core_->send(message->bytes());
+}
+
+void Connection::start(wire::MessageWriter* message, const std::string& destination, Call* call) {
+  call->serial_ = core_->newSerial();
+  const auto fail = [call](const char* reason) {
+    call->outcome_ = Outcome::disconnected(reason);
+    call->isOver_ = true;
+  };
+  if (message->finish(call->serial_) != wire::Fault::kNone) {
+    fail(kTooLarge);
+    return;
+  }
+  Core::Pending pending = {Clock::time_point::max(), destination, &call->wait_, &call->outcome_,
+                           nullptr};
+  if (!core_->expect(call->serial_, &pending)) {
+    fail(kConnectionGone);
+    return;
+  }
+  if (!core_->send(message->bytes()) && core_->forget(call->serial_)) {
+    fail(kConnectionGone);
+  }
+}
+
+Outcome Connection::await(Call* call, Clock::time_point deadline) {
+  if (call->isOver_) {
+    return std::move(call->outcome_);
+  }
+  if (!loop_->runUntilFinished(&call->wait_, deadline)) {
+    if (core_->forget(call->serial_)) {
+      return Outcome::noReply();
+    }
+    // Its reply has been found, and is being handed over.
+    loop_->runUntilFinished(&call->wait_, Clock::time_point::max());
+  }
+  return std::move(call->outcome_);
+}
+
+Outcome Connection::call(wire::MessageWriter* message, const std::string& destination,
+                         Clock::time_point deadline) {
+  Call call;
+  start(message, destination, &call);
+  return await(&call, deadline);
+}
+
+void Connection::call(wire::MessageWriter* message, const std::string& destination,
+                      Clock::time_point deadline, std::function<void(Outcome)> done) {
+  const std::uint32_t serial = core_->newSerial();
+  if (message->finish(serial) != wire::Fault::kNone) {
+    done(Outcome::disconnected(kTooLarge));
+    return;
+  }
+  Core::Pending call = {deadline, destination, nullptr, nullptr, std::move(done)};
+  if (!core_->expect(serial, &call)) {
+    call.done(Outcome::disconnected(kConnectionGone));
+    return;
+  }
+  if (!core_->send(message->bytes())) {
+    if (std::optional<Core::Pending> unsent = core_->forget(serial)) {
+      unsent->done(Outcome::disconnected(kConnectionGone));
+    }
+  }
+}
+
+}  // namespace qxbus

@@ -1,0 +1,209 @@
+#include "bus/dbus/transport/loop.h"
+
+#include <algorithm>
+#include <climits>
+#include <utility>
+
+#include "base/thread.h"
+
+namespace qxbus {
+namespace {
+
+// How long the turn stays free for a caller that is about to call again. An event that arrives then
+// waits as long at most. Calls in a row are some tens of microseconds apart.
+constexpr std::chrono::microseconds kRest{500};
+// After so many rests with the same thread reading, the loop's thread waits to be woken.
+constexpr int kRestsBeforeSleep = 20;
+
+int pollTimeout(Clock::time_point deadline) {
+  if (deadline == Clock::time_point::max()) {
+    return -1;
+  }
+  const Clock::time_point now = Clock::now();
+  if (deadline <= now) {
+    return 0;
+  }
+  // Rounded up: a poll that ends before the deadline would be repeated.
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - now).count();
+  return static_cast<int>(std::clamp<std::chrono::milliseconds::rep>(left, 0, INT_MAX));
+}
+
+}  // namespace
+
+base::Result<std::shared_ptr<Loop>> Loop::start(const char* threadName) {
+  std::shared_ptr<Loop> loop(new Loop);
+  if (!loop->wake_.isOpen()) {
+    return base::Failed{"the system has no pipe left"};
+  }
+  base::Result<std::thread> thread = base::startThread(threadName, [loop] { loop->runWhenIdle(); });
+  if (!thread) {
+    return thread.failed();
+  }
+  // Detached: the last owner of the loop may stand on this very thread.
+  thread->detach();
+  return loop;
+}
+
+void Loop::add(std::shared_ptr<Source> source) {
+  {
+    const platform::MutexLock lock(mutex_);
+    sources_.push_back(std::move(source));
+  }
+  wake();
+}
+
+void Loop::stop() {
+  {
+    const platform::MutexLock lock(mutex_);
+    isStopped_ = true;
+    free_.notifyOne();
+  }
+  wake();
+}
+
+void Loop::stopWithLastSource() {
+  {
+    const platform::MutexLock lock(mutex_);
+    isEnding_ = true;
+  }
+  wake();
+}
+
+bool Loop::runUntilFinished(Wait* wait, Clock::time_point deadline) {
+  platform::MutexLock lock(mutex_);
+  while (!wait->isDone_ && Clock::now() < deadline) {
+    if (isTaken_) {
+      const auto place = waiting_.insert(waiting_.end(), wait);
+      wait->changed_.waitUntil(lock, deadline);
+      waiting_.erase(place);
+      continue;
+    }
+    takeTurn();
+    do {
+      lock.unlock();
+      step(deadline);
+      lock.lock();
+    } while (!wait->isDone_ && Clock::now() < deadline);
+    isTaken_ = false;
+    lastTurn_ = Clock::now();
+    ++turns_;
+  }
+  passOn();
+  return wait->isDone_;
+}
+
+// A caller that waits gets a free turn at once; the loop's thread finds it by itself.
+void Loop::passOn() {
+  if (isTaken_) {
+    return;
+  }
+  for (Wait* const next : waiting_) {
+    if (!next->isDone_) {
+      next->changed_.notifyOne();
+      return;
+    }
+  }
+  if (isAsleep_) {
+    isAsleep_ = false;
+    free_.notifyOne();
+  }
+}
+
+void Loop::takeTurn() {
+  isTaken_ = true;
+  reader_ = std::this_thread::get_id();
+}
+
+void Loop::finish(Wait* wait) {
+  const platform::MutexLock lock(mutex_);
+  wait->isDone_ = true;
+  wait->changed_.notifyOne();
+  // The thread that waits may be the one that reads.
+  if (isTaken_ && reader_ != std::this_thread::get_id()) {
+    wake();
+  }
+  // The caller is likely to call again: it shall find the turn free.
+  lastTurn_ = Clock::now();
+}
+
+bool Loop::isFinished(const Wait& wait) const {
+  const platform::MutexLock lock(mutex_);
+  return wait.isDone_;
+}
+
+void Loop::runWhenIdle() {
+  platform::MutexLock lock(mutex_);
+  unsigned long turnsSeen = 0;
+  int rests = 0;
+  while (!isStopped_) {
+    const Clock::time_point restEnd = lastTurn_ + kRest;
+    if (isTaken_ || !waiting_.empty() || Clock::now() < restEnd) {
+      rests = turns_ == turnsSeen && isTaken_ ? rests + 1 : 0;
+      turnsSeen = turns_;
+      if (rests < kRestsBeforeSleep) {
+        free_.waitUntil(lock, std::max(restEnd, Clock::now() + kRest));
+      } else {
+        isAsleep_ = true;
+        while (isAsleep_ && !isStopped_) {
+          free_.wait(lock);
+        }
+        isAsleep_ = false;
+        rests = 0;
+      }
+      continue;
+    }
+    takeTurn();
+    lock.unlock();
+    step(Clock::time_point::max());
+    lock.lock();
+    isTaken_ = false;
+    passOn();
+  }
+  // Sources hold their loop.
+  const std::vector<std::shared_ptr<Source>> ended = std::move(sources_);
+  sources_.clear();
+  lock.unlock();
+}
+
+Clock::time_point Loop::collect(std::vector<std::shared_ptr<Source>>* sources) {
+  const platform::MutexLock lock(mutex_);
+  sources_.erase(std::remove_if(sources_.begin(), sources_.end(),
+                                [](const auto& source) { return source->descriptor() < 0; }),
+                 sources_.end());
+  isStopped_ = isStopped_ || (isEnding_ && sources_.empty());
+  *sources = sources_;
+  Clock::time_point due = Clock::time_point::max();
+  for (const std::shared_ptr<Source>& source : *sources) {
+    due = std::min(due, source->due());
+  }
+  return due;
+}
+
+// One poll, and what it has brought.
+void Loop::step(Clock::time_point deadline) {
+  const Clock::time_point due = collect(&polledSources_);
+  polled_.assign(1, {wake_.readEnd(), POLLIN, 0});
+  for (const std::shared_ptr<Source>& source : polledSources_) {
+    polled_.push_back({source->descriptor(), source->events(), 0});
+  }
+  ::poll(polled_.data(), static_cast<nfds_t>(polled_.size()), pollTimeout(std::min(due, deadline)));
+  if (polled_.front().revents != 0) {
+    wake_.drain();
+  }
+  for (std::size_t i = 0; i < polledSources_.size(); ++i) {
+    const short ready = polled_[i + 1].revents;
+    if (ready != 0) {
+      polledSources_[i]->onReady(ready);
+    }
+  }
+  if (due != Clock::time_point::max() && Clock::now() >= due) {
+    for (const std::shared_ptr<Source>& source : polledSources_) {
+      if (source->due() <= Clock::now()) {
+        source->onTime();
+      }
+    }
+  }
+  polledSources_.clear();
+}
+
+}  // namespace qxbus
