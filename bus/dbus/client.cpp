@@ -6,6 +6,7 @@
 
 #include "base/text.h"
 #include "bus/dbus/bus_log.h"
+#include "bus/dbus/direct.h"
 #include "bus/dbus/message_impl.h"
 #include "bus/dbus/names.h"
 #include "bus/dbus/peer_calls.h"
@@ -57,7 +58,9 @@ bool readTexts(const Received& message, std::string_view (&texts)[count]) {
 // --- Connecting ----------------------------------------------------------------------------------
 
 Client::Client(std::string address)
-    : address_(std::move(address)), threads_(std::make_shared<HandlerThreads>()) {}
+    : address_(std::move(address)),
+      isDirect_(isDirectAddress(address_)),
+      threads_(std::make_shared<HandlerThreads>()) {}
 
 base::Result<std::shared_ptr<Client>> Client::connect(std::string address) {
   if (address.empty()) {
@@ -68,33 +71,47 @@ base::Result<std::shared_ptr<Client>> Client::connect(std::string address) {
     setBusFailure(started.reason());
     return started.failed();
   }
-  const Linked linked = client->link(deadlineAfter(kBusTimeoutMs));
-  // Without a bus in between, no more than the service is missing.
-  if (!linked && !isDirectAddress(client->address_)) {
+  // Without a bus there is nothing to reach before a service is asked for.
+  if (client->isDirect_) {
+    setBusFailure("");
+    return client;
+  }
+  const Linked linked = client->linkTo("", deadlineAfter(kBusTimeoutMs));
+  if (!linked) {
     return linked.failed();
   }
   return client;
 }
 
-std::shared_ptr<Link> Client::openLink(Clock::time_point deadline) {
+std::shared_ptr<Client::Route> Client::routeTo(const std::string& service) {
+  const platform::MutexLock lock(mutex_);
+  std::shared_ptr<Route>& route = routes_[isDirect_ ? service : ""];
+  if (!route) {
+    route = std::make_shared<Route>();
+  }
+  return route;
+}
+
+std::shared_ptr<Link> Client::openLink(const Route& route, Clock::time_point deadline) {
   std::shared_ptr<Link> link;
   {
     const platform::MutexLock lock(mutex_);
-    link = link_;
+    link = route.link;
   }
   return link && link->isAlive(deadline) ? link : nullptr;
 }
 
-Client::Linked Client::link(Clock::time_point deadline) {
-  if (const std::shared_ptr<Link> open = openLink(deadline)) {
+Client::Linked Client::linkTo(const std::string& service, Clock::time_point deadline) {
+  const std::shared_ptr<Route> route = routeTo(service);
+  if (const std::shared_ptr<Link> open = openLink(*route, deadline)) {
     return open;
   }
-  return linking_.join([this, deadline]() -> Linked {
+  return route->linking.join([&]() -> Linked {
     // An attempt may just have ended.
-    if (const std::shared_ptr<Link> open = openLink(deadline)) {
+    if (const std::shared_ptr<Link> open = openLink(*route, deadline)) {
       return open;
     }
-    return linkAnew(deadline);
+    return linkAnew(service, route.get(), deadline);
   });
 }
 
@@ -123,16 +140,18 @@ Connection::Handlers Client::handlersOf(const std::weak_ptr<Link>& link) {
   return handlers;
 }
 
-Client::Linked Client::linkAnew(Clock::time_point deadline) {
+Client::Linked Client::linkAnew(const std::string& service, Route* route,
+                                Clock::time_point deadline) {
   const Linked linked = Link::connect(
-      address_, [this](const std::weak_ptr<Link>& link) { return handlersOf(link); }, deadline);
+      address_, service, [this](const std::weak_ptr<Link>& link) { return handlersOf(link); },
+      deadline);
   if (!linked) {
     return linked;
   }
   std::vector<std::string> rules;
   {
     const platform::MutexLock lock(mutex_);
-    link_ = *linked;
+    route->link = *linked;
     unidentified_.clear();
     rules = broadcastRules_;
   }
@@ -151,7 +170,7 @@ bool Client::isServiceRegistered(const std::string& service) {
     return false;
   }
   const Clock::time_point deadline = deadlineAfter(kBusTimeoutMs);
-  const Linked linked = link(deadline);
+  const Linked linked = linkTo(service, deadline);
   if (!linked) {
     return false;
   }
@@ -183,7 +202,7 @@ base::Result<std::shared_ptr<ServiceHandle>> Client::attachTo(const std::string&
     return base::Failed{"that is no name for a service"};
   }
   const Clock::time_point deadline = deadlineAfter(kBusTimeoutMs);
-  const Linked linked = link(deadline);
+  const Linked linked = linkTo(service, deadline);
   if (!linked) {
     return linked.failed();
   }
@@ -211,7 +230,7 @@ void Client::addBroadcastListener(const std::string& name, QXBusEventCallback* l
   }
   broadcastListeners_.add(name, listener, flags);
   const std::string rule = broadcastRule(name);
-  std::shared_ptr<Link> link;
+  std::vector<std::shared_ptr<Link>> links;
   {
     const platform::MutexLock lock(mutex_);
     // One rule serves every listener of the name; a new connection takes it over.
@@ -219,13 +238,17 @@ void Client::addBroadcastListener(const std::string& name, QXBusEventCallback* l
       return;
     }
     broadcastRules_.push_back(rule);
-    link = link_;
+    for (const auto& [service, route] : routes_) {
+      links.push_back(route->link);
+    }
   }
-  if (!link || !link->isOpen()) {
-    return;
-  }
-  if (const auto added = link->addMatch(rule, deadlineAfter(kBusTimeoutMs)); !added) {
-    logError("broadcast events " + base::quoted(name) + " will not arrive: " + added.reason());
+  for (const std::shared_ptr<Link>& link : links) {
+    if (!link || !link->isOpen()) {
+      continue;
+    }
+    if (const auto added = link->addMatch(rule, deadlineAfter(kBusTimeoutMs)); !added) {
+      logError("broadcast events " + base::quoted(name) + " will not arrive: " + added.reason());
+    }
   }
 }
 

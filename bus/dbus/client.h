@@ -1,7 +1,7 @@
-// The client's side of the bus: one link at a time, its broadcast listeners, and the services in
-// use. A thread that waits for a reply reads, or one of the connection's own (see
-// transport/loop.h); handlers run on the threads of handler_threads.h. No lock is held while a
-// handler runs.
+// The client's side of the bus: its links, its broadcast listeners, and the services in use. One
+// link leads to a bus; without a bus, one to each service. A thread that waits for a reply reads,
+// or one of the connection's own (see transport/loop.h); handlers run on the threads of
+// handler_threads.h. No lock is held while a handler runs.
 //
 // THREADS   Any thread may call any member.
 
@@ -42,10 +42,12 @@ class Client : public std::enable_shared_from_this<Client> {
   explicit Client(std::string address);
 
   using Linked = base::Result<std::shared_ptr<Link>>;
-  // The link; a new one when the last is lost.
-  Linked link(Clock::time_point deadline);
-  Linked linkAnew(Clock::time_point deadline);
-  std::shared_ptr<Link> openLink(Clock::time_point deadline);
+  struct Route;
+  // The link to a service; a new one when the last is lost.
+  Linked linkTo(const std::string& service, Clock::time_point deadline);
+  Linked linkAnew(const std::string& service, Route* route, Clock::time_point deadline);
+  std::shared_ptr<Route> routeTo(const std::string& service);
+  std::shared_ptr<Link> openLink(const Route& route, Clock::time_point deadline);
   Connection::Handlers handlersOf(const std::weak_ptr<Link>& link);
 
   base::Result<std::shared_ptr<ServiceHandle>> attachTo(const std::string& service,
@@ -84,19 +86,26 @@ class Client : public std::enable_shared_from_this<Client> {
     std::size_t size = 0;
   };
 
+  // Where a link leads, and the attempt to make it anew.
+  struct Route {
+    std::shared_ptr<Link> link;  // under mutex_
+    SharedAttempt<Linked> linking;
+  };
+
   const std::string address_;
+  const bool isDirect_;
   const std::shared_ptr<HandlerThreads> threads_;
   Listeners broadcastListeners_;
-  SharedAttempt<Linked> linking_;
   // Of signals that wait for their handlers, and those that there was no room for.
   std::atomic<std::size_t> waitingSize_{0};
   std::atomic<std::size_t> dropped_{0};
 
   platform::Mutex mutex_;
-  std::shared_ptr<Link> link_ QX_GUARDED_BY(mutex_);
+  // By service; all of them share one when a bus is in between.
+  std::map<std::string, std::shared_ptr<Route>> routes_ QX_GUARDED_BY(mutex_);
   std::vector<std::string> broadcastRules_ QX_GUARDED_BY(mutex_);
   std::vector<std::weak_ptr<ServiceHandle>> handles_ QX_GUARDED_BY(mutex_);
-  // By unique name, of link_.
+  // By unique name, on the bus.
   std::map<std::string, Unidentified, std::less<>> unidentified_ QX_GUARDED_BY(mutex_);
 };
 

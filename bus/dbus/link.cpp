@@ -8,6 +8,7 @@
 
 #include "bus/dbus/bus_failure.h"
 #include "bus/dbus/bus_log.h"
+#include "bus/dbus/direct.h"
 #include "bus/dbus/names.h"
 #include "bus/dbus/peer_calls.h"
 #include "bus/dbus/transport/dial.h"
@@ -125,31 +126,28 @@ std::string refusalOf(std::optional<uid_t> user) {
 
 // --- Connecting ----------------------------------------------------------------------------------
 
-base::Result<std::shared_ptr<Link>> Link::connect(std::string address,
+base::Result<std::shared_ptr<Link>> Link::connect(std::string address, const std::string& service,
                                                   const MakeHandlers& makeHandlers,
                                                   Clock::time_point deadline) {
-  auto connected = attempt(std::move(address), makeHandlers, deadline);
+  auto connected = attempt(std::move(address), service, makeHandlers, deadline);
   setBusFailure(connected.reason());
   return connected;
 }
 
-base::Result<std::shared_ptr<Link>> Link::attempt(std::string address,
+base::Result<std::shared_ptr<Link>> Link::attempt(std::string address, const std::string& service,
                                                   const MakeHandlers& makeHandlers,
                                                   Clock::time_point deadline) {
   if (address.empty()) {
     address = busAddress();
   }
-  if (address.empty()) {
-    return base::Failed{"no bus address: QXBUS_ADDRESS is not set, and there is no session bus"};
-  }
   const bool isDirect = isDirectAddress(address);
-  const std::string place =
-      isDirect ? "unix:path=" + wire::escaped(directSocket(address)) : address;
+  const std::string socket = isDirect ? directSocket(address, service) : "";
+  const std::string place = isDirect ? "unix:path=" + wire::escaped(socket) : address;
   const std::shared_ptr<Link> link(new Link(isDirect));
   if (const auto opened = link->open(place, makeHandlers, link, deadline); !opened) {
-    return base::Failed{(isDirect ? "no service listens at " + directSocket(address)
-                                  : "no connection to the bus at " + address) +
-                        ": " + opened.reason()};
+    return base::Failed{
+        (isDirect ? "no service listens at " + socket : "no connection to the bus at " + address) +
+        ": " + opened.reason()};
   }
   return link;
 }

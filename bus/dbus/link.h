@@ -39,11 +39,12 @@ class Link : public std::enable_shared_from_this<Link> {
   // Makes the handlers of the connection. Messages may come before connect() has returned.
   using MakeHandlers = std::function<Connection::Handlers(const std::weak_ptr<Link>& link)>;
 
-  // Connects to the bus at the address and signs in, or to the service at a direct address. An
-  // empty address stands for busAddress().
+  // Connects to the bus at the address and signs in; at a direct address, to the service. An empty
+  // address stands for busAddress().
   //
   // The reason of a failure names the address; busFailure() gives the same one.
   static base::Result<std::shared_ptr<Link>> connect(std::string address,
+                                                     const std::string& service,
                                                      const MakeHandlers& makeHandlers,
                                                      Clock::time_point deadline);
 
@@ -98,6 +99,7 @@ class Link : public std::enable_shared_from_this<Link> {
   explicit Link(bool isDirect) : isDirect_(isDirect) {}
 
   static base::Result<std::shared_ptr<Link>> attempt(std::string address,
+                                                     const std::string& service,
                                                      const MakeHandlers& makeHandlers,
                                                      Clock::time_point deadline);
   base::Result<void> open(const std::string& address, const MakeHandlers& makeHandlers,

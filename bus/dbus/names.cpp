@@ -1,13 +1,11 @@
 #include "bus/dbus/names.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
-#include <system_error>
 
 #include <sys/stat.h>
-#include <unistd.h>
 
+#include "bus/dbus/direct.h"
 #include "bus/dbus/wire/address.h"
 #include "bus/dbus/wire/grammar.h"
 
@@ -15,9 +13,6 @@ namespace qxbus {
 namespace {
 
 constexpr char kPrefix[] = "qx.bus.";
-// In the user's directory for what lasts as long as a session.
-constexpr char kDirectoryName[] = "velproxy";
-constexpr char kSocketName[] = "service";
 
 std::string environment(const char* name) {
   const char* const value = std::getenv(name);
@@ -27,23 +22,6 @@ std::string environment(const char* name) {
 bool isSocket(const std::string& path) {
   struct stat status = {};
   return ::stat(path.c_str(), &status) == 0 && S_ISSOCK(status.st_mode);
-}
-
-// XDG_RUNTIME_DIR is of this user alone. Without it, a directory of the user's own in /tmp: both
-// sides must find the same one, so TMPDIR, which differs from shell to shell, does not count.
-std::string directDirectory() {
-  const std::string runtime = environment("XDG_RUNTIME_DIR");
-  if (!runtime.empty()) {
-    return runtime + '/' + kDirectoryName;
-  }
-#if defined(_CS_DARWIN_USER_TEMP_DIR)
-  char directory[1024];
-  const std::size_t size = ::confstr(_CS_DARWIN_USER_TEMP_DIR, directory, sizeof directory);
-  if (size > 0 && size <= sizeof directory) {
-    return std::string(directory) + kDirectoryName;
-  }
-#endif
-  return std::string("/tmp/") + kDirectoryName + '-' + std::to_string(::geteuid());
 }
 
 #if !defined(__APPLE__)
@@ -90,30 +68,8 @@ std::string busAddress() {
       return address;
     }
   }
-  return sessionBus();
-}
-
-bool isDirectAddress(const std::string& address) {
-  return address.compare(0, sizeof kDirectAddress - 1, kDirectAddress) == 0;
-}
-
-std::string directSocket(const std::string& address) {
-  const std::string path = address.substr(sizeof kDirectAddress - 1);
-  return path.empty() ? directDirectory() + '/' + kSocketName : path;
-}
-
-base::Result<void> makeDirectDirectory() {
-  const std::string directory = directDirectory();
-  if (::mkdir(directory.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
-    return base::Failed{directory + ": " + std::generic_category().message(errno)};
-  }
-  struct stat status = {};
-  const bool isOurs = ::lstat(directory.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
-                      status.st_uid == ::geteuid() && (status.st_mode & (S_IRWXG | S_IRWXO)) == 0;
-  if (!isOurs) {
-    return base::Failed{directory + ": must be a directory that only this user can enter"};
-  }
-  return {};
+  std::string session = sessionBus();
+  return session.empty() ? kDirectAddress : session;
 }
 
 }  // namespace qxbus

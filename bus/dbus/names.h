@@ -5,8 +5,6 @@
 
 #include <string>
 
-#include "base/result.h"
-
 namespace qxbus {
 
 inline constexpr char kBroadcastInterface[] = "qx.bus.Broadcast";
@@ -28,19 +26,9 @@ inline std::string interfaceOf(const std::string& service) {
 bool isServiceName(const std::string& service);
 bool isMemberName(const std::string& member);
 
-// The address of the bus: QXBUS_ADDRESS when set, else the session bus; empty when there is none.
+// The address of the bus: QXBUS_ADDRESS when set, else the session bus if there is one, else
+// "direct:".
 std::string busAddress();
-
-// "direct:PATH", the socket of the service itself, or "direct:", the same at a fixed place for each
-// user.
-inline constexpr char kDirectAddress[] = "direct:";
-bool isDirectAddress(const std::string& address);
-// The path of its socket.
-std::string directSocket(const std::string& address);
-// Makes the directory of the fixed place, which only this user can enter.
-//
-// returns    a failure when the directory is somebody else's, or others can enter it
-base::Result<void> makeDirectDirectory();
 
 }  // namespace qxbus
 

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "base/text.h"
+#include "bus/dbus/direct.h"
 #include "bus/dbus/introspection.h"
 #include "bus/dbus/link.h"
 #include "bus/dbus/names.h"
@@ -192,7 +193,7 @@ void ServiceHost::Impl::connectToBus(const std::string& address) {
     };
     return handlers;
   };
-  const auto connected = Link::connect(address, makeHandlers, deadline);
+  const auto connected = Link::connect(address, service, makeHandlers, deadline);
   if (!connected) {
     throw std::runtime_error(connected.reason());
   }
@@ -208,10 +209,8 @@ void ServiceHost::Impl::connectToBus(const std::string& address) {
 }
 
 void ServiceHost::Impl::listenDirectly(const std::string& address) {
-  if (directSocket(address) == directSocket(kDirectAddress)) {
-    if (const auto made = makeDirectDirectory(); !made) {
-      throw std::runtime_error(made.reason());
-    }
+  if (const auto made = makeDirectDirectory(address); !made) {
+    throw std::runtime_error(made.reason());
   }
   auto loop = Loop::start("qxbus-io");
   if (!loop) {
@@ -219,7 +218,7 @@ void ServiceHost::Impl::listenDirectly(const std::string& address) {
   }
   serve(*loop);
   const std::weak_ptr<Impl> self = weak_from_this();
-  auto listening = Acceptor::listen(*loop, directSocket(address),
+  auto listening = Acceptor::listen(*loop, directSocket(address, service),
                                     [self, loop = *loop](base::Socket socket, Inbox inbox) {
                                       if (const std::shared_ptr<Impl> impl = self.lock()) {
                                         impl->onClient(loop, std::move(socket), std::move(inbox));

@@ -48,13 +48,13 @@ class ServiceHost {
  public:
   struct Impl;
 
-  // Exports the object of the service, then takes the name of the service on the bus, or listens at a
-  // socket of its own.
+  // Exports the object of the service, then takes the name of the service on the bus, or listens at
+  // a socket of its own.
   //
-  // address   a D-Bus address, or a direct one; empty stands for QXBUS_ADDRESS, else the session bus
-  // service   "vel" becomes qx.bus.vel
-  // events    the names of the signals that introspection lists
-  // throws    std::runtime_error when the bus cannot be reached, the name is taken or refused, or
+  // address   a D-Bus address, or a direct one; empty stands for QXBUS_ADDRESS, else the session
+  // bus service   "vel" becomes qx.bus.vel events    the names of the signals that introspection
+  // lists throws    std::runtime_error when the bus cannot be reached, the name is taken or
+  // refused, or
   //           the socket belongs to a program that runs
   ServiceHost(const std::string& address, const std::string& service, std::vector<Method> methods,
               const std::vector<std::string>& events = {});

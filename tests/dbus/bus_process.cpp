@@ -4,7 +4,8 @@
 //       runs a service, as another user if one is given; prints "running" when its name is taken
 //   bus_process connect [VARIABLE=VALUE [THREADS]]
 //       prints "connected" or "no bus" ("mixed" when the threads' results differ), then the
-//       milliseconds until then, then the reason of the failure
+//       milliseconds until then, then the reason of the failure, then whether service "vel" is
+//       "there" or "absent"
 //   bus_process wait VARIABLE=VALUE
 //       prints "no bus" when there is none at first, and "connected" as soon as there is one, then
 //       "reason: " and the reason of the last failure
@@ -50,9 +51,9 @@
 #endif
 
 #include "base/text.h"
-#include "bus/dbus/transport/connection.h"
 #include "bus/dbus/bus_failure.h"
 #include "bus/dbus/service_host.h"
+#include "bus/dbus/transport/connection.h"
 #include "bus/dbus/value.h"
 #include "bus/qxbus.h"
 #include "platform/log.h"
@@ -125,6 +126,7 @@ int connect(int threadCount) {
   say(!isSame ? "mixed" : managers[0] ? "connected" : "no bus");
   say(std::to_string(took.count()));
   say(qxbus::busFailure());
+  say(managers[0] && managers[0]->isServiceRegistered("vel") ? "there" : "absent");
   return 0;
 }
 
@@ -334,8 +336,8 @@ int connectAs(const std::string& path, unsigned int user) {
   }
   qxbus::Connection::Handlers handlers;
   handlers.onMessages = [](const std::vector<qxbus::Received>&) {};
-  const auto opened =
-      qxbus::Connection::open("unix:path=" + path, std::move(handlers), qxbus::deadlineAfter(10000));
+  const auto opened = qxbus::Connection::open("unix:path=" + path, std::move(handlers),
+                                              qxbus::deadlineAfter(10000));
   say(opened ? "connected" : "refused");
   return 0;
 }

@@ -105,6 +105,7 @@ TEST_F(CallOverDBus, MayBeMadeAgainAfterItsTimeOut) {
 }
 
 TEST_F(CallOverDBus, AnErrorReplyWithoutATextStillHasOne) {
+  NEEDS_DAEMON();
   RawPeer odd(bus().address());
   ASSERT_TRUE(odd.own("qx.bus.odd"));
   const ProxyRef proxy = proxyOf("odd");
@@ -120,6 +121,7 @@ TEST_F(CallOverDBus, AnErrorReplyWithoutATextStillHasOne) {
 
 // The bus daemon uses the same names in place of a service that has left.
 TEST_F(CallOverDBus, AnErrorReplyOfTheServiceIsOneWhateverItsName) {
+  NEEDS_DAEMON();
   RawPeer odd(bus().address());
   ASSERT_TRUE(odd.own("qx.bus.odd"));
   const ProxyRef proxy = proxyOf("odd");
@@ -299,6 +301,7 @@ TEST_F(CallOverDBus, RunsItsCompletionAlsoWhenTheInterfaceIsGone) {
 }
 
 TEST_F(CallOverDBus, FailsWhenTheServiceDiesBeforeItsReply) {
+  NEEDS_DAEMON();
   auto mortal = std::make_unique<RawPeer>(bus().address());
   ASSERT_TRUE(mortal->own("qx.bus.mortal"));
   const ProxyRef proxy = proxyOf("mortal");

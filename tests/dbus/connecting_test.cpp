@@ -25,6 +25,7 @@ class FirstConnection : public DBusTest {
     std::string said;
     Milliseconds took;
     std::string reason;
+    std::string service;
   };
 
   static Attempt connect(const std::vector<std::string>& arguments) {
@@ -35,6 +36,7 @@ class FirstConnection : public DBusTest {
     attempt.said = process.readLine();
     attempt.took = Milliseconds(std::atoi(process.readLine().c_str()));
     attempt.reason = process.readLine();
+    attempt.service = process.readLine();
     EXPECT_EQ(process.wait().status, 0);
     return attempt;
   }
@@ -73,17 +75,25 @@ TEST_F(FirstConnection, ToABusThatIsNotThereFailsPromptlyWithTheReason) {
   }
 }
 
-TEST_F(FirstConnection, WithoutAnyAddressFailsPromptlyWithTheReason) {
-  const Attempt attempt = connect({});
+TEST_F(FirstConnection, IsToTheServiceItselfWhenThereIsNoBus) {
+  const std::string runtime = pathIn("runtime");
+  std::filesystem::create_directory(runtime);
+  EXPECT_EQ(connect({"XDG_RUNTIME_DIR=" + runtime}).service, "absent");
 
-  EXPECT_EQ(attempt.said, "no bus");
+  const qxbus::ServiceHost service("direct:" + runtime + "/velproxy/", "vel", {});
+
+  const Attempt attempt = connect({"XDG_RUNTIME_DIR=" + runtime});
+  EXPECT_EQ(attempt.said, "connected");
   EXPECT_LT(attempt.took, Milliseconds(1000));
-  EXPECT_THAT(attempt.reason, HasSubstr("QXBUS_ADDRESS is not set"));
+  EXPECT_EQ(attempt.reason, "");
+  EXPECT_EQ(attempt.service, "there");
 }
 
 TEST_F(FirstConnection, IsToTheSessionBusWhenNoOtherIsNamed) {
-  EXPECT_EQ(connect({"DBUS_SESSION_BUS_ADDRESS=" + bus().address()}).said, "connected");
-  EXPECT_EQ(connectTo(bus().address()).said, "connected");
+  const TestService service;
+
+  EXPECT_EQ(connect({"DBUS_SESSION_BUS_ADDRESS=" + bus().address()}).service, "there");
+  EXPECT_EQ(connectTo(bus().address()).service, "there");
 }
 
 TEST_F(FirstConnection, LeavesNoReasonWhenItIsMade) {

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <ostream>
 
+#include "bus/dbus/direct.h"
 #include "bus/dbus/value.h"
 #include "platform/log.h"
 #include "tests/dbus/raw_peer.h"
@@ -37,7 +38,7 @@ class Buses : public testing::Environment {
     if (!::mkdtemp(directory_.data())) {
       throw std::runtime_error("no temporary directory");
     }
-    ::setenv("QXBUS_ADDRESS", ("direct:" + directory_ + "/service").c_str(), 1);
+    ::setenv("QXBUS_ADDRESS", ("direct:" + directory_ + "/").c_str(), 1);
   }
 
   void TearDown() override {
@@ -51,8 +52,7 @@ class Buses : public testing::Environment {
   std::string directory_;
 };
 
-[[maybe_unused]] const auto* const kEnvironment =
-    testing::AddGlobalTestEnvironment(new Buses);
+[[maybe_unused]] const auto* const kEnvironment = testing::AddGlobalTestEnvironment(new Buses);
 
 bool hasServices(RawPeer& observer) {
   const DBusMessageRef reply =
@@ -138,12 +138,11 @@ void TestService::release(const qxbus::Values& values) {
   }
 }
 
-// --- DBusTest
-// -------------------------------------------------------------------------------------
+// --- DBusTest ------------------------------------------------------------------------------------
 
 bool DBusTest::isDirect() {
   const char* const address = std::getenv("QXBUS_ADDRESS");
-  return address && std::string(address).rfind("direct:", 0) == 0;
+  return address && qxbus::isDirectAddress(address);
 }
 
 DBusTest::DBusTest() {
@@ -171,7 +170,7 @@ DBusTest::~DBusTest() = default;
 
 PrivateBus& DBusTest::bus() {
   if (isDirect()) {
-    throw std::logic_error("a direct connection has no bus");
+    throw std::logic_error("a direct connection has no bus; see NEEDS_DAEMON");
   }
   if (!sharedBus()) {
     sharedBus() = std::make_unique<PrivateBus>();
@@ -179,6 +178,10 @@ PrivateBus& DBusTest::bus() {
     ::unsetenv("DBUS_SESSION_BUS_ADDRESS");
   }
   return *sharedBus();
+}
+
+std::string DBusTest::directAddress(const std::string& service) {
+  return "unix:path=" + qxbus::directSocket(std::getenv("QXBUS_ADDRESS"), service);
 }
 
 ProxyRef DBusTest::proxyOf(const std::string& service) {

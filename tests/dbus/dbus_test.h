@@ -76,14 +76,24 @@ inline Process::Options helper(const std::vector<std::string>& command) {
   return options;
 }
 
+// First in a test of what only a bus daemon has: names that change hands, peers besides the
+// service.
+#define NEEDS_DAEMON()                                              \
+  if (isDirect()) {                                                 \
+    GTEST_SKIP() << "a direct connection has nothing of this kind"; \
+  }                                                                 \
+  static_assert(true)
+
 class DBusTest : public testing::Test {
  protected:
   DBusTest();
   ~DBusTest() override;
 
-  // Whether QXBUS_ADDRESS leads straight to the service of a test, instead of to a private bus.
+  // Whether QXBUS_ADDRESS leads straight to the services of a test, instead of to a private bus.
   static bool isDirect();
   static PrivateBus& bus();
+  // The address, for libdbus, of a service that listens itself.
+  static std::string directAddress(const std::string& service = "vel");
   // Connected when the test begins.
   static QXBusSerivceManager& manager() { return *QXBusSerivceManager::initSync(-1); }
   // An interface of a service that runs; the test fails if there is none.

@@ -33,6 +33,7 @@ TEST_F(Death, IsReportedOnceWhenTheServiceReleasesItsName) {
 }
 
 TEST_F(Death, IsReportedWhenTheConnectionOfTheServiceEnds) {
+  NEEDS_DAEMON();
   auto service = std::make_unique<RawPeer>(bus().address());
   ASSERT_TRUE(service->own(kVelName));
   const ProxyRef proxy = proxyOf();
@@ -44,6 +45,7 @@ TEST_F(Death, IsReportedWhenTheConnectionOfTheServiceEnds) {
 }
 
 TEST_F(Death, IsReportedWhenAnotherServiceTakesTheName) {
+  NEEDS_DAEMON();
   RawPeer first(bus().address());
   RawPeer second(bus().address());
   ASSERT_TRUE(first.own(kVelName, DBUS_NAME_FLAG_ALLOW_REPLACEMENT));
@@ -232,6 +234,7 @@ TEST_F(StaleInterface, DoesNotReceiveTheEventsOfTheNextInstance) {
 
 // The former owner of the name is still there, and would answer.
 TEST_F(StaleInterface, OfAReplacedOwnerMakesNoCall) {
+  NEEDS_DAEMON();
   RawPeer first(bus().address());
   RawPeer second(bus().address());
   ASSERT_TRUE(first.own(kVelName, DBUS_NAME_FLAG_ALLOW_REPLACEMENT));

@@ -26,7 +26,7 @@ constexpr char kDirect[] = "direct:";
 class DirectConnection : public DBusTest {
  protected:
   static std::string socket() {
-    return std::string(std::getenv("QXBUS_ADDRESS")).substr(sizeof kDirect - 1);
+    return std::string(std::getenv("QXBUS_ADDRESS")).substr(sizeof kDirect - 1) + "vel";
   }
   static std::string libdbusAddress() { return "unix:path=" + socket(); }
 

@@ -50,14 +50,14 @@ Body nativeString(const std::string& text) {
   };
 }
 
-RawPeer::RawPeer(const std::string& address) {
+RawPeer::RawPeer(const std::string& address, Place place) {
   dbus_threads_init_default();
   connection_ = dbus_connection_open_private(address.c_str(), nullptr);
   if (!connection_) {
     throw std::runtime_error("a raw peer cannot reach the bus");
   }
   dbus_connection_set_exit_on_disconnect(connection_, FALSE);
-  if (!dbus_bus_register(connection_, nullptr)) {
+  if (place == Place::kOnABus && !dbus_bus_register(connection_, nullptr)) {
     dbus_connection_close(connection_);
     dbus_connection_unref(connection_);
     throw std::runtime_error("the bus refuses a raw peer");
@@ -150,8 +150,8 @@ DBusMessageRef RawPeer::call(const std::string& destination, const std::string& 
                              const std::string& interface, const std::string& method,
                              const Body& body) {
   const DBusMessageRef request(dbus_message_new_method_call(
-      destination.c_str(), path.c_str(), interface.empty() ? nullptr : interface.c_str(),
-      method.c_str()));
+      destination.empty() ? nullptr : destination.c_str(), path.c_str(),
+      interface.empty() ? nullptr : interface.c_str(), method.c_str()));
   fill(request, body);
   DBusPendingCall* pending = nullptr;
   dbus_connection_send_with_reply(connection_, request.get(), &pending,

@@ -28,8 +28,10 @@ Body nativeString(const std::string& text);
 // THREADS   Use it from one thread.
 class RawPeer {
  public:
-  // Throws std::runtime_error when the bus cannot be reached.
-  explicit RawPeer(const std::string& address);
+  enum class Place { kOnABus, kAtAService };
+
+  // Throws std::runtime_error when the place cannot be reached.
+  explicit RawPeer(const std::string& address, Place place = Place::kOnABus);
   ~RawPeer();
   RawPeer(const RawPeer&) = delete;
   RawPeer& operator=(const RawPeer&) = delete;

@@ -70,6 +70,7 @@ TEST_F(ServiceOverDBus, KeepsItsEventsWhenOneOfTwoInterfacesIsReleased) {
 
 // A bus starts a service that a client calls by its name.
 TEST_F(ServiceOverDBus, IsNeverStartedByAsking) {
+  NEEDS_DAEMON();
   const std::filesystem::path witness = bus().directory() / "started";
   bus().kill();
   std::ofstream(bus().serviceDirectory() / "qx.bus.startable.service")

@@ -26,6 +26,7 @@ std::string reasonNotToRun(const std::string& address, const std::string& name) 
 }
 
 TEST_F(LifeOfAServiceHost, SaysWhyItCannotRun) {
+  NEEDS_DAEMON();
   const TestService service;
 
   EXPECT_THAT(reasonNotToRun("", "vel"), AllOf(HasSubstr("qx.bus.vel"), HasSubstr("taken")));
@@ -39,6 +40,7 @@ TEST_F(LifeOfAServiceHost, SaysWhyItCannotRun) {
 
 // A caller that waits for the name must not find an empty house.
 TEST_F(LifeOfAServiceHost, AnswersFromTheMomentItHasItsName) {
+  NEEDS_DAEMON();
   RawPeer client(bus().address());
   for (int round = 0; round < 50; ++round) {
     std::unique_ptr<TestService> service;
@@ -127,6 +129,7 @@ TEST_F(LifeOfAServiceHost, CanEndInsideItsHandlerBeforeALargeReply) {
 
 // Bytes that the bus does not take are not kept for ever.
 TEST_F(LifeOfAServiceHost, EndsSoonAfterALastReplyThatTheBusDoesNotTake) {
+  NEEDS_DAEMON();
   const auto lost = std::make_shared<Gate>();
   const auto makeHandlers = [lost](const std::weak_ptr<qxbus::Link>&) {
     qxbus::Connection::Handlers handlers;
@@ -135,7 +138,7 @@ TEST_F(LifeOfAServiceHost, EndsSoonAfterALastReplyThatTheBusDoesNotTake) {
     return handlers;
   };
   auto connected =
-      qxbus::Link::connect(bus().address(), makeHandlers, qxbus::deadlineAfter(10000));
+      qxbus::Link::connect(bus().address(), "vel", makeHandlers, qxbus::deadlineAfter(10000));
   ASSERT_TRUE(connected) << connected.reason();
   std::shared_ptr<qxbus::Link>& link = *connected;
   bus().hang();
@@ -163,6 +166,7 @@ TEST_F(LifeOfAServiceHost, MayBeOutlivedByARequest) {
 }
 
 TEST_F(LifeOfAServiceHost, ReportsTheLossOfItsBusOnce) {
+  NEEDS_DAEMON();
   TestService service;
   const auto lost = std::make_shared<Record<std::thread::id>>();
   service.host().setLostCallback([lost] { lost->add(std::this_thread::get_id()); });
@@ -175,6 +179,7 @@ TEST_F(LifeOfAServiceHost, ReportsTheLossOfItsBusOnce) {
 }
 
 TEST_F(LifeOfAServiceHost, ReportsTheLossOfItsBusAlsoToALateCallback) {
+  NEEDS_DAEMON();
   TestService service;
   const auto lost = std::make_shared<Gate>();
   bus().kill();
@@ -186,6 +191,7 @@ TEST_F(LifeOfAServiceHost, ReportsTheLossOfItsBusAlsoToALateCallback) {
 }
 
 TEST_F(LifeOfAServiceHost, ForgetsItsCallbackBeforeAndAfterTheLoss) {
+  NEEDS_DAEMON();
   TestService service;
   const auto lost = std::make_shared<Record<std::string>>();
   service.host().setLostCallback([lost] { lost->add("forgotten"); });
@@ -199,6 +205,7 @@ TEST_F(LifeOfAServiceHost, ForgetsItsCallbackBeforeAndAfterTheLoss) {
 }
 
 TEST_F(LifeOfAServiceHost, MaySendEventsWhenItsBusIsGone) {
+  NEEDS_DAEMON();
   TestService service;
   bus().kill();
   for (int i = 0; i < 1000; ++i) {
@@ -213,6 +220,7 @@ TEST_F(LifeOfAServiceHost, MaySendEventsWhenItsBusIsGone) {
 }
 
 TEST_F(LifeOfAServiceHost, EndsWithoutWaitingWhenItsBusIsGone) {
+  NEEDS_DAEMON();
   auto service = std::make_unique<TestService>();
   bus().kill();
 

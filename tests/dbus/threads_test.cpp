@@ -40,6 +40,7 @@ TEST_F(HandlersOverDBus, RunOnNoThreadOfACaller) {
 
 // Signals go to a thread that does not block them: only the client's are left.
 TEST_F(HandlersOverDBus, LeaveSignalsToTheClientAndTheirThreadsHaveNames) {
+  NEEDS_DAEMON();
   Process process(helper({BUS_PROCESS, "signal", "QXBUS_ADDRESS=" + bus().address()}));
   const std::string names = process.readLine();
 #if defined(__linux__)
