@@ -14,6 +14,10 @@ namespace qxbus {
 // THREADS   Any thread may call.
 std::string busFailure();
 
+// Whether services listen at sockets of their own. Then there is no bus that could be missing, and
+// busFailure() is the reason why a service is.
+bool isBusDirect();
+
 }  // namespace qxbus
 
 #endif  // BUS_DBUS_BUS_FAILURE_H

@@ -104,6 +104,10 @@ std::string busFailure() {
   return last.reason;
 }
 
+bool isBusDirect() {
+  return isDirectAddress(busAddress());
+}
+
 void setBusFailure(const std::string& reason) {
   LastFailure& last = lastFailure();
   const platform::MutexLock lock(last.mutex);

@@ -142,6 +142,7 @@ struct ServiceHost::Impl : std::enable_shared_from_this<ServiceHost::Impl> {
     return bus;
   }
 
+  std::string place;
   const std::string service;
   const std::string path;
   const std::string interface;
@@ -218,12 +219,12 @@ void ServiceHost::Impl::listenDirectly(const std::string& address) {
   }
   serve(*loop);
   const std::weak_ptr<Impl> self = weak_from_this();
-  auto listening = Acceptor::listen(*loop, directSocket(address, service),
-                                    [self, loop = *loop](base::Socket socket, Inbox inbox) {
-                                      if (const std::shared_ptr<Impl> impl = self.lock()) {
-                                        impl->onClient(loop, std::move(socket), std::move(inbox));
-                                      }
-                                    });
+  auto listening =
+      Acceptor::listen(*loop, place, [self, loop = *loop](base::Socket socket, Inbox inbox) {
+        if (const std::shared_ptr<Impl> impl = self.lock()) {
+          impl->onClient(loop, std::move(socket), std::move(inbox));
+        }
+      });
   if (!listening) {
     (*loop)->stop();
     throw std::runtime_error(listening.reason());
@@ -363,6 +364,7 @@ ServiceHost::ServiceHost(const std::string& address, const std::string& service,
   }
   impl_ = std::make_shared<Impl>(service, std::move(methods), events);
   const std::string reached = address.empty() ? busAddress() : address;
+  impl_->place = isDirectAddress(reached) ? directSocket(reached, service) : reached;
   if (isDirectAddress(reached)) {
     impl_->listenDirectly(reached);
   } else {
@@ -385,6 +387,10 @@ ServiceHost::~ServiceHost() {
   if (impl_->acceptorLoop) {
     impl_->acceptorLoop->stopWithLastSource();
   }
+}
+
+const std::string& ServiceHost::place() const {
+  return impl_->place;
 }
 
 void ServiceHost::emitEvent(const std::string& name, const Values& values) {

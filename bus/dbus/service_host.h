@@ -64,6 +64,9 @@ class ServiceHost {
   ServiceHost(const ServiceHost&) = delete;
   ServiceHost& operator=(const ServiceHost&) = delete;
 
+  // Where clients find it, for people: the address of the bus, or the path of a socket of its own.
+  const std::string& place() const;
+
   // Sends the service's event `name` ("velevent") from its object and interface.
   void emitEvent(const std::string& name, const Values& values);
   // Sends a broadcast event ("mountedEvent").

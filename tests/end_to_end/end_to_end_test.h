@@ -4,6 +4,7 @@
 #ifndef TESTS_END_TO_END_END_TO_END_TEST_H
 #define TESTS_END_TO_END_END_TO_END_TEST_H
 
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -50,6 +51,14 @@ class EndToEndTest : public ::testing::Test {
 
   Process::Options options(const std::vector<std::string>& command) const {
     return bus_.options(command);
+  }
+  // With no bus set and none running, as on a machine with nothing set up.
+  Process::Options onABareMachine(Process::Options options) const {
+    options.environment["QXBUS_ADDRESS"] = "";
+    options.environment["DBUS_SESSION_BUS_ADDRESS"] = "";
+    options.environment["XDG_RUNTIME_DIR"] = folder() + "/runtime";
+    std::filesystem::create_directory(folder() + "/runtime");
+    return options;
   }
   std::string folder() const { return bus_.directory().string(); }
   processes::PrivateBus& bus() { return bus_; }

@@ -8,6 +8,7 @@
 
 #include "tests/end_to_end/end_to_end_test.h"
 #include "vel/apps/local/velctl/exit_codes.h"
+#include "vel/apps/local/velsim/exit_codes.h"
 
 namespace end_to_end {
 namespace {
@@ -242,14 +243,43 @@ TEST_F(VelctlWithoutServiceTest, AnAddressThatIsNoneIsGivenInTheReason) {
   EXPECT_THAT(failed.err, Not(HasSubstr("\x1b")));
 }
 
-TEST_F(VelctlWithoutServiceTest, WithoutAnAddressTheSessionBusIsMissing) {
-  Process::Options options = velctlOptions({"vm", "list"});
-  options.environment["QXBUS_ADDRESS"] = "";
+TEST_F(VelctlWithoutServiceTest, WithoutABusTheServiceIsMissingAtItsSocket) {
+  const Finished failed = processes::run(onABareMachine(velctlOptions({"vm", "list"})));
+  const Finished status = processes::run(onABareMachine(velctlOptions({"status"})));
 
-  const Finished failed = run(options);
+  EXPECT_EQ(failed.status, velctl::kExitNoService);
+  EXPECT_THAT(failed.err, HasSubstr("getVmList: no service listens at " + folder() +
+                                    "/runtime/velproxy/vel: No such file or directory; start "));
+  EXPECT_EQ(status.status, velctl::kExitNoService);
+  EXPECT_EQ(status.out, "bus      direct\nservice  absent\n");
+}
 
-  EXPECT_EQ(failed.status, velctl::kExitNoBus);
-  EXPECT_THAT(failed.err, HasSubstr("getVmList: the bus cannot be reached: "));
+// A machine with nothing set up: the service listens itself, and the client finds it.
+TEST_F(VelctlWithoutServiceTest, WithoutABusVelctlAndVelsimFindEachOther) {
+  bus().kill();
+  Process velsim(onABareMachine(processes::velsimOptions(bus(), {})));
+  ASSERT_TRUE(processes::isReady(velsim)) << velsim.err();
+  EXPECT_THAT(velsim.err(),
+              HasSubstr("velsim: ready at " + folder() + "/runtime/velproxy/vel, pid "));
+
+  const Finished status = processes::run(onABareMachine(velctlOptions({"status"})));
+  const Finished second = processes::run(onABareMachine(processes::velsimOptions(bus(), {})));
+  Process watch(onABareMachine(velctlOptions({"watch", "win11"})));
+  ASSERT_TRUE(isWatching(watch)) << watch.err();
+  velsim.end(SIGKILL);
+  Process again(onABareMachine(processes::velsimOptions(bus(), {})));
+  ASSERT_TRUE(processes::isReady(again)) << again.err();
+  const bool isReported = comesTrue(
+      [&] { return watch.out().find("the service has died (code 5)") != std::string::npos; });
+
+  EXPECT_EQ(status.status, velctl::kExitOk) << status.err;
+  EXPECT_THAT(status.out, HasSubstr("bus      direct\nservice  running\n"));
+  EXPECT_EQ(second.status, velsim::kExitNotServing);
+  EXPECT_THAT(second.err, HasSubstr("velsim: cannot serve: "));
+  EXPECT_THAT(second.err, HasSubstr("listens there"));
+  EXPECT_TRUE(isReported) << watch.out();
+  EXPECT_EQ(processes::run(onABareMachine(velctlOptions({"vm", "connect", "win11"}))).status,
+            velctl::kExitOk);
 }
 
 TEST_F(VelctlWithoutServiceTest, StatusReportsThatThereIsNoServiceOrNoBus) {

@@ -18,7 +18,14 @@ std::string qxbus::busFailure() {
   return "scripted:\x1b[2J: refused";
 }
 
+bool qxbus::isBusDirect() {
+  return velctl_tests::isBusDirect;
+}
+
 namespace velctl_tests {
+
+bool isBusDirect = false;
+
 namespace {
 
 // Data is written to its descriptor, as to standard output.
@@ -53,6 +60,7 @@ class DataFile {
 
 InProcessTest::InProcessTest() {
   bus.reset();
+  isBusDirect = false;
   scripted::Timeline::the().reset();
   scripted::setDataPath("");
   for (const velprotocol::Method& method : velprotocol::kMethods) {

@@ -28,6 +28,9 @@ struct Ran {
   std::string err;
 };
 
+// Whether services of the scripted bus listen at sockets of their own; false when a test begins.
+extern bool isBusDirect;
+
 // The bus can be reached, and every method of its service answers int32 0, but getVmListSize and
 // getVmList, which know kVm.
 class InProcessTest : public testing::Test {

@@ -49,6 +49,21 @@ TEST_F(StatusTest, WithoutAServiceItIsAbsent) {
                "getVmList: no service on the bus; ");
 }
 
+TEST_F(StatusTest, WithoutABusInBetweenTheConnectionIsDirect) {
+  isBusDirect = true;
+  expectStatus(velctl::kExitOk, "bus      direct\nservice  running\nVMs      1\n",
+               R"({"bus":"direct","service":"running","vms":1})", "");
+}
+
+TEST_F(StatusTest, WithoutABusInBetweenTheServiceIsAbsentForAReason) {
+  isBusDirect = true;
+  bus.setRegistered(false);
+
+  expectStatus(velctl::kExitNoService, "bus      direct\nservice  absent\n",
+               R"({"bus":"direct","service":"absent","vms":null})",
+               "getVmList: scripted:\\x1b[2J: refused; start velserviced, or velsim ");
+}
+
 TEST_F(StatusTest, WithoutABusItIsUnreachable) {
   bus.setReachable(false);
 

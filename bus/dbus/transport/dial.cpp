@@ -144,16 +144,19 @@ base::Result<Dialed> dial(const std::string& address, Clock::time_point deadline
   if (!places) {
     return places.failed();
   }
+  const bool isOnePlace = places->usable.size() + places->refused.size() == 1;
   std::string reasons;
   for (const wire::SocketAddress& place : places->usable) {
     base::Result<Dialed> dialed = dialOne(place, deadline);
     if (dialed) {
       return dialed;
     }
-    reasons += (reasons.empty() ? "" : "; ") + place.text + ": " + dialed.reason();
+    // The caller names a place that is the whole address.
+    reasons +=
+        (reasons.empty() ? "" : "; ") + (isOnePlace ? "" : place.text + ": ") + dialed.reason();
   }
   for (const std::string& refused : places->refused) {
-    reasons += "; " + refused;
+    reasons += (reasons.empty() ? "" : "; ") + refused;
   }
   return base::Failed{reasons};
 }

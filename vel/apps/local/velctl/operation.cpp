@@ -126,10 +126,10 @@ void Operation::failDisconnected() const {
                                   base::printable(qxbus::busFailure()) +
                                   "; start it, or set QXBUS_ADDRESS to the address of another");
   }
-  throw Failure(
-      kExitNoService,
-      description_ +
-          ": no service on the bus; start velserviced, or velsim to try without hardware");
+  const std::string absent =
+      qxbus::isBusDirect() ? base::printable(qxbus::busFailure()) : "no service on the bus";
+  throw Failure(kExitNoService, description_ + ": " + absent +
+                                    "; start velserviced, or velsim to try without hardware");
 }
 
 Json Operation::request() const {

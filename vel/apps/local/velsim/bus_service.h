@@ -21,6 +21,9 @@ class BusService {
              std::function<void()> onLost);
   ~BusService();
 
+  // Where clients find the service.
+  const std::string& place() const { return host_.place(); }
+
   BusService(const BusService&) = delete;
   BusService& operator=(const BusService&) = delete;
 

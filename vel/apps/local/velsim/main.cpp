@@ -24,7 +24,8 @@ int parseAndServe(int argc, char** argv) {
                "velsim");
   app.set_version_flag("--version", "velsim " VELSIM_VERSION);
   app.add_option("--address", options.address,
-                 "D-Bus address of the bus (default: QXBUS_ADDRESS, else the session bus)");
+                 "D-Bus address of the bus, or direct:PATH, a socket of its own (default: "
+                 "QXBUS_ADDRESS, else the session bus, without one direct:)");
   app.add_option("--pen-port", options.penPort,
                  "Serve the far end of the pen port too, on a Unix socket created at PATH; "
                  "needs no bus")
@@ -38,8 +39,9 @@ int parseAndServe(int argc, char** argv) {
       "The log goes to standard error: one line for each request, event and pen frame. Exit\n"
       "status: 0 stopped by SIGINT or SIGTERM, 2 bad usage, 3 no bus, the service's name is "
       "taken,\n"
-      "or no pen port, 4 bus connection lost. With --pen-port and no session bus, velsim serves\n"
-      "the pen port only.");
+      "or no pen port, 4 bus connection lost. With --pen-port, velsim serves the pen port only "
+      "when\n"
+      "the session bus cannot be reached.");
   try {
     app.parse(argc, argv);
     return velsim::serve(options);

@@ -90,7 +90,7 @@ class ControlInput {
   std::optional<LineReader> reader_;
 };
 
-// Empty when the session bus is meant.
+// Empty when the session bus is meant, or a socket of the service's own where there is none.
 std::string namedAddress(const Options& options) {
   if (!options.address.empty()) {
     return options.address;
@@ -133,11 +133,10 @@ class Server {
     return true;
   }
 
-  // False: velsim must end. A machine without a bus can still have a pen port; a bus that the user
-  // has named must be there.
+  // False: velsim must end. When the session bus cannot be reached, there can still be a pen port;
+  // a bus that the user has named must be there.
   bool connectToBus() {
     const std::string named = namedAddress(options_);
-    const std::string bus = named.empty() ? "the session bus" : named;
     const std::string pid = ", pid " + std::to_string(::getpid());
     try {
       bus_.emplace(options_.address, simulator_, log_, [this] {
@@ -151,13 +150,13 @@ class Server {
         log_.write("ready at the pen port only" + pid);
         return true;
       }
-      log_.write("cannot serve on " + bus + ": " + error.what() +
+      log_.write("cannot serve" + (named.empty() ? "" : " on " + named) + ": " + error.what() +
                  "; name another bus with --address or QXBUS_ADDRESS");
       return false;
     }
     std::size_t vms = 0;
     simulator_.read([&vms](const MachineState& machine) { vms = machine.vms.numbers().size(); });
-    log_.write("ready on " + bus + pid + ", VMs: " + std::to_string(vms));
+    log_.write("ready at " + bus_->place() + pid + ", VMs: " + std::to_string(vms));
     return true;
   }
 

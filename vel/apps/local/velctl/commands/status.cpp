@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "bus/dbus/bus_failure.h"
 #include "vel/apps/local/velctl/commands/commands.h"
 #include "vel/apps/local/velctl/failure.h"
 #include "vel/apps/local/velctl/operation.h"
@@ -20,8 +21,10 @@ std::size_t countVms() {
   return count;
 }
 
-void write(const Output& output, const std::string& bus, const std::string& service,
-           const Json& vms) {
+void write(const Output& output, bool isBusReachable, const std::string& service, const Json& vms) {
+  const std::string bus = qxbus::isBusDirect() ? "direct"
+                          : isBusReachable     ? "reachable"
+                                               : "unreachable";
   output.line("bus      " + bus + "\nservice  " + service +
                   (vms.is_null() ? "" : "\nVMs      " + vms.dump()),
               {{"bus", bus}, {"service", service}, {"vms", vms}});
@@ -36,13 +39,12 @@ void showStatus(const Output& output) {
     failure = caught;
   }
   if (!failure) {
-    write(output, "reachable", "running", *vms);
+    write(output, true, "running", *vms);
     return;
   }
-  const bool isBusReachable = failure->code() != kExitNoBus;
   const bool isServiceThere = failure->code() == kExitNoAnswer;
-  write(output, isBusReachable ? "reachable" : "unreachable",
-        isServiceThere ? "not answering" : "absent", nullptr);
+  write(output, failure->code() != kExitNoBus, isServiceThere ? "not answering" : "absent",
+        nullptr);
   throw Failure(*failure);
 }
 
