@@ -115,6 +115,21 @@ Client::Linked Client::linkTo(const std::string& service, Clock::time_point dead
   });
 }
 
+base::Result<void> Client::overLink(
+    const std::string& service, Clock::time_point deadline,
+    const std::function<bool(const std::shared_ptr<Link>&)>& request) {
+  for (const bool isLastTry : {false, true}) {
+    const Linked linked = linkTo(service, deadline);
+    if (!linked) {
+      return linked.failed();
+    }
+    if (request(*linked) || isLastTry || (*linked)->isOpen()) {
+      break;
+    }
+  }
+  return {};
+}
+
 Connection::Handlers Client::handlersOf(const std::weak_ptr<Link>& link) {
   const std::weak_ptr<Client> self = weak_from_this();
   Connection::Handlers handlers;
@@ -170,13 +185,13 @@ bool Client::isServiceRegistered(const std::string& service) {
     return false;
   }
   const Clock::time_point deadline = deadlineAfter(kBusTimeoutMs);
-  const Linked linked = linkTo(service, deadline);
-  if (!linked) {
-    return false;
-  }
-  // One question for two answers: a name without an owner has no user.
-  const std::optional<uid_t> user = (*linked)->userOf(busNameOf(service), deadline);
-  if (!user) {
+  std::optional<uid_t> user;
+  const auto asked = overLink(service, deadline, [&](const std::shared_ptr<Link>& link) {
+    // One question for two answers: a name without an owner has no user.
+    user = link->userOf(busNameOf(service), deadline);
+    return user.has_value();
+  });
+  if (!asked || !user) {
     return false;
   }
   const std::string reason = refusalOf(user);
@@ -202,20 +217,24 @@ base::Result<std::shared_ptr<ServiceHandle>> Client::attachTo(const std::string&
     return base::Failed{"that is no name for a service"};
   }
   const Clock::time_point deadline = deadlineAfter(kBusTimeoutMs);
-  const Linked linked = linkTo(service, deadline);
+  std::shared_ptr<ServiceHandle> handle;
+  base::Result<void> attached;
+  const auto linked = overLink(service, deadline, [&](const std::shared_ptr<Link>& link) {
+    handle = std::make_shared<ServiceHandle>(threads_, link, service);
+    {
+      // Before it attaches, so that it misses no change of the owner.
+      const platform::MutexLock lock(mutex_);
+      handles_.erase(std::remove_if(handles_.begin(), handles_.end(),
+                                    [](const auto& each) { return each.expired(); }),
+                     handles_.end());
+      handles_.push_back(handle);
+    }
+    attached = handle->attach(flags, deadline);
+    return static_cast<bool>(attached);
+  });
   if (!linked) {
     return linked.failed();
   }
-  const auto handle = std::make_shared<ServiceHandle>(threads_, *linked, service);
-  {
-    // Before it attaches, so that it misses no change of the owner.
-    const platform::MutexLock lock(mutex_);
-    handles_.erase(std::remove_if(handles_.begin(), handles_.end(),
-                                  [](const auto& each) { return each.expired(); }),
-                   handles_.end());
-    handles_.push_back(handle);
-  }
-  const auto attached = handle->attach(flags, deadline);
   if (!attached) {
     return attached.failed();
   }
@@ -246,7 +265,9 @@ void Client::addBroadcastListener(const std::string& name, QXBusEventCallback* l
     if (!link || !link->isOpen()) {
       continue;
     }
-    if (const auto added = link->addMatch(rule, deadlineAfter(kBusTimeoutMs)); !added) {
+    const auto added = link->addMatch(rule, deadlineAfter(kBusTimeoutMs));
+    // The next link takes over the rules of one that is lost.
+    if (!added && link->isOpen()) {
       logError("broadcast events " + base::quoted(name) + " will not arrive: " + added.reason());
     }
   }

@@ -9,6 +9,7 @@
 #define BUS_DBUS_CLIENT_H
 
 #include <atomic>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -46,6 +47,12 @@ class Client : public std::enable_shared_from_this<Client> {
   // The link to a service; a new one when the last is lost.
   Linked linkTo(const std::string& service, Clock::time_point deadline);
   Linked linkAnew(const std::string& service, Route* route, Clock::time_point deadline);
+  // Makes a request over the link, and again over a new one when it fails because the link is lost:
+  // the bus may have been started again before the loss was noticed.
+  //
+  // returns    a failure when there is no link
+  base::Result<void> overLink(const std::string& service, Clock::time_point deadline,
+                              const std::function<bool(const std::shared_ptr<Link>&)>& request);
   std::shared_ptr<Route> routeTo(const std::string& service);
   std::shared_ptr<Link> openLink(const Route& route, Clock::time_point deadline);
   Connection::Handlers handlersOf(const std::weak_ptr<Link>& link);

@@ -49,7 +49,7 @@ class Connection::Core : public Loop::Source {
         inbox_(std::move(inbox)),
         handlers_(std::move(handlers)) {}
 
-  bool isOpen() const { return isOpen_; }
+  bool isOpen() const { return isOpen_ && !isBroken_; }
 
   std::uint32_t newSerial() {
     const std::uint32_t serial = ++lastSerial_;
@@ -109,6 +109,7 @@ class Connection::Core : public Loop::Source {
   }
 
   bool flush() QX_REQUIRES(outMutex_);
+  void breakOff() QX_REQUIRES(outMutex_);
   void read();
   void takeMessages();
   void sort(std::vector<Received>* read);
@@ -119,6 +120,8 @@ class Connection::Core : public Loop::Source {
   base::Socket socket_;
   std::atomic<int> descriptor_;
   std::atomic<bool> isOpen_{true};
+  // Nothing can be sent any more. The thread that reads has yet to find the end.
+  std::atomic<bool> isBroken_{false};
   std::atomic<bool> isClosing_{false};
   std::atomic<bool> hasUnsent_{false};
   std::atomic<std::uint32_t> lastSerial_{0};
@@ -146,8 +149,7 @@ bool Connection::Core::send(std::string_view bytes) {
   if (unsent_.empty()) {
     const ssize_t sent = base::sendSome(socket_, bytesOf(bytes.data()), bytes.size());
     if (sent < 0 && !wouldBlock(errno)) {
-      // The thread that reads finds the end, and what was read before it.
-      ::shutdown(socket_.descriptor(), SHUT_WR);
+      breakOff();
       return false;
     }
     bytes.remove_prefix(sent > 0 ? static_cast<std::size_t>(sent) : 0);
@@ -172,6 +174,14 @@ bool Connection::Core::send(std::string_view bytes) {
   return true;
 }
 
+// The thread that reads finds the end, and what came before it.
+void Connection::Core::breakOff() {
+  isBroken_ = true;
+  ::shutdown(socket_.descriptor(), SHUT_WR);
+  unsent_.clear();
+  hasUnsent_ = false;
+}
+
 // Sends what has been left, as far as the socket takes it. False when the socket is broken.
 bool Connection::Core::flush() {
   std::size_t done = 0;
@@ -182,9 +192,7 @@ bool Connection::Core::flush() {
       if (wouldBlock(errno)) {
         break;
       }
-      ::shutdown(socket_.descriptor(), SHUT_WR);
-      unsent_.clear();
-      hasUnsent_ = false;
+      breakOff();
       return false;
     }
     done += static_cast<std::size_t>(sent);
