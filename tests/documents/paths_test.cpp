@@ -19,7 +19,7 @@ TEST_P(PathsTest, Exist) {
   const std::string document = documents::contentOf(root / GetParam());
   // A top folder behind the beginning of a word, and a name in it.
   const std::regex path(
-      "(?:^|[\\s`(])((?:base|bench|bus|cmake|docs|examples|pen|platform|scripts|tests|vel)/"
+      "(?:^|[\\s`(])((?:base|benchmarks|bus|cmake|docs|examples|pen|platform|scripts|tests|vel)/"
       "[A-Za-z0-9_./-]*)(\\*?)");
   int count = 0;
   for (std::sregex_iterator match(document.begin(), document.end(), path), end; match != end;

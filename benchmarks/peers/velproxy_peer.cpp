@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <mutex>
 
-#include "bench/peers/workload.h"
+#include "benchmarks/peers/workload.h"
 #include "vel/apps/local/velproxy/vel_proxy.h"
 
 namespace {

@@ -5,7 +5,7 @@
 
 #include <systemd/sd-bus.h>
 
-#include "bench/peers/workload.h"
+#include "benchmarks/peers/workload.h"
 
 namespace {
 
@@ -44,8 +44,8 @@ class SdBusPeer : public peers::Peer {
     check(sd_bus_set_address(bus_, address.dbus.c_str()), "address");
     check(sd_bus_set_bus_client(bus_, isDirect_ ? 0 : 1), "client");
     check(sd_bus_start(bus_), "start");
-    check(sd_bus_match_signal(bus_, nullptr, nullptr, peers::kPath, peers::kInterface,
-                              peers::kEvent, &SdBusPeer::onEvent, this),
+    check(sd_bus_match_signal(bus_, nullptr, isDirect_ ? nullptr : peers::kBusName, peers::kPath,
+                              peers::kInterface, peers::kEvent, &SdBusPeer::onEvent, this),
           "match");
   }
   ~SdBusPeer() override { sd_bus_flush_close_unref(bus_); }

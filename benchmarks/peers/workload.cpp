@@ -1,4 +1,4 @@
-#include "bench/peers/workload.h"
+#include "benchmarks/peers/workload.h"
 
 #include <algorithm>
 #include <chrono>
@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace peers {
@@ -34,6 +35,10 @@ class Laps {
     laps_.push_back(Seconds(Clock::now() - start).count());
   }
 
+  void add(const Laps& others) {
+    laps_.insert(laps_.end(), others.laps_.begin(), others.laps_.end());
+  }
+
   double part(double part) {
     const auto at = static_cast<std::ptrdiff_t>(part * static_cast<double>(laps_.size() - 1));
     std::nth_element(laps_.begin(), laps_.begin() + at, laps_.end());
@@ -44,7 +49,13 @@ class Laps {
   std::vector<double> laps_;
 };
 
-void report(int count, double seconds, double median, double late) {
+void report(int count, double seconds) {
+  std::printf("{\"count\": %d, \"seconds\": %.9f}\n", count, seconds);
+}
+
+void report(int count, double seconds, Laps laps) {
+  const double median = laps.part(0.5);
+  const double late = laps.part(0.99);
   std::printf("{\"count\": %d, \"seconds\": %.9f, \"median\": %.9f, \"p99\": %.9f}\n", count,
               seconds, median, late);
 }
@@ -56,6 +67,11 @@ void callOnce(Peer& peer) {
 void listOnce(Peer& peer) {
   const std::list<Record> records = peer.deviceList();
   check(records.size() == std::size_t{kRecords}, "getDeviceList has answered another list");
+  for (const Record& record : records) {
+    const auto* const bytes = static_cast<const unsigned char*>(record.get());
+    check(bytes[0] == kRecordByte && bytes[kRecordSize - 1] == kRecordByte,
+          "getDeviceList has answered another record");
+  }
 }
 
 template <typename Call>
@@ -69,23 +85,25 @@ void repeat(int count, const Call& call) {
     laps.time(call);
   }
   const double seconds = Seconds(Clock::now() - start).count();
-  report(count, seconds, laps.part(0.5), laps.part(0.99));
+  report(count, seconds, std::move(laps));
 }
 
 void takeEvents(Peer& peer, int count) {
   long sum = 0;
   std::size_t bytes = 0;
   const auto onRecord = [&](const void* record, std::size_t size) {
-    sum += *static_cast<const unsigned char*>(record);
+    sum += static_cast<const unsigned char*>(record)[size - 1];
     bytes += size;
   };
   peer.events(std::min(count, kWarmUp), onRecord);
+  sum = 0;
   bytes = 0;
   const Clock::time_point start = Clock::now();
   peer.events(count, onRecord);
   const double seconds = Seconds(Clock::now() - start).count();
-  check(bytes == static_cast<std::size_t>(count) * kRecordSize, "an event had another record");
-  report(count, seconds, seconds / count, seconds / count);
+  check(bytes == static_cast<std::size_t>(count) * kRecordSize && sum == count * kRecordByte,
+        "an event had another record");
+  report(count, seconds);
 }
 
 void callFromThreads(const Address& address, int count, const Connect& connect, bool sharesOne) {
@@ -96,11 +114,12 @@ void callFromThreads(const Address& address, int count, const Connect& connect, 
     callOnce(*connections.back());
   }
   std::vector<std::thread> threads;
+  std::vector<Laps> laps(connections.size(), Laps(count));
   const Clock::time_point start = Clock::now();
-  for (const std::shared_ptr<Peer>& peer : connections) {
-    threads.emplace_back([&peer, count] {
-      for (int i = 0; i < count; ++i) {
-        callOnce(*peer);
+  for (std::size_t i = 0; i < connections.size(); ++i) {
+    threads.emplace_back([&peer = *connections[i], &own = laps[i], count] {
+      for (int call = 0; call < count; ++call) {
+        own.time([&peer] { callOnce(peer); });
       }
     });
   }
@@ -108,8 +127,11 @@ void callFromThreads(const Address& address, int count, const Connect& connect, 
     thread.join();
   }
   const double seconds = Seconds(Clock::now() - start).count();
-  const int calls = count * kThreads;
-  report(calls, seconds, seconds / calls, seconds / calls);
+  Laps all(count * kThreads);
+  for (const Laps& each : laps) {
+    all.add(each);
+  }
+  report(count * kThreads, seconds, std::move(all));
 }
 
 }  // namespace
@@ -150,8 +172,7 @@ int runPeer(int argc, char** argv, const Connect& connect, bool sharesOne) {
     const Clock::time_point start = Clock::now();
     const std::unique_ptr<Peer> peer = connect(address);
     callOnce(*peer);
-    const double seconds = Seconds(Clock::now() - start).count();
-    report(1, seconds, seconds, seconds);
+    report(1, Seconds(Clock::now() - start).count());
     return 0;
   }
   if (workload == "threads") {

@@ -8,7 +8,7 @@
 
 #include <sdbus-c++/sdbus-c++.h>
 
-#include "bench/peers/workload.h"
+#include "benchmarks/peers/workload.h"
 
 namespace {
 

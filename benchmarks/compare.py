@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Runs the peers of bench/peers in turn and reports each as a ratio to libdbus.
+"""Runs the peers of benchmarks/peers in turn and reports each as a ratio to libdbus.
 
 The reference of every column is libdbus's own blocking call through dbus-daemon on the same
 processors in the same round; the ratio of a round is taken before the median over the rounds, so a

@@ -17,7 +17,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include "bench/peers/workload.h"
+#include "benchmarks/peers/workload.h"
 
 namespace {
 
@@ -127,7 +127,8 @@ class BarePeer : public peers::Peer {
 };
 
 void serveClient(int client) {
-  const std::vector<char> bytes(kListSize);
+  std::vector<char> bytes(kListSize, peers::kRecordByte);
+  bytes[0] = peers::kStatus;
   char request[kRequestSize];
   while (readAll(client, request, sizeof request)) {
     int count = 0;

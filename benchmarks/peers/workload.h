@@ -7,13 +7,16 @@
 //   list       one call of getDeviceList: 64 records of 808 bytes, each in memory of its own
 //   events     COUNT events with a record of 808 bytes, until the callback has returned for each
 //   threads    COUNT calls of connectDevice by each of eight threads
-//   first      connect and make one call, then end: once for each process
+//   first      connect, subscribe and make one call, then end: once for each process
 //
-// The program writes one line of JSON: the seconds that all took, and of each call the median and
-// the 99th percentile.
+// The program writes one line of JSON: the number of calls or events, the seconds that all took,
+// and, where one call is measured, its median and 99th percentile.
+//
+// Every peer sends the same arguments, checks the same status, and ends with a copy of each record.
+// On a bus it subscribes to the event of this service, and the daemon compares the sender.
 
-#ifndef BENCH_PEERS_WORKLOAD_H
-#define BENCH_PEERS_WORKLOAD_H
+#ifndef BENCHMARKS_PEERS_WORKLOAD_H
+#define BENCHMARKS_PEERS_WORKLOAD_H
 
 #include <cstddef>
 #include <functional>
@@ -33,7 +36,8 @@ constexpr short kDevice = 12;
 constexpr int kStatus = 0;
 constexpr int kRecords = 64;
 constexpr std::size_t kRecordSize = 808;
-constexpr int kDevicePlugged = 4;  // the code of the events
+constexpr unsigned char kRecordByte = 1;  // each byte of a record
+constexpr int kDevicePlugged = 4;         // the code of the events
 constexpr int kThreads = 8;
 constexpr int kTimeoutMs = 3000;
 
@@ -71,4 +75,4 @@ int runPeer(int argc, char** argv, const Connect& connect, bool sharesOne = fals
 
 }  // namespace peers
 
-#endif  // BENCH_PEERS_WORKLOAD_H
+#endif  // BENCHMARKS_PEERS_WORKLOAD_H

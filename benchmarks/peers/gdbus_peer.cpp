@@ -2,7 +2,7 @@
 
 #include <gio/gio.h>
 
-#include "bench/peers/workload.h"
+#include "benchmarks/peers/workload.h"
 
 namespace {
 
@@ -35,9 +35,9 @@ class GDBusPeer : public peers::Peer {
     bus_ = g_dbus_connection_new_for_address_sync(
         address.dbus.c_str(), static_cast<GDBusConnectionFlags>(flags), nullptr, nullptr, &error);
     check(bus_ != nullptr, error);
-    g_dbus_connection_signal_subscribe(bus_, nullptr, peers::kInterface, peers::kEvent,
-                                       peers::kPath, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
-                                       &GDBusPeer::onEvent, this, nullptr);
+    g_dbus_connection_signal_subscribe(
+        bus_, isDirect_ ? nullptr : peers::kBusName, peers::kInterface, peers::kEvent, peers::kPath,
+        nullptr, G_DBUS_SIGNAL_FLAGS_NONE, &GDBusPeer::onEvent, this, nullptr);
   }
   ~GDBusPeer() override { g_object_unref(bus_); }
 

@@ -2,8 +2,8 @@
 
 #include <dbus/dbus.h>
 
-#include "bench/peers/libdbus_arguments.h"
-#include "bench/peers/workload.h"
+#include "benchmarks/peers/libdbus_arguments.h"
+#include "benchmarks/peers/workload.h"
 
 namespace {
 
@@ -24,7 +24,10 @@ class LibdbusPeer : public peers::Peer {
       if (!dbus_bus_register(connection_, &error)) {
         peers::fail(std::string("libdbus: ") + error.message);
       }
-      dbus_bus_add_match(connection_, "type='signal',interface='qx.bus.vel'", &error);
+      dbus_bus_add_match(connection_,
+                         "type='signal',sender='qx.bus.vel',path='/qx/bus/vel',"
+                         "interface='qx.bus.vel',member='velevent'",
+                         &error);
     }
   }
 
@@ -60,7 +63,8 @@ class LibdbusPeer : public peers::Peer {
       dbus_connection_read_write(connection_, -1);
       while (DBusMessage* const popped = dbus_connection_pop_message(connection_)) {
         const Message message(popped);
-        if (dbus_message_is_signal(popped, peers::kInterface, peers::kEvent)) {
+        if (dbus_message_is_signal(popped, peers::kInterface, peers::kEvent) &&
+            dbus_message_has_path(popped, peers::kPath)) {
           ArrayReader arguments(popped);
           arguments.int32();
           arguments.int32();

@@ -9,14 +9,14 @@
 
 #include <unistd.h>
 
-#include "bench/peers/workload.h"
+#include "benchmarks/peers/workload.h"
 #include "bus/dbus/service_host.h"
 #include "bus/dbus/value.h"
 
 namespace {
 
 void serve(const std::string& address) {
-  const qxbus::Bytes record(peers::kRecordSize, 1);
+  const qxbus::Bytes record(peers::kRecordSize, peers::kRecordByte);
   qxbus::Values list = {std::int32_t{peers::kRecords}};
   list.insert(list.end(), std::size_t{peers::kRecords}, record);
   const qxbus::Values event = {std::int32_t{0}, std::int32_t{peers::kDevicePlugged}, record};

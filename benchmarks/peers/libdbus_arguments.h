@@ -1,7 +1,7 @@
 // The one argument of type av, written and read with libdbus.
 
-#ifndef BENCH_PEERS_LIBDBUS_ARGUMENTS_H
-#define BENCH_PEERS_LIBDBUS_ARGUMENTS_H
+#ifndef BENCHMARKS_PEERS_LIBDBUS_ARGUMENTS_H
+#define BENCHMARKS_PEERS_LIBDBUS_ARGUMENTS_H
 
 #include <cstddef>
 #include <memory>
@@ -98,4 +98,4 @@ class ArrayReader {
 
 }  // namespace peers
 
-#endif  // BENCH_PEERS_LIBDBUS_ARGUMENTS_H
+#endif  // BENCHMARKS_PEERS_LIBDBUS_ARGUMENTS_H

@@ -12,8 +12,8 @@
 #include <dbus/dbus.h>
 #include <unistd.h>
 
-#include "bench/peers/libdbus_arguments.h"
-#include "bench/peers/workload.h"
+#include "benchmarks/peers/libdbus_arguments.h"
+#include "benchmarks/peers/workload.h"
 
 namespace {
 
@@ -59,7 +59,8 @@ class Service {
   }
 
  private:
-  std::vector<unsigned char> record_ = std::vector<unsigned char>(peers::kRecordSize, 1);
+  std::vector<unsigned char> record_ =
+      std::vector<unsigned char>(peers::kRecordSize, peers::kRecordByte);
 };
 
 DBusHandlerResult filter(DBusConnection* connection, DBusMessage* message, void* service) {

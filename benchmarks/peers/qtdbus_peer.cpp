@@ -9,7 +9,7 @@
 #include <QObject>
 #include <QVariantList>
 
-#include "bench/peers/workload.h"
+#include "benchmarks/peers/workload.h"
 
 namespace {
 
@@ -22,15 +22,13 @@ class QtDBusPeer : public QObject, public peers::Peer {
 
  public:
   explicit QtDBusPeer(const peers::Address& address)
-      : bus_(address.isDirect
-                 ? QDBusConnection::connectToPeer(QString::fromStdString(address.dbus), "peer")
-                 : QDBusConnection::connectToBus(QString::fromStdString(address.dbus), "peer")),
+      : bus_(connect(QString::fromStdString(address.dbus), address.isDirect)),
         isDirect_(address.isDirect) {
     if (!bus_.isConnected()) {
       peers::fail("QtDBus: no connection");
     }
-    bus_.connect(QString(), peers::kPath, peers::kInterface, peers::kEvent, this,
-                 SLOT(onEvent(QVariantList)));
+    bus_.connect(isDirect_ ? QString() : QString(peers::kBusName), peers::kPath, peers::kInterface,
+                 peers::kEvent, this, SLOT(onEvent(QVariantList)));
   }
 
   int connectDevice() override {
@@ -69,6 +67,14 @@ class QtDBusPeer : public QObject, public peers::Peer {
   }
 
  private:
+  // Connections of one name are one connection.
+  static QDBusConnection connect(const QString& address, bool isDirect) {
+    static int count = 0;
+    const QString name = "peer " + QString::number(++count);
+    return isDirect ? QDBusConnection::connectToPeer(address, name)
+                    : QDBusConnection::connectToBus(address, name);
+  }
+
   template <typename Number>
   static QVariant variant(Number number) {
     return QVariant::fromValue(number);
