@@ -1,0 +1,227 @@
+// What more work costs: the library, its bus and a service, over a direct connection inside one
+// process, with logging off. Each measurement is the time of all the work.
+//
+//   growth_bench
+//
+//   records     one list of so many records of 808 bytes
+//   sessions    one call for each of so many VMs, each with a registered callback
+//   callbacks   one event to so many registered callbacks
+//   threads     100 calls of each of so many threads
+//   megabytes   one reply with a record of so many MB (10^6 bytes)
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <list>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+
+#include "bus/dbus/service_host.h"
+#include "bus/dbus/value.h"
+#include "platform/mutex.h"
+#include "vel/apps/local/velproxy/vel_proxy.h"
+#include "vel/protocol/events.h"
+
+namespace {
+
+constexpr std::size_t kRecordSize = 808;
+constexpr int kCallsOfAThread = 100;
+constexpr std::size_t kMegabyte = 1000000;
+constexpr unsigned short kDevice = 12;
+
+// The service, whose handlers run on one thread; the list is exchanged while no call runs.
+class Service {
+ public:
+  explicit Service(const std::string& address)
+      : host_(address, "vel",
+              {{"connectDevice", [](qxbus::Request call) { call.reply({std::int32_t{0}}); }},
+               {"getVmListSize", [this](qxbus::Request call) { call.reply({++lastVm_}); }},
+               {"getDeviceList", [this](qxbus::Request call) { call.reply(list_); }}},
+              {"velevent"}) {}
+
+  void setList(std::size_t count, std::size_t size) {
+    list_ = {static_cast<std::int32_t>(count)};
+    list_.insert(list_.end(), count, qxbus::Bytes(size, 1));
+  }
+
+  void emitEvent() {
+    host_.emitEvent("velevent", {std::int32_t{0},
+                                 static_cast<std::int32_t>(velprotocol::EventCode::kDevicePlugged),
+                                 qxbus::Bytes(kRecordSize, 1)});
+  }
+
+ private:
+  std::int32_t lastVm_ = 0;
+  qxbus::Values list_;
+  qxbus::ServiceHost host_;
+};
+
+Service* service = nullptr;
+
+void fetchList(benchmark::State& state, std::size_t count, std::size_t size) {
+  service->setList(count, size);
+  qx::VelProxy* const proxy = qx::VelProxy::getInstance();
+  for (auto iteration : state) {
+    std::list<CommonDevice*> devices = proxy->GetDeviceList("");
+    if (devices.size() != count) {
+      state.SkipWithError("the list has another length");
+      break;
+    }
+    proxy->FreeDeviceList(devices);
+  }
+}
+
+void records(benchmark::State& state) {
+  fetchList(state, static_cast<std::size_t>(state.range(0)), kRecordSize);
+}
+
+void megabytes(benchmark::State& state) {
+  fetchList(state, 1, static_cast<std::size_t>(state.range(0)) * kMegabyte);
+}
+
+void connectDevice(benchmark::State& state, const std::string& vmId) {
+  if (qx::VelProxy::getInstance()->ConnectDevice(vmId, kDevice) != 0) {
+    state.SkipWithError("a call has failed");
+  }
+}
+
+void sessions(benchmark::State& state) {
+  qx::VelProxy* const proxy = qx::VelProxy::getInstance();
+  std::vector<std::string> names;
+  for (int i = 0; i < state.range(0); ++i) {
+    names.push_back("vm" + std::to_string(i));
+    proxy->RegisterCallback(
+        names.back(), [](unsigned short, void*, void*) { return 0; }, nullptr);
+    proxy->GetVmIdInt(names.back());
+  }
+  for (auto iteration : state) {
+    for (const std::string& name : names) {
+      connectDevice(state, name);
+    }
+  }
+  for (const std::string& name : names) {
+    proxy->UnregisterCallback(name);
+  }
+}
+
+// Waits until an event has reached so many callbacks.
+class Arrivals {
+ public:
+  explicit Arrivals(std::size_t expected) : expected_(expected) {}
+
+  void add() {
+    const platform::MutexLock lock(mutex_);
+    if (++count_ == expected_) {
+      complete_.notifyOne();
+    }
+  }
+  void wait() {
+    platform::MutexLock lock(mutex_);
+    while (count_ < expected_) {
+      complete_.wait(lock);
+    }
+    count_ = 0;
+  }
+
+ private:
+  const std::size_t expected_;
+  platform::Mutex mutex_;
+  platform::Condition complete_;
+  std::size_t count_ QX_GUARDED_BY(mutex_) = 0;
+};
+
+void callbacks(benchmark::State& state) {
+  qx::VelProxy* const proxy = qx::VelProxy::getInstance();
+  const auto count = static_cast<std::size_t>(state.range(0));
+  Arrivals arrivals(count);
+  // The user data tells the callbacks apart.
+  std::vector<Arrivals*> registered(count, &arrivals);
+  for (Arrivals*& each : registered) {
+    proxy->RegisterDeviceCallback(
+        [](unsigned short /*code*/, CommonDevice* /*device*/, void* userData) {
+          (*static_cast<Arrivals**>(userData))->add();
+          return 0;
+        },
+        &each);
+  }
+  for (auto iteration : state) {
+    service->emitEvent();
+    arrivals.wait();
+  }
+  proxy->UnregisterDeviceCallback();
+}
+
+void threads(benchmark::State& state) {
+  for (auto iteration : state) {
+    std::vector<std::thread> callers;
+    for (int i = 0; i < state.range(0); ++i) {
+      callers.emplace_back([] {
+        for (int call = 0; call < kCallsOfAThread; ++call) {
+          if (qx::VelProxy::getInstance()->ConnectDevice("", kDevice) != 0) {
+            std::fputs("growth_bench: a call has failed\n", stderr);
+            std::_Exit(EXIT_FAILURE);
+          }
+        }
+      });
+    }
+    for (std::thread& caller : callers) {
+      caller.join();
+    }
+  }
+}
+
+void addCase(const char* name, void (*function)(benchmark::State&), std::vector<int> sizes) {
+  auto* const added = benchmark::RegisterBenchmark(name, function);
+  for (const int size : sizes) {
+    added->Arg(size);
+  }
+  added->UseRealTime()->Unit(benchmark::kMicrosecond);
+}
+
+int run(const std::string& directory) {
+  const std::string address = "direct:" + directory + "/service";
+  ::setenv("QXBUS_ADDRESS", address.c_str(), 1);
+  ::setenv("QX_APP_DATA", directory.c_str(), 1);
+  ::setenv("QX_LOG_LEVEL", "off", 1);
+  Service started(address);
+  service = &started;
+
+  addCase("records", records, {1, 10, 100, 1000, 2000, 5000, 10000});
+  addCase("sessions", sessions, {1, 10, 100, 200, 500, 1000});
+  addCase("callbacks", callbacks, {1, 10, 100, 200, 500, 1000});
+  addCase("threads", threads, {1, 2, 4, 8, 16, 32, 64});
+  addCase("megabytes", megabytes, {1, 2, 4, 8, 16, 32, 64});
+  benchmark::RunSpecifiedBenchmarks();
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+    return 2;
+  }
+  std::string directory = (std::filesystem::temp_directory_path() / "growth_bench.XXXXXX").string();
+  if (!::mkdtemp(directory.data())) {
+    std::perror("growth_bench: cannot make a directory");
+    return 1;
+  }
+  int result = 1;
+  try {
+    result = run(directory);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "growth_bench: %s\n", error.what());
+  }
+  std::error_code ignored;
+  std::filesystem::remove_all(directory, ignored);
+  return result;
+}
