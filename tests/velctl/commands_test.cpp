@@ -21,8 +21,76 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
+// --- Commands and sources ------------------------------------------------------------------------
+
+bool beginsWith(const std::string& line, const std::string& words) {
+  return (line + ' ').rfind(words + ' ', 0) == 0;
+}
+
+std::vector<std::string> commandNames() {
+  velctl::CommandLine commandLine;
+  velctl::addCommands(commandLine);
+  return commandLine.commandNames();
+}
+
+bool isCommand(const std::string& line) {
+  const std::vector<std::string> names = commandNames();
+  return std::any_of(names.begin(), names.end(),
+                     [&line](const std::string& name) { return beginsWith(line, name); });
+}
+
+// The sources of the commands of a subject, and of their rows.
+struct Sources {
+  const char* command;
+  const char* row;
+};
+
+Sources sourcesOf(velprotocol::Subject subject) {
+  using velprotocol::Subject;
+  switch (subject) {
+    case Subject::kService:
+      return {"reset.cpp", "session_commands.cpp"};
+    case Subject::kVms:
+      return {"vm.cpp", "session_commands.cpp"};
+    case Subject::kPrinters:
+      return {"printer.cpp", "printer_commands.cpp"};
+    case Subject::kDevices:
+    case Subject::kNetworkDevices:
+      return {"device.cpp", "device_commands.cpp"};
+    case Subject::kPolicies:
+      return {"policy.cpp", "policy_commands.cpp"};
+    case Subject::kCommands:
+      return {"exec.cpp", "service_commands.cpp"};
+    case Subject::kQuality:
+      return {"quality.cpp", "service_commands.cpp"};
+    case Subject::kDiagnosis:
+      return {"diagnose.cpp", "service_commands.cpp"};
+    case Subject::kSharedPrinters:
+      return {"printer_shared.cpp", "printer_commands.cpp"};
+    case Subject::kPrintQueues:
+      return {"printer_queue.cpp", "printer_commands.cpp"};
+    case Subject::kNewDevices:
+      return {"new_device.cpp", "device_commands.cpp"};
+    case Subject::kJoysticks:
+      return {"joystick.cpp", "service_commands.cpp"};
+  }
+  return {"", ""};
+}
+
+// --- Every command -------------------------------------------------------------------------------
+
 class CommandTest : public InProcessTest, public testing::WithParamInterface<Command> {
  protected:
+  void SetUp() override {
+    const velprotocol::Method* const method = velprotocol::find(command().method());
+    ASSERT_NE(method, nullptr) << command().name << " sends " << command().method()
+                               << ", which has no row in vel/protocol/methods.h";
+    ASSERT_TRUE(isCommand(command().line))
+        << "velctl has no command for " << method->name << " (velctl " << command().line
+        << "): add it, for example in vel/apps/local/velctl/commands/"
+        << sourcesOf(method->subject).command;
+  }
+
   static const Command& command() { return GetParam(); }
   Ran runAsText() { return velctl(command().line, Form::kText); }
   Ran runAsJson() { return velctl(command().line, Form::kJson); }
@@ -189,10 +257,6 @@ INSTANTIATE_TEST_SUITE_P(Every, CommandForAVmTest, testing::ValuesIn(commandsFor
 
 // --- Rows ----------------------------------------------------------------------------------------
 
-bool beginsWith(const std::string& line, const std::string& words) {
-  return (line + ' ').rfind(words + ' ', 0) == 0;
-}
-
 TEST(CommandsTest, EveryCommandOfVelctlHasTests) {
   // Commands that send no request, or several, or do not end by themselves.
   const std::map<std::string, std::string> testedElsewhere = {
@@ -201,9 +265,7 @@ TEST(CommandsTest, EveryCommandOfVelctlHasTests) {
       {"joystick watch", "tests/velctl/watch_test.cpp"},
       {"watch", "tests/velctl/watch_test.cpp"},
   };
-  velctl::CommandLine commandLine;
-  velctl::addCommands(commandLine);
-  const std::vector<std::string> names = commandLine.commandNames();
+  const std::vector<std::string> names = commandNames();
   ASSERT_THAT(names, testing::Contains("printer shared search"));
 
   for (const std::string& name : names) {
@@ -228,9 +290,10 @@ TEST(CommandsTest, EveryMethodOfTheServiceHasACommandThatIsTested) {
   }
 
   for (const velprotocol::Method& method : velprotocol::kMethods) {
+    const Sources sources = sourcesOf(method.subject);
     EXPECT_EQ(tested.count(std::string(method.name)), 1u)
-        << method.name << " needs a command in vel/apps/local/velctl/commands/, and a row in "
-        << "tests/velctl/*_commands.cpp";
+        << method.name << " needs a command, for example in vel/apps/local/velctl/commands/"
+        << sources.command << ", and a row in tests/velctl/" << sources.row;
   }
   for (const std::string& method : tested) {
     EXPECT_NE(velprotocol::find(method), nullptr)
