@@ -188,7 +188,7 @@ TEST_P(LastErrorOfAListTest, ReportsANegativeCount) {
   EXPECT_THAT(reportedAfter(negative), failure(Kind::kBadReply, method(), HasSubstr("-2")));
 }
 
-TEST_P(LastErrorOfALookUpTest, ReportsAVmThatTheServiceDoesNotKnowWhateverItAnswers) {
+TEST_P(LastErrorOfALookUpTest, ReportsAVmThatTheServiceDoesNotKnowAfterAnyReply) {
   for (const Reply& reply : {operation().reply(), Reply(), Reply::error("Too busy.")}) {
     bus.answer(method(), reply);
     bus.knowsVm(kVm, 0);
@@ -481,7 +481,7 @@ TEST_F(LastErrorOfTest, LocalOperationsRefuseNullPointers) {
   }
 }
 
-TEST_F(LastErrorOfTest, InitReportsWhatIsMissing) {
+TEST_F(LastErrorOfTest, InitReportsTheMissingPart) {
   VelProxy fresh;
   bus.setReachable(false);
   fresh.Init();
