@@ -13,7 +13,7 @@
 #include "vel/apps/local/velproxy/vel_proxy.h"
 #include "vel/protocol/methods.h"
 
-// The scripted bus cannot be reached when a test says so.
+// The reason when a test makes the scripted bus unreachable.
 std::string qxbus::busFailure() {
   return "scripted:\x1b[2J: refused";
 }

@@ -87,7 +87,7 @@ class SimulatedServiceTest : public ::testing::Test {
   qxbus::Values call(const std::string& method, const qxbus::Values& arguments);
   // The error, which must be there at once; "" when it is none.
   std::string error(const std::string& method, const qxbus::Values& arguments);
-  // Puts the answer where the pointer says when it is given.
+  // Stores the answer at the pointer when it is given.
   std::shared_ptr<std::optional<qxbus::Values>> callLater(const std::string& method,
                                                           const qxbus::Values& arguments);
   // The blocks of a list.

@@ -36,10 +36,9 @@ int parseAndServe(int argc, char** argv) {
       ->check(CLI::IsMember({velsim::kStandardInput}));
   app.footer(
       "The log goes to standard error: one line for each request, event and pen frame. Exit\n"
-      "status: 0 stopped by SIGINT or SIGTERM, 2 bad usage, 3 no bus, the service's name is "
-      "taken,\n"
-      "or no pen port, 4 bus connection lost. With --pen-port and no session bus, velsim serves\n"
-      "the pen port only.");
+      "status: 0 stopped by SIGINT or SIGTERM, 1 internal error, 2 wrong usage, 3 no bus, the\n"
+      "service's name is taken, or no pen port, 4 bus connection lost. With --pen-port and no\n"
+      "session bus, velsim serves the pen port only.");
   try {
     app.parse(argc, argv);
     return velsim::serve(options);
