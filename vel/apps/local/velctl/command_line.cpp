@@ -70,9 +70,9 @@ CommandLine::CommandLine()
   app_->footer(
       "Data goes to standard output, messages go to standard error.\n"
       "Environment: QXBUS_ADDRESS (address of the bus; default: the session bus), QX_APP_DATA\n"
-      "(folder of the log), QX_LOG_LEVEL.\n"
-      "Exit status: 0 done, 1 internal error, 2 wrong usage, 3 no bus, 4 no service, 5 no usable\n"
-      "answer, 6 refused by the service, 7 unknown VM, 8 standard output cannot be written,\n"
+      "(folder of the log), QX_LOG_LEVEL (debug, info, error or off; default: error).\n"
+      "Exit status: 0 success, 1 internal error, 2 wrong usage, 3 no bus, 4 no service or no pen\n"
+      "port, 5 no usable answer, 6 refused, 7 unknown VM, 8 cannot write to standard output,\n"
       "130 interrupted.");
 }
 
