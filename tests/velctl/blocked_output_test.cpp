@@ -94,6 +94,27 @@ TEST_F(BlockedOutputTest, AWatchEndsOnASignalAlsoWhenItsMessagesAreBlocked) {
   EXPECT_EQ(endPromptly(watch, SIGTERM).status, velctl::kExitOk);
 }
 
+// A program that shares the output may have made it non-blocking.
+TEST_F(BlockedOutputTest, AWatchWaitsForAnOutputThatDoesNotBlock) {
+  for (const bool isRead : {true, false}) {
+    SCOPED_TRACE(isRead);
+    Process watch(intoPipe("watch"));
+    Process witness(options("watch"));
+    ASSERT_TRUE(isWatching(watch) && isWatching(witness)) << watch.err();
+    output.fill();
+    output.setBlocking(false);
+    emitPrinters(3);
+    ASSERT_TRUE(comesTrue([&] { return witness.out().find(printerLine(2)) != std::string::npos; }));
+
+    if (isRead) {
+      EXPECT_TRUE(prints(printerLine(2))) << watch.err();
+    }
+
+    EXPECT_EQ(endPromptly(watch, SIGTERM).status, velctl::kExitOk);
+    output.read();
+  }
+}
+
 TEST_F(BlockedOutputTest, EventsThatDoNotFitInTheQueueAreCountedAndReported) {
   constexpr int kEvents = 3000;
   Process watch(intoPipe("watch"));
