@@ -3,14 +3,14 @@
 #ifndef TESTS_PROCESSES_PROCESS_H
 #define TESTS_PROCESSES_PROCESS_H
 
-#include <cstdio>
 #include <functional>
 #include <map>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include <sys/types.h>
+
+#include "tests/processes/temporary_file.h"
 
 namespace processes {
 
@@ -70,10 +70,8 @@ class Process {
   Finished end(int signalNumber);
 
  private:
-  using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
-
-  File out_;
-  File err_;
+  TemporaryFile out_;
+  TemporaryFile err_;
   int input_ = -1;
   pid_t pid_ = -1;
   int status_ = -1;

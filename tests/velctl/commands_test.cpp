@@ -431,7 +431,7 @@ std::vector<std::size_t> lengthsUpTo(std::size_t longest) {
   return lengths;
 }
 
-// AddressSanitizer sees every byte that is read behind a record.
+// AddressSanitizer sees every byte that is read after the end of a record.
 TEST_F(InProcessTest, ARecordOfAnyLengthIsShownAsIfZeroesFollowed) {
   struct Row {
     std::string line;
@@ -495,7 +495,7 @@ TEST_F(InProcessTest, ALocalPolicyKeepsTheNameAndTheTextThatAreNotGiven) {
   EXPECT_THAT(requests(), testing::ElementsAre("getDeviceStatus(int16 14)"));
 }
 
-// The record ends before the name. Nothing of it may be sent back.
+// velctl must not send back a name or a text that it has not received whole.
 TEST_F(InProcessTest, ALocalPolicyIsNotMadeFromARecordThatIsTooShort) {
   Bytes record = deviceBlock(12, 1, 0, 0, "cam", "no");
   for (const std::size_t length : {296u, 679u}) {

@@ -1,12 +1,7 @@
 #include "tests/velctl/in_process.h"
 
-#include <cstdio>
-#include <memory>
-#include <stdexcept>
-
-#include <unistd.h>
-
 #include "bus/dbus/bus_failure.h"
+#include "tests/processes/temporary_file.h"
 #include "tests/scripted_bus/platform_doubles.h"
 #include "tests/scripted_bus/timeline.h"
 #include "vel/apps/local/velctl/program.h"
@@ -19,37 +14,6 @@ std::string qxbus::busFailure() {
 }
 
 namespace velctl_tests {
-namespace {
-
-// Data is written to its descriptor, as to standard output.
-class DataFile {
- public:
-  DataFile() : file_(std::tmpfile(), &std::fclose) {
-    if (!file_) {
-      throw std::runtime_error("no temporary file");
-    }
-  }
-
-  int descriptor() const { return ::fileno(file_.get()); }
-
-  std::string content() const {
-    std::string text;
-    char bytes[4096];
-    for (;;) {
-      const ssize_t count =
-          ::pread(descriptor(), bytes, sizeof bytes, static_cast<off_t>(text.size()));
-      if (count <= 0) {
-        return text;
-      }
-      text.append(bytes, static_cast<std::size_t>(count));
-    }
-  }
-
- private:
-  std::unique_ptr<std::FILE, int (*)(std::FILE*)> file_;
-};
-
-}  // namespace
 
 InProcessTest::InProcessTest() {
   bus.reset();
@@ -74,7 +38,7 @@ InProcessTest::~InProcessTest() {
 }
 
 Ran InProcessTest::velctl(const std::vector<std::string>& arguments) {
-  const DataFile data;
+  const processes::TemporaryFile data;
   bus.clear();
   testing::internal::CaptureStdout();
   testing::internal::CaptureStderr();

@@ -119,7 +119,7 @@ TEST_F(TerminalTest, ALongCommandEndsAtOnceWhenInterruptedAndLeavesTheLineWhole)
   Process search(onTerminal(terminal(), {"printer", "queue", "search"}));
   ASSERT_TRUE(shows(terminal(), ", 1 s of at most 30")) << terminal().text();
 
-  // The service goes on holding the request.
+  // The service still holds the request.
   const Finished finished = search.end(SIGINT);
 
   EXPECT_EQ(finished.status, 128 + SIGINT);
