@@ -1,10 +1,10 @@
 // The statements of vel_proxy.h on waiting: which operations wait for a callback that runs or for a
 // call of another thread, and which do not.
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "tests/library/blocks.h"
@@ -108,7 +108,8 @@ TEST_F(WaitingTest, OperationsThatRegisterUnregisterOrNotifyWaitForACallback) {
       {"DeviceBaseInfoNotify", [&] { proxy->DeviceBaseInfoNotify(7, &device); }},
       {"ConfigNewDeviceResultNotify", [&] { proxy->ConfigNewDeviceResultNotify(2, &result); }},
       {"JoystickResultNotify", [&] { proxy->JoystickResultNotify(1, nullptr); }},
-      {"HandleEvent", [&] { proxy->HandleEvent(scripted::ScriptedBus::messageOf(eventWithCode(4))); }},
+      {"HandleEvent",
+       [&] { proxy->HandleEvent(scripted::ScriptedBus::messageOf(eventWithCode(4))); }},
   };
   Gate gate = timeline.hold("device callback runs");
   Background<bool> event = emitting(4);
@@ -194,10 +195,11 @@ TEST_F(WaitingTest, ThreadsThatWaitedForAnAttemptToConnectShareItsFailure) {
 
 TEST_F(WaitingTest, ARegistrationBetweenADeathAndCode5EndsWithCode5) {
   int codes = 0;
-  bool isRegistered = false;
+  // The second death is that of the instance as well, on another thread.
+  std::atomic<bool> isRegistered{false};
   disconnect(*instance);
   timeline.when("Error onServiceDeath: vel serviced death", [&] {
-    if (!std::exchange(isRegistered, true)) {
+    if (!isRegistered.exchange(true)) {
       proxy->RegisterCallback("win11", &vmCallback, &codes);
     }
     bus.setRegistered(true);
