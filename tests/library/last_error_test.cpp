@@ -338,7 +338,8 @@ TEST_F(LastErrorOfTest, AnOverriddenLookUpIsJudgedByItsNumber) {
   bus.answer("connectDevice", Reply().int32(0));
   bus.answer("resetAllDeviceProperty", Reply::error("no"));
 
-  fail();
+  proxy->ResetAllDeviceProperty();
+  ASSERT_EQ(VelProxy::lastError().kind, Kind::kErrorReply);
   numbering.ConnectDevice(kVm, 1);
   EXPECT_THAT(VelProxy::lastError(), failure(Kind::kUnknownVm, "connectDevice", HasSubstr(kVm)))
       << "not the failure from before";
