@@ -82,9 +82,8 @@ int parseAndRun(int argc, char** argv) {
                  "Write a picture of the window to this PNG file and exit; needs no display");
   app.add_flag("--no-device", options.isWithoutDevice, "Replay before the pen has a device number");
   app.footer(
-      "Exit status: 0 success, 1 internal error, 2 wrong usage, 3 cannot read the stroke, 4 cannot "
-      "write "
-      "the picture.");
+      "Exit status: 0 success, 1 internal error, 2 wrong usage, 3 cannot read the stroke,\n"
+      "4 cannot write the picture.");
   try {
     app.parse(argc, argv);
     return run(options, argc, argv);

@@ -6,7 +6,7 @@
 
 namespace {
 
-base::Result<int> half(int number) {
+base::Result<int> halfOf(int number) {
   if (number % 2 != 0) {
     return base::Failed{"odd"};
   }
@@ -18,7 +18,7 @@ base::Result<void> check(bool isGood) {
 }
 
 TEST(ResultTest, HoldsAValueAndNoReason) {
-  const base::Result<int> result = half(8);
+  const base::Result<int> result = halfOf(8);
 
   ASSERT_TRUE(result);
   EXPECT_EQ(*result, 4);
@@ -26,7 +26,7 @@ TEST(ResultTest, HoldsAValueAndNoReason) {
 }
 
 TEST(ResultTest, HoldsTheReasonInPlaceOfAValue) {
-  const base::Result<int> result = half(7);
+  const base::Result<int> result = halfOf(7);
 
   EXPECT_FALSE(result);
   EXPECT_EQ(result.reason(), "odd");
@@ -41,7 +41,7 @@ TEST(ResultTest, MovesItsValueOut) {
 }
 
 TEST(ResultTest, PassesItsReasonOnToAnotherResult) {
-  const base::Result<int> first = half(7);
+  const base::Result<int> first = halfOf(7);
 
   const base::Result<void> second = first.failed();
 

@@ -1,5 +1,6 @@
 // Files and folders that the documents name.
 
+#include <algorithm>
 #include <filesystem>
 #include <regex>
 #include <string>
@@ -35,9 +36,13 @@ TEST_P(PathsTest, Exist) {
   EXPECT_GT(count, 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Documents, PathsTest, testing::Values("README.md", "docs/architecture.md"),
+INSTANTIATE_TEST_SUITE_P(Documents, PathsTest,
+                         testing::Values("README.md", "CHANGELOG.md", "docs/architecture.md",
+                                         "docs/adding-an-operation.md", "docs/protocol.md"),
                          [](const testing::TestParamInfo<const char*>& document) {
-                           return fs::path(document.param).stem().string();
+                           std::string name = fs::path(document.param).stem().string();
+                           std::replace(name.begin(), name.end(), '-', '_');
+                           return name;
                          });
 
 }  // namespace

@@ -32,9 +32,9 @@ class EndToEndTest : public ::testing::Test {
   void killVelsim();
   // Ends velsim and returns its status and output.
   Finished stopVelsim(int signalNumber);
-  // What velsim has logged since it was started. It logs a request at about the time of its answer.
+  // The log of velsim since its start. A request is logged at about the time of its answer.
   std::string velsimLog() const { return velsim_ ? velsim_->err() : ""; }
-  // The same, with every answered request: for tests that a line is missing.
+  // The same with every answered request, for tests that a line is missing.
   std::string settledVelsimLog();
   // Waits for the text.
   bool velsimLogs(const std::string& text) const;

@@ -6,6 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "base/text.h"
 #include "tests/end_to_end/end_to_end_test.h"
 #include "vel/apps/local/velctl/exit_codes.h"
 #include "vel/apps/local/velsim/exit_codes.h"
@@ -14,7 +15,6 @@ namespace end_to_end {
 namespace {
 
 using nlohmann::json;
-using processes::joined;
 using processes::with;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
@@ -151,7 +151,7 @@ TEST_F(VelctlProcessTest, RefusesAVmThatTheServiceDoesNotHaveAndSendsNothing) {
   const std::vector<std::string> commands[] = {
       {"vm", "connect", "nosuch"}, {"vm", "start", "nosuch"}, {"watch", "win11", "nosuch"}};
   for (const std::vector<std::string>& command : commands) {
-    SCOPED_TRACE(joined(command));
+    SCOPED_TRACE(base::joined(command, " "));
     newRequests();
 
     const Finished refused = velctl(command);
@@ -203,7 +203,7 @@ class VelctlWithoutServiceTest : public EndToEndTest {};
 
 TEST_F(VelctlWithoutServiceTest, CommandsReportThatThereIsNoService) {
   for (const std::vector<std::string>& command : kCommandsOfEveryKind) {
-    SCOPED_TRACE(joined(command));
+    SCOPED_TRACE(base::joined(command, " "));
 
     const Finished failed = velctl(with(command, "--json"));
 
@@ -219,7 +219,7 @@ TEST_F(VelctlWithoutServiceTest, CommandsReportThatThereIsNoBusAndWhy) {
   bus().kill();
 
   for (const std::vector<std::string>& command : kCommandsOfEveryKind) {
-    SCOPED_TRACE(joined(command));
+    SCOPED_TRACE(base::joined(command, " "));
 
     const Finished failed = velctl(with(command, "--json"));
 
@@ -312,17 +312,6 @@ TEST_F(VelctlProcessTest, TheLibraryLogsOnlyErrorsUnlessAsked) {
 
   velctl({"vm", "list", "--verbose"});
   EXPECT_THAT(logged(), HasSubstr("vm list size: 4"));
-}
-
-// Without files, the library's errors go to the terminal, with names that the service chooses.
-TEST_F(VelctlProcessTest, ErrorsOfTheLibraryCannotControlTheTerminal) {
-  Process::Options options = velctlOptions({"exec", "run", "1", "nosuch\x1b[2J", "--wait", "0"});
-  options.environment["QX_APP_DATA"] = "/dev/null/none";
-
-  const Finished refused = run(options);
-
-  EXPECT_EQ(refused.status, velctl::kExitRefused);
-  EXPECT_THAT(refused.err, Not(HasSubstr("\x1b[2J\n")));
 }
 
 // --- Several commands ----------------------------------------------------------------------------

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <functional>
 
+#include "tests/library/blocks.h"
 #include "tests/library/proxy_test.h"
 
 namespace {
@@ -748,6 +749,27 @@ TEST_F(DeathTest, DeviceAndPrinterCallbacksStay) {
   EXPECT_EQ(proxy->CheckPrinterCallback(), &printer);
 }
 
+// A client has asked for the service just before its return.
+TEST_F(DeathTest, DoesNotShareTheFailureOfAnAttemptFromBeforeTheReturn) {
+  disconnect(*instance);
+  Gate pause = timeline.hold("pause 5 s");
+  bus.serviceDies();
+  ASSERT_TRUE(pause.isReached());
+  Gate attempt = timeline.hold("Error Init: isServiceRegistered failed");
+  Background client([this] { return instance->Init(); });
+  ASSERT_TRUE(attempt.isReached());
+  bus.setRegistered(true);
+  pause.open();
+  ASSERT_TRUE(timeline.waitFor("Debug onServiceDeath: wait for velservice ...., waiting cnt=0"));
+  EXPECT_FALSE(timeline.happensSoon("setDeathCallback()")) << "the attempt holds the call mutex";
+
+  attempt.open();
+
+  EXPECT_EQ(client.result(), kFailed);
+  bus.waitForDeaths();
+  EXPECT_EQ(timeline.count("setDeathCallback()"), 1) << "the instance has not connected again";
+}
+
 TEST_F(DeathTest, OnlyTheInstanceConnectsAgain) {
   serviceReturnsAtPause(1);
 
@@ -864,7 +886,7 @@ TEST_F(DeathTest, ACallbackThatRunsDelaysNoPoll) {
             0);
   Gate callback = timeline.hold("device callback");
   Background event([this] {
-    bus.emit("velevent", EventArguments().int32(0).int32(4).bytes(Bytes(700, 0)));
+    bus.emit("velevent", eventWithCode(4));
     return true;
   });
   ASSERT_TRUE(callback.isReached());

@@ -4,6 +4,7 @@
 #include <functional>
 #include <stdexcept>
 
+#include "tests/library/blocks.h"
 #include "tests/library/proxy_test.h"
 
 namespace {
@@ -41,19 +42,42 @@ class DestructionTest : public ProxyTest {
     proxy->RegisterCallback(vmId, &ActingListener::called<void*>, &listener);
     forget();
   }
-  bool destroy() {
-    proxy.reset();
-    return true;
+  void registerDevice(ActingListener& listener) {
+    listener.name = "device";
+    proxy->RegisterDeviceCallback(&ActingListener::called<CommonDevice*>, &listener);
+    forget();
   }
-  void emitDeviceEvent() {
-    bus.emit("velevent", EventArguments().int32(0).int32(4).bytes(Bytes(700, 0)));
+  // The listener of the proxy for events of the service.
+  QXBusEventCallback* eventListener() const { return bus.interfaceListeners().back().listener; }
+  Background<bool> handlingAnEvent(QXBusEventCallback* listener) {
+    return Background<bool>([listener] {
+      listener->handler(scripted::ScriptedBus::messageOf(eventWithCode(4)));
+      return true;
+    });
   }
-  // Whether a thread has begun to destroy the proxy and then waits.
-  bool waitsForOthers(const Background<bool>& destroying) {
-    return timeline.waitFor(destroying.id(), "Debug ~VelProxy: ") &&
-           !timeline.happensSoon(destroying.id(), "Debug ReleaseService: ");
+  // The service dies and is back at once.
+  void restartService() {
+    timeline.when("Error onServiceDeath: vel serviced death", [this] { bus.setRegistered(true); });
+    bus.serviceDies();
   }
+  void destroy() { proxy.reset(); }
+  // Destroys the proxy on another thread, which must wait until the gate is open.
+  void destroyBehind(Gate& gate) {
+    Background destroying([this] {
+      destroy();
+      return true;
+    });
+    EXPECT_TRUE(timeline.waitFor(destroying.id(), kDestruction));
+    EXPECT_FALSE(timeline.happensSoon(destroying.id(), "Debug ReleaseService: "));
+    gate.open();
+    EXPECT_TRUE(destroying.isDone());
+    bus.waitForDeaths();
+  }
+
+  static constexpr char kDestruction[] = "Debug ~VelProxy: ";
 };
+
+// --- On another thread ---------------------------------------------------------------------------
 
 TEST_F(DestructionTest, EndsTheWaitForAServiceThatHasDied) {
   ActingListener win;
@@ -62,12 +86,8 @@ TEST_F(DestructionTest, EndsTheWaitForAServiceThatHasDied) {
   bus.serviceDies();
   ASSERT_TRUE(pause.isReached());
 
-  Background destroying([this] { return destroy(); });
+  destroyBehind(pause);
 
-  EXPECT_TRUE(waitsForOthers(destroying));
-  pause.open();
-  EXPECT_TRUE(destroying.isDone());
-  bus.waitForDeaths();
   EXPECT_EQ(timeline.count("pause 2 s"), 1);
   EXPECT_EQ(timeline.count("isServiceRegistered("), 1) << "the poll before the pause";
   EXPECT_EQ(win.calls, 0);
@@ -78,12 +98,8 @@ TEST_F(DestructionTest, EndsTheWaitThatAServiceDeathBeginsWithWithoutCallbacks) 
   bus.serviceDies();
   ASSERT_TRUE(pause.isReached());
 
-  Background destroying([this] { return destroy(); });
+  destroyBehind(pause);
 
-  EXPECT_TRUE(waitsForOthers(destroying));
-  pause.open();
-  EXPECT_TRUE(destroying.isDone());
-  bus.waitForDeaths();
   EXPECT_EQ(timeline.count("isServiceRegistered("), 0);
 }
 
@@ -93,19 +109,43 @@ TEST_F(DestructionTest, WaitsForTheCallbackOfADeathAndSkipsTheRest) {
   registerVm(first, "a");
   registerVm(second, "b");
   Gate callback = timeline.hold("called a");
-  timeline.when("Error onServiceDeath: vel serviced death", [this] { bus.setRegistered(true); });
-  bus.serviceDies();
+  restartService();
   ASSERT_TRUE(callback.isReached());
 
-  Background destroying([this] { return destroy(); });
+  destroyBehind(callback);
 
-  EXPECT_TRUE(waitsForOthers(destroying));
-  callback.open();
-  EXPECT_TRUE(destroying.isDone());
-  bus.waitForDeaths();
   EXPECT_EQ(first.calls, 1);
   EXPECT_EQ(second.calls, 0);
 }
+
+TEST_F(DestructionTest, WaitsForTheCallbackOfAnEvent) {
+  ActingListener device;
+  registerDevice(device);
+  Gate callback = timeline.hold("called device");
+  Background<bool> event = handlingAnEvent(eventListener());
+  ASSERT_TRUE(callback.isReached());
+
+  destroyBehind(callback);
+
+  EXPECT_TRUE(event.isDone());
+  EXPECT_EQ(device.calls, 1);
+}
+
+TEST_F(DestructionTest, LeavesTheOtherProxiesAlone) {
+  ActingListener win;
+  instance->Init();
+  instance->RegisterCallback("win11", &ActingListener::called<void*>, &win);
+  Gate pause = timeline.hold("pause 5 s");
+  bus.serviceDies();
+  ASSERT_TRUE(pause.isReached());
+  bus.setRegistered(true);
+
+  destroyBehind(pause);
+
+  EXPECT_EQ(win.calls, 1) << "of the instance, which lives on";
+}
+
+// --- Inside a callback ---------------------------------------------------------------------------
 
 TEST_F(DestructionTest, IsPossibleInTheCallbackOfADeath) {
   ActingListener first;
@@ -113,14 +153,13 @@ TEST_F(DestructionTest, IsPossibleInTheCallbackOfADeath) {
   registerVm(first, "a");
   registerVm(second, "b");
   first.action = [this] { destroy(); };
-  timeline.when("Error onServiceDeath: vel serviced death", [this] { bus.setRegistered(true); });
 
-  bus.serviceDies();
+  restartService();
   bus.waitForDeaths();
 
   EXPECT_EQ(first.calls, 1);
   EXPECT_EQ(second.calls, 0);
-  EXPECT_EQ(timeline.count("Debug ~VelProxy: "), 1);
+  EXPECT_EQ(timeline.count(kDestruction), 1);
 }
 
 TEST_F(DestructionTest, IsPossibleInACallbackThatThenThrows) {
@@ -130,9 +169,8 @@ TEST_F(DestructionTest, IsPossibleInACallbackThatThenThrows) {
     destroy();
     throw std::runtime_error("full");
   };
-  timeline.when("Error onServiceDeath: vel serviced death", [this] { bus.setRegistered(true); });
 
-  bus.serviceDies();
+  restartService();
   bus.waitForDeaths();
 
   EXPECT_EQ(first.calls, 1);
@@ -142,27 +180,14 @@ TEST_F(DestructionTest, IsPossibleInACallbackThatThenThrows) {
 TEST_F(DestructionTest, InTheCallbackOfADeathWaitsForAnEventThatWaitsForIt) {
   ActingListener win;
   ActingListener device;
-  device.name = "device";
-  proxy->RegisterDeviceCallback(&ActingListener::called<CommonDevice*>, &device);
+  registerDevice(device);
   registerVm(win, "win11");
-  // The service is back, and its event arrives while the callback runs.
-  timeline.when("Error onServiceDeath: vel serviced death", [this] { bus.setRegistered(true); });
-  QXBusEventCallback* const listener = bus.interfaceListeners().back().listener;
-  const auto message = QXBusSerivceManager::initSync(-1)
-                           ->getServiceProxyInterface("vel", QXBUS_SECURITY_SAME_USER_OR_ROOT, 1)
-                           ->makeMethodCallMessage("an event");
-  message->appendInt32(0);
-  message->appendInt32(4);
-  const Bytes block(700, 0);
-  message->appendBytes(block.data(), static_cast<int>(block.size()));
-  Gate callback = timeline.hold("called win11");
   win.action = [this] { destroy(); };
-  bus.serviceDies();
+  Gate callback = timeline.hold("called win11");
+  QXBusEventCallback* const listener = eventListener();
+  restartService();
   ASSERT_TRUE(callback.isReached());
-  Background event([&] {
-    listener->handler(message);
-    return true;
-  });
+  Background<bool> event = handlingAnEvent(listener);
   ASSERT_TRUE(timeline.waitFor(event.id(), "Debug HandleEvent: devNum:"));
   EXPECT_FALSE(timeline.happensSoon("called device"));
 
@@ -171,36 +196,18 @@ TEST_F(DestructionTest, InTheCallbackOfADeathWaitsForAnEventThatWaitsForIt) {
   EXPECT_TRUE(event.isDone());
   bus.waitForDeaths();
   EXPECT_EQ(device.calls, 1);
-  EXPECT_EQ(timeline.count("Debug ~VelProxy: "), 1);
+  EXPECT_EQ(timeline.count(kDestruction), 1);
 }
 
-TEST_F(DestructionTest, WaitsForTheCallbackOfAnEvent) {
-  ActingListener device;
-  device.name = "device";
-  proxy->RegisterDeviceCallback(&ActingListener::called<CommonDevice*>, &device);
-  Gate callback = timeline.hold("called device");
-  Background event([this] {
-    emitDeviceEvent();
-    return true;
-  });
-  ASSERT_TRUE(callback.isReached());
+// --- Before an event or a death arrives ----------------------------------------------------------
 
-  Background destroying([this] { return destroy(); });
-
-  EXPECT_TRUE(waitsForOthers(destroying));
-  callback.open();
-  EXPECT_TRUE(destroying.isDone());
-  EXPECT_TRUE(event.isDone());
-}
-
-// A bus hands events out over a snapshot of its listeners.
+// A bus sends an event to a snapshot of its listeners.
 TEST_F(DestructionTest, DropsAnEventThatIsOnItsWay) {
-  QXBusEventCallback* const listener = bus.interfaceListeners().back().listener;
+  QXBusEventCallback* const listener = eventListener();
   destroy();
   forget();
 
-  listener->handler(nullptr);
-  listener->handler(std::shared_ptr<QXBusMessage>());
+  EXPECT_TRUE(handlingAnEvent(listener).isDone());
 
   EXPECT_THAT(timeline.all(), IsEmpty());
 }
@@ -216,24 +223,6 @@ TEST_F(DestructionTest, DropsADeathThatIsOnItsWay) {
   bus.waitForDeaths();
 
   EXPECT_THAT(timeline.all(), IsEmpty());
-}
-
-TEST_F(DestructionTest, LeavesTheOtherProxiesAlone) {
-  ActingListener win;
-  instance->Init();
-  instance->RegisterCallback("win11", &ActingListener::called<void*>, &win);
-  Gate pause = timeline.hold("pause 5 s");
-  bus.serviceDies();
-  ASSERT_TRUE(pause.isReached());
-
-  Background destroying([this] { return destroy(); });
-  EXPECT_TRUE(waitsForOthers(destroying));
-  bus.setRegistered(true);
-  pause.open();
-  bus.waitForDeaths();
-
-  EXPECT_TRUE(destroying.isDone());
-  EXPECT_EQ(win.calls, 1) << "of the instance, which lives on";
 }
 
 }  // namespace

@@ -6,8 +6,7 @@
 #include <functional>
 #include <ostream>
 
-#include "tests/library/proxy_test.h"
-#include "tests/library/remote_operations.h"
+#include "tests/library/remote_operation_test.h"
 
 namespace qx {
 
@@ -58,41 +57,33 @@ bool isList(const RemoteOperation& row) {
   return row.reply().arguments.size() > 1 && !isReadAsText(row);
 }
 
-class LastErrorTest : public ProxyTest, public testing::WithParamInterface<RemoteOperation> {
+class LastErrorTest : public RemoteOperationTest {
  protected:
-  // The service knows the VM and gives the good answer; the proxy has the VM's number already.
-  LastErrorTest() : operation_(GetParam().sentBy(*proxy)) {
-    bus.knowsVm(kVm, kVmNumber);
-    proxy->GetVmIdInt(kVm);
-    bus.answer(method(), operation().reply());
+  LastErrorTest() {
     // A failure that each test must replace.
     proxy->SetDeviceLocalPolicy(nullptr);
     forget();
   }
 
-  const RemoteOperation& operation() const { return operation_; }
   std::string method() const { return operation().method(); }
   bool isLookUp() const { return method() == kLookUp; }
-  VelError runOn(VelProxy& which) const {
+  VelError reportedOn(VelProxy& which) const {
     operation().runOn(which);
     return VelProxy::lastError();
   }
-  VelError run() const { return runOn(*proxy); }
-  // After a normal reply. The operations that do not wait never see it.
-  VelError runAnswered(const Reply& reply) {
+  VelError reported() const { return reportedOn(*proxy); }
+  // The operations that do not wait never read the reply.
+  VelError reportedAfter(const Reply& reply) {
     bus.answer(method(), reply);
-    return run();
+    return reported();
   }
   void expectBadReply(const Reply& reply) {
     if (operation().waits()) {
-      EXPECT_THAT(runAnswered(reply), failure(Kind::kBadReply, method())) << reply.debugString();
+      EXPECT_THAT(reportedAfter(reply), failure(Kind::kBadReply, method())) << reply.debugString();
     } else {
-      EXPECT_THAT(runAnswered(reply), success(method()));
+      EXPECT_THAT(reportedAfter(reply), success(method()));
     }
   }
-
- private:
-  RemoteOperation operation_;
 };
 
 class LastErrorOfAStatusTest : public LastErrorTest {};
@@ -101,7 +92,7 @@ class LastErrorOfALookUpTest : public LastErrorTest {};
 class LastErrorOfARefusalTest : public LastErrorTest {};
 
 TEST_P(LastErrorTest, ReportsSuccess) {
-  EXPECT_THAT(run(), success(method()));
+  EXPECT_THAT(reported(), success(method()));
 }
 
 TEST_P(LastErrorOfAStatusTest, ReportsNoFailureForAStatusOfTheService) {
@@ -110,7 +101,7 @@ TEST_P(LastErrorOfAStatusTest, ReportsNoFailureForAStatusOfTheService) {
     fresh.Init();
     bus.answer(method(), Reply().int32(status));
 
-    const VelError error = runOn(fresh);
+    const VelError error = reportedOn(fresh);
 
     if (isLookUp() && status == 0) {
       EXPECT_THAT(error, failure(Kind::kUnknownVm, method()));
@@ -123,7 +114,7 @@ TEST_P(LastErrorOfAStatusTest, ReportsNoFailureForAStatusOfTheService) {
 TEST_P(LastErrorTest, ReportsAMissingService) {
   disconnect(*proxy);
 
-  EXPECT_THAT(run(), failure(Kind::kNoService, method(), "no service on the bus"));
+  EXPECT_THAT(reported(), failure(Kind::kNoService, method(), "no service on the bus"));
 }
 
 TEST_P(LastErrorTest, ReportsAServiceThatHasDied) {
@@ -131,12 +122,12 @@ TEST_P(LastErrorTest, ReportsAServiceThatHasDied) {
   bus.serviceDies();
   bus.waitForDeaths();
 
-  EXPECT_THAT(run(), failure(Kind::kNoService, method()));
+  EXPECT_THAT(reported(), failure(Kind::kNoService, method()));
 }
 
 TEST_P(LastErrorTest, ReportsAReplyThatDoesNotCome) {
   for (const int type : {MESSAGE_TYPE_NO_REPLY, MESSAGE_TYPE_DISCONNECTED}) {
-    const VelError error = runAnswered(Reply::error("nothing heard", type));
+    const VelError error = reportedAfter(Reply::error("nothing heard", type));
 
     if (operation().waits()) {
       EXPECT_THAT(error, failure(Kind::kNoReply, method(), "nothing heard"));
@@ -145,13 +136,13 @@ TEST_P(LastErrorTest, ReportsAReplyThatDoesNotCome) {
     }
   }
   if (operation().waits()) {
-    EXPECT_THAT(runAnswered(Reply::missing()), failure(Kind::kNoReply, method()));
+    EXPECT_THAT(reportedAfter(Reply::missing()), failure(Kind::kNoReply, method()));
   }
 }
 
 TEST_P(LastErrorTest, ReportsTheWordsOfAnErrorReplyOfAnyUnknownType) {
   for (const int type : {3, 0, 1, 4, 15, 18, 99, -9}) {
-    const VelError error = runAnswered(Reply::error("Too busy.", type));
+    const VelError error = reportedAfter(Reply::error("Too busy.", type));
 
     if (operation().waits()) {
       EXPECT_THAT(error, failure(Kind::kErrorReply, method(), "Too busy.")) << type;
@@ -194,17 +185,17 @@ TEST_P(LastErrorOfAListTest, ReportsANegativeCount) {
   Reply negative = operation().reply();
   negative.arguments[count] = std::int32_t{-2};
 
-  EXPECT_THAT(runAnswered(negative), failure(Kind::kBadReply, method(), HasSubstr("-2")));
+  EXPECT_THAT(reportedAfter(negative), failure(Kind::kBadReply, method(), HasSubstr("-2")));
 }
 
-TEST_P(LastErrorOfALookUpTest, ReportsAVmThatTheServiceDoesNotKnowWhateverItAnswers) {
+TEST_P(LastErrorOfALookUpTest, ReportsAVmThatTheServiceDoesNotKnowAfterAnyReply) {
   for (const Reply& reply : {operation().reply(), Reply(), Reply::error("Too busy.")}) {
     bus.answer(method(), reply);
     bus.knowsVm(kVm, 0);
     VelProxy fresh;
     fresh.Init();
 
-    EXPECT_THAT(runOn(fresh), failure(Kind::kUnknownVm, method(), HasSubstr(kVm)));
+    EXPECT_THAT(reportedOn(fresh), failure(Kind::kUnknownVm, method(), HasSubstr(kVm)));
   }
 }
 
@@ -213,13 +204,13 @@ TEST_P(LastErrorOfALookUpTest, ReportsAFailedLookUpOfTheVm) {
   fresh.Init();
 
   bus.answer(kLookUp, Reply::error("Which VM?"));
-  EXPECT_THAT(runOn(fresh), failure(Kind::kErrorReply, kLookUp, "Which VM?"));
+  EXPECT_THAT(reportedOn(fresh), failure(Kind::kErrorReply, kLookUp, "Which VM?"));
   bus.answer(kLookUp, Reply::error("late", MESSAGE_TYPE_NO_REPLY));
-  EXPECT_THAT(runOn(fresh), failure(Kind::kNoReply, kLookUp, "late"));
+  EXPECT_THAT(reportedOn(fresh), failure(Kind::kNoReply, kLookUp, "late"));
   bus.answer(kLookUp, Reply::missing());
-  EXPECT_THAT(runOn(fresh), failure(Kind::kNoReply, kLookUp));
+  EXPECT_THAT(reportedOn(fresh), failure(Kind::kNoReply, kLookUp));
   bus.answer(kLookUp, Reply());
-  EXPECT_THAT(runOn(fresh), failure(Kind::kBadReply, kLookUp));
+  EXPECT_THAT(reportedOn(fresh), failure(Kind::kBadReply, kLookUp));
 }
 
 TEST_P(LastErrorOfARefusalTest, ReportsRefusedArguments) {
@@ -235,35 +226,28 @@ TEST_P(LastErrorOfARefusalTest, ReportsRefusedArguments) {
 
 TEST_P(LastErrorTest, ReportsSuccessAfterAFailure) {
   disconnect(*proxy);
-  ASSERT_EQ(run().kind, Kind::kNoService);
+  ASSERT_EQ(reported().kind, Kind::kNoService);
   proxy->Init();
 
-  EXPECT_THAT(run(), success(method()));
+  EXPECT_THAT(reported(), success(method()));
 }
 
-using Condition = bool (*)(const RemoteOperation&);
-
-auto rowsThat(Condition apply) {
-  std::vector<RemoteOperation> rows = remoteOperations();
-  rows.erase(std::remove_if(rows.begin(), rows.end(), std::not_fn(apply)), rows.end());
-  return testing::ValuesIn(rows);
+auto rowsThat(bool (*applies)(const RemoteOperation&)) {
+  return testing::ValuesIn(remoteOperationsThat(applies));
 }
 
-std::string nameOf(const testing::TestParamInfo<RemoteOperation>& row) {
-  return row.param.testName();
-}
-
-INSTANTIATE_TEST_SUITE_P(All, LastErrorTest, testing::ValuesIn(remoteOperations()), nameOf);
+INSTANTIATE_TEST_SUITE_P(All, LastErrorTest, testing::ValuesIn(remoteOperations()), testNameOf);
 INSTANTIATE_TEST_SUITE_P(All, LastErrorOfAStatusTest,
                          rowsThat([](const RemoteOperation& row) { return row.passesStatusOn(); }),
-                         nameOf);
-INSTANTIATE_TEST_SUITE_P(All, LastErrorOfAListTest, rowsThat(&isList), nameOf);
+                         testNameOf);
+INSTANTIATE_TEST_SUITE_P(All, LastErrorOfAListTest, rowsThat(&isList), testNameOf);
 INSTANTIATE_TEST_SUITE_P(All, LastErrorOfALookUpTest,
-                         rowsThat([](const RemoteOperation& row) { return row.hasVm(); }), nameOf);
+                         rowsThat([](const RemoteOperation& row) { return row.hasVm(); }),
+                         testNameOf);
 INSTANTIATE_TEST_SUITE_P(All, LastErrorOfARefusalTest, rowsThat([](const RemoteOperation& row) {
                            return !row.refusals().empty();
                          }),
-                         nameOf);
+                         testNameOf);
 
 // --- What the rows leave out ---------------------------------------------------------------------
 
@@ -354,7 +338,8 @@ TEST_F(LastErrorOfTest, AnOverriddenLookUpIsJudgedByItsNumber) {
   bus.answer("connectDevice", Reply().int32(0));
   bus.answer("resetAllDeviceProperty", Reply::error("no"));
 
-  fail();
+  proxy->ResetAllDeviceProperty();
+  ASSERT_EQ(VelProxy::lastError().kind, Kind::kErrorReply);
   numbering.ConnectDevice(kVm, 1);
   EXPECT_THAT(VelProxy::lastError(), failure(Kind::kUnknownVm, "connectDevice", HasSubstr(kVm)))
       << "not the failure from before";
@@ -414,8 +399,7 @@ TEST_F(LastErrorOfTest, AZeroThatIsAnEmptyTextCannotBeRecognised) {
   EXPECT_THAT(VelProxy::lastError(), success("searchAllPrinter"));
 }
 
-// --- Operations without a bus method
-// --------------------------------------------------------------
+// --- Operations without a bus method -------------------------------------------------------------
 
 int ignoredVm(unsigned short, void*, void*) {
   return 0;
@@ -498,7 +482,7 @@ TEST_F(LastErrorOfTest, LocalOperationsRefuseNullPointers) {
   }
 }
 
-TEST_F(LastErrorOfTest, InitReportsWhatIsMissing) {
+TEST_F(LastErrorOfTest, InitReportsTheMissingPart) {
   VelProxy fresh;
   bus.setReachable(false);
   fresh.Init();
@@ -513,8 +497,7 @@ TEST_F(LastErrorOfTest, InitReportsWhatIsMissing) {
   EXPECT_THAT(VelProxy::lastError(), failure(Kind::kNoService, ""));
 }
 
-// --- Whose result it is
-// ---------------------------------------------------------------------------
+// --- Whose result it is --------------------------------------------------------------------------
 
 TEST_F(LastErrorOfTest, AThreadWithoutAnOperationHasNoError) {
   fail();

@@ -59,7 +59,7 @@ TEST(LifetimeTest, AVisitIsRefusedAtTheEnd) {
   EXPECT_FALSE(qx::Lifetime::Visit(lifetime));
 }
 
-TEST(LifetimeTest, TheEndDoesNotWaitForItsOwnThreadAndUnlocksWhatThatHolds) {
+TEST(LifetimeTest, TheEndDoesNotWaitForItsOwnThreadAndUnlocksItsMutex) {
   const auto lifetime = std::make_shared<qx::Lifetime>();
   platform::Mutex mutex;
   qx::Lifetime::Visit outer(lifetime);

@@ -41,7 +41,7 @@ TEST_P(RemoteOperationTest, SendsItsRequestAndGivesTheResult) {
                     operation().afterReply()}));
 }
 
-TEST_P(RemoteOperationTest, LogsWhatALateReplySays) {
+TEST_P(RemoteOperationTest, LogsALateReply) {
   run();
   forget();
 
@@ -303,7 +303,7 @@ class StatusTest : public RemoteOperationTest {
 
 class PassedStatusTest : public StatusTest {};
 
-TEST_P(PassedStatusTest, IsTheResultWhateverItIs) {
+TEST_P(PassedStatusTest, IsTheResult) {
   expectOfEachStatus([](int status) { return shown(status); });
 }
 

@@ -321,7 +321,7 @@ struct ListCase {
 
 class VmListTest : public ProxyTest, public testing::WithParamInterface<ListCase> {};
 
-TEST_P(VmListTest, ReadsWhatIsThere) {
+TEST_P(VmListTest, ReadsTheWholeEntriesOfTheReply) {
   bus.answer("getVmList", GetParam().reply);
 
   EXPECT_EQ(proxy->GetVmList(), GetParam().list);

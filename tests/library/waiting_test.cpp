@@ -1,12 +1,13 @@
 // The statements of vel_proxy.h on waiting: which operations wait for a callback that runs or for a
 // call of another thread, and which do not.
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
+#include "tests/library/blocks.h"
 #include "tests/library/proxy_test.h"
 
 namespace {
@@ -24,8 +25,10 @@ int deviceCallback(unsigned short, CommonDevice*, void*) {
   return 0;
 }
 
-int cmdCallback(unsigned short, CmdResponse*, void*) {
+int cmdCallback(unsigned short, CmdResponse*, void* data) {
   scripted::Timeline::the().record("command callback runs");
+  *static_cast<int*>(data) = 66;
+  scripted::Timeline::the().record("command callback ends");
   return 0;
 }
 
@@ -50,24 +53,24 @@ class WaitingTest : public ProxyTest {
   // On a thread of the bus, until the gate of its callback is open.
   Background<bool> emitting(int code) {
     return Background<bool>([this, code] {
-      bus.emit("velevent", EventArguments().int32(0).int32(code).bytes(Bytes(700, 0)));
+      bus.emit("velevent", eventWithCode(code));
       return true;
     });
   }
   static std::string endOf(const std::string& name) { return name + " has returned"; }
-  Background<bool> running(const NamedCall& call) {
-    return Background<bool>([this, call] {
+  std::function<bool()> recorded(const NamedCall& call) {
+    return [this, call] {
       call.run();
       timeline.record(endOf(call.name));
       return true;
-    });
+    };
   }
   void expectToReturn(const NamedCall& call) {
-    const Background<bool> called = running(call);
+    const Background<bool> called(recorded(call));
     EXPECT_TRUE(timeline.waitFor(endOf(call.name))) << call.name << " waits";
   }
 
-  // Operations of which the header says that they wait for nothing.
+  // Operations that do not wait, according to the header.
   std::vector<NamedCall> localCalls() {
     return {
         {"CheckPrinterCallback", [this] { proxy->CheckPrinterCallback(); }},
@@ -105,6 +108,8 @@ TEST_F(WaitingTest, OperationsThatRegisterUnregisterOrNotifyWaitForACallback) {
       {"DeviceBaseInfoNotify", [&] { proxy->DeviceBaseInfoNotify(7, &device); }},
       {"ConfigNewDeviceResultNotify", [&] { proxy->ConfigNewDeviceResultNotify(2, &result); }},
       {"JoystickResultNotify", [&] { proxy->JoystickResultNotify(1, nullptr); }},
+      {"HandleEvent",
+       [&] { proxy->HandleEvent(scripted::ScriptedBus::messageOf(eventWithCode(4))); }},
   };
   Gate gate = timeline.hold("device callback runs");
   Background<bool> event = emitting(4);
@@ -112,11 +117,7 @@ TEST_F(WaitingTest, OperationsThatRegisterUnregisterOrNotifyWaitForACallback) {
 
   std::vector<std::unique_ptr<Background<bool>>> waiting;
   for (const NamedCall& call : calls) {
-    waiting.push_back(std::make_unique<Background<bool>>([this, &call] {
-      call.run();
-      timeline.record(endOf(call.name));
-      return true;
-    }));
+    waiting.push_back(std::make_unique<Background<bool>>(recorded(call)));
   }
 
   for (const NamedCall& call : calls) {
@@ -138,6 +139,20 @@ TEST_F(WaitingTest, OtherLocalOperationsDoNotWaitForACallback) {
   }
 
   gate.open();
+}
+
+TEST_F(WaitingTest, RegisteringACommandCallbackDoesNotWaitForTheEarlierOne) {
+  userData = 0;
+  Gate gate = timeline.hold("command callback runs");
+  Background<bool> event = emitting(66);
+  ASSERT_TRUE(gate.isReached());
+
+  expectToReturn({"RegisterCmdCallback", [this] { proxy->RegisterCmdCallback(nullptr, nullptr); }});
+
+  EXPECT_EQ(timeline.count("command callback ends"), 0);
+  gate.open();
+  EXPECT_TRUE(event.isDone());
+  EXPECT_EQ(userData, 66) << "the callback has used its user data after its registration";
 }
 
 TEST_F(WaitingTest, LocalOperationsDoNotWaitForACall) {
@@ -180,10 +195,11 @@ TEST_F(WaitingTest, ThreadsThatWaitedForAnAttemptToConnectShareItsFailure) {
 
 TEST_F(WaitingTest, ARegistrationBetweenADeathAndCode5EndsWithCode5) {
   int codes = 0;
-  bool isRegistered = false;
+  // The second death is that of the instance as well, on another thread.
+  std::atomic<bool> isRegistered{false};
   disconnect(*instance);
   timeline.when("Error onServiceDeath: vel serviced death", [&] {
-    if (!std::exchange(isRegistered, true)) {
+    if (!isRegistered.exchange(true)) {
       proxy->RegisterCallback("win11", &vmCallback, &codes);
     }
     bus.setRegistered(true);

@@ -312,11 +312,35 @@ TEST(FrameStreamTest, WaitsForTheRestOfAFrame) {
 }
 
 TEST(FrameStreamTest, RefusesAWrongLengthAtOnce) {
-  FrameStream frames;
-  const Bytes start = fromHex("FF FF FF FF");
-  frames.add(start.data(), start.size());
+  const struct {
+    const char* start;
+    const char* length;
+  } rows[] = {{"00 00 00 00", "0x0"},
+              {"C1 00 00 00", "0xc1"},
+              {"C3 00 00 00", "0xc3"},
+              {"FF FF FF FF", "0xffffffff"}};
+  for (const auto& [start, length] : rows) {
+    FrameStream frames;
+    const Bytes bytes = fromHex(start);
+    frames.add(bytes.data(), bytes.size());
 
-  EXPECT_EQ(frames.next().reason(), "length at offset 0 of the frame is 0xffffffff, not 0xc2");
+    EXPECT_EQ(frames.next().reason(),
+              "length at offset 0 of the frame is " + std::string(length) + ", not 0xc2");
+  }
+}
+
+TEST(FrameStreamTest, IsInNoFrameAfterABadOne) {
+  FrameStream frames;
+  Bytes bad = streamOf(1);
+  bad[4] = 0x28;
+  frames.add(bad.data(), bad.size());
+  const std::string reason = frames.next().reason();
+  const Bytes good = streamOf(1);
+
+  frames.add(good.data(), good.size());
+
+  EXPECT_EQ(frames.next().reason(), reason);
+  EXPECT_FALSE(frames.isInFrame());
 }
 
 TEST(FrameStreamTest, FailsForEverAfterABadFrame) {

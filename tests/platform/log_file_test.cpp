@@ -90,6 +90,31 @@ TEST_F(LogFileTest, ExitWritesTheLines) {
   EXPECT_THAT(allLines(), ElementsAre(EndsWith("debug text")));
 }
 
+// Functions that are registered before the log is opened run after it has written its lines.
+TEST_F(LogFileTest, LinesOfALateFunctionAtExitAreWritten) {
+  standardErrorOf([this] {
+    std::atexit([] { log(kDebug, "late text"); });
+    pellamLogInit(directory.path().c_str());
+    log(kDebug, "debug text");
+  });
+
+  EXPECT_THAT(allLines(), ElementsAre(EndsWith("debug text"), EndsWith("late text")));
+}
+
+TEST_F(LogFileTest, LinesAreWrittenBeforeAnotherDirectoryReplacesTheFirst) {
+  const TemporaryDirectory other;
+
+  standardErrorOf([&] {
+    pellamLogInit(directory.path().c_str());
+    log(kDebug, "debug text");
+    pellamLogInit(other.path().c_str());
+    log(kDebug, "next text");
+  });
+
+  EXPECT_THAT(allLines(), ElementsAre(EndsWith("debug text")));
+  EXPECT_THAT(linesOf(other / "velproxy.log"), ElementsAre(EndsWith("next text")));
+}
+
 TEST_F(LogFileTest, AForkedProcessDoesNotWriteItsParentsLines) {
   standardErrorOf([this] {
     pellamLogInit(directory.path().c_str());
@@ -115,6 +140,15 @@ TEST_F(LogFileTest, AFullFileIsReplacedByTheNextLine) {
   write(file, "next");
 
   EXPECT_THAT(linesOf(directory / "velproxy.1.log"), ElementsAre(SizeIs(kFullSize)));
+  EXPECT_THAT(linesOf(directory / "velproxy.log"), ElementsAre("next"));
+}
+
+TEST_F(LogFileTest, AFileOfExactlyTheFullSizeIsReplaced) {
+  platform::LogFile file = open();
+
+  write(file, std::string(kFullSize - 1, 'x'));
+  write(file, "next");
+
   EXPECT_THAT(linesOf(directory / "velproxy.log"), ElementsAre("next"));
 }
 
@@ -163,6 +197,28 @@ TEST_F(LogFileTest, AFullFileThatCannotBeReplacedGrows) {
   fs::remove_all(directory / "velproxy.3.log");
   write(file, "two");
   EXPECT_THAT(linesOf(directory / "velproxy.log"), ElementsAre("two"));
+}
+
+TEST_F(LogFileTest, AFileThatOneProcessCannotReplaceIsReplacedByAnother) {
+  platform::LogFile file = open();
+  fs::create_directories(directory / "velproxy.3.log" / "kept");
+  std::ofstream(directory / "velproxy.2.log") << "older";
+  write(file, lineThatFills());
+  write(file, "one");
+  // Not by its lines: closing a file would unlock it.
+  ASSERT_GT(fs::file_size(directory / "velproxy.log"), kFullSize + 1);
+  fs::remove_all(directory / "velproxy.3.log");
+
+  const pid_t other = ::fork();
+  if (other == 0) {
+    platform::LogFile itsFile = open();
+    write(itsFile, "two");
+    write(itsFile, "three");
+    ::_exit(0);
+  }
+  ::waitpid(other, nullptr, 0);
+
+  EXPECT_THAT(linesOf(directory / "velproxy.log"), ElementsAre("three"));
 }
 
 TEST_F(LogFileTest, ARelativeDirectoryStaysWhenTheProcessGoesElsewhere) {

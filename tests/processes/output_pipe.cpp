@@ -24,13 +24,16 @@ OutputPipe::~OutputPipe() {
   ::close(ends_[1]);
 }
 
+void OutputPipe::setBlocking(bool isBlocking) const {
+  ::fcntl(ends_[1], F_SETFL, isBlocking ? 0 : O_NONBLOCK);
+}
+
 void OutputPipe::fill() const {
-  // The flag belongs to the pipe's end and so to every program that has it.
-  ::fcntl(ends_[1], F_SETFL, O_NONBLOCK);
+  setBlocking(false);
   const std::string much(1024, '.');
   while (::write(ends_[1], much.data(), much.size()) > 0 || ::write(ends_[1], ".", 1) > 0) {
   }
-  ::fcntl(ends_[1], F_SETFL, 0);
+  setBlocking(true);
 }
 
 std::string OutputPipe::read() const {

@@ -19,7 +19,9 @@ class OutputPipe {
   // For a program: Process::Options::out or err. Writing there blocks when the pipe is full.
   int writeEnd() const { return ends_[1]; }
 
-  // Leaves no room in the pipe.
+  // Whether writing to a full pipe waits, for every program that has the end. True at first.
+  void setBlocking(bool isBlocking) const;
+  // Leaves no room in the pipe, whose write end is a blocking one afterwards.
   void fill() const;
   // The bytes that can be read without waiting.
   std::string read() const;

@@ -36,7 +36,7 @@ class PortPeer {
     return peer;
   }
 
-  // Whether somebody came.
+  // Whether the other end has connected.
   explicit operator bool() const { return isThere_; }
 
   bool write(const std::string& bytes) {

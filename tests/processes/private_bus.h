@@ -1,4 +1,4 @@
-// A message bus of a test's own: a dbus-daemon in a new directory, which goes away with the object.
+// A private message bus for a test: a dbus-daemon in a new directory, removed with the object.
 //
 //   PrivateBus bus;
 //   setenv("QXBUS_ADDRESS", bus.address().c_str(), 1);
@@ -37,7 +37,7 @@ class PrivateBus {
   std::filesystem::path serviceDirectory() const { return directory_ / "services"; }
   const std::filesystem::path& directory() const { return directory_; }
 
-  // How a program is run on this bus, with all that it may leave in directory().
+  // Options to run a program on this bus, with its files in directory().
   Process::Options options(const std::vector<std::string>& command) const;
 
   // Returns when clients can connect. No effect on a bus that runs.

@@ -32,32 +32,6 @@ void keepFromOtherPrograms(int file) {
   ::fcntl(file, F_SETFD, FD_CLOEXEC);
 }
 
-std::unique_ptr<std::FILE, int (*)(std::FILE*)> fileWith(const std::string& text) {
-  std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::tmpfile(), &std::fclose);
-  if (!file) {
-    fail("a temporary file");
-  }
-  keepFromOtherPrograms(::fileno(file.get()));
-  std::fwrite(text.data(), 1, text.size(), file.get());
-  // Programs begin to read and write where this stands.
-  std::rewind(file.get());
-  return file;
-}
-
-// Reads beside the program that writes there, whose place in the file stays as it is.
-std::string contentOf(std::FILE* file) {
-  std::string text;
-  char bytes[4096];
-  for (;;) {
-    const ssize_t count =
-        ::pread(::fileno(file), bytes, sizeof bytes, static_cast<off_t>(text.size()));
-    if (count <= 0) {
-      return text;
-    }
-    text.append(bytes, static_cast<std::size_t>(count));
-  }
-}
-
 std::vector<char*> pointers(std::vector<std::string>& texts) {
   std::vector<char*> all;
   all.reserve(texts.size() + 1);
@@ -84,15 +58,14 @@ std::vector<std::string> environmentWith(std::map<std::string, std::string> vari
   return entries;
 }
 
-// Files to become 0, 1 and 2; -1 closes it, or leaves standard error as it is.
+// Descriptors that become 0, 1 and 2. For -1, standard output is closed, and standard error stays.
 struct Streams {
   int in;
   int out;
   int err;
 };
 
-// Runs in the child, where nothing may be allocated: other threads may have held locks when it was
-// made.
+// Runs in the child, which must not allocate: other threads may have held locks at the fork.
 [[noreturn]] void become(char* const* arguments, char** environment, const Streams& streams) {
 #if defined(__linux__)
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -124,9 +97,9 @@ bool comesTrue(const std::function<bool()>& condition) {
   return true;
 }
 
-Process::Process(const Options& options) : out_(fileWith("")), err_(fileWith("")) {
-  const File inputFile = fileWith(options.input);
-  int pipe[2] = {::fileno(inputFile.get()), -1};
+Process::Process(const Options& options) {
+  const TemporaryFile input(options.input);
+  int pipe[2] = {input.descriptor(), -1};
   if (options.isInputOpen) {
     if (::pipe(pipe) != 0) {
       fail("a pipe");
@@ -139,8 +112,8 @@ Process::Process(const Options& options) : out_(fileWith("")), err_(fileWith("")
   std::vector<std::string> environment = environmentWith(options.environment);
   const std::vector<char*> argumentPointers = pointers(arguments);
   std::vector<char*> environmentPointers = pointers(environment);
-  const int out = options.out >= 0 ? options.out : ::fileno(out_.get());
-  const int err = options.err >= 0 ? options.err : ::fileno(err_.get());
+  const int out = options.out >= 0 ? options.out : out_.descriptor();
+  const int err = options.err >= 0 ? options.err : err_.descriptor();
   const Streams streams = {pipe[0], options.isOutClosed ? -1 : out, options.isErrShown ? -1 : err};
   pid_ = ::fork();
   if (pid_ == 0) {
@@ -168,11 +141,11 @@ Process::~Process() {
 }
 
 std::string Process::out() const {
-  return contentOf(out_.get());
+  return out_.content();
 }
 
 std::string Process::err() const {
-  return contentOf(err_.get());
+  return err_.content();
 }
 
 std::string Process::readLine() {

@@ -3,14 +3,14 @@
 #ifndef TESTS_PROCESSES_PROCESS_H
 #define TESTS_PROCESSES_PROCESS_H
 
-#include <cstdio>
 #include <functional>
 #include <map>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include <sys/types.h>
+
+#include "tests/processes/temporary_file.h"
 
 namespace processes {
 
@@ -18,13 +18,13 @@ namespace processes {
 // long has failed.
 constexpr int kPatienceSeconds = 60;
 
-// Whether the condition has come true; looks at it often.
+// Waits until the condition is true; false when it has not become true in time.
 bool comesTrue(const std::function<bool()>& condition);
 
-// What a program has left.
+// The result of a program.
 struct Finished {
-  // Its exit status (127: there is no such program), 128 + the signal that ended it, or -1 when it
-  // did not end.
+  // The exit status (127: no such program), 128 + the signal that ended the program, or -1 when the
+  // program did not end.
   int status = -1;
   std::string out;
   std::string err;
@@ -33,16 +33,16 @@ struct Finished {
 // A running program. It is killed with its object, and does not outlive the thread that started it.
 //
 // THREADS   Use it from one thread.
-// ERRORS    std::runtime_error when the system is out of something.
+// ERRORS    std::runtime_error when the system is out of a resource.
 class Process {
  public:
   struct Options {
     std::vector<std::string> command;                // a path, or a name to look for in PATH
     std::map<std::string, std::string> environment;  // on top of ours
-    std::string input;                               // what it reads
-    bool isInputOpen = false;                        // it reads what is given to write() instead
-    bool isOutClosed = false;                        // it has no standard output
-    bool isErrShown = false;                         // its standard error is ours
+    std::string input;                               // standard input
+    bool isInputOpen = false;                        // standard input comes from write() instead
+    bool isOutClosed = false;                        // standard output is closed
+    bool isErrShown = false;                         // standard error is that of the test
     int out = -1;  // descriptors that take the place of the files behind out() and err()
     int err = -1;
   };
@@ -55,10 +55,10 @@ class Process {
 
   pid_t pid() const { return pid_; }
 
-  // What it has written so far.
+  // The output so far.
   std::string out() const;
   std::string err() const;
-  // The next line of its standard output without the newline; when it ends, what there is of it.
+  // The next line of standard output without the newline. At the end of the program, the rest.
   std::string readLine();
 
   void write(const std::string& text) const;
@@ -70,10 +70,8 @@ class Process {
   Finished end(int signalNumber);
 
  private:
-  using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
-
-  File out_;
-  File err_;
+  TemporaryFile out_;
+  TemporaryFile err_;
   int input_ = -1;
   pid_t pid_ = -1;
   int status_ = -1;

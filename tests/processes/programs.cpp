@@ -29,12 +29,4 @@ std::vector<std::string> with(std::vector<std::string> arguments, const std::str
   return arguments;
 }
 
-std::string joined(const std::vector<std::string>& words) {
-  std::string text;
-  for (const std::string& word : words) {
-    text += (text.empty() ? "" : " ") + word;
-  }
-  return text;
-}
-
 }  // namespace processes

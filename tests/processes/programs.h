@@ -14,14 +14,11 @@ namespace processes {
 Process::Options velctlOptions(const PrivateBus& bus, const std::vector<std::string>& arguments);
 Process::Options velsimOptions(const PrivateBus& bus, const std::vector<std::string>& arguments);
 
-// Whether velsim takes requests, which it says.
+// Waits until velsim has logged that it takes requests.
 bool isReady(const Process& velsim);
 
 // Arguments with one more.
 std::vector<std::string> with(std::vector<std::string> arguments, const std::string& last);
-
-// Words with a blank between each two, to name a command line.
-std::string joined(const std::vector<std::string>& words);
 
 }  // namespace processes
 

@@ -22,7 +22,7 @@ constexpr char kIntroduction[] = R"(# Protocol of the service "vel"
 
 The methods that the service answers, the events that it sends, and the records in both. `velsim`
 is a service that keeps to this protocol; `vel/protocol/` states it for the compiler.
-[Over D-Bus](architecture.md#over-d-bus) says how a call, a reply and an event travel.
+[Over D-Bus](architecture.md#over-d-bus) describes how a call, a reply and an event travel.
 
 - A call and a reply hold arguments by position. The service should refuse a call whose arguments
   are not those of the method, and answer an error with one text.

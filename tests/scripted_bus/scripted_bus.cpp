@@ -249,7 +249,7 @@ void ScriptedBus::emit(const std::string& event, const EventArguments& arguments
     }
     listeners.insert(listeners.end(), broadcastListeners_.begin(), broadcastListeners_.end());
   }
-  const auto message = messageOf(MESSAGE_TYPE_SIGNAL, "", arguments.arguments);
+  const std::shared_ptr<QXBusMessage> message = messageOf(arguments);
   std::packaged_task<void()> handling([&] {
     for (const Listening& listening : listeners) {
       if (listening.event == event && listening.listener->handler) {
@@ -261,6 +261,10 @@ void ScriptedBus::emit(const std::string& event, const EventArguments& arguments
   handling.get_future().get();
 }
 
+std::shared_ptr<QXBusMessage> ScriptedBus::messageOf(const EventArguments& arguments) {
+  return ::messageOf(MESSAGE_TYPE_SIGNAL, "", arguments.arguments);
+}
+
 int ScriptedBus::complete() {
   std::vector<Pending> pending;
   {
@@ -269,7 +273,7 @@ int ScriptedBus::complete() {
   }
   std::thread([&pending] {
     for (const Pending& call : pending) {
-      call.done(messageOf(call.reply, call.method));
+      call.done(::messageOf(call.reply, call.method));
     }
   }).join();
   return static_cast<int>(pending.size());

@@ -149,6 +149,8 @@ class ScriptedBus {
   // name alone selects listeners, of interfaces and of the manager. Rethrows an exception that
   // leaves a listener, where a bus would end the process.
   void emit(const std::string& event, const EventArguments& arguments);
+  // The message of an event, for a test that calls a listener itself.
+  static std::shared_ptr<QXBusMessage> messageOf(const EventArguments& arguments);
   // Completes the calls that did not wait, on a thread of the bus, waits for the completions and
   // returns their number.
   int complete();

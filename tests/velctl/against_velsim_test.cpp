@@ -30,7 +30,8 @@ class VelsimTest : public ProcessTest {
   }
 
   std::size_t logSize() const { return velsim_->err().size(); }
-  // Waits until velsim has logged a request that begins so, behind the given part of its log.
+  // Waits until velsim has logged a request that begins with this text, after the first seen bytes
+  // of its log.
   bool isAsked(const std::string& request, std::size_t seen = 0) const {
     return comesTrue(
         [&] { return velsim_->err().find("velsim: " + request, seen) != std::string::npos; });

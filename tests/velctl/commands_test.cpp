@@ -1,4 +1,4 @@
-// All commands have in common: each sends its request, and reports the answer, its absence, or a
+// Behaviour of every command: it sends its request, and reports the answer, a missing answer, or a
 // refusal.
 
 #include "tests/velctl/commands.h"
@@ -21,102 +21,154 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
+// --- Commands and sources ------------------------------------------------------------------------
+
+bool beginsWith(const std::string& line, const std::string& words) {
+  return (line + ' ').rfind(words + ' ', 0) == 0;
+}
+
+std::vector<std::string> commandNames() {
+  velctl::CommandLine commandLine;
+  velctl::addCommands(commandLine);
+  return commandLine.commandNames();
+}
+
+bool isCommand(const std::string& line) {
+  const std::vector<std::string> names = commandNames();
+  return std::any_of(names.begin(), names.end(),
+                     [&line](const std::string& name) { return beginsWith(line, name); });
+}
+
+// The sources of the commands of a subject, and of their rows.
+struct Sources {
+  const char* command;
+  const char* row;
+};
+
+Sources sourcesOf(velprotocol::Subject subject) {
+  using velprotocol::Subject;
+  switch (subject) {
+    case Subject::kService:
+      return {"reset.cpp", "session_commands.cpp"};
+    case Subject::kVms:
+      return {"vm.cpp", "session_commands.cpp"};
+    case Subject::kPrinters:
+      return {"printer.cpp", "printer_commands.cpp"};
+    case Subject::kDevices:
+    case Subject::kNetworkDevices:
+      return {"device.cpp", "device_commands.cpp"};
+    case Subject::kPolicies:
+      return {"policy.cpp", "policy_commands.cpp"};
+    case Subject::kCommands:
+      return {"exec.cpp", "service_commands.cpp"};
+    case Subject::kQuality:
+      return {"quality.cpp", "service_commands.cpp"};
+    case Subject::kDiagnosis:
+      return {"diagnose.cpp", "service_commands.cpp"};
+    case Subject::kSharedPrinters:
+      return {"printer_shared.cpp", "printer_commands.cpp"};
+    case Subject::kPrintQueues:
+      return {"printer_queue.cpp", "printer_commands.cpp"};
+    case Subject::kNewDevices:
+      return {"new_device.cpp", "device_commands.cpp"};
+    case Subject::kJoysticks:
+      return {"joystick.cpp", "service_commands.cpp"};
+  }
+  return {"", ""};
+}
+
+// --- Every command -------------------------------------------------------------------------------
+
 class CommandTest : public InProcessTest, public testing::WithParamInterface<Command> {
  protected:
+  void SetUp() override {
+    const velprotocol::Method* const method = velprotocol::find(command().method());
+    ASSERT_NE(method, nullptr) << command().name << " sends " << command().method()
+                               << ", which has no row in vel/protocol/methods.h";
+    ASSERT_TRUE(isCommand(command().line))
+        << "velctl has no command for " << method->name << " (velctl " << command().line
+        << "): add it, for example in vel/apps/local/velctl/commands/"
+        << sourcesOf(method->subject).command;
+  }
+
   static const Command& command() { return GetParam(); }
-  Ran runAsText() { return velctl(command().line, Form::kText); }
-  Ran runAsJson() { return velctl(command().line, Form::kJson); }
+  Ran runAs(Form form) { return velctl(command().line, form); }
+
+  // Succeeds with the output of the row, and reports nothing.
+  void expectSuccess(const Reply& reply, Form form) {
+    bus.answer(command().method(), reply);
+
+    const Ran ran = runAs(form);
+
+    EXPECT_EQ(ran.status, velctl::kExitOk);
+    EXPECT_EQ(ran.out, (form == Form::kText ? command().text : command().json) + '\n');
+    EXPECT_THAT(ran.err, IsEmpty());
+    EXPECT_EQ(requests(), command().requests);
+  }
+
+  // Fails without output. The error begins with the method.
+  void expectFailure(velctl::ExitCode status, const testing::Matcher<std::string>& error) {
+    const Ran ran = runAs(Form::kJson);
+
+    EXPECT_EQ(ran.status, status);
+    EXPECT_THAT(ran.out, IsEmpty());
+    EXPECT_THAT(ran.err, StartsWith("velctl: " + command().method()));
+    EXPECT_THAT(ran.err, error);
+  }
+
+  // Fails with a reply that is no answer, unless the library does not wait for it.
+  void expectNoAnswer(const Reply& reply, const testing::Matcher<std::string>& error) {
+    if (command().answer == Answer::kNotAwaited) {
+      expectSuccess(reply, Form::kJson);
+    } else {
+      bus.answer(command().method(), reply);
+      expectFailure(velctl::kExitNoAnswer, error);
+    }
+  }
 };
 
 TEST_P(CommandTest, SendsItsRequestAndPrintsTheAnswerAsText) {
-  bus.answer(command().method(), command().reply);
-
-  const Ran ran = runAsText();
-
-  EXPECT_EQ(ran.status, velctl::kExitOk);
-  EXPECT_EQ(ran.out, command().text + '\n');
-  EXPECT_THAT(ran.err, IsEmpty());
-  EXPECT_EQ(requests(), command().requests);
+  expectSuccess(command().reply, Form::kText);
 }
 
 TEST_P(CommandTest, SendsItsRequestAndPrintsTheAnswerAsJson) {
-  bus.answer(command().method(), command().reply);
-
-  const Ran ran = runAsJson();
-
-  EXPECT_EQ(ran.status, velctl::kExitOk);
-  EXPECT_EQ(ran.out, command().json + '\n');
-  EXPECT_THAT(ran.err, IsEmpty());
-  EXPECT_EQ(requests(), command().requests);
+  expectSuccess(command().reply, Form::kJson);
 }
 
 TEST_P(CommandTest, ReportsTheReasonOfAnErrorReply) {
-  bus.answer(command().method(), Reply::error("out of \x1b[31mtoner"));
-
-  const Ran ran = runAsJson();
-
-  if (command().answer == Answer::kNotAwaited) {
-    EXPECT_EQ(ran.status, velctl::kExitOk);
-    EXPECT_EQ(ran.out, command().json + '\n');
-  } else {
-    EXPECT_EQ(ran.status, velctl::kExitNoAnswer);
-    EXPECT_THAT(ran.out, IsEmpty());
-    EXPECT_THAT(ran.err, StartsWith("velctl: " + command().method()));
-    EXPECT_THAT(ran.err, EndsWith(": no usable answer: out of \\x1b[31mtoner; the service's log "
-                                  "may say more\n"));
-  }
+  expectNoAnswer(Reply::error("out of \x1b[31mtoner"),
+                 EndsWith(": no usable answer: out of \\x1b[31mtoner; see the service's log\n"));
 }
 
 TEST_P(CommandTest, FailsWhenTheReplyLacksItsValue) {
-  bus.answer(command().method(), Reply());
-
-  const Ran ran = runAsJson();
-
-  if (command().answer == Answer::kNotAwaited) {
-    EXPECT_EQ(ran.status, velctl::kExitOk);
-  } else {
-    EXPECT_EQ(ran.status, velctl::kExitNoAnswer);
-    EXPECT_THAT(ran.out, IsEmpty());
-    EXPECT_THAT(ran.err, HasSubstr("velctl: " + command().method()));
-    EXPECT_THAT(ran.err, HasSubstr(": no usable answer: "));
-  }
+  expectNoAnswer(Reply(), HasSubstr(": no usable answer: "));
 }
 
 TEST_P(CommandTest, FailsWhenTheReplyDoesNotComeInTime) {
-  bus.answer(command().method(), Reply::error("no reply within 3000 ms", MESSAGE_TYPE_NO_REPLY));
-
-  const Ran ran = runAsJson();
-
-  if (command().answer == Answer::kNotAwaited) {
-    EXPECT_EQ(ran.status, velctl::kExitOk);
-  } else {
-    EXPECT_EQ(ran.status, velctl::kExitNoAnswer);
-    EXPECT_THAT(ran.out, IsEmpty());
-    EXPECT_THAT(ran.err, HasSubstr("no reply within 3000 ms; "));
-  }
+  expectNoAnswer(Reply::error("no reply within 3000 ms", MESSAGE_TYPE_NO_REPLY),
+                 EndsWith(": no usable answer: no reply within 3000 ms; see the service's log\n"));
 }
 
 TEST_P(CommandTest, FailsWithoutAService) {
   bus.setRegistered(false);
 
-  const Ran ran = runAsJson();
-
-  EXPECT_EQ(ran.status, velctl::kExitNoService);
-  EXPECT_THAT(ran.out, IsEmpty());
-  EXPECT_THAT(ran.err, HasSubstr("velctl: " + command().method()));
-  EXPECT_THAT(ran.err, HasSubstr(": no service on the bus; start velserviced, or velsim to try "
-                                 "without hardware\n"));
+  expectFailure(velctl::kExitNoService,
+                EndsWith(": no service on the bus; start velserviced, or velsim to try without "
+                         "hardware\n"));
 }
 
 TEST_P(CommandTest, FailsWithoutABusAndGivesTheReason) {
   bus.setReachable(false);
 
-  const Ran ran = runAsJson();
+  expectFailure(velctl::kExitNoBus,
+                HasSubstr(": the bus cannot be reached: scripted:\\x1b[2J: refused; "));
+}
 
-  EXPECT_EQ(ran.status, velctl::kExitNoBus);
-  EXPECT_THAT(ran.out, IsEmpty());
-  EXPECT_THAT(ran.err, HasSubstr("velctl: " + command().method()));
-  EXPECT_THAT(ran.err, HasSubstr(": the bus cannot be reached: scripted:\\x1b[2J: refused; "));
+template <typename Predicate>
+std::vector<Command> commandsWhere(Predicate predicate) {
+  std::vector<Command> some;
+  std::copy_if(commands().begin(), commands().end(), std::back_inserter(some), predicate);
+  return some;
 }
 
 std::string nameOf(const testing::TestParamInfo<Command>& row) {
@@ -129,35 +181,30 @@ INSTANTIATE_TEST_SUITE_P(Every, CommandTest, testing::ValuesIn(commands()), name
 class CommandWithStatusTest : public CommandTest {};
 
 TEST_P(CommandWithStatusTest, ReportsARefusalAndItsStatus) {
-  bus.answer(command().method(), Reply().int32(7));
-
-  const Ran text = runAsText();
-  const Ran json = runAsJson();
-
-  if (command().answer == Answer::kStatus) {
-    EXPECT_EQ(text.status, velctl::kExitRefused);
-    EXPECT_THAT(text.out, IsEmpty());
-    EXPECT_THAT(text.err, HasSubstr("velctl: " + command().method()));
-    EXPECT_THAT(text.err,
-                EndsWith(": the service answered status 7; the service's log may say why\n"));
-    EXPECT_EQ(json.status, velctl::kExitRefused);
-    EXPECT_THAT(json.out, StartsWith("{\"operation\":\"" + command().method() + "\","));
-    EXPECT_THAT(json.out, EndsWith(",\"status\":7}\n"));
-  } else {
-    EXPECT_EQ(text.status, velctl::kExitOk);
-    EXPECT_EQ(text.out, command().text + '\n');
-    EXPECT_EQ(json.out, command().json + '\n');
+  const Reply refusal = Reply().int32(7);
+  if (command().answer != Answer::kStatus) {
+    expectSuccess(refusal, Form::kText);
+    expectSuccess(refusal, Form::kJson);
+    return;
   }
+  bus.answer(command().method(), refusal);
+
+  const Ran text = runAs(Form::kText);
+  const Ran json = runAs(Form::kJson);
+
+  EXPECT_EQ(text.status, velctl::kExitRefused);
+  EXPECT_THAT(text.out, IsEmpty());
+  EXPECT_THAT(text.err, StartsWith("velctl: " + command().method()));
+  EXPECT_THAT(text.err, EndsWith(": the service answered status 7; see the service's log\n"));
+  EXPECT_EQ(json.status, velctl::kExitRefused);
+  EXPECT_THAT(json.out, StartsWith("{\"operation\":\"" + command().method() + "\","));
+  EXPECT_THAT(json.out, EndsWith(",\"status\":7}\n"));
 }
 
-std::vector<Command> commandsWithStatus() {
-  std::vector<Command> some;
-  std::copy_if(commands().begin(), commands().end(), std::back_inserter(some),
-               [](const Command& command) { return command.answer != Answer::kContent; });
-  return some;
-}
-
-INSTANTIATE_TEST_SUITE_P(Every, CommandWithStatusTest, testing::ValuesIn(commandsWithStatus()),
+INSTANTIATE_TEST_SUITE_P(Every, CommandWithStatusTest,
+                         testing::ValuesIn(commandsWhere([](const Command& command) {
+                           return command.answer != Answer::kContent;
+                         })),
                          nameOf);
 
 class CommandForAVmTest : public CommandTest {};
@@ -175,23 +222,15 @@ TEST_P(CommandForAVmTest, RefusesAVmThatTheServiceDoesNotHaveAndSendsNothing) {
   EXPECT_THAT(requests(), IsEmpty());
 }
 
-std::vector<Command> commandsForAVm() {
-  std::vector<Command> some;
-  std::copy_if(commands().begin(), commands().end(), std::back_inserter(some),
-               [](const Command& command) {
-                 const std::vector<std::string> words = wordsOf(command.line);
-                 return std::find(words.begin(), words.end(), kVm) != words.end();
-               });
-  return some;
+bool namesAVm(const Command& command) {
+  const std::vector<std::string> words = wordsOf(command.line);
+  return std::find(words.begin(), words.end(), kVm) != words.end();
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, CommandForAVmTest, testing::ValuesIn(commandsForAVm()), nameOf);
+INSTANTIATE_TEST_SUITE_P(Every, CommandForAVmTest, testing::ValuesIn(commandsWhere(namesAVm)),
+                         nameOf);
 
 // --- Rows ----------------------------------------------------------------------------------------
-
-bool beginsWith(const std::string& line, const std::string& words) {
-  return (line + ' ').rfind(words + ' ', 0) == 0;
-}
 
 TEST(CommandsTest, EveryCommandOfVelctlHasTests) {
   // Commands that send no request, or several, or do not end by themselves.
@@ -201,9 +240,7 @@ TEST(CommandsTest, EveryCommandOfVelctlHasTests) {
       {"joystick watch", "tests/velctl/watch_test.cpp"},
       {"watch", "tests/velctl/watch_test.cpp"},
   };
-  velctl::CommandLine commandLine;
-  velctl::addCommands(commandLine);
-  const std::vector<std::string> names = commandLine.commandNames();
+  const std::vector<std::string> names = commandNames();
   ASSERT_THAT(names, testing::Contains("printer shared search"));
 
   for (const std::string& name : names) {
@@ -228,9 +265,10 @@ TEST(CommandsTest, EveryMethodOfTheServiceHasACommandThatIsTested) {
   }
 
   for (const velprotocol::Method& method : velprotocol::kMethods) {
+    const Sources sources = sourcesOf(method.subject);
     EXPECT_EQ(tested.count(std::string(method.name)), 1u)
-        << method.name << " needs a command in vel/apps/local/velctl/commands/, and a row in "
-        << "tests/velctl/*_commands.cpp";
+        << method.name << " needs a command, for example in vel/apps/local/velctl/commands/"
+        << sources.command << ", and a row in tests/velctl/" << sources.row;
   }
   for (const std::string& method : tested) {
     EXPECT_NE(velprotocol::find(method), nullptr)
@@ -393,7 +431,7 @@ std::vector<std::size_t> lengthsUpTo(std::size_t longest) {
   return lengths;
 }
 
-// AddressSanitizer sees every byte that is read behind a record.
+// AddressSanitizer sees every byte that is read after the end of a record.
 TEST_F(InProcessTest, ARecordOfAnyLengthIsShownAsIfZeroesFollowed) {
   struct Row {
     std::string line;
@@ -457,7 +495,7 @@ TEST_F(InProcessTest, ALocalPolicyKeepsTheNameAndTheTextThatAreNotGiven) {
   EXPECT_THAT(requests(), testing::ElementsAre("getDeviceStatus(int16 14)"));
 }
 
-// The record ends before the name. Nothing of it may be sent back.
+// velctl must not send back a name or a text that it has not received whole.
 TEST_F(InProcessTest, ALocalPolicyIsNotMadeFromARecordThatIsTooShort) {
   Bytes record = deviceBlock(12, 1, 0, 0, "cam", "no");
   for (const std::size_t length : {296u, 679u}) {

@@ -5,8 +5,6 @@
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
-#include <set>
 #include <type_traits>
 #include <utility>
 #include <variant>

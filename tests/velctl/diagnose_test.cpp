@@ -1,4 +1,4 @@
-// velctl diagnose: the answer, and the progress before and behind it.
+// velctl diagnose: the answer, and the progress before and after the answer.
 
 #include <csignal>
 #include <cstdint>

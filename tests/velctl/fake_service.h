@@ -1,4 +1,4 @@
-// A service on a real bus that answers as a test says, and records the requests.
+// A service on a real bus that gives the answers of a test, and records the requests.
 
 #ifndef TESTS_VELCTL_FAKE_SERVICE_H
 #define TESTS_VELCTL_FAKE_SERVICE_H

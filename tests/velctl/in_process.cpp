@@ -1,19 +1,14 @@
 #include "tests/velctl/in_process.h"
 
-#include <cstdio>
-#include <memory>
-#include <stdexcept>
-
-#include <unistd.h>
-
 #include "bus/dbus/bus_failure.h"
+#include "tests/processes/temporary_file.h"
 #include "tests/scripted_bus/platform_doubles.h"
 #include "tests/scripted_bus/timeline.h"
 #include "vel/apps/local/velctl/program.h"
 #include "vel/apps/local/velproxy/vel_proxy.h"
 #include "vel/protocol/methods.h"
 
-// The scripted bus cannot be reached when a test says so.
+// The reason when a test makes the scripted bus unreachable.
 std::string qxbus::busFailure() {
   return "scripted:\x1b[2J: refused";
 }
@@ -25,38 +20,6 @@ bool qxbus::isBusDirect() {
 namespace velctl_tests {
 
 bool isBusDirect = false;
-
-namespace {
-
-// Data is written to its descriptor, as to standard output.
-class DataFile {
- public:
-  DataFile() : file_(std::tmpfile(), &std::fclose) {
-    if (!file_) {
-      throw std::runtime_error("no temporary file");
-    }
-  }
-
-  int descriptor() const { return ::fileno(file_.get()); }
-
-  std::string content() const {
-    std::string text;
-    char bytes[4096];
-    for (;;) {
-      const ssize_t count =
-          ::pread(descriptor(), bytes, sizeof bytes, static_cast<off_t>(text.size()));
-      if (count <= 0) {
-        return text;
-      }
-      text.append(bytes, static_cast<std::size_t>(count));
-    }
-  }
-
- private:
-  std::unique_ptr<std::FILE, int (*)(std::FILE*)> file_;
-};
-
-}  // namespace
 
 InProcessTest::InProcessTest() {
   bus.reset();
@@ -82,7 +45,7 @@ InProcessTest::~InProcessTest() {
 }
 
 Ran InProcessTest::velctl(const std::vector<std::string>& arguments) {
-  const DataFile data;
+  const processes::TemporaryFile data;
   bus.clear();
   testing::internal::CaptureStdout();
   testing::internal::CaptureStderr();

@@ -20,7 +20,6 @@ namespace velctl_tests {
 
 using processes::comesTrue;
 using processes::Finished;
-using processes::joined;
 using processes::Process;
 using processes::with;
 

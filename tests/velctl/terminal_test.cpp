@@ -12,6 +12,7 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include "base/text.h"
 #include "tests/velctl/process_test.h"
 
 namespace velctl_tests {
@@ -118,7 +119,7 @@ TEST_F(TerminalTest, ALongCommandEndsAtOnceWhenInterruptedAndLeavesTheLineWhole)
   Process search(onTerminal(terminal(), {"printer", "queue", "search"}));
   ASSERT_TRUE(shows(terminal(), ", 1 s of at most 30")) << terminal().text();
 
-  // The service goes on holding the request.
+  // The service still holds the request.
   const Finished finished = search.end(SIGINT);
 
   EXPECT_EQ(finished.status, 128 + SIGINT);
@@ -173,7 +174,7 @@ TEST_F(TerminalTest, EveryCommandThatTakesLongShowsThatAndCanBeInterrupted) {
   }
 
   for (std::size_t i = 0; i < processes.size(); ++i) {
-    SCOPED_TRACE(joined(rows[i].arguments));
+    SCOPED_TRACE(base::joined(rows[i].arguments, " "));
     EXPECT_TRUE(shows(*terminals[i], "velctl: " + rows[i].shown)) << terminals[i]->text();
     const Finished finished = processes[i]->end(SIGINT);
     EXPECT_EQ(finished.status, velctl::kExitInterrupted);

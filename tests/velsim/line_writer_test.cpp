@@ -20,7 +20,7 @@ using ::testing::StartsWith;
 
 class LineWriterTest : public ::testing::Test {
  protected:
-  // Reads until the text has come; what was read.
+  // Reads until the text has come. Returns everything that was read.
   std::string readUntil(const std::string& text) {
     std::string read;
     EXPECT_TRUE(comesTrue([&] {

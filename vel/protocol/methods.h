@@ -54,7 +54,7 @@ struct Method {
 // bytes.
 inline constexpr Method kMethods[] = {
     {"resetService", "", "status:i", kUsualMs, Subject::kService,
-     "Forgets the state of the client. The client library ignores the status."},
+     "Asks the service to reset. The client library ignores the status."},
     {"connectVm", "vm:i systemType:i shareMode:i connectParam:i", "status:i", kShortMs,
      Subject::kVms, "Attaches the service to a VM session."},
     {"disconnectVm", "vm:i", "status:i", kAsynchronousMs, Subject::kVms,
@@ -154,7 +154,7 @@ inline constexpr Method kMethods[] = {
      kSlowMs, Subject::kSharedPrinters,
      "Searches for the printers that a machine shares. The list is there when result is 0."},
     {"stopSearchSharePrinter", "", "status:i", kUsualMs, Subject::kSharedPrinters,
-     "Stops all searches."},
+     "Stops searching for shared printers."},
     {"addSharePrinter", "count:i (address:s name:s description:s)*", "status:i", kUsualMs,
      Subject::kSharedPrinters, "Adds shared printers."},
     {"deleteSharePrinter", "address:s name:s", "status:i", kUsualMs, Subject::kSharedPrinters,
@@ -166,8 +166,7 @@ inline constexpr Method kMethods[] = {
     {"addPrinter", "name:s uri:s driver:s", "status:i", kUsualMs, Subject::kPrintQueues,
      "Adds a print queue. The meaning of the texts is velsim's."},
     {"autoAddPrinter", "name:s uri:s model:s", "status:i", kSearchMs, Subject::kPrintQueues,
-     "Adds a print queue with a driver that the service chooses. The meaning of the texts is "
-     "velsim's."},
+     "Adds a print queue automatically. The meaning of the texts is velsim's."},
     {"deletePrinter", "name:s", "status:i", kUsualMs, Subject::kPrintQueues,
      "Removes a print queue."},
     {"changePrinterDriver", "name:s driver:s", "status:i", kUsualMs, Subject::kPrintQueues,
@@ -175,14 +174,14 @@ inline constexpr Method kMethods[] = {
     {"printTestPage", "name:s", "status:i", kSlowMs, Subject::kPrintQueues, "Prints a test page."},
     {"configNewDeviceAsConnect", "vm:i sourceId:ay8 type:i autoConnect:i popupCardConfig:i",
      "status:i", kSlowMs, Subject::kNewDevices,
-     "Attaches a newly plugged-in device to a VM. Event 2 follows."},
+     "Attaches a newly plugged-in device to a VM. velsim then sends event 2."},
     {"configNewDeviceAsIgnore", "sourceId:ay8 deviceType:i autoConnect:i popupCardConfig:i",
      "status:i", kShortMs, Subject::kNewDevices,
-     "Ignores a newly plugged-in device. Event 3 follows."},
+     "Ignores a newly plugged-in device. velsim then sends event 3."},
     {"ConfigUdisks2Command", "vm:i sourceId:ay8 command:i", "status:i", kSlowMs,
      Subject::kNewDevices,
-     "Runs a command for a storage device; of velsim 1: mount, 2: unmount, 3: eject. Event 8 "
-     "follows."},
+     "Runs a command for a storage device; of velsim 1: mount, 2: unmount, 3: eject. velsim then "
+     "sends event 8."},
     {"ConfigPrinterCommand", "vm:i sourceId:ay8 command:i", "status:i", kSlowMs, Subject::kPrinters,
      "Runs a command for a printer; of velsim 1: attach, 2: detach. The client library ignores the "
      "status."},

@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "base/text.h"
+#include "base/would_block.h"
 #include "bus/dbus/wire/authentication.h"
 
 namespace qxbus {
@@ -100,7 +101,7 @@ class Acceptor::Handshake : public Loop::Source {
         isOver()
             ? 0
             : base::receiveSome(socket_, reinterpret_cast<unsigned char*>(space.bytes), space.size);
-    if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+    if (count < 0 && base::wouldBlock(errno)) {
       return;
     }
     if (count <= 0) {

@@ -9,6 +9,7 @@
 #include <poll.h>
 #include <sys/socket.h>
 
+#include "base/would_block.h"
 #include "bus/dbus/transport/dial.h"
 
 namespace qxbus {
@@ -20,10 +21,6 @@ constexpr char kTooLarge[] = "the message is larger than D-Bus allows";
 constexpr std::chrono::seconds kLastWords{1};
 // The other end may leave this much unread. More, and it is taken for dead.
 constexpr std::size_t kMostUnsent = std::size_t{256} * 1024 * 1024;
-
-bool wouldBlock(int error) {
-  return error == EAGAIN || error == EWOULDBLOCK;
-}
 
 const unsigned char* bytesOf(const char* text) {
   return reinterpret_cast<const unsigned char*>(text);
@@ -148,7 +145,7 @@ bool Connection::Core::send(std::string_view bytes) {
   }
   if (unsent_.empty()) {
     const ssize_t sent = base::sendSome(socket_, bytesOf(bytes.data()), bytes.size());
-    if (sent < 0 && !wouldBlock(errno)) {
+    if (sent < 0 && !base::wouldBlock(errno)) {
       breakOff();
       return false;
     }
@@ -189,7 +186,7 @@ bool Connection::Core::flush() {
     const ssize_t sent =
         base::sendSome(socket_, bytesOf(unsent_.data() + done), unsent_.size() - done);
     if (sent < 0) {
-      if (wouldBlock(errno)) {
+      if (base::wouldBlock(errno)) {
         break;
       }
       breakOff();
@@ -299,7 +296,7 @@ void Connection::Core::read() {
     const ssize_t count =
         base::receiveSome(socket_, reinterpret_cast<unsigned char*>(space.bytes), space.size);
     if (count <= 0) {
-      if (count == 0 || !wouldBlock(errno)) {
+      if (count == 0 || !base::wouldBlock(errno)) {
         end();
       }
       return;

@@ -10,6 +10,7 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include "base/would_block.h"
 #include "bus/dbus/wire/address.h"
 #include "bus/dbus/wire/authentication.h"
 
@@ -77,7 +78,7 @@ base::Result<void> sendAll(const base::Socket& socket, std::string_view bytes,
         base::sendSome(socket, reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
     if (sent >= 0) {
       bytes.remove_prefix(static_cast<std::size_t>(sent));
-    } else if (errno != EAGAIN && errno != EWOULDBLOCK) {
+    } else if (!base::wouldBlock(errno)) {
       return base::Failed{textOf(errno)};
     } else if (!waitFor(socket, POLLOUT, deadline)) {
       return base::Failed{kNotInTime};
@@ -112,7 +113,7 @@ base::Result<Dialed> authenticate(base::Socket socket, Clock::time_point deadlin
       return refusedByPeer("it has closed the connection before the authentication");
     }
     if (count < 0) {
-      if (errno == EAGAIN || errno == EWOULDBLOCK) {
+      if (base::wouldBlock(errno)) {
         continue;
       }
       return base::Failed{textOf(errno)};

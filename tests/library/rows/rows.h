@@ -27,8 +27,7 @@ std::vector<RemoteOperation> diagnosticRows();
 std::vector<RemoteOperation> streamQualityRows();
 std::vector<RemoteOperation> joystickRows();
 
-// --- Arguments and answers of several subjects
-// ----------------------------------------------------
+// --- Arguments and answers of several subjects ---------------------------------------------------
 
 constexpr unsigned long long kSourceId = 0x0102030405060708;
 

@@ -63,7 +63,7 @@ constexpr VmNumber kWin11 = 101;
 constexpr VmNumber kUbuntu = 103;
 constexpr VmNumber kNoSuchVm = 9999;
 
-// Built-in things.
+// Built-in devices and printers.
 constexpr std::uint16_t kStick = 11;
 constexpr std::uint16_t kCamera = 12;
 constexpr std::uint16_t kTablet = 13;
@@ -83,11 +83,11 @@ class SimulatedServiceTest : public ::testing::Test {
  protected:
   SimulatedServiceTest();
 
-  // The answer, which must be there at once and no error.
+  // The answer, which must be there at once, and must not be an error.
   qxbus::Values call(const std::string& method, const qxbus::Values& arguments);
-  // The error, which must be there at once; "" when it is none.
+  // The error, which must be there at once; "" for an answer.
   std::string error(const std::string& method, const qxbus::Values& arguments);
-  // Puts the answer where the pointer says when it is given.
+  // Stores the answer at the pointer when it is given.
   std::shared_ptr<std::optional<qxbus::Values>> callLater(const std::string& method,
                                                           const qxbus::Values& arguments);
   // The blocks of a list.

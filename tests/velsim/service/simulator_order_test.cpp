@@ -1,4 +1,4 @@
-// In which order answers and events come, and that it stays so with many threads.
+// The order of answers and events, also with many threads.
 
 #include <algorithm>
 #include <atomic>

@@ -20,7 +20,7 @@ const char* const kMethodsWithArguments[] = {
     "startManager",   "createPipe",      "destroyPipe", "setPortChannelStatus",
     "onFocusChanged", "updateDriveToken"};
 
-// A pipe as it is on the bus.
+// The block of a pipe.
 Bytes block(VmNumber vm, std::uint64_t handle, const std::string& name1, const std::string& name2) {
   Bytes bytes(268);
   std::memcpy(&bytes[0], &vm, 4);

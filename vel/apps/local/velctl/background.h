@@ -18,7 +18,7 @@ namespace velctl {
 template <typename Result>
 class Background {
  public:
-  // onEnd runs on that thread, behind the function. Throws Failure when the thread cannot start.
+  // onEnd runs on that thread, after the function. Throws Failure when the thread cannot start.
   Background(const char* name, std::function<Result()> function, std::function<void()> onEnd) {
     const auto task = std::make_shared<std::packaged_task<Result()>>(std::move(function));
     result_ = task->get_future();

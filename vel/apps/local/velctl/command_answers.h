@@ -13,7 +13,7 @@
 
 namespace velctl {
 
-// An answer does not say to which command it belongs.
+// An answer does not identify its command.
 struct CommandAnswer {
   unsigned int vmNumber = 0;          // 0: no VM
   std::optional<std::string> record;  // bytes whose meaning the service and its commands define

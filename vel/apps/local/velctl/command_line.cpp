@@ -71,9 +71,9 @@ CommandLine::CommandLine()
       "Data goes to standard output, messages go to standard error.\n"
       "Environment: QXBUS_ADDRESS (address of the bus, or direct:PATH, the socket of the service;\n"
       "default: the session bus, without one direct:), QX_APP_DATA (folder of the log),\n"
-      "QX_LOG_LEVEL.\n"
-      "Exit status: 0 done, 1 internal error, 2 wrong usage, 3 no bus, 4 no service, 5 no usable\n"
-      "answer, 6 refused by the service, 7 unknown VM, 8 standard output cannot be written,\n"
+      "QX_LOG_LEVEL (debug, info, error or off; default: error).\n"
+      "Exit status: 0 success, 1 internal error, 2 wrong usage, 3 no bus, 4 no service or no pen\n"
+      "port, 5 no usable answer, 6 refused, 7 unknown VM, 8 cannot write to standard output,\n"
       "130 interrupted.");
 }
 

@@ -12,7 +12,7 @@
 namespace velctl {
 
 // A text of several lines for a terminal: newlines and tabs stay, other unprintable characters are
-// escaped. One newline at the end goes away, because data is written in lines.
+// escaped. One newline at the end is removed, because data is written in lines.
 std::string printableLines(std::string_view text);
 
 // "text", printable.

@@ -5,9 +5,11 @@
 #include <chrono>
 #include <utility>
 
+#include <poll.h>
 #include <unistd.h>
 
 #include "base/thread.h"
+#include "base/would_block.h"
 #include "vel/apps/local/velctl/failure.h"
 
 namespace velctl {
@@ -126,9 +128,19 @@ int writeInterruptibly(int descriptor, std::string_view data) {
     const ssize_t count = ::write(descriptor, data.data(), data.size());
     if (count >= 0) {
       data.remove_prefix(static_cast<std::size_t>(count));
-    } else if (errno != EINTR) {
+      continue;
+    }
+    if (base::wouldBlock(errno)) {
+      // Another program that shares the output has made it non-blocking.
+      pollfd polled = {descriptor, POLLOUT, 0};
+      if (::poll(&polled, 1, -1) >= 0) {
+        continue;
+      }
+    }
+    if (errno != EINTR) {
       return errno;
-    } else if (isStopRequested) {
+    }
+    if (isStopRequested) {
       throw Interrupted();
     }
   }

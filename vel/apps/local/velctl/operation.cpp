@@ -106,7 +106,7 @@ void Operation::check() const {
 void Operation::failWithoutAnswer(const std::string& reason) const {
   const std::string log = GetAppDataPath();
   throw Failure(kExitNoAnswer, description_ + ": no usable answer: " + base::printable(reason) +
-                                   "; the service's log may say more" +
+                                   "; see the service's log" +
                                    (log.empty() ? "" : ", or the log in " + log));
 }
 
@@ -154,7 +154,7 @@ void Operation::finish(const Output& output, int status, const std::string& done
   if (status != 0) {
     output.json(json);
     failRefused("the service answered status " + std::to_string(status) +
-                "; the service's log may say why");
+                "; see the service's log");
   }
   output.line((hasVm_ ? displayName(vmId_) + ": " : "") + done, json);
 }

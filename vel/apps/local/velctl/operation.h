@@ -25,7 +25,7 @@ std::string quotedName(const std::string& vmId);
 // The time limit of a bus method.
 std::chrono::seconds timeLimitOf(const std::string& method);
 
-// THREADS  The one that constructs it.
+// THREADS   One thread at a time.
 class Operation {
  public:
   // Connects. method is the bus method, for messages. Throws Failure when there is no bus or no

@@ -8,6 +8,7 @@
 
 #include <poll.h>
 
+#include "base/would_block.h"
 #include "vel/apps/local/velctl/failure.h"
 #include "vel/apps/local/velctl/interruption.h"
 
@@ -21,10 +22,6 @@ int millisecondsUntil(PortConnection::Clock::time_point deadline) {
   const auto left =
       std::chrono::ceil<std::chrono::milliseconds>(deadline - PortConnection::Clock::now()).count();
   return static_cast<int>(std::clamp<long long>(left, 0, INT_MAX));
-}
-
-bool wouldBlock(int error) {
-  return error == EAGAIN || error == EWOULDBLOCK;
 }
 
 }  // namespace
@@ -43,7 +40,7 @@ PortConnection::PortConnection(std::string path, std::chrono::seconds limit,
 void PortConnection::connect() {
   const Clock::time_point deadline = Clock::now() + limit_;
   int error = base::connectTo(socket_, path_);
-  while (wouldBlock(error) && Clock::now() < deadline) {
+  while (base::wouldBlock(error) && Clock::now() < deadline) {
     poll(0, Clock::now() + kConnectRetryInterval);
     error = base::connectTo(socket_, path_);
   }
@@ -73,7 +70,7 @@ void PortConnection::receive() {
   for (;;) {
     const ssize_t count =
         base::receiveSome(socket_, &message_[received_], message_.size() - received_);
-    if (count < 0 && wouldBlock(errno)) {
+    if (count < 0 && base::wouldBlock(errno)) {
       return;
     }
     if (count <= 0) {
@@ -113,7 +110,7 @@ bool PortConnection::flushNow() noexcept {
 bool PortConnection::sendSome() {
   while (!unsent_.empty()) {
     const ssize_t count = base::sendSome(socket_, unsent_.data(), unsent_.size());
-    if (count < 0 && wouldBlock(errno)) {
+    if (count < 0 && base::wouldBlock(errno)) {
       return false;
     }
     if (count < 0) {

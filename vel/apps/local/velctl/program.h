@@ -1,4 +1,4 @@
-// velctl, apart from the process that it runs in.
+// velctl as a function, without its process.
 
 #ifndef VEL_APPS_LOCAL_VELCTL_PROGRAM_H
 #define VEL_APPS_LOCAL_VELCTL_PROGRAM_H

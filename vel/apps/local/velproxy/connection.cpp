@@ -221,6 +221,11 @@ void VelProxy::onServiceDeath() {
   VEL_DEBUG("wait for velservice ...., waiting cnt=%d", polls);
   // Only the instance that clients use connects again; all other steps concern this object.
   if (VelProxy* const instance = mVelProxy.load()) {
+    if (!instance->currentInterface()) {
+      // An attempt that is older than the return of the service ends first: Init() would share its
+      // failure.
+      const platform::MutexLock attempt(instance->callMutex_);
+    }
     instance->Init();
   }
 

@@ -10,8 +10,8 @@
 // CALLBACKS  A callback may call remote operations. It must not register or unregister anything but
 //            the command callback, and must not call HandleEvent, BroadcastCallback, onServiceDeath
 //            or one of the three notify operations above: each waits for the callback mutex, and so
-//            never returns. Unregistering waits until no callback runs, except for the command
-//            callback, which DoVelCmd also runs in a way of its own: see RegisterCmdCallback.
+//            never returns. Unregistering waits until no callback runs. Other rules hold for the
+//            command callback, in particular when a command fails: see RegisterCmdCallback.
 // BLOCKING   An operation that names a bus method waits for the answer, at most the time in its
 //            comment (3000 ms if it gives none). Three waits may come before: for calls of other
 //            threads, because calls are made one at a time; for connecting while the service is
@@ -21,7 +21,9 @@
 //            same three waits.
 //            Without a bus method, getInstance and Init wait for connecting, ReleaseService waits
 //            for a call that runs, operations that register, unregister or notify wait for a
-//            callback that runs; RegisterCmdCallback and all others do not wait.
+//            callback that runs, and so does HandleEvent; BroadcastCallback waits for connecting
+//            and for a callback, onServiceDeath for the service. RegisterCmdCallback and all others
+//            do not wait.
 // MEMORY     Records that a returned list points to are malloc'ed, each exactly as long as the
 //            service sent it, and yours: FreeDeviceList, FreePolicyList or free. A record may be
 //            shorter than its type: lastRecordLengths() has the lengths.

@@ -10,6 +10,7 @@
 
 #include "base/result.h"
 #include "base/thread.h"
+#include "base/would_block.h"
 
 namespace velsim {
 
@@ -45,7 +46,7 @@ void LineReader::run() {
     }
     char bytes[kChunk];
     const ssize_t count = ::read(input_, bytes, sizeof bytes);
-    if (count < 0 && (errno == EINTR || errno == EAGAIN)) {
+    if (count < 0 && (errno == EINTR || base::wouldBlock(errno))) {
       continue;
     }
     if (count <= 0) {

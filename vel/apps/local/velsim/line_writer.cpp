@@ -12,6 +12,7 @@
 #include "base/result.h"
 #include "base/text.h"
 #include "base/thread.h"
+#include "base/would_block.h"
 #include "platform/mutex.h"
 
 namespace velsim {
@@ -24,7 +25,7 @@ bool writeAll(int output, const std::string& text) {
     const ssize_t count = ::write(output, text.data() + written, text.size() - written);
     if (count >= 0) {
       written += static_cast<std::size_t>(count);
-    } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
+    } else if (base::wouldBlock(errno)) {
       // Another program that shares the output has made it non-blocking.
       pollfd polled = {output, POLLOUT, 0};
       ::poll(&polled, 1, -1);

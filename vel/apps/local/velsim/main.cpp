@@ -37,11 +37,9 @@ int parseAndServe(int argc, char** argv) {
       ->check(CLI::IsMember({velsim::kStandardInput}));
   app.footer(
       "The log goes to standard error: one line for each request, event and pen frame. Exit\n"
-      "status: 0 stopped by SIGINT or SIGTERM, 2 bad usage, 3 no bus, the service's name is "
-      "taken,\n"
-      "or no pen port, 4 bus connection lost. With --pen-port, velsim serves the pen port only "
-      "when\n"
-      "the session bus cannot be reached.");
+      "status: 0 stopped by SIGINT or SIGTERM, 1 internal error, 2 wrong usage, 3 no bus, the\n"
+      "service's name is taken, or no pen port, 4 bus connection lost. With --pen-port, velsim\n"
+      "serves the pen port only when the session bus cannot be reached.");
   try {
     app.parse(argc, argv);
     return velsim::serve(options);

@@ -16,6 +16,7 @@
 #include "base/result.h"
 #include "base/text.h"
 #include "base/thread.h"
+#include "base/would_block.h"
 
 namespace velsim {
 namespace {
@@ -24,10 +25,6 @@ namespace {
 constexpr std::size_t kMostClients = std::numeric_limits<std::uint8_t>::max();
 constexpr int kAcceptBackoffMs = 500;
 constexpr std::size_t kChunk = 4096;
-
-bool wouldBlock(int error) {
-  return error == EAGAIN || error == EWOULDBLOCK;
-}
 
 }  // namespace
 
@@ -84,7 +81,7 @@ void PenPort::acceptClient() {
   base::Socket socket = listener_.accept();
   if (!socket) {
     const int error = errno;
-    if (!wouldBlock(error) && error != ECONNABORTED) {
+    if (!base::wouldBlock(error) && error != ECONNABORTED) {
       report_("pen port: cannot accept a client now: " + std::generic_category().message(error));
       isBackingOff_ = true;
     }
@@ -120,7 +117,7 @@ bool PenPort::serve(Client& client) {
     client.stream.add(bytes.data(), static_cast<std::size_t>(count));
     return reportFrames(client);
   }
-  if (count < 0 && wouldBlock(errno)) {
+  if (count < 0 && base::wouldBlock(errno)) {
     return true;
   }
   reportClient(client, "disconnected after " + base::counted(client.frames, "frame") +

@@ -177,9 +177,9 @@ void diagnoseDevice(const Output& output, const DeviceDiagnosis& given) {
 void addOptions(const ParserCommand& command, Options& options) {
   command.addOption("--vm", options.vmId, "Name of the VM").required().typeName("NAME");
   addNumber(command, "--follow", options.followSeconds,
-            "Seconds to wait for progress behind the answer [1]");
+            "Seconds to wait for progress after the answer [1]");
   addNumber(command, "--until", options.finalStatus,
-            "Status of the progress that ends the command; without such progress it fails");
+            "Status of the progress that ends the command, which fails without such progress");
 }
 
 }  // namespace

@@ -234,7 +234,8 @@ void addJoystickCommands(CommandLine& commandLine) {
   addNumber(calibrateCommand, "joystick", given.joystick, "Position of the joystick, from 0")
       .required();
 
-  commandLine.command(group, "watch", "Print joystick results until interrupted", watch);
+  commandLine.command(group, "watch", "Print joystick results until interrupted (exit status 0)",
+                      watch);
 }
 
 }  // namespace velctl

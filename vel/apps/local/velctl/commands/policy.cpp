@@ -161,7 +161,7 @@ void setTurbo(const Output& output, const Turbo& turbo) {
 
 void list(const Output& output) {
   Operation operation("getPolicyListByVidPid");
-  // The content is between the service and its configuration.
+  // Only the service knows the content of a policy.
   const auto policies = operation.call(&qx::VelProxy::GetPolicyListByVidPid);
   const std::size_t count = policies.size();
   operation.proxy().FreePolicyList(policies);

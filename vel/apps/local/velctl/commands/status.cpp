@@ -10,7 +10,7 @@
 namespace velctl {
 namespace {
 
-// Throws Failure also for a service without VMs: one that works has some.
+// Throws Failure also for a service without VMs: a working service has some.
 std::size_t countVms() {
   Operation operation("getVmList");
   const std::size_t count = operation.call(&qx::VelProxy::GetVmList).size();

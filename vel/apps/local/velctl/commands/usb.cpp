@@ -50,7 +50,8 @@ void addUsbCommands(CommandLine& commandLine) {
   const ParserCommand group =
       commandLine.group("usb", "USB devices that a client redirects through its own channel");
   const auto [command, report] =
-      addCommand(commandLine, group, "status", "Report the status of such a device", reportStatus);
+      addCommand(commandLine, group, "status",
+                 "Report the status of a USB device that the client redirects", reportStatus);
   addDevice(command, report.device);
   addNumber(command, "status", report.status, "Status of the device (a number of the service)")
       .required();

@@ -264,11 +264,11 @@ void watch(const Output& output, const Vms& named) {
 
 void addWatchCommand(CommandLine& commandLine) {
   const auto named = std::make_shared<Vms>();
-  const ParserCommand command = commandLine.command(
-      "watch", "Print events of all kinds until interrupted, which gives exit status 0",
-      [named](const Output& output) { watch(output, *named); });
+  const ParserCommand command =
+      commandLine.command("watch", "Print events of all kinds until interrupted (exit status 0)",
+                          [named](const Output& output) { watch(output, *named); });
   command.addOption("vm,--vm", named->vmIds,
-                    "Names of VMs: leave out events of other VMs (default: all VMs)");
+                    "Names of VMs; events of other VMs are left out (default: all VMs)");
 }
 
 }  // namespace velctl

@@ -46,7 +46,7 @@ struct Device {
   std::int16_t policy = 0;   // see LocalPolicy
   std::string policyText;
   DeviceStatus status = DeviceStatus::kAvailable;
-  VmNumber vm = 0;               // that it is attached to
+  VmNumber vm = 0;               // the VM that it is attached to; 0: none
   bool isMounted = false;        // only storage
   std::int32_t networkType = 0;  // of a network device, as its client gave it
 };

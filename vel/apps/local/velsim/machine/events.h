@@ -33,7 +33,7 @@ struct DeviceEvent {
   Device device;
 };
 
-// The status of the printer says whether it was removed, and whether it is attached.
+// The status of the printer shows whether it was removed, and whether it is attached.
 struct PrinterEvent {
   Printer printer;
 };

@@ -16,7 +16,7 @@ struct Printer {
   std::uint64_t sourceId = 0;
   std::string name;
   DeviceStatus status = DeviceStatus::kAvailable;
-  VmNumber vm = 0;  // that it is attached to
+  VmNumber vm = 0;  // the VM that it is attached to; 0: none
   bool isNetwork = false;
   std::string address;  // of a network printer
   std::string extra;    // of a network printer, as its client gave it
