@@ -69,7 +69,7 @@ Service* service = nullptr;
 void fetchList(benchmark::State& state, std::size_t count, std::size_t size) {
   service->setList(count, size);
   qx::VelProxy* const proxy = qx::VelProxy::getInstance();
-  for (auto iteration : state) {
+  while (state.KeepRunning()) {
     std::list<CommonDevice*> devices = proxy->GetDeviceList("");
     if (devices.size() != count) {
       state.SkipWithError("the list has another length");
@@ -102,7 +102,7 @@ void sessions(benchmark::State& state) {
         names.back(), [](unsigned short, void*, void*) { return 0; }, nullptr);
     proxy->GetVmIdInt(names.back());
   }
-  for (auto iteration : state) {
+  while (state.KeepRunning()) {
     for (const std::string& name : names) {
       connectDevice(state, name);
     }
@@ -152,7 +152,7 @@ void callbacks(benchmark::State& state) {
         },
         &each);
   }
-  for (auto iteration : state) {
+  while (state.KeepRunning()) {
     service->emitEvent();
     arrivals.wait();
   }
@@ -160,8 +160,9 @@ void callbacks(benchmark::State& state) {
 }
 
 void threads(benchmark::State& state) {
-  for (auto iteration : state) {
+  while (state.KeepRunning()) {
     std::vector<std::thread> callers;
+    callers.reserve(static_cast<std::size_t>(state.range(0)));
     for (int i = 0; i < state.range(0); ++i) {
       callers.emplace_back([] {
         for (int call = 0; call < kCallsOfAThread; ++call) {

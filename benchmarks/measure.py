@@ -76,6 +76,7 @@ class Buses:
         self.folder = tempfile.mkdtemp(prefix="velproxy-bench.")
         self.started = []
         self.addresses = {}
+        self.errors = self.path("errors")
         self.environment = dict(os.environ, QX_APP_DATA=os.path.join(self.folder, "data"))
 
     def __enter__(self):
@@ -94,13 +95,15 @@ class Buses:
 
     def _start(self, *words):
         """Starts a program that writes one line when it is ready."""
-        process = subprocess.Popen(
-            ["taskset", "--cpu-list", self.cpus, *words], stdin=subprocess.PIPE,
-            stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, env=self.environment)
+        with open(self.errors, "w", encoding="utf-8") as errors:
+            process = subprocess.Popen(
+                ["taskset", "--cpu-list", self.cpus, *words], stdin=subprocess.PIPE,
+                stdout=subprocess.PIPE, stderr=errors, text=True, env=self.environment)
         self.started.append(process)
         if not process.stdout.readline():
-            reason = process.stderr.readlines()
-            raise Failed(reason[-1].strip() if reason else f"{words[0]} has ended")
+            with open(self.errors, encoding="utf-8") as errors:
+                reason = "; ".join(errors.read().split("\n")).strip("; ")
+            raise Failed(reason or f"{os.path.basename(words[0])} has ended")
 
     def _start_own(self, program, *arguments):
         self._start(os.path.join(self.programs, program), *arguments)

@@ -36,7 +36,7 @@ constexpr int kRepetitions = 9;
 void skeleton(benchmark::State& state) {
   qx::VelProxy* const proxy = qx::VelProxy::getInstance();
   proxy->GetVmIdInt(kVmName);
-  for (auto iteration : state) {
+  while (state.KeepRunning()) {
     benchmark::DoNotOptimize(proxy->ConnectDevice(kVmName, 12));
   }
 }
@@ -47,7 +47,7 @@ void list(benchmark::State& state) {
   reply.insert(reply.end(), kRecords, instant::Bytes(kRecordSize, 1));
   instant::answer("getDeviceList", std::move(reply));
   qx::VelProxy* const proxy = qx::VelProxy::getInstance();
-  for (auto iteration : state) {
+  while (state.KeepRunning()) {
     std::list<CommonDevice*> devices = proxy->GetDeviceList(kVmName);
     if (devices.size() != kRecords) {
       state.SkipWithError("the list has another length");
@@ -70,7 +70,7 @@ void event(benchmark::State& state) {
   const auto message = instant::messageOf(
       {std::int32_t{0}, static_cast<std::int32_t>(velprotocol::EventCode::kDevicePlugged),
        instant::Bytes(kRecordSize, 1)});
-  for (auto iteration : state) {
+  while (state.KeepRunning()) {
     proxy->HandleEvent(message);
   }
   proxy->UnregisterDeviceCallback(&received);

@@ -127,8 +127,11 @@ class BarePeer : public peers::Peer {
 };
 
 void serveClient(int client) {
-  std::vector<char> bytes(kListSize, peers::kRecordByte);
-  bytes[0] = peers::kStatus;
+  std::vector<char> bytes(kAnswerSize, peers::kStatus);
+  const std::vector<unsigned char> record = peers::newRecord();
+  for (int i = 0; i < peers::kRecords; ++i) {
+    bytes.insert(bytes.end(), record.begin(), record.end());
+  }
   char request[kRequestSize];
   while (readAll(client, request, sizeof request)) {
     int count = 0;

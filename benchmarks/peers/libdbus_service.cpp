@@ -59,8 +59,7 @@ class Service {
   }
 
  private:
-  std::vector<unsigned char> record_ =
-      std::vector<unsigned char>(peers::kRecordSize, peers::kRecordByte);
+  std::vector<unsigned char> record_ = peers::newRecord();
 };
 
 DBusHandlerResult filter(DBusConnection* connection, DBusMessage* message, void* service) {

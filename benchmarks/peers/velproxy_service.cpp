@@ -16,7 +16,7 @@
 namespace {
 
 void serve(const std::string& address) {
-  const qxbus::Bytes record(peers::kRecordSize, peers::kRecordByte);
+  const qxbus::Bytes record = peers::newRecord();
   qxbus::Values list = {std::int32_t{peers::kRecords}};
   list.insert(list.end(), std::size_t{peers::kRecords}, record);
   const qxbus::Values event = {std::int32_t{0}, std::int32_t{peers::kDevicePlugged}, record};

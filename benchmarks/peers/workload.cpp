@@ -101,19 +101,22 @@ void takeEvents(Peer& peer, int count) {
   const Clock::time_point start = Clock::now();
   peer.events(count, onRecord);
   const double seconds = Seconds(Clock::now() - start).count();
-  check(bytes == static_cast<std::size_t>(count) * kRecordSize && sum == count * kRecordByte,
+  check(bytes == static_cast<std::size_t>(count) * kRecordSize &&
+            sum == static_cast<long>(count) * kRecordByte,
         "an event had another record");
   report(count, seconds);
 }
 
 void callFromThreads(const Address& address, int count, const Connect& connect, bool sharesOne) {
   std::vector<std::shared_ptr<Peer>> connections;
+  connections.reserve(kThreads);
   for (int i = 0; i < kThreads; ++i) {
     connections.push_back(sharesOne && i > 0 ? connections.front()
                                              : std::shared_ptr<Peer>(connect(address)));
     callOnce(*connections.back());
   }
   std::vector<std::thread> threads;
+  threads.reserve(connections.size());
   std::vector<Laps> laps(connections.size(), Laps(count));
   const Clock::time_point start = Clock::now();
   for (std::size_t i = 0; i < connections.size(); ++i) {
@@ -135,6 +138,16 @@ void callFromThreads(const Address& address, int count, const Connect& connect, 
 }
 
 }  // namespace
+
+std::vector<unsigned char> newRecord() {
+  constexpr std::size_t kNameOffset = 296;
+  constexpr std::size_t kNameSize = 128;
+  constexpr char kName[] = "Front camera";
+  std::vector<unsigned char> record(kRecordSize, kRecordByte);
+  std::memset(&record[kNameOffset], 0, kNameSize);
+  std::memcpy(&record[kNameOffset], kName, sizeof kName);
+  return record;
+}
 
 void FreeRecord::operator()(void* record) const {
   std::free(record);

@@ -23,6 +23,7 @@
 #include <list>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace peers {
 
@@ -36,10 +37,14 @@ constexpr short kDevice = 12;
 constexpr int kStatus = 0;
 constexpr int kRecords = 64;
 constexpr std::size_t kRecordSize = 808;
-constexpr unsigned char kRecordByte = 1;  // each byte of a record
+constexpr unsigned char kRecordByte = 1;  // the first and the last byte of a record, among others
 constexpr int kDevicePlugged = 4;         // the code of the events
 constexpr int kThreads = 8;
 constexpr int kTimeoutMs = 3000;
+
+// The record that every service sends: a device with a name as devices have it, because a client
+// may log the name.
+std::vector<unsigned char> newRecord();
 
 // A record in memory of its own.
 struct FreeRecord {
