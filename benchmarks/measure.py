@@ -173,7 +173,8 @@ def one_round(buses, route, peer, column, counts):
 
 
 def compare_on(build, cpus, routes, peers, columns, rounds, counts, skipped):
-    """The rows of one set of processors. Peers and routes take turns, in another order each round."""
+    """The rows of one set of processors. Peers and routes take turns; each round begins with
+    another one."""
     figures = {}
     with Buses(build, cpus) as buses:
         present = []
@@ -273,7 +274,8 @@ def in_process(build, is_quick):
     rows = {}
     for program, has_one_thread in PROGRAMS.items():
         print(f"  {program}_bench", file=sys.stderr)
-        for entry in run_program(build, program, 0.02 if is_quick else 0.2, cpus="0" if has_one_thread else None):
+        cpus = "0" if has_one_thread else None
+        for entry in run_program(build, program, 0.02 if is_quick else 0.2, cpus=cpus):
             threads = entry["threads"]
             name = entry["run_name"].split("/")[0] + (f", {threads} threads" if threads > 1 else "")
             time = entry["real_time" if "real_time" in entry["run_name"] else "cpu_time"]

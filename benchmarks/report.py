@@ -9,8 +9,8 @@ TITLES = {
     "direct": "direct, to our service",
     "direct-libdbus": "direct, to a libdbus service",
 }
-# Both steeper than this is worse than linear, which is 2 and 10; a measurement varies, and where the
-# work outgrows a cache one of them has a step.
+# Both steeper than this is worse than linear, which is 2 and 10; a measurement varies, and where
+# the work outgrows a cache one of them has a step.
 MOST_LAST_DOUBLING, MOST_LAST_TENFOLD = 2.6, 13.0
 
 
@@ -19,13 +19,18 @@ def processors(cpus):
     return "1 processor" if count == 1 else f"{count} processors"
 
 
+def three_digits(value):
+    """12.3, 123, 1234: never as a power of ten."""
+    return f"{value:.{max(3 - len(str(int(value))), 0)}f}"
+
+
 def duration(seconds):
     if seconds is None:
         return "-"
     for unit, size in (("s", 1.0), ("ms", 1e-3), ("µs", 1e-6)):
         if seconds >= size:
-            return f"{seconds / size:.3g} {unit}"
-    return f"{seconds * 1e9:.3g} ns"
+            return f"{three_digits(seconds / size)} {unit}"
+    return f"{three_digits(seconds * 1e9)} ns"
 
 
 def ratio(row):
@@ -39,7 +44,7 @@ def absolute(row):
         return "-"
     if row["column"] not in RATES:
         return f"{duration(row['median'])}, p99 {duration(row['p99'])}"
-    rate = f"{row['median'] / 1000:.3g} k/s"
+    rate = f"{three_digits(row['median'] / 1000)} k/s"
     return rate if row["p99"] is None else f"{rate}, p99 {duration(row['p99'])}"
 
 
@@ -80,7 +85,8 @@ def growth_lines(curves):
         doubling, tenfold = curve["last_doubling"], curve["last_tenfold"]
         is_worse = doubling > MOST_LAST_DOUBLING and tenfold > MOST_LAST_TENFOLD
         lines.append([work_of(curve), f"{first[0]}: {duration(first[1])}", f"{last[0]}: {duration(last[1])}",
-                      f"{doubling:.1f}", f"{tenfold:.1f}", "worse than linear" if is_worse else ""])
+                      f"{doubling:.1f}", f"{tenfold:.1f}",
+                      "worse than linear" if is_worse else ""])
     return lines
 
 
