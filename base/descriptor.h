@@ -26,7 +26,11 @@ class Descriptor {
   }
 
   bool isOpen() const { return number_ >= 0; }
+  explicit operator bool() const { return isOpen(); }
+  // -1: none.
   int number() const { return number_; }
+  // Gives the descriptor up without closing it.
+  int release() { return std::exchange(number_, -1); }
 
  private:
   int number_ = -1;

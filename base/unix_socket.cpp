@@ -66,19 +66,6 @@ std::string pathFault(const std::string& path) {
   return "";
 }
 
-Socket::Socket(Socket&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
-
-Socket& Socket::operator=(Socket&& other) noexcept {
-  std::swap(descriptor_, other.descriptor_);
-  return *this;
-}
-
-Socket::~Socket() {
-  if (descriptor_ >= 0) {
-    ::close(descriptor_);
-  }
-}
-
 Socket newSocket() {
 #ifdef SOCK_CLOEXEC
   constexpr int kType = SOCK_STREAM | SOCK_CLOEXEC;
@@ -89,7 +76,7 @@ Socket newSocket() {
   if (!socket) {
     throw std::system_error(errno, std::generic_category(), "no socket");
   }
-  prepare(socket.descriptor());
+  prepare(socket.number());
   return socket;
 }
 
@@ -103,7 +90,7 @@ int connectTo(const Socket& socket, const std::string& path) {
 
 int connectTo(const Socket& socket, const sockaddr* address, socklen_t size) {
   const int result =
-      retriedWhenInterrupted([&] { return ::connect(socket.descriptor(), address, size); });
+      retriedWhenInterrupted([&] { return ::connect(socket.number(), address, size); });
   return result == 0 ? 0 : errno;
 }
 
@@ -111,23 +98,21 @@ std::optional<uid_t> peerUser(const Socket& socket) {
 #ifdef SO_PEERCRED
   struct ucred peer = {};
   socklen_t size = sizeof peer;
-  const bool isKnown =
-      ::getsockopt(socket.descriptor(), SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0;
+  const bool isKnown = ::getsockopt(socket.number(), SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0;
   return isKnown ? std::optional(peer.uid) : std::nullopt;
 #else
   uid_t user = 0;
   gid_t group = 0;
-  return ::getpeereid(socket.descriptor(), &user, &group) == 0 ? std::optional(user) : std::nullopt;
+  return ::getpeereid(socket.number(), &user, &group) == 0 ? std::optional(user) : std::nullopt;
 #endif
 }
 
 ssize_t sendSome(const Socket& socket, const unsigned char* bytes, std::size_t length) {
-  return retriedWhenInterrupted(
-      [&] { return ::send(socket.descriptor(), bytes, length, kNoSignal); });
+  return retriedWhenInterrupted([&] { return ::send(socket.number(), bytes, length, kNoSignal); });
 }
 
 ssize_t receiveSome(const Socket& socket, unsigned char* bytes, std::size_t length) {
-  return retriedWhenInterrupted([&] { return ::recv(socket.descriptor(), bytes, length, 0); });
+  return retriedWhenInterrupted([&] { return ::recv(socket.number(), bytes, length, 0); });
 }
 
 Listener::Listener(const std::string& path) : path_(path), socket_(newSocket()) {
@@ -140,7 +125,7 @@ Listener::Listener(const std::string& path) : path_(path), socket_(newSocket()) 
   // Before clients can connect: every user who may open the file may send.
   const bool isListening = ::lstat(path_.c_str(), &file) == 0 &&
                            ::chmod(path_.c_str(), S_IRUSR | S_IWUSR) == 0 &&
-                           ::listen(socket_.descriptor(), SOMAXCONN) == 0;
+                           ::listen(socket_.number(), SOMAXCONN) == 0;
   if (!isListening) {
     const int error = errno;
     ::unlink(path_.c_str());
@@ -160,8 +145,8 @@ Listener::~Listener() {
 void Listener::bind() {
   const sockaddr_un address = addressOf(path_);
   const auto bindOnce = [&] {
-    return ::bind(socket_.descriptor(), reinterpret_cast<const sockaddr*>(&address),
-                  sizeof address) == 0
+    return ::bind(socket_.number(), reinterpret_cast<const sockaddr*>(&address), sizeof address) ==
+                   0
                ? 0
                : errno;
   };
@@ -198,9 +183,9 @@ void Listener::removeStale() const {
 
 Socket Listener::accept() const {
   Socket client(
-      retriedWhenInterrupted([&] { return ::accept(socket_.descriptor(), nullptr, nullptr); }));
+      retriedWhenInterrupted([&] { return ::accept(socket_.number(), nullptr, nullptr); }));
   if (client) {
-    prepare(client.descriptor());
+    prepare(client.number());
   }
   return client;
 }

@@ -1,5 +1,4 @@
-// The pen port as a Unix stream socket, for both of its ends: a client that sends frames, and a far
-// end that reads them.
+// Unix stream sockets, for both ends: clients that connect, and listeners at a path.
 //
 // Sockets do not block, raise no SIGPIPE, and are closed in programs that are executed.
 //
@@ -15,27 +14,14 @@
 #include <sys/socket.h>
 #include <sys/types.h>
 
+#include "base/descriptor.h"
+
 namespace base {
 
 // The reason why no socket can have this path; empty when one can. (A check of a command line.)
 std::string pathFault(const std::string& path);
 
-// Owns a socket, or any other file descriptor.
-class Socket {
- public:
-  Socket() = default;
-  explicit Socket(int descriptor) : descriptor_(descriptor) {}
-  Socket(Socket&& other) noexcept;
-  Socket& operator=(Socket&& other) noexcept;
-  ~Socket();
-
-  // -1: none.
-  int descriptor() const { return descriptor_; }
-  explicit operator bool() const { return descriptor_ >= 0; }
-
- private:
-  int descriptor_ = -1;
-};
+using Socket = Descriptor;
 
 // Throws std::system_error when the system has no descriptor left.
 Socket newSocket();
@@ -67,7 +53,7 @@ class Listener {
   Listener& operator=(const Listener&) = delete;
 
   // Becomes readable when a client waits.
-  int descriptor() const { return socket_.descriptor(); }
+  int descriptor() const { return socket_.number(); }
   // The next client. Without a descriptor when none waits, or none can be accepted: see errno.
   Socket accept() const;
 

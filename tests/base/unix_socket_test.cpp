@@ -44,7 +44,7 @@ class ListenerTest : public testing::Test {
     address.sun_family = AF_UNIX;
     path.copy(address.sun_path, sizeof address.sun_path - 1);
     EXPECT_EQ(
-        ::bind(socket.descriptor(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
+        ::bind(socket.number(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
         0);
     return socket;
   }
@@ -113,7 +113,7 @@ TEST_F(ListenerTest, LeavesTheSocketOfAnotherListener) {
 
 TEST_F(ListenerTest, LeavesAListenerWithAFullQueue) {
   const Socket busy = boundSocket();
-  ASSERT_EQ(::listen(busy.descriptor(), 0), 0);
+  ASSERT_EQ(::listen(busy.number(), 0), 0);
   const Socket first = base::newSocket();
   ASSERT_EQ(base::connectTo(first, path), 0);
 #ifdef __linux__

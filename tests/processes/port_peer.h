@@ -75,7 +75,7 @@ class PortPeer {
   explicit PortPeer(base::Socket socket) : socket_(std::move(socket)) {}
 
   bool isReady(short event) {
-    pollfd polled = {socket_.descriptor(), event, 0};
+    pollfd polled = {socket_.number(), event, 0};
     return ::poll(&polled, 1, kPatienceSeconds * 1000) > 0;
   }
 

@@ -86,7 +86,7 @@ class Acceptor::Handshake : public Loop::Source {
   Handshake(std::shared_ptr<Core> acceptor, base::Socket socket, const std::string& guid)
       : acceptor_(std::move(acceptor)),
         socket_(std::move(socket)),
-        descriptor_(socket_.descriptor()),
+        descriptor_(socket_.number()),
         server_(admitted(socket_), guid),
         end_(Clock::now() + kHandshakeTime) {}
 

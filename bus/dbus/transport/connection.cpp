@@ -41,11 +41,12 @@ class Connection::Core : public Loop::Source {
       : loop_(std::move(loop)),
         isLast_(isLast),
         socket_(std::move(socket)),
-        descriptor_(socket_.descriptor()),
+        descriptor_(socket_.number()),
         hasBacklog_(!inbox.rest().empty()),
         inbox_(std::move(inbox)),
         handlers_(std::move(handlers)) {}
 
+  // A connection that cannot send is as good as gone, before the thread that reads finds its end.
   bool isOpen() const { return isOpen_ && !isBroken_; }
 
   std::uint32_t newSerial() {
@@ -85,7 +86,7 @@ class Connection::Core : public Loop::Source {
   }
   void onReady(short events) override;
   Clock::time_point due() const override {
-    if (hasBacklog_) {
+    if (hasBacklog_ || isTaken_) {
       return Clock::time_point::min();
     }
     const platform::MutexLock lock(callMutex_);
@@ -106,7 +107,7 @@ class Connection::Core : public Loop::Source {
   }
 
   bool flush() QX_REQUIRES(outMutex_);
-  void breakOff() QX_REQUIRES(outMutex_);
+  void breakOff(int error) QX_REQUIRES(outMutex_);
   void read();
   void takeMessages();
   void sort(std::vector<Received>* read);
@@ -117,8 +118,9 @@ class Connection::Core : public Loop::Source {
   base::Socket socket_;
   std::atomic<int> descriptor_;
   std::atomic<bool> isOpen_{true};
-  // Nothing can be sent any more. The thread that reads has yet to find the end.
   std::atomic<bool> isBroken_{false};
+  // The program has closed the descriptor, whose number may be another's by now.
+  std::atomic<bool> isTaken_{false};
   std::atomic<bool> isClosing_{false};
   std::atomic<bool> hasUnsent_{false};
   std::atomic<std::uint32_t> lastSerial_{0};
@@ -130,7 +132,10 @@ class Connection::Core : public Loop::Source {
   Handlers handlers_;
 
   platform::Mutex outMutex_;
+  // The first flushed_ bytes have been sent. They go when they are half of all, so that a long
+  // backlog does not move with every write.
   std::string unsent_ QX_GUARDED_BY(outMutex_);
+  std::size_t flushed_ QX_GUARDED_BY(outMutex_) = 0;
 
   mutable platform::Mutex callMutex_;
   std::unordered_map<std::uint32_t, Pending> pending_ QX_GUARDED_BY(callMutex_);
@@ -146,7 +151,7 @@ bool Connection::Core::send(std::string_view bytes) {
   if (unsent_.empty()) {
     const ssize_t sent = base::sendSome(socket_, bytesOf(bytes.data()), bytes.size());
     if (sent < 0 && !base::wouldBlock(errno)) {
-      breakOff();
+      breakOff(errno);
       return false;
     }
     bytes.remove_prefix(sent > 0 ? static_cast<std::size_t>(sent) : 0);
@@ -161,8 +166,8 @@ bool Connection::Core::send(std::string_view bytes) {
     }
   }
   hasUnsent_ = !unsent_.empty();
-  if (unsent_.size() > kMostUnsent) {
-    ::shutdown(socket_.descriptor(), SHUT_RDWR);
+  if (unsent_.size() - flushed_ > kMostUnsent) {
+    ::shutdown(socket_.number(), SHUT_RDWR);
     return false;
   }
   if (hasUnsent_) {
@@ -172,29 +177,37 @@ bool Connection::Core::send(std::string_view bytes) {
 }
 
 // The thread that reads finds the end, and what came before it.
-void Connection::Core::breakOff() {
+void Connection::Core::breakOff(int error) {
   isBroken_ = true;
-  ::shutdown(socket_.descriptor(), SHUT_WR);
+  if (error == EBADF) {
+    isTaken_ = true;
+    loop_->wake();
+  } else {
+    ::shutdown(socket_.number(), SHUT_WR);
+  }
   unsent_.clear();
+  flushed_ = 0;
   hasUnsent_ = false;
 }
 
 // Sends what has been left, as far as the socket takes it. False when the socket is broken.
 bool Connection::Core::flush() {
-  std::size_t done = 0;
-  while (done < unsent_.size()) {
+  while (flushed_ < unsent_.size()) {
     const ssize_t sent =
-        base::sendSome(socket_, bytesOf(unsent_.data() + done), unsent_.size() - done);
+        base::sendSome(socket_, bytesOf(unsent_.data() + flushed_), unsent_.size() - flushed_);
     if (sent < 0) {
       if (base::wouldBlock(errno)) {
         break;
       }
-      breakOff();
+      breakOff(errno);
       return false;
     }
-    done += static_cast<std::size_t>(sent);
+    flushed_ += static_cast<std::size_t>(sent);
   }
-  unsent_.erase(0, done);
+  if (flushed_ >= unsent_.size() - flushed_) {
+    unsent_.erase(0, flushed_);
+    flushed_ = 0;
+  }
   hasUnsent_ = !unsent_.empty();
   return true;
 }
@@ -243,8 +256,8 @@ void Connection::Core::onReady(short events) {
   if (!isOpen_) {
     return;
   }
-  // POLLNVAL: the descriptor was closed under the connection.
-  if ((events & POLLNVAL) != 0) {
+  isTaken_ = isTaken_ || (events & POLLNVAL) != 0;
+  if (isTaken_) {
     end();
     return;
   }
@@ -285,7 +298,7 @@ void Connection::Core::onTime() {
   for (auto& [call, outcome] : finished) {
     finish(*loop_, &call, std::move(outcome));
   }
-  if (isOver && isOpen_) {
+  if ((isOver || isTaken_) && isOpen_) {
     end();
   }
 }
@@ -371,8 +384,12 @@ void Connection::Core::end() {
   {
     const platform::MutexLock lock(outMutex_);
     descriptor_ = -1;
+    if (isTaken_) {
+      socket_.release();
+    }
     socket_ = base::Socket();
     unsent_.clear();
+    flushed_ = 0;
     hasUnsent_ = false;
   }
   std::unordered_map<std::uint32_t, Pending> abandoned;

@@ -39,7 +39,7 @@ int millisecondsUntil(Clock::time_point deadline) {
 // False at the deadline.
 bool waitFor(const base::Socket& socket, short events, Clock::time_point deadline) {
   do {
-    pollfd polled = {socket.descriptor(), events, 0};
+    pollfd polled = {socket.number(), events, 0};
     if (::poll(&polled, 1, millisecondsUntil(deadline)) > 0) {
       return true;
     }

@@ -124,7 +124,7 @@ bool PortConnection::sendSome() {
 void PortConnection::poll(short events, Clock::time_point deadline) const {
   // Without events even a socket without a connection would end the wait.
   pollfd polled[] = {{stop_.readEnd(), POLLIN, 0},
-                     {events == 0 ? -1 : socket_.descriptor(), events, 0}};
+                     {events == 0 ? -1 : socket_.number(), events, 0}};
   ::poll(polled, std::size(polled), millisecondsUntil(deadline));
   if (polled[0].revents != 0) {
     throw Interrupted();

@@ -55,7 +55,7 @@ void PenPort::run() {
     };
     const std::size_t firstClient = polled.size();
     for (const Client& client : clients_) {
-      polled.push_back({client.socket.descriptor(), POLLIN, 0});
+      polled.push_back({client.socket.number(), POLLIN, 0});
     }
     const int ready = ::poll(polled.data(), static_cast<nfds_t>(polled.size()),
                              isBackingOff_ ? kAcceptBackoffMs : -1);
