@@ -8,11 +8,20 @@
 namespace base {
 namespace {
 
-bool isPrintableAscii(char c) {
+bool isGraphic(char c) {
   return c >= 0x20 && c < 0x7F;
 }
 
 }  // namespace
+
+bool isPrintableAscii(std::string_view text) {
+  // All characters, so that the compiler can take many at once.
+  bool isPrintable = true;
+  for (const char c : text) {
+    isPrintable = isPrintable & isGraphic(c);
+  }
+  return isPrintable;
+}
 
 bool isPrintable(const Utf8Character& character) {
   const char32_t code = character.code;
@@ -26,8 +35,7 @@ std::string printable(std::string_view text, std::string_view kept) {
   std::string shown;
   shown.reserve(text.size());
   while (!text.empty()) {
-    // The fast path: most texts are one run of ASCII, and every line of the log is escaped.
-    const auto* const end = std::find_if_not(text.begin(), text.end(), isPrintableAscii);
+    const auto* const end = std::find_if_not(text.begin(), text.end(), isGraphic);
     const auto run = static_cast<std::size_t>(end - text.begin());
     shown += text.substr(0, run);
     text.remove_prefix(run);

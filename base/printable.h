@@ -14,6 +14,9 @@ namespace base {
 // of the text behind them, and bytes that are not UTF-8.
 bool isPrintable(const Utf8Character& character);
 
+// Whether a text is printable ASCII: most texts are, and need no printable().
+bool isPrintableAscii(std::string_view text);
+
 // The text with each byte of an unprintable character as \x and two digits: "a\x1b[2J". Characters
 // in kept, all of them ASCII, stay as they are.
 std::string printable(std::string_view text, std::string_view kept = {});

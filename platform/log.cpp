@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include <pthread.h>
+#include <unistd.h>
 
 #include <spdlog/pattern_formatter.h>
 
@@ -22,11 +23,14 @@ namespace {
 constexpr int kDebugLevel = 5;
 constexpr int kErrorLevel = 7;
 constexpr int kOff = 1000;
-constexpr std::size_t kUsualLength = 256;
+constexpr std::size_t kUsualLength = 512;
 
 constexpr char kLevelVariable[] = "QX_LOG_LEVEL";
-// Date and time, process, thread, level, tag and text.
-constexpr char kLine[] = "%Y-%m-%d %H:%M:%S.%e %P %t %l [%n] %v";
+// Date and time, process, thread, level, tag and text. The number of the process is written into
+// the pattern: asking for it takes a system call.
+std::string linePattern() {
+  return "%Y-%m-%d %H:%M:%S.%e " + std::to_string(::getpid()) + " %t %l [%n] %v";
+}
 
 int levelFromEnvironment() {
   const char* const given = std::getenv(kLevelVariable);
@@ -57,8 +61,9 @@ struct Log {
   std::string latestRefusal QX_GUARDED_BY(mutex);
   bool isExiting QX_GUARDED_BY(mutex) = false;
   // spdlog knows local time and the number of a thread on each system. POSIX has no such number.
-  spdlog::pattern_formatter formatter QX_GUARDED_BY(mutex){kLine, spdlog::pattern_time_type::local,
-                                                           "\n"};
+  spdlog::pattern_formatter formatter QX_GUARDED_BY(mutex){linePattern(),
+                                                           spdlog::pattern_time_type::local, "\n"};
+  bool isInNewProcess QX_GUARDED_BY(mutex) = false;
 };
 
 // Never destroyed: lines are written as late as the destructors of other statics.
@@ -92,6 +97,7 @@ void afterForkInChild() QX_NO_THREAD_SAFETY_ANALYSIS {
   if (theLog().file) {
     theLog().file->discard();
   }
+  theLog().isInNewProcess = true;
   theLog().mutex.unlock();
 }
 
@@ -112,37 +118,61 @@ spdlog::level::level_enum spdlogLevel(int level) {
 }
 
 // The C libraries of Linux, macOS and the BSDs all print "(null)" for a null %s.
-std::string formatted(const char* format, va_list arguments) {
-  std::string text(kUsualLength, '\0');
-  va_list again;
-  va_copy(again, arguments);
-  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the caller has started it.
-  const int length = std::vsnprintf(text.data(), text.size(), format, again);
-  va_end(again);
-  if (length < 0) {
-    return format;
+class Message {
+ public:
+  Message(const char* format, va_list arguments) {
+    va_list again;
+    va_copy(again, arguments);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the caller has started it.
+    const int length = std::vsnprintf(usual_, sizeof usual_, format, again);
+    va_end(again);
+    if (length < 0) {
+      text_ = format;
+      return;
+    }
+    const auto size = static_cast<std::size_t>(length);
+    if (size < sizeof usual_) {
+      text_ = {usual_, size};
+    } else {
+      long_.resize(size + 1);
+      std::vsnprintf(long_.data(), long_.size(), format, arguments);
+      text_ = {long_.data(), size};
+    }
+    // The service chooses the names in a message. A newline in a name would forge a line, and a
+    // terminal that shows the log would interpret other control characters.
+    if (!base::isPrintableAscii(text_)) {
+      long_ = base::printable(text_);
+      text_ = long_;
+    }
   }
-  const bool isCut = static_cast<std::size_t>(length) >= text.size();
-  text.resize(static_cast<std::size_t>(length) + 1);
-  if (isCut) {
-    std::vsnprintf(text.data(), text.size(), format, arguments);
-  }
-  text.pop_back();
-  return text;
-}
+  Message(const Message&) = delete;
+  Message& operator=(const Message&) = delete;
+
+  std::string_view text() const { return text_; }
+
+ private:
+  char usual_[kUsualLength];
+  std::string long_;
+  std::string_view text_;
+};
 
 void writeToStandardError(const std::string& line) {
   std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
 // Without a file, errors go to standard error.
-void write(int level, std::string_view tag, const std::string& text) {
+void write(int level, std::string_view tag, std::string_view text) {
   {
     Log& log = theLog();
     const platform::MutexLock lock(log.mutex);
     if (log.file) {
+      if (log.isInNewProcess) {
+        log.formatter.set_pattern(linePattern());
+        log.isInNewProcess = false;
+      }
       spdlog::memory_buf_t line;
-      log.formatter.format({{tag.data(), tag.size()}, spdlogLevel(level), text}, line);
+      log.formatter.format(
+          {{tag.data(), tag.size()}, spdlogLevel(level), {text.data(), text.size()}}, line);
       log.file->append({line.data(), line.size()});
       if (level >= kErrorLevel || log.isExiting) {
         log.file->flush();
@@ -191,9 +221,7 @@ extern "C" void norvoLogPrint(int /*channel*/, int level, const char* tag, const
   va_list arguments;
   va_start(arguments, format);
   try {
-    // The service chooses the names in a message. A newline in a name would forge a line, and a
-    // terminal that shows the log would interpret other control characters.
-    write(level, tag ? tag : "", base::printable(formatted(format, arguments)));
+    write(level, tag ? tag : "", Message(format, arguments).text());
   } catch (const std::exception&) {
     // A line that cannot be written is dropped: logging must not fail its caller.
   }

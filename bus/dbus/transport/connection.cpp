@@ -337,6 +337,7 @@ void Connection::Core::sort(std::vector<Received>* read) {
   Finished finished;
   std::vector<Received> messages;
   bool isFaulty = false;
+  bool hasEvents = false;
   for (Received& received : *read) {
     const wire::Header& header = received.header();
     const bool isReply =
@@ -351,6 +352,7 @@ void Connection::Core::sort(std::vector<Received>* read) {
       break;
     }
     if (!isReply) {
+      hasEvents = hasEvents || header.type == wire::MessageType::kSignal;
       messages.push_back(std::move(received));
       continue;
     }
@@ -368,6 +370,9 @@ void Connection::Core::sort(std::vector<Received>* read) {
   // Events first: a caller may look for what came before its reply.
   if (!messages.empty()) {
     handlers_.onMessages(std::move(messages));
+  }
+  if (hasEvents) {
+    loop_->letEventsGather();
   }
   for (auto& [call, outcome] : finished) {
     finish(*loop_, &call, std::move(outcome));

@@ -9,11 +9,19 @@
 namespace qxbus {
 namespace {
 
-// How long the turn stays free for a caller that is about to call again. An event that arrives then
-// waits as long at most. Calls in a row are some tens of microseconds apart.
+// How long the turn stays free for a caller that is about to call again. Calls in a row are some
+// tens of microseconds apart.
 constexpr std::chrono::microseconds kRest{500};
+// How often the loop's thread looks whether the callers have left the turn free: less and less
+// often while they go on. An event that arrives behind the last call waits as long at most.
+constexpr std::chrono::microseconds kLongestRest{2000};
 // After so many rests with the same thread reading, the loop's thread waits to be woken.
-constexpr int kRestsBeforeSleep = 20;
+constexpr int kRestsBeforeSleep = 10;
+
+// Events that follow each other faster than this are a stream.
+constexpr std::chrono::milliseconds kStream{1};
+// How long an event of a stream may wait for others.
+constexpr std::chrono::microseconds kGathering{300};
 
 int pollTimeout(Clock::time_point deadline) {
   if (deadline == Clock::time_point::max()) {
@@ -135,13 +143,15 @@ void Loop::runWhenIdle() {
   platform::MutexLock lock(mutex_);
   unsigned long turnsSeen = 0;
   int rests = 0;
+  std::chrono::microseconds rest = kRest;
   while (!isStopped_) {
     const Clock::time_point restEnd = lastTurn_ + kRest;
     if (isTaken_ || !waiting_.empty() || Clock::now() < restEnd) {
       rests = turns_ == turnsSeen && isTaken_ ? rests + 1 : 0;
+      rest = turns_ == turnsSeen ? kRest : std::min(2 * rest, kLongestRest);
       turnsSeen = turns_;
       if (rests < kRestsBeforeSleep) {
-        free_.waitUntil(lock, std::max(restEnd, Clock::now() + kRest));
+        free_.waitUntil(lock, std::max(restEnd, Clock::now() + rest));
       } else {
         isAsleep_ = true;
         while (isAsleep_ && !isStopped_) {
@@ -154,15 +164,28 @@ void Loop::runWhenIdle() {
     }
     takeTurn();
     lock.unlock();
+    hasReadEvents_ = false;
     step(Clock::time_point::max());
+    const bool hasReadEvents = hasReadEvents_;
     lock.lock();
     isTaken_ = false;
     passOn();
+    if (hasReadEvents) {
+      gather(lock);
+    }
   }
   // Sources hold their loop.
   const std::vector<std::shared_ptr<Source>> ended = std::move(sources_);
   sources_.clear();
   lock.unlock();
+}
+
+void Loop::gather(platform::MutexLock& lock) {
+  const Clock::time_point now = Clock::now();
+  if (now - lastEvents_ < kStream && !isStopped_) {
+    free_.waitUntil(lock, now + kGathering);
+  }
+  lastEvents_ = now;
 }
 
 Clock::time_point Loop::collect(std::vector<std::shared_ptr<Source>>* sources) {

@@ -7,6 +7,9 @@
 // turn to one of them. The loop's thread takes the turn when it has been free for a moment (kRest):
 // by then no caller is about to call again, and events must not wait for one.
 //
+// When events come in a stream, the loop's thread reads only every kGathering, with the turn free
+// meanwhile: what has gathered costs one wake-up of each thread instead of one for each event.
+//
 // THREADS   Any thread may call any member. Sources are called by one thread at a time, the one
 // that
 //           has the turn, with no lock held.
@@ -69,6 +72,8 @@ class Loop : public std::enable_shared_from_this<Loop> {
   void add(std::shared_ptr<Source> source);
   // The answers of a source (events, due, descriptor) have changed.
   void wake() { wake_.wake(); }
+  // For a source: it has read events. More of them may wait until some have gathered.
+  void letEventsGather() { hasReadEvents_ = true; }
   // Ends the thread, as soon as it has no work; callers may still wait.
   void stop();
   // The same, as soon as no source is left.
@@ -85,6 +90,7 @@ class Loop : public std::enable_shared_from_this<Loop> {
   Loop() = default;
 
   void runWhenIdle();
+  void gather(platform::MutexLock& lock) QX_REQUIRES(mutex_);
   void takeTurn() QX_REQUIRES(mutex_);
   void step(Clock::time_point deadline);
   Clock::time_point collect(std::vector<std::shared_ptr<Source>>* sources);
@@ -94,6 +100,8 @@ class Loop : public std::enable_shared_from_this<Loop> {
   // Used by the thread that has the turn.
   std::vector<pollfd> polled_;
   std::vector<std::shared_ptr<Source>> polledSources_;
+  bool hasReadEvents_ = false;
+  Clock::time_point lastEvents_ = {};  // for the loop's own thread
 
   mutable platform::Mutex mutex_;
   std::vector<std::shared_ptr<Source>> sources_ QX_GUARDED_BY(mutex_);
