@@ -22,12 +22,13 @@ constexpr std::size_t kMostUnidentified = std::size_t{16} * 1024 * 1024;
 // Memory of a signal besides its bytes.
 constexpr std::size_t kSignalOverhead = 512;
 
-std::string broadcastRule(const std::string& name) {
-  return std::string("type='signal',interface='") + kBroadcastInterface + "',member='" + name + "'";
-}
-
 std::size_t sizeOf(const Received& message) {
   return message.message.body.size() + kSignalOverhead;
+}
+
+// Every link asks for all of them: a listener needs no rule of its own, and no wait for one.
+std::string broadcastRule() {
+  return std::string("type='signal',interface='") + kBroadcastInterface + "'";
 }
 
 bool isBroadcast(const wire::Header& header) {
@@ -158,23 +159,14 @@ Connection::Handlers Client::handlersOf(const std::weak_ptr<Link>& link) {
 Client::Linked Client::linkAnew(const std::string& service, Route* route,
                                 Clock::time_point deadline) {
   const Linked linked = Link::connect(
-      address_, service, [this](const std::weak_ptr<Link>& link) { return handlersOf(link); },
-      deadline);
+      address_, service, broadcastRule(),
+      [this](const std::weak_ptr<Link>& link) { return handlersOf(link); }, deadline);
   if (!linked) {
     return linked;
   }
-  std::vector<std::string> rules;
-  {
-    const platform::MutexLock lock(mutex_);
-    route->link = *linked;
-    unidentified_.clear();
-    rules = broadcastRules_;
-  }
-  for (const std::string& rule : rules) {
-    if (const auto added = (*linked)->addMatch(rule, deadline); !added) {
-      logError("broadcast events will not arrive: " + added.reason());
-    }
-  }
+  const platform::MutexLock lock(mutex_);
+  route->link = *linked;
+  unidentified_.clear();
   return linked;
 }
 
@@ -248,29 +240,6 @@ void Client::addBroadcastListener(const std::string& name, QXBusEventCallback* l
     return;
   }
   broadcastListeners_.add(name, listener, flags);
-  const std::string rule = broadcastRule(name);
-  std::vector<std::shared_ptr<Link>> links;
-  {
-    const platform::MutexLock lock(mutex_);
-    // One rule serves every listener of the name; a new connection takes it over.
-    if (std::find(broadcastRules_.begin(), broadcastRules_.end(), rule) != broadcastRules_.end()) {
-      return;
-    }
-    broadcastRules_.push_back(rule);
-    for (const auto& [service, route] : routes_) {
-      links.push_back(route->link);
-    }
-  }
-  for (const std::shared_ptr<Link>& link : links) {
-    if (!link || !link->isOpen()) {
-      continue;
-    }
-    const auto added = link->addMatch(rule, deadlineAfter(kBusTimeoutMs));
-    // The next link takes over the rules of one that is lost.
-    if (!added && link->isOpen()) {
-      logError("broadcast events " + base::quoted(name) + " will not arrive: " + added.reason());
-    }
-  }
 }
 
 // --- On the thread that reads --------------------------------------------------------------------

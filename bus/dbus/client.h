@@ -110,7 +110,6 @@ class Client : public std::enable_shared_from_this<Client> {
   platform::Mutex mutex_;
   // By service; all of them share one when a bus is in between.
   std::map<std::string, std::shared_ptr<Route>> routes_ QX_GUARDED_BY(mutex_);
-  std::vector<std::string> broadcastRules_ QX_GUARDED_BY(mutex_);
   std::vector<std::weak_ptr<ServiceHandle>> handles_ QX_GUARDED_BY(mutex_);
   // By unique name, on the bus.
   std::map<std::string, Unidentified, std::less<>> unidentified_ QX_GUARDED_BY(mutex_);

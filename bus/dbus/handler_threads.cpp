@@ -6,30 +6,22 @@
 namespace qxbus {
 namespace {
 
-constexpr char kDeathThread[] = "qxbus-death";
 // Retry interval when no thread could be created.
 constexpr std::chrono::milliseconds kThreadRetry{100};
 
 }  // namespace
 
 HandlerThreads::HandlerThreads()
-    : events_("qxbus-event"), completions_("qxbus-done"), deaths_(kDeathThread) {}
+    : starter_(kDeathThread),
+      events_([this](const std::function<void()>& run) { start("qxbus-event", run); }),
+      completions_([this](const std::function<void()>& run) { start("qxbus-done", run); }) {}
 
-base::Result<void> HandlerThreads::started() const {
-  for (const Worker* const worker : {&events_, &completions_, &deaths_}) {
-    if (!worker->started()) {
-      return worker->started();
-    }
-  }
-  return {};
-}
-
-void HandlerThreads::runDeath(const std::function<void()>& report) {
-  if (startDetached(kDeathThread, report)) {
+void HandlerThreads::start(const char* name, const std::function<void()>& task) {
+  if (startDetached(name, task)) {
     return;
   }
-  deaths_.post([report] {
-    while (!startDetached(kDeathThread, report)) {
+  starter_.post([name, task] {
+    while (!startDetached(name, task)) {
       std::this_thread::sleep_for(kThreadRetry);
     }
   });

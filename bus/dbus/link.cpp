@@ -1,6 +1,7 @@
 #include "bus/dbus/link.h"
 
 #include <cstdint>
+#include <list>
 #include <utility>
 #include <variant>
 
@@ -80,9 +81,26 @@ base::Result<Received> replyOf(Outcome outcome) {
   }
 }
 
+// A call of the daemon that has been sent. Several may be on their way at once.
+class Question {
+ public:
+  Question(Connection& connection, wire::MessageWriter call) : connection_(connection) {
+    connection_.start(&call, kDaemonName, &call_);
+  }
+
+  // To be called once, before the question is destroyed.
+  base::Result<Received> answer(Clock::time_point deadline) {
+    return replyOf(connection_.await(&call_, deadline));
+  }
+
+ private:
+  Connection& connection_;
+  Connection::Call call_;
+};
+
 base::Result<Received> ask(Connection& connection, wire::MessageWriter call,
                            Clock::time_point deadline) {
-  return replyOf(connection.call(&call, kDaemonName, deadline));
+  return Question(connection, std::move(call)).answer(deadline);
 }
 
 // The first argument, if it is of the type.
@@ -131,14 +149,16 @@ std::string refusalOf(std::optional<uid_t> user) {
 // --- Connecting ----------------------------------------------------------------------------------
 
 base::Result<std::shared_ptr<Link>> Link::connect(std::string address, const std::string& service,
+                                                  const std::string& rule,
                                                   const MakeHandlers& makeHandlers,
                                                   Clock::time_point deadline) {
-  auto connected = attempt(std::move(address), service, makeHandlers, deadline);
+  auto connected = attempt(std::move(address), service, rule, makeHandlers, deadline);
   setBusFailure(connected.reason());
   return connected;
 }
 
 base::Result<std::shared_ptr<Link>> Link::attempt(std::string address, const std::string& service,
+                                                  const std::string& rule,
                                                   const MakeHandlers& makeHandlers,
                                                   Clock::time_point deadline) {
   if (address.empty()) {
@@ -148,7 +168,7 @@ base::Result<std::shared_ptr<Link>> Link::attempt(std::string address, const std
   const std::string socket = isDirect ? directSocket(address, service) : "";
   const std::string place = isDirect ? "unix:path=" + wire::escaped(socket) : address;
   const std::shared_ptr<Link> link(new Link(isDirect));
-  if (const auto opened = link->open(place, makeHandlers, link, deadline); !opened) {
+  if (const auto opened = link->open(place, rule, makeHandlers, link, deadline); !opened) {
     return base::Failed{
         (isDirect ? "no service listens at " + socket : "no connection to the bus at " + address) +
         ": " + opened.reason()};
@@ -156,18 +176,28 @@ base::Result<std::shared_ptr<Link>> Link::attempt(std::string address, const std
   return link;
 }
 
-base::Result<void> Link::open(const std::string& address, const MakeHandlers& makeHandlers,
-                              const std::weak_ptr<Link>& self, Clock::time_point deadline) {
+base::Result<void> Link::open(const std::string& address, const std::string& rule,
+                              const MakeHandlers& makeHandlers, const std::weak_ptr<Link>& self,
+                              Clock::time_point deadline) {
   const auto opened = Connection::open(address, makeHandlers(self), deadline);
   if (!opened) {
     return opened.failed();
   }
   // Signs in. A service has nothing to sign in to, but its answer shows that it knows the
   // connection: from then on its events come.
-  const auto reply = ask(**opened, isDirect_ ? callToPeer("Ping") : callOf("Hello", ""), deadline);
+  Question hello(**opened, isDirect_ ? callToPeer("Ping") : callOf("Hello", ""));
+  std::optional<Question> matching;
+  if (!isDirect_ && !rule.empty()) {
+    matching.emplace(**opened, callOf("AddMatch", rule));
+  }
+  const auto reply = hello.answer(deadline);
+  const auto matched = matching ? matching->answer(deadline) : reply;
   if (!reply) {
     // A bus closes the connections of users whom its configuration does not allow.
     return (*opened)->isOpen() ? reply.failed() : refusedByPeer(reply.reason());
+  }
+  if (!matched) {
+    logError("broadcast events will not arrive: " + matched.reason());
   }
   const platform::MutexLock lock(mutex_);
   connection_ = *opened;
@@ -192,29 +222,33 @@ bool Link::isOpen() const {
 
 // --- The bus daemon ------------------------------------------------------------------------------
 
-std::string Link::ownerOf(const std::string& busName, Clock::time_point deadline) const {
+base::Result<Link::Owner> Link::find(const std::string& busName,
+                                     const std::vector<std::string>& rules,
+                                     Clock::time_point deadline) const {
+  const std::shared_ptr<Connection> bus = connection();
   if (isDirect_) {
-    return isOpen() ? kPeerName : "";
+    return isOpen() ? Owner{kPeerName, bus->peerUser()} : Owner{};
   }
-  const auto reply = ask(*connection(), callOf("GetNameOwner", busName), deadline);
-  return std::string(firstArgument<std::string_view>(reply).value_or(""));
-}
+  std::list<Question> matching;
+  for (const std::string& rule : rules) {
+    matching.emplace_back(*bus, callOf("AddMatch", rule));
+  }
+  Question name(*bus, callOf("GetNameOwner", busName));
+  Question user(*bus, callOf("GetConnectionUnixUser", busName));
 
-base::Result<void> Link::addMatch(const std::string& rule, Clock::time_point deadline,
-                                  const std::function<void()>& meanwhile) const {
-  Connection::Call matching;
-  if (!isDirect_) {
-    wire::MessageWriter match = callOf("AddMatch", rule);
-    connection()->start(&match, kDaemonName, &matching);
+  base::Result<Owner> found = Owner{};
+  for (Question& rule : matching) {
+    if (const auto matched = rule.answer(deadline); !matched) {
+      found = matched.failed();
+    }
   }
-  if (meanwhile) {
-    meanwhile();
+  const auto named = name.answer(deadline);
+  const auto number = firstArgument<std::uint32_t>(user.answer(deadline));
+  if (found) {
+    found->name = firstArgument<std::string_view>(named).value_or("");
+    found->user = number ? std::optional<uid_t>(*number) : std::nullopt;
   }
-  if (isDirect_) {
-    return {};
-  }
-  const auto matched = replyOf(connection()->await(&matching, deadline));
-  return matched ? base::Result<void>() : matched.failed();
+  return found;
 }
 
 void Link::removeMatch(const std::string& rule) const {

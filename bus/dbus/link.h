@@ -17,6 +17,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <sys/types.h>
 
@@ -39,12 +40,14 @@ class Link : public std::enable_shared_from_this<Link> {
   // Makes the handlers of the connection. Messages may come before connect() has returned.
   using MakeHandlers = std::function<Connection::Handlers(const std::weak_ptr<Link>& link)>;
 
-  // Connects to the bus at the address and signs in; at a direct address, to the service. An empty
-  // address stands for busAddress().
+  // Connects to the bus at the address, signs in, and asks for the signals that the rule matches;
+  // at a direct address, connects to the service, which sends all of its signals. An empty address
+  // stands for busAddress(), an empty rule for no signals.
   //
   // The reason of a failure names the address; busFailure() gives the same one.
   static base::Result<std::shared_ptr<Link>> connect(std::string address,
                                                      const std::string& service,
+                                                     const std::string& rule,
                                                      const MakeHandlers& makeHandlers,
                                                      Clock::time_point deadline);
 
@@ -65,14 +68,17 @@ class Link : public std::enable_shared_from_this<Link> {
 
   // --- The bus daemon --------------------------------------------------------------------------
 
-  // The unique name behind a well-known one; empty when it has no owner, or there is no answer.
-  std::string ownerOf(const std::string& busName, Clock::time_point deadline) const;
-  // Asks for the signals that a rule matches. meanwhile runs while the daemon's answer is on its
-  // way.
+  struct Owner {
+    std::string name;  // unique; empty when there is none
+    std::optional<uid_t> user;
+  };
+  // Asks for the signals that the rules match, then for the owner of a name and its user, all at
+  // once. The signals come from before the owner was asked for. The user is that of a later owner
+  // when the name has changed hands meanwhile, which a rule should report.
   //
-  // returns    a failure when the daemon refuses the rule or does not answer
-  base::Result<void> addMatch(const std::string& rule, Clock::time_point deadline,
-                              const std::function<void()>& meanwhile = nullptr) const;
+  // returns    a failure when the daemon refuses a rule or does not answer
+  base::Result<Owner> find(const std::string& busName, const std::vector<std::string>& rules,
+                           Clock::time_point deadline) const;
   // Does not wait.
   void removeMatch(const std::string& rule) const;
   base::Result<void> requestName(const std::string& busName, Clock::time_point deadline) const;
@@ -84,6 +90,7 @@ class Link : public std::enable_shared_from_this<Link> {
   std::optional<uid_t> userOf(const std::string& name, Clock::time_point deadline) const;
   // The user of a unique name, if it has been asked for.
   std::optional<uid_t> knownUser(std::string_view uniqueName) const;
+  void remember(std::string_view uniqueName, uid_t user);
   // Asks for it without waiting. answer runs once, on the thread that reads or on this one.
   void identify(const std::string& uniqueName, Clock::time_point deadline,
                 std::function<void(std::optional<uid_t>)> answer);
@@ -100,11 +107,12 @@ class Link : public std::enable_shared_from_this<Link> {
 
   static base::Result<std::shared_ptr<Link>> attempt(std::string address,
                                                      const std::string& service,
+                                                     const std::string& rule,
                                                      const MakeHandlers& makeHandlers,
                                                      Clock::time_point deadline);
-  base::Result<void> open(const std::string& address, const MakeHandlers& makeHandlers,
-                          const std::weak_ptr<Link>& self, Clock::time_point deadline);
-  void remember(std::string_view uniqueName, uid_t user);
+  base::Result<void> open(const std::string& address, const std::string& rule,
+                          const MakeHandlers& makeHandlers, const std::weak_ptr<Link>& self,
+                          Clock::time_point deadline);
 
   const bool isDirect_;
 

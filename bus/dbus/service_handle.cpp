@@ -19,9 +19,9 @@ std::string ownerRule(const std::string& busName) {
          "',interface='" + kDaemonName + "',member='NameOwnerChanged',arg0='" + busName + "'";
 }
 
-std::string eventRule(const std::string& owner, const std::string& path,
-                      const std::string& interface) {
-  return "type='signal',sender='" + owner + "',path='" + path + "',interface='" + interface + "'";
+// By name: its owner is not known yet. The handle takes the signals of that one alone.
+std::string eventRule(const std::string& busName, const std::string& path) {
+  return "type='signal',sender='" + busName + "',path='" + path + "',interface='" + busName + "'";
 }
 
 // Requests are built one after the other in the same memory.
@@ -50,38 +50,30 @@ ServiceHandle::~ServiceHandle() {
 }
 
 base::Result<void> ServiceHandle::attach(QXBusSecurityFlags flags, Clock::time_point deadline) {
-  // Match before asking for the owner, so that no change is missed. The daemon takes one request
-  // after the other.
-  rules_.push_back(ownerRule(busName_));
-  std::string owner;
-  const auto watched = link_->addMatch(rules_.back(), deadline, [this, deadline, &owner] {
-    owner = link_->ownerOf(busName_, deadline);
-  });
-  if (!watched) {
-    return watched;
+  // The rules stand before the owner is asked for, so that no change and no event is missed. The
+  // daemon takes one request after the other.
+  rules_ = {ownerRule(busName_), eventRule(busName_, path_)};
+  const auto found = link_->find(busName_, rules_, deadline);
+  if (!found) {
+    return found.failed();
   }
-  if (owner.empty()) {
+  if (found->name.empty()) {
     return base::Failed{"nobody owns " + busName_};
   }
-  rules_.push_back(eventRule(owner, path_, busName_));
-  bool isRefused = false;
-  const auto subscribed = link_->addMatch(rules_.back(), deadline, [&] {
-    isRefused = flags != QXBUS_SECURITY_ANY_USER &&
-                !link_->isTrusted(owner, "service " + base::quoted(service_), deadline);
-  });
-  if (isRefused) {
-    return base::Failed{"its user is refused"};
-  }
-  if (!subscribed) {
-    return subscribed;
-  }
-
   bool isGone = false;
   {
     const platform::MutexLock lock(mutex_);
-    owner_ = owner;
-    isGone = std::find(formerOwners_.begin(), formerOwners_.end(), owner) != formerOwners_.end();
+    owner_ = found->name;
+    isGone = std::find(formerOwners_.begin(), formerOwners_.end(), owner_) != formerOwners_.end();
     formerOwners_.clear();
+  }
+  // The user is the owner's unless the name has changed hands.
+  if (!isGone && found->user) {
+    link_->remember(found->name, *found->user);
+  }
+  if (flags != QXBUS_SECURITY_ANY_USER &&
+      !link_->isTrusted(found->name, "service " + base::quoted(service_), deadline)) {
+    return base::Failed{"its user is refused"};
   }
   if (isGone || !link_->isOpen()) {
     reportDeath();

@@ -194,7 +194,7 @@ void ServiceHost::Impl::connectToBus(const std::string& address) {
     };
     return handlers;
   };
-  const auto connected = Link::connect(address, service, makeHandlers, deadline);
+  const auto connected = Link::connect(address, service, "", makeHandlers, deadline);
   if (!connected) {
     throw std::runtime_error(connected.reason());
   }

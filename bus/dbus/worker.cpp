@@ -44,12 +44,14 @@ class Worker::Queue {
     }
   }
 
-  void post(std::function<void()> task) {
+  // Returns whether this was the first task.
+  bool post(std::function<void()> task) {
     const platform::MutexLock lock(mutex_);
     if (!isStopped_) {
       tasks_.push_back(std::move(task));
       changed_.notifyOne();
     }
+    return !std::exchange(hadTask_, true);
   }
 
   void stop() {
@@ -74,6 +76,7 @@ class Worker::Queue {
   platform::Condition idle_;
   std::deque<std::function<void()>> tasks_ QX_GUARDED_BY(mutex_);
   std::thread::id thread_ QX_GUARDED_BY(mutex_);
+  bool hadTask_ QX_GUARDED_BY(mutex_) = false;
   bool isRunning_ QX_GUARDED_BY(mutex_) = false;
   bool isStopped_ QX_GUARDED_BY(mutex_) = false;
 };
@@ -83,12 +86,16 @@ Worker::Worker(const char* name)
     : queue_(std::make_shared<Queue>()),
       started_(startDetached(name, [queue = queue_] { queue->run(); })) {}
 
+Worker::Worker(Start start) : queue_(std::make_shared<Queue>()), start_(std::move(start)) {}
+
 Worker::~Worker() {
   queue_->stop();
 }
 
 void Worker::post(std::function<void()> task) {
-  queue_->post(std::move(task));
+  if (queue_->post(std::move(task)) && start_) {
+    start_([queue = queue_] { queue->run(); });
+  }
 }
 
 void Worker::finish() {

@@ -17,8 +17,11 @@ base::Result<void> startDetached(const char* name, std::function<void()> task);
 
 class Worker {
  public:
-  // name is the thread's. See started().
+  // Starts the thread of that name now. See started().
   explicit Worker(const char* name);
+  // Lets start run the thread's function on a thread, now or later, when the first task is posted.
+  using Start = std::function<void(const std::function<void()>& run)>;
+  explicit Worker(Start start);
   // Drops the tasks that have not begun. Does not wait for a task that is running.
   ~Worker();
 
@@ -38,6 +41,7 @@ class Worker {
   class Queue;
   std::shared_ptr<Queue> queue_;
   base::Result<void> started_;
+  const Start start_;  // null when the thread runs from the beginning
 };
 
 }  // namespace qxbus

@@ -283,10 +283,15 @@ std::string busThreadNames() {
 }
 
 int waitForSignal() {
-  const qxbus::ServiceHost host("", "vel", {});
+  qxbus::ServiceHost host("", "vel", {});
   QXBusSerivceManager* const manager = QXBusSerivceManager::initSync(-1);
   const std::shared_ptr<QXBusProxyInterface> proxy =
       manager->getServiceProxyInterface("vel", QXBUS_SECURITY_SAME_USER_OR_ROOT, 1);
+  // Work for every thread.
+  static QXBusEventCallback listener;
+  proxy->addEventListener("velevent", &listener, QXBUS_SECURITY_ANY_USER);
+  host.emitEvent("velevent", {});
+  proxy->callWithReply(proxy->makeMethodCallMessage("absent"), nullptr, 10000);
   proxy->callWithReplyBlocking(proxy->makeMethodCallMessage("absent"), 10000);
 
   sigset_t termination;

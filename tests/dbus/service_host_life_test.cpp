@@ -138,7 +138,7 @@ TEST_F(LifeOfAServiceHost, EndsSoonAfterALastReplyThatTheBusDoesNotTake) {
     return handlers;
   };
   auto connected =
-      qxbus::Link::connect(bus().address(), "vel", makeHandlers, qxbus::deadlineAfter(10000));
+      qxbus::Link::connect(bus().address(), "vel", "", makeHandlers, qxbus::deadlineAfter(10000));
   ASSERT_TRUE(connected) << connected.reason();
   std::shared_ptr<qxbus::Link>& link = *connected;
   bus().hang();

@@ -43,6 +43,11 @@ base::Result<std::shared_ptr<Loop>> Loop::start(const char* threadName) {
   if (!loop->wake_.isOpen()) {
     return base::Failed{"the system has no pipe left"};
   }
+  {
+    // Who starts a loop is about to use it.
+    const platform::MutexLock lock(loop->mutex_);
+    loop->lastTurn_ = Clock::now();
+  }
   base::Result<std::thread> thread = base::startThread(threadName, [loop] { loop->runWhenIdle(); });
   if (!thread) {
     return thread.failed();
