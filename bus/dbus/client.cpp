@@ -158,7 +158,7 @@ Connection::Handlers Client::handlersOf(const std::weak_ptr<Link>& link) {
 
 Client::Linked Client::linkAnew(const std::string& service, Route* route,
                                 Clock::time_point deadline) {
-  const Linked linked = Link::connect(
+  Linked linked = Link::connect(
       address_, service, broadcastRule(),
       [this](const std::weak_ptr<Link>& link) { return handlersOf(link); }, deadline);
   if (!linked) {

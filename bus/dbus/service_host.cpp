@@ -29,6 +29,7 @@ using Handler = std::function<void(Request)>;
 
 std::vector<std::string> namesOf(const std::vector<Method>& methods) {
   std::vector<std::string> names;
+  names.reserve(methods.size());
   for (const Method& method : methods) {
     names.push_back(method.name);
   }
