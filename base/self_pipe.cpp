@@ -7,9 +7,21 @@
 
 namespace base {
 
+namespace {
+
+// Closed on exec from the beginning, where the system can do that.
+int openPipe(int (&ends)[2]) {
+#if defined(__APPLE__)
+  return ::pipe(ends);
+#else
+  return ::pipe2(ends, O_CLOEXEC);
+#endif
+}
+
+}  // namespace
+
 SelfPipe::SelfPipe() {
-  // POSIX of 2008 has no pipe2().
-  if (::pipe(ends_) != 0) {
+  if (openPipe(ends_) != 0) {
     ends_[0] = ends_[1] = -1;
     return;
   }

@@ -44,6 +44,15 @@ void prepare(int descriptor) {
 #endif
 }
 
+// Closed on exec from the beginning, where the system can do that.
+int acceptOnce(int listener) {
+#ifdef SOCK_CLOEXEC
+  return ::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
+#else
+  return ::accept(listener, nullptr, nullptr);
+#endif
+}
+
 template <typename Call>
 auto retriedWhenInterrupted(Call call) {
   auto result = call();
@@ -182,8 +191,7 @@ void Listener::removeStale() const {
 }
 
 Socket Listener::accept() const {
-  Socket client(
-      retriedWhenInterrupted([&] { return ::accept(socket_.number(), nullptr, nullptr); }));
+  Socket client(retriedWhenInterrupted([&] { return acceptOnce(socket_.number()); }));
   if (client) {
     prepare(client.number());
   }
