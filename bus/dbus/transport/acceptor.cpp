@@ -55,8 +55,12 @@ class Acceptor::Core : public Loop::Source, public std::enable_shared_from_this<
   }
 
   int descriptor() const override { return descriptor_; }
-  short events() const override { return POLLIN; }
+  short events() const override {
+    return restEnd_ == Clock::time_point::max() ? short{POLLIN} : short{0};
+  }
   void onReady(short events) override;
+  Clock::time_point due() const override { return restEnd_; }
+  void onTime() override { restEnd_ = Clock::time_point::max(); }
 
   void admit(base::Socket socket, Inbox inbox) {
     OnClient onClient;
@@ -78,6 +82,8 @@ class Acceptor::Core : public Loop::Source, public std::enable_shared_from_this<
   OnClient onClient_ QX_GUARDED_BY(mutex_);
   // Used by the thread that reads. Some may have ended.
   std::deque<std::weak_ptr<Handshake>> handshakes_;
+  // A client that cannot be accepted stays in the queue, and a poll would report it for ever.
+  Clock::time_point restEnd_ = Clock::time_point::max();
 };
 
 // A client that has not authenticated yet.
@@ -138,17 +144,28 @@ class Acceptor::Handshake : public Loop::Source {
   const Clock::time_point end_;
 };
 
-void Acceptor::Core::onReady(short /*events*/) {
+void Acceptor::Core::onReady(short events) {
+  if ((events & POLLNVAL) != 0) {
+    // The program has closed it.
+    descriptor_ = -1;
+    return;
+  }
   for (;;) {
     base::Socket client;
+    int error = 0;
     {
       const platform::MutexLock lock(mutex_);
       if (!listener_) {
         return;
       }
       client = listener_->accept();
+      error = errno;
     }
     if (!client) {
+      // The client may have gone again.
+      if (!base::wouldBlock(error) && error != ECONNABORTED) {
+        restEnd_ = Clock::now() + kRest;
+      }
       return;
     }
     const auto isOver = [](const std::weak_ptr<Handshake>& weak) {

@@ -15,14 +15,16 @@
 namespace qxbus {
 
 // Only clients of this user and of root are admitted; the system says who they are. Clients that do
-// not authenticate within kHandshakeTime are closed, and so are those that come while
-// kMostHandshakes others are at it.
+// not authenticate within kHandshakeTime are closed; so is the oldest of them when another comes
+// while kMostHandshakes are at it. When the system has no descriptor left, clients wait until it
+// has: it is asked every kRest.
 //
 // THREADS   Works on the thread that reads the loop.
 class Acceptor {
  public:
   static constexpr std::chrono::seconds kHandshakeTime{10};
   static constexpr std::size_t kMostHandshakes = 64;
+  static constexpr std::chrono::milliseconds kRest{100};
 
   // Called with an authenticated client, and what was read behind the authentication.
   using OnClient = std::function<void(base::Socket socket, Inbox inbox)>;
