@@ -16,11 +16,20 @@ namespace qxbus {
 namespace {
 
 constexpr char kConnectionGone[] = "the connection to the bus is gone";
+constexpr char kFaulty[] = "the reply is malformed: the connection is given up";
 constexpr char kTooLarge[] = "the message is larger than D-Bus allows";
 // What has been sent before the end may take this long to go out.
 constexpr std::chrono::seconds kLastWords{1};
 // The other end may leave this much unread. More, and it is taken for dead.
 constexpr std::size_t kMostUnsent = std::size_t{256} * 1024 * 1024;
+// Reads in one turn: a peer that never stops sending must not keep a caller past its deadline, or
+// other connections waiting.
+constexpr int kMostReads = 16;
+
+bool isReply(const wire::Header& header) {
+  return header.type == wire::MessageType::kMethodReturn ||
+         header.type == wire::MessageType::kError;
+}
 
 const unsigned char* bytesOf(const char* text) {
   return reinterpret_cast<const unsigned char*>(text);
@@ -110,6 +119,13 @@ class Connection::Core : public Loop::Source {
   void breakOff(int error) QX_REQUIRES(outMutex_);
   void read();
   void takeMessages();
+  // Whether nobody is interested in a message.
+  bool isDropped(const wire::Header& header);
+  Interest interestIn(const wire::Header& header) const {
+    return handlers_.interestIn ? handlers_.interestIn(header) : Interest::kChecked;
+  }
+  // The call that a reply is for.
+  std::optional<Pending> takeAnswered(const wire::Header& reply);
   void sort(std::vector<Received>* read);
   void end();
 
@@ -145,7 +161,7 @@ class Connection::Core : public Loop::Source {
 
 bool Connection::Core::send(std::string_view bytes) {
   const platform::MutexLock lock(outMutex_);
-  if (!isOpen_) {
+  if (!isOpen()) {
     return false;
   }
   if (unsent_.empty()) {
@@ -204,7 +220,11 @@ bool Connection::Core::flush() {
     }
     flushed_ += static_cast<std::size_t>(sent);
   }
-  if (flushed_ >= unsent_.size() - flushed_) {
+  if (flushed_ == unsent_.size()) {
+    // Gives the memory back, which may be that of a very large message.
+    std::string().swap(unsent_);
+    flushed_ = 0;
+  } else if (flushed_ >= unsent_.size() - flushed_) {
     unsent_.erase(0, flushed_);
     flushed_ = 0;
   }
@@ -304,7 +324,7 @@ void Connection::Core::onTime() {
 }
 
 void Connection::Core::read() {
-  for (;;) {
+  for (int reads = 0; reads < kMostReads; ++reads) {
     const Inbox::Space space = inbox_.space();
     const ssize_t count =
         base::receiveSome(socket_, reinterpret_cast<unsigned char*>(space.bytes), space.size);
@@ -330,6 +350,32 @@ void Connection::Core::takeMessages() {
   if (fault != wire::Fault::kNone) {
     end();
   }
+  wire::Message large;
+  if (isOpen_ && inbox_.beginsLarge(&large) && isDropped(large.header)) {
+    inbox_.skipLarge();
+  }
+}
+
+bool Connection::Core::isDropped(const wire::Header& header) {
+  if (!isReply(header)) {
+    return interestIn(header) == Interest::kNone;
+  }
+  const platform::MutexLock lock(callMutex_);
+  const auto call = pending_.find(header.replySerial);
+  return call == pending_.end() || !Outcome::isFrom(header, call->second.destination);
+}
+
+std::optional<Connection::Core::Pending> Connection::Core::takeAnswered(const wire::Header& reply) {
+  const platform::MutexLock lock(callMutex_);
+  const auto call = pending_.find(reply.replySerial);
+  // A reply that no call waits for any more came too late. A serial can be guessed by anybody on
+  // the bus, so the sender must be the callee, or the daemon in its place.
+  if (call == pending_.end() || !Outcome::isFrom(reply, call->second.destination)) {
+    return std::nullopt;
+  }
+  Pending answered = std::move(call->second);
+  pending_.erase(call);
+  return answered;
 }
 
 // Finishes the calls whose replies have come, and hands on the rest.
@@ -340,31 +386,29 @@ void Connection::Core::sort(std::vector<Received>* read) {
   bool hasEvents = false;
   for (Received& received : *read) {
     const wire::Header& header = received.header();
-    const bool isReply =
-        header.type == wire::MessageType::kMethodReturn || header.type == wire::MessageType::kError;
-    const Interest interest =
-        isReply || !handlers_.interestIn ? Interest::kChecked : handlers_.interestIn(header);
+    std::optional<Pending> answered;
+    Interest interest = Interest::kChecked;
+    if (isReply(header)) {
+      answered = takeAnswered(header);
+      interest = answered ? Interest::kChecked : Interest::kNone;
+    } else {
+      interest = interestIn(header);
+    }
     if (interest == Interest::kNone) {
       continue;
     }
-    if (interest == Interest::kChecked && wire::checkBody(received.message) != wire::Fault::kNone) {
-      isFaulty = true;
-      break;
-    }
-    if (!isReply) {
+    isFaulty =
+        interest == Interest::kChecked && wire::checkBody(received.message) != wire::Fault::kNone;
+    if (answered) {
+      Outcome outcome = isFaulty ? Outcome::disconnected(kFaulty)
+                                 : Outcome::replied(std::move(received), answered->destination);
+      finished.emplace_back(std::move(*answered), std::move(outcome));
+    } else if (!isFaulty) {
       hasEvents = hasEvents || header.type == wire::MessageType::kSignal;
       messages.push_back(std::move(received));
-      continue;
     }
-    const platform::MutexLock lock(callMutex_);
-    const auto call = pending_.find(header.replySerial);
-    // A reply that no call waits for any more came too late. A serial can be guessed by anybody on
-    // the bus, so the sender must be the callee, or the daemon in its place.
-    if (call != pending_.end() && Outcome::isFrom(header, call->second.destination)) {
-      Pending answered = std::move(call->second);
-      pending_.erase(call);
-      Outcome outcome = Outcome::replied(std::move(received), answered.destination);
-      finished.emplace_back(std::move(answered), std::move(outcome));
+    if (isFaulty) {
+      break;
     }
   }
   // Events first: a caller may look for what came before its reply.

@@ -40,7 +40,7 @@ class Connection {
 
   struct Handlers {
     // Whether a message that is no reply is handed on. By its header: the body of one that is
-    // dropped is never read. Null stands for kChecked.
+    // dropped is not looked at, and not kept if it is large. Null stands for kChecked.
     std::function<Interest(const wire::Header&)> interestIn;
     // Such messages, as many as were read at once, in their order. Not empty.
     std::function<void(std::vector<Received>)> onMessages;

@@ -50,6 +50,25 @@ Inbox::Space Inbox::space() {
   return {chunk_.get() + end_, capacity_ - end_};
 }
 
+void Inbox::filled(std::size_t count) {
+  const std::size_t skipped = std::min(count, toSkip_);
+  toSkip_ -= skipped;
+  end_ += count;
+  begin_ += skipped;
+}
+
+bool Inbox::beginsLarge(wire::Message* message) const {
+  const wire::Frame frame = wire::frameOf(rest());
+  return capacity_ == kChunk && frame.fault == wire::Fault::kNone && frame.size > kChunk &&
+         rest().size() >= frame.headerSize &&
+         wire::readHeader(rest(), message) == wire::Fault::kNone;
+}
+
+void Inbox::skipLarge() {
+  toSkip_ = wire::frameOf(rest()).size - rest().size();
+  begin_ = end_;
+}
+
 wire::Fault Inbox::find(std::vector<Received>* messages) {
   for (;;) {
     const wire::Frame frame = wire::frameOf(rest());

@@ -31,7 +31,7 @@ class Inbox {
   // Where the next bytes go; never empty.
   Space space();
   // So many bytes have been written there.
-  void filled(std::size_t count) { end_ += count; }
+  void filled(std::size_t count);
   // What has been read and is not yet a message.
   std::string_view rest() const { return {chunk_.get() + begin_, end_ - begin_}; }
   // The first bytes of rest() were something else than a message.
@@ -42,6 +42,14 @@ class Inbox {
   // returns    a fault: the bytes are not messages from there on
   wire::Fault take(std::vector<Received>* messages);
 
+  // Whether the rest is the beginning of a message that is larger than a chunk, with all of its
+  // header, and no memory has been taken for its body.
+  //
+  // message    a view of the rest
+  bool beginsLarge(wire::Message* message) const;
+  // Leaves that message out: its body is read, and not kept.
+  void skipLarge();
+
  private:
   void begin(std::size_t capacity);
   wire::Fault find(std::vector<Received>* messages);
@@ -50,6 +58,7 @@ class Inbox {
   std::size_t capacity_ = 0;
   std::size_t begin_ = 0;
   std::size_t end_ = 0;
+  std::size_t toSkip_ = 0;  // of the bytes to come
 };
 
 }  // namespace qxbus
