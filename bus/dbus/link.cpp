@@ -89,9 +89,9 @@ class Question {
   }
 
   // To be called once, before the question is destroyed.
-  base::Result<Received> answer(Clock::time_point deadline) {
-    return replyOf(connection_.await(&call_, deadline));
-  }
+  Outcome outcome(Clock::time_point deadline) { return connection_.await(&call_, deadline); }
+  // In place of outcome().
+  base::Result<Received> answer(Clock::time_point deadline) { return replyOf(outcome(deadline)); }
 
  private:
   Connection& connection_;
@@ -183,6 +183,11 @@ base::Result<void> Link::open(const std::string& address, const std::string& rul
   if (!opened) {
     return opened.failed();
   }
+  {
+    // Now, because an event may come together with the answers: its sender is looked up here.
+    const platform::MutexLock lock(mutex_);
+    connection_ = *opened;
+  }
   // Signs in. A service has nothing to sign in to, but its answer shows that it knows the
   // connection: from then on its events come.
   Question hello(**opened, isDirect_ ? callToPeer("Ping") : callOf("Hello", ""));
@@ -199,8 +204,6 @@ base::Result<void> Link::open(const std::string& address, const std::string& rul
   if (!matched) {
     logError("broadcast events will not arrive: " + matched.reason());
   }
-  const platform::MutexLock lock(mutex_);
-  connection_ = *opened;
   return {};
 }
 
@@ -222,23 +225,25 @@ bool Link::isOpen() const {
 
 // --- The bus daemon ------------------------------------------------------------------------------
 
-base::Result<Link::Owner> Link::find(const std::string& busName,
-                                     const std::vector<std::string>& rules,
+base::Result<Link::Owner> Link::find(const std::string& busName, std::vector<std::string>* rules,
                                      Clock::time_point deadline) const {
   const std::shared_ptr<Connection> bus = connection();
   if (isDirect_) {
     return isOpen() ? Owner{kPeerName, bus->peerUser()} : Owner{};
   }
   std::list<Question> matching;
-  for (const std::string& rule : rules) {
+  for (const std::string& rule : *rules) {
     matching.emplace_back(*bus, callOf("AddMatch", rule));
   }
   Question name(*bus, callOf("GetNameOwner", busName));
   Question user(*bus, callOf("GetConnectionUnixUser", busName));
 
   base::Result<Owner> found = Owner{};
-  for (Question& rule : matching) {
-    if (const auto matched = rule.answer(deadline); !matched) {
+  auto rule = rules->begin();
+  for (Question& question : matching) {
+    Outcome outcome = question.outcome(deadline);
+    rule = outcome.kind == Outcome::Kind::kError ? rules->erase(rule) : rule + 1;
+    if (const auto matched = replyOf(std::move(outcome)); !matched) {
       found = matched.failed();
     }
   }

@@ -56,7 +56,7 @@ class Link : public std::enable_shared_from_this<Link> {
   // Whether the link leads to a bus, or to a service that answers by the deadline: one that has
   // ended closes its connections a moment later.
   bool isAlive(Clock::time_point deadline) const;
-  // Null until connect() has returned.
+  // Null before the first message can come.
   std::shared_ptr<Connection> connection() const;
 
   // Who has sent a message.
@@ -76,8 +76,10 @@ class Link : public std::enable_shared_from_this<Link> {
   // once. The signals come from before the owner was asked for. The user is that of a later owner
   // when the name has changed hands meanwhile, which a rule should report.
   //
+  // rules      those that the daemon has refused are removed: another handle may have the same
+  //            ones, and must not lose them to a removeMatch()
   // returns    a failure when the daemon refuses a rule or does not answer
-  base::Result<Owner> find(const std::string& busName, const std::vector<std::string>& rules,
+  base::Result<Owner> find(const std::string& busName, std::vector<std::string>* rules,
                            Clock::time_point deadline) const;
   // Does not wait.
   void removeMatch(const std::string& rule) const;

@@ -58,7 +58,7 @@ class ServiceHandle : public std::enable_shared_from_this<ServiceHandle> {
   const std::string service_;
   const std::string busName_;  // also the name of its interface
   const std::string path_;
-  std::vector<std::string> rules_;  // asked for, whether or not the daemon has answered
+  std::vector<std::string> rules_;  // asked for, and not refused
   Listeners listeners_;
 
   mutable platform::Mutex mutex_;
