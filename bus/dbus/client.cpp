@@ -166,7 +166,6 @@ Client::Linked Client::linkAnew(const std::string& service, Route* route,
   }
   const platform::MutexLock lock(mutex_);
   route->link = *linked;
-  unidentified_.clear();
   return linked;
 }
 
@@ -340,14 +339,16 @@ void Client::onBroadcast(const std::shared_ptr<Link>& link, Received message, Si
   const std::string sender(link->senderOf(message.header()));
   const std::optional<uid_t> user = link->knownUser(sender);
   Signal signal = {link, std::move(message), {}, user && isTrustedUser(*user)};
-  if (user) {
-    accepted->push_back(std::move(signal));
-    return;
-  }
   bool isFirst = false;
   {
     const platform::MutexLock lock(mutex_);
-    Unidentified& waiting = unidentified_[sender];
+    const std::pair<const Link*, std::string> key(link.get(), sender);
+    // A caller may have asked for the user meanwhile: earlier events still come first.
+    if (user && unidentified_.count(key) == 0) {
+      accepted->push_back(std::move(signal));
+      return;
+    }
+    Unidentified& waiting = unidentified_[key];
     isFirst = waiting.held.empty();
     const std::size_t size = sizeOf(signal.message);
     if (!isFirst && waiting.size + size > kMostUnidentified) {
@@ -375,7 +376,7 @@ void Client::onIdentified(const std::shared_ptr<Link>& link, const std::string& 
   Signals held;
   {
     const platform::MutexLock lock(mutex_);
-    const auto waiting = unidentified_.find(sender);
+    const auto waiting = unidentified_.find({link.get(), sender});
     if (waiting == unidentified_.end()) {
       return;
     }

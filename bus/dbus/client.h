@@ -15,6 +15,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "base/result.h"
@@ -111,8 +112,8 @@ class Client : public std::enable_shared_from_this<Client> {
   // By service; all of them share one when a bus is in between.
   std::map<std::string, std::shared_ptr<Route>> routes_ QX_GUARDED_BY(mutex_);
   std::vector<std::weak_ptr<ServiceHandle>> handles_ QX_GUARDED_BY(mutex_);
-  // By unique name, on the bus.
-  std::map<std::string, Unidentified, std::less<>> unidentified_ QX_GUARDED_BY(mutex_);
+  // By unique name, of which each bus has its own.
+  std::map<std::pair<const Link*, std::string>, Unidentified> unidentified_ QX_GUARDED_BY(mutex_);
 };
 
 }  // namespace qxbus
