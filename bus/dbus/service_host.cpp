@@ -25,6 +25,11 @@ namespace {
 // A service starts once, and may find the bus busy.
 constexpr int kHostTimeoutMs = 5000;
 
+// The memory that calls may take while they wait for handlers.
+constexpr std::size_t kMostWaiting = std::size_t{256} * 1024 * 1024;
+// Memory of a call besides its bytes.
+constexpr std::size_t kCallOverhead = 512;
+
 using Handler = std::function<void(Request)>;
 
 std::vector<std::string> namesOf(const std::vector<Method>& methods) {
@@ -151,8 +156,11 @@ struct ServiceHost::Impl : std::enable_shared_from_this<ServiceHost::Impl> {
   // Shared with the call that is being handled, which may end the host.
   std::map<std::string, std::shared_ptr<const Handler>, std::less<>> methods;
 
-  // Set before the first call can come.
+  // Set before the first call is taken.
   std::unique_ptr<ServingThread> thread;
+  // Of the calls that wait for their handlers.
+  const std::shared_ptr<std::atomic<std::size_t>> waitingSize =
+      std::make_shared<std::atomic<std::size_t>>(0);
   // Over direct connections.
   std::unique_ptr<Acceptor> acceptor;
   std::shared_ptr<Loop> acceptorLoop;
@@ -176,15 +184,16 @@ void ServiceHost::Impl::serve(std::shared_ptr<Loop> loop) {
 void ServiceHost::Impl::connectToBus(const std::string& address) {
   const Clock::time_point deadline = deadlineAfter(kHostTimeoutMs);
   const std::weak_ptr<Impl> self = weak_from_this();
-  const auto makeHandlers = [self](const std::weak_ptr<Link>& weak) {
+  const auto makeHandlers = [self](const std::weak_ptr<Link>& /*link*/) {
     Connection::Handlers handlers = callHandlers();
-    handlers.onMessages = [self, weak](const std::vector<Received>& messages) {
+    handlers.onMessages = [self](const std::vector<Received>& messages) {
       const std::shared_ptr<Impl> impl = self.lock();
-      const std::shared_ptr<Link> link = weak.lock();
-      const std::shared_ptr<Connection> from = link ? link->connection() : nullptr;
-      if (impl && from) {
+      // Null until the thread runs that serves. A call may come before, of a stranger who saw this
+      // connection appear on the bus.
+      const std::shared_ptr<Link> link = impl ? impl->busLink() : nullptr;
+      if (link) {
         for (const Received& message : messages) {
-          impl->onMessage(from, std::string(message.header().sender), message);
+          impl->onMessage(link->connection(), std::string(message.header().sender), message);
         }
       }
     };
@@ -218,6 +227,16 @@ void ServiceHost::Impl::listenDirectly(const std::string& address) {
   if (!loop) {
     throw std::runtime_error(loop.reason());
   }
+  // The loop's thread runs until the loop is stopped.
+  struct StoppedUnlessListening {
+    ~StoppedUnlessListening() {
+      if (!impl->acceptor) {
+        loop->stop();
+      }
+    }
+    Impl* impl;
+    std::shared_ptr<Loop> loop;
+  } const guard{this, *loop};
   serve(*loop);
   const std::weak_ptr<Impl> self = weak_from_this();
   auto listening =
@@ -227,7 +246,6 @@ void ServiceHost::Impl::listenDirectly(const std::string& address) {
         }
       });
   if (!listening) {
-    (*loop)->stop();
     throw std::runtime_error(listening.reason());
   }
   acceptor = std::move(*listening);
@@ -293,10 +311,27 @@ void ServiceHost::Impl::onMessage(const std::shared_ptr<Connection>& from,
               "service " + service + " has no method " + std::string(call.member));
     return;
   }
-  std::unique_ptr<Request::Impl> impl(new Request::Impl{
-      from, caller, sender, std::string(call.member), wire::readValues(message.message), {}});
+  const std::size_t size = message.message.body.size() + kCallOverhead;
+  if (*waitingSize + size > kMostWaiting) {
+    sendError(*from, caller, kLimitsExceeded,
+              "the calls that wait for service " + service + " fill the memory");
+    return;
+  }
+  *waitingSize += size;
+  std::shared_ptr<void> room(nullptr,
+                             [count = waitingSize, size](void* /*none*/) { *count -= size; });
+  std::unique_ptr<Request::Impl> impl(
+      new Request::Impl{from, caller, sender, std::string(call.member), {}, {}});
+  Values& arguments = impl->arguments;
   const auto request = std::make_shared<Request>(std::move(impl));
-  thread->post([handler = method->second, request] { (*handler)(std::move(*request)); });
+  // Its arguments are decoded when its turn comes: they take several times the memory of the bytes.
+  thread->post(
+      [handler = method->second, request, &arguments, waiting = Received(message), room]() mutable {
+        arguments = wire::readValues(waiting.message);
+        waiting = {};
+        room.reset();
+        (*handler)(std::move(*request));
+      });
 }
 
 bool ServiceHost::Impl::answerStandardCall(Connection& from, const wire::Header& call) const {

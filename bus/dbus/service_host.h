@@ -3,6 +3,8 @@
 //
 // THREADS   Handlers run one at a time on the host's own thread. Any thread may call any member,
 //           and any member of a Request, also inside a handler.
+// SIZE      The calls that wait for their handlers take at most 256 MB of memory. Further calls get
+//           an error, until there is room.
 // ERRORS    Only the constructor throws: std::runtime_error, with a reason for people.
 
 #ifndef BUS_DBUS_SERVICE_HOST_H
