@@ -11,6 +11,9 @@
 //           never frees one.
 // ERRORS    Nothing throws. A call that fails still yields a message, whose type() is not
 //           MESSAGE_TYPE_METHOD_RETURN and whose argument 0 is a readable string.
+// WAITING   Events that wait for their handlers take at most 256 MB of memory. Further events are
+//           dropped until there is room, and the log gives their number. Replies are never dropped:
+//           one waits for each call.
 // SIZE      A bus may end the connection of a sender whose message is larger than it allows (over
 //           D-Bus: max_message_size of the bus daemon). To the sender that is the loss of the bus.
 // LOAD      Events that wait for their handlers are bounded (over D-Bus: 256 MiB, and 16 MiB for the
