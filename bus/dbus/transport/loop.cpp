@@ -198,7 +198,12 @@ Clock::time_point Loop::collect(std::vector<std::shared_ptr<Source>>* sources) {
   sources_.erase(std::remove_if(sources_.begin(), sources_.end(),
                                 [](const auto& source) { return source->descriptor() < 0; }),
                  sources_.end());
-  isStopped_ = isStopped_ || (isEnding_ && sources_.empty());
+  if (isEnding_ && !isStopped_ && sources_.empty()) {
+    isStopped_ = true;
+    // The poll that follows would wait for ever, and the loop's thread may be asleep.
+    wake();
+    free_.notifyOne();
+  }
   *sources = sources_;
   Clock::time_point due = Clock::time_point::max();
   for (const std::shared_ptr<Source>& source : *sources) {

@@ -1,0 +1,335 @@
+// Other ends of direct connections that do what no D-Bus library does.
+
+#include <csignal>
+#include <fstream>
+#include <sstream>
+
+#include <stdlib.h>
+#include <sys/socket.h>
+#include <unistd.h>
+#if defined(__linux__)
+#include <sys/resource.h>
+#endif
+
+#include "base/text.h"
+#include "base/unix_socket.h"
+#include "bus/dbus/client.h"
+#include "bus/dbus/message_impl.h"
+#include "bus/dbus/transport/connection.h"
+#include "bus/dbus/wire/message_writer.h"
+#include "bus/dbus/wire/values.h"
+#include "tests/dbus/dbus_test.h"
+#include "tests/dbus/odd_sockets.h"
+
+namespace {
+
+using namespace dbustest;
+using qxbus::wire::MessageType;
+using qxbus::wire::MessageWriter;
+using testing::Contains;
+using testing::HasSubstr;
+using testing::Not;
+
+std::string serialized(const qxbus::wire::Header& header, const qxbus::Values& values = {}) {
+  MessageWriter writer;
+  writer.start(header);
+  qxbus::wire::appendValues(&writer, values);
+  EXPECT_EQ(writer.finish(1), qxbus::wire::Fault::kNone);
+  return std::string(writer.bytes());
+}
+
+qxbus::wire::Header headerOf(MessageType type, std::string_view interface,
+                             std::string_view member) {
+  qxbus::wire::Header header;
+  header.type = type;
+  header.path = kVelPath;
+  header.interface = interface;
+  header.member = member;
+  header.signature = "av";
+  return header;
+}
+
+std::string signalOf(std::string_view interface, std::string_view member,
+                     const qxbus::Values& values = {}) {
+  return serialized(headerOf(MessageType::kSignal, interface, member), values);
+}
+
+// To the first call of a connection.
+std::string firstReply(std::string_view signature = "", const qxbus::Values& values = {}) {
+  qxbus::wire::Header header;
+  header.type = MessageType::kMethodReturn;
+  header.replySerial = 1;
+  header.signature = signature;
+  return serialized(header, values);
+}
+
+std::string repeated(const std::string& text, int times) {
+  std::string all;
+  for (int i = 0; i < times; ++i) {
+    all += text;
+  }
+  return all;
+}
+
+class HostileTest : public DBusTest {
+ protected:
+  HostileTest() {
+    if (!::mkdtemp(directory_.data())) {
+      throw std::runtime_error("no temporary directory");
+    }
+  }
+  ~HostileTest() override { std::filesystem::remove_all(directory_); }
+
+  std::string socket() const { return directory_ + "/vel"; }
+  std::string address() const { return "direct:" + socket(); }
+
+  // Whether a well-behaved client is served.
+  bool isServed() const {
+    const auto client = qxbus::Client::connect(address());
+    const auto service = client ? (*client)->handleOn("vel", kSafe) : nullptr;
+    const auto request = qxbus::makeMessage(MESSAGE_TYPE_METHOD_CALL, "echo");
+    return service && service->call(*request, 10000)->type() == MESSAGE_TYPE_METHOD_RETURN;
+  }
+
+ private:
+  std::string directory_ =
+      (std::filesystem::temp_directory_path() / "hostile-test.XXXXXX").string();
+};
+
+// --- Clients -------------------------------------------------------------------------------------
+
+std::string authenticated() {
+  return std::string(1, '\0') + "AUTH EXTERNAL " + base::hexOf(std::to_string(::geteuid())) +
+         "\r\nBEGIN\r\n";
+}
+
+std::string echoCall(const qxbus::Values& values) {
+  return serialized(headerOf(MessageType::kMethodCall, kVelName, "echo"), values);
+}
+
+// The header of a call with a body of that size.
+std::string announced(std::uint32_t size) {
+  std::string call = echoCall({});
+  call.resize(call.size() - sizeof size);
+  call.replace(4, sizeof size, reinterpret_cast<const char*>(&size), sizeof size);
+  return call;
+}
+
+std::string withLastByte(std::string bytes, char last) {
+  bytes.back() = last;
+  return bytes;
+}
+
+struct Attack {
+  const char* name;
+  std::string bytes;
+};
+
+void PrintTo(const Attack& attack, std::ostream* stream) {
+  *stream << attack.name;
+}
+
+class HostileClient : public HostileTest, public testing::WithParamInterface<Attack> {
+ protected:
+  // As much of the bytes as the service takes.
+  static void send(const base::Socket& client, const std::string& bytes) {
+    const auto* const all = reinterpret_cast<const unsigned char*>(bytes.data());
+    for (std::size_t sent = 0; sent < bytes.size();) {
+      const ssize_t more = base::sendSome(client, all + sent, bytes.size() - sent);
+      if (more < 0 && errno != EAGAIN) {
+        return;
+      }
+      sent += more > 0 ? static_cast<std::size_t>(more) : 0;
+    }
+  }
+
+  const qxbus::ServiceHost host_{address(), "vel", {{"echo", [](qxbus::Request request) {
+                                                       request.reply(request.arguments());
+                                                     }}}};
+};
+
+TEST_P(HostileClient, HarmsNobody) {
+  ASSERT_TRUE(isServed());
+  {
+    const base::Socket hostile = base::newSocket();
+    ASSERT_EQ(base::connectTo(hostile, socket()), 0);
+    send(hostile, GetParam().bytes);
+
+    EXPECT_TRUE(isServed());
+  }
+  EXPECT_TRUE(isServed());
+}
+
+std::vector<Attack> attacks() {
+  const std::string call = echoCall({std::string("text")});
+  return {
+      {"Garbage", repeated("garbage \xff\x01", 1000)},
+      {"GarbageAfterTheNul", std::string(1, '\0') + repeated("nonsense\r\n", 1000)},
+      {"HalfAnAuthentication", authenticated().substr(0, 12)},
+      {"ALineWithoutAnEnd", std::string(1, '\0') + std::string(kMegabyte, 'A')},
+      {"AMessageWithoutAuthentication", call},
+      {"GarbageAsAMessage", authenticated() + repeated("garbage", 1000)},
+      {"HalfAHeader", authenticated() + call.substr(0, 20)},
+      {"HalfABody", authenticated() + call.substr(0, call.size() - 3)},
+      {"AnAnnouncementOf100Megabytes", authenticated() + announced(100 * 1024 * 1024)},
+      {"AnAnnouncementOfTooMuch", authenticated() + announced(0xffffffff)},
+      {"AMalformedBody", authenticated() + withLastByte(call, 'x')},
+      {"SignalsAndReplies",
+       authenticated() + repeated(signalOf(kVelName, "velevent") + firstReply(), 1000)},
+      {"RepliesThatItNeverReads",
+       authenticated() + repeated(echoCall({std::string(64 * 1024, 'x')}), 300)},
+  };
+}
+
+INSTANTIATE_TEST_SUITE_P(Sends, HostileClient, testing::ValuesIn(attacks()),
+                         [](const auto& attack) { return std::string(attack.param.name); });
+
+#if defined(__linux__)
+// Processor time that a process has used, in seconds.
+double secondsUsed(pid_t process) {
+  std::ifstream file("/proc/" + std::to_string(process) + "/stat");
+  std::string text;
+  std::getline(file, text);
+  std::istringstream fields(text.substr(text.rfind(')') + 2));
+  std::string ignored;
+  for (int i = 0; i < 11; ++i) {
+    fields >> ignored;
+  }
+  double user = 0;
+  double system = 0;
+  fields >> user >> system;
+  return (user + system) / static_cast<double>(::sysconf(_SC_CLK_TCK));
+}
+
+class ManyClients : public HostileTest {};
+
+TEST_F(ManyClients, AreServedWhenThereIsADescriptorAndCostNothingUntilThen) {
+  Process service(helper({BUS_PROCESS, "serve", address(), "vel"}));
+  ASSERT_EQ(service.readLine(), "running");
+  ASSERT_TRUE(isServed());
+  const rlimit limit = {12, 12};
+  ASSERT_EQ(::prlimit(service.pid(), RLIMIT_NOFILE, &limit, nullptr), 0);
+  std::vector<base::Socket> clients;
+  for (int i = 0; i < 20; ++i) {
+    clients.push_back(base::newSocket());
+    ASSERT_EQ(base::connectTo(clients.back(), socket()), 0);
+  }
+  std::this_thread::sleep_for(kSilence);
+  const double before = secondsUsed(service.pid());
+
+  std::this_thread::sleep_for(Milliseconds(1000));
+
+  EXPECT_LT(secondsUsed(service.pid()) - before, 0.2);
+  clients.clear();
+  EXPECT_TRUE(waitUntil([this] { return isServed(); }));
+}
+#endif
+
+// --- Services ------------------------------------------------------------------------------------
+
+class HostileService : public HostileTest {
+ protected:
+  qxbus::Clock::time_point soon() const { return qxbus::deadlineAfter(300); }
+
+  // A call of a method over a connection that takes these events.
+  qxbus::Outcome callOver(const PlayedService& service, const std::string& interface,
+                          const std::shared_ptr<Record<std::string>>& events = nullptr) {
+    qxbus::Connection::Handlers handlers;
+    handlers.interestIn = [interface](const qxbus::wire::Header& header) {
+      return header.interface == interface ? qxbus::Connection::Interest::kChecked
+                                           : qxbus::Connection::Interest::kNone;
+    };
+    handlers.onMessages = [events](const std::vector<qxbus::Received>& messages) {
+      for (const qxbus::Received& message : messages) {
+        events->add(std::string(message.header().member));
+      }
+    };
+    const auto connection = qxbus::Connection::open(service.address(), std::move(handlers), soon());
+    MessageWriter call;
+    call.start(headerOf(MessageType::kMethodCall, kVelName, "echo"));
+    return (*connection)->call(&call, "", soon());
+  }
+};
+
+TEST_F(HostileService, ThatNeverStopsSendingKeepsNoCallerPastItsDeadline) {
+  const std::string flood = repeated(signalOf("some.interface", "flood"), 1000);
+  const PlayedService service(socket(), [&flood](int connection) {
+    while (sendAll(connection, flood)) {
+    }
+  });
+  const auto begun = TestClock::now();
+
+  const qxbus::Outcome outcome = callOver(service, "another.interface");
+
+  EXPECT_EQ(outcome.kind, qxbus::Outcome::Kind::kNoReply);
+  EXPECT_LT(since(begun), Milliseconds(2000));
+}
+
+TEST_F(HostileService, ThatSendsHalfAReplyEndsTheCallAtItsDeadline) {
+  const std::string reply = firstReply("s", {std::string("text")});
+  const PlayedService service(socket(), [&reply](int connection) {
+    sendAll(connection, reply.substr(0, reply.size() - 1));
+    char byte = 0;
+    while (::recv(connection, &byte, 1, 0) == 1) {
+    }
+  });
+
+  EXPECT_EQ(callOver(service, "some.interface").kind, qxbus::Outcome::Kind::kNoReply);
+}
+
+TEST_F(HostileService, ThatSendsAMalformedReplyIsLostForThisReason) {
+  const std::string reply = withLastByte(firstReply("s", {std::string("text")}), 'x');
+  const PlayedService service(socket(), [&reply](int connection) { sendAll(connection, reply); });
+
+  const qxbus::Outcome outcome = callOver(service, "some.interface");
+
+  EXPECT_EQ(outcome.kind, qxbus::Outcome::Kind::kDisconnected);
+  EXPECT_THAT(outcome.text, HasSubstr("malformed"));
+}
+
+// A message that is not kept is left out to its last byte.
+TEST_F(HostileService, ThatSendsLargeMessagesNobodyWantsIsUnderstoodBehindThem) {
+  const std::string large = signalOf("some.interface", "large", {std::string(3 * kMegabyte, 'x')});
+  const std::string late = serialized(
+      [] {
+        qxbus::wire::Header header;
+        header.type = MessageType::kMethodReturn;
+        header.replySerial = 999;
+        header.signature = "av";
+        return header;
+      }(),
+      {std::string(kMegabyte, 'x')});
+  const std::string small = signalOf(kVelName, "small");
+  const PlayedService service(socket(), [&](int connection) {
+    sendAll(connection, small + large + small + late + large + small + firstReply());
+    char byte = 0;
+    while (::recv(connection, &byte, 1, 0) == 1) {
+    }
+  });
+  const auto events = std::make_shared<Record<std::string>>();
+
+  EXPECT_EQ(callOver(service, kVelName, events).kind, qxbus::Outcome::Kind::kReturn);
+  EXPECT_THAT(events->items(), testing::ElementsAre("small", "small", "small"));
+}
+
+// The first event may come together with the answer that makes the connection.
+TEST_F(HostileService, MaySendABroadcastBeforeAnythingElse) {
+  const PlayedService service(socket(), [](int connection) {
+    sendAll(connection, signalOf("qx.bus.Broadcast", "early") + firstReply());
+    char byte = 0;
+    while (::recv(connection, &byte, 1, 0) == 1) {
+    }
+  });
+  const auto client = qxbus::Client::connect(address());
+  ASSERT_TRUE(client);
+  const auto heard = std::make_shared<Messages>();
+  (*client)->addBroadcastListener(
+      "early", lastingListener([heard](const MessageRef& event) { heard->add(event); }), kSafe);
+
+  EXPECT_TRUE((*client)->isServiceRegistered("vel"));
+
+  EXPECT_TRUE(heard->waitFor(1));
+  EXPECT_THAT(loggedLines(), Not(Contains(HasSubstr("refused"))));
+}
+
+}  // namespace
