@@ -19,6 +19,9 @@
 //       its main thread, which alone blocks it, and prints "SIGTERM"
 //   bus_process connect-as PATH UID
 //       connects to a socket as another user; prints "connected" or "refused"
+//   bus_process losses VARIABLE=VALUE
+//       connects to service "vel", uses it, and loses the connection, a thousand times; prints how
+//       many more descriptors, threads and blocks of memory are in use
 //   bus_process absent VARIABLE=VALUE
 //       prints how many more blocks of memory are in use after 200 asks for a service that is
 //       absent
@@ -44,6 +47,7 @@
 
 #include <grp.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #if defined(__linux__)
@@ -96,7 +100,15 @@ int serve(const std::string& address, const std::string& service) {
                                          qxbus::readString(request.arguments(), 0), {});
                                      request.reply({});
                                    }};
-  qxbus::ServiceHost host(address, service, {echo, stay, leave, broadcast});
+  // Its arguments are the name of the event and the number of its bytes.
+  const qxbus::Method large = {
+      "broadcastLarge", [running](qxbus::Request request) {
+        const qxbus::Bytes bytes(
+            static_cast<std::size_t>(qxbus::readInt32(request.arguments(), 1)));
+        running.get()->broadcast(qxbus::readString(request.arguments(), 0), {bytes});
+        request.reply({});
+      }};
+  qxbus::ServiceHost host(address, service, {echo, stay, leave, broadcast, large});
   made.set_value(&host);
   say("running");
   for (;;) {
@@ -332,6 +344,66 @@ int askForWhatIsAbsent() {
   return 0;
 }
 
+// --- Losses --------------------------------------------------------------------------------------
+
+// 0 where there is no such directory.
+long entriesOf(const char* directory) {
+  std::error_code ignored;
+  const std::filesystem::directory_iterator entries(directory, ignored);
+  return std::distance(begin(entries), end(entries));
+}
+
+struct InUse {
+  long descriptors = entriesOf("/proc/self/fd");
+  long threads = entriesOf("/proc/self/task");
+  long blocks = blocksInUse;
+};
+
+void endConnections() {
+  for (int each = 3; each < 1024; ++each) {
+    struct stat status = {};
+    if (::fstat(each, &status) == 0 && S_ISSOCK(status.st_mode)) {
+      ::shutdown(each, SHUT_RDWR);
+    }
+  }
+}
+
+void loseConnection(QXBusSerivceManager* manager) {
+  static QXBusEventCallback listener;
+  const std::shared_ptr<QXBusProxyInterface> proxy =
+      manager->getServiceProxyInterface("vel", QXBUS_SECURITY_SAME_USER_OR_ROOT, 1);
+  const auto reported = std::make_shared<std::promise<void>>();
+  const auto completed = std::make_shared<std::promise<void>>();
+  proxy->setDeathCallback([reported] { reported->set_value(); });
+  proxy->addEventListener("velevent", &listener, QXBUS_SECURITY_SAME_USER_OR_ROOT);
+  proxy->callWithReplyBlocking(proxy->makeMethodCallMessage("echo"), 10000);
+  proxy->callWithReply(
+      proxy->makeMethodCallMessage("hold"),
+      [completed](const std::shared_ptr<QXBusMessage>&) { completed->set_value(); }, -1);
+  endConnections();
+  reported->get_future().wait();
+  completed->get_future().wait();
+}
+
+int loseConnections() {
+  QXBusSerivceManager* const manager = QXBusSerivceManager::initSync(-1);
+  const auto lose = [manager](int times) {
+    for (int i = 0; i < times; ++i) {
+      loseConnection(manager);
+    }
+    // Threads that have nothing left to do end a moment later.
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+  };
+  lose(50);
+  const InUse before;
+  lose(1000);
+  const InUse after;
+  say(std::to_string(after.descriptors - before.descriptors));
+  say(std::to_string(after.threads - before.threads));
+  say(std::to_string(after.blocks - before.blocks));
+  return 0;
+}
+
 // --- Users ---------------------------------------------------------------------------------------
 
 int connectAs(const std::string& path, unsigned int user) {
@@ -377,6 +449,9 @@ int run(int argc, char** argv) {
   }
   if (mode == "signal") {
     return waitForSignal();
+  }
+  if (mode == "losses") {
+    return loseConnections();
   }
   if (mode == "absent") {
     return askForWhatIsAbsent();

@@ -1,7 +1,6 @@
 // The bus itself goes away and comes back.
 
 #include <atomic>
-#include <filesystem>
 #include <thread>
 
 #include "tests/dbus/dbus_test.h"
@@ -13,13 +12,6 @@ namespace {
 using namespace dbustest;
 using testing::Each;
 using testing::ElementsAre;
-
-// 0 where there is no such directory.
-std::ptrdiff_t entriesOf(const std::string& directory) {
-  std::error_code error;
-  const std::filesystem::directory_iterator entries(directory, error);
-  return std::distance(begin(entries), end(entries));
-}
 
 class BusThatIsLost : public DBusTest {
  protected:

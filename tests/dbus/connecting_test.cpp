@@ -96,6 +96,16 @@ TEST_F(FirstConnection, IsToTheSessionBusWhenNoOtherIsNamed) {
   EXPECT_EQ(connectTo(bus().address()).service, "there");
 }
 
+// An address keeps the guid of a bus that has been started again since.
+TEST_F(FirstConnection, IsAlsoToABusWithAnotherGuidThanTheAddressSays) {
+  const TestService service;
+
+  const Attempt attempt = connectTo(bus().address() + ",guid=0123456789abcdef0123456789abcdef");
+
+  EXPECT_EQ(attempt.said, "connected");
+  EXPECT_EQ(attempt.service, "there");
+}
+
 TEST_F(FirstConnection, LeavesNoReasonWhenItIsMade) {
   EXPECT_EQ(connectTo(bus().address()).reason, "");
 }

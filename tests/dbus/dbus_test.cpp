@@ -92,6 +92,12 @@ std::vector<std::string> loggedLines() {
   return lines;
 }
 
+std::ptrdiff_t entriesOf(const std::string& directory) {
+  std::error_code error;
+  const std::filesystem::directory_iterator entries(directory, error);
+  return std::distance(begin(entries), end(entries));
+}
+
 // --- TestService ---------------------------------------------------------------------------------
 
 struct TestService::Held {

@@ -4,6 +4,7 @@
 #ifndef TESTS_DBUS_DBUS_TEST_H
 #define TESTS_DBUS_DBUS_TEST_H
 
+#include <cstddef>
 #include <deque>
 #include <functional>
 #include <memory>
@@ -39,6 +40,9 @@ constexpr std::size_t kMegabyte = std::size_t{1024} * 1024;
 
 // The lines that were logged since the test began.
 std::vector<std::string> loggedLines();
+
+// The number of files in a directory; 0 when there is no such directory.
+std::ptrdiff_t entriesOf(const std::string& directory);
 
 // A service in this process, on a connection of its own. Its methods:
 //   echo    replies with its arguments

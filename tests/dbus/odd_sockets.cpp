@@ -117,4 +117,38 @@ void AnsweringSocket::run() {
   }
 }
 
+bool sendAll(int connection, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t sent = ::send(connection, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    if (sent <= 0) {
+      return false;
+    }
+    bytes.remove_prefix(static_cast<std::size_t>(sent));
+  }
+  return true;
+}
+
+PlayedService::PlayedService(const std::filesystem::path& path, Part part)
+    : listener_(path, 100), part_(std::move(part)) {
+  thread_ = std::thread([this] { run(); });
+}
+
+PlayedService::~PlayedService() {
+  end_.wake();
+  ::shutdown(connection_, SHUT_RDWR);
+  thread_.join();
+}
+
+void PlayedService::run() {
+  while (isReadable(listener_.descriptor(), end_)) {
+    Descriptors accepted;
+    connection_ = accepted.add(::accept(listener_.descriptor(), nullptr, nullptr));
+    if (takeLine(connection_, end_) &&
+        sendAll(connection_, "OK 0123456789abcdef0123456789abcdef\r\n") &&
+        takeLine(connection_, end_)) {
+      part_(connection_);
+    }
+  }
+}
+
 }  // namespace dbustest

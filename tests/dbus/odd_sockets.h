@@ -5,7 +5,9 @@
 
 #include <atomic>
 #include <filesystem>
+#include <functional>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -81,6 +83,30 @@ class AnsweringSocket {
   const Afterwards afterwards_;
   base::SelfPipe end_;
   std::atomic<int> accepted_{0};
+  std::thread thread_;
+};
+
+// Sends all of it to a socket that blocks. False when the other end is gone.
+bool sendAll(int connection, std::string_view bytes);
+
+// Authenticates each client in place of a service or a bus, and does with its connection what the
+// test says. The connection ends with the function, or with this object.
+class PlayedService {
+ public:
+  using Part = std::function<void(int connection)>;
+
+  PlayedService(const std::filesystem::path& path, Part part);
+  ~PlayedService();
+
+  std::string address() const { return listener_.address(); }
+
+ private:
+  void run();
+
+  ListeningSocket listener_;
+  const Part part_;
+  base::SelfPipe end_;
+  std::atomic<int> connection_{-1};
   std::thread thread_;
 };
 

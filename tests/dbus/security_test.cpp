@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
+#include <fstream>
 
 #include <unistd.h>
 
@@ -127,6 +129,37 @@ TEST_F(AnotherUser, FillsNoLogWithItsBroadcasts) {
   EXPECT_EQ(safe->size(), 0u);
   EXPECT_EQ(linesWith(kOtherUser), 1);
 }
+
+#if defined(__linux__)
+// The most memory that this process has had since the last call, in megabytes.
+long takePeakMemory() {
+  long peak = -1;
+  std::string line;
+  for (std::ifstream status("/proc/self/status"); std::getline(status, line);) {
+    if (line.rfind("VmHWM:", 0) == 0) {
+      peak = std::atol(line.c_str() + line.find(':') + 1) / 1024;
+    }
+  }
+  std::ofstream("/proc/self/clear_refs") << 5;
+  return peak;
+}
+
+TEST_F(AnotherUser, TakesNoMemoryWithALargeBroadcast) {
+  const std::string name = newBroadcastName();
+  const auto safe = broadcastsTo(manager(), lastingListener(nullptr), name, kSafe);
+  const ProxyRef proxy = manager().getServiceProxyInterface("vel", QXBUS_SECURITY_ANY_USER, 1);
+  ASSERT_TRUE(proxy);
+  constexpr std::int32_t kBytes = 60 * static_cast<std::int32_t>(kMegabyte);
+  takePeakMemory();
+  const long before = takePeakMemory();
+
+  // The reply comes after the event.
+  EXPECT_THAT(call(*proxy, "broadcastLarge", {name, kBytes}, 60000), IsReply());
+
+  EXPECT_LT(takePeakMemory() - before, 30);
+  EXPECT_EQ(safe->size(), 0u);
+}
+#endif
 
 // Unique names begin anew with the bus, and events of the last bus may still wait.
 TEST_F(AnotherUser, IsNotTakenForOneWithItsUniqueNameOnTheNextBus) {

@@ -1,5 +1,6 @@
 // The threads that handlers run on, and which of them wait for each other.
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <numeric>
@@ -292,6 +293,75 @@ TEST_F(BlockedHandler, OfACompletionHoldsUpNothingHoweverMuchArrives) {
   gate->open();
   EXPECT_TRUE(sizes->waitFor(kLargeMessages));
   EXPECT_THAT(sizes->items(), testing::Each(kMegabyte));
+}
+
+// More events than may wait. Each takes a little more than its megabyte.
+constexpr std::int32_t kTooMany = 280;
+constexpr std::size_t kMostWaiting = 256;
+
+TEST_F(BlockedHandler, OfAnEventLosesTheEventsThatFillTheMemory) {
+  const ProxyRef proxy = proxyOf();
+  const auto gate = std::make_shared<Gate>();
+  const OpenAtScopeExit openAtScopeExit(gate);
+  const auto numbers = std::make_shared<Record<std::int32_t>>();
+  proxy->addEventListener("velevent", lastingListener([=](const MessageRef& event) {
+                            gate->wait(Milliseconds(2 * kLargeTimeoutMs));
+                            numbers->add(event->getInt32(0));
+                          }),
+                          QXBUS_SECURITY_ANY_USER);
+  for (std::int32_t i = 0; i < kTooMany; ++i) {
+    service_.emit("velevent", {i, largeText()});
+    if (i % 10 == 0) {
+      call(*proxy, "echo", {}, kLargeTimeoutMs);
+    }
+  }
+  EXPECT_THAT(call(*proxy, "echo", {}, kLargeTimeoutMs), IsReply());
+  EXPECT_THAT(loggedLines(), testing::Contains(testing::HasSubstr("events are dropped")));
+  expectEverythingElseWorks();
+
+  gate->open();
+
+  // The first ones, in order, up to the bound.
+  ASSERT_TRUE(numbers->waitFor(kMostWaiting - 10));
+  EXPECT_TRUE(waitUntil([] {
+    const std::vector<std::string> lines = loggedLines();
+    return std::any_of(lines.begin(), lines.end(), [](const std::string& line) {
+      return line.find("events dropped") != std::string::npos;
+    });
+  }));
+  std::vector<std::int32_t> expected(numbers->size());
+  std::iota(expected.begin(), expected.end(), 0);
+  EXPECT_LE(expected.size(), kMostWaiting);
+  EXPECT_THAT(numbers->items(), ElementsAreArray(expected));
+  expectEventsArrive();
+}
+
+TEST_F(BlockedHandler, OfAServiceRefusesTheCallsThatFillTheMemory) {
+  const auto gate = std::make_shared<Gate>();
+  const OpenAtScopeExit openAtScopeExit(gate);
+  TestService blocked("blocked", {{"wait", [gate](qxbus::Request request) {
+                                     gate->wait(Milliseconds(2 * kLargeTimeoutMs));
+                                     request.reply({});
+                                   }}});
+  const ProxyRef proxy = proxyOf("blocked");
+  const auto replies = std::make_shared<Messages>();
+  for (std::int32_t i = 0; i < kTooMany; ++i) {
+    proxy->callWithReply(
+        messageTo(*proxy, "wait", {largeText()}),
+        [replies](const MessageRef& reply) { replies->add(reply); }, kLargeTimeoutMs);
+  }
+
+  ASSERT_TRUE(replies->waitFor(kTooMany - kMostWaiting - 1, Milliseconds(kLargeTimeoutMs)));
+  EXPECT_THAT(replies->items(), testing::Each(IsError()));
+  EXPECT_THAT(replies->items().front()->getString(0), testing::HasSubstr("fill the memory"));
+  gate->open();
+  ASSERT_TRUE(replies->waitFor(kTooMany));
+  const std::vector<MessageRef> all = replies->items();
+  EXPECT_GE(static_cast<std::size_t>(std::count_if(
+                all.begin(), all.end(),
+                [](const MessageRef& each) { return each->type() == MESSAGE_TYPE_METHOD_RETURN; })),
+            kMostWaiting - 1);
+  EXPECT_THAT(call(*proxy, "wait"), IsReply());
 }
 
 // The other side: calls that need no handler are answered while all handlers wait.
