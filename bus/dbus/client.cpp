@@ -19,13 +19,6 @@ namespace {
 // its user is asked for.
 constexpr std::size_t kMostWaiting = std::size_t{256} * 1024 * 1024;
 constexpr std::size_t kMostUnidentified = std::size_t{16} * 1024 * 1024;
-// Memory of a signal besides its bytes.
-constexpr std::size_t kSignalOverhead = 512;
-
-std::size_t sizeOf(const Received& message) {
-  return message.message.body.size() + kSignalOverhead;
-}
-
 // Every link asks for all of them: a listener needs no rule of its own, and no wait for one.
 std::string broadcastRule() {
   return std::string("type='signal',interface='") + kBroadcastInterface + "'";
@@ -350,7 +343,8 @@ void Client::onBroadcast(const std::shared_ptr<Link>& link, Received message, Si
     }
     Unidentified& waiting = unidentified_[key];
     isFirst = waiting.held.empty();
-    const std::size_t size = sizeOf(signal.message);
+    const std::size_t size =
+        signal.message.costBehind(isFirst ? nullptr : &waiting.held.back().message);
     if (!isFirst && waiting.size + size > kMostUnidentified) {
       ++dropped_;
       return;
@@ -404,7 +398,8 @@ void Client::post(Signals signals) {
   Signals taken;
   std::size_t size = 0;
   for (Signal& signal : signals) {
-    const std::size_t more = sizeOf(signal.message);
+    const std::size_t more =
+        signal.message.costBehind(taken.empty() ? nullptr : &taken.back().message);
     if (waitingSize_ + size + more > kMostWaiting) {
       if (dropped_++ == 0) {
         logError("events are dropped: the events that wait for their handlers fill the memory");

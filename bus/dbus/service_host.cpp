@@ -27,8 +27,6 @@ constexpr int kHostTimeoutMs = 5000;
 
 // The memory that calls may take while they wait for handlers.
 constexpr std::size_t kMostWaiting = std::size_t{256} * 1024 * 1024;
-// Memory of a call besides its bytes.
-constexpr std::size_t kCallOverhead = 512;
 
 using Handler = std::function<void(Request)>;
 
@@ -136,8 +134,12 @@ struct ServiceHost::Impl : std::enable_shared_from_this<ServiceHost::Impl> {
   void serve(std::shared_ptr<Loop> loop);
 
   // On the reading thread: answers what needs no handler, leaves the rest to the serving thread.
+  // sender: empty stands for the sender that the message names; before: in the same memory, or null
   void onMessage(const std::shared_ptr<Connection>& from, const std::string& sender,
-                 const Received& message);
+                 const Received& message, const Received* before);
+  // Messages that were read at once.
+  void onMessages(const std::shared_ptr<Connection>& from, const std::string& sender,
+                  const std::vector<Received>& messages);
   bool answerStandardCall(Connection& from, const wire::Header& call) const;
   void onClient(const std::shared_ptr<Loop>& loop, base::Socket socket, Inbox inbox);
   void onBusLost();
@@ -192,9 +194,7 @@ void ServiceHost::Impl::connectToBus(const std::string& address) {
       // connection appear on the bus.
       const std::shared_ptr<Link> link = impl ? impl->busLink() : nullptr;
       if (link) {
-        for (const Received& message : messages) {
-          impl->onMessage(link->connection(), std::string(message.header().sender), message);
-        }
+        impl->onMessages(link->connection(), "", messages);
       }
     };
     handlers.onLost = [self] {
@@ -273,9 +273,7 @@ void ServiceHost::Impl::onClient(const std::shared_ptr<Loop>& loop, base::Socket
       }
       from = client->second;
     }
-    for (const Received& message : messages) {
-      impl->onMessage(from, sender, message);
-    }
+    impl->onMessages(from, sender, messages);
   };
   handlers.onLost = [self, number] {
     if (const std::shared_ptr<Impl> impl = self.lock()) {
@@ -287,8 +285,20 @@ void ServiceHost::Impl::onClient(const std::shared_ptr<Loop>& loop, base::Socket
       number, Connection::adopt(loop, std::move(socket), std::move(inbox), std::move(handlers)));
 }
 
+void ServiceHost::Impl::onMessages(const std::shared_ptr<Connection>& from,
+                                   const std::string& sender,
+                                   const std::vector<Received>& messages) {
+  const Received* before = nullptr;
+  for (const Received& message : messages) {
+    onMessage(from, sender.empty() ? std::string(message.header().sender) : sender, message,
+              before);
+    before = &message;
+  }
+}
+
 void ServiceHost::Impl::onMessage(const std::shared_ptr<Connection>& from,
-                                  const std::string& sender, const Received& message) {
+                                  const std::string& sender, const Received& message,
+                                  const Received* before) {
   const wire::Header& call = message.header();
   if (answerStandardCall(*from, call)) {
     return;
@@ -311,7 +321,7 @@ void ServiceHost::Impl::onMessage(const std::shared_ptr<Connection>& from,
               "service " + service + " has no method " + std::string(call.member));
     return;
   }
-  const std::size_t size = message.message.body.size() + kCallOverhead;
+  const std::size_t size = message.costBehind(before);
   if (*waitingSize + size > kMostWaiting) {
     sendError(*from, caller, kLimitsExceeded,
               "the calls that wait for service " + service + " fill the memory");

@@ -99,6 +99,7 @@ wire::Fault Inbox::take(std::vector<Received>* messages) {
   if (taken >= kWorthAChunk) {
     for (std::size_t i = before; i < messages->size(); ++i) {
       (*messages)[i].memory = chunk_;
+      (*messages)[i].memorySize = capacity_;
     }
     begin(kChunk);
     return fault;
@@ -113,6 +114,7 @@ wire::Fault Inbox::take(std::vector<Received>* messages) {
     // Cannot fail: the bytes are those that were read before.
     static_cast<void>(wire::readHeader({copy.get() + at, frame.size}, &received.message));
     received.memory = copy;
+    received.memorySize = taken;
     at += frame.size;
   }
   return fault;

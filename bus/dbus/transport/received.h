@@ -3,6 +3,7 @@
 #ifndef BUS_DBUS_TRANSPORT_RECEIVED_H
 #define BUS_DBUS_TRANSPORT_RECEIVED_H
 
+#include <cstddef>
 #include <memory>
 
 #include "bus/dbus/wire/message.h"
@@ -12,8 +13,14 @@ namespace qxbus {
 // Copies share the memory, which several messages may share.
 struct Received {
   std::shared_ptr<const char[]> memory;
+  std::size_t memorySize = 0;
   wire::Message message;
 
+  // The memory that keeping it takes, apart from what it shares with the message before it.
+  std::size_t costBehind(const Received* before) const {
+    constexpr std::size_t kBesidesItsBytes = 512;
+    return kBesidesItsBytes + (before && before->memory == memory ? 0 : memorySize);
+  }
   const wire::Header& header() const { return message.header; }
 };
 
