@@ -19,6 +19,7 @@ REFERENCE = ("daemon", "libdbus")
 PEERS = {
     "velproxy": ("velproxy_peer", {}),
     "velproxy, log off": ("velproxy_peer", {"QX_LOG_LEVEL": "off"}),
+    "bus layer": ("qxbus_peer", {}),
     "libdbus": ("libdbus_peer", {}),
     "sd-bus": ("sdbus_peer", {}),
     "sdbus-c++": ("sdbuscpp_peer", {}),
