@@ -2,6 +2,8 @@
 
 #include <filesystem>
 #include <fstream>
+#include <regex>
+#include <sstream>
 
 #include "tests/dbus/dbus_test.h"
 #include "tests/dbus/raw_peer.h"
@@ -66,6 +68,41 @@ TEST_F(ServiceOverDBus, KeepsItsEventsWhenOneOfTwoInterfacesIsReleased) {
   EXPECT_TRUE(events->waitFor(1));
   service.reset();
   EXPECT_TRUE(death->wait());
+}
+
+// Writes another value of a limit into the configuration of the bus, which is then started again.
+void restartWithLimit(PrivateBus& bus, const std::string& name, const std::string& value) {
+  const std::filesystem::path path = bus.directory() / "bus.conf";
+  std::ostringstream text;
+  text << std::ifstream(path).rdbuf();
+  const std::regex limit("(<limit name=\"" + name + "\">)[0-9]+");
+  std::ofstream(path) << std::regex_replace(text.str(), limit, "$01" + value);
+  bus.kill();
+  bus.start();
+}
+
+// An interface that gets no rule of its own must not remove the same rule of another one.
+TEST_F(ServiceOverDBus, KeepsItsEventsAndItsDeathWhenTheBusRefusesAnotherInterface) {
+  NEEDS_DAEMON();
+  // One rule for broadcasts and two for each interface.
+  restartWithLimit(bus(), "max_match_rules_per_connection", "4");
+  auto service = std::make_unique<TestService>();
+  const ProxyRef kept = proxyOf();
+  const auto events = std::make_shared<Messages>();
+  const auto death = std::make_shared<Gate>();
+  kept->addEventListener("velevent",
+                         lastingListener([events](const MessageRef& event) { events->add(event); }),
+                         kSafe);
+  kept->setDeathCallback([death] { death->open(); });
+
+  EXPECT_FALSE(manager().getServiceProxyInterface("vel", kSafe, 1));
+  EXPECT_FALSE(manager().getServiceProxyInterface("vel", kSafe, 1));
+
+  service->emit("velevent", {});
+  EXPECT_TRUE(events->waitFor(1));
+  service.reset();
+  EXPECT_TRUE(death->wait());
+  restartWithLimit(bus(), "max_match_rules_per_connection", "50000");
 }
 
 // A bus starts a service that a client calls by its name.

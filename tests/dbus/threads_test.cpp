@@ -329,11 +329,14 @@ TEST_F(BlockedHandler, OfAnEventLosesTheEventsThatFillTheMemory) {
       return line.find("events dropped") != std::string::npos;
     });
   }));
-  std::vector<std::int32_t> expected(numbers->size());
-  std::iota(expected.begin(), expected.end(), 0);
-  EXPECT_LE(expected.size(), kMostWaiting);
-  EXPECT_THAT(numbers->items(), ElementsAreArray(expected));
+  // Its event comes behind the last of them, and is one more.
   expectEventsArrive();
+  std::vector<std::int32_t> kept = numbers->items();
+  kept.pop_back();
+  std::vector<std::int32_t> expected(kept.size());
+  std::iota(expected.begin(), expected.end(), 0);
+  EXPECT_LE(kept.size(), kMostWaiting);
+  EXPECT_THAT(kept, ElementsAreArray(expected));
 }
 
 TEST_F(BlockedHandler, OfAServiceRefusesTheCallsThatFillTheMemory) {
