@@ -142,7 +142,7 @@ void callbacks(benchmark::State& state) {
   qx::VelProxy* const proxy = qx::VelProxy::getInstance();
   const auto count = static_cast<std::size_t>(state.range(0));
   Arrivals arrivals(count);
-  // The user data tells the callbacks apart.
+  // The user data distinguishes the callbacks.
   std::vector<Arrivals*> registered(count, &arrivals);
   for (Arrivals*& each : registered) {
     proxy->RegisterDeviceCallback(

@@ -43,9 +43,8 @@ class ListenerTest : public testing::Test {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
     path.copy(address.sun_path, sizeof address.sun_path - 1);
-    EXPECT_EQ(
-        ::bind(socket.number(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
-        0);
+    EXPECT_EQ(::bind(socket.number(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
+              0);
     return socket;
   }
 

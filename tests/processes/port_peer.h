@@ -58,7 +58,7 @@ class PortPeer {
     while (bytes.size() < count && isReady(POLLIN)) {
       std::array<unsigned char, 4096> portion = {};
       const ssize_t got = base::receiveSome(socket_, portion.data(),
-                                               std::min(count - bytes.size(), portion.size()));
+                                            std::min(count - bytes.size(), portion.size()));
       if (got <= 0) {
         break;
       }

@@ -12,8 +12,8 @@
 #include <thread>
 
 #include "base/self_pipe.h"
-#include "pen/pen_frame.h"
 #include "base/unix_socket.h"
+#include "pen/pen_frame.h"
 
 namespace velsim {
 

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "base/text.h"
-#include "pen/pen_frame.h"
 #include "base/unix_socket.h"
+#include "pen/pen_frame.h"
 #include "pen/stroke_file.h"
 #include "platform/app_data_path.h"
 #include "platform/log.h"
