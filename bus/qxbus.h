@@ -16,10 +16,6 @@
 //           one waits for each call.
 // SIZE      A bus may end the connection of a sender whose message is larger than it allows (over
 //           D-Bus: max_message_size of the bus daemon). To the sender that is the loss of the bus.
-// LOAD      Events that wait for their handlers are bounded (over D-Bus: 256 MiB, and 16 MiB for
-// the
-//           broadcasts of a sender whose user is not known yet). More are dropped; one line in the
-//           log says so, another one how many, when the handlers have caught up.
 // FORK      A child of fork() has none of the threads: until it calls exec it must not use the bus.
 
 #ifndef BUS_QXBUS_H
