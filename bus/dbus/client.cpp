@@ -15,8 +15,8 @@
 namespace qxbus {
 namespace {
 
-// The memory that signals may take while they wait for handlers, and broadcasts of one sender while
-// its user is asked for.
+// The memory that signals may take while they wait for handlers, or for the users of their senders;
+// and broadcasts of one sender while its user is asked for.
 constexpr std::size_t kMostWaiting = std::size_t{256} * 1024 * 1024;
 constexpr std::size_t kMostUnidentified = std::size_t{16} * 1024 * 1024;
 // Every link asks for all of them: a listener needs no rule of its own, and no wait for one.
@@ -345,10 +345,16 @@ void Client::onBroadcast(const std::shared_ptr<Link>& link, Received message, Si
     isFirst = waiting.held.empty();
     const std::size_t size =
         signal.message.costBehind(isFirst ? nullptr : &waiting.held.back().message);
-    if (!isFirst && waiting.size + size > kMostUnidentified) {
+    // A first event may be as large as it likes, if all of them leave room for it.
+    const bool isTooMuchOfOne = !isFirst && waiting.size + size > kMostUnidentified;
+    if (isTooMuchOfOne || unidentifiedSize_ + size > kMostWaiting) {
       ++dropped_;
+      if (isFirst) {
+        unidentified_.erase(key);
+      }
       return;
     }
+    unidentifiedSize_ += size;
     waiting.size += size;
     waiting.held.push_back(std::move(signal));
   }
@@ -375,6 +381,7 @@ void Client::onIdentified(const std::shared_ptr<Link>& link, const std::string& 
       return;
     }
     held = std::move(waiting->second.held);
+    unidentifiedSize_ -= waiting->second.size;
     unidentified_.erase(waiting);
   }
   const std::string reason = refusalOf(user);

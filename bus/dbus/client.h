@@ -114,6 +114,7 @@ class Client : public std::enable_shared_from_this<Client> {
   std::vector<std::weak_ptr<ServiceHandle>> handles_ QX_GUARDED_BY(mutex_);
   // By unique name, of which each bus has its own.
   std::map<std::pair<const Link*, std::string>, Unidentified> unidentified_ QX_GUARDED_BY(mutex_);
+  std::size_t unidentifiedSize_ QX_GUARDED_BY(mutex_) = 0;  // of all of them
 };
 
 }  // namespace qxbus

@@ -3,6 +3,7 @@
 #include <csignal>
 #include <fstream>
 #include <sstream>
+#include <thread>
 
 #include <stdlib.h>
 #include <sys/socket.h>
@@ -310,6 +311,63 @@ TEST_F(HostileService, ThatSendsLargeMessagesNobodyWantsIsUnderstoodBehindThem) 
 
   EXPECT_EQ(callOver(service, kVelName, events).kind, qxbus::Outcome::Kind::kReturn);
   EXPECT_THAT(events->items(), testing::ElementsAre("small", "small", "small"));
+}
+
+TEST_F(HostileService, ThatHangsIsNotThereAfterTwoSeconds) {
+  Process service(helper({BUS_PROCESS, "serve", address(), "vel"}));
+  ASSERT_EQ(service.readLine(), "running");
+  const auto client = qxbus::Client::connect(address());
+  ASSERT_TRUE(client);
+  const auto handle = (*client)->handleOn("vel", kSafe);
+  ASSERT_TRUE(handle);
+  service.signal(SIGSTOP);
+  // The system stops it a moment later.
+  std::this_thread::sleep_for(kSilence);
+
+  for (int i = 0; i < 2; ++i) {
+    const auto begun = TestClock::now();
+    EXPECT_FALSE((*client)->isServiceRegistered("vel"));
+    EXPECT_LT(since(begun), Milliseconds(2500));
+  }
+
+  service.signal(SIGCONT);
+  EXPECT_TRUE(waitUntil([&client] { return (*client)->isServiceRegistered("vel"); }));
+  // It never died.
+  EXPECT_THAT(handle->call(*qxbus::makeMessage(MESSAGE_TYPE_METHOD_CALL, "echo"), 10000),
+              IsReply());
+}
+
+// Its socket may be where a client looks: the system says who listens there.
+TEST_F(HostileService, OfAnotherUserIsRefused) {
+  if (::geteuid() != 0) {
+    GTEST_SKIP() << "needs root to start a service as another user";
+  }
+  std::filesystem::permissions(std::filesystem::path(socket()).parent_path(),
+                               std::filesystem::perms(0777));
+  Process service(helper({BUS_PROCESS, "serve", address(), "vel", "65534"}));
+  ASSERT_EQ(service.readLine(), "running");
+  const auto client = qxbus::Client::connect(address());
+  ASSERT_TRUE(client);
+  const auto safe = std::make_shared<Messages>();
+  const auto any = std::make_shared<Messages>();
+  const std::string name = newBroadcastName();
+  (*client)->addBroadcastListener(
+      name, lastingListener([safe](const MessageRef& event) { safe->add(event); }), kSafe);
+  (*client)->addBroadcastListener(
+      name, lastingListener([any](const MessageRef& event) { any->add(event); }),
+      QXBUS_SECURITY_ANY_USER);
+
+  EXPECT_FALSE((*client)->isServiceRegistered("vel"));
+  EXPECT_FALSE((*client)->handleOn("vel", kSafe));
+  EXPECT_THAT(loggedLines(), Contains(HasSubstr("it runs as user 65534")));
+
+  const auto handle = (*client)->handleOn("vel", QXBUS_SECURITY_ANY_USER);
+  ASSERT_TRUE(handle);
+  const auto request = qxbus::makeMessage(MESSAGE_TYPE_METHOD_CALL, "broadcast");
+  request->appendString(name);
+  EXPECT_THAT(handle->call(*request, 10000), IsReply());
+  EXPECT_TRUE(any->waitFor(1));
+  EXPECT_EQ(safe->size(), 0u);
 }
 
 // The first event may come together with the answer that makes the connection.
