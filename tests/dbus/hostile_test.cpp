@@ -288,6 +288,34 @@ TEST_F(HostileService, ThatSendsAMalformedReplyIsLostForThisReason) {
   EXPECT_THAT(outcome.text, HasSubstr("malformed"));
 }
 
+TEST_F(HostileService, ThatTakesNothingMoreIsLostThoughItStaysConnected) {
+  const auto gate = std::make_shared<Gate>();
+  const auto deaf = std::make_shared<Gate>();
+  const PlayedService service(socket(), [gate, deaf](int connection) {
+    ::shutdown(connection, SHUT_RD);
+    deaf->open();
+    gate->wait();
+  });
+  const OpenAtScopeExit openAtScopeExit(gate);
+  const auto lost = std::make_shared<Gate>();
+  qxbus::Connection::Handlers handlers;
+  handlers.onLost = [lost] { lost->open(); };
+  const auto connection = qxbus::Connection::open(service.address(), std::move(handlers), soon());
+  ASSERT_TRUE(connection);
+  const auto call = [&connection] {
+    MessageWriter message;
+    message.start(headerOf(MessageType::kMethodCall, kVelName, "echo"));
+    return (*connection)->call(&message, "", qxbus::deadlineAfter(100)).kind;
+  };
+  // The end of the authentication goes out with the first message.
+  call();
+  ASSERT_TRUE(deaf->wait());
+
+  EXPECT_EQ(call(), qxbus::Outcome::Kind::kDisconnected);
+
+  EXPECT_TRUE(lost->wait(Milliseconds(5000)));
+}
+
 // A message that is not kept is left out to its last byte.
 TEST_F(HostileService, ThatSendsLargeMessagesNobodyWantsIsUnderstoodBehindThem) {
   const std::string large = signalOf("some.interface", "large", {std::string(3 * kMegabyte, 'x')});

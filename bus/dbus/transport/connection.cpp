@@ -18,7 +18,7 @@ namespace {
 constexpr char kConnectionGone[] = "the connection to the bus is gone";
 constexpr char kFaulty[] = "the reply is malformed: the connection is given up";
 constexpr char kTooLarge[] = "the message is larger than D-Bus allows";
-// What has been sent before the end may take this long to go out.
+// What has been sent before the end may take this long to go out; and what came before it, to come.
 constexpr std::chrono::seconds kLastWords{1};
 // The other end may leave this much unread. More, and it is taken for dead.
 constexpr std::size_t kMostUnsent = std::size_t{256} * 1024 * 1024;
@@ -197,10 +197,13 @@ void Connection::Core::breakOff(int error) {
   isBroken_ = true;
   if (error == EBADF) {
     isTaken_ = true;
-    loop_->wake();
   } else {
     ::shutdown(socket_.number(), SHUT_WR);
+    // Another end that takes nothing more may still not end the connection.
+    const platform::MutexLock closing(callMutex_);
+    closeDeadline_ = std::min(closeDeadline_, Clock::now() + kLastWords);
   }
+  loop_->wake();
   unsent_.clear();
   flushed_ = 0;
   hasUnsent_ = false;
