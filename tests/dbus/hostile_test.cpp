@@ -185,7 +185,7 @@ std::vector<Attack> attacks() {
 INSTANTIATE_TEST_SUITE_P(Sends, HostileClient, testing::ValuesIn(attacks()),
                          [](const auto& attack) { return std::string(attack.param.name); });
 
-#if defined(__linux__)
+#if defined(__linux__) && defined(TAKES_ALL_DESCRIPTORS)
 // Processor time that a process has used, in seconds.
 double secondsUsed(pid_t process) {
   std::ifstream file("/proc/" + std::to_string(process) + "/stat");
