@@ -116,6 +116,17 @@ TEST_F(BlockedOutputTest, AWatchWaitsForAnOutputThatDoesNotBlock) {
   }
 }
 
+// The sum of the numbers in notes such as "velctl: 12 events dropped: ...". There may be several:
+// each stands before the next line that is written.
+long dropped(const std::string& notes, const std::string& what) {
+  const std::regex note("velctl: ([0-9]+) " + what + "s? dropped: standard output was blocked\n");
+  long sum = 0;
+  for (std::sregex_iterator match(notes.begin(), notes.end(), note), end; match != end; ++match) {
+    sum += std::stol((*match)[1]);
+  }
+  return sum;
+}
+
 TEST_F(BlockedOutputTest, EventsThatDoNotFitInTheQueueAreCountedAndReported) {
   constexpr int kEvents = 3000;
   Process watch(intoPipe("watch"));
@@ -137,20 +148,9 @@ TEST_F(BlockedOutputTest, EventsThatDoNotFitInTheQueueAreCountedAndReported) {
   const auto shown = std::count(text.begin() + static_cast<std::ptrdiff_t>(text.find(firstLine)),
                                 text.end(), '\n');
   EXPECT_LT(shown, kEvents);
-  EXPECT_TRUE(notes(watch, "velctl: " + std::to_string(kEvents + 1 - shown) +
-                               " events dropped: standard output was blocked\n"))
+  EXPECT_TRUE(comesTrue([&] { return dropped(watch.err(), "event") == kEvents + 1 - shown; }))
       << watch.err();
   EXPECT_EQ(watch.end(SIGINT).status, velctl::kExitOk);
-}
-
-// The sum of the numbers in notes such as "velctl: 12 progress reports dropped: ...".
-long droppedReports(const std::string& notes) {
-  static const std::regex note("velctl: ([0-9]+) progress reports? dropped: ");
-  long sum = 0;
-  for (std::sregex_iterator match(notes.begin(), notes.end(), note), end; match != end; ++match) {
-    sum += std::stol((*match)[1]);
-  }
-  return sum;
 }
 
 TEST_F(BlockedOutputTest, ProgressOfADiagnosisThatDoesNotFitInTheQueueIsReported) {
@@ -185,7 +185,7 @@ TEST_F(BlockedOutputTest, ProgressOfADiagnosisThatDoesNotFitInTheQueueIsReported
   const auto lines = std::count(read_.begin(), read_.end(), '\n');
   EXPECT_LT(lines, kReports);
   // All lines but the answer are reports.
-  EXPECT_EQ(lines - 1 + droppedReports(finished.err), kReports + 1) << finished.err;
+  EXPECT_EQ(lines - 1 + dropped(finished.err, "progress report"), kReports + 1) << finished.err;
 }
 
 TEST_F(BlockedOutputTest, AJoystickWatchEndsItsSubscriptionAllTheSame) {
