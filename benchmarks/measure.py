@@ -248,7 +248,8 @@ GROWTH = {
     "megabytes": "MB in a reply",
 }
 # The same reply while the C library keeps its memory, as it does for blocks below 32 MiB.
-KEPT_MEMORY = {"GLIBC_TUNABLES": "glibc.malloc.mmap_max=0:glibc.malloc.trim_threshold=4000000000"}
+KEPT_MEMORY = {"GLIBC_TUNABLES": "glibc.malloc.mmap_max=0:glibc.malloc.trim_threshold=4000000000"
+                                 ":glibc.malloc.arena_max=1"}
 
 
 def run_program(build, name, least_seconds, *options, cpus=None, environment=None):

@@ -9,7 +9,7 @@ using namespace dbustest;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 
-constexpr char kPeer[] = "org.freedesktop.DBus.Peer";
+constexpr char kStandardCalls[] = "org.freedesktop.DBus.Peer";
 
 class CallOfAClient : public DBusTest {
  protected:
@@ -25,11 +25,11 @@ class CallOfAClient : public DBusTest {
 };
 
 TEST_F(CallOfAClient, ThatPingsIsAnswered) {
-  EXPECT_EQ(errorNameOf(callClient(kPeer, "Ping")), "");
+  EXPECT_EQ(errorNameOf(callClient(kStandardCalls, "Ping")), "");
 }
 
 TEST_F(CallOfAClient, ThatAsksForTheMachineGetsItsId) {
-  const DBusMessageRef reply = callClient(kPeer, "GetMachineId");
+  const DBusMessageRef reply = callClient(kStandardCalls, "GetMachineId");
 
   // A machine without an id is an error with a text.
   EXPECT_THAT(firstText(reply),

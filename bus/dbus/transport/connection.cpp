@@ -386,7 +386,7 @@ void Connection::Core::sort(std::vector<Received>* read) {
   Finished finished;
   std::vector<Received> messages;
   bool isFaulty = false;
-  bool hasEvents = false;
+  std::size_t events = 0;
   for (Received& received : *read) {
     const wire::Header& header = received.header();
     std::optional<Pending> answered;
@@ -407,7 +407,7 @@ void Connection::Core::sort(std::vector<Received>* read) {
                                  : Outcome::replied(std::move(received), answered->destination);
       finished.emplace_back(std::move(*answered), std::move(outcome));
     } else if (!isFaulty) {
-      hasEvents = hasEvents || header.type == wire::MessageType::kSignal;
+      events += header.type == wire::MessageType::kSignal ? 1 : 0;
       messages.push_back(std::move(received));
     }
     if (isFaulty) {
@@ -418,9 +418,7 @@ void Connection::Core::sort(std::vector<Received>* read) {
   if (!messages.empty()) {
     handlers_.onMessages(std::move(messages));
   }
-  if (hasEvents) {
-    loop_->letEventsGather();
-  }
+  loop_->letEventsGather(events);
   for (auto& [call, outcome] : finished) {
     finish(*loop_, &call, std::move(outcome));
   }

@@ -22,6 +22,10 @@ constexpr int kRestsBeforeSleep = 10;
 constexpr std::chrono::milliseconds kStream{1};
 // How long an event of a stream may wait for others.
 constexpr std::chrono::microseconds kGathering{300};
+// When fewer have gathered, each event may be an answer to the last one, whose sender now waits,
+// too. The next ones are then read at once.
+constexpr std::size_t kWorthGathering = 4;
+constexpr int kTurnsWithoutGathering = 100;
 
 int pollTimeout(Clock::time_point deadline) {
   if (deadline == Clock::time_point::max()) {
@@ -169,14 +173,14 @@ void Loop::runWhenIdle() {
     }
     takeTurn();
     lock.unlock();
-    hasReadEvents_ = false;
+    eventsRead_ = 0;
     step(Clock::time_point::max());
-    const bool hasReadEvents = hasReadEvents_;
+    const std::size_t events = eventsRead_;
     lock.lock();
     isTaken_ = false;
     passOn();
-    if (hasReadEvents) {
-      gather(lock);
+    if (events > 0) {
+      gather(events, lock);
     }
   }
   // Sources hold their loop.
@@ -185,12 +189,19 @@ void Loop::runWhenIdle() {
   lock.unlock();
 }
 
-void Loop::gather(platform::MutexLock& lock) {
+void Loop::gather(std::size_t events, platform::MutexLock& lock) {
+  if (std::exchange(hasGathered_, false) && events < kWorthGathering) {
+    turnsToGather_ = kTurnsWithoutGathering;
+  }
   const Clock::time_point now = Clock::now();
-  if (now - lastEvents_ < kStream && !isStopped_) {
+  const bool isStream = now - lastEvents_ < kStream;
+  lastEvents_ = now;
+  if (turnsToGather_ > 0) {
+    --turnsToGather_;
+  } else if (isStream && !isStopped_) {
+    hasGathered_ = true;
     free_.waitUntil(lock, now + kGathering);
   }
-  lastEvents_ = now;
 }
 
 Clock::time_point Loop::collect(std::vector<std::shared_ptr<Source>>* sources) {

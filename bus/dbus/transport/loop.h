@@ -72,8 +72,8 @@ class Loop : public std::enable_shared_from_this<Loop> {
   void add(std::shared_ptr<Source> source);
   // The answers of a source (events, due, descriptor) have changed.
   void wake() { wake_.wake(); }
-  // For a source: it has read events. More of them may wait until some have gathered.
-  void letEventsGather() { hasReadEvents_ = true; }
+  // For a source: it has read so many events. More of them may wait until some have gathered.
+  void letEventsGather(std::size_t events) { eventsRead_ += events; }
   // Ends the thread, as soon as it has no work; callers may still wait.
   void stop();
   // The same, as soon as no source is left.
@@ -90,7 +90,7 @@ class Loop : public std::enable_shared_from_this<Loop> {
   Loop() = default;
 
   void runWhenIdle();
-  void gather(platform::MutexLock& lock) QX_REQUIRES(mutex_);
+  void gather(std::size_t events, platform::MutexLock& lock) QX_REQUIRES(mutex_);
   void takeTurn() QX_REQUIRES(mutex_);
   void step(Clock::time_point deadline);
   Clock::time_point collect(std::vector<std::shared_ptr<Source>>* sources);
@@ -100,8 +100,11 @@ class Loop : public std::enable_shared_from_this<Loop> {
   // Used by the thread that has the turn.
   std::vector<pollfd> polled_;
   std::vector<std::shared_ptr<Source>> polledSources_;
-  bool hasReadEvents_ = false;
-  Clock::time_point lastEvents_ = {};  // for the loop's own thread
+  std::size_t eventsRead_ = 0;
+  // Used by the loop's own thread.
+  Clock::time_point lastEvents_ = {};
+  bool hasGathered_ = false;
+  int turnsToGather_ = 0;
 
   mutable platform::Mutex mutex_;
   std::vector<std::shared_ptr<Source>> sources_ QX_GUARDED_BY(mutex_);
