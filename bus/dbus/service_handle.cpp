@@ -58,7 +58,7 @@ base::Result<void> ServiceHandle::attach(QXBusSecurityFlags flags, Clock::time_p
     return found.failed();
   }
   if (found->name.empty()) {
-    return base::Failed{"nobody owns " + busName_};
+    return base::Failed{busName_ + " has no owner"};
   }
   bool isGone = false;
   {

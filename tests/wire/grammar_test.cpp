@@ -126,7 +126,7 @@ const Row kRows[] = {
     {kBusName, ":1.", false},
     {kBusName, ":1..2", false},
     {kBusName, "::1", false},
-    // The specification asks for two elements; libdbus for none.
+    // The text of D-Bus asks for two elements; libdbus for none.
     {kBusName, ":", true},
     {kBusName, ":1", true},
     {kBusName, ":.1", true},
@@ -167,7 +167,7 @@ const Row kRows[] = {
     {kSignature, std::string(32, 'a') + nested("(", 32, "i", ")"), true},
     {kSignature, nested("a{y", 32, "i", "}"), true},
     {kSignature, nested("a{y", 33, "i", "}"), false},
-    // The specification counts all arrays around a type; libdbus those since the last structure.
+    // The text of D-Bus counts all arrays around a type; libdbus those since the last structure.
     {kSignature, std::string(32, 'a') + "(" + std::string(32, 'a') + "i)", true},
     {kSignature, std::string(32, 'a') + "(" + std::string(33, 'a') + "i)", false},
 

@@ -29,7 +29,7 @@ class Acceptor {
   // Called with an authenticated client, and what was read behind the authentication.
   using OnClient = std::function<void(base::Socket socket, Inbox inbox)>;
 
-  // Replaces a socket that nobody listens at any more. Fails when a program listens there, or the
+  // Replaces a socket without a listener. Fails when a program listens there, or the
   // path cannot be used.
   static base::Result<std::unique_ptr<Acceptor>> listen(std::shared_ptr<Loop> loop,
                                                         const std::string& path, OnClient onClient);

@@ -119,7 +119,7 @@ class Connection::Core : public Loop::Source {
   void breakOff(int error) QX_REQUIRES(outMutex_);
   void read();
   void takeMessages();
-  // Whether nobody is interested in a message.
+  // Whether a message is of no interest.
   bool isDropped(const wire::Header& header);
   Interest interestIn(const wire::Header& header) const {
     return handlers_.interestIn ? handlers_.interestIn(header) : Interest::kChecked;
