@@ -11,6 +11,7 @@ enum ExitCode : int {
   kExitUsage = 2,       // invalid command line
   kExitNotServing = 3,  // no bus, service name taken or refused, or no pen port
   kExitBusLost = 4,     // the bus closed the connection
+  kExitScenario = 6,    // the scenario cannot be read, or has mistakes
 };
 
 }  // namespace velsim

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <exception>
+#include <optional>
 #include <string>
 
 #include <CLI/CLI.hpp>
@@ -10,12 +11,40 @@
 #include "base/unix_socket.h"
 #include "vel/apps/local/velsim/exit_codes.h"
 #include "vel/apps/local/velsim/options.h"
+#include "vel/apps/local/velsim/scenario_file.h"
 #include "vel/apps/local/velsim/serve.h"
 
 namespace {
 
 void report(const std::string& error) {
   std::fprintf(stderr, "velsim: %s\n", error.c_str());
+}
+
+int printOrServe(const velsim::Options& options, const velsim::Scenario& scenario) {
+  if (!options.isPrintingScenario) {
+    return velsim::serve(options, scenario);
+  }
+  const bool isWritten = std::fputs(scenario.text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0;
+  if (!isWritten) {
+    report("cannot write the scenario");
+  }
+  return isWritten ? velsim::kExitStopped : velsim::kExitFailed;
+}
+
+int run(const velsim::Options& options) {
+  if (options.scenario.empty()) {
+    return printOrServe(options, velsim::builtInScenario());
+  }
+  velsim::Mistakes mistakes(options.scenario);
+  const std::optional<velsim::Scenario> scenario = velsim::loadScenario(options.scenario, mistakes);
+  if (!scenario) {
+    for (const std::string& line : mistakes.lines()) {
+      std::fprintf(stderr, "%s\n", line.c_str());
+    }
+    report("the scenario has mistakes, nothing was started");
+    return velsim::kExitScenario;
+  }
+  return printOrServe(options, *scenario);
 }
 
 int parseAndServe(int argc, char** argv) {
@@ -26,6 +55,11 @@ int parseAndServe(int argc, char** argv) {
   app.add_option("--address", options.address,
                  "D-Bus address of the bus, or direct:PATH, a socket of its own (default: "
                  "QXBUS_ADDRESS, else the session bus, without one direct:)");
+  app.add_option("--scenario", options.scenario,
+                 "Simulate the machine that FILE states, in JSON (docs/scenarios.md)")
+      ->type_name("FILE");
+  app.add_flag("--print-scenario", options.isPrintingScenario,
+               "Write the scenario, the built-in one without --scenario, and end");
   app.add_option("--pen-port", options.penPort,
                  "Serve the far end of the pen port too, on a Unix socket created at PATH; "
                  "needs no bus")
@@ -38,11 +72,12 @@ int parseAndServe(int argc, char** argv) {
   app.footer(
       "The log goes to standard error: one line for each request, event and pen frame. Exit\n"
       "status: 0 stopped by SIGINT or SIGTERM, 1 internal error, 2 wrong usage, 3 no bus, the\n"
-      "service's name is taken, or no pen port, 4 bus connection lost. With --pen-port, velsim\n"
+      "service's name is taken, or no pen port, 4 bus connection lost, 6 the scenario has\n"
+      "mistakes. With --pen-port, velsim\n"
       "serves the pen port only when the session bus cannot be reached.");
   try {
     app.parse(argc, argv);
-    return velsim::serve(options);
+    return run(options);
   } catch (const CLI::Success& wanted) {  // --help, --version
     return app.exit(wanted);
   } catch (const CLI::ParseError& error) {

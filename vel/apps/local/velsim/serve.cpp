@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstddef>
 #include <cstdlib>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -18,6 +19,7 @@
 #include "vel/apps/local/velsim/log.h"
 #include "vel/apps/local/velsim/pen_port.h"
 #include "vel/apps/local/velsim/service/simulator.h"
+#include "vel/apps/local/velsim/service/timer_thread.h"
 
 namespace velsim {
 namespace {
@@ -101,7 +103,8 @@ std::string namedAddress(const Options& options) {
 
 class Server {
  public:
-  Server(const Options& options, Log& log) : options_(options), log_(log) {}
+  Server(const Options& options, const Scenario& scenario, Log& log)
+      : options_(options), log_(log), simulator_(scenario.setup, std::make_unique<TimerThread>()) {}
 
   ExitCode run(const StopSignals& stopSignals) {
     if (!openPenPort() || !connectToBus()) {
@@ -172,10 +175,10 @@ class Server {
 
 }  // namespace
 
-ExitCode serve(const Options& options) {
+ExitCode serve(const Options& options, const Scenario& scenario) {
   const StopSignals stopSignals;
   Log log(options.isQuiet);
-  const ExitCode status = Server(options, log).run(stopSignals);
+  const ExitCode status = Server(options, scenario, log).run(stopSignals);
   if (status == kExitStopped) {
     log.write("stopped");
   }
