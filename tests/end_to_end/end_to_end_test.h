@@ -22,6 +22,7 @@ using processes::Finished;
 using processes::kPatienceSeconds;
 using processes::PortPeer;
 using processes::Process;
+using velsim_testing::VelsimProcess;
 
 class EndToEndTest : public ::testing::Test {
  protected:
@@ -33,7 +34,7 @@ class EndToEndTest : public ::testing::Test {
   // Ends velsim and returns its status and output.
   Finished stopVelsim(int signalNumber);
   // The log of velsim since its start. A request is logged at about the time of its answer.
-  std::string velsimLog() const { return velsim_ ? velsim_->err() : ""; }
+  std::string velsimLog() const { return velsim_ ? velsim_->log() : ""; }
   // The same with every answered request, for tests that a line is missing.
   std::string settledVelsimLog();
   // Waits for the text.
@@ -62,11 +63,11 @@ class EndToEndTest : public ::testing::Test {
   }
   std::string folder() const { return bus_.directory().string(); }
   processes::PrivateBus& bus() { return bus_; }
-  Process* velsim() const { return velsim_.get(); }
+  VelsimProcess* velsim() const { return velsim_.get(); }
 
  private:
   processes::PrivateBus bus_;
-  std::unique_ptr<Process> velsim_;
+  std::unique_ptr<VelsimProcess> velsim_;
   int markers_ = 0;
 };
 

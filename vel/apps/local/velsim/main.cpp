@@ -2,11 +2,15 @@
 
 #include <cstdio>
 #include <exception>
+#include <limits>
 #include <string>
+
+#include <fcntl.h>
 
 #include <CLI/CLI.hpp>
 
 #include "base/standard_streams.h"
+#include "base/text.h"
 #include "base/unix_socket.h"
 #include "vel/apps/local/velsim/exit_codes.h"
 #include "vel/apps/local/velsim/options.h"
@@ -16,6 +20,13 @@ namespace {
 
 void report(const std::string& error) {
   std::fprintf(stderr, "velsim: %s\n", error.c_str());
+}
+
+std::string openDescriptor(const std::string& text) {
+  const auto number = base::parseDecimal(text, std::numeric_limits<int>::max());
+  return number && ::fcntl(static_cast<int>(*number), F_GETFD) >= 0
+             ? ""
+             : base::quoted(text) + " is not the number of an open descriptor";
 }
 
 int parseAndServe(int argc, char** argv) {
@@ -35,6 +46,12 @@ int parseAndServe(int argc, char** argv) {
   app.add_option("--control", options.control,
                  "Read control commands from standard input (-), the default at a terminal")
       ->check(CLI::IsMember({velsim::kStandardInput}));
+  app.add_option("--parent", options.parent,
+                 "Take control commands from the program at the other end of the socket FD, report "
+                 "readiness there, and end when it is closed; for tests")
+      ->check(openDescriptor)
+      ->excludes("--control")
+      ->type_name("FD");
   app.footer(
       "The log goes to standard error: one line for each request, event and pen frame. Exit\n"
       "status: 0 stopped by SIGINT or SIGTERM, 1 internal error, 2 wrong usage, 3 no bus, the\n"

@@ -16,6 +16,7 @@
 #include "vel/apps/local/velsim/line_reader.h"
 #include "vel/apps/local/velsim/line_writer.h"
 #include "vel/apps/local/velsim/log.h"
+#include "vel/apps/local/velsim/parent.h"
 #include "vel/apps/local/velsim/pen_port.h"
 #include "vel/apps/local/velsim/service/simulator.h"
 
@@ -58,8 +59,7 @@ bool isInForegroundOfTerminal() {
 // Reads control commands for as long as it lives.
 class ControlInput {
  public:
-  ControlInput(const Options& options, Simulator& simulator, Log& log)
-      : log_(log), control_(simulator, vanish) {
+  ControlInput(const Options& options, Control& control, Log& log) : log_(log), control_(control) {
     if (options.control != kStandardInput && !isInForegroundOfTerminal()) {
       return;
     }
@@ -72,8 +72,7 @@ class ControlInput {
  private:
   void run(const std::string& line) {
     if (line.size() > LineReader::kLongestLine) {
-      log_.write("control: line longer than " + std::to_string(LineReader::kLongestLine) +
-                 " bytes");
+      log_.write("control: " + LineReader::tooLong());
       return;
     }
     const Control::Answer answer = control_.run(line);
@@ -86,7 +85,7 @@ class ControlInput {
 
   Log& log_;
   LineWriter answers_{STDOUT_FILENO, "control answer"};
-  Control control_;
+  Control& control_;
   std::optional<LineReader> reader_;
 };
 
@@ -107,7 +106,16 @@ class Server {
     if (!openPenPort() || !connectToBus()) {
       return kExitNotServing;
     }
-    const ControlInput control(options_, simulator_, log_);
+    Control control(simulator_, vanish);
+    std::optional<Parent> parent;
+    std::optional<ControlInput> input;
+    if (options_.parent >= 0) {
+      parent.emplace(
+          options_.parent, [&control](const std::string& line) { return control.run(line); },
+          StopSignals::raise);
+    } else {
+      input.emplace(options_, control, log_);
+    }
     stopSignals.wait();
     if (isBusLost_) {
       log_.write("the bus closed the connection; start the bus and velsim again");
