@@ -11,10 +11,14 @@ void EndToEndTest::TearDown() {
   }
 }
 
-void EndToEndTest::startVelsim(const std::vector<std::string>& arguments) {
+void EndToEndTest::startVelsim(const std::vector<std::string>& arguments,
+                               const std::string& address) {
   velsim_.reset();
-  ASSERT_NO_THROW(velsim_ =
-                      std::make_unique<VelsimProcess>(processes::velsimOptions(bus_, arguments)));
+  VelsimProcess::Options wanted = processes::velsimOptions(bus_, arguments);
+  if (!address.empty()) {
+    wanted.address = address;
+  }
+  ASSERT_NO_THROW(velsim_ = std::make_unique<VelsimProcess>(wanted));
 }
 
 void EndToEndTest::killVelsim() {

@@ -29,7 +29,8 @@ class EndToEndTest : public ::testing::Test {
   // A velsim that still runs must end with status 0 on SIGTERM.
   void TearDown() override;
 
-  void startVelsim(const std::vector<std::string>& arguments = {});
+  // At the bus of the test unless another address is given.
+  void startVelsim(const std::vector<std::string>& arguments = {}, const std::string& address = "");
   void killVelsim();
   // Ends velsim and returns its status and output.
   Finished stopVelsim(int signalNumber);

@@ -12,6 +12,7 @@
 #include "base/standard_streams.h"
 #include "base/text.h"
 #include "base/unix_socket.h"
+#include "vel/apps/local/velsim/ctl.h"
 #include "vel/apps/local/velsim/exit_codes.h"
 #include "vel/apps/local/velsim/options.h"
 #include "vel/apps/local/velsim/serve.h"
@@ -57,8 +58,17 @@ int parseAndServe(int argc, char** argv) {
       "status: 0 stopped by SIGINT or SIGTERM, 1 internal error, 2 wrong usage, 3 no bus, the\n"
       "service's name is taken, or no pen port, 4 bus connection lost. With --pen-port, velsim\n"
       "serves the pen port only when the session bus cannot be reached.");
+  velsim::CtlOptions control;
+  CLI::App* const ctl = app.add_subcommand(
+      "ctl", "Run one command of a velsim that runs; velsim ctl help lists them");
+  ctl->add_option("--bus,--address", control.address, "Where it runs, as --address above");
+  ctl->add_option("WORDS", control.words, "The command, in words or as one line")->required();
+  ctl->positionals_at_end();
   try {
     app.parse(argc, argv);
+    if (*ctl) {
+      return velsim::ctl(control);
+    }
     return velsim::serve(options);
   } catch (const CLI::Success& wanted) {  // --help, --version
     return app.exit(wanted);

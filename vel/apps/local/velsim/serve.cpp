@@ -7,12 +7,14 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include <unistd.h>
 
 #include "bus/dbus/bus_failure.h"
 #include "vel/apps/local/velsim/bus_service.h"
 #include "vel/apps/local/velsim/control.h"
+#include "vel/apps/local/velsim/control_object.h"
 #include "vel/apps/local/velsim/line_reader.h"
 #include "vel/apps/local/velsim/line_writer.h"
 #include "vel/apps/local/velsim/log.h"
@@ -100,21 +102,22 @@ std::string namedAddress(const Options& options) {
 
 class Server {
  public:
-  Server(const Options& options, Log& log) : options_(options), log_(log) {}
+  Server(const Options& options, Log& log) : options_(options), log_(log) {
+    simulator_.setCommands(&control_);
+  }
 
   ExitCode run(const StopSignals& stopSignals) {
     if (!openPenPort() || !connectToBus()) {
       return kExitNotServing;
     }
-    Control control(simulator_, vanish);
     std::optional<Parent> parent;
     std::optional<ControlInput> input;
     if (options_.parent >= 0) {
       parent.emplace(
-          options_.parent, [&control](const std::string& line) { return control.run(line); },
+          options_.parent, [this](const std::string& line) { return control_.run(line); },
           StopSignals::raise);
     } else {
-      input.emplace(options_, control, log_);
+      input.emplace(options_, control_, log_);
     }
     stopSignals.wait();
     if (isBusLost_) {
@@ -147,10 +150,13 @@ class Server {
     const std::string named = namedAddress(options_);
     const std::string pid = ", pid " + std::to_string(::getpid());
     try {
-      bus_.emplace(options_.address, simulator_, log_, [this] {
-        isBusLost_ = true;
-        StopSignals::raise();
-      });
+      bus_.emplace(
+          options_.address, simulator_, log_,
+          [this] {
+            isBusLost_ = true;
+            StopSignals::raise();
+          },
+          std::vector{controlObject(control_, log_)});
     } catch (const std::runtime_error& error) {
       const bool isUnreachable = !qxbus::busFailure().empty();
       if (isUnreachable && penPort_ && named.empty()) {
@@ -174,6 +180,7 @@ class Server {
   Log& log_;
   std::atomic<bool> isBusLost_{false};
   Simulator simulator_;
+  Control control_{simulator_, vanish};
   std::optional<PenPort> penPort_;
   std::optional<BusService> bus_;
 };
