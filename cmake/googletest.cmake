@@ -13,7 +13,7 @@ endif()
 # program's.
 function(velproxy_add_tests program)
   add_test(NAME ${program} COMMAND ${program} ${ARGN}
-           --gtest_output=xml:${PROJECT_BINARY_DIR}/test-results/${program}.xml)
+           --gtest_output=xml:${velproxy_BINARY_DIR}/test-results/${program}.xml)
   # Generous: a slow machine may be busy with other programs.
   set_tests_properties(${program} PROPERTIES TIMEOUT 600)
 endfunction()

@@ -161,6 +161,16 @@ TEST_F(ScenarioMachineTest, AnUnpluggedDeviceComesBackAsItWas) {
   EXPECT_EQ(machine().printers.find(20)->vm, 0u);
 }
 
+TEST_F(ScenarioMachineTest, AResetAttachesNothingToAVmThatWasRemoved) {
+  simulator.change([](MachineState& now) { now.vms.remove("records"); });
+  EXPECT_EQ(machine().devices.find(4)->vm, 0u);
+
+  call("resetService", {});
+
+  EXPECT_EQ(machine().devices.find(4)->vm, 0u);
+  EXPECT_EQ(machine().printers.find(20)->vm, 0u);
+}
+
 TEST_F(ScenarioMachineTest, AResetRestoresTheScenario) {
   call("disconnectVm", {int32(7)});
   call("setJoystickMapping", {int16(0), int16(0)});

@@ -36,7 +36,7 @@ TEST(ScenarioMistakesTest, AllOfAFileAreReportedInTheOrderOfItsLines) {
   EXPECT_THAT(
       mistakesIn(text),
       ElementsAre(
-          "s.json:3: vms[1].number: expected a whole number from 1 to 2147483647, found 0",
+          "s.json:3: vms[1].number: expected a whole number from 1 to 2000000000, found 0",
           "s.json:3: vms[1].id: VM \"win11\" stands twice; first in line 2",
           "s.json:5: devices[0].type: expected \"camera\", found the text \"camra\"",
           "s.json:6: devices[1].number: number 12 stands twice; first in line 5",

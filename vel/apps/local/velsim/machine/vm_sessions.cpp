@@ -1,5 +1,7 @@
 #include "vel/apps/local/velsim/machine/vm_sessions.h"
 
+#include <algorithm>
+
 namespace velsim {
 
 VmSessions::VmSessions(const std::vector<VmSetup>& setup) : setup_(setup) {
@@ -22,6 +24,32 @@ const VmSession* VmSessions::find(VmNumber vm) const {
 VmSession* VmSessions::session(VmNumber vm) {
   const auto known = sessions_.find(vm);
   return known != sessions_.end() ? &known->second : nullptr;
+}
+
+VmNumber VmSessions::add(const std::string& vmId) {
+  if (numberOf(vmId) != 0) {
+    return 0;
+  }
+  // Those that were removed count as well: clients remember numbers.
+  for (const auto& [known, number] : numbers_) {
+    lastAdded_ = std::max(lastAdded_, number);
+  }
+  numbers_[vmId] = ++lastAdded_;
+  sessions_[lastAdded_] = VmSession();
+  return lastAdded_;
+}
+
+VmNumber VmSessions::remove(const std::string& vmId) {
+  const VmNumber removed = numberOf(vmId);
+  if (removed != 0) {
+    lastAdded_ = std::max(lastAdded_, removed);
+    if (focus_ && focus_->vm == removed) {
+      focus_.reset();
+    }
+    numbers_.erase(vmId);
+    sessions_.erase(removed);
+  }
+  return removed;
 }
 
 Status VmSessions::connect(VmNumber vm, const Attachment& attachment) {

@@ -66,6 +66,11 @@ class VmSessions {
   const std::optional<Focus>& focus() const { return focus_; }
   const std::string& driveToken() const { return driveToken_; }
 
+  // Adds a VM with a number that no VM had before; 0 when there is one of this name.
+  VmNumber add(const std::string& vmId);
+  // Ends the session of a VM and removes it. Returns its number; 0 when there is no such VM.
+  VmNumber remove(const std::string& vmId);
+
   // Connecting again replaces the parameters.
   Status connect(VmNumber vm, const Attachment& attachment);
   // Stops the VM, closes its pipes and takes the focus from it.
@@ -91,6 +96,7 @@ class VmSessions {
   const std::vector<VmSetup>& setup_;
   std::map<std::string, VmNumber> numbers_;
   std::map<VmNumber, VmSession> sessions_;
+  VmNumber lastAdded_ = 0;
   std::optional<Focus> focus_;
   std::string driveToken_;
 };

@@ -14,8 +14,8 @@
 namespace velsim {
 namespace {
 
-// Travels as int32, in which a number below 0 is a failure.
-constexpr VmNumber kMostOfVmNumber = std::numeric_limits<std::int32_t>::max();
+// Travels as int32, in which a number below 0 is a failure. Leaves numbers for VMs that come later.
+constexpr VmNumber kMostOfVmNumber = 2'000'000'000;
 
 constexpr std::size_t kMostVms = 1000;
 

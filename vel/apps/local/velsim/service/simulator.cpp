@@ -61,6 +61,10 @@ void Simulator::answer(const std::string& method, const qxbus::Values& arguments
     respond(Error{method + ": " + *wrong});
     return;
   }
+  if (const auto* const command = std::get_if<ServiceCommand>(&called.answer)) {
+    run(*command, arguments, respond);
+    return;
+  }
   const platform::MutexLock lock(mutex_);
   if (const auto* const atOnce = std::get_if<AnswerAtOnce>(&called.answer)) {
     respond((*atOnce)(machine_, arguments));
@@ -80,6 +84,11 @@ void Simulator::setEventSink(EventSink sink) {
   const platform::MutexLock lock(mutex_);
   sink_ = std::move(sink);
   settle();
+}
+
+void Simulator::setCommands(CommandRunner* commands) {
+  const platform::MutexLock lock(mutex_);
+  commands_ = commands;
 }
 
 void Simulator::change(const std::function<void(MachineState& machine)>& action) {
