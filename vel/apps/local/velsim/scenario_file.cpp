@@ -11,15 +11,23 @@
 #include "vel/apps/local/velsim/service/stepped_clock.h"
 
 namespace velsim {
+namespace {
+
+// The commands of a velsim that does not run, to check lines.
+struct CheckingControl {
+  CheckingControl() { control.add(programCommands({})); }
+
+  Simulator simulator{Setup(), std::make_unique<SteppedClock>()};
+  Control control{simulator, [] {}};
+};
+
+}  // namespace
 
 std::optional<Scenario> parseScenario(const std::string& text, Mistakes& mistakes) {
-  // Lines are checked against the commands of a velsim that does not run.
-  Simulator simulator(Setup(), std::make_unique<SteppedClock>());
-  Control control(simulator, [] {});
-  control.add(programCommands({}));
+  static const CheckingControl checking;
   ScenarioParts parts;
-  parts.checkLine = [&control](const std::string& line) { return control.check(line); };
-  parts.isCommand = [&control](const std::string& word) { return control.knows(word); };
+  parts.checkLine = [](const std::string& line) { return checking.control.check(line); };
+  parts.isCommand = [](const std::string& word) { return checking.control.knows(word); };
   return readScenario(text, parts, mistakes);
 }
 
