@@ -93,8 +93,8 @@ int parseAndServe(int argc, char** argv) {
       "The log goes to standard error: one line for each request, event and pen frame. Exit\n"
       "status: 0 stopped by SIGINT or SIGTERM, 1 internal error, 2 wrong usage, 3 no bus, the\n"
       "service's name is taken, or no pen port, 4 bus connection lost, 6 the scenario has\n"
-      "mistakes. With --pen-port, velsim\n"
-      "serves the pen port only when the session bus cannot be reached.");
+      "mistakes. With --pen-port, velsim serves the pen port only when the session bus cannot be\n"
+      "reached.");
   velsim::CtlOptions control;
   CLI::App* const ctl = app.add_subcommand(
       "ctl", "Run one command of a velsim that runs; velsim ctl help lists them");
