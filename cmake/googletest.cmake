@@ -34,7 +34,7 @@ function(velproxy_add_tests program)
       list(APPEND environment GTEST_TOTAL_SHARDS=${given_SHARDS} GTEST_SHARD_INDEX=${index})
     endif()
     add_test(NAME ${name} COMMAND ${program} ${given_ARGUMENTS}
-             --gtest_output=xml:${PROJECT_BINARY_DIR}/test-results/${name}.xml)
+             --gtest_output=xml:${velproxy_BINARY_DIR}/test-results/${name}.xml)
     # Generous: a slow machine may be busy with other programs.
     set_tests_properties(${name} PROPERTIES TIMEOUT 600 ENVIRONMENT "${environment}")
   endforeach()

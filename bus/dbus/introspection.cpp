@@ -1,6 +1,6 @@
 #include "bus/dbus/introspection.h"
 
-#include <utility>
+#include <set>
 
 namespace qxbus {
 namespace {
@@ -18,12 +18,16 @@ constexpr char kStandardInterfaces[] =
     "    <method name=\"GetMachineId\"><arg type=\"s\" direction=\"out\"/></method>\n"
     "  </interface>\n";
 
-std::string methodXml(const std::string& name) {
-  return "    <method name=\"" + name +
-         "\">\n"
-         "      <arg name=\"arguments\" type=\"av\" direction=\"in\"/>\n"
-         "      <arg name=\"results\" type=\"av\" direction=\"out\"/>\n"
-         "    </method>\n";
+std::string argumentXml(const std::string& name, const std::string& type, const char* direction) {
+  return type.empty() ? ""
+                      : "      <arg name=\"" + name + "\" type=\"" + type + "\" direction=\"" +
+                            direction + "\"/>\n";
+}
+
+std::string methodXml(const Introspection::Method& method) {
+  return "    <method name=\"" + method.name + "\">\n" +
+         argumentXml("arguments", method.takes, "in") +
+         argumentXml("results", method.gives, "out") + "    </method>\n";
 }
 
 std::string signalXml(const std::string& name) {
@@ -37,31 +41,36 @@ std::string node(const std::string& content) {
 
 }  // namespace
 
-Introspection::Introspection(std::string path, const std::string& interface,
-                             const std::vector<std::string>& methods,
-                             const std::vector<std::string>& events)
-    : path_(std::move(path)) {
+void Introspection::add(const Object& object) {
   std::string xml = kStandardInterfaces;
-  xml += "  <interface name=\"" + interface + "\">\n";
-  for (const std::string& method : methods) {
+  xml += "  <interface name=\"" + object.interface + "\">\n";
+  for (const Method& method : object.methods) {
     xml += methodXml(method);
   }
-  for (const std::string& event : events) {
+  for (const std::string& event : object.events) {
     xml += signalXml(event);
   }
-  object_ = node(xml + "  </interface>\n");
+  objects_[object.path] = xml + "  </interface>\n";
 }
 
 std::optional<std::string> Introspection::of(const std::string& path) const {
-  if (path == path_) {
-    return object_;
-  }
   const std::string parent = path == "/" ? path : path + "/";
-  if (path_.compare(0, parent.size(), parent) != 0) {
+  std::set<std::string> children;
+  for (const auto& [object, interfaces] : objects_) {
+    if (object.compare(0, parent.size(), parent) == 0) {
+      const std::string child = object.substr(parent.size());
+      children.insert(child.substr(0, child.find('/')));
+    }
+  }
+  const auto object = objects_.find(path);
+  if (object == objects_.end() && children.empty()) {
     return std::nullopt;
   }
-  const std::string child = path_.substr(parent.size());
-  return node("  <node name=\"" + child.substr(0, child.find('/')) + "\"/>\n");
+  std::string content = object == objects_.end() ? "" : object->second;
+  for (const std::string& child : children) {
+    content += "  <node name=\"" + child + "\"/>\n";
+  }
+  return node(content);
 }
 
 }  // namespace qxbus

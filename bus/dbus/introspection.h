@@ -1,8 +1,9 @@
-// What a service says of itself to D-Bus tools.
+// What a service says of its objects to D-Bus tools.
 
 #ifndef BUS_DBUS_INTROSPECTION_H
 #define BUS_DBUS_INTROSPECTION_H
 
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,15 +14,25 @@ inline constexpr char kIntrospectableInterface[] = "org.freedesktop.DBus.Introsp
 
 class Introspection {
  public:
-  Introspection(std::string path, const std::string& interface,
-                const std::vector<std::string>& methods, const std::vector<std::string>& events);
+  struct Method {
+    std::string name;
+    std::string takes;  // D-Bus types of its arguments, none or one type
+    std::string gives;
+  };
+  struct Object {
+    std::string path;
+    std::string interface;
+    std::vector<Method> methods;
+    std::vector<std::string> events;
+  };
 
-  // The XML of an object: the service's, or one on the way to it. nullopt for any other path.
+  void add(const Object& object);
+
+  // The XML of an object, or of a node on the way to one. nullopt for any other path.
   std::optional<std::string> of(const std::string& path) const;
 
  private:
-  const std::string path_;
-  std::string object_;
+  std::map<std::string, std::string> objects_;  // interfaces, by path
 };
 
 }  // namespace qxbus

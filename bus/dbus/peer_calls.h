@@ -15,6 +15,7 @@ inline constexpr char kPeerInterface[] = "org.freedesktop.DBus.Peer";
 inline constexpr char kUnknownObject[] = "org.freedesktop.DBus.Error.UnknownObject";
 inline constexpr char kUnknownInterface[] = "org.freedesktop.DBus.Error.UnknownInterface";
 inline constexpr char kUnknownMethod[] = "org.freedesktop.DBus.Error.UnknownMethod";
+inline constexpr char kInvalidArguments[] = "org.freedesktop.DBus.Error.InvalidArgs";
 inline constexpr char kLimitsExceeded[] = "org.freedesktop.DBus.Error.LimitsExceeded";
 
 // Where a reply goes. Kept instead of the call, whose memory it would keep.

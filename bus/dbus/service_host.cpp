@@ -13,6 +13,8 @@
 #include "bus/dbus/link.h"
 #include "bus/dbus/names.h"
 #include "bus/dbus/peer_calls.h"
+#include "bus/dbus/request_impl.h"
+#include "bus/dbus/service_objects.h"
 #include "bus/dbus/serving_thread.h"
 #include "bus/dbus/transport/acceptor.h"
 #include "bus/dbus/wire/message_writer.h"
@@ -28,17 +30,6 @@ constexpr int kHostTimeoutMs = 5000;
 // The memory that calls may take while they wait for handlers.
 constexpr std::size_t kMostWaitingCalls = std::size_t{256} * 1024 * 1024;
 
-using Handler = std::function<void(Request)>;
-
-std::vector<std::string> namesOf(const std::vector<Method>& methods) {
-  std::vector<std::string> names;
-  names.reserve(methods.size());
-  for (const Method& method : methods) {
-    names.push_back(method.name);
-  }
-  return names;
-}
-
 // A service takes nothing but calls.
 Connection::Handlers callHandlers() {
   Connection::Handlers handlers;
@@ -51,83 +42,15 @@ Connection::Handlers callHandlers() {
 
 }  // namespace
 
-// --- Request -------------------------------------------------------------------------------------
-
-struct Request::Impl {
-  std::shared_ptr<Connection> connection;
-  ReturnAddress caller;
-  std::string sender;
-  std::string method;
-  Values arguments;
-  std::atomic<bool> isAnswered{false};
-};
-
-Request::Request(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
-Request::Request(Request&&) noexcept = default;
-
-Request& Request::operator=(Request&& other) noexcept {
-  std::swap(impl_, other.impl_);
-  return *this;
-}
-
-Request::~Request() {
-  if (impl_) {
-    fail(impl_->method + " was not answered");
-  }
-}
-
-const std::string& Request::method() const {
-  return impl_->method;
-}
-const Values& Request::arguments() const {
-  return impl_->arguments;
-}
-const std::string& Request::sender() const {
-  return impl_->sender;
-}
-
-void Request::reply(const Values& values) {
-  if (impl_->isAnswered.exchange(true) || !impl_->caller.isAwaited) {
-    return;
-  }
-  wire::Header header;
-  header.type = wire::MessageType::kMethodReturn;
-  header.flags = wire::kNoReplyExpected;
-  header.replySerial = impl_->caller.serial;
-  header.destination = impl_->caller.sender;
-  header.signature = "av";
-  wire::MessageWriter reply;
-  reply.start(header);
-  wire::appendValues(&reply, values);
-  if (reply.finish(1) != wire::Fault::kNone) {
-    sendError(*impl_->connection, impl_->caller, kFailedError,
-              "the reply of " + impl_->method + " is too large for the bus");
-    return;
-  }
-  impl_->connection->send(&reply);
-}
-
-void Request::fail(const std::string& text) {
-  if (!impl_->isAnswered.exchange(true)) {
-    sendError(*impl_->connection, impl_->caller, kFailedError, text);
-  }
-}
-
-// --- ServiceHost ---------------------------------------------------------------------------------
-
 // Clients reach the host over one connection, to a bus daemon, or each over one of its own.
 struct ServiceHost::Impl : std::enable_shared_from_this<ServiceHost::Impl> {
-  Impl(std::string serviceName, std::vector<Method> methodList,
-       const std::vector<std::string>& events)
+  Impl(std::string serviceName, std::vector<Method> methods, const std::vector<std::string>& events,
+       std::vector<PlainObject> plain)
       : service(std::move(serviceName)),
         path(objectPathOf(service)),
         interface(interfaceOf(service)),
-        introspection(path, interface, namesOf(methodList), events) {
-    for (Method& method : methodList) {
-      methods.emplace(std::move(method.name),
-                      std::make_shared<const Handler>(std::move(method.handler)));
-    }
-  }
+        objects(objectsOf(service, std::move(methods), std::move(plain))),
+        introspection(introspectionOf(service, objects, events)) {}
 
   void connectToBus(const std::string& address);
   void listenDirectly(const std::string& address);
@@ -154,9 +77,8 @@ struct ServiceHost::Impl : std::enable_shared_from_this<ServiceHost::Impl> {
   const std::string service;
   const std::string path;
   const std::string interface;
+  const ServiceObjects objects;
   const Introspection introspection;
-  // Shared with the call that is being handled, which may end the host.
-  std::map<std::string, std::shared_ptr<const Handler>, std::less<>> methods;
 
   // Set before the first call is taken.
   std::unique_ptr<ServingThread> thread;
@@ -304,21 +226,30 @@ void ServiceHost::Impl::onMessage(const std::shared_ptr<Connection>& from,
     return;
   }
   const ReturnAddress caller(call);
-  if (call.path != path) {
+  const auto called = objects.find(call.path);
+  if (called == objects.end()) {
     sendError(*from, caller, kUnknownObject,
               "there is no object " + std::string(call.path) + "; the object is " + path);
     return;
   }
-  if (!call.interface.empty() && call.interface != interface) {
-    sendError(
-        *from, caller, kUnknownInterface,
-        "there is no interface " + std::string(call.interface) + "; the interface is " + interface);
+  const ServiceObject& object = called->second;
+  if (!call.interface.empty() && call.interface != object.interface) {
+    sendError(*from, caller, kUnknownInterface,
+              "there is no interface " + std::string(call.interface) + "; the interface is " +
+                  object.interface);
     return;
   }
-  const auto method = methods.find(call.member);
-  if (method == methods.end()) {
+  const auto method = object.methods.find(call.member);
+  if (method == object.methods.end()) {
     sendError(*from, caller, kUnknownMethod,
-              "service " + service + " has no method " + std::string(call.member));
+              (object.isPlain ? "object " + called->first : "service " + service) +
+                  " has no method " + std::string(call.member));
+    return;
+  }
+  if (object.isPlain && call.signature != method->second.takes) {
+    sendError(*from, caller, kInvalidArguments,
+              std::string(call.member) + " takes arguments of the D-Bus types " +
+                  base::quoted(method->second.takes) + ", got " + base::quoted(call.signature));
     return;
   }
   const std::size_t size = message.costBehind(before);
@@ -330,18 +261,18 @@ void ServiceHost::Impl::onMessage(const std::shared_ptr<Connection>& from,
   *waitingSize += size;
   std::shared_ptr<void> room(nullptr,
                              [count = waitingSize, size](void* /*none*/) { *count -= size; });
-  std::unique_ptr<Request::Impl> impl(
-      new Request::Impl{from, caller, sender, std::string(call.member), {}, {}});
+  std::unique_ptr<Request::Impl> impl(new Request::Impl{
+      from, caller, sender, std::string(call.member), method->second.gives, {}, {}});
   Values& arguments = impl->arguments;
   const auto request = std::make_shared<Request>(std::move(impl));
   // Its arguments are decoded when its turn comes: they take several times the memory of the bytes.
-  thread->post(
-      [handler = method->second, request, &arguments, waiting = Received(message), room]() mutable {
-        arguments = wire::readValues(waiting.message);
-        waiting = {};
-        room.reset();
-        (*handler)(std::move(*request));
-      });
+  thread->post([handler = method->second.handler, request, &arguments, waiting = Received(message),
+                room]() mutable {
+    arguments = wire::readValues(waiting.message);
+    waiting = {};
+    room.reset();
+    (*handler)(std::move(*request));
+  });
 }
 
 bool ServiceHost::Impl::answerStandardCall(Connection& from, const wire::Header& call) const {
@@ -393,7 +324,7 @@ void ServiceHost::Impl::emit(const std::string& onInterface, const std::string& 
   header.path = path;
   header.interface = onInterface;
   header.member = name;
-  header.signature = "av";
+  header.signature = kListSignature;
   wire::MessageWriter signal;
   signal.start(header);
   wire::appendValues(&signal, values);
@@ -404,11 +335,12 @@ void ServiceHost::Impl::emit(const std::string& onInterface, const std::string& 
 }
 
 ServiceHost::ServiceHost(const std::string& address, const std::string& service,
-                         std::vector<Method> methods, const std::vector<std::string>& events) {
+                         std::vector<Method> methods, const std::vector<std::string>& events,
+                         std::vector<PlainObject> objects) {
   if (!isServiceName(service)) {
     throw std::runtime_error(base::quoted(service) + " is no name for a service");
   }
-  impl_ = std::make_shared<Impl>(service, std::move(methods), events);
+  impl_ = std::make_shared<Impl>(service, std::move(methods), events, std::move(objects));
   const std::string reached = address.empty() ? busAddress() : address;
   impl_->place = isDirectAddress(reached) ? directSocket(reached, service) : reached;
   if (isDirectAddress(reached)) {
@@ -445,6 +377,15 @@ void ServiceHost::emitEvent(const std::string& name, const Values& values) {
 
 void ServiceHost::broadcast(const std::string& name, const Values& values) {
   impl_->emit(kBroadcastInterface, name, values);
+}
+
+bool ServiceHost::flush(std::chrono::milliseconds time) {
+  const Clock::time_point deadline = Clock::now() + time;
+  bool isFlushed = true;
+  for (const std::shared_ptr<Connection>& connection : impl_->connections()) {
+    isFlushed = connection->flush(deadline) && isFlushed;
+  }
+  return isFlushed;
 }
 
 void ServiceHost::setLostCallback(std::function<void()> onLost) {

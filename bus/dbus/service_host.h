@@ -10,6 +10,7 @@
 #ifndef BUS_DBUS_SERVICE_HOST_H
 #define BUS_DBUS_SERVICE_HOST_H
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -36,6 +37,11 @@ class Request {
 
   void reply(const Values& values);
   void fail(const std::string& text);
+  // A reply whose body has one D-Bus argument for each value, where the method's own has another
+  // form. signature: of these values; an error takes the place of a reply that does not follow it.
+  void replyAs(const std::string& signature, const Values& values);
+  // No answer ever, as from a service that hangs.
+  void drop();
 
  private:
   std::unique_ptr<Impl> impl_;
@@ -44,6 +50,20 @@ class Request {
 struct Method {
   std::string name;
   std::function<void(Request)> handler;
+};
+
+// A further object at the same connection, for ordinary D-Bus tools: its methods take and give
+// D-Bus arguments of their own where those of the service have one list.
+struct PlainMethod {
+  std::string name;
+  std::string takes;  // D-Bus types of the arguments: "s", "". Other calls get an error
+  std::string gives;  // of the values of its replies
+  std::function<void(Request)> handler;
+};
+struct PlainObject {
+  std::string path;
+  std::string interface;
+  std::vector<PlainMethod> methods;
 };
 
 class ServiceHost {
@@ -55,11 +75,11 @@ class ServiceHost {
   //
   // address   a D-Bus address, or a direct one; empty stands for QXBUS_ADDRESS, else the session
   // bus service   "vel" becomes qx.bus.vel events    the names of the signals that introspection
-  // lists throws    std::runtime_error when the bus cannot be reached, the name is taken or
-  // refused, or
+  // lists objects   beside that of the service, with paths of their own throws std::runtime_error
+  // when the bus cannot be reached, the name is taken or refused, or
   //           the socket belongs to a program that runs
   ServiceHost(const std::string& address, const std::string& service, std::vector<Method> methods,
-              const std::vector<std::string>& events = {});
+              const std::vector<std::string>& events = {}, std::vector<PlainObject> objects = {});
   // Releases the name, and waits for the handler that is running, unless called inside it.
   ~ServiceHost();
 
@@ -73,6 +93,9 @@ class ServiceHost {
   void emitEvent(const std::string& name, const Values& values);
   // Sends a broadcast event ("mountedEvent").
   void broadcast(const std::string& name, const Values& values);
+  // Waits until everything that was sent so far has left the process, for a service that is about
+  // to end. False when a client has not taken it within the time.
+  bool flush(std::chrono::milliseconds time);
   // Runs onLost once, on the host's thread, when the bus connection is lost. Never when the host
   // listens at a socket of its own: there clients come and go.
   void setLostCallback(std::function<void()> onLost);

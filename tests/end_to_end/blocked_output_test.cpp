@@ -37,7 +37,7 @@ class BlockedOutputTest : public EndToEndTest {
 
 TEST_F(BlockedOutputTest, ABlockedLogHoldsUpNeitherAnswersNorTheEnd) {
   output.fill();
-  Process::Options options = processes::velsimOptions(bus(), {});
+  Process::Options options = this->options({VELSIM_PATH});
   options.err = output.writeEnd();
   Process velsim(options);
   ASSERT_TRUE(isServing());
@@ -51,7 +51,7 @@ TEST_F(BlockedOutputTest, ABlockedLogHoldsUpNeitherAnswersNorTheEnd) {
 
 TEST_F(BlockedOutputTest, DroppedLogLinesAreCountedAndReported) {
   output.fill();
-  Process::Options options = processes::velsimOptions(bus(), {});
+  Process::Options options = this->options({VELSIM_PATH});
   options.err = output.writeEnd();
   Process velsim(options);
   ASSERT_TRUE(isServing());
@@ -84,7 +84,7 @@ TEST_F(BlockedOutputTest, DroppedLogLinesAreCountedAndReported) {
 
 TEST_F(BlockedOutputTest, BlockedControlAnswersHoldUpNeitherRequestsNorTheEnd) {
   output.fill();
-  Process::Options options = processes::velsimOptions(bus(), {"--control", "-"});
+  Process::Options options = this->options({VELSIM_PATH, "--control", "-"});
   options.isInputOpen = true;
   options.out = output.writeEnd();
   Process velsim(options);

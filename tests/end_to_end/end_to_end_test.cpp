@@ -11,18 +11,27 @@ void EndToEndTest::TearDown() {
   }
 }
 
-void EndToEndTest::startVelsim(const std::vector<std::string>& arguments) {
-  velsim_ = std::make_unique<Process>(processes::velsimOptions(bus_, arguments));
-  ASSERT_TRUE(processes::isReady(*velsim_)) << velsim_->err();
+void EndToEndTest::startVelsim(const std::vector<std::string>& arguments,
+                               const std::string& address) {
+  velsim_.reset();
+  VelsimProcess::Options wanted = processes::velsimOptions(bus_, arguments);
+  if (!address.empty()) {
+    wanted.address = address;
+  }
+  ASSERT_NO_THROW(velsim_ = std::make_unique<VelsimProcess>(wanted));
 }
 
 void EndToEndTest::killVelsim() {
-  EXPECT_EQ(velsim_->end(SIGKILL).status, 128 + SIGKILL);
+  EXPECT_EQ(velsim_->kill(), 128 + SIGKILL);
   velsim_.reset();
 }
 
 Finished EndToEndTest::stopVelsim(int signalNumber) {
-  const Finished finished = velsim_->end(signalNumber);
+  velsim_->signal(signalNumber);
+  Finished finished;
+  finished.status = velsim_->wait();
+  finished.out = velsim_->output();
+  finished.err = velsim_->log();
   velsim_.reset();
   return finished;
 }

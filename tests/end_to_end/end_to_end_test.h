@@ -22,18 +22,20 @@ using processes::Finished;
 using processes::kPatienceSeconds;
 using processes::PortPeer;
 using processes::Process;
+using velsim_testing::VelsimProcess;
 
 class EndToEndTest : public ::testing::Test {
  protected:
   // A velsim that still runs must end with status 0 on SIGTERM.
   void TearDown() override;
 
-  void startVelsim(const std::vector<std::string>& arguments = {});
+  // At the bus of the test unless another address is given.
+  void startVelsim(const std::vector<std::string>& arguments = {}, const std::string& address = "");
   void killVelsim();
   // Ends velsim and returns its status and output.
   Finished stopVelsim(int signalNumber);
   // The log of velsim since its start. A request is logged at about the time of its answer.
-  std::string velsimLog() const { return velsim_ ? velsim_->err() : ""; }
+  std::string velsimLog() const { return velsim_ ? velsim_->log() : ""; }
   // The same with every answered request, for tests that a line is missing.
   std::string settledVelsimLog();
   // Waits for the text.
@@ -62,11 +64,11 @@ class EndToEndTest : public ::testing::Test {
   }
   std::string folder() const { return bus_.directory().string(); }
   processes::PrivateBus& bus() { return bus_; }
-  Process* velsim() const { return velsim_.get(); }
+  VelsimProcess* velsim() const { return velsim_.get(); }
 
  private:
   processes::PrivateBus bus_;
-  std::unique_ptr<Process> velsim_;
+  std::unique_ptr<VelsimProcess> velsim_;
   int markers_ = 0;
 };
 

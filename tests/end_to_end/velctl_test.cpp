@@ -257,17 +257,17 @@ TEST_F(VelctlWithoutServiceTest, WithoutABusTheServiceIsMissingAtItsSocket) {
 // A machine with nothing set up: the service listens itself, and the client finds it.
 TEST_F(VelctlWithoutServiceTest, WithoutABusVelctlAndVelsimFindEachOther) {
   bus().kill();
-  Process velsim(onABareMachine(processes::velsimOptions(bus(), {})));
+  Process velsim(onABareMachine(options({VELSIM_PATH})));
   ASSERT_TRUE(processes::isReady(velsim)) << velsim.err();
   EXPECT_THAT(velsim.err(),
               HasSubstr("velsim: ready at " + folder() + "/runtime/velproxy/vel, pid "));
 
   const Finished status = processes::run(onABareMachine(velctlOptions({"status"})));
-  const Finished second = processes::run(onABareMachine(processes::velsimOptions(bus(), {})));
+  const Finished second = processes::run(onABareMachine(options({VELSIM_PATH})));
   Process watch(onABareMachine(velctlOptions({"watch", "win11"})));
   ASSERT_TRUE(isWatching(watch)) << watch.err();
   velsim.end(SIGKILL);
-  Process again(onABareMachine(processes::velsimOptions(bus(), {})));
+  Process again(onABareMachine(options({VELSIM_PATH})));
   ASSERT_TRUE(processes::isReady(again)) << again.err();
   const bool isReported = comesTrue(
       [&] { return watch.out().find("the service has died (code 5)") != std::string::npos; });

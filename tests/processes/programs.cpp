@@ -1,23 +1,20 @@
 #include "tests/processes/programs.h"
 
 namespace processes {
-namespace {
 
-Process::Options optionsOf(const char* program, const PrivateBus& bus,
-                           const std::vector<std::string>& arguments) {
-  std::vector<std::string> command = {program};
+Process::Options velctlOptions(const PrivateBus& bus, const std::vector<std::string>& arguments) {
+  std::vector<std::string> command = {VELCTL_PATH};
   command.insert(command.end(), arguments.begin(), arguments.end());
   return bus.options(command);
 }
 
-}  // namespace
-
-Process::Options velctlOptions(const PrivateBus& bus, const std::vector<std::string>& arguments) {
-  return optionsOf(VELCTL_PATH, bus, arguments);
-}
-
-Process::Options velsimOptions(const PrivateBus& bus, const std::vector<std::string>& arguments) {
-  return optionsOf(VELSIM_PATH, bus, arguments);
+velsim_testing::VelsimProcess::Options velsimOptions(const PrivateBus& bus,
+                                                     const std::vector<std::string>& arguments) {
+  velsim_testing::VelsimProcess::Options options;
+  options.address = bus.address();
+  options.arguments = arguments;
+  options.environment = bus.options({}).environment;
+  return options;
 }
 
 bool isReady(const Process& velsim) {

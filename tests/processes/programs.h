@@ -8,13 +8,16 @@
 
 #include "tests/processes/private_bus.h"
 #include "tests/processes/process.h"
+#include "vel/apps/local/velsim/testing/velsim_process.h"
 
 namespace processes {
 
 Process::Options velctlOptions(const PrivateBus& bus, const std::vector<std::string>& arguments);
-Process::Options velsimOptions(const PrivateBus& bus, const std::vector<std::string>& arguments);
+velsim_testing::VelsimProcess::Options velsimOptions(const PrivateBus& bus,
+                                                     const std::vector<std::string>& arguments);
 
-// Waits until velsim has logged that it takes requests.
+// Waits until a velsim has logged that it takes requests: one that a test runs as any program,
+// because it needs other descriptors or another way to its address than VelsimProcess gives it.
 bool isReady(const Process& velsim);
 
 // Arguments with one more.

@@ -14,37 +14,29 @@ namespace velctl_tests {
 namespace {
 
 using ::testing::HasSubstr;
+using velsim_testing::VelsimProcess;
 
 class VelsimTest : public ProcessTest {
  protected:
   void SetUp() override {
-    Process::Options options = processes::velsimOptions(bus(), {"--control", "-"});
-    options.isInputOpen = true;
-    velsim_ = std::make_unique<Process>(options);
-    ASSERT_TRUE(processes::isReady(*velsim_)) << velsim_->err();
+    ASSERT_NO_THROW(velsim_ = std::make_unique<VelsimProcess>(processes::velsimOptions(bus(), {})));
   }
 
-  void TearDown() override {
-    const Finished finished = velsim_->end(SIGTERM);
-    EXPECT_EQ(finished.status, 0) << finished.err;
-  }
+  void TearDown() override { EXPECT_EQ(velsim_->stop(), 0) << velsim_->log(); }
 
-  std::size_t logSize() const { return velsim_->err().size(); }
+  std::size_t logSize() const { return velsim_->log().size(); }
   // Waits until velsim has logged a request that begins with this text, after the first seen bytes
   // of its log.
   bool isAsked(const std::string& request, std::size_t seen = 0) const {
     return comesTrue(
-        [&] { return velsim_->err().find("velsim: " + request, seen) != std::string::npos; });
+        [&] { return velsim_->log().find("velsim: " + request, seen) != std::string::npos; });
   }
 
   // A control command of velsim, and its answer.
-  std::string type(const std::string& line) {
-    velsim_->write(line + '\n');
-    return velsim_->readLine();
-  }
+  std::string type(const std::string& line) { return velsim_->control(line); }
 
  private:
-  std::unique_ptr<Process> velsim_;
+  std::unique_ptr<VelsimProcess> velsim_;
 };
 
 // --- Stories -------------------------------------------------------------------------------------

@@ -147,22 +147,10 @@ std::vector<Story> serviceStories() {
        }},
       {"ACommandForTheServiceIsAnsweredInAnEvent",
        {
-           shows("getvelcmdhelp", "exec help --vm win11",
-                 "vms: VM sessions\n"
-                 "devices: devices, and whether the camera may be used\n"
-                 "printers: printers and network printers\n"
-                 "policies: settings by type, and by vendor and product id\n"
-                 "joysticks: joysticks\n"
-                 "quality: bandwidth and quality reported by clients\n"
-                 "usb: USB devices redirected by clients"),
-           showsJson("getvelcmdhelp", "exec help",
-                     R"("vm":"","number":0,"text":"vms: VM sessions\n)"
-                     R"(devices: devices, and whether the camera may be used\n)"
-                     R"(printers: printers and network printers\n)"
-                     R"(policies: settings by type, and by vendor and product id\n)"
-                     R"(joysticks: joysticks\n)"
-                     R"(quality: bandwidth and quality reported by clients\n)"
-                     R"(usb: USB devices redirected by clients\n")"),
+           showsLine("getvelcmdhelp", "exec help --vm win11",
+                     "usb                             USB devices redirected by clients"),
+           showsLine("getvelcmdhelp", "exec help",
+                     "unplug NUMBER                   unplug a device or a printer"),
            shows("dovelcmd", "exec run 70000 usb --vm win11 --wait 600",
                  velctl::hexDump(std::string(R"({"id":70000,"command":"usb",)"
                                              R"("answer":{"usb":[]}})") +
@@ -171,6 +159,10 @@ std::vector<Story> serviceStories() {
                              R"("sourceId":"0x7e57010000000015","status":1,"vm":0},)"
                              R"({"number":22,"name":"Photo printer",)"
                              R"("sourceId":"0x7e57010000000016","status":1,"vm":0}]})"),
+           shows("dovelcmd", "exec run 7 'plug camera' --wait 600",
+                 velctl::hexDump(std::string(R"({"id":7,"command":"plug camera",)"
+                                             R"("answer":"plugged in 31"})") +
+                                 '\0')),
            shows("dovelcmd", "exec run -1 joysticks --wait 0", "this machine: command -1 accepted"),
            refuses("dovelcmd", "exec run 1 nosuch --vm win11", 10),
            refusesInJson("dovelcmd", "exec run 1", 10,

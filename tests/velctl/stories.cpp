@@ -59,6 +59,14 @@ Step showsJson(const std::string& method, const std::string& command, const std:
   return step;
 }
 
+Step showsLine(const std::string& method, const std::string& command, const std::string& line) {
+  Step step = shows(method, command, line);
+  step.normalize = [line](const std::string& out) {
+    return ('\n' + out).find('\n' + line + '\n') != std::string::npos ? line + '\n' : out;
+  };
+  return step;
+}
+
 Step showsInAnyOrder(const std::string& method, const std::string& command,
                      const std::string& text) {
   Step step = shows(method, command, "");

@@ -43,6 +43,9 @@ Step shows(const std::string& method, const std::string& command, const std::str
 // With --json, it prints {"operation":METHOD,MEMBERS}.
 Step showsJson(const std::string& method, const std::string& command, const std::string& members);
 
+// This line is among those that the command prints.
+Step showsLine(const std::string& method, const std::string& command, const std::string& line);
+
 // They print these lines in any order.
 Step showsInAnyOrder(const std::string& method, const std::string& command,
                      const std::string& text);

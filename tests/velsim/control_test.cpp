@@ -88,7 +88,57 @@ TEST_F(ControlTest, HelpNamesEveryCommand) {
                 help.compare(0, std::string(word).size(), word) == 0)
         << word;
   }
-  EXPECT_THAT(help, HasSubstr("storage, camera, tablet, printer-class, generic, printer"));
+  EXPECT_THAT(help, HasSubstr("storage, camera, tablet, printer-class, generic or printer"));
+}
+
+TEST_F(ControlTest, ADeviceHasANameAlsoWithoutOne) {
+  run("plug camera");
+
+  EXPECT_EQ(newest()->name, "New camera");
+}
+
+TEST_F(ControlTest, AddsVms) {
+  EXPECT_EQ(run("vm add \"new one\""), "added VM 105\n");
+
+  EXPECT_EQ(call("getVmListSize", {"new one"}), qxbus::Values{int32(105)});
+  EXPECT_EQ(call("connectDevice", {int32(105), int16(kCamera)}), statusValues(Status::kOk));
+}
+
+TEST_F(ControlTest, RemovesAVmWithItsSession) {
+  call("connectVm", {int32(kWin11), int32(1), int32(1), int32(0)});
+  call("connectDevice", {int32(kWin11), int16(kCamera)});
+  call("onFocusChanged", {int32(kWin11), int32(1), uint64(5)});
+  takeEvents();
+
+  EXPECT_EQ(run("vm remove win11"), "removed VM 101\n");
+
+  EXPECT_EQ(call("getVmListSize", {"win11"}), qxbus::Values{int32(0)});
+  EXPECT_EQ(call("connectDevice", {int32(kWin11), int16(kTablet)}),
+            statusValues(Status::kUnknownVm));
+  EXPECT_FALSE(machine().vms.focus());
+  EXPECT_THAT(takeEventCodes(), ElementsAre(Pair(7, 101)));
+}
+
+TEST_F(ControlTest, NeverGivesTheNumberOfARemovedVmAgain) {
+  run("vm remove debian");
+  run("vm add newer");
+  run("vm remove newer");
+
+  EXPECT_EQ(run("vm add debian"), "added VM 106\n");
+}
+
+TEST_F(ControlTest, AnswersQueriesInJson) {
+  EXPECT_EQ(run("usb"), "{\"usb\":[]}\n");
+}
+
+TEST_F(ControlTest, WordsBecomeALineThatHasTheSameWords) {
+  const Words words = {"plug", "camera", "a \"b\" \\c", "", "x\ty", "plain"};
+
+  const base::Result<Words> again = wordsIn(lineOf(words));
+
+  ASSERT_TRUE(again);
+  EXPECT_EQ(*again, words);
+  EXPECT_EQ(lineOf({"plug", "Front camera"}), "plug \"Front camera\"");
 }
 
 TEST_F(ControlTest, VanishesOnlyOnTheExactCommand) {
@@ -140,9 +190,14 @@ constexpr char kBadName[] = "plug: the name must have 1 to 127 bytes of UTF-8";
 const Wrong kWrong[] = {
     {"plugin camera x", "unknown command \"plugin\"; type help for the list"},
     {"\"\"", "unknown command \"\"; type help for the list"},
-    {"plug", "usage: plug TYPE \"NAME\""},
-    {"plug camera", "usage: plug TYPE \"NAME\""},
-    {"plug camera Front camera", "usage: plug TYPE \"NAME\""},
+    {"plug", "usage: plug TYPE [\"NAME\"]"},
+    {"plug camera Front camera", "usage: plug TYPE [\"NAME\"]"},
+    {"vm", "usage: vm add|remove \"NAME\""},
+    {"vm add", "usage: vm add|remove \"NAME\""},
+    {"vm rename win11", "vm: expected add or remove, got \"rename\""},
+    {"vm add win11", "vm: there is a VM \"win11\" already"},
+    {"vm add \"\"", "vm: the name must have 1 to 127 bytes of UTF-8"},
+    {"vm remove nosuch", "vm: there is no VM \"nosuch\"; type vms for the list"},
     {"plug scanner x",
      "plug: unknown type \"scanner\"; the types are storage, camera, tablet, printer-class, "
      "generic, printer"},

@@ -1,6 +1,7 @@
 #include "vel/apps/local/velsim/line_reader.h"
 
 #include <condition_variable>
+#include <future>
 #include <mutex>
 #include <optional>
 #include <vector>
@@ -87,6 +88,21 @@ TEST_F(LineReaderTest, StopsWhileItWaitsForInput) {
   stop();
 
   EXPECT_THAT(lines(1), ElementsAre("one"));
+}
+
+TEST(LineReaderEndTest, ReportsTheEndOfTheInputAfterItsLastLine) {
+  int pipe[2] = {-1, -1};
+  ASSERT_EQ(::pipe(pipe), 0);
+  std::string read;
+  std::promise<std::string> ended;
+  {
+    const LineReader reader(
+        pipe[0], [&](const std::string& line) { read += line; }, [&] { ended.set_value(read); });
+    EXPECT_EQ(::write(pipe[1], "one", 3), 3);
+    ::close(pipe[1]);
+    EXPECT_EQ(ended.get_future().get(), "one");
+  }
+  ::close(pipe[0]);
 }
 
 }  // namespace

@@ -71,6 +71,7 @@ class Connection::Core : public Loop::Source {
   }
 
   bool send(std::string_view bytes);
+  bool drain(Clock::time_point deadline);
   void requestClose();
 
   // A call, before it is sent. Its reply finds it from then on.
@@ -233,6 +234,28 @@ bool Connection::Core::flush() {
   }
   hasUnsent_ = !unsent_.empty();
   return true;
+}
+
+bool Connection::Core::drain(Clock::time_point deadline) {
+  // The thread that reads sends as well, and may close the socket: it is asked for again.
+  constexpr int kPauseMs = 10;
+  for (;;) {
+    pollfd waiting = {-1, POLLOUT, 0};
+    {
+      const platform::MutexLock lock(outMutex_);
+      if (!isOpen() || !flush()) {
+        return false;
+      }
+      if (!hasUnsent_) {
+        return true;
+      }
+      waiting.fd = socket_.number();
+    }
+    if (Clock::now() >= deadline) {
+      return false;
+    }
+    ::poll(&waiting, 1, kPauseMs);
+  }
 }
 
 void Connection::Core::requestClose() {
@@ -505,6 +528,10 @@ bool Connection::isOpen() const {
 
 bool Connection::send(wire::MessageWriter* message) {
   return message->finish(core_->newSerial()) == wire::Fault::kNone && core_->send(message->bytes());
+}
+
+bool Connection::flush(Clock::time_point deadline) {
+  return core_->drain(deadline);
 }
 
 void Connection::start(wire::MessageWriter* message, const std::string& destination, Call* call) {

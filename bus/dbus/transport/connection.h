@@ -74,6 +74,9 @@ class Connection {
   // Sends a message that expects no reply. False when the connection is gone, or the message larger
   // than D-Bus allows.
   bool send(wire::MessageWriter* message);
+  // Waits until what was sent has left the process. False when the connection is gone, or the other
+  // end does not take it by the deadline.
+  bool flush(Clock::time_point deadline);
 
   // A method call that one thread starts and awaits. Between the two it may start others.
   class Call {

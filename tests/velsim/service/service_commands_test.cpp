@@ -1,6 +1,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/velsim/service/simulated_service.h"
+#include "vel/apps/local/velsim/control.h"
 #include "vel/apps/local/velsim/service/records.h"
 
 namespace velsim {
@@ -11,22 +12,29 @@ using ::testing::IsEmpty;
 
 class ServiceCommandsTest : public SimulatedServiceTest {
  protected:
+  ServiceCommandsTest() { simulator.setCommands(&control); }
+
   // The answer to a command that succeeds.
-  json run(const std::string& word) {
+  json run(const std::string& word) { return runAndRead(word).at("answer"); }
+
+  // What the event says.
+  json runAndRead(const std::string& word) {
     takeEvents();
     EXPECT_EQ(call("dovelcmd", {int32(kWin11), word, int32(70000)}), statusValues(Status::kOk));
     const std::vector<BusEvent> events = takeEvents();
-    EXPECT_EQ(events.size(), 1u) << word;
-    if (events.size() != 1) {
+    if (events.empty()) {
+      ADD_FAILURE() << word;
       return {};
     }
-    EXPECT_EQ(static_cast<int>(events[0].code), 66);
-    EXPECT_EQ(events[0].vm, kWin11);
-    const json answer = json::parse(read(events[0].record, command_answer::kText));
+    EXPECT_EQ(static_cast<int>(events.back().code), 66);
+    EXPECT_EQ(events.back().vm, kWin11);
+    const json answer = json::parse(read(events.back().record, command_answer::kText));
     EXPECT_EQ(answer.at("id"), 70000);
     EXPECT_EQ(answer.at("command"), word);
-    return answer.at("answer");
+    return answer;
   }
+
+  Control control{simulator, [] {}};
 };
 
 TEST_F(ServiceCommandsTest, EachWordOfTheHelpIsACommand) {
@@ -34,10 +42,42 @@ TEST_F(ServiceCommandsTest, EachWordOfTheHelpIsACommand) {
 
   std::size_t count = 0;
   for (std::size_t begin = 0; begin < help.size(); begin = help.find('\n', begin) + 1) {
-    EXPECT_TRUE(run(help.substr(begin, help.find(':', begin) - begin)).is_object());
+    runAndRead(help.substr(begin, help.find(' ', begin) - begin));
     ++count;
   }
-  EXPECT_EQ(count, 7u);
+  EXPECT_GE(count, 14u);
+  EXPECT_EQ(help, *control.run("help"));
+}
+
+TEST_F(ServiceCommandsTest, RunControlCommands) {
+  EXPECT_EQ(run("plug camera \"Front camera\""), "plugged in 31");
+
+  EXPECT_EQ(machine().devices.find(31)->name, "Front camera");
+}
+
+TEST_F(ServiceCommandsTest, AnswerWithTheErrorOfAKnownCommand) {
+  EXPECT_EQ(runAndRead("unplug 99").at("error"),
+            "unplug: no device or printer 99 is plugged in; type list for those that are");
+  EXPECT_EQ(runAndRead("plug camera \"open").at("error"), "unclosed quote: plug camera \"open");
+}
+
+TEST_F(ServiceCommandsTest, TheEventsOfACommandComeBetweenItsStatusAndItsAnswer) {
+  std::vector<std::string> order;
+  simulator.setEventSink([&order](const BusEvent& event) {
+    order.push_back("event " + std::to_string(static_cast<int>(event.code)));
+  });
+
+  simulator.answer("dovelcmd", {int32(0), "plug camera", int32(1)},
+                   [&order](const Simulator::Answer&) { order.push_back("status"); });
+
+  EXPECT_THAT(order, ::testing::ElementsAre("status", "event 4", "event 66"));
+}
+
+TEST_F(ServiceCommandsTest, AreUnknownWithoutARunner) {
+  simulator.setCommands(nullptr);
+
+  EXPECT_EQ(call("dovelcmd", {int32(0), "vms", int32(1)}), statusValues(Status::kUnknownCommand));
+  EXPECT_EQ(call("getvelcmdhelp", {int32(0)}), qxbus::Values{std::string()});
 }
 
 TEST_F(ServiceCommandsTest, UnknownCommandsAreRefusedWithoutAnEvent) {

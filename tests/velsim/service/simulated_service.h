@@ -15,6 +15,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "vel/apps/local/velsim/scenario/scenario.h"
 #include "vel/apps/local/velsim/service/simulator.h"
 #include "vel/protocol/access.h"
 #include "vel/protocol/records.h"

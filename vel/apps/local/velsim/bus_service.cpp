@@ -38,10 +38,10 @@ std::vector<qxbus::Method> methodsOf(Simulator& simulator, Log& log) {
 }  // namespace
 
 BusService::BusService(const std::string& address, Simulator& simulator, Log& log,
-                       std::function<void()> onLost)
+                       std::function<void()> onLost, std::vector<qxbus::PlainObject> objects)
     : simulator_(simulator),
       host_(address, velprotocol::kServiceName, methodsOf(simulator, log),
-            {velprotocol::kServiceEvent}) {
+            {velprotocol::kServiceEvent}, std::move(objects)) {
   simulator.setEventSink([this, &log](const BusEvent& event) {
     if (log.hasDetails()) {
       log.writeDetail(describe(event));

@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "bus/dbus/service_host.h"
 #include "vel/apps/local/velsim/log.h"
@@ -17,8 +18,10 @@ class BusService {
   // Serves from now on. onLost runs once, on a thread of the bus, when the bus closes the
   // connection. Throws std::runtime_error when the bus cannot be reached (see bus_failure.h), or
   // the name of the service is taken or refused.
+  //
+  // objects   beside that of the service
   BusService(const std::string& address, Simulator& simulator, Log& log,
-             std::function<void()> onLost);
+             std::function<void()> onLost, std::vector<qxbus::PlainObject> objects = {});
   ~BusService();
 
   // Where clients find the service.

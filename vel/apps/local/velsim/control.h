@@ -1,53 +1,72 @@
-// Control commands: text lines that plug devices in and out, as a user at the machine does.
+// The commands that control velsim while it runs: lines at the terminal, calls of the control
+// object, velsim ctl and service commands (dovelcmd) all run the commands of one table, and the
+// help of each lists it.
 //
-//   plug camera "Front camera"     a word with blanks stands in quotes; \" and \\ inside quotes
+//   plug camera "Front camera"     see control_words.h
 //
-// THREADS   One thread at a time.
+// THREADS   Any thread may call once the table is complete. A command must not wait for another.
 
 #ifndef VEL_APPS_LOCAL_VELSIM_CONTROL_H
 #define VEL_APPS_LOCAL_VELSIM_CONTROL_H
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
 
 #include "base/result.h"
+#include "vel/apps/local/velsim/control_words.h"
+#include "vel/apps/local/velsim/service/command_runner.h"
 #include "vel/apps/local/velsim/service/simulator.h"
 
 namespace velsim {
 
-class Control {
- public:
+struct Command {
   // Lines to show, each with its newline; or the error.
   using Answer = base::Result<std::string>;
 
-  // vanish ends the program at once, with no notification of its clients.
+  std::string word;
+  std::string arguments;  // as help and errors show them
+  std::size_t least = 0;  // number of arguments
+  std::size_t most = 0;
+  std::string help;
+  std::function<Answer(const Words& arguments)> run;
+  bool isJson = false;       // the answer is a JSON text on one line
+  bool endsProgram = false;  // run() does not return
+};
+
+class Control : public CommandRunner {
+ public:
+  using Answer = Command::Answer;
+
+  // With the commands of machine_commands.h, vanish and help.
+  //
+  // vanish     ends the program at once, with no notification of its clients
   Control(Simulator& simulator, std::function<void()> vanish);
+
+  // Adds commands to the table, before any other thread uses it.
+  void add(std::vector<Command> commands);
 
   // A wrong line changes nothing. An empty line succeeds.
   Answer run(const std::string& line);
 
+  // Whether the line is one after which nobody answers.
+  bool endsProgram(const std::string& line) const;
+
+  bool knows(const std::string& line) const override;
+  base::Result<Json> answer(const std::string& line) override;
+  std::string help() const override;
+
  private:
-  using Words = std::vector<std::string>;
-  struct Command {
-    const char* word;
-    const char* arguments;  // as help and errors show them
-    std::size_t count;      // of arguments
-    const char* help;
-    Answer (Control::*run)(const Words& arguments);
+  struct Call {
+    const Command* command = nullptr;  // null: an empty line
+    Words arguments;
   };
 
-  static const std::vector<Command>& commands();
+  base::Result<Call> parse(const std::string& line) const;
+  const Command* find(const std::string& word) const;
 
-  Answer help(const Words& arguments);
-  Answer list(const Words& arguments);
-  Answer plug(const Words& arguments);
-  Answer unplug(const Words& arguments);
-  Answer camera(const Words& arguments);
-  Answer vanish(const Words& arguments);
-
-  Simulator& simulator_;
-  const std::function<void()> vanish_;
+  std::vector<Command> commands_;
 };
 
 }  // namespace velsim

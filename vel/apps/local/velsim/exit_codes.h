@@ -6,11 +6,13 @@
 namespace velsim {
 
 enum ExitCode : int {
-  kExitStopped = 0,     // stopped by SIGINT or SIGTERM
+  kExitStopped = 0,     // stopped by SIGINT or SIGTERM; ctl: done
   kExitFailed = 1,      // a defect of velsim, or the system ran out of a resource
   kExitUsage = 2,       // invalid command line
-  kExitNotServing = 3,  // no bus, service name taken or refused, or no pen port
-  kExitBusLost = 4,     // the bus closed the connection
+  kExitNotServing = 3,  // no bus, service name taken or refused, or no pen port; ctl: no velsim
+  kExitBusLost = 4,     // the bus closed the connection; ctl: no answer
+  kExitRefused = 5,     // ctl: velsim refused the command
+  kExitScenario = 6,    // the scenario cannot be read, or has mistakes
 };
 
 }  // namespace velsim

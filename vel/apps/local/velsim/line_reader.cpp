@@ -14,8 +14,9 @@
 
 namespace velsim {
 
-LineReader::LineReader(int input, std::function<void(const std::string& line)> onLine)
-    : input_(input), onLine_(std::move(onLine)) {
+LineReader::LineReader(int input, std::function<void(const std::string& line)> onLine,
+                       std::function<void()> onEnd)
+    : input_(input), onLine_(std::move(onLine)), onEnd_(std::move(onEnd)) {
   if (!stop_.isOpen()) {
     throw std::system_error(errno, std::generic_category(), "no pipe");
   }
@@ -57,6 +58,13 @@ void LineReader::run() {
   if (!line_.empty()) {
     finishLine();
   }
+  if (onEnd_) {
+    onEnd_();
+  }
+}
+
+std::string LineReader::tooLong() {
+  return "line longer than " + std::to_string(kLongestLine) + " bytes";
 }
 
 void LineReader::take(const char* bytes, std::size_t count) {

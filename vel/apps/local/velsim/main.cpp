@@ -2,20 +2,61 @@
 
 #include <cstdio>
 #include <exception>
+#include <limits>
+#include <optional>
 #include <string>
+
+#include <fcntl.h>
 
 #include <CLI/CLI.hpp>
 
 #include "base/standard_streams.h"
+#include "base/text.h"
 #include "base/unix_socket.h"
+#include "vel/apps/local/velsim/ctl.h"
 #include "vel/apps/local/velsim/exit_codes.h"
 #include "vel/apps/local/velsim/options.h"
+#include "vel/apps/local/velsim/scenario_file.h"
 #include "vel/apps/local/velsim/serve.h"
 
 namespace {
 
 void report(const std::string& error) {
   std::fprintf(stderr, "velsim: %s\n", error.c_str());
+}
+
+std::string openDescriptor(const std::string& text) {
+  const auto number = base::parseDecimal(text, std::numeric_limits<int>::max());
+  return number && ::fcntl(static_cast<int>(*number), F_GETFD) >= 0
+             ? ""
+             : base::quoted(text) + " is not the number of an open descriptor";
+}
+
+int printOrServe(const velsim::Options& options, const velsim::Scenario& scenario) {
+  if (!options.isPrintingScenario) {
+    return velsim::serve(options, scenario);
+  }
+  const bool isWritten = std::fputs(scenario.text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0;
+  if (!isWritten) {
+    report("cannot write the scenario");
+  }
+  return isWritten ? velsim::kExitStopped : velsim::kExitFailed;
+}
+
+int run(const velsim::Options& options) {
+  if (options.scenario.empty()) {
+    return printOrServe(options, velsim::builtInScenario());
+  }
+  velsim::Mistakes mistakes(options.scenario);
+  const std::optional<velsim::Scenario> scenario = velsim::loadScenario(options.scenario, mistakes);
+  if (!scenario) {
+    for (const std::string& line : mistakes.lines()) {
+      std::fprintf(stderr, "%s\n", line.c_str());
+    }
+    report("the scenario has mistakes, nothing was started");
+    return velsim::kExitScenario;
+  }
+  return printOrServe(options, *scenario);
 }
 
 int parseAndServe(int argc, char** argv) {
@@ -26,6 +67,11 @@ int parseAndServe(int argc, char** argv) {
   app.add_option("--address", options.address,
                  "D-Bus address of the bus, or direct:PATH, a socket of its own (default: "
                  "QXBUS_ADDRESS, else the session bus, without one direct:)");
+  app.add_option("--scenario", options.scenario,
+                 "Simulate the machine that FILE states, in JSON (docs/scenarios.md)")
+      ->type_name("FILE");
+  app.add_flag("--print-scenario", options.isPrintingScenario,
+               "Write the scenario, the built-in one without --scenario, and end");
   app.add_option("--pen-port", options.penPort,
                  "Serve the far end of the pen port too, on a Unix socket created at PATH; "
                  "needs no bus")
@@ -35,14 +81,30 @@ int parseAndServe(int argc, char** argv) {
   app.add_option("--control", options.control,
                  "Read control commands from standard input (-), the default at a terminal")
       ->check(CLI::IsMember({velsim::kStandardInput}));
+  app.add_option("--parent", options.parent,
+                 "Take control commands from the program at the other end of the socket FD, report "
+                 "readiness there, and end when it is closed; for tests")
+      ->check(openDescriptor)
+      ->excludes("--control")
+      ->type_name("FD");
   app.footer(
       "The log goes to standard error: one line for each request, event and pen frame. Exit\n"
       "status: 0 stopped by SIGINT or SIGTERM, 1 internal error, 2 wrong usage, 3 no bus, the\n"
-      "service's name is taken, or no pen port, 4 bus connection lost. With --pen-port, velsim\n"
+      "service's name is taken, or no pen port, 4 bus connection lost, 6 the scenario has\n"
+      "mistakes. With --pen-port, velsim\n"
       "serves the pen port only when the session bus cannot be reached.");
+  velsim::CtlOptions control;
+  CLI::App* const ctl = app.add_subcommand(
+      "ctl", "Run one command of a velsim that runs; velsim ctl help lists them");
+  ctl->add_option("--bus,--address", control.address, "Where it runs, as --address above");
+  ctl->add_option("WORDS", control.words, "The command, in words or as one line")->required();
+  ctl->positionals_at_end();
   try {
     app.parse(argc, argv);
-    return velsim::serve(options);
+    if (*ctl) {
+      return velsim::ctl(control);
+    }
+    return run(options);
   } catch (const CLI::Success& wanted) {  // --help, --version
     return app.exit(wanted);
   } catch (const CLI::ParseError& error) {

@@ -4,20 +4,25 @@
 #include <csignal>
 #include <cstddef>
 #include <cstdlib>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include <unistd.h>
 
 #include "bus/dbus/bus_failure.h"
 #include "vel/apps/local/velsim/bus_service.h"
 #include "vel/apps/local/velsim/control.h"
+#include "vel/apps/local/velsim/control_object.h"
 #include "vel/apps/local/velsim/line_reader.h"
 #include "vel/apps/local/velsim/line_writer.h"
 #include "vel/apps/local/velsim/log.h"
+#include "vel/apps/local/velsim/parent.h"
 #include "vel/apps/local/velsim/pen_port.h"
 #include "vel/apps/local/velsim/service/simulator.h"
+#include "vel/apps/local/velsim/service/timer_thread.h"
 
 namespace velsim {
 namespace {
@@ -58,8 +63,7 @@ bool isInForegroundOfTerminal() {
 // Reads control commands for as long as it lives.
 class ControlInput {
  public:
-  ControlInput(const Options& options, Simulator& simulator, Log& log)
-      : log_(log), control_(simulator, vanish) {
+  ControlInput(const Options& options, Control& control, Log& log) : log_(log), control_(control) {
     if (options.control != kStandardInput && !isInForegroundOfTerminal()) {
       return;
     }
@@ -72,8 +76,7 @@ class ControlInput {
  private:
   void run(const std::string& line) {
     if (line.size() > LineReader::kLongestLine) {
-      log_.write("control: line longer than " + std::to_string(LineReader::kLongestLine) +
-                 " bytes");
+      log_.write("control: " + LineReader::tooLong());
       return;
     }
     const Control::Answer answer = control_.run(line);
@@ -86,7 +89,7 @@ class ControlInput {
 
   Log& log_;
   LineWriter answers_{STDOUT_FILENO, "control answer"};
-  Control control_;
+  Control& control_;
   std::optional<LineReader> reader_;
 };
 
@@ -101,13 +104,24 @@ std::string namedAddress(const Options& options) {
 
 class Server {
  public:
-  Server(const Options& options, Log& log) : options_(options), log_(log) {}
+  Server(const Options& options, const Scenario& scenario, Log& log)
+      : options_(options), log_(log), simulator_(scenario.setup, std::make_unique<TimerThread>()) {
+    simulator_.setCommands(&control_);
+  }
 
   ExitCode run(const StopSignals& stopSignals) {
     if (!openPenPort() || !connectToBus()) {
       return kExitNotServing;
     }
-    const ControlInput control(options_, simulator_, log_);
+    std::optional<Parent> parent;
+    std::optional<ControlInput> input;
+    if (options_.parent >= 0) {
+      parent.emplace(
+          options_.parent, [this](const std::string& line) { return control_.run(line); },
+          StopSignals::raise);
+    } else {
+      input.emplace(options_, control_, log_);
+    }
     stopSignals.wait();
     if (isBusLost_) {
       log_.write("the bus closed the connection; start the bus and velsim again");
@@ -139,10 +153,13 @@ class Server {
     const std::string named = namedAddress(options_);
     const std::string pid = ", pid " + std::to_string(::getpid());
     try {
-      bus_.emplace(options_.address, simulator_, log_, [this] {
-        isBusLost_ = true;
-        StopSignals::raise();
-      });
+      bus_.emplace(
+          options_.address, simulator_, log_,
+          [this] {
+            isBusLost_ = true;
+            StopSignals::raise();
+          },
+          std::vector{controlObject(control_, log_)});
     } catch (const std::runtime_error& error) {
       const bool isUnreachable = !qxbus::busFailure().empty();
       if (isUnreachable && penPort_ && named.empty()) {
@@ -166,16 +183,17 @@ class Server {
   Log& log_;
   std::atomic<bool> isBusLost_{false};
   Simulator simulator_;
+  Control control_{simulator_, vanish};
   std::optional<PenPort> penPort_;
   std::optional<BusService> bus_;
 };
 
 }  // namespace
 
-ExitCode serve(const Options& options) {
+ExitCode serve(const Options& options, const Scenario& scenario) {
   const StopSignals stopSignals;
   Log log(options.isQuiet);
-  const ExitCode status = Server(options, log).run(stopSignals);
+  const ExitCode status = Server(options, scenario, log).run(stopSignals);
   if (status == kExitStopped) {
     log.write("stopped");
   }

@@ -1,16 +1,12 @@
 #include "vel/apps/local/velsim/machine/vm_sessions.h"
 
+#include <algorithm>
+
 namespace velsim {
-namespace {
 
-constexpr std::pair<const char*, VmNumber> kBuiltInVms[] = {
-    {"win11", 101}, {"win10", 102}, {"ubuntu", 103}, {"debian", 104}};
-
-}  // namespace
-
-VmSessions::VmSessions() {
-  for (const auto& [vmId, number] : kBuiltInVms) {
-    numbers_[vmId] = number;
+VmSessions::VmSessions(const std::vector<VmSetup>& setup) : setup_(setup) {
+  for (const VmSetup& vm : setup) {
+    numbers_[vm.id] = vm.number;
   }
   reset();
 }
@@ -28,6 +24,32 @@ const VmSession* VmSessions::find(VmNumber vm) const {
 VmSession* VmSessions::session(VmNumber vm) {
   const auto known = sessions_.find(vm);
   return known != sessions_.end() ? &known->second : nullptr;
+}
+
+VmNumber VmSessions::add(const std::string& vmId) {
+  if (numberOf(vmId) != 0) {
+    return 0;
+  }
+  // Those that were removed count as well: clients remember numbers.
+  for (const auto& [known, number] : numbers_) {
+    lastAdded_ = std::max(lastAdded_, number);
+  }
+  numbers_[vmId] = ++lastAdded_;
+  sessions_[lastAdded_] = VmSession();
+  return lastAdded_;
+}
+
+VmNumber VmSessions::remove(const std::string& vmId) {
+  const VmNumber removed = numberOf(vmId);
+  if (removed != 0) {
+    lastAdded_ = std::max(lastAdded_, removed);
+    if (focus_ && focus_->vm == removed) {
+      focus_.reset();
+    }
+    numbers_.erase(vmId);
+    sessions_.erase(removed);
+  }
+  return removed;
 }
 
 Status VmSessions::connect(VmNumber vm, const Attachment& attachment) {
@@ -132,6 +154,13 @@ void VmSessions::reset() {
   sessions_.clear();
   for (const auto& [vmId, number] : numbers_) {
     sessions_[number] = VmSession();
+  }
+  for (const VmSetup& vm : setup_) {
+    VmSession* const restored = session(vm.number);
+    if (restored) {
+      restored->attachment = vm.attachment;
+      restored->isStarted = vm.isStarted;
+    }
   }
   focus_.reset();
   driveToken_.clear();

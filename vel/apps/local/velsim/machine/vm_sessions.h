@@ -39,6 +39,13 @@ struct Focus {
   std::uint64_t window = 0;
 };
 
+struct VmSetup {
+  std::string id;
+  VmNumber number = 0;
+  std::optional<Attachment> attachment;
+  bool isStarted = false;
+};
+
 struct VmSession {
   std::optional<Attachment> attachment;
   bool isStarted = false;
@@ -48,8 +55,8 @@ struct VmSession {
 
 class VmSessions {
  public:
-  // With the built-in VMs.
-  VmSessions();
+  // The setup outlives the object.
+  explicit VmSessions(const std::vector<VmSetup>& setup);
 
   const std::map<std::string, VmNumber>& numbers() const { return numbers_; }
   // 0 when there is no such VM.
@@ -58,6 +65,11 @@ class VmSessions {
   const VmSession* find(VmNumber vm) const;
   const std::optional<Focus>& focus() const { return focus_; }
   const std::string& driveToken() const { return driveToken_; }
+
+  // Adds a VM with a number that no VM had before; 0 when there is one of this name.
+  VmNumber add(const std::string& vmId);
+  // Ends the session of a VM and removes it. Returns its number; 0 when there is no such VM.
+  VmNumber remove(const std::string& vmId);
 
   // Connecting again replaces the parameters.
   Status connect(VmNumber vm, const Attachment& attachment);
@@ -81,8 +93,10 @@ class VmSessions {
  private:
   VmSession* session(VmNumber vm);
 
+  const std::vector<VmSetup>& setup_;
   std::map<std::string, VmNumber> numbers_;
   std::map<VmNumber, VmSession> sessions_;
+  VmNumber lastAdded_ = 0;
   std::optional<Focus> focus_;
   std::string driveToken_;
 };

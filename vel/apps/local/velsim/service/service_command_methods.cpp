@@ -1,192 +1,47 @@
-// Service commands: words whose answer comes as an event with a JSON text,
-// {"id":70000,"command":"vms","answer":{...}}, in which id is the client's own. An unknown command
-// is refused with a status, and no event follows.
+// Service commands: the commands of a CommandRunner, whose answer comes as an event with a JSON
+// text,
+// {"id":70000,"command":"vms","answer":{...}}, in which id is the client's own; "error" stands in
+// place of "answer" when the command has failed. An unknown command is refused with a status, and
+// no event follows.
 
-#include <algorithm>
-
-#include "base/text.h"
 #include "vel/apps/local/velsim/service/arguments.h"
-#include "vel/apps/local/velsim/service/json_text.h"
+#include "vel/apps/local/velsim/service/command_runner.h"
 #include "vel/apps/local/velsim/service/simulator.h"
 
 namespace velsim {
-namespace {
 
-using qxbus::Values;
-
-// All 16 digits.
-std::string hex(std::uint64_t number) {
-  constexpr int kHighestByte = 56;
-  constexpr int kBitsOfByte = 8;
-  std::string text = "0x";
-  for (int shift = kHighestByte; shift >= 0; shift -= kBitsOfByte) {
-    base::appendHex(&text, static_cast<unsigned char>(number >> shift));
-  }
-  return text;
-}
-
-Json vmsOf(const MachineState& machine) {
-  Json list = Json::array();
-  for (const auto& [vmId, number] : machine.vms.numbers()) {
-    const VmSession& session = *machine.vms.find(number);
-    list.push_back({{"vm", vmId},
-                    {"number", number},
-                    {"isConnected", session.attachment.has_value()},
-                    {"isStarted", session.isStarted},
-                    {"pipes", session.pipes.size()},
-                    {"ports", session.ports.size()},
-                    {"hasFocus", machine.vms.focus() && machine.vms.focus()->vm == number}});
-  }
-  return {{"vms", list}};
-}
-
-Json devicesOf(const MachineState& machine) {
-  Json list = Json::array();
-  for (const auto& [number, device] : machine.devices.all()) {
-    Json entry = {{"number", number},
-                  {"type", wordFor(device.type)},
-                  {"name", device.name},
-                  {"sourceId", hex(device.sourceId)},
-                  {"status", static_cast<int>(device.status)},
-                  {"vm", device.vm},
-                  {"policy", device.policy},
-                  {"policyText", device.policyText}};
-    if (device.type == DeviceType::kStorage) {
-      entry["isMounted"] = device.isMounted;
-    }
-    if (device.type == DeviceType::kNetwork) {
-      entry["networkType"] = device.networkType;
-    }
-    list.push_back(entry);
-  }
-  return {{"devices", list}, {"camera", static_cast<int>(machine.devices.cameraStatus())}};
-}
-
-Json printersOf(const MachineState& machine) {
-  Json list = Json::array();
-  for (const auto& [number, printer] : machine.printers.all()) {
-    Json entry = {{"number", number},
-                  {"name", printer.name},
-                  {"sourceId", hex(printer.sourceId)},
-                  {"status", static_cast<int>(printer.status)},
-                  {"vm", printer.vm}};
-    if (printer.isNetwork) {
-      entry["address"] = printer.address;
-      entry["extra"] = printer.extra;
-    }
-    list.push_back(entry);
-  }
-  return {{"printers", list}};
-}
-
-Json policiesOf(const MachineState& machine) {
-  Json autoConnects = Json::array();
-  for (const auto& [type, setting] : machine.policies.autoConnects()) {
-    autoConnects.push_back({{"deviceType", type}, {"setting", setting}});
-  }
-  Json cards = Json::array();
-  for (const auto& [type, setting] : machine.policies.popupCards()) {
-    cards.push_back({{"deviceType", type}, {"setting", setting}});
-  }
-  Json byVidPid = Json::array();
-  for (const auto& [id, policy] : machine.policies.byVidPid()) {
-    Json entry = {{"vid", id.vid},
-                  {"pid", id.pid},
-                  {"deviceType", policy.deviceType},
-                  {"property", policy.property.value_or(policy.builtInProperty)}};
-    if (policy.turboText) {
-      entry["turbo"] = *policy.turboText;
-    }
-    byVidPid.push_back(entry);
-  }
-  return {{"autoConnect", autoConnects}, {"popupCards", cards}, {"byVidPid", byVidPid}};
-}
-
-Json joysticksOf(const MachineState& machine) {
-  Json list = Json::array();
-  for (const Joystick& joystick : machine.joysticks.all()) {
-    list.push_back({{"name", joystick.name},
-                    {"mapping", Joysticks::mappings()[joystick.mapping]},
-                    {"isCalibrated", joystick.isCalibrated}});
-  }
-  return {{"joysticks", list}, {"subscribers", machine.joysticks.subscribers().size()}};
-}
-
-Json qualityOf(const MachineState& machine) {
-  Json list = Json::array();
-  for (const auto& [vm, report] : machine.streamReports.all()) {
-    Json entry = {{"vm", vm}};
-    if (report.bandwidth) {
-      entry["bandwidth"] = {report.bandwidth->first, report.bandwidth->second};
-    }
-    Json quality = Json::array();
-    for (const auto& [type, figure] : report.quality) {
-      quality.push_back({{"type", type}, {"figure", figure ? Json(*figure) : Json()}});
-    }
-    entry["quality"] = quality;
-    list.push_back(entry);
-  }
-  return {{"reports", list}};
-}
-
-Json usbOf(const MachineState& machine) {
-  Json list = Json::array();
-  for (const auto& [vm, report] : machine.streamReports.all()) {
-    for (const auto& [identity, usbStatus] : report.usbStatus) {
-      list.push_back({{"vm", vm}, {"identity", hex(identity)}, {"status", usbStatus}});
-    }
-  }
-  return {{"usb", list}};
-}
-
-struct Command {
-  const char* word;
-  const char* help;
-  Json (*answer)(const MachineState& machine);
-};
-constexpr Command kCommands[] = {
-    {"vms", "VM sessions", vmsOf},
-    {"devices", "devices, and whether the camera may be used", devicesOf},
-    {"printers", "printers and network printers", printersOf},
-    {"policies", "settings by type, and by vendor and product id", policiesOf},
-    {"joysticks", "joysticks", joysticksOf},
-    {"quality", "bandwidth and quality reported by clients", qualityOf},
-    {"usb", "USB devices redirected by clients", usbOf},
-};
-
-// Number 0 stands for this machine.
-Values dovelcmd(MachineState& machine, const Values& arguments) {
+void Simulator::run(ServiceCommand command, const qxbus::Values& arguments,
+                    const Respond& respond) {
   const VmNumber vm = vmOf(arguments);
-  if (vm != 0 && !machine.vms.find(vm)) {
-    return status(Status::kUnknownVm);
+  const std::string line = qxbus::readString(arguments, 1);
+  CommandRunner* runner = nullptr;
+  {
+    const platform::MutexLock lock(mutex_);
+    runner = commands_;
+    if (command == ServiceCommand::kHelp) {
+      respond(qxbus::Values{runner ? runner->help() : std::string()});
+      return;
+    }
+    // Number 0 stands for this machine.
+    const Status refusal = vm != 0 && !machine_.vms.find(vm) ? Status::kUnknownVm
+                           : !runner || !runner->knows(line) ? Status::kUnknownCommand
+                                                             : Status::kOk;
+    respond(status(refusal));
+    if (refusal != Status::kOk) {
+      return;
+    }
   }
-  const std::string word = qxbus::readString(arguments, 1);
-  const auto* const command =
-      std::find_if(std::begin(kCommands), std::end(kCommands),
-                   [&word](const Command& each) { return word == each.word; });
-  if (command == std::end(kCommands)) {
-    return status(Status::kUnknownCommand);
-  }
-  const Json answer = {
-      {"id", int32Of(arguments, 2)}, {"command", word}, {"answer", command->answer(machine)}};
-  machine.events.add(vm, CommandAnswer{jsonText(answer)});
-  return status(Status::kOk);
+  // The command uses the simulator as any other thread does.
+  const base::Result<Json> answer = runner->answer(line);
+  Json event = {{"id", int32Of(arguments, 2)}, {"command", line}};
+  event[answer ? "answer" : "error"] = answer ? *answer : Json(answer.reason());
+  change([&](MachineState& machine) { machine.events.add(vm, CommandAnswer{jsonText(event)}); });
 }
-
-Values getvelcmdhelp(MachineState&, const Values&) {
-  std::string text;
-  for (const Command& command : kCommands) {
-    text += std::string(command.word) + ": " + command.help + "\n";
-  }
-  return {text};
-}
-
-}  // namespace
 
 const std::vector<MethodRow>& serviceCommandMethods() {
   static const std::vector<MethodRow> rows = {
-      {"dovelcmd", dovelcmd},
-      {"getvelcmdhelp", getvelcmdhelp},
+      {"dovelcmd", ServiceCommand::kRun},
+      {"getvelcmdhelp", ServiceCommand::kHelp},
   };
   return rows;
 }

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "bus/dbus/value.h"
+#include "vel/apps/local/velsim/scenario/scenario.h"
 #include "vel/apps/local/velsim/service/timer_thread.h"
 #include "vel/protocol/methods.h"
 
@@ -23,7 +24,13 @@ std::vector<MethodRow> allMethods() {
 
 Simulator::Simulator() : Simulator(std::make_unique<TimerThread>()) {}
 
-Simulator::Simulator(std::unique_ptr<Scheduler> scheduler) : scheduler_(std::move(scheduler)) {
+Simulator::Simulator(std::unique_ptr<Scheduler> scheduler)
+    : Simulator(builtInScenario().setup, std::move(scheduler)) {}
+
+Simulator::Simulator(Setup setup, std::unique_ptr<Scheduler> scheduler)
+    : machine_(std::move(setup)), scheduler_(std::move(scheduler)) {
+  const platform::MutexLock lock(mutex_);
+  machine_.settle();
   for (const MethodRow& row : allMethods()) {
     if (const velprotocol::Method* const method = velprotocol::find(row.name)) {
       methods_.emplace(row.name, Method{Signature(method->arguments), row.answer});
@@ -54,6 +61,10 @@ void Simulator::answer(const std::string& method, const qxbus::Values& arguments
     respond(Error{method + ": " + *wrong});
     return;
   }
+  if (const auto* const command = std::get_if<ServiceCommand>(&called.answer)) {
+    run(*command, arguments, respond);
+    return;
+  }
   const platform::MutexLock lock(mutex_);
   if (const auto* const atOnce = std::get_if<AnswerAtOnce>(&called.answer)) {
     respond((*atOnce)(machine_, arguments));
@@ -73,6 +84,11 @@ void Simulator::setEventSink(EventSink sink) {
   const platform::MutexLock lock(mutex_);
   sink_ = std::move(sink);
   settle();
+}
+
+void Simulator::setCommands(CommandRunner* commands) {
+  const platform::MutexLock lock(mutex_);
+  commands_ = commands;
 }
 
 void Simulator::change(const std::function<void(MachineState& machine)>& action) {

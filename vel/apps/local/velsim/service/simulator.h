@@ -28,6 +28,8 @@
 
 namespace velsim {
 
+class CommandRunner;
+
 // An answer that takes its time. Other requests are answered meanwhile.
 struct Later {
   std::chrono::milliseconds after;
@@ -39,9 +41,12 @@ struct Later {
 using AnswerAtOnce = qxbus::Values (*)(MachineState& machine, const qxbus::Values& arguments);
 using AnswerLater = Later (*)(MachineState& machine, const qxbus::Values& arguments);
 
+// Answered by the CommandRunner.
+enum class ServiceCommand { kRun, kHelp };
+
 struct MethodRow {
   const char* name;
-  std::variant<AnswerAtOnce, AnswerLater> answer;
+  std::variant<AnswerAtOnce, AnswerLater, ServiceCommand> answer;
 };
 
 // session_methods.cpp: resetting, VM sessions, their pipes, ports and focus, drive tokens.
@@ -79,9 +84,11 @@ class Simulator {
   using Respond = std::function<void(const Answer& answer)>;
   using EventSink = std::function<void(const BusEvent& event)>;
 
-  // In real time.
+  // The machine of the built-in scenario, in real time.
   Simulator();
   explicit Simulator(std::unique_ptr<Scheduler> scheduler);
+  // The machine of a scenario.
+  Simulator(Setup setup, std::unique_ptr<Scheduler> scheduler);
   ~Simulator();
 
   Simulator(const Simulator&) = delete;
@@ -100,9 +107,16 @@ class Simulator {
   // sink (null) they wait. The events of a request come after its answer.
   void setEventSink(EventSink sink);
 
+  // Runs service commands from now on, and must outlive the simulator or be taken back (null).
+  // Without a runner every command is unknown.
+  void setCommands(CommandRunner* commands);
+
   // Changes the machine without a request of a client.
   void change(const std::function<void(MachineState& machine)>& action);
   void read(const std::function<void(const MachineState& machine)>& reader) const;
+
+  // Everything that waits runs on this clock.
+  Scheduler& clock() { return *scheduler_; }
 
  private:
   struct Method {
@@ -114,6 +128,7 @@ class Simulator {
     Respond respond;
   };
 
+  void run(ServiceCommand command, const qxbus::Values& arguments, const Respond& respond);
   void begin(Later later, Respond respond) QX_REQUIRES(mutex_);
   void giveDueAnswers() QX_REQUIRES(mutex_);
   void settle() QX_REQUIRES(mutex_);
@@ -121,6 +136,7 @@ class Simulator {
   std::map<std::string, Method> methods_;  // constant after construction
   mutable platform::Mutex mutex_;
   MachineState machine_ QX_GUARDED_BY(mutex_);
+  CommandRunner* commands_ QX_GUARDED_BY(mutex_) = nullptr;
   EventSink sink_ QX_GUARDED_BY(mutex_);
   std::vector<BusEvent> unsent_ QX_GUARDED_BY(mutex_);
   std::uint64_t lastWaiting_ QX_GUARDED_BY(mutex_) = 0;

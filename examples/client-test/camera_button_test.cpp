@@ -1,0 +1,56 @@
+#include "examples/client-test/camera_button.h"
+
+#include <iostream>
+
+#include <gtest/gtest.h>
+
+#include "vel/apps/local/velsim/testing/velsim_process.h"
+
+namespace {
+
+// Each test has a service of its own, which has ended when the next one begins.
+class CameraButtonTest : public ::testing::Test {
+ protected:
+  CameraButtonTest() { velsim.exportAddress(); }
+
+  void TearDown() override {
+    if (HasFailure()) {
+      std::cerr << velsim.log();
+    }
+  }
+
+  velsim_testing::VelsimProcess velsim;
+  const CameraButton button{"win11"};
+};
+
+TEST_F(CameraButtonTest, OffersTheCameraOfThisMachine) {
+  EXPECT_EQ(button.label(), "Attach Built-in camera");
+}
+
+TEST_F(CameraButtonTest, AttachesTheCamera) {
+  EXPECT_EQ(button.press(), "Built-in camera is in win11");
+  EXPECT_NE(velsim.log().find("connectDevice("), std::string::npos);
+}
+
+TEST_F(CameraButtonTest, ReportsWhenTheUserHasUnpluggedTheCamera) {
+  velsim.control("unplug 12");
+
+  EXPECT_EQ(button.press(), "No camera");
+}
+
+TEST_F(CameraButtonTest, FindsACameraThatIsPluggedInLater) {
+  velsim.control("unplug 12");
+  velsim.control("plug camera \"Document camera\"");
+
+  EXPECT_EQ(button.label(), "Attach Document camera");
+}
+
+TEST_F(CameraButtonTest, ReportsThatTheServiceHasDiedAndFindsTheNext) {
+  velsim.kill();
+  EXPECT_NE(button.label().find("no service"), std::string::npos) << button.label();
+
+  velsim.start();
+  EXPECT_EQ(button.label(), "Attach Built-in camera");
+}
+
+}  // namespace
