@@ -110,6 +110,10 @@ class Hub : public VelDiagnoseNotify {
     if (hasJoysticks_ && joysticks.empty()) {
       proxy_.UnregisterJoystickCallback(this);
       hasJoysticks_ = false;
+      // A subscriber that came meanwhile found the subscription.
+      if (!joysticks.empty()) {
+        static_cast<void>(registerJoysticks());
+      }
     }
   }
 
