@@ -21,31 +21,10 @@
 #include "vel/apps/local/velsim/parent.h"
 #include "vel/apps/local/velsim/pen_port.h"
 #include "vel/apps/local/velsim/service/simulator.h"
+#include "vel/apps/local/velsim/stop_signals.h"
 
 namespace velsim {
 namespace {
-
-// Blocks SIGINT and SIGTERM, here and in every thread that starts later.
-class StopSignals {
- public:
-  StopSignals() {
-    sigemptyset(&signals_);
-    sigaddset(&signals_, SIGINT);
-    sigaddset(&signals_, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &signals_, nullptr);
-  }
-
-  void wait() const {
-    int signal = 0;
-    sigwait(&signals_, &signal);
-  }
-
-  // Ends the wait from another thread.
-  static void raise() { ::kill(::getpid(), SIGTERM); }
-
- private:
-  sigset_t signals_ = {};
-};
 
 [[noreturn]] void vanish() {
   for (;;) {
