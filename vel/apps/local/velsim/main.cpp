@@ -71,7 +71,9 @@ int parseAndServe(int argc, char** argv) {
   app.footer(
       "The log goes to standard error: one line for each request, event and pen frame. Exit\n"
       "status: 0 stopped by SIGINT or SIGTERM, 1 internal error, 2 wrong usage, 3 no bus, the\n"
-      "service's name is taken, or no pen port, 4 bus connection lost. With --pen-port, velsim\n"
+      "service's name is taken, or no pen port, 4 bus connection lost, 6 record: the file cannot "
+      "be\n"
+      "written, 7 replay: a request differed from the recording. With --pen-port, velsim\n"
       "serves the pen port only when the session bus cannot be reached.");
   velsim::CtlOptions control;
   CLI::App* const ctl = app.add_subcommand(

@@ -1,6 +1,7 @@
 #include "vel/apps/local/velsim/record.h"
 
 #include <atomic>
+#include <csignal>
 #include <optional>
 
 #include "base/text.h"
@@ -13,6 +14,8 @@ namespace velsim {
 
 ExitCode record(const RecordOptions& options) {
   const StopSignals stopSignals;
+  // At the limit of a file's size a write then fails, and is reported.
+  std::signal(SIGXFSZ, SIG_IGN);
   Log log(options.isQuiet);
   auto writer = RecordingWriter::create(options.file, options.service, options.isWithSecrets);
   if (!writer) {
