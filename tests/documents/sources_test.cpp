@@ -27,7 +27,7 @@ constexpr Reserved kReserved[] = {
     {"Mutexes", R"(std::(\w+_)?mutex\b|std::(lock_guard|unique_lock|scoped_lock)\b)",
      "platform/mutex.h", "platform::Mutex, whose use the compiler checks"},
     {"Conditions", R"(std::condition_variable)", "platform/mutex.h", "platform::Condition"},
-    {"Threads", R"(std::thread\s*(\w+\s*)?[({]|std::async\b)", "base/thread.cpp",
+    {"Threads", R"(std::thread\s*(\w+\s*)?[({]|std::async\b)", "base/thread.h",
      "base::startThread, which blocks signals and names the thread"}};
 
 class SourcesTest : public testing::TestWithParam<Reserved> {};

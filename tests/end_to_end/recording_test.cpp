@@ -323,7 +323,7 @@ TEST_F(RecordingTest, ARecordingWithMistakesIsNotReplayed) {
 
   const Finished failed = run(options({VELSIM_PATH, "replay", file()}));
 
-  EXPECT_EQ(failed.status, velsim::kExitUsage);
+  EXPECT_EQ(failed.status, velsim::kExitScenario);
   EXPECT_THAT(failed.err, AllOf(HasSubstr("velsim: " + file() + ":4: id: is missing\n"),
                                 HasSubstr("velsim: " + file() + ":5: is no JSON object, or ends")));
 }

@@ -121,6 +121,10 @@ class Background {
   [[nodiscard]] bool isDone() const {
     return result_.wait_for(kLongEnough) == std::future_status::ready;
   }
+  // The same within kAMoment, for functions that must not return.
+  [[nodiscard]] bool isDoneSoon() const {
+    return result_.wait_for(kAMoment) == std::future_status::ready;
+  }
   Result result() { return result_.get(); }
 
  private:

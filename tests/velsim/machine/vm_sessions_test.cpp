@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "vel/apps/local/velsim/scenario/scenario.h"
+
 namespace velsim {
 namespace {
 
@@ -10,7 +12,7 @@ class VmSessionsTest : public ::testing::Test {
   Pipe pipe(std::uint64_t handle) const { return {vm, handle, "control", "data"}; }
   const VmSession& session() const { return *vms.find(vm); }
 
-  VmSessions vms;
+  VmSessions vms{builtInScenario().setup.vms};
   const VmNumber vm = vms.numberOf("win11");
   const VmNumber other = vms.numberOf("ubuntu");
   static constexpr VmNumber kNoSuchVm = 9999;

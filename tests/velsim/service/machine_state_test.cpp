@@ -100,7 +100,7 @@ TEST_F(MachineStateTest, AResetUndoesChangesByClients) {
 
   EXPECT_EQ(call("resetService", {}), statusValues(Status::kOk));
 
-  const MachineState fresh;
+  const MachineState fresh(builtInScenario().setup);
   EXPECT_EQ(list("getDeviceList", {int32(0)}).size(), fresh.devices.all().size());
   for (const auto& [number, device] : fresh.devices.all()) {
     const Device& now = *machine().devices.find(number);

@@ -10,6 +10,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "vel/apps/local/velproxy/records.h"
 
@@ -23,6 +24,22 @@ using CmdCallback = int (*)(unsigned short code, CmdResponse* response, void* us
 using ConfigNewDevResultCallback = int (*)(unsigned short code, _ConfigNewDeviceResult* result,
                                            void* userData);
 using JoystickCallback = int (*)(unsigned short code, _JoystickResult result, void* userData);
+
+namespace qx {
+
+enum class ServiceState {
+  // The service has died.
+  kGone,
+  // A service is there again.
+  kBack,
+};
+
+// vmIds: the VMs whose numbers the library had learned from the service that has died, in ascending
+// order. Their sessions have ended.
+using ServiceCallback = void (*)(ServiceState state, const std::vector<std::string>& vmIds,
+                                 void* userData);
+
+}  // namespace qx
 
 // Writes bytes to a port of the client. The library ignores the result, and the bytes are gone when
 // the function returns.

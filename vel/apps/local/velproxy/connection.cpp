@@ -1,5 +1,6 @@
 // The instance, its connection to the service, and what follows when the service dies.
 
+#include <algorithm>
 #include <cstdio>
 #include <vector>
 
@@ -124,7 +125,7 @@ unsigned int VelProxy::Init() {
   serviceManager_.store(manager);
   if (!manager) {
     VEL_ERROR("QXBusSerivceManager::initSync failed");
-    return fail("the bus cannot be reached");
+    return fail(kBusUnreachable);
   }
   if (!manager->isServiceRegistered(velprotocol::kServiceName)) {
     VEL_ERROR("isServiceRegistered failed");
@@ -196,14 +197,20 @@ void VelProxy::onServiceDeath() {
   const ErrorReport report;
   // A callback below may destroy the object: no member may be used after that.
   const std::shared_ptr<Lifetime> lifetime = lifetime_;
-  Lifetime::Visit visit(lifetime);
+  const Lifetime::Visit visit(lifetime);
   VEL_ERROR("vel serviced death");
+  std::vector<std::string> vmIds;
   {
     const platform::MutexLock lock(vmIdMutex_);
+    for (const auto& [number, vmId] : vmIds_) {
+      vmIds.push_back(vmId);
+    }
     vmIds_.clear();
     ++vmIdGeneration_;
   }
+  std::sort(vmIds.begin(), vmIds.end());
   ReleaseService();
+  serviceChanged(ServiceState::kGone, vmIds);
 
   // Not under the callback mutex: a callback that runs may hold it for long.
   if (!firstDeviceUserData_.load() && !hasVmCallbacks_.load()) {
@@ -228,7 +235,15 @@ void VelProxy::onServiceDeath() {
     }
     instance->Init();
   }
+  endSessions(lifetime, polls);
+  if (!lifetime->hasEnded() && polls < kMostPolls) {
+    serviceChanged(ServiceState::kBack, vmIds);
+  }
+}
 
+void VelProxy::endSessions(const std::shared_ptr<Lifetime>& lifetime, int polls) {
+  static constexpr char kFunction[] = "onServiceDeath";
+  Lifetime::Visit visit(lifetime);
   platform::MutexLock lock(callbackMutex_);
   visit.setLock(lock);
   const std::map<std::string, VmRegistration> ended = vmCallbacks_;
@@ -236,10 +251,10 @@ void VelProxy::onServiceDeath() {
     if (lifetime->hasEnded()) {
       return;
     }
-    VEL_ERROR("erase vmId: %s", vmId.c_str());
-    VEL_DEBUG("ServiceRegistered:%d count=%d callback=%p userdata=%p",
-              isServiceRegistered() ? 1 : 0, polls, reinterpret_cast<void*>(registration.callback),
-              registration.userData);
+    VEL_ERROR_AT(kFunction, __LINE__, "erase vmId: %s", vmId.c_str());
+    VEL_DEBUG_AT(kFunction, __LINE__, "ServiceRegistered:%d count=%d callback=%p userdata=%p",
+                 isServiceRegistered() ? 1 : 0, polls,
+                 reinterpret_cast<void*>(registration.callback), registration.userData);
     if (registration.callback) {
       withoutExceptions([&registration = registration] {
         registration.callback(kSessionEnded, nullptr, registration.userData);
@@ -249,6 +264,34 @@ void VelProxy::onServiceDeath() {
   if (!lifetime->hasEnded()) {
     vmCallbacks_.clear();
     callbacksChanged();
+  }
+}
+
+void VelProxy::RegisterServiceCallback(ServiceCallback callback, void* userData) {
+  const ErrorReport report;
+  const platform::MutexLock lock(serviceMutex_);
+  if (callback) {
+    serviceCallbacks_[userData] = callback;
+  } else {
+    serviceCallbacks_.erase(userData);
+  }
+}
+
+bool VelProxy::CheckServiceCallback(void* userData) const {
+  const ErrorReport report;
+  const platform::MutexLock lock(serviceMutex_);
+  return serviceCallbacks_.count(userData) != 0;
+}
+
+void VelProxy::serviceChanged(ServiceState state, const std::vector<std::string>& vmIds) {
+  std::map<void*, ServiceCallback> callbacks;
+  {
+    const platform::MutexLock lock(serviceMutex_);
+    callbacks = serviceCallbacks_;
+  }
+  for (const auto& [userData, callback] : callbacks) {
+    withoutExceptions(
+        [&, callback = callback, userData = userData] { callback(state, vmIds, userData); });
   }
 }
 

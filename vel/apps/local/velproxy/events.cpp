@@ -1,6 +1,7 @@
 // Events of the service, and the callbacks that receive them.
 
 #include <cstdint>
+#include <utility>
 
 #include "vel/apps/local/velproxy/internal/blocks.h"
 #include "vel/apps/local/velproxy/internal/client_code.h"
@@ -22,6 +23,21 @@ constexpr int kFailed = -1;
 
 // The function that the log lines of all events name.
 constexpr char kHandleEvent[] = "HandleEvent";
+
+thread_local const std::shared_ptr<QXBusMessage>* eventOfThisThread = nullptr;
+
+// Shows an event to the callbacks of this thread while it lives.
+class CurrentEvent {
+ public:
+  explicit CurrentEvent(const std::shared_ptr<QXBusMessage>& event)
+      : outer_(std::exchange(eventOfThisThread, &event)) {}
+  ~CurrentEvent() { eventOfThisThread = outer_; }
+  CurrentEvent(const CurrentEvent&) = delete;
+  CurrentEvent& operator=(const CurrentEvent&) = delete;
+
+ private:
+  const std::shared_ptr<QXBusMessage>* const outer_;
+};
 
 // HandleEvent distinguishes codes by all 32 bits; callbacks receive the low 16.
 unsigned short narrowed(int code) {
@@ -192,6 +208,7 @@ void VelProxy::HandleEvent(std::shared_ptr<QXBusMessage> event) {
     return;
   }
   VEL_DEBUG("enter");
+  const CurrentEvent current(event);
   const int code = event->getInt32(velprotocol::kEventCode);
   const Block block = event->argCount() > velprotocol::kEventRecord
                           ? Block(*event, velprotocol::kEventRecord)
@@ -224,6 +241,10 @@ void VelProxy::HandleEvent(std::shared_ptr<QXBusMessage> event) {
   if (handled) {
     VEL_DEBUG("end");
   }
+}
+
+std::shared_ptr<QXBusMessage> VelProxy::currentEvent() {
+  return eventOfThisThread ? *eventOfThisThread : nullptr;
 }
 
 bool VelProxy::handlePrinterEvent(const Block& block) {

@@ -36,6 +36,9 @@ struct VelError {
   std::string text;
 };
 
+// The text of kNoService when the bus itself cannot be reached.
+inline constexpr char kBusUnreachable[] = "the bus cannot be reached";
+
 }  // namespace qx
 
 #endif  // VEL_APPS_LOCAL_VELPROXY_VEL_ERROR_H

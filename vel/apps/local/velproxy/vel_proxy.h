@@ -42,8 +42,9 @@
 // operations on one subject do not all stand together:
 //
 //   connection        getInstance, Init, InitBroadcast, ReleaseService, ResetService,
-//                     BroadcastCallback, HandleEvent, onServiceDeath
-//   errors, records   lastError, lastRecordLengths
+//                     BroadcastCallback, HandleEvent, onServiceDeath, RegisterServiceCallback,
+//                     CheckServiceCallback
+//   errors, records   lastError, lastRecordLengths, currentEvent
 //   sessions          ConnectVm, DisconnectVm, StartVm, CreatePipe, DestroyPipe,
 //                     SetPortChannelStatus, OnFocusChanged, UpdateDriveToken, RegisterCallback,
 //                     UnregisterCallback
@@ -151,6 +152,11 @@ class VelProxy {
   // order of the list. The service chooses them, and each record is allocated exactly as long: read
   // no field behind that length. Empty when the operation returned no list of pointers.
   static std::vector<std::size_t> lastRecordLengths();
+
+  // The event whose callbacks this thread runs, as it came from the bus; null at other times. It
+  // shows what callbacks do not receive: the number of the VM (argument 0), the code with all its
+  // bits (argument 1) and the length of the record (argument 2).
+  static std::shared_ptr<QXBusMessage> currentEvent();
 
   // Hands a broadcast event to the instance. Public because the bus calls it.
   static void BroadcastCallback(std::shared_ptr<QXBusMessage> message);
@@ -776,6 +782,22 @@ class VelProxy {
   // returns    0
   int DisconnectUsbredir(std::string vmId, UDevInfo info);
 
+  // Registers a callback for the death of the service and for its return. There is one per
+  // userData; a later one takes the place of the earlier, and null ends the registration. It stays
+  // when the service dies.
+  //
+  // The callback runs on a thread of the bus, without a lock: it may call and register. kGone comes
+  // at once, before the callbacks of RegisterCallback, and kBack after them, when the object can
+  // register them again. There is no kBack after a service that stays away for longer than
+  // onServiceDeath waits. The callback must not destroy the object.
+  //
+  // This operation does not wait for a callback that runs: the earlier one may still use its
+  // userData afterwards.
+  void RegisterServiceCallback(ServiceCallback callback, void* userData);
+
+  // returns    whether a callback is registered with this user data
+  bool CheckServiceCallback(void* userData) const;
+
  private:
   friend class RemoteCall;
   friend class Request;
@@ -796,6 +818,10 @@ class VelProxy {
 
   std::shared_ptr<QXBusProxyInterface> currentInterface() const;
   bool isServiceRegistered() const;
+  // Calls the callbacks of the service's state, in ascending order of user data.
+  void serviceChanged(ServiceState state, const std::vector<std::string>& vmIds);
+  // The last step of a death: calls the callbacks of RegisterCallback.
+  void endSessions(const std::shared_ptr<Lifetime>& lifetime, int polls);
   CmdRegistration cmdRegistration() const;
   // Updates the copies of the callback tables that are read without the callback mutex.
   void callbacksChanged() QX_REQUIRES(callbackMutex_);
@@ -847,6 +873,9 @@ class VelProxy {
   // Counts the attempts to connect that failed, and keeps the reason of the last.
   std::atomic<unsigned int> failedInits_{0};
   const char* failedInitReason_ QX_GUARDED_BY(callMutex_) = "";
+  // Never held while a callback runs.
+  mutable platform::Mutex serviceMutex_;
+  std::map<void*, ServiceCallback> serviceCallbacks_ QX_GUARDED_BY(serviceMutex_);
   // Shared with the threads of the bus that work for this object.
   const std::shared_ptr<Lifetime> lifetime_;
 };

@@ -19,6 +19,7 @@
 #include "vel/apps/local/velsim/options.h"
 #include "vel/apps/local/velsim/record.h"
 #include "vel/apps/local/velsim/replay.h"
+#include "vel/apps/local/velsim/scenario_file.h"
 #include "vel/apps/local/velsim/serve.h"
 
 namespace {
@@ -45,6 +46,33 @@ std::string speedFactor(std::string& text) {
              : base::quoted(text) + " is neither a number above 0 nor max";
 }
 
+int printOrServe(const velsim::Options& options, const velsim::Scenario& scenario) {
+  if (!options.isPrintingScenario) {
+    return velsim::serve(options, scenario);
+  }
+  const bool isWritten = std::fputs(scenario.text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0;
+  if (!isWritten) {
+    report("cannot write the scenario");
+  }
+  return isWritten ? velsim::kExitStopped : velsim::kExitFailed;
+}
+
+int run(const velsim::Options& options) {
+  if (options.scenario.empty()) {
+    return printOrServe(options, velsim::builtInScenario());
+  }
+  velsim::Mistakes mistakes(options.scenario);
+  const std::optional<velsim::Scenario> scenario = velsim::loadScenario(options.scenario, mistakes);
+  if (!scenario) {
+    for (const std::string& line : mistakes.lines()) {
+      std::fprintf(stderr, "%s\n", line.c_str());
+    }
+    report("the scenario has mistakes, nothing was started");
+    return velsim::kExitScenario;
+  }
+  return printOrServe(options, *scenario);
+}
+
 int parseAndServe(int argc, char** argv) {
   velsim::Options options;
   CLI::App app("A simulated peripheral-device service, to try velproxy without hardware.",
@@ -53,6 +81,13 @@ int parseAndServe(int argc, char** argv) {
   app.add_option("--address", options.address,
                  "D-Bus address of the bus, or direct:PATH, a socket of its own (default: "
                  "QXBUS_ADDRESS, else the session bus, without one direct:)");
+  app.add_option("--scenario", options.scenario,
+                 "Simulate the machine that FILE states, in JSON (docs/scenarios.md)")
+      ->type_name("FILE");
+  app.add_flag("--print-scenario", options.isPrintingScenario,
+               "Write the scenario, the built-in one without --scenario, and end");
+  app.add_flag("--step", options.isStepped,
+               "Stop the time of the scenario, until the commands step and advance move it");
   app.add_option("--pen-port", options.penPort,
                  "Serve the far end of the pen port too, on a Unix socket created at PATH; "
                  "needs no bus")
@@ -71,9 +106,10 @@ int parseAndServe(int argc, char** argv) {
   app.footer(
       "The log goes to standard error: one line for each request, event and pen frame. Exit\n"
       "status: 0 stopped by SIGINT or SIGTERM, 1 internal error, 2 wrong usage, 3 no bus, the\n"
-      "service's name is taken, or no pen port, 4 bus connection lost, 6 record: the file cannot "
-      "be\n"
-      "written, 7 replay: a request differed from the recording. With --pen-port, velsim\n"
+      "service's name is taken, or no pen port, 4 bus connection lost, 6 the scenario or the\n"
+      "recording has mistakes, 7 record: the file cannot be written, 8 replay: a request "
+      "differed.\n"
+      "With --pen-port, velsim\n"
       "serves the pen port only when the session bus cannot be reached.");
   velsim::CtlOptions control;
   CLI::App* const ctl = app.add_subcommand(
@@ -130,7 +166,7 @@ int parseAndServe(int argc, char** argv) {
     if (*ctl) {
       return velsim::ctl(control);
     }
-    return velsim::serve(options);
+    return run(options);
   } catch (const CLI::Success& wanted) {  // --help, --version
     return app.exit(wanted);
   } catch (const CLI::ParseError& error) {

@@ -49,7 +49,7 @@ ExitCode replay(const ReplayOptions& options) {
     for (const std::string& mistake : mistakes) {
       log.write(mistake);
     }
-    return kExitUsage;
+    return kExitScenario;
   }
   try {
     return replay(options, std::move(lines), log, stopSignals);

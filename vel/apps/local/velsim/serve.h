@@ -5,11 +5,12 @@
 
 #include "vel/apps/local/velsim/exit_codes.h"
 #include "vel/apps/local/velsim/options.h"
+#include "vel/apps/local/velsim/scenario/scenario.h"
 
 namespace velsim {
 
 // Call it before there is a second thread: it blocks SIGINT and SIGTERM, which stop it.
-ExitCode serve(const Options& options);
+ExitCode serve(const Options& options, const Scenario& scenario);
 
 }  // namespace velsim
 

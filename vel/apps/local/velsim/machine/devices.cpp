@@ -23,23 +23,18 @@ constexpr TypeRow kTypes[] = {
     {DeviceType::kNetworkPrinter, "network-printer", false},
 };
 
-struct BuiltIn {
-  std::uint16_t number;
-  DeviceType type;
-  const char* name;
-};
-constexpr BuiltIn kBuiltIn[] = {{11, DeviceType::kStorage, "Memory stick"},
-                                {12, DeviceType::kCamera, "Built-in camera"},
-                                {13, DeviceType::kTablet, "Drawing tablet"},
-                                {14, DeviceType::kPrinterClass, "Label printer"},
-                                {15, DeviceType::kGeneric, "Barcode scanner"}};
-
 }  // namespace
 
 const char* wordFor(DeviceType type) {
   const auto* const row = std::find_if(std::begin(kTypes), std::end(kTypes),
                                        [type](const TypeRow& each) { return each.type == type; });
   return row != std::end(kTypes) ? row->word : "";
+}
+
+std::optional<DeviceType> typeWithWord(const std::string& word) {
+  const auto* const row = std::find_if(std::begin(kTypes), std::end(kTypes),
+                                       [&word](const TypeRow& each) { return word == each.word; });
+  return row != std::end(kTypes) ? std::optional(row->type) : std::nullopt;
 }
 
 std::optional<DeviceType> pluggableType(const std::string& word) {
@@ -67,10 +62,23 @@ std::uint64_t sourceIdOf(std::uint16_t vid, std::uint16_t pid, std::uint16_t num
   return std::uint64_t{vid} << kVidShift | std::uint64_t{pid} << kPidShift | number;
 }
 
-Devices::Devices(NumberPool& numbers, Events& events) : numbers_(numbers), events_(events) {
-  for (const BuiltIn& row : kBuiltIn) {
-    add(row.number, row.type, row.name);
+void complete(Device& device) {
+  if (device.vid == 0 && device.pid == 0) {
+    device.vid = kVendor;
+    device.pid = static_cast<std::uint16_t>(device.type);
   }
+  if (device.sourceId == 0) {
+    device.sourceId = sourceIdOf(device.vid, device.pid, device.number);
+  }
+}
+
+Devices::Devices(const Setup& setup, NumberPool& numbers, Events& events)
+    : numbers_(numbers), events_(events), isCameraAllowed_(setup.isCameraAllowed) {
+  for (const Device& device : setup.devices) {
+    initial_[device.number] = device;
+    numbers_.reserve(device.number);
+  }
+  devices_ = initial_;
 }
 
 std::vector<const Device*> Devices::of(VmNumber vm) const {
@@ -111,30 +119,43 @@ const Device* Devices::findNetwork(const std::string& text) const {
   return nullptr;
 }
 
-Device& Devices::add(std::uint16_t number, DeviceType type, const std::string& name) {
-  Device& added = devices_[number];
-  added.number = number;
-  added.type = type;
-  added.vid = kVendor;
-  added.pid = static_cast<std::uint16_t>(type);
-  added.sourceId = sourceIdOf(added.vid, added.pid, number);
-  added.name = name;
-  added.originalName = name;
-  added.isMounted = type == DeviceType::kStorage;
-  return added;
-}
-
 const Device* Devices::plug(DeviceType type, const std::string& name) {
   const std::uint16_t number = numbers_.take();
   if (number == 0) {
     return nullptr;
   }
-  const Device& plugged = add(number, type, name);
+  Device& plugged = devices_[number];
+  plugged.number = number;
+  plugged.type = type;
+  plugged.name = name;
+  plugged.originalName = name;
+  plugged.isMounted = type == DeviceType::kStorage;
+  complete(plugged);
   emit(DeviceChange::kPlugged, plugged);
   if (plugged.isMounted) {
     emit(DeviceChange::kMounted, plugged);
   }
   return &plugged;
+}
+
+Status Devices::replug(std::uint16_t number) {
+  const auto known = initial_.find(number);
+  if (known == initial_.end()) {
+    return Status::kUnknownDevice;
+  }
+  if (find(number)) {
+    return Status::kExists;
+  }
+  Device& plugged = devices_[number];
+  plugged = known->second;
+  plugged.status = DeviceStatus::kAvailable;
+  plugged.vm = 0;
+  plugged.isMounted = plugged.type == DeviceType::kStorage;
+  emit(DeviceChange::kPlugged, plugged);
+  if (plugged.isMounted) {
+    emit(DeviceChange::kMounted, plugged);
+  }
+  return Status::kOk;
 }
 
 Status Devices::unplug(std::uint16_t number) {
@@ -308,24 +329,54 @@ void Devices::emitAll() {
 void Devices::reset() {
   std::vector<std::uint16_t> addedByClients;
   for (auto& [number, device] : devices_) {
-    if (device.type == DeviceType::kNetwork) {
+    const auto known = initial_.find(number);
+    if (known != initial_.end()) {
+      restore(device, known->second);
+    } else if (device.type == DeviceType::kNetwork) {
       addedByClients.push_back(number);
-      continue;
+    } else {
+      Device plain = device;
+      plain.status = DeviceStatus::kAvailable;
+      plain.vm = 0;
+      plain.policy = 0;
+      plain.policyText.clear();
+      plain.name = device.originalName;
+      plain.isMounted = device.type == DeviceType::kStorage;
+      restore(device, plain);
     }
-    release(device);
-    const bool isChanged = device.status != DeviceStatus::kAvailable || device.policy != 0 ||
-                           !device.policyText.empty() || device.name != device.originalName;
-    device.status = DeviceStatus::kAvailable;
-    device.policy = 0;
-    device.policyText.clear();
-    device.name = device.originalName;
-    if (isChanged) {
-      emit(DeviceChange::kAltered, device);
-    }
-    setMounted(device, device.type == DeviceType::kStorage);
   }
   for (const std::uint16_t number : addedByClients) {
     unplug(number);
+  }
+  // Only clients remove network devices.
+  for (const auto& [number, device] : initial_) {
+    if (device.type == DeviceType::kNetwork && !find(number)) {
+      replug(number);
+      restore(devices_[number], device);
+    }
+  }
+}
+
+void Devices::restore(Device& device, const Device& state) {
+  if (device.vm != state.vm) {
+    release(device);
+  }
+  const bool isAttaching = device.vm != state.vm;
+  const DeviceStatus status = isAttaching ? DeviceStatus::kAvailable : state.status;
+  const bool isChanged = device.status != status || device.policy != state.policy ||
+                         device.policyText != state.policyText || device.name != state.name;
+  device.status = status;
+  device.policy = state.policy;
+  device.policyText = state.policyText;
+  device.name = state.name;
+  if (isChanged) {
+    emit(DeviceChange::kAltered, device, device.vm);
+  }
+  setMounted(device, state.isMounted);
+  if (isAttaching) {
+    device.status = DeviceStatus::kAttached;
+    device.vm = state.vm;
+    emit(DeviceChange::kAttached, device, device.vm);
   }
 }
 

@@ -1,14 +1,5 @@
 // The devices of the simulated machine.
 //
-// Built in:
-//   number  type           name              USB id     source id
-//       11  storage        Memory stick      7e57:0001  0x7e5700010000000b
-//       12  camera         Built-in camera   7e57:0002  0x7e5700020000000c
-//       13  tablet         Drawing tablet    7e57:0003  0x7e5700030000000d
-//       14  printer-class  Label printer     7e57:0004  0x7e5700040000000e
-//       15  generic        Barcode scanner   7e57:0005  0x7e5700050000000f
-// A source id consists of vendor id, product id, two zero bytes and number.
-//
 // THREADS   One thread at a time.
 
 #ifndef VEL_APPS_LOCAL_VELSIM_MACHINE_DEVICES_H
@@ -23,6 +14,7 @@
 #include "vel/apps/local/velsim/machine/device.h"
 #include "vel/apps/local/velsim/machine/events.h"
 #include "vel/apps/local/velsim/machine/number_pool.h"
+#include "vel/apps/local/velsim/machine/setup.h"
 #include "vel/apps/local/velsim/machine/status.h"
 #include "vel/apps/local/velsim/machine/vm_sessions.h"
 
@@ -33,17 +25,23 @@ enum class CameraStatus : std::int32_t { kAllowed = 0, kDenied = 1, kNone = 2 };
 
 // "storage", and so on.
 const char* wordFor(DeviceType type);
+std::optional<DeviceType> typeWithWord(const std::string& word);
 // The type with this word; empty for an unknown word, and for types that have no plug.
 std::optional<DeviceType> pluggableType(const std::string& word);
 std::vector<std::string> pluggableTypes();
 
+// Vendor id, product id, two zero bytes and number.
 std::uint64_t sourceIdOf(std::uint16_t vid, std::uint16_t pid, std::uint16_t number);
+
+// A device without USB ids gets those of the simulated vendor, and each without a source id its
+// own.
+void complete(Device& device);
 
 // Every change adds the events that clients expect.
 class Devices {
  public:
-  // With the built-in devices.
-  Devices(NumberPool& numbers, Events& events);
+  // With the devices of the setup, which are complete.
+  Devices(const Setup& setup, NumberPool& numbers, Events& events);
 
   const std::map<std::uint16_t, Device>& all() const { return devices_; }
   // The devices that are attached to the VM, or to none.
@@ -55,6 +53,8 @@ class Devices {
 
   // Storage is mounted at once. Null when all numbers are in use.
   const Device* plug(DeviceType type, const std::string& name);
+  // Plugs in a device of the setup that was unplugged. kExists when it is plugged in.
+  Status replug(std::uint16_t number);
   // Detaches the device first.
   Status unplug(std::uint16_t number);
 
@@ -84,20 +84,22 @@ class Devices {
   // Reports every device as changed.
   void emitAll();
 
-  // Undoes all changes by clients. Plugged-in devices stay.
+  // Undoes all changes by clients. Plugged-in devices stay, and unplugged ones stay away.
   void reset();
 
  private:
   Device* device(std::uint16_t number);
-  Device& add(std::uint16_t number, DeviceType type, const std::string& name);
+  // Returns a device to a state, with the events of the changes.
+  void restore(Device& device, const Device& state);
   void setMounted(Device& device, bool isMounted);
   void release(Device& device);
   void emit(DeviceChange change, const Device& device, VmNumber vm = 0);
 
   NumberPool& numbers_;
   Events& events_;
+  std::map<std::uint16_t, Device> initial_;  // those of the setup
   std::map<std::uint16_t, Device> devices_;
-  bool isCameraAllowed_ = true;
+  bool isCameraAllowed_;
 };
 
 }  // namespace velsim

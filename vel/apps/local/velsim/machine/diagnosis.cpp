@@ -6,8 +6,6 @@
 namespace velsim {
 namespace {
 
-constexpr std::chrono::milliseconds kStepTime{100};
-
 void report(MachineState& machine, const DiagnosisSubject& subject, DiagnosisStatus status,
             const std::string& text) {
   machine.events.add(subject.vm, DiagnosisStep{subject.id, status, text});
@@ -27,23 +25,43 @@ std::string fault(const MachineState& machine, const DiagnosisSubject& subject) 
   return vm == subject.vm ? "" : "not attached to the VM";
 }
 
-void conclude(MachineState& machine, const DiagnosisSubject& subject) {
+DiagnosisFinding findingOf(const MachineState& machine, const DiagnosisSubject& subject) {
   const std::string found = fault(machine, subject);
-  if (found.empty()) {
-    report(machine, subject, DiagnosisStatus::kFine, "no fault found");
-  } else {
-    report(machine, subject, DiagnosisStatus::kFault, found);
+  const auto stated = machine.setup.diagnosis.findings.find(subject.number);
+  const bool isThere = subject.isDevice ? machine.devices.find(subject.number) != nullptr
+                                        : machine.printers.find(subject.number) != nullptr;
+  if (isThere && stated != machine.setup.diagnosis.findings.end()) {
+    return stated->second;
   }
+  if (found.empty()) {
+    return {DiagnosisStatus::kFine, "no fault found"};
+  }
+  return {DiagnosisStatus::kFault, found};
+}
+
+void conclude(MachineState& machine, const DiagnosisSubject& subject) {
+  const DiagnosisFinding finding = findingOf(machine, subject);
+  report(machine, subject, finding.status, finding.text);
 }
 
 }  // namespace
 
-void beginDiagnosis(MachineState& machine, const DiagnosisSubject& subject) {
-  report(machine, subject, DiagnosisStatus::kRunning, "checking the device");
-  machine.plan(kStepTime, [subject](MachineState& now) {
-    report(now, subject, DiagnosisStatus::kRunning, "checking the session");
-  });
-  machine.plan(2 * kStepTime, [subject](MachineState& now) { conclude(now, subject); });
+int beginDiagnosis(MachineState& machine, const DiagnosisSubject& subject) {
+  const DiagnosisSetup& setup = machine.setup.diagnosis;
+  std::chrono::milliseconds time{0};
+  for (const std::string& step : setup.steps) {
+    const auto begin = [subject, step](MachineState& now) {
+      report(now, subject, DiagnosisStatus::kRunning, step);
+    };
+    if (time.count() == 0) {
+      begin(machine);
+    } else {
+      machine.plan(time, begin);
+    }
+    time += setup.stepTime;
+  }
+  machine.plan(time, [subject](MachineState& now) { conclude(now, subject); });
+  return static_cast<int>(setup.steps.size()) + 1;
 }
 
 }  // namespace velsim

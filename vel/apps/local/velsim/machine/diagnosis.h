@@ -17,11 +17,9 @@ struct DiagnosisSubject {
   std::uint16_t number = 0;
 };
 
-// Number of events that a diagnosis reports, the finding included.
-constexpr int kDiagnosisSteps = 3;
-
-// Reports the first step now, and the others 100 ms apart.
-void beginDiagnosis(MachineState& machine, const DiagnosisSubject& subject);
+// Reports the first step of the setup now, and the others and the finding one step time apart.
+// Returns the number of these events.
+int beginDiagnosis(MachineState& machine, const DiagnosisSubject& subject);
 
 }  // namespace velsim
 

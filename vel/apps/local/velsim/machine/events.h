@@ -13,6 +13,7 @@
 
 #include "vel/apps/local/velsim/machine/device.h"
 #include "vel/apps/local/velsim/machine/printer.h"
+#include "vel/apps/local/velsim/machine/setup.h"
 #include "vel/apps/local/velsim/machine/status.h"
 #include "vel/apps/local/velsim/machine/vm_sessions.h"
 
@@ -47,8 +48,6 @@ struct NewDeviceResult {
   std::uint64_t sourceId;
   Status status;
 };
-
-enum class DiagnosisStatus : std::uint32_t { kFine = 0, kRunning = 1, kFault = 2 };
 
 struct DiagnosisStep {
   std::uint64_t id;  // source id or number, as the client named the subject

@@ -2,11 +2,6 @@
 
 namespace velsim {
 
-const std::vector<std::string>& Joysticks::mappings() {
-  static const std::vector<std::string> names = {"Standard", "Flight", "Racing"};
-  return names;
-}
-
 Status Joysticks::setMapping(std::uint16_t joystick, std::uint16_t mapping) {
   if (joystick >= joysticks_.size()) {
     return Status::kUnknownJoystick;
@@ -31,10 +26,7 @@ Status Joysticks::unsubscribe(std::uint64_t subscriber) {
 }
 
 void Joysticks::reset() {
-  constexpr std::uint16_t kVendor = 0x7E57;
-  joysticks_ = {{kVendor, 0x0201, "Flight stick"},
-                {kVendor, 0x0202, "Game pad"},
-                {kVendor, 0x0203, "Racing wheel"}};
+  joysticks_ = setup_.joysticks;
   subscribers_.clear();
 }
 

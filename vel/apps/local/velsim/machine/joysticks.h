@@ -1,10 +1,5 @@
 // The joysticks of the simulated machine, and the subscribers to their results.
 //
-// Built in, by position:
-//   0  Flight stick   7e57:0201      mapping 0  Standard
-//   1  Game pad       7e57:0202      mapping 1  Flight
-//   2  Racing wheel   7e57:0203      mapping 2  Racing
-//
 // THREADS   One thread at a time.
 
 #ifndef VEL_APPS_LOCAL_VELSIM_MACHINE_JOYSTICKS_H
@@ -15,24 +10,18 @@
 #include <string>
 #include <vector>
 
+#include "vel/apps/local/velsim/machine/setup.h"
 #include "vel/apps/local/velsim/machine/status.h"
 
 namespace velsim {
 
-struct Joystick {
-  std::uint16_t vid = 0;
-  std::uint16_t pid = 0;
-  std::string name;
-  std::uint16_t mapping = 0;
-  bool isCalibrated = false;
-};
-
 class Joysticks {
  public:
-  Joysticks() { reset(); }
+  // The setup outlives the object.
+  explicit Joysticks(const JoystickSetup& setup) : setup_(setup) { reset(); }
 
   const std::vector<Joystick>& all() const { return joysticks_; }
-  static const std::vector<std::string>& mappings();
+  const std::vector<std::string>& mappings() const { return setup_.mappings; }
 
   Status setMapping(std::uint16_t joystick, std::uint16_t mapping);
   Status calibrate(std::uint16_t joystick);
@@ -45,6 +34,7 @@ class Joysticks {
   void reset();
 
  private:
+  const JoystickSetup& setup_;
   std::vector<Joystick> joysticks_;
   std::set<std::uint64_t> subscribers_;
 };

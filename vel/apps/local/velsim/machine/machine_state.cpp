@@ -52,6 +52,13 @@ void MachineState::reset() {
   policies.reset();
   joysticks.reset();
   streamReports.reset();
+  // Of VMs that were removed.
+  for (const VmSetup& vm : setup.vms) {
+    if (!vms.find(vm.number)) {
+      devices.detachAll(vm.number);
+      printers.detachAll(vm.number);
+    }
+  }
 }
 
 void MachineState::autoConnect(std::uint16_t device) {

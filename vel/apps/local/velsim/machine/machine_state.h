@@ -23,6 +23,7 @@
 #include "vel/apps/local/velsim/machine/policies.h"
 #include "vel/apps/local/velsim/machine/print_queues.h"
 #include "vel/apps/local/velsim/machine/printers.h"
+#include "vel/apps/local/velsim/machine/setup.h"
 #include "vel/apps/local/velsim/machine/shared_printers.h"
 #include "vel/apps/local/velsim/machine/stream_reports.h"
 #include "vel/apps/local/velsim/machine/vm_sessions.h"
@@ -36,20 +37,22 @@ class MachineState {
     std::function<void(MachineState&)> action;
   };
 
-  MachineState() = default;
+  explicit MachineState(Setup given) : setup(std::move(given)) {}
   MachineState(const MachineState&) = delete;
   MachineState& operator=(const MachineState&) = delete;
 
-  Events events;
-  NumberPool numbers;
+  const Setup setup;
 
-  VmSessions vms;
-  Devices devices{numbers, events};
-  Printers printers{numbers, events};
-  SharedPrinters sharedPrinters;
-  PrintQueues printQueues;
-  Policies policies;
-  Joysticks joysticks;
+  Events events;
+  NumberPool numbers{setup.firstPluggedNumber};
+
+  VmSessions vms{setup.vms};
+  Devices devices{setup, numbers, events};
+  Printers printers{setup, numbers, events};
+  SharedPrinters sharedPrinters{setup.sharedPrinters};
+  PrintQueues printQueues{setup};
+  Policies policies{setup.policies};
+  Joysticks joysticks{setup.joysticks};
   StreamReports streamReports;
 
   // Plugs in a device. Devices of a type with auto-connect are attached to the VM that has the

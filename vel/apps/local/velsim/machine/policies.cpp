@@ -1,14 +1,6 @@
 #include "vel/apps/local/velsim/machine/policies.h"
 
-#include "vel/apps/local/velsim/machine/device.h"
-
 namespace velsim {
-namespace {
-
-constexpr VidPid kBuiltInCamera = {0x7E57, 2};
-constexpr std::int32_t kPicturesPerSecond = 30;
-
-}  // namespace
 
 std::int16_t Policies::autoConnect(std::uint16_t deviceType) const {
   const auto known = autoConnects_.find(deviceType);
@@ -49,12 +41,9 @@ void Policies::setTurboText(VidPid id, const std::string& text) {
 }
 
 void Policies::reset() {
-  autoConnects_.clear();
-  popupCards_.clear();
-  byVidPid_.clear();
-  VidPidPolicy& camera = policy(kBuiltInCamera);
-  camera.deviceType = static_cast<std::uint16_t>(DeviceType::kCamera);
-  camera.builtInProperty = kPicturesPerSecond;
+  autoConnects_ = setup_.autoConnects;
+  popupCards_ = setup_.popupCards;
+  byVidPid_ = setup_.byVidPid;
 }
 
 const VidPidPolicy* Policies::find(VidPid id) const {

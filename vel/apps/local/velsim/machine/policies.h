@@ -1,8 +1,7 @@
 // Settings for devices by type, and by USB vendor and product id.
 //
 // A property has one value per vendor and product id, for all types: requests for it name no type.
-// Of the built-in devices only the camera has a property (30, pictures per second), which clients
-// can change and a reset restores.
+// A reset restores the settings of the scenario.
 //
 // THREADS   One thread at a time.
 
@@ -11,33 +10,16 @@
 
 #include <cstdint>
 #include <map>
-#include <optional>
 #include <string>
-#include <tuple>
+
+#include "vel/apps/local/velsim/machine/setup.h"
 
 namespace velsim {
 
-struct VidPid {
-  std::uint16_t vid = 0;
-  std::uint16_t pid = 0;
-
-  bool operator<(const VidPid& other) const {
-    return std::tie(vid, pid) < std::tie(other.vid, other.pid);
-  }
-};
-
-struct VidPidPolicy {
-  VidPid id;
-  std::uint16_t deviceType = 0;
-  std::int32_t builtInProperty = 0;
-  // Set by clients.
-  std::optional<std::int32_t> property;
-  std::optional<std::string> turboText;
-};
-
 class Policies {
  public:
-  Policies() { reset(); }
+  // The setup outlives the object.
+  explicit Policies(const PolicySetup& setup) : setup_(setup) { reset(); }
 
   // Whether devices of a type are attached when they are plugged in; 0 if never set.
   std::int16_t autoConnect(std::uint16_t deviceType) const;
@@ -66,6 +48,7 @@ class Policies {
   const VidPidPolicy* find(VidPid id) const;
   VidPidPolicy& policy(VidPid id);
 
+  const PolicySetup& setup_;
   std::map<std::uint16_t, std::int16_t> autoConnects_;
   std::map<std::uint16_t, std::uint16_t> popupCards_;
   std::map<VidPid, VidPidPolicy> byVidPid_;

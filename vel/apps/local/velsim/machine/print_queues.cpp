@@ -6,22 +6,6 @@
 namespace velsim {
 namespace {
 
-struct Driver {
-  const char* name;
-  std::vector<std::string> words;
-};
-
-const std::vector<Driver>& drivers() {
-  static const std::vector<Driver> rows = {
-      {"Laser PostScript", {"laser", "office", "postscript"}},
-      {"Laser raster", {"laser", "office"}},
-      {"Photo raster", {"photo", "studio"}},
-      {"Label strip", {"label"}},
-      {"Generic text", {""}},
-  };
-  return rows;
-}
-
 std::string lowerCase(std::string text) {
   std::transform(text.begin(), text.end(), text.begin(), [](unsigned char character) {
     return static_cast<char>(std::tolower(character));
@@ -29,23 +13,23 @@ std::string lowerCase(std::string text) {
   return text;
 }
 
-bool fits(const Driver& driver, const std::string& printer) {
+bool fits(const PrinterDriver& driver, const std::string& printer) {
   const std::string text = lowerCase(printer);
   return std::any_of(driver.words.begin(), driver.words.end(), [&text](const std::string& word) {
     return text.find(word) != std::string::npos;
   });
 }
 
-bool isDriver(const std::string& name) {
-  return std::any_of(drivers().begin(), drivers().end(),
-                     [&name](const Driver& driver) { return name == driver.name; });
-}
-
 }  // namespace
 
-std::vector<std::string> PrintQueues::driversFor(const std::string& printer) {
+bool PrintQueues::isDriver(const std::string& name) const {
+  return std::any_of(setup_.drivers.begin(), setup_.drivers.end(),
+                     [&name](const PrinterDriver& driver) { return name == driver.name; });
+}
+
+std::vector<std::string> PrintQueues::driversFor(const std::string& printer) const {
   std::vector<std::string> names;
-  for (const Driver& driver : drivers()) {
+  for (const PrinterDriver& driver : setup_.drivers) {
     if (printer.empty() || fits(driver, printer)) {
       names.emplace_back(driver.name);
     }
@@ -67,7 +51,8 @@ Status PrintQueues::add(const std::string& name, const std::string& uri,
 
 Status PrintQueues::addWithBestDriver(const std::string& name, const std::string& uri,
                                       const std::string& model) {
-  return add(name, uri, driversFor(model.empty() ? name : model).front());
+  const std::vector<std::string> fitting = driversFor(model.empty() ? name : model);
+  return add(name, uri, fitting.empty() ? "" : fitting.front());
 }
 
 Status PrintQueues::remove(const std::string& name) {
@@ -96,8 +81,7 @@ Status PrintQueues::printTestPage(const std::string& name) {
 }
 
 void PrintQueues::reset() {
-  queues_ = {{"office", {"usb://7e57/0100?number=21", "Laser PostScript"}},
-             {"photo", {"usb://7e57/0100?number=22", "Photo raster"}}};
+  queues_ = setup_.printQueues;
 }
 
 }  // namespace velsim

@@ -11,12 +11,22 @@
 
 namespace velsim {
 
+// Trouble at the printer itself. Takes the place of the status in records of the printer.
+enum class PrinterTrouble : std::uint16_t {
+  kNone = 0,
+  kOutOfPaper = 4,
+  kPaperJam = 5,
+  kOutOfInk = 6,
+  kOffline = 7,
+};
+
 struct Printer {
   std::uint16_t number = 0;
   std::uint64_t sourceId = 0;
   std::string name;
   DeviceStatus status = DeviceStatus::kAvailable;
   VmNumber vm = 0;  // the VM that it is attached to; 0: none
+  PrinterTrouble trouble = PrinterTrouble::kNone;
   bool isNetwork = false;
   std::string address;  // of a network printer
   std::string extra;    // of a network printer, as its client gave it

@@ -11,15 +11,58 @@ constexpr std::uint16_t kVendor = 0x7E57;
 constexpr std::uint16_t kLocalPid = 0x0100;
 constexpr std::uint16_t kNetworkPid = 0x0101;
 
-constexpr std::pair<std::uint16_t, const char*> kBuiltIn[] = {{21, "Office laser"},
-                                                              {22, "Photo printer"}};
+struct TroubleRow {
+  PrinterTrouble trouble;
+  const char* word;
+};
+constexpr TroubleRow kTroubles[] = {{PrinterTrouble::kNone, "none"},
+                                    {PrinterTrouble::kOutOfPaper, "out-of-paper"},
+                                    {PrinterTrouble::kPaperJam, "paper-jam"},
+                                    {PrinterTrouble::kOutOfInk, "out-of-ink"},
+                                    {PrinterTrouble::kOffline, "offline"}};
 
 }  // namespace
 
-Printers::Printers(NumberPool& numbers, Events& events) : numbers_(numbers), events_(events) {
-  for (const auto& [number, name] : kBuiltIn) {
-    add(number, name, false);
+const char* wordFor(PrinterTrouble trouble) {
+  for (const TroubleRow& row : kTroubles) {
+    if (row.trouble == trouble) {
+      return row.word;
+    }
   }
+  return "";
+}
+
+std::optional<PrinterTrouble> troubleWithWord(const std::string& word) {
+  for (const TroubleRow& row : kTroubles) {
+    if (word == row.word) {
+      return row.trouble;
+    }
+  }
+  return std::nullopt;
+}
+
+std::vector<std::string> troubleWords() {
+  std::vector<std::string> words;
+  for (const TroubleRow& row : kTroubles) {
+    words.emplace_back(row.word);
+  }
+  return words;
+}
+
+void complete(Printer& printer) {
+  if (printer.sourceId == 0) {
+    printer.sourceId =
+        sourceIdOf(kVendor, printer.isNetwork ? kNetworkPid : kLocalPid, printer.number);
+  }
+}
+
+Printers::Printers(const Setup& setup, NumberPool& numbers, Events& events)
+    : numbers_(numbers), events_(events) {
+  for (const Printer& printer : setup.printers) {
+    initial_[printer.number] = printer;
+    numbers_.reserve(printer.number);
+  }
+  printers_ = initial_;
 }
 
 std::vector<const Printer*> Printers::of(VmNumber vm) const {
@@ -73,9 +116,9 @@ Printer* Printers::networkPrinter(const std::string& name) {
 Printer& Printers::add(std::uint16_t number, const std::string& name, bool isNetwork) {
   Printer& added = printers_[number];
   added.number = number;
-  added.sourceId = sourceIdOf(kVendor, isNetwork ? kNetworkPid : kLocalPid, number);
   added.name = name;
   added.isNetwork = isNetwork;
+  complete(added);
   return added;
 }
 
@@ -87,6 +130,22 @@ const Printer* Printers::plug(const std::string& name) {
   const Printer& plugged = add(number, name, false);
   emit(plugged);
   return &plugged;
+}
+
+Status Printers::replug(std::uint16_t number) {
+  const auto known = initial_.find(number);
+  if (known == initial_.end()) {
+    return Status::kUnknownPrinter;
+  }
+  if (find(number)) {
+    return Status::kExists;
+  }
+  Printer& plugged = printers_[number];
+  plugged = known->second;
+  plugged.status = DeviceStatus::kAvailable;
+  plugged.vm = 0;
+  emit(plugged);
+  return Status::kOk;
 }
 
 Status Printers::unplug(std::uint16_t number) {
@@ -133,6 +192,18 @@ void Printers::detachAll(VmNumber vm) {
       release(printer);
     }
   }
+}
+
+Status Printers::setTrouble(std::uint16_t number, PrinterTrouble trouble) {
+  Printer* const changed = printer(number);
+  if (!changed) {
+    return Status::kUnknownPrinter;
+  }
+  if (changed->trouble != trouble) {
+    changed->trouble = trouble;
+    emit(*changed, changed->vm);
+  }
+  return Status::kOk;
 }
 
 Status Printers::addNetwork(const std::string& address, const std::string& name,
@@ -191,7 +262,10 @@ void Printers::emitAll() {
 void Printers::reset() {
   std::vector<std::uint16_t> addedByClients;
   for (auto& [number, printer] : printers_) {
-    if (printer.isNetwork) {
+    const auto known = initial_.find(number);
+    if (known != initial_.end()) {
+      restore(printer, known->second);
+    } else if (printer.isNetwork) {
       addedByClients.push_back(number);
     } else {
       release(printer);
@@ -199,6 +273,28 @@ void Printers::reset() {
   }
   for (const std::uint16_t number : addedByClients) {
     remove(*printer(number));
+  }
+  // Only clients remove network printers.
+  for (const auto& [number, printer] : initial_) {
+    if (printer.isNetwork && !find(number)) {
+      replug(number);
+      restore(printers_[number], printer);
+    }
+  }
+}
+
+void Printers::restore(Printer& printer, const Printer& state) {
+  if (printer.vm != state.vm) {
+    release(printer);
+  }
+  if (printer.name != state.name) {
+    printer.name = state.name;
+    emit(printer, printer.vm);
+  }
+  if (printer.vm != state.vm) {
+    printer.status = DeviceStatus::kAttached;
+    printer.vm = state.vm;
+    emit(printer, printer.vm);
   }
 }
 

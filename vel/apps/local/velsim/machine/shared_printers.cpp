@@ -6,13 +6,6 @@
 namespace velsim {
 namespace {
 
-const SharedPrinter kShared[] = {{"10.0.0.7", "Reception", "Ground floor"},
-                                 {"10.0.0.7", "Archive", "Basement"},
-                                 {"10.0.0.8", "Workshop", ""},
-                                 {"192.168.1.20", "Studio", "Large format"},
-                                 {"192.168.1.20", "Proofs", "First floor"},
-                                 {"192.168.1.20", "Labels", "Dispatch"}};
-
 // Reads a decimal number up to most off the front of a text.
 bool readNumber(std::string_view& text, unsigned most) {
   unsigned number = 0;
@@ -62,9 +55,9 @@ bool SharedPrinters::isAddress(const std::string& text) {
   return readCharacter(rest, ':') && readNumber(rest, kMostOfPort) && rest.empty();
 }
 
-std::vector<SharedPrinter> SharedPrinters::at(const std::string& address) {
+std::vector<SharedPrinter> SharedPrinters::at(const std::string& address) const {
   std::vector<SharedPrinter> found;
-  for (const SharedPrinter& shared : kShared) {
+  for (const SharedPrinter& shared : setup_.found) {
     if (shared.address == withoutPort(address)) {
       found.push_back(shared);
     }
@@ -111,7 +104,7 @@ Status SharedPrinters::remove(const std::string& address, const std::string& nam
 
 void SharedPrinters::reset() {
   searches_.clear();
-  added_.clear();
+  added_ = setup_.added;
 }
 
 }  // namespace velsim

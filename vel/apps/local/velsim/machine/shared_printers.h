@@ -1,39 +1,35 @@
 // Printers that other machines share: the results of searches, the running searches, and the
 // printers that clients have added.
 //
-// A search takes a second and finds, at these addresses only:
-//   10.0.0.7      Reception (Ground floor), Archive (Basement)
-//   10.0.0.8      Workshop (no description)
-//   192.168.1.20  Studio (Large format), Proofs (First floor), Labels (Dispatch)
-//
 // THREADS   One thread at a time.
 
 #ifndef VEL_APPS_LOCAL_VELSIM_MACHINE_SHARED_PRINTERS_H
 #define VEL_APPS_LOCAL_VELSIM_MACHINE_SHARED_PRINTERS_H
 
+#include <chrono>
 #include <cstdint>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "vel/apps/local/velsim/machine/setup.h"
 #include "vel/apps/local/velsim/machine/status.h"
 
 namespace velsim {
-
-struct SharedPrinter {
-  std::string address;
-  std::string name;
-  std::string description;
-};
 
 class SharedPrinters {
  public:
   using Search = std::uint64_t;
 
+  // The setup outlives the object.
+  explicit SharedPrinters(const SharedPrinterSetup& setup) : setup_(setup) { reset(); }
+
   // Whether the text is an IPv4 address, with or without a port.
   static bool isAddress(const std::string& text);
   // The printers at an address. The port does not matter.
-  static std::vector<SharedPrinter> at(const std::string& address);
+  std::vector<SharedPrinter> at(const std::string& address) const;
+
+  std::chrono::milliseconds searchTime() const { return setup_.searchTime; }
 
   Search beginSearch();
   bool isRunning(Search search) const { return searches_.count(search) != 0; }
@@ -49,6 +45,7 @@ class SharedPrinters {
   void reset();
 
  private:
+  const SharedPrinterSetup& setup_;
   Search lastSearch_ = 0;
   std::set<Search> searches_;
   std::vector<SharedPrinter> added_;

@@ -3,16 +3,10 @@
 #include <algorithm>
 
 namespace velsim {
-namespace {
 
-constexpr std::pair<const char*, VmNumber> kBuiltInVms[] = {
-    {"win11", 101}, {"win10", 102}, {"ubuntu", 103}, {"debian", 104}};
-
-}  // namespace
-
-VmSessions::VmSessions() {
-  for (const auto& [vmId, number] : kBuiltInVms) {
-    numbers_[vmId] = number;
+VmSessions::VmSessions(const std::vector<VmSetup>& setup) : setup_(setup) {
+  for (const VmSetup& vm : setup) {
+    numbers_[vm.id] = vm.number;
   }
   reset();
 }
@@ -160,6 +154,13 @@ void VmSessions::reset() {
   sessions_.clear();
   for (const auto& [vmId, number] : numbers_) {
     sessions_[number] = VmSession();
+  }
+  for (const VmSetup& vm : setup_) {
+    VmSession* const restored = session(vm.number);
+    if (restored) {
+      restored->attachment = vm.attachment;
+      restored->isStarted = vm.isStarted;
+    }
   }
   focus_.reset();
   driveToken_.clear();

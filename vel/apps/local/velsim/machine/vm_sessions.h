@@ -39,6 +39,13 @@ struct Focus {
   std::uint64_t window = 0;
 };
 
+struct VmSetup {
+  std::string id;
+  VmNumber number = 0;
+  std::optional<Attachment> attachment;
+  bool isStarted = false;
+};
+
 struct VmSession {
   std::optional<Attachment> attachment;
   bool isStarted = false;
@@ -48,8 +55,8 @@ struct VmSession {
 
 class VmSessions {
  public:
-  // With the built-in VMs.
-  VmSessions();
+  // The setup outlives the object.
+  explicit VmSessions(const std::vector<VmSetup>& setup);
 
   const std::map<std::string, VmNumber>& numbers() const { return numbers_; }
   // 0 when there is no such VM.
@@ -86,6 +93,7 @@ class VmSessions {
  private:
   VmSession* session(VmNumber vm);
 
+  const std::vector<VmSetup>& setup_;
   std::map<std::string, VmNumber> numbers_;
   std::map<VmNumber, VmSession> sessions_;
   VmNumber lastAdded_ = 0;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <type_traits>
 #include <utility>
 
 #include <nlohmann/json.hpp>
@@ -60,7 +61,42 @@ std::string reasonOf(std::string_view what) {
   return base::printable(what);
 }
 
+nlohmann::ordered_json asJson(const JsonNode& node) {
+  nlohmann::ordered_json json;
+  switch (node.kind()) {
+    case JsonNode::Kind::kArray:
+      json = nlohmann::ordered_json::array();
+      for (const auto& child : node.children()) {
+        json.push_back(asJson(*child));
+      }
+      return json;
+    case JsonNode::Kind::kObject:
+      json = nlohmann::ordered_json::object();
+      for (const auto& child : node.children()) {
+        json[child->key()] = asJson(*child);
+      }
+      return json;
+    case JsonNode::Kind::kNull:
+    case JsonNode::Kind::kBoolean:
+    case JsonNode::Kind::kNumber:
+    case JsonNode::Kind::kText:
+      break;
+  }
+  std::visit(
+      [&json](const auto& value) {
+        if constexpr (!std::is_same_v<std::decay_t<decltype(value)>, std::monostate>) {
+          json = value;
+        }
+      },
+      node.value());
+  return json;
+}
+
 }  // namespace
+
+std::string jsonOf(const JsonNode& node) {
+  return asJson(node).dump();
+}
 
 std::string shownText(std::string_view text) {
   return base::quoted(shortened(text));
@@ -133,11 +169,12 @@ std::vector<std::string> Mistakes::lines() const {
   std::vector<std::string> lines;
   lines.reserve(sorted.size() + 1);
   for (const Mistake& mistake : sorted) {
-    lines.push_back(file_ + ":" + std::to_string(mistake.line) + ": " +
-                    (mistake.path.empty() ? "" : mistake.path + ": ") + mistake.text);
+    lines.push_back(base::printable(file_ + ":" + std::to_string(mistake.line) + ": " +
+                                    (mistake.path.empty() ? "" : mistake.path + ": ") +
+                                    mistake.text));
   }
   if (isFull()) {
-    lines.push_back(file_ + ": too many mistakes, perhaps more");
+    lines.push_back(base::printable(file_) + ": too many mistakes, perhaps more");
   }
   return lines;
 }

@@ -107,6 +107,9 @@ constexpr int kMostJsonDepth = 32;
 // stands twice in one object is a mistake; its first value counts.
 std::unique_ptr<JsonNode> parseJson(std::string_view text, Mistakes& mistakes);
 
+// A value as JSON on one line.
+std::string jsonOf(const JsonNode& node);
+
 // A text of the user in a message: printable, cut when it is long, in quotation marks.
 std::string shownText(std::string_view text);
 

@@ -256,13 +256,18 @@ std::optional<std::string> readWord(const JsonNode* node, Mistakes& mistakes,
   return std::nullopt;
 }
 
-const JsonNode::Children& readArray(const JsonNode* node, Mistakes& mistakes) {
+const JsonNode::Children& readArray(const JsonNode* node, Mistakes& mistakes, std::size_t most) {
   static const JsonNode::Children none;
   if (!node) {
     return none;
   }
   if (node->kind() != Kind::kArray) {
     addUnexpected(*node, mistakes, "an array");
+    return none;
+  }
+  if (node->children().size() > most) {
+    mistakes.add(*node, "expected at most " + std::to_string(most) + " elements, found " +
+                            std::to_string(node->children().size()));
     return none;
   }
   return node->children();
@@ -274,8 +279,10 @@ std::optional<std::string> nearestName(std::string_view text,
   std::optional<std::string> nearest;
   std::size_t least = std::min(text.size(), kLongest) / 3 + 1;
   for (const std::string& name : names) {
-    if (text.size() > kLongest) {
-      break;
+    const std::size_t difference =
+        std::max(text.size(), name.size()) - std::min(text.size(), name.size());
+    if (text.size() > kLongest || name.size() > kLongest || difference > least) {
+      continue;
     }
     const std::size_t steps = distance(text, name);
     if (steps < least || (steps == least && !nearest)) {
@@ -291,7 +298,14 @@ std::string suggestion(std::string_view text, const std::vector<std::string>& na
   if (const std::optional<std::string> nearest = nearestName(text, names)) {
     return "did you mean " + base::quoted(*nearest) + "?";
   }
-  return "the " + std::string(nouns) + " are " + base::joined(names);
+  constexpr std::size_t kMostNames = 30;
+  if (names.empty()) {
+    return "there are no " + std::string(nouns);
+  }
+  const bool isShort = names.size() <= kMostNames;
+  const std::vector<std::string> first(
+      names.begin(), isShort ? names.end() : names.begin() + std::ptrdiff_t{kMostNames});
+  return "the " + std::string(nouns) + " are " + base::joined(first) + (isShort ? "" : ", ...");
 }
 
 }  // namespace velsim

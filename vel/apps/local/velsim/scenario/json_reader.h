@@ -53,8 +53,9 @@ std::optional<std::chrono::milliseconds> parseDuration(std::string_view text);
 // One of the words.
 std::optional<std::string> readWord(const JsonNode* node, Mistakes& mistakes,
                                     const std::vector<std::string>& words);
-// The elements of an array; none, and a mistake, for another value.
-const JsonNode::Children& readArray(const JsonNode* node, Mistakes& mistakes);
+// The elements of an array; none, and a mistake, for another value, or more elements than most.
+const JsonNode::Children& readArray(const JsonNode* node, Mistakes& mistakes,
+                                    std::size_t most = kMostJsonNodes);
 // A number as text in hexadecimal, such as "0x7e57", up to most; also a number.
 std::optional<std::uint64_t> readHexadecimal(const JsonNode* node, Mistakes& mistakes,
                                              std::uint64_t most);

@@ -27,9 +27,8 @@ Values answerOf(Status status) {
 }
 
 Values begin(MachineState& machine, const DiagnosisSubject& subject) {
-  beginDiagnosis(machine, subject);
-  return {
-      jsonText({{"velservice", 0}, {"status", nameOf(Status::kOk)}, {"steps", kDiagnosisSteps}})};
+  const int steps = beginDiagnosis(machine, subject);
+  return {jsonText({{"velservice", 0}, {"status", nameOf(Status::kOk)}, {"steps", steps}})};
 }
 
 Values diagnose(MachineState& machine, const Values& arguments) {

@@ -18,9 +18,9 @@ Values getJoystickDevList(MachineState& machine, const Values&) {
   return listOf(std::move(records));
 }
 
-Values getJoystickMappingList(MachineState&, const Values&) {
+Values getJoystickMappingList(MachineState& machine, const Values&) {
   std::vector<Bytes> records;
-  for (const std::string& name : Joysticks::mappings()) {
+  for (const std::string& name : machine.joysticks.mappings()) {
     records.push_back(joystickMappingRecord(static_cast<std::uint16_t>(records.size()), name));
   }
   return listOf(std::move(records));

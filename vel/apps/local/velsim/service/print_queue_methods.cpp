@@ -44,9 +44,9 @@ Values searchAllPrinter(MachineState& machine, const Values&) {
   return {jsonText({{"printers", printers}})};
 }
 
-Values getPrinterDriverlList(MachineState&, const Values& arguments) {
+Values getPrinterDriverlList(MachineState& machine, const Values& arguments) {
   const std::string printer = qxbus::readString(arguments, 0);
-  return {jsonText({{"printer", printer}, {"drivers", PrintQueues::driversFor(printer)}})};
+  return {jsonText({{"printer", printer}, {"drivers", machine.printQueues.driversFor(printer)}})};
 }
 
 Values addPrinter(MachineState& machine, const Values& arguments) {

@@ -61,6 +61,9 @@ Json printersOf(const MachineState& machine) {
                   {"sourceId", hex(printer.sourceId)},
                   {"status", static_cast<int>(printer.status)},
                   {"vm", printer.vm}};
+    if (printer.trouble != PrinterTrouble::kNone) {
+      entry["trouble"] = wordFor(printer.trouble);
+    }
     if (printer.isNetwork) {
       entry["address"] = printer.address;
       entry["extra"] = printer.extra;
@@ -97,7 +100,7 @@ Json joysticksOf(const MachineState& machine) {
   Json list = Json::array();
   for (const Joystick& joystick : machine.joysticks.all()) {
     list.push_back({{"name", joystick.name},
-                    {"mapping", Joysticks::mappings()[joystick.mapping]},
+                    {"mapping", machine.joysticks.mappings()[joystick.mapping]},
                     {"isCalibrated", joystick.isCalibrated}});
   }
   return {{"joysticks", list}, {"subscribers", machine.joysticks.subscribers().size()}};

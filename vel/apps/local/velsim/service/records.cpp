@@ -66,10 +66,13 @@ Bytes recordOf(const Device& given) {
 }
 
 Bytes recordOf(const Printer& given) {
+  const bool isInTrouble =
+      given.trouble != PrinterTrouble::kNone && given.status != DeviceStatus::kGone;
   return Record(printer::kLayout)
       .put(printer::kNumber, given.number)
       .put(printer::kVm, static_cast<std::int32_t>(given.vm))
-      .put(printer::kStatus, static_cast<std::int32_t>(given.status))
+      .put(printer::kStatus, isInTrouble ? static_cast<std::int32_t>(given.trouble)
+                                         : static_cast<std::int32_t>(given.status))
       .put(printer::kName, given.name)
       .bytes();
 }

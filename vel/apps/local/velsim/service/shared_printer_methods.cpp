@@ -8,8 +8,6 @@ namespace {
 
 using qxbus::Values;
 
-constexpr std::chrono::seconds kSearchTime{1};
-
 Values found(const std::vector<SharedPrinter>& printers) {
   Values list = status(Status::kOk);
   list.emplace_back(static_cast<std::int32_t>(printers.size()));
@@ -31,12 +29,13 @@ Later searchSharePrinter(MachineState& machine, const Values& arguments) {
   const auto isStopped = [search](const MachineState& now) {
     return !now.sharedPrinters.isRunning(search);
   };
-  return {kSearchTime, isStopped, [search, isStopped, address](MachineState& now) {
+  return {machine.sharedPrinters.searchTime(), isStopped,
+          [search, isStopped, address](MachineState& now) {
             if (isStopped(now)) {
               return status(Status::kSearchStopped);
             }
             now.sharedPrinters.endSearch(search);
-            return found(SharedPrinters::at(address));
+            return found(now.sharedPrinters.at(address));
           }};
 }
 

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "bus/dbus/value.h"
+#include "vel/apps/local/velsim/scenario/scenario.h"
 #include "vel/apps/local/velsim/service/timer_thread.h"
 #include "vel/protocol/methods.h"
 
@@ -23,7 +24,13 @@ std::vector<MethodRow> allMethods() {
 
 Simulator::Simulator() : Simulator(std::make_unique<TimerThread>()) {}
 
-Simulator::Simulator(std::unique_ptr<Scheduler> scheduler) : scheduler_(std::move(scheduler)) {
+Simulator::Simulator(std::unique_ptr<Scheduler> scheduler)
+    : Simulator(builtInScenario().setup, std::move(scheduler)) {}
+
+Simulator::Simulator(Setup setup, std::unique_ptr<Scheduler> scheduler)
+    : machine_(std::move(setup)), scheduler_(std::move(scheduler)) {
+  const platform::MutexLock lock(mutex_);
+  machine_.settle();
   for (const MethodRow& row : allMethods()) {
     if (const velprotocol::Method* const method = velprotocol::find(row.name)) {
       methods_.emplace(row.name, Method{Signature(method->arguments), row.answer});

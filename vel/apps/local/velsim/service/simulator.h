@@ -84,9 +84,11 @@ class Simulator {
   using Respond = std::function<void(const Answer& answer)>;
   using EventSink = std::function<void(const BusEvent& event)>;
 
-  // In real time.
+  // The machine of the built-in scenario, in real time.
   Simulator();
   explicit Simulator(std::unique_ptr<Scheduler> scheduler);
+  // The machine of a scenario.
+  Simulator(Setup setup, std::unique_ptr<Scheduler> scheduler);
   ~Simulator();
 
   Simulator(const Simulator&) = delete;
@@ -112,6 +114,9 @@ class Simulator {
   // Changes the machine without a request of a client.
   void change(const std::function<void(MachineState& machine)>& action);
   void read(const std::function<void(const MachineState& machine)>& reader) const;
+
+  // Everything that waits runs on this clock.
+  Scheduler& clock() { return *scheduler_; }
 
  private:
   struct Method {

@@ -1,0 +1,175 @@
+// Operations on threads of their own.
+
+#include <thread>
+
+#include "tests/client/client_test.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+using Search = vel::Task<std::vector<vel::SharedPrinter>>;
+
+// The search waits at the bus until the gate opens.
+class TaskTest : public ClientTest {
+ protected:
+  TaskTest() {
+    bus.answer("searchSharePrinter",
+               Reply().int32(0).int32(1).string("10.0.0.7").string("Ink").string("by the door"));
+    bus.answer("stopSearchSharePrinter", Reply().int32(0));
+  }
+
+  Gate search = timeline.hold("call searchSharePrinter");
+};
+
+TEST_F(TaskTest, HasTheResultOfItsOperation) {
+  const Search task = client.startSharedPrinterSearch("10.0.0.7");
+  EXPECT_FALSE(task.isReady());
+  search.open();
+
+  const vel::Result<std::vector<vel::SharedPrinter>>& found = task.get();
+
+  ASSERT_TRUE(found) << found.error().message();
+  ASSERT_EQ(found->size(), 1U);
+  EXPECT_EQ(found->front().name, "Ink");
+  EXPECT_TRUE(task.isReady());
+}
+
+TEST_F(TaskTest, HasTheErrorOfItsOperation) {
+  const Search task = client.startSharedPrinterSearch("not an address");
+
+  EXPECT_EQ(task.get().error().message(), "searchSharePrinter: not an IP address");
+}
+
+TEST_F(TaskTest, CancellingASearchAsksTheServiceWhileTheSearchWaits) {
+  const Search task = client.startSharedPrinterSearch("10.0.0.7");
+  ASSERT_TRUE(search.isReached());
+
+  EXPECT_TRUE(task.canCancel());
+  EXPECT_TRUE(task.cancel());
+
+  EXPECT_EQ(bus.lastCall(), "stopSearchSharePrinter()");
+  EXPECT_EQ(bus.lastTimeoutMs(), 3000);
+  EXPECT_FALSE(task.isReady());
+  search.open();
+}
+
+TEST_F(TaskTest, CancellingReportsWhyTheServiceHasNotStopped) {
+  const Search task = client.startSharedPrinterSearch("10.0.0.7");
+  ASSERT_TRUE(search.isReached());
+
+  bus.answer("stopSearchSharePrinter", Reply().int32(17));
+  EXPECT_EQ(task.cancel().error().status(), 17);
+  bus.answer("stopSearchSharePrinter", Reply::error("no"));
+  EXPECT_EQ(task.cancel().error().message(), "stopSearchSharePrinter: no");
+  bus.answer("stopSearchSharePrinter", Reply::error("late", MESSAGE_TYPE_NO_REPLY));
+  EXPECT_EQ(task.cancel().error().kind(), vel::ErrorKind::kNoReply);
+  bus.setRegistered(false);
+  EXPECT_EQ(task.cancel().error().kind(), vel::ErrorKind::kNoService);
+  bus.setReachable(false);
+  EXPECT_EQ(task.cancel().error().kind(), vel::ErrorKind::kNoBus);
+
+  bus.setReachable(true);
+  bus.setRegistered(true);
+  search.open();
+}
+
+TEST_F(TaskTest, CancellingAfterTheEndSendsNothing) {
+  search.open();
+  const Search task = client.startSharedPrinterSearch("10.0.0.7");
+  task.get();
+  forget();
+
+  EXPECT_TRUE(task.cancel());
+
+  EXPECT_THAT(bus.requests(), IsEmpty());
+}
+
+TEST_F(TaskTest, EndsWithItsObjectWhichCancelsIt) {
+  timeline.when("call stopSearchSharePrinter", [this] { search.open(); });
+  {
+    const Search task = client.startSharedPrinterSearch("10.0.0.7");
+    ASSERT_TRUE(search.isReached());
+  }
+
+  EXPECT_EQ(bus.lastCall(), "stopSearchSharePrinter()");
+  EXPECT_EQ(timeline.count("return searchSharePrinter()"), 1) << "the thread has been waited for";
+}
+
+TEST_F(TaskTest, CallsBackOnItsOwnThread) {
+  search.open();
+  std::thread::id ran;
+  std::size_t count = 0;
+  {
+    const Search task = client.startSharedPrinterSearch(
+        "10.0.0.7", [&](const vel::Result<std::vector<vel::SharedPrinter>>& found) {
+          ran = std::this_thread::get_id();
+          count = found->size();
+        });
+  }
+
+  EXPECT_EQ(count, 1U);
+  EXPECT_NE(ran, std::this_thread::get_id());
+}
+
+TEST_F(TaskTest, CallsBackWhereItsExecutorRuns) {
+  search.open();
+  Loop loop;
+  std::thread::id ran;
+  {
+    const Search task = client.startSharedPrinterSearch(
+        "10.0.0.7",
+        [&](const vel::Result<std::vector<vel::SharedPrinter>>&) {
+          ran = std::this_thread::get_id();
+        },
+        vel::on(loop));
+  }
+
+  EXPECT_EQ(loop.run(), 1U);
+  EXPECT_EQ(ran, std::this_thread::get_id());
+}
+
+TEST_F(TaskTest, MayBeDestroyedInItsOwnCallback) {
+  auto task = std::make_unique<Search>(client.startSharedPrinterSearch("10.0.0.7"));
+  search.open();
+  task->get();
+  Gate started;
+  Gate ended;
+  auto* const self = new std::unique_ptr<Search>;
+  *self = std::make_unique<Search>(client.startSharedPrinterSearch(
+      "10.0.0.7", [self, started = started.pass(), ended = ended.pass()](const auto&) {
+        started();
+        delete self;
+        ended();
+      }));
+  ASSERT_TRUE(started.isReached());
+  started.open();
+  EXPECT_TRUE(ended.isReached());
+  ended.open();
+}
+
+TEST_F(TaskTest, AnyOperationCanBeStarted) {
+  bus.answer("searchAllPrinter", Reply().string("[]"));
+
+  const vel::Task<std::string> task =
+      client.start([](const vel::Client& itsClient) { return itsClient.allPrinters(); });
+
+  EXPECT_EQ(task.get(), "[]");
+  EXPECT_FALSE(task.canCancel());
+}
+
+TEST_F(TaskTest, ADiagnosisCannotBeCancelled) {
+  bus.knowsVm("win11", 7);
+  bus.answer("diagnoseDevice", Reply().string("{}"));
+  Gate diagnosis = timeline.hold("call diagnoseDevice");
+  const vel::Task<std::string> task = client.startDiagnosis("win11", vel::DeviceNumber(12));
+  ASSERT_TRUE(diagnosis.isReached());
+
+  EXPECT_EQ(task.cancel().error().text(), "the service cannot end this operation early");
+
+  diagnosis.open();
+  EXPECT_EQ(task.get(), "{}");
+}
+
+}  // namespace

@@ -1,0 +1,42 @@
+#include "vel/apps/local/velsim/scenario_file.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <memory>
+#include <system_error>
+
+#include "vel/apps/local/velsim/control.h"
+#include "vel/apps/local/velsim/program_commands.h"
+#include "vel/apps/local/velsim/service/simulator.h"
+#include "vel/apps/local/velsim/service/stepped_clock.h"
+
+namespace velsim {
+
+std::optional<Scenario> parseScenario(const std::string& text, Mistakes& mistakes) {
+  // Lines are checked against the commands of a velsim that does not run.
+  Simulator simulator(Setup(), std::make_unique<SteppedClock>());
+  Control control(simulator, [] {});
+  control.add(programCommands({}));
+  ScenarioParts parts;
+  parts.checkLine = [&control](const std::string& line) { return control.check(line); };
+  parts.isCommand = [&control](const std::string& word) { return control.knows(word); };
+  return readScenario(text, parts, mistakes);
+}
+
+std::optional<Scenario> loadScenario(const std::string& path, Mistakes& mistakes) {
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
+                                                             std::fclose);
+  std::string text;
+  if (file) {
+    // One byte more than a scenario may have, which the parser refuses.
+    text.resize(kMostJsonBytes + 1);
+    text.resize(std::fread(text.data(), 1, text.size(), file.get()));
+  }
+  if (!file || std::ferror(file.get()) != 0) {
+    mistakes.add(1, "", "cannot read it: " + std::generic_category().message(errno));
+    return std::nullopt;
+  }
+  return parseScenario(text, mistakes);
+}
+
+}  // namespace velsim

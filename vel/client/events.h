@@ -1,0 +1,95 @@
+// The events that vel::Client passes on. Each is a value, which a callback may keep.
+
+#ifndef VEL_CLIENT_EVENTS_H
+#define VEL_CLIENT_EVENTS_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "vel/client/error.h"
+#include "vel/client/numbers.h"
+#include "vel/client/records.h"
+#include "vel/protocol/events.h"
+
+namespace vel {
+inline namespace VEL_CLIENT_VARIANT {
+
+// What has happened: name(code) is a text such as "device attached".
+using velprotocol::EventCode;
+
+// Of every event that the service sends.
+struct Event {
+  EventCode code = {};
+  // The VM concerned; 0 and empty: none, or not known.
+  VmNumber vmNumber;
+  std::string vm;
+};
+
+// Codes kDevicePlugged to kDeviceDetached, kDeviceChanged, kMounted, kUnmounted. The library hands
+// mounts and unmounts on once for each time that it has connected: a subscriber receives them once.
+struct DeviceEvent : Event {
+  Device device;
+};
+
+// Code kPrinterChanged. Its status shows whether the printer was removed or attached.
+struct PrinterEvent : Event {
+  Printer printer;
+};
+
+// The result of attachNewDevice, ignoreNewDevice or commandStorage (codes kNewDeviceAttached,
+// kNewDeviceIgnored, kStorageCommand), and events with a code that is not listed.
+struct NewDeviceEvent : Event {
+  UsbId usb;
+  bool isSuccess = false;
+  std::string name;    // of the device
+  std::string result;  // in the service's words
+
+  // As velsim sends it.
+  SourceId source;
+};
+
+// Progress of a diagnosis.
+struct DiagnosisEvent : Event {
+  std::uint64_t id = 0;  // source id or device number, as the diagnosis named its subject
+  DiagnosisStatus status = DiagnosisStatus::kFine;
+  std::string text;
+};
+
+// The answer to a service command: bytes whose meaning is the service's, or none.
+struct CommandEvent : Event {
+  std::optional<std::string> answer;
+};
+
+// What Client::announceJoystick hands on: the service sends no such event.
+struct JoystickEvent {
+  std::uint16_t code = 0;
+  JoystickResult result;
+};
+
+// The service has died.
+struct ServiceDeath {
+  // The VMs that this process has named to it. Their sessions have ended.
+  std::vector<std::string> vms;
+};
+
+struct SessionEnd {
+  std::string vm;
+};
+
+// A service is there again, and the client connected to it.
+struct ServiceReturn {
+  // Those of the ServiceDeath that the new service knows: their events arrive again. Their sessions
+  // have to be connected anew.
+  std::vector<std::string> vms;
+  // Whether joystick results were subscribed to again; empty when there was no subscription.
+  std::optional<bool> joysticks;
+  // Why VMs or joysticks are missing above.
+  std::vector<Error> failures;
+};
+
+}  // namespace VEL_CLIENT_VARIANT
+}  // namespace vel
+
+#endif  // VEL_CLIENT_EVENTS_H

@@ -1,0 +1,343 @@
+// The events of a VelProxy, handed to any number of subscribers.
+//
+// One hub serves all clients of a proxy. It registers one C callback of each kind and keeps it, so
+// that no subscription changes the library's tables of callbacks, which are locked while callbacks
+// run. It is never destroyed: the proxy may call it as long as the proxy lives.
+
+#ifndef VEL_CLIENT_INTERNAL_HUB_H
+#define VEL_CLIENT_INTERNAL_HUB_H
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <new>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "bus/qxbus.h"
+#include "platform/mutex.h"
+#include "vel/apps/local/velproxy/vel_proxy.h"
+#include "vel/client/events.h"
+#include "vel/client/internal/decode.h"
+#include "vel/client/internal/subscribers.h"
+
+namespace vel {
+inline namespace VEL_CLIENT_VARIANT {
+namespace internal {
+
+// Marks this thread as being inside Client::command.
+class CommandRunning {
+ public:
+  CommandRunning() { ++depth(); }
+  ~CommandRunning() { --depth(); }
+  CommandRunning(const CommandRunning&) = delete;
+  CommandRunning& operator=(const CommandRunning&) = delete;
+
+  static bool isHere() { return depth() != 0; }
+
+ private:
+  static unsigned int& depth() {
+    static thread_local unsigned int depth = 0;
+    return depth;
+  }
+};
+
+class Hub : public VelDiagnoseNotify {
+ public:
+  // The hub of a proxy, which is registered. Waits for a callback that runs when it registers.
+  static Hub& of(qx::VelProxy& proxy) {
+    static auto* const mutex = new platform::Mutex;
+    static auto* const hubs = new std::map<qx::VelProxy*, std::unique_ptr<Hub>>;
+    Hub* hub = nullptr;
+    {
+      const platform::MutexLock lock(*mutex);
+      std::unique_ptr<Hub>& known = (*hubs)[&proxy];
+      if (!known) {
+        known.reset(new Hub(proxy));
+      }
+      hub = known.get();
+    }
+    hub->registerCallbacks();
+    return *hub;
+  }
+
+  Hub(const Hub&) = delete;
+  Hub& operator=(const Hub&) = delete;
+
+  Subscribers<DeviceEvent> devices;
+  Subscribers<PrinterEvent> printers;
+  Subscribers<NewDeviceEvent> newDevices;
+  Subscribers<DiagnosisEvent> diagnoses;
+  Subscribers<CommandEvent> commands;
+  Subscribers<JoystickEvent> joysticks;
+  Subscribers<ServiceDeath> deaths;
+  Subscribers<ServiceReturn> returns;
+
+  // There is one printer callback and one command callback, which another part of the program may
+  // use: taken when they are free, and with the first subscription.
+  void takePrinterCallback() {
+    if (proxy_.CheckPrinterCallback() != this) {
+      proxy_.RegisterPrinterCallback(&Hub::onPrinter, this);
+    }
+  }
+  void takeCommandCallback() { proxy_.RegisterCmdCallback(&Hub::onCommand, this); }
+
+  // Subscribes to joystick results for the first subscriber.
+  Result<void> beginJoysticks() {
+    if (callbackDepth != 0) {
+      // The library would wait for the callback.
+      return hasJoysticks_ ? Result<void>()
+                           : unexpected<Error>(
+                                 Error(ErrorKind::kRefusedArgument, kJoystickMethod,
+                                       "the first subscription cannot begin inside a callback"));
+    }
+    const platform::MutexLock lock(joystickMutex_);
+    return hasJoysticks_ ? Result<void>() : registerJoysticks();
+  }
+
+  // Ends the service's subscription with the last subscriber. Inside a callback it lasts until the
+  // next subscriber ends, because the library would wait for the callback.
+  void endJoysticks() {
+    if (callbackDepth != 0) {
+      return;
+    }
+    const platform::MutexLock lock(joystickMutex_);
+    if (hasJoysticks_ && joysticks.empty()) {
+      proxy_.UnregisterJoystickCallback(this);
+      hasJoysticks_ = false;
+      // A subscriber that came meanwhile found the subscription.
+      if (!joysticks.empty()) {
+        static_cast<void>(registerJoysticks());
+      }
+    }
+  }
+
+  void DiagnoseResultNotify(std::string vm, unsigned long long id, unsigned int status,
+                            std::string result) override {
+    diagnoses.deliver([&] {
+      DiagnosisEvent event;
+      describe(event, EventCode::kDiagnosis);
+      event.vm = base::replacedUtf8(std::move(vm));
+      event.id = id;
+      event.status = static_cast<DiagnosisStatus>(status);
+      event.text = base::replacedUtf8(std::move(result));
+      return event;
+    });
+  }
+
+ private:
+  explicit Hub(qx::VelProxy& proxy) : proxy_(proxy) {}
+
+  static Hub& hub(void* userData) { return *static_cast<Hub*>(userData); }
+
+  // Another proxy may have been at this address before.
+  void registerCallbacks() {
+    if (proxy_.CheckServiceCallback(this)) {
+      return;
+    }
+    const platform::MutexLock lock(registrationMutex_);
+    if (proxy_.CheckServiceCallback(this)) {
+      return;
+    }
+    hasJoysticks_ = false;
+    proxy_.RegisterDeviceCallback(&Hub::onDevice, this);
+    proxy_.RegisterConfigNewDevResultCallback(&Hub::onNewDevice, this);
+    if (!proxy_.CheckPrinterCallback()) {
+      takePrinterCallback();
+    }
+    // Last: it shows that the others are registered.
+    proxy_.RegisterServiceCallback(&Hub::onService, this);
+  }
+
+  Result<void> registerJoysticks() QX_REQUIRES(joystickMutex_) {
+    const int status = proxy_.RegisterJoystickCallback(&Hub::onJoystick, this);
+    qx::VelError error = qx::VelProxy::lastError();
+    if (error.kind != qx::VelError::Kind::kNone) {
+      return failed(std::move(error));
+    }
+    if (status != 0) {
+      proxy_.UnregisterJoystickCallback(this);
+      return unexpected<Error>(Error::refused(kJoystickMethod, status));
+    }
+    hasJoysticks_ = true;
+    return {};
+  }
+
+  // --- Callbacks of the library -----------------------------------------------------------------
+
+  static int onDevice(unsigned short code, CommonDevice* device, void* self) {
+    return hub(self).passDevice(code, device);
+  }
+
+  int passDevice(unsigned short code, CommonDevice* device) {
+    if (isRepeatedBroadcast(static_cast<EventCode>(code))) {
+      return 0;
+    }
+    devices.deliver([&] {
+      const Record record(device, offsetof(CommonDevice, vmIdText));
+      DeviceEvent event;
+      describe(event, static_cast<EventCode>(code));
+      VmNames vms(proxy_);
+      decode(vms, record.block(), event.device);
+      return event;
+    });
+    return 0;
+  }
+
+  static int onPrinter(unsigned short code, PrinterDevice* printer, void* self) {
+    hub(self).printers.deliver([&] {
+      const Record record(printer, offsetof(PrinterDevice, name));
+      PrinterEvent event;
+      hub(self).describe(event, static_cast<EventCode>(code));
+      VmNames vms(hub(self).proxy_);
+      decode(vms, record.block(), event.printer);
+      return event;
+    });
+    return 0;
+  }
+
+  static int onNewDevice(unsigned short code, _ConfigNewDeviceResult* result, void* self) {
+    hub(self).newDevices.deliver([&] {
+      namespace field = velprotocol::new_device_result;
+      // The text that ends the record has a NUL.
+      const Record record(result,
+                          offsetof(_ConfigNewDeviceResult, code) + std::strlen(result->code));
+      const Block block = record.block();
+      NewDeviceEvent event;
+      hub(self).describe(event, static_cast<EventCode>(code));
+      event.usb = {velprotocol::read(block, field::kVid), velprotocol::read(block, field::kPid)};
+      event.isSuccess = velprotocol::read(block, field::kIsSuccess) != 0;
+      event.name = textIn(block, field::kName);
+      event.result = lastTextIn(block, field::kCode);
+      event.source = SourceId(velprotocol::read(block, field::kSourceId));
+      return event;
+    });
+    return 0;
+  }
+
+  static int onCommand(unsigned short code, CmdResponse* response, void* self) {
+    // A command that fails calls back as well, under its own number. The caller has the error.
+    if (CommandRunning::isHere() || !qx::VelProxy::currentEvent()) {
+      return 0;
+    }
+    hub(self).commands.deliver([&] {
+      CommandEvent event;
+      hub(self).describe(event, static_cast<EventCode>(code));
+      if (response) {
+        const Record record(response, 0);
+        event.answer.emplace(reinterpret_cast<const char*>(record.block().data()),
+                             record.block().size());
+      }
+      return event;
+    });
+    return 0;
+  }
+
+  static int onJoystick(unsigned short code, _JoystickResult result, void* self) {
+    hub(self).joysticks.deliver([&] {
+      JoystickEvent event;
+      event.code = code;
+      copyBytes(Block(result.bytes, sizeof result.bytes), event.result.bytes);
+      return event;
+    });
+    return 0;
+  }
+
+  static void onService(qx::ServiceState state, const std::vector<std::string>& vms, void* self) {
+    if (state == qx::ServiceState::kGone) {
+      hub(self).deaths.deliver([&] { return ServiceDeath{vms}; });
+    } else {
+      const ServiceReturn restored = hub(self).restore(vms);
+      hub(self).returns.deliver([&] { return restored; });
+    }
+  }
+
+  // What the new service must learn again.
+  ServiceReturn restore(const std::vector<std::string>& vms) {
+    ServiceReturn restored;
+    // The library connects the instance of the process only.
+    proxy_.Init();
+    for (const std::string& vm : vms) {
+      if (proxy_.GetVmIdInt(vm) != 0) {
+        restored.vms.push_back(vm);
+      } else {
+        restored.failures.push_back(errorOf(qx::VelProxy::lastError()));
+      }
+    }
+    const platform::MutexLock lock(joystickMutex_);
+    if (hasJoysticks_.exchange(false)) {
+      const Result<void> registered = registerJoysticks();
+      restored.joysticks = registered.has_value();
+      if (!registered) {
+        restored.failures.push_back(registered.error());
+      }
+    }
+    return restored;
+  }
+
+  // --- Events -----------------------------------------------------------------------------------
+
+  // The record of the event that this thread delivers, as long as the service sent it. Without such
+  // an event the client itself has called, with a whole record.
+  class Record {
+   public:
+    Record(const void* whole, std::size_t size) : block_(whole, size) {
+      if (const auto event = qx::VelProxy::currentEvent()) {
+        int length = 0;
+        received_.reset(event->getBytes(velprotocol::kEventRecord, &length));
+        block_ = Block(received_.get(), received_ ? static_cast<std::size_t>(length) : 0);
+      }
+    }
+
+    const Block& block() const { return block_; }
+
+   private:
+    struct Delete {
+      void operator()(unsigned char* bytes) const { ::operator delete(bytes); }
+    };
+
+    std::unique_ptr<unsigned char, Delete> received_;
+    Block block_;
+  };
+
+  void describe(Event& event, EventCode code) {
+    event.code = code;
+    if (const auto message = qx::VelProxy::currentEvent()) {
+      event.code = static_cast<EventCode>(message->getInt32(velprotocol::kEventCode));
+      event.vmNumber =
+          VmNumber(static_cast<std::uint32_t>(message->getInt32(velprotocol::kEventVm)));
+      event.vm = nameOf(proxy_, event.vmNumber);
+    }
+  }
+
+  // The library listens for broadcasts once more with each connection, so one message arrives
+  // several times, each after the other.
+  bool isRepeatedBroadcast(EventCode code) {
+    const std::shared_ptr<QXBusMessage> message = qx::VelProxy::currentEvent();
+    const bool isBroadcast = code == EventCode::kMounted || code == EventCode::kUnmounted;
+    const platform::MutexLock lock(broadcastMutex_);
+    const bool isRepeated = message && isBroadcast && message == lastBroadcast_;
+    lastBroadcast_ = isBroadcast ? message : nullptr;
+    return isRepeated;
+  }
+
+  static constexpr char kJoystickMethod[] = "registerJoystickCallback";
+
+  qx::VelProxy& proxy_;
+  platform::Mutex registrationMutex_;
+  platform::Mutex joystickMutex_;  // held across a call, and never taken inside a callback
+  std::atomic<bool> hasJoysticks_{false};
+  platform::Mutex broadcastMutex_;
+  std::shared_ptr<QXBusMessage> lastBroadcast_ QX_GUARDED_BY(broadcastMutex_);
+};
+
+}  // namespace internal
+}  // namespace VEL_CLIENT_VARIANT
+}  // namespace vel
+
+#endif  // VEL_CLIENT_INTERNAL_HUB_H

@@ -1,0 +1,128 @@
+// Operations of vel::Client that take their time, on a thread of their own.
+//
+//   vel::Task<std::vector<vel::SharedPrinter>> search =
+//   client.startSharedPrinterSearch("10.0.0.7");
+//   ...
+//   search.cancel();
+//   auto printers = search.get();
+
+#ifndef VEL_CLIENT_TASK_H
+#define VEL_CLIENT_TASK_H
+
+#include <chrono>
+#include <functional>
+#include <future>
+#include <memory>
+#include <thread>
+#include <utility>
+
+#include "base/thread.h"
+#include "vel/client/error.h"
+#include "vel/client/executor.h"
+
+namespace vel {
+inline namespace VEL_CLIENT_VARIANT {
+
+// The result of an operation that another thread calls. The thread ends with the operation and
+// takes no signals.
+//
+// THREADS   One thread at a time uses a task; cancel() may be called on any.
+template <typename Value>
+class [[nodiscard]] Task {
+ public:
+  // Receives the result where its executor runs it, otherwise on the task's thread.
+  using Done = std::function<void(const Result<Value>&)>;
+  using Cancel = std::function<Result<void>()>;
+
+  // Calls the operation.
+  //
+  // cancel     asks the service to end the operation early; empty: it cannot
+  // done       may be empty
+  Task(std::function<Result<Value>()> operation, Cancel cancel, Done done, Executor executor)
+      : cancel_(std::move(cancel)) {
+    auto promise = std::make_shared<std::promise<Result<Value>>>();
+    result_ = promise->get_future().share();
+    auto work = [promise, operation = std::move(operation), done = std::move(done),
+                 executor = std::move(executor), result = result_] {
+      promise->set_value(operation());
+      if (!done) {
+        return;
+      }
+      if (executor) {
+        executor([done, result] { done(result.get()); });
+      } else {
+        done(result.get());
+      }
+    };
+    base::Result<std::thread> started = base::startThread("vel-task", std::move(work));
+    if (started) {
+      thread_ = std::move(*started);
+    } else {
+      promise->set_value(unexpected<Error>(Error(ErrorKind::kNoThread, "", started.reason())));
+    }
+  }
+
+  Task(Task&&) noexcept = default;
+  // Ends the earlier one, as the destructor does.
+  Task& operator=(Task&& other) noexcept {
+    if (this != &other) {
+      finish();
+      cancel_ = std::move(other.cancel_);
+      result_ = std::move(other.result_);
+      thread_ = std::move(other.thread_);
+    }
+    return *this;
+  }
+  // Cancels the operation where it can be, and waits for its end and for done without an executor.
+  ~Task() { finish(); }
+
+  // Waits for the result.
+  const Result<Value>& get() const { return result_.get(); }
+
+  // For programs that wait for several futures, or share one.
+  const std::shared_future<Result<Value>>& future() const { return result_; }
+
+  // Whether the result is there within so long a time.
+  bool isReady(std::chrono::milliseconds within = std::chrono::milliseconds(0)) const {
+    return result_.wait_for(within) == std::future_status::ready;
+  }
+
+  // Whether the service can end the operation early.
+  bool canCancel() const { return cancel_ != nullptr; }
+
+  // Asks the service to end the operation, which then returns what it has. Fails when the service
+  // has not confirmed, and when it cannot end the operation. Does nothing after the end.
+  Result<void> cancel() const {
+    if (isReady()) {
+      return {};
+    }
+    return cancel_ ? cancel_()
+                   : unexpected<Error>(Error(ErrorKind::kRefusedArgument, "",
+                                             "the service cannot end this operation early"));
+  }
+
+ private:
+  void finish() {
+    if (!thread_.joinable()) {
+      return;
+    }
+    if (thread_.get_id() == std::this_thread::get_id()) {
+      // Inside its own done.
+      thread_.detach();
+      return;
+    }
+    if (cancel_) {
+      cancel();
+    }
+    thread_.join();
+  }
+
+  Cancel cancel_;
+  std::shared_future<Result<Value>> result_;
+  std::thread thread_;
+};
+
+}  // namespace VEL_CLIENT_VARIANT
+}  // namespace vel
+
+#endif  // VEL_CLIENT_TASK_H
