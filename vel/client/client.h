@@ -533,7 +533,7 @@ class Client {
   // done       receives the Result where the executor runs it, otherwise on the task's thread
   template <typename Operation,
             typename Value = typename std::invoke_result_t<Operation, const Client&>::value_type>
-  Task<Value> start(Operation operation, Callback<Result<Value>> done = {},
+  Task<Value> start(Operation operation, typename Task<Value>::Done done = {},
                     Executor executor = {}) const {
     return {[client = *this, operation = std::move(operation)] { return operation(client); },
             {},
