@@ -8,12 +8,34 @@ else()
   find_package(GTest REQUIRED)
 endif()
 
-# Registers a test program with ctest as one test, because starting a process for each of its tests
-# takes longer than most of them. The results of the single tests go to test-results/ in the build tree. Further arguments are the
-# program's.
+# Registers a test program with ctest, as one test because starting a process for each of its tests
+# takes longer than most of them. The results of the single tests go to test-results/ in the build
+# tree.
+#
+#   velproxy_add_tests(PROGRAM [NAME name] [SHARDS number] [ENVIRONMENT variable=value...]
+#                      [ARGUMENTS argument...])
+#
+# SHARDS: as so many tests, name.1 and so on, which share the program's tests between them. For
+# programs whose tests wait much: ./test runs more programs at once than there are processors.
 function(velproxy_add_tests program)
-  add_test(NAME ${program} COMMAND ${program} ${ARGN}
-           --gtest_output=xml:${velproxy_BINARY_DIR}/test-results/${program}.xml)
-  # Generous: a slow machine may be busy with other programs.
-  set_tests_properties(${program} PROPERTIES TIMEOUT 600)
+  cmake_parse_arguments(PARSE_ARGV 1 given "" "NAME;SHARDS" "ARGUMENTS;ENVIRONMENT")
+  if(NOT given_NAME)
+    set(given_NAME ${program})
+  endif()
+  if(NOT given_SHARDS)
+    set(given_SHARDS 1)
+  endif()
+  foreach(shard RANGE 1 ${given_SHARDS})
+    set(name ${given_NAME})
+    set(environment ${given_ENVIRONMENT})
+    if(given_SHARDS GREATER 1)
+      string(APPEND name ".${shard}")
+      math(EXPR index "${shard} - 1")
+      list(APPEND environment GTEST_TOTAL_SHARDS=${given_SHARDS} GTEST_SHARD_INDEX=${index})
+    endif()
+    add_test(NAME ${name} COMMAND ${program} ${given_ARGUMENTS}
+             --gtest_output=xml:${velproxy_BINARY_DIR}/test-results/${name}.xml)
+    # Generous: a slow machine may be busy with other programs.
+    set_tests_properties(${name} PROPERTIES TIMEOUT 600 ENVIRONMENT "${environment}")
+  endforeach()
 endfunction()

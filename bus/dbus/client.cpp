@@ -17,7 +17,7 @@ namespace {
 
 // The memory that signals may take while they wait for handlers, or for the users of their senders;
 // and broadcasts of one sender while its user is asked for.
-constexpr std::size_t kMostWaiting = std::size_t{256} * 1024 * 1024;
+constexpr std::size_t kMostWaitingSignals = std::size_t{256} * 1024 * 1024;
 constexpr std::size_t kMostUnidentified = std::size_t{16} * 1024 * 1024;
 // Every link asks for all of them: a listener needs no rule of its own, and no wait for one.
 std::string broadcastRule() {
@@ -347,7 +347,7 @@ void Client::onBroadcast(const std::shared_ptr<Link>& link, Received message, Si
         signal.message.costBehind(isFirst ? nullptr : &waiting.held.back().message);
     // A first event may be as large as it likes, if all of them leave room for it.
     const bool isTooMuchOfOne = !isFirst && waiting.size + size > kMostUnidentified;
-    if (isTooMuchOfOne || unidentifiedSize_ + size > kMostWaiting) {
+    if (isTooMuchOfOne || unidentifiedSize_ + size > kMostWaitingSignals) {
       ++dropped_;
       if (isFirst) {
         unidentified_.erase(key);
@@ -407,7 +407,7 @@ void Client::post(Signals signals) {
   for (Signal& signal : signals) {
     const std::size_t more =
         signal.message.costBehind(taken.empty() ? nullptr : &taken.back().message);
-    if (waitingSize_ + size + more > kMostWaiting) {
+    if (waitingSize_ + size + more > kMostWaitingSignals) {
       if (dropped_++ == 0) {
         logError("events are dropped: the events that wait for their handlers fill the memory");
       }

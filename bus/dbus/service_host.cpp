@@ -28,7 +28,7 @@ namespace {
 constexpr int kHostTimeoutMs = 5000;
 
 // The memory that calls may take while they wait for handlers.
-constexpr std::size_t kMostWaiting = std::size_t{256} * 1024 * 1024;
+constexpr std::size_t kMostWaitingCalls = std::size_t{256} * 1024 * 1024;
 
 // A service takes nothing but calls.
 Connection::Handlers callHandlers() {
@@ -253,7 +253,7 @@ void ServiceHost::Impl::onMessage(const std::shared_ptr<Connection>& from,
     return;
   }
   const std::size_t size = message.costBehind(before);
-  if (*waitingSize + size > kMostWaiting) {
+  if (*waitingSize + size > kMostWaitingCalls) {
     sendError(*from, caller, kLimitsExceeded,
               "the calls that wait for service " + service + " fill the memory");
     return;

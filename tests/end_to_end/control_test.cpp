@@ -89,7 +89,9 @@ TEST_P(ControlObjectTest, CtlPassesTheReasonOfARefusalOn) {
 
   EXPECT_EQ(refused.status, velsim::kExitRefused);
   EXPECT_EQ(refused.out, "");
-  EXPECT_EQ(refused.err, "velsim: ctl: unplug: expected a number from 0 to 65535, got \"-7\"\n");
+  EXPECT_EQ(refused.err,
+            "velsim: ctl: unplug: no device or printer \"-7\" is plugged in; type list for those "
+            "that are\n");
 }
 
 TEST_P(ControlObjectTest, CtlEndsVelsim) {

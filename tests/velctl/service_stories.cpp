@@ -150,7 +150,7 @@ std::vector<Story> serviceStories() {
            showsLine("getvelcmdhelp", "exec help --vm win11",
                      "usb                             USB devices redirected by clients"),
            showsLine("getvelcmdhelp", "exec help",
-                     "unplug NUMBER                   unplug a device or a printer"),
+                     "unplug DEVICE                   unplug a device or a printer"),
            shows("dovelcmd", "exec run 70000 usb --vm win11 --wait 600",
                  velctl::hexDump(std::string(R"({"id":70000,"command":"usb",)"
                                              R"("answer":{"usb":[]}})") +

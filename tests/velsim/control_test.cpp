@@ -131,6 +131,105 @@ TEST_F(ControlTest, AnswersQueriesInJson) {
   EXPECT_EQ(run("usb"), "{\"usb\":[]}\n");
 }
 
+TEST_F(ControlTest, AWordInSingleQuotesIsOneWordAndAnApostropheALetter) {
+  run("plug camera 'Front \"camera\"'");
+  EXPECT_EQ(newest()->name, "Front \"camera\"");
+
+  run("plug camera O'Brien");
+  EXPECT_EQ(newest()->name, "O'Brien");
+}
+
+TEST_F(ControlTest, DevicesAndPrintersMayBeNamed) {
+  EXPECT_EQ(run("unplug 'Memory stick'"), "unplugged 11\n");
+  EXPECT_EQ(run("unplug 'Photo printer'"), "unplugged 22\n");
+}
+
+TEST_F(ControlTest, AnUnpluggedDeviceComesBack) {
+  run("unplug 11");
+  run("unplug 21");
+  takeEvents();
+
+  EXPECT_EQ(run("replug 11"), "plugged in 11\n");
+  EXPECT_EQ(run("replug 21"), "plugged in 21\n");
+
+  EXPECT_THAT(takeEventCodes(), ElementsAre(Pair(4, 0), Pair(64, 0), Pair(1, 0)));
+}
+
+TEST_F(ControlTest, AttachesAndDetachesFromTheOtherSide) {
+  EXPECT_EQ(run("attach 'Built-in camera' win11"), "attached 12 to VM 101\n");
+  EXPECT_EQ(run("attach 21 103"), "attached 21 to VM 103\n");
+  EXPECT_THAT(takeEventCodes(), ElementsAre(Pair(6, 101), Pair(1, 103)));
+
+  EXPECT_EQ(run("detach 12"), "detached 12\n");
+  EXPECT_EQ(run("detach 21"), "detached 21\n");
+  EXPECT_THAT(takeEventCodes(), ElementsAre(Pair(7, 101), Pair(1, 103)));
+}
+
+TEST_F(ControlTest, MountsAndUnmounts) {
+  EXPECT_EQ(run("unmount 11"), "unmounted 11\n");
+  EXPECT_EQ(run("mount 11"), "mounted 11\n");
+
+  EXPECT_THAT(takeEventCodes(), ElementsAre(Pair(65, 0), Pair(64, 0)));
+}
+
+TEST_F(ControlTest, TroubleOfAPrinterIsInItsStatusAlsoWhileItIsAttached) {
+  run("attach 21 win11");
+  takeEvents();
+
+  EXPECT_EQ(run("trouble 21 out-of-paper"), "trouble of printer 21: out-of-paper\n");
+  EXPECT_EQ(run("trouble 21 none"), "trouble of printer 21: none\n");
+
+  const std::vector<BusEvent> events = takeEvents();
+  ASSERT_EQ(events.size(), 2u);
+  EXPECT_EQ(read(events[0].record, printer::kStatus), 4);
+  EXPECT_EQ(read(events[0].record, printer::kVm), 101);
+  EXPECT_EQ(read(events[1].record, printer::kStatus), 2);
+}
+
+TEST_F(ControlTest, TheEndOfASessionReleasesItsDevices) {
+  run("vm connect win11");
+  run("attach 12 win11");
+  takeEvents();
+
+  EXPECT_EQ(run("vm disconnect win11"), "disconnected VM 101\n");
+
+  EXPECT_THAT(takeEventCodes(), ElementsAre(Pair(7, 101)));
+}
+
+TEST_F(ControlTest, ReportsDiagnosesAndAnswers) {
+  run("diagnosis win11 0x7e5700020000000c fault 'lens covered'");
+  run("answer 0 '{\"id\":1}'");
+
+  const std::vector<BusEvent> events = takeEvents();
+  ASSERT_EQ(events.size(), 2u);
+  EXPECT_EQ(read(events[0].record, diagnosis::kId), kCameraSource);
+  EXPECT_EQ(read(events[0].record, diagnosis::kStatus), 2u);
+  EXPECT_EQ(read(events[0].record, diagnosis::kText), "lens covered");
+  EXPECT_EQ(events[0].vm, kWin11);
+  EXPECT_EQ(read(events[1].record, command_answer::kText), "{\"id\":1}");
+  EXPECT_EQ(events[1].vm, 0u);
+}
+
+TEST_F(ControlTest, ChangesJoysticks) {
+  EXPECT_EQ(run("joystick 1 Racing"), "mapping Racing\n");
+  EXPECT_EQ(run("joystick 1 calibrated"), "calibrated\n");
+
+  EXPECT_EQ(machine().joysticks.all()[1].mapping, 2);
+  EXPECT_TRUE(machine().joysticks.all()[1].isCalibrated);
+}
+
+TEST_F(ControlTest, CheckingALineDoesNotRunIt) {
+  EXPECT_TRUE(control.check("plug camera x"));
+  EXPECT_TRUE(control.check("unplug 12"));
+  EXPECT_TRUE(control.check("vanish"));
+  EXPECT_FALSE(control.check("plug scanner x"));
+  EXPECT_FALSE(control.check("unplug"));
+
+  EXPECT_NE(machine().devices.find(kCamera), nullptr);
+  EXPECT_EQ(vanished, 0);
+  EXPECT_THAT(takeEvents(), IsEmpty());
+}
+
 TEST_F(ControlTest, WordsBecomeALineThatHasTheSameWords) {
   const Words words = {"plug", "camera", "a \"b\" \\c", "", "x\ty", "plain"};
 
@@ -192,9 +291,9 @@ const Wrong kWrong[] = {
     {"\"\"", "unknown command \"\"; type help for the list"},
     {"plug", "usage: plug TYPE [\"NAME\"]"},
     {"plug camera Front camera", "usage: plug TYPE [\"NAME\"]"},
-    {"vm", "usage: vm add|remove \"NAME\""},
-    {"vm add", "usage: vm add|remove \"NAME\""},
-    {"vm rename win11", "vm: expected add or remove, got \"rename\""},
+    {"vm", "usage: vm ACTION \"NAME\""},
+    {"vm add", "usage: vm ACTION \"NAME\""},
+    {"vm rename win11", "vm: expected add, remove, connect or disconnect, got \"rename\""},
     {"vm add win11", "vm: there is a VM \"win11\" already"},
     {"vm add \"\"", "vm: the name must have 1 to 127 bytes of UTF-8"},
     {"vm remove nosuch", "vm: there is no VM \"nosuch\"; type vms for the list"},
@@ -208,11 +307,41 @@ const Wrong kWrong[] = {
     {"plug camera \"x\\", "unclosed quote: plug camera \"x\\"},
     {"plug camera \"\"", kBadName},
     {"plug camera \xFF", kBadName},
-    {"unplug", "usage: unplug NUMBER"},
-    {"unplug camera", "unplug: expected a number from 0 to 65535, got \"camera\""},
-    {"unplug 65548", "unplug: expected a number from 0 to 65535, got \"65548\""},
-    {"unplug -12", "unplug: expected a number from 0 to 65535, got \"-12\""},
-    {"unplug 12x", "unplug: expected a number from 0 to 65535, got \"12x\""},
+    {"plug camera 'x", "unclosed quote: plug camera 'x"},
+    {"unplug", "usage: unplug DEVICE"},
+    {"unplug camera",
+     "unplug: no device or printer \"camera\" is plugged in; type list for those that are"},
+    {"unplug 65548",
+     "unplug: no device or printer \"65548\" is plugged in; type list for those that are"},
+    {"replug stick", "replug: expected a number from 1 to 65535, got \"stick\""},
+    {"replug 12", "replug: exists"},
+    {"replug 99", "replug: unknown-printer"},
+    {"vm eject win11", "vm: expected add, remove, connect or disconnect, got \"eject\""},
+    {"vm remove nosuch", "vm: there is no VM \"nosuch\"; type vms for the list"},
+    {"vm remove 101", "vm: a VM is removed by its name, got \"101\""},
+    {"vm disconnect win11", "vm: not-connected"},
+    {"attach 12", "usage: attach DEVICE \"VM\""},
+    {"attach 99 win11",
+     "attach: no device or printer 99 is plugged in; type list for those that are"},
+    {"attach 12 nosuch", "attach: there is no VM \"nosuch\"; type vms for the list"},
+    {"detach 12", "detach: not-attached"},
+    {"mount 12", "mount: not-storage"},
+    {"mount 21", "mount: not-storage"},
+    {"unmount 12", "unmount: not-storage"},
+    {"trouble 21 no-paper",
+     "trouble: expected one of none, out-of-paper, paper-jam, out-of-ink, offline, got "
+     "\"no-paper\""},
+    {"trouble 12 offline", "trouble: unknown-printer"},
+    {"diagnosis win11 12 fine", "usage: diagnosis \"VM\" ID STATUS \"TEXT\""},
+    {"diagnosis win11 twelve fine x",
+     "diagnosis: expected a device number or source id, such as 12 or 0x7e57, got \"twelve\""},
+    {"diagnosis win11 12 good x", "diagnosis: expected running, fine or fault, got \"good\""},
+    {"diagnosis nosuch 12 fine x", "diagnosis: there is no VM \"nosuch\"; type vms for the list"},
+    {"answer nosuch x", "answer: there is no VM \"nosuch\"; type vms for the list"},
+    {"joystick first Flight", "joystick: expected a position from 0 to 65535, got \"first\""},
+    {"joystick 9 calibrated", "joystick: unknown-joystick"},
+    {"joystick 0 Fligth",
+     "joystick: expected calibrated, or one of Standard, Flight, Racing, got \"Fligth\""},
     {"unplug 99", "unplug: no device or printer 99 is plugged in; type list for those that are"},
     {"camera", "usage: camera allow|deny"},
     {"camera maybe", "camera: expected allow or deny, got \"maybe\""},

@@ -26,12 +26,11 @@
 //            client, and those of a VM to clients that have named it: vms() alone does not,
 //            vmNumber() and every operation on the VM do. After a death the Client names them
 //            again.
-// SHARING    Clients of one proxy share its callbacks, so there may be any number. Code that uses
-// the
-//            proxy besides must leave to the Client the printer callback and the command callback,
-//            if it subscribes to these events, and the object that diagnoses notify. The first
-//            Client of a proxy must not be made inside a callback of the proxy, because it
-//            registers.
+// SHARING    Clients of one proxy share its callbacks, so there may be any number. The proxy has
+// one
+//            printer callback, one command callback and one object that diagnoses notify: other
+//            code must leave them to the Client once it subscribes to such events. The first Client
+//            of a proxy registers, so it must not be made inside a callback of the proxy.
 
 #ifndef VEL_CLIENT_CLIENT_H
 #define VEL_CLIENT_CLIENT_H

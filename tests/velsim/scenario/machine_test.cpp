@@ -62,7 +62,7 @@ class ScenarioMachineTest : public ::testing::Test {
   const MachineState& machine() { return machineOf(simulator); }
 
   std::vector<BusEvent> events;
-  ManualClock* clock = new ManualClock;
+  SteppedClock* clock = new SteppedClock;
   Simulator simulator{setupOf(kClinic), std::unique_ptr<Scheduler>(clock)};
 };
 

@@ -4,25 +4,6 @@
 
 namespace velsim {
 
-void ManualClock::after(std::chrono::milliseconds delay, std::function<void()> task) {
-  tasks_.emplace(now_ + delay, std::move(task));
-}
-
-void ManualClock::stop() {
-  tasks_.clear();
-}
-
-void ManualClock::advance(std::chrono::milliseconds time) {
-  const std::chrono::milliseconds until = now_ + time;
-  while (!tasks_.empty() && tasks_.begin()->first <= until) {
-    now_ = tasks_.begin()->first;
-    const std::function<void()> task = std::move(tasks_.begin()->second);
-    tasks_.erase(tasks_.begin());
-    task();
-  }
-  now_ = until;
-}
-
 qxbus::Value block8(std::uint64_t number) {
   qxbus::Bytes block(sizeof number);
   std::memcpy(block.data(), &number, sizeof number);

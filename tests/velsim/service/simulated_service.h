@@ -17,6 +17,7 @@
 
 #include "vel/apps/local/velsim/scenario/scenario.h"
 #include "vel/apps/local/velsim/service/simulator.h"
+#include "vel/apps/local/velsim/service/stepped_clock.h"
 #include "vel/protocol/access.h"
 #include "vel/protocol/records.h"
 
@@ -32,19 +33,6 @@ namespace joystick_mapping = velprotocol::joystick_mapping;
 namespace new_device_result = velprotocol::new_device_result;
 namespace printer = velprotocol::printer;
 namespace vid_pid_policy = velprotocol::vid_pid_policy;
-
-class ManualClock : public Scheduler {
- public:
-  void after(std::chrono::milliseconds delay, std::function<void()> task) override;
-  void stop() override;
-
-  // Runs the tasks that are due by then, in order.
-  void advance(std::chrono::milliseconds time);
-
- private:
-  std::chrono::milliseconds now_{0};
-  std::multimap<std::chrono::milliseconds, std::function<void()>> tasks_;
-};
 
 // Values of the widths that the bus has.
 inline qxbus::Value int16(int value) {
@@ -105,7 +93,7 @@ class SimulatedServiceTest : public ::testing::Test {
   std::vector<BusEvent> events_;
 
  protected:
-  ManualClock* clock = new ManualClock;
+  SteppedClock* clock = new SteppedClock;
   Simulator simulator{std::unique_ptr<Scheduler>(clock)};
 };
 

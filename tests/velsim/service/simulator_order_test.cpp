@@ -25,7 +25,7 @@ class SimulatorOrderTest : public ::testing::Test {
                      [this, method](const Simulator::Answer&) { happened.push_back(method); });
   }
 
-  ManualClock* clock = new ManualClock;
+  SteppedClock* clock = new SteppedClock;
   std::vector<std::string> happened;
   Simulator simulator{std::unique_ptr<Scheduler>(clock)};
 };

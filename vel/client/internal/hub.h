@@ -110,6 +110,10 @@ class Hub : public VelDiagnoseNotify {
     if (hasJoysticks_ && joysticks.empty()) {
       proxy_.UnregisterJoystickCallback(this);
       hasJoysticks_ = false;
+      // A subscriber that came meanwhile found the subscription.
+      if (!joysticks.empty()) {
+        static_cast<void>(registerJoysticks());
+      }
     }
   }
 
@@ -178,7 +182,8 @@ class Hub : public VelDiagnoseNotify {
       const Record record(device, offsetof(CommonDevice, vmIdText));
       DeviceEvent event;
       describe(event, static_cast<EventCode>(code));
-      decode(proxy_, record.block(), event.device);
+      VmNames vms(proxy_);
+      decode(vms, record.block(), event.device);
       return event;
     });
     return 0;
@@ -189,7 +194,8 @@ class Hub : public VelDiagnoseNotify {
       const Record record(printer, offsetof(PrinterDevice, name));
       PrinterEvent event;
       hub(self).describe(event, static_cast<EventCode>(code));
-      decode(hub(self).proxy_, record.block(), event.printer);
+      VmNames vms(hub(self).proxy_);
+      decode(vms, record.block(), event.printer);
       return event;
     });
     return 0;

@@ -61,14 +61,23 @@ Control::Answer Control::run(const std::string& line) {
   return call->command ? call->command->run(call->arguments) : std::string();
 }
 
-bool Control::endsProgram(const std::string& line) const {
+base::Result<void> Control::check(const std::string& line) const {
   const base::Result<Call> call = parse(line);
-  return call && call->command && call->command->endsProgram;
+  if (!call) {
+    return call.failed();
+  }
+  const bool isChecked = call->command && call->command->check;
+  return isChecked ? call->command->check(call->arguments) : base::Result<void>();
+}
+
+bool Control::cutsConnections(const std::string& line) const {
+  const base::Result<Call> call = parse(line);
+  return call && call->command && call->command->cutsConnections;
 }
 
 bool Control::knows(const std::string& line) const {
   // A quote that is not closed is an error of the command in front of it.
-  const base::Result<Words> words = wordsIn(line.substr(0, line.find('"')));
+  const base::Result<Words> words = wordsIn(line.substr(0, line.find_first_of("\"'")));
   return words && !words->empty() && find(words->front()) != nullptr;
 }
 

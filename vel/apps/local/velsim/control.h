@@ -30,9 +30,12 @@ struct Command {
   std::size_t least = 0;  // number of arguments
   std::size_t most = 0;
   std::string help;
-  std::function<Answer(const Words& arguments)> run;
-  bool isJson = false;       // the answer is a JSON text on one line
-  bool endsProgram = false;  // run() does not return
+  std::function<Answer(const Words& arguments)> run = nullptr;
+  bool isJson = false;  // the answer is a JSON text on one line
+  // Callers over the bus get their answer before: run() ends the program, or its connections.
+  bool cutsConnections = false;
+  // Whether run() takes the arguments, as far as the machine does not matter; null: it does.
+  std::function<base::Result<void>(const Words& arguments)> check = nullptr;
 };
 
 class Control : public CommandRunner {
@@ -50,8 +53,11 @@ class Control : public CommandRunner {
   // A wrong line changes nothing. An empty line succeeds.
   Answer run(const std::string& line);
 
-  // Whether the line is one after which nobody answers.
-  bool endsProgram(const std::string& line) const;
+  // Whether the line is right, as far as the machine does not matter. Has no effect.
+  base::Result<void> check(const std::string& line) const;
+
+  // Whether the line is one after which nobody answers over the bus.
+  bool cutsConnections(const std::string& line) const;
 
   bool knows(const std::string& line) const override;
   base::Result<Json> answer(const std::string& line) override;

@@ -16,7 +16,7 @@ std::string carried(const std::string& text) {
 void run(Control& control, Log& log, qxbus::Request request) {
   const std::string line = qxbus::readString(request.arguments(), 0);
   log.writeDetail("control: " + base::printable(line));
-  if (control.endsProgram(line)) {
+  if (control.cutsConnections(line)) {
     request.reply({std::string()});
   }
   const Control::Answer answer = control.run(line);

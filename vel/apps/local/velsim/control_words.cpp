@@ -18,8 +18,10 @@ class WordReader {
   // Fails when a quote is not closed.
   base::Result<std::string> next() {
     std::string word;
-    while (!isAtEnd() && !isBlank(line_[at_])) {
-      if (line_[at_] != '"') {
+    bool isFirst = true;
+    for (; !isAtEnd() && !isBlank(line_[at_]); isFirst = false) {
+      // An apostrophe inside a word is one of its letters.
+      if (line_[at_] != '"' && !(isFirst && line_[at_] == '\'')) {
         word += line_[at_++];
         continue;
       }
@@ -45,9 +47,10 @@ class WordReader {
   }
 
   base::Result<std::string> quotedPart() {
+    const char quote = line_[at_];
     std::string part;
     for (++at_; !isAtEnd(); ++at_) {
-      if (line_[at_] == '"') {
+      if (line_[at_] == quote) {
         ++at_;
         return part;
       }
@@ -82,7 +85,7 @@ std::string lineOf(const Words& words) {
   std::string line;
   for (const std::string& word : words) {
     line += line.empty() ? "" : " ";
-    if (!word.empty() && word.find_first_of(std::string(kBlanks) + "\"\\") == std::string::npos) {
+    if (!word.empty() && word.find_first_of(std::string(kBlanks) + "\"'\\") == std::string::npos) {
       line += word;
       continue;
     }

@@ -1,6 +1,7 @@
 // Words of control lines.
 //
 //   plug camera "Front camera"     a word with blanks stands in quotes; \" and \\ inside quotes
+//   plug camera 'Front camera'     the same, for lines that stand in JSON; \' and \\ inside
 
 #ifndef VEL_APPS_LOCAL_VELSIM_CONTROL_WORDS_H
 #define VEL_APPS_LOCAL_VELSIM_CONTROL_WORDS_H

@@ -1,10 +1,12 @@
 #include "vel/apps/local/velsim/machine_commands.h"
 
 #include <cstdio>
+#include <iterator>
 #include <optional>
+#include <utility>
 
 #include "base/text.h"
-#include "base/utf8.h"
+#include "vel/apps/local/velsim/command_arguments.h"
 #include "vel/apps/local/velsim/service/queries.h"
 
 namespace velsim {
@@ -13,18 +15,6 @@ namespace {
 using Answer = Command::Answer;
 
 constexpr char kPrinter[] = "printer";
-constexpr std::size_t kLongestName = 127;  // that fits into the records
-
-// Fits into a fixed field of a record, where a NUL ends a text.
-bool isName(const std::string& name) {
-  return !name.empty() && name.size() <= kLongestName && base::isUtf8(name) &&
-         name.find('\0') == std::string::npos;
-}
-
-base::Failed badName(const std::string& command) {
-  return {command + ": the name must have 1 to " + std::to_string(kLongestName) +
-          " bytes of UTF-8"};
-}
 
 std::string listRow(std::uint16_t number, const char* type, DeviceStatus status, VmNumber vm,
                     std::uint64_t sourceId, const std::string& name) {
@@ -52,7 +42,7 @@ Answer list(const Simulator& simulator) {
   return text;
 }
 
-Answer plug(Simulator& simulator, const Words& arguments) {
+base::Result<Action> plug(Simulator& simulator, const Words& arguments) {
   const std::string& word = arguments[0];
   const std::string name = arguments.size() > 1 ? arguments[1] : "New " + word;
   const std::optional<DeviceType> type = pluggableType(word);
@@ -63,8 +53,8 @@ Answer plug(Simulator& simulator, const Words& arguments) {
   if (!isName(name)) {
     return badName("plug");
   }
-  std::uint16_t number = 0;
-  simulator.change([&](MachineState& machine) {
+  return changing(simulator, [type, name](MachineState& machine) -> Answer {
+    std::uint16_t number = 0;
     if (type) {
       const Device* const device = machine.plug(*type, name);
       number = device ? device->number : std::uint16_t{0};
@@ -72,80 +62,114 @@ Answer plug(Simulator& simulator, const Words& arguments) {
       const Printer* const printer = machine.printers.plug(name);
       number = printer ? printer->number : std::uint16_t{0};
     }
-  });
-  if (number == 0) {
-    return base::Failed{"plug: all device numbers are in use"};
-  }
-  return "plugged in " + std::to_string(number) + "\n";
-}
-
-Answer unplug(Simulator& simulator, const Words& arguments) {
-  const std::optional<std::uint16_t> number = base::parseDecimalAs<std::uint16_t>(arguments[0]);
-  if (!number) {
-    return base::Failed{"unplug: expected a number from 0 to 65535, got " +
-                        base::quoted(arguments[0])};
-  }
-  Status status = Status::kOk;
-  simulator.change([&](MachineState& machine) {
-    status = machine.devices.unplug(*number);
-    if (status == Status::kUnknownDevice) {
-      status = machine.printers.unplug(*number);
+    if (number == 0) {
+      return base::Failed{"plug: all device numbers are in use"};
     }
+    return "plugged in " + std::to_string(number) + "\n";
   });
-  if (status != Status::kOk) {
-    return base::Failed{"unplug: no device or printer " + arguments[0] +
-                        " is plugged in; type list for those that are"};
-  }
-  return "unplugged " + arguments[0] + "\n";
 }
 
-Answer camera(Simulator& simulator, const Words& arguments) {
+base::Result<Action> replug(Simulator& simulator, const Words& arguments) {
+  const auto number = base::parseDecimalAs<std::uint16_t>(arguments[0]);
+  if (!number) {
+    return unexpected("replug", "a number from 1 to 65535", arguments[0]);
+  }
+  return changing(simulator, [number = *number](MachineState& machine) {
+    Status status = machine.devices.replug(number);
+    if (status == Status::kUnknownDevice) {
+      status = machine.printers.replug(number);
+    }
+    return answerOf(status, "replug", "plugged in " + std::to_string(number));
+  });
+}
+
+base::Result<Action> unplug(Simulator& simulator, const Words& arguments) {
+  return changing(simulator, [word = arguments[0]](MachineState& machine) -> Answer {
+    const base::Result<Subject> subject = findSubject(machine, "unplug", word);
+    if (!subject) {
+      return subject.failed();
+    }
+    const Status status = subject->isDevice ? machine.devices.unplug(subject->number)
+                                            : machine.printers.unplug(subject->number);
+    if (status != Status::kOk) {
+      return base::Failed{"unplug: no device or printer " + word +
+                          " is plugged in; type list for those that are"};
+    }
+    return "unplugged " + std::to_string(subject->number) + "\n";
+  });
+}
+
+base::Result<Action> camera(Simulator& simulator, const Words& arguments) {
   const bool isAllowed = arguments[0] == "allow";
   if (!isAllowed && arguments[0] != "deny") {
-    return base::Failed{"camera: expected allow or deny, got " + base::quoted(arguments[0])};
+    return unexpected("camera", "allow or deny", arguments[0]);
   }
-  simulator.change([&](MachineState& machine) { machine.devices.allowCamera(isAllowed); });
-  return std::string(isAllowed ? "cameras allowed\n" : "cameras denied\n");
+  return changing(simulator, [isAllowed](MachineState& machine) -> Answer {
+    machine.devices.allowCamera(isAllowed);
+    return std::string(isAllowed ? "cameras allowed\n" : "cameras denied\n");
+  });
 }
 
-Answer vm(Simulator& simulator, const Words& arguments) {
-  const std::string& action = arguments[0];
-  const std::string& name = arguments[1];
-  if (action != "add" && action != "remove") {
-    return base::Failed{"vm: expected add or remove, got " + base::quoted(action)};
+Answer addVm(MachineState& machine, const std::string& name) {
+  const VmNumber added = machine.vms.add(name);
+  if (added == 0) {
+    return base::Failed{"vm: there is a VM " + base::quoted(name) + " already"};
   }
-  if (!isName(name)) {
+  return "added VM " + std::to_string(added) + "\n";
+}
+
+Answer changeVm(MachineState& machine, const std::string& action, const std::string& name) {
+  const base::Result<VmNumber> vm = findVm(machine, "vm", name);
+  if (!vm) {
+    return vm.failed();
+  }
+  const std::string number = std::to_string(*vm);
+  if (action == "remove") {
+    return machine.vms.remove(name) != 0
+               ? Answer("removed VM " + number + "\n")
+               : Answer(base::Failed{"vm: a VM is removed by its name, got " + base::quoted(name)});
+  }
+  if (action == "connect") {
+    return answerOf(machine.vms.connect(*vm, {}), "vm", "connected VM " + number);
+  }
+  return answerOf(machine.vms.disconnect(*vm), "vm", "disconnected VM " + number);
+}
+
+base::Result<Action> vm(Simulator& simulator, const Words& arguments) {
+  const std::string& action = arguments[0];
+  if (action != "add" && action != "remove" && action != "connect" && action != "disconnect") {
+    return unexpected("vm", "add, remove, connect or disconnect", action);
+  }
+  if (!isName(arguments[1])) {
     return badName("vm");
   }
-  if (action == "remove") {
-    VmNumber removed = 0;
-    simulator.change([&](MachineState& machine) { removed = machine.vms.remove(name); });
-    return removed == 0 ? Answer(base::Failed{"vm: there is no VM " + base::quoted(name) +
-                                              "; type vms for the list"})
-                        : Answer("removed VM " + std::to_string(removed) + "\n");
-  }
-  VmNumber added = 0;
-  simulator.change([&](MachineState& machine) { added = machine.vms.add(name); });
-  return added == 0 ? Answer(base::Failed{"vm: there is a VM " + base::quoted(name) + " already"})
-                    : Answer("added VM " + std::to_string(added) + "\n");
+  return changing(simulator, [action, name = arguments[1]](MachineState& machine) {
+    return action == "add" ? addVm(machine, name) : changeVm(machine, action, name);
+  });
 }
 
 }  // namespace
 
 std::vector<Command> machineCommands(Simulator& simulator) {
+  const auto with = [&simulator](base::Result<Action> (*prepare)(Simulator&, const Words&)) {
+    return [&simulator, prepare](const Words& arguments) { return prepare(simulator, arguments); };
+  };
   std::vector<Command> commands = {
-      {"plug", "TYPE [\"NAME\"]", 1, 2,
-       "plug in a device: " + base::joined(pluggableTypes()) + " or " + kPrinter,
-       [&simulator](const Words& arguments) { return plug(simulator, arguments); }},
-      {"unplug", "NUMBER", 1, 1, "unplug a device or a printer",
-       [&simulator](const Words& arguments) { return unplug(simulator, arguments); }},
-      {"camera", "allow|deny", 1, 1, "allow or deny the use of cameras",
-       [&simulator](const Words& arguments) { return camera(simulator, arguments); }},
-      {"vm", "add|remove \"NAME\"", 2, 2, "add a VM; remove one, which ends its session",
-       [&simulator](const Words& arguments) { return vm(simulator, arguments); }},
-      {"list", "", 0, 0, "list devices and printers",
+      prepared({"plug", "TYPE [\"NAME\"]", 1, 2,
+                "plug in a device: " + base::joined(pluggableTypes()) + " or " + kPrinter},
+               with(plug)),
+      prepared({"unplug", "DEVICE", 1, 1, "unplug a device or a printer"}, with(unplug)),
+      prepared({"replug", "NUMBER", 1, 1, "plug in a device of the scenario that was unplugged"},
+               with(replug)),
+      prepared({"camera", "allow|deny", 1, 1, "allow or deny the use of cameras"}, with(camera)),
+      prepared({"vm", "ACTION \"NAME\"", 2, 2, "add, remove, connect or disconnect a VM"},
+               with(vm)),
+      {"list", "", 0, 0, "list devices and printers; commands take number or name",
        [&simulator](const Words& /*none*/) { return list(simulator); }},
   };
+  for (std::vector<Command> more : {deviceCommands(simulator), reportCommands(simulator)}) {
+    std::move(more.begin(), more.end(), std::back_inserter(commands));
+  }
   for (const Query& query : queries()) {
     commands.push_back({query.word, "", 0, 0, query.help,
                         [&simulator, &query](const Words& /*none*/) {

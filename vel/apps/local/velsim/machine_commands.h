@@ -9,9 +9,16 @@
 
 namespace velsim {
 
-// plug, unplug, camera, vm, list, and the queries of service/queries.h. The simulator must outlive
-// them.
+// Those below; plug, unplug, replug, camera, vm, list, and the queries of service/queries.h. The
+// simulator must outlive them.
 std::vector<Command> machineCommands(Simulator& simulator);
+
+// device_commands.cpp: attach, detach, mount, unmount, trouble.
+std::vector<Command> deviceCommands(Simulator& simulator);
+// report_commands.cpp: diagnosis, answer, joystick.
+std::vector<Command> reportCommands(Simulator& simulator);
+// report_commands.cpp: one for each command of a scenario, with its answer.
+std::vector<Command> answeringCommands(const std::vector<CommandSetup>& setup);
 
 }  // namespace velsim
 

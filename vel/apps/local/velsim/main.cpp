@@ -72,6 +72,8 @@ int parseAndServe(int argc, char** argv) {
       ->type_name("FILE");
   app.add_flag("--print-scenario", options.isPrintingScenario,
                "Write the scenario, the built-in one without --scenario, and end");
+  app.add_flag("--step", options.isStepped,
+               "Stop the time of the scenario, until the commands step and advance move it");
   app.add_option("--pen-port", options.penPort,
                  "Serve the far end of the pen port too, on a Unix socket created at PATH; "
                  "needs no bus")

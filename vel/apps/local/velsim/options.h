@@ -17,6 +17,7 @@ struct Options {
   int parent = -1;       // socket to the program that has started velsim; negative: none
   std::string scenario;  // path of a file; empty: the built-in scenario
   bool isPrintingScenario = false;
+  bool isStepped = false;  // the time stands still until commands move it
   bool isQuiet = false;
 };
 

@@ -5,10 +5,22 @@
 #include <memory>
 #include <system_error>
 
+#include "vel/apps/local/velsim/control.h"
+#include "vel/apps/local/velsim/program_commands.h"
+#include "vel/apps/local/velsim/service/simulator.h"
+#include "vel/apps/local/velsim/service/stepped_clock.h"
+
 namespace velsim {
 
 std::optional<Scenario> parseScenario(const std::string& text, Mistakes& mistakes) {
-  return readScenario(text, {}, mistakes);
+  // Lines are checked against the commands of a velsim that does not run.
+  Simulator simulator(Setup(), std::make_unique<SteppedClock>());
+  Control control(simulator, [] {});
+  control.add(programCommands({}));
+  ScenarioParts parts;
+  parts.checkLine = [&control](const std::string& line) { return control.check(line); };
+  parts.isCommand = [&control](const std::string& word) { return control.knows(word); };
+  return readScenario(text, parts, mistakes);
 }
 
 std::optional<Scenario> loadScenario(const std::string& path, Mistakes& mistakes) {

@@ -12,6 +12,7 @@
 
 #include <unistd.h>
 
+#include "base/printable.h"
 #include "bus/dbus/bus_failure.h"
 #include "vel/apps/local/velsim/bus_service.h"
 #include "vel/apps/local/velsim/control.h"
@@ -19,10 +20,15 @@
 #include "vel/apps/local/velsim/line_reader.h"
 #include "vel/apps/local/velsim/line_writer.h"
 #include "vel/apps/local/velsim/log.h"
+#include "vel/apps/local/velsim/machine_commands.h"
 #include "vel/apps/local/velsim/parent.h"
 #include "vel/apps/local/velsim/pen_port.h"
+#include "vel/apps/local/velsim/presence.h"
+#include "vel/apps/local/velsim/program_commands.h"
 #include "vel/apps/local/velsim/service/simulator.h"
+#include "vel/apps/local/velsim/service/stepped_clock.h"
 #include "vel/apps/local/velsim/service/timer_thread.h"
+#include "vel/apps/local/velsim/timeline.h"
 
 namespace velsim {
 namespace {
@@ -105,9 +111,17 @@ std::string namedAddress(const Options& options) {
 class Server {
  public:
   Server(const Options& options, const Scenario& scenario, Log& log)
-      : options_(options), log_(log), simulator_(scenario.setup, std::make_unique<TimerThread>()) {
+      : options_(options),
+        log_(log),
+        stepped_(options.isStepped ? new SteppedClock : nullptr),
+        simulator_(scenario.setup, clock()),
+        timeline_(scenario.timeline, simulator_.clock(),
+                  [this](const std::string& line) { runScheduled(line); }) {
+    control_.add(programCommands({&presence_, &timeline_, stepped_}));
+    control_.add(answeringCommands(scenario.setup.commands));
     simulator_.setCommands(&control_);
   }
+  ~Server() { simulator_.setCommands(nullptr); }
 
   ExitCode run(const StopSignals& stopSignals) {
     if (!openPenPort() || !connectToBus()) {
@@ -122,7 +136,10 @@ class Server {
     } else {
       input.emplace(options_, control_, log_);
     }
+    timeline_.start();
     stopSignals.wait();
+    // Nothing happens by itself from here on.
+    simulator_.clock().stop();
     if (isBusLost_) {
       log_.write("the bus closed the connection; start the bus and velsim again");
       return kExitBusLost;
@@ -152,40 +169,58 @@ class Server {
   bool connectToBus() {
     const std::string named = namedAddress(options_);
     const std::string pid = ", pid " + std::to_string(::getpid());
-    try {
-      bus_.emplace(
-          options_.address, simulator_, log_,
-          [this] {
-            isBusLost_ = true;
-            StopSignals::raise();
-          },
-          std::vector{controlObject(control_, log_)});
-    } catch (const std::runtime_error& error) {
+    const base::Result<std::string> place = presence_.arrive();
+    if (!place) {
       const bool isUnreachable = !qxbus::busFailure().empty();
       if (isUnreachable && penPort_ && named.empty()) {
-        log_.write(error.what());
+        log_.write(place.reason());
         // Drops the events, which would wait for a sink.
         simulator_.setEventSink([](const BusEvent&) {});
         log_.write("ready at the pen port only" + pid);
         return true;
       }
-      log_.write("cannot serve" + (named.empty() ? "" : " on " + named) + ": " + error.what() +
+      log_.write("cannot serve" + (named.empty() ? "" : " on " + named) + ": " + place.reason() +
                  "; name another bus with --address or QXBUS_ADDRESS");
       return false;
     }
     std::size_t vms = 0;
     simulator_.read([&vms](const MachineState& machine) { vms = machine.vms.numbers().size(); });
-    log_.write("ready at " + bus_->place() + pid + ", VMs: " + std::to_string(vms));
+    log_.write("ready at " + *place + pid + ", VMs: " + std::to_string(vms));
     return true;
+  }
+
+  // For the simulator, which owns it.
+  std::unique_ptr<Scheduler> clock() const {
+    return stepped_ ? std::unique_ptr<Scheduler>(stepped_) : std::make_unique<TimerThread>();
+  }
+
+  std::unique_ptr<BusService> serveOnBus() {
+    return std::make_unique<BusService>(
+        options_.address, simulator_, log_,
+        [this] {
+          isBusLost_ = true;
+          StopSignals::raise();
+        },
+        std::vector{controlObject(control_, log_)});
+  }
+
+  // One entry of the time line.
+  void runScheduled(const std::string& line) {
+    const Control::Answer answer = control_.run(line);
+    log_.write("time line: " + base::printable(line) + " -> " +
+               (answer ? base::printable(answer->substr(0, answer->find('\n')))
+                       : "error: " + base::printable(answer.reason())));
   }
 
   const Options& options_;
   Log& log_;
   std::atomic<bool> isBusLost_{false};
+  SteppedClock* const stepped_;  // null in real time
   Simulator simulator_;
   Control control_{simulator_, vanish};
   std::optional<PenPort> penPort_;
-  std::optional<BusService> bus_;
+  Timeline timeline_;
+  Presence presence_{simulator_, [this] { return serveOnBus(); }};
 };
 
 }  // namespace

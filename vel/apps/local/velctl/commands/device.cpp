@@ -16,7 +16,7 @@ struct OptionalVm {
   std::optional<std::string> vmId;
 };
 
-void list(const Output& output, const OptionalVm& vm) {
+void listDevices(const Output& output, const OptionalVm& vm) {
   if (vm.vmId) {
     Operation operation("getDeviceList", *vm.vmId);
     finishDevices(output, operation, "devices",
@@ -32,7 +32,7 @@ struct DeviceNumber {
   unsigned short device = 0;
 };
 
-void showStatus(const Output& output, const DeviceNumber& given) {
+void showDevice(const Output& output, const DeviceNumber& given) {
   Operation operation("getDeviceStatus", Json{{"device", given.device}});
   const Devices devices = callForRecords(operation, &qx::VelProxy::GetDeviceStatus, given.device);
   operation.check();
@@ -84,11 +84,11 @@ void changeAttachment(const AttachmentChange& change, const Output& output,
   }
 }
 
-void connect(const Output& output, const Attachment& attachment) {
+void connectDevice(const Output& output, const Attachment& attachment) {
   changeAttachment(kConnect, output, attachment);
 }
 
-void disconnect(const Output& output, const Attachment& attachment) {
+void disconnectDevice(const Output& output, const Attachment& attachment) {
   changeAttachment(kDisconnect, output, attachment);
 }
 
@@ -167,15 +167,16 @@ void addDeviceCommands(CommandLine& commandLine) {
 
   const auto listed =
       addCommand(commandLine, group, "list",
-                 "List the devices of this machine, or those that a VM can have", list);
+                 "List the devices of this machine, or those that a VM can have", listDevices);
   listed.command.addOption("--vm", listed.arguments.vmId, "Devices that this VM can have")
       .typeName("NAME");
 
-  const auto status = addCommand(commandLine, group, "status", "Show one device", showStatus);
+  const auto status = addCommand(commandLine, group, "status", "Show one device", showDevice);
   addNumber(status.command, "device", status.arguments.device, "Number of the device").required();
 
-  addAttachmentCommand(commandLine, group, "connect", "Attach a device to a VM", connect);
-  addAttachmentCommand(commandLine, group, "disconnect", "Detach a device from a VM", disconnect);
+  addAttachmentCommand(commandLine, group, "connect", "Attach a device to a VM", connectDevice);
+  addAttachmentCommand(commandLine, group, "disconnect", "Detach a device from a VM",
+                       disconnectDevice);
 
   const auto redirection =
       addCommand(commandLine, group, "redirect",

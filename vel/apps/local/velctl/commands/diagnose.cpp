@@ -80,7 +80,7 @@ Answer requestAnswer(const Diagnosis& diagnosis, const std::string& vmId,
   return {printableLines(text), operation.answered(Json{{"text", jsonText(text)}})};
 }
 
-void write(const Output& output, const Progress& progress) {
+void writeProgress(const Output& output, const Progress& progress) {
   Json json = {{"event", "diagnosis"}};
   json.update(toJson(progress));
   output.line("status " + std::to_string(progress.status) + ": " + printableLines(progress.text),
@@ -99,7 +99,7 @@ bool writeWhileWaiting(const Output& output, Arrivals& arrivals, const std::stri
     if (!progress) {
       return isFinal;
     }
-    write(output, *progress);
+    writeProgress(output, *progress);
     isFinal = isFinal || progress->status == options.finalStatus;
   }
 }
@@ -109,7 +109,7 @@ bool writeWhileFollowing(const Output& output, Arrivals& arrivals, const Options
   const auto deadline = Arrivals::Clock::now() + std::chrono::seconds(options.followSeconds);
   while (const std::optional<std::optional<Progress>> next = arrivals.next(deadline)) {
     Output::noteDropped(arrivals.droppedBefore(), kProgress);
-    write(output, **next);
+    writeProgress(output, **next);
     if ((*next)->status == options.finalStatus) {
       return true;
     }

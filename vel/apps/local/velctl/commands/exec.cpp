@@ -57,7 +57,7 @@ void run(const Output& output, const ServiceCommand& given) {
   output.line(describe(*answer), json);
 }
 
-struct Vm {
+struct HelpOfVm {
   std::string vmId;
 };
 
@@ -72,7 +72,7 @@ std::string_view withoutFrame(std::string_view help) {
   return help;
 }
 
-void showHelp(const Output& output, const Vm& vm) {
+void showHelp(const Output& output, const HelpOfVm& vm) {
   Operation operation("getvelcmdhelp", vm.vmId);
   const std::string help = operation.call(&qx::VelProxy::GetVelCmdHelp, vm.vmId);
   const std::string_view text = withoutFrame(help);

@@ -43,7 +43,7 @@ void finishRecords(const Output& output, const Operation& operation, const std::
   operation.finishList(output, name, elements, text);
 }
 
-void list(const Output& output) {
+void listJoysticks(const Output& output) {
   Operation operation("getJoystickDevList");
   const auto joysticks = operation.call(&qx::VelProxy::GetJoystickDevList);
   finishRecords(output, operation, "joysticks", "joystick", joysticks);
@@ -170,7 +170,7 @@ class FirstSubscription {
   std::atomic<const qx::VelProxy*> subscriber_{nullptr};  // null until a request may be sent
 };
 
-void write(const Output& output, const ResultEvent& result) {
+void writeResult(const Output& output, const ResultEvent& result) {
   const std::string_view bytes = bytesOf(result.record);
   output.line("joystick result (code " + std::to_string(result.code) + ")\n" + hexDump(bytes),
               {{"event", "joystick"}, {"code", result.code}, {"hex", base::hexOf(bytes)}});
@@ -181,7 +181,7 @@ void writeResults(const Output& output, Results& results) {
     while (const std::optional<std::optional<ResultEvent>> next = results.next()) {
       Output::noteDropped(results.droppedBefore(), "result");
       if (*next) {
-        write(output, **next);
+        writeResult(output, **next);
       } else if (!results.isStopped()) {
         report(output, subscribe(results));
       }
@@ -192,7 +192,7 @@ void writeResults(const Output& output, Results& results) {
   }
 }
 
-void watch(const Output& output) {
+void watchResults(const Output& output) {
   // Never destroyed: callbacks may come as late as the end of the process.
   static Results& results = *new Results;
   const auto first = std::make_shared<FirstSubscription>(results);
@@ -220,7 +220,8 @@ void watch(const Output& output) {
 
 void addJoystickCommands(CommandLine& commandLine) {
   const ParserCommand group = commandLine.group("joystick", "Joysticks and their mappings");
-  commandLine.command(group, "list", "List the joysticks; the position identifies each", list);
+  commandLine.command(group, "list", "List the joysticks; the position identifies each",
+                      listJoysticks);
   commandLine.command(group, "mappings", "List the mappings; the position identifies each",
                       listMappings);
 
@@ -235,7 +236,7 @@ void addJoystickCommands(CommandLine& commandLine) {
       .required();
 
   commandLine.command(group, "watch", "Print joystick results until interrupted (exit status 0)",
-                      watch);
+                      watchResults);
 }
 
 }  // namespace velctl

@@ -17,15 +17,15 @@ struct Configuration {
   std::string vmId;
 };
 
-Json detailsOf(const Configuration& given) {
+Json configurationDetails(const Configuration& given) {
   return {{"source", given.source},
           {"type", given.type},
           {"autoConnect", given.autoConnect},
           {"popup", given.popup}};
 }
 
-void connect(const Output& output, const Configuration& given) {
-  Operation operation("configNewDeviceAsConnect", given.vmId, detailsOf(given));
+void connectNewDevice(const Output& output, const Configuration& given) {
+  Operation operation("configNewDeviceAsConnect", given.vmId, configurationDetails(given));
   const int status =
       operation.callSlowly("attaching the device", &qx::VelProxy::ConfigNewDeviceAsConnect,
                            given.vmId, given.source, given.type, given.autoConnect, given.popup);
@@ -33,7 +33,7 @@ void connect(const Output& output, const Configuration& given) {
 }
 
 void ignore(const Output& output, const Configuration& given) {
-  Operation operation("configNewDeviceAsIgnore", detailsOf(given));
+  Operation operation("configNewDeviceAsIgnore", configurationDetails(given));
   const int status =
       operation.callSlowly("ignoring the device", &qx::VelProxy::ConfigNewDeviceAsIgnore,
                            given.source, given.type, given.autoConnect, given.popup);
@@ -81,8 +81,9 @@ void addNewDeviceCommands(CommandLine& commandLine) {
   const ParserCommand group =
       commandLine.group("new-device", "Configure a newly plugged-in device");
 
-  const auto [connectCommand, configuration] = addConfiguration(
-      commandLine, group, "connect", "Attach the device to a VM (takes up to 10 s)", connect);
+  const auto [connectCommand, configuration] =
+      addConfiguration(commandLine, group, "connect",
+                       "Attach the device to a VM (takes up to 10 s)", connectNewDevice);
   addVm(connectCommand, configuration.vmId).required();
   addConfiguration(commandLine, group, "ignore", "Ignore the device", ignore);
 

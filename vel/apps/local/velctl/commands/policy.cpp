@@ -159,7 +159,7 @@ void setTurbo(const Output& output, const Turbo& turbo) {
 
 // --- All devices ---------------------------------------------------------------------------------
 
-void list(const Output& output) {
+void listPolicies(const Output& output) {
   Operation operation("getPolicyListByVidPid");
   // Only the service knows the content of a policy.
   const auto policies = operation.call(&qx::VelProxy::GetPolicyListByVidPid);
@@ -168,7 +168,7 @@ void list(const Output& output) {
   operation.finishWith(output, std::to_string(count), Json{{"policies", count}});
 }
 
-void reset(const Output& output) {
+void resetProperties(const Output& output) {
   Operation operation("resetAllDeviceProperty");
   const int status = operation.call(&qx::VelProxy::ResetAllDeviceProperty);
   operation.finish(output, status, "all properties reset");
@@ -235,12 +235,12 @@ void addPolicyCommands(CommandLine& commandLine) {
   commandLine.command(
       group, "list",
       "Count the policies by USB vendor and product id; only the service knows their content",
-      list);
+      listPolicies);
   addDevicePolicies(commandLine, group);
   addAutoConnect(commandLine, group);
   addProperties(commandLine, group);
   addTurbo(commandLine, group);
-  commandLine.command(group, "reset", "Reset all properties", reset);
+  commandLine.command(group, "reset", "Reset all properties", resetProperties);
 }
 
 }  // namespace velctl

@@ -11,11 +11,11 @@
 namespace velctl {
 namespace {
 
-struct Vm {
+struct PrinterVm {
   std::string vmId;
 };
 
-void list(const Output& output, const Vm& vm) {
+void listPrinters(const Output& output, const PrinterVm& vm) {
   Operation operation("getPrinterList", vm.vmId);
   finishPrinters(output, operation,
                  callForRecords(operation, &qx::VelProxy::GetPrinterList, vm.vmId));
@@ -25,7 +25,7 @@ struct PrinterNumber {
   unsigned short printer = 0;
 };
 
-void showStatus(const Output& output, const PrinterNumber& given) {
+void showPrinter(const Output& output, const PrinterNumber& given) {
   Operation operation("getPrinterStatus", Json{{"printer", given.printer}});
   const Printers printers =
       callForRecords(operation, &qx::VelProxy::GetPrinterStatus, given.printer);
@@ -37,19 +37,19 @@ void showStatus(const Output& output, const PrinterNumber& given) {
   finishPrinters(output, operation, printers);
 }
 
-struct Attachment {
+struct PrinterAttachment {
   unsigned short printer = 0;
   std::string vmId;
 };
 
-void connect(const Output& output, const Attachment& attachment) {
+void connectPrinter(const Output& output, const PrinterAttachment& attachment) {
   Operation operation("connectPrinter", attachment.vmId, Json{{"printer", attachment.printer}});
   const int status =
       operation.call(&qx::VelProxy::ConnectPrinter, attachment.vmId, attachment.printer);
   operation.finish(output, status, "printer " + std::to_string(attachment.printer) + " connected");
 }
 
-void disconnect(const Output& output, const Attachment& attachment) {
+void disconnectPrinter(const Output& output, const PrinterAttachment& attachment) {
   Operation operation("disconnectPrinter", attachment.vmId, Json{{"printer", attachment.printer}});
   const int status =
       operation.call(&qx::VelProxy::DisconnectPrinter, attachment.vmId, attachment.printer);
@@ -74,9 +74,9 @@ void runPrinterCommand(const Output& output, const PrinterCommand& given) {
                        std::to_string(given.source));
 }
 
-void addAttachmentCommand(CommandLine& commandLine, const ParserCommand& group,
-                          const std::string& name, const std::string& help,
-                          void (*run)(const Output&, const Attachment&)) {
+void addPrinterAttachmentCommand(CommandLine& commandLine, const ParserCommand& group,
+                                 const std::string& name, const std::string& help,
+                                 void (*run)(const Output&, const PrinterAttachment&)) {
   const auto [command, attachment] = addCommand(commandLine, group, name, help, run);
   addNumber(command, "printer", attachment.printer, "Number of the printer").required();
   addVm(command, attachment.vmId).required();
@@ -88,17 +88,19 @@ void addPrinterCommands(CommandLine& commandLine) {
   const ParserCommand group = commandLine.group(
       "printer", "Printers: redirection, network printers, shared printers, print queues");
 
-  const auto listed = addCommand(commandLine, group, "list",
-                                 "List the printers that can be redirected into a VM", list);
+  const auto listed =
+      addCommand(commandLine, group, "list", "List the printers that can be redirected into a VM",
+                 listPrinters);
   addVm(listed.command, listed.arguments.vmId);
 
-  const auto status = addCommand(commandLine, group, "status", "Show one printer", showStatus);
+  const auto status = addCommand(commandLine, group, "status", "Show one printer", showPrinter);
   addNumber(status.command, "printer", status.arguments.printer, "Number of the printer")
       .required();
 
-  addAttachmentCommand(commandLine, group, "connect", "Redirect a printer into a VM", connect);
-  addAttachmentCommand(commandLine, group, "disconnect",
-                       "End the redirection of a printer into a VM", disconnect);
+  addPrinterAttachmentCommand(commandLine, group, "connect", "Redirect a printer into a VM",
+                              connectPrinter);
+  addPrinterAttachmentCommand(commandLine, group, "disconnect",
+                              "End the redirection of a printer into a VM", disconnectPrinter);
 
   const auto [command, given] = addCommand(
       commandLine, group, "command",

@@ -20,19 +20,19 @@ void refuseEmpty(const std::string& method, const std::string& meaning, const st
   }
 }
 
-void list(const Output& output) {
+void listNetworkPrinters(const Output& output) {
   Operation operation("getNetworkPrinterList");
   finishDevices(output, operation, "printers",
                 callForRecords(operation, &qx::VelProxy::GetNetworkPrinterList));
 }
 
-struct NewPrinter {
+struct NetworkPrinter {
   std::string address;
   std::optional<std::string> name;
   std::string extra;
 };
 
-void add(const Output& output, const NewPrinter& added) {
+void addNetworkPrinter(const Output& output, const NetworkPrinter& added) {
   refuseEmpty("addNetworkPrinter", "address", added.address);
   refuseEmpty("addNetworkPrinter", "name", added.name.value_or("default"));
   Json details = {{"address", jsonText(added.address)}};
@@ -48,11 +48,11 @@ void add(const Output& output, const NewPrinter& added) {
   operation.finish(output, status, printableInQuotes(added.address) + " added");
 }
 
-struct PrinterName {
+struct NetworkPrinterName {
   std::string name;
 };
 
-void remove(const Output& output, const PrinterName& removed) {
+void removeNetworkPrinter(const Output& output, const NetworkPrinterName& removed) {
   Operation operation("deleteNetworkPrinter", Json{{"name", jsonText(removed.name)}});
   const int status = operation.call(&qx::VelProxy::DeleteNetworkPrinter, removed.name);
   operation.finish(output, status, printableInQuotes(removed.name) + " deleted");
@@ -79,16 +79,16 @@ void rename(const Output& output, const Renaming& renaming) {
 
 void addNetworkPrinterCommands(CommandLine& commandLine, const ParserCommand& printers) {
   const ParserCommand group = printers.addGroup("network", "Network printers");
-  commandLine.command(group, "list", "List the network printers", list);
+  commandLine.command(group, "list", "List the network printers", listNetworkPrinters);
 
   const auto [addition, added] =
-      addCommand(commandLine, group, "add", "Add a network printer", add);
+      addCommand(commandLine, group, "add", "Add a network printer", addNetworkPrinter);
   addition.addOption("address", added.address, "Address of the printer").required();
   addition.addOption("name", added.name, "Name of the printer (default: the library's)");
   addition.addOption("extra", added.extra, "Further text for the service");
 
   const auto [removal, removed] =
-      addCommand(commandLine, group, "delete", "Delete a network printer", remove);
+      addCommand(commandLine, group, "delete", "Delete a network printer", removeNetworkPrinter);
   removal.addOption("name", removed.name, "Name of the printer").required();
 
   const auto [renamingCommand, renaming] =

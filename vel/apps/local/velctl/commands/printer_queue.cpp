@@ -15,7 +15,7 @@ void finishText(const Output& output, const Operation& operation, const std::str
   operation.finishWith(output, printableLines(text), Json{{"text", jsonText(text)}});
 }
 
-void search(const Output& output) {
+void searchAllPrinters(const Output& output) {
   Operation operation("searchAllPrinter");
   const std::string found =
       operation.callSlowly("searching for printers", &qx::VelProxy::SearchAllPrinter);
@@ -46,7 +46,7 @@ Json detailsOf(const NewPrinter& added) {
           {"third", jsonText(added.third)}};
 }
 
-void add(const Output& output, const NewPrinter& added) {
+void addQueue(const Output& output, const NewPrinter& added) {
   Operation operation("addPrinter", detailsOf(added));
   const int status =
       operation.call(&qx::VelProxy::AddLocalPrinter, added.first, added.second, added.third);
@@ -60,7 +60,7 @@ void addWithAnyDriver(const Output& output, const NewPrinter& added) {
   operation.finish(output, status, printableInQuotes(added.first) + " added");
 }
 
-void remove(const Output& output, const PrinterName& removed) {
+void removeQueue(const Output& output, const PrinterName& removed) {
   Operation operation("deletePrinter", Json{{"printer", jsonText(removed.printer)}});
   const int status = operation.call(&qx::VelProxy::DeletePrinter, removed.printer);
   operation.finish(output, status, printableInQuotes(removed.printer) + " deleted");
@@ -110,14 +110,16 @@ void addPrintQueueCommands(CommandLine& commandLine, const ParserCommand& printe
   const ParserCommand group =
       printers.addGroup("queue", "Print queues of this machine and their drivers");
   commandLine.command(group, "search",
-                      "Show all printers that the service can reach (takes up to 30 s)", search);
+                      "Show all printers that the service can reach (takes up to 30 s)",
+                      searchAllPrinters);
   addPrinterCommand(commandLine, group, "drivers",
                     "Show the drivers for a printer (takes up to 30 s)", listDrivers);
-  addAdditionCommand(commandLine, group, "add", "Add a printer, described by three texts", add);
+  addAdditionCommand(commandLine, group, "add", "Add a printer, described by three texts",
+                     addQueue);
   addAdditionCommand(commandLine, group, "auto-add",
                      "Add a printer with a driver that the service chooses (takes up to 30 s)",
                      addWithAnyDriver);
-  addPrinterCommand(commandLine, group, "delete", "Delete a printer", remove);
+  addPrinterCommand(commandLine, group, "delete", "Delete a printer", removeQueue);
   const auto [command, change] =
       addCommand(commandLine, group, "driver", "Change the driver of a printer", changeDriver);
   command.addOption("printer", change.printer, "Name of the printer").required();

@@ -31,7 +31,7 @@ _SharePrinterDevice printerOf(const std::string& address, const std::string& nam
   return printer;
 }
 
-Json toJson(const _SharePrinterDevice& printer) {
+Json printerJson(const _SharePrinterDevice& printer) {
   return {{"address", jsonText(textIn(printer.addr))},
           {"name", jsonText(textIn(printer.name))},
           {"description", jsonText(textIn(printer.desc))}};
@@ -57,7 +57,7 @@ WriteResult searchAt(const std::string& address) {
     Json elements = Json::array();
     Table table({"ADDRESS", "NAME", "DESCRIPTION"});
     for (const _SharePrinterDevice& printer : found) {
-      elements.push_back(toJson(printer));
+      elements.push_back(printerJson(printer));
       table.add({base::printable(textIn(printer.addr)), base::printable(textIn(printer.name)),
                  base::printable(textIn(printer.desc))});
     }
@@ -77,7 +77,7 @@ std::string stopSearch() {
              : "the search could not be stopped: " + base::printable(error.text);
 }
 
-void search(const Output& output, const Address& given) {
+void searchSharedPrinters(const Output& output, const Address& given) {
   if (!qx::checkIpAddr(given.address)) {
     throw Failure(kExitUsage, std::string(kSearch) + ": " + printableInQuotes(given.address) +
                                   " is not an IPv4 address such as 10.0.0.7 or 10.0.0.7:631");
@@ -110,7 +110,7 @@ struct NewPrinters {
   std::vector<std::string> texts;
 };
 
-void add(const Output& output, const NewPrinters& added) {
+void addSharedPrinters(const Output& output, const NewPrinters& added) {
   if (added.texts.size() % kTextsPerPrinter != 0) {
     throw Failure(kExitUsage,
                   "addSharePrinter: each printer needs an address, a name and a description; "
@@ -120,7 +120,7 @@ void add(const Output& output, const NewPrinters& added) {
   Json elements = Json::array();
   for (std::size_t i = 0; i < added.texts.size(); i += kTextsPerPrinter) {
     printers.push_back(printerOf(added.texts[i], added.texts[i + 1], added.texts[i + 2]));
-    elements.push_back(toJson(printers.back()));
+    elements.push_back(printerJson(printers.back()));
   }
   Operation operation("addSharePrinter", Json{{"printers", elements}});
   const int status = operation.call(&qx::VelProxy::AddSharePrinterDevice, printers);
@@ -132,7 +132,7 @@ struct SharedPrinter {
   std::string name;
 };
 
-void remove(const Output& output, const SharedPrinter& removed) {
+void removeSharedPrinter(const Output& output, const SharedPrinter& removed) {
   _SharePrinterDevice printer = printerOf(removed.address, removed.name, "");
   Operation operation("deleteSharePrinter", Json{{"address", jsonText(removed.address)},
                                                  {"name", jsonText(removed.name)}});
@@ -145,23 +145,23 @@ void remove(const Output& output, const SharedPrinter& removed) {
 void addSharedPrinterCommands(CommandLine& commandLine, const ParserCommand& printers) {
   const ParserCommand group = printers.addGroup("shared", "Printers that other machines share");
 
-  const auto [searchCommand, searched] =
-      addCommand(commandLine, group, "search",
-                 "List the printers that a machine shares (takes up to 10 s)", search);
+  const auto [searchCommand, searched] = addCommand(
+      commandLine, group, "search", "List the printers that a machine shares (takes up to 10 s)",
+      searchSharedPrinters);
   searchCommand
       .addOption("address", searched.address, "IPv4 address of the machine, with or without a port")
       .required();
 
   commandLine.command(group, "stop", "Stop all searches of the service", stop);
 
-  const auto [addition, added] =
-      addCommand(commandLine, group, "add", "Add shared printers, as a search shows them", add);
+  const auto [addition, added] = addCommand(
+      commandLine, group, "add", "Add shared printers, as a search shows them", addSharedPrinters);
   addition.addOption("printers", added.texts, "Address, name and description of each printer")
       .required()
       .typeName("ADDRESS NAME DESCRIPTION");
 
   const auto [removal, removed] =
-      addCommand(commandLine, group, "delete", "Delete a shared printer", remove);
+      addCommand(commandLine, group, "delete", "Delete a shared printer", removeSharedPrinter);
   removal.addOption("address", removed.address, "Address of the printer").required();
   removal.addOption("name", removed.name, "Name of the printer").required();
 }

@@ -13,7 +13,7 @@
 namespace velctl {
 namespace {
 
-void list(const Output& output) {
+void listVms(const Output& output) {
   Operation operation("getVmList");
   const std::map<std::string, unsigned int> vms = operation.call(&qx::VelProxy::GetVmList);
   if (vms.empty()) {
@@ -34,7 +34,7 @@ void list(const Output& output) {
   operation.check();
 }
 
-void connect(const Output& output, const VmInfo& info) {
+void connectVm(const Output& output, const VmInfo& info) {
   Operation operation("connectVm", info.vmId);
   const unsigned int status = operation.call(&qx::VelProxy::ConnectVm, info);
   if (info.kstStreamCollaborateType != 0) {
@@ -44,17 +44,17 @@ void connect(const Output& output, const VmInfo& info) {
   operation.finish(output, status, "connected");
 }
 
-struct Vm {
+struct VmName {
   std::string vmId;
 };
 
-void start(const Output& output, const Vm& vm) {
+void start(const Output& output, const VmName& vm) {
   Operation operation("startManager", vm.vmId);
   const unsigned int status = operation.call(&qx::VelProxy::StartVm, vm.vmId);
   operation.finishSent(output, status, "start requested");
 }
 
-void disconnect(const Output& output, const Vm& vm) {
+void disconnectVm(const Output& output, const VmName& vm) {
   Operation operation("disconnectVm", vm.vmId);
   const unsigned int status = operation.call(&qx::VelProxy::DisconnectVm, vm.vmId);
   operation.finishSent(output, status, "disconnect requested");
@@ -110,7 +110,7 @@ void addVmArgument(const ParserCommand& command, std::string& vmId) {
 
 void addConnectCommand(CommandLine& commandLine, const ParserCommand& group) {
   const auto added =
-      addCommand(commandLine, group, "connect", "Attach the service to a VM session", connect);
+      addCommand(commandLine, group, "connect", "Attach the service to a VM session", connectVm);
   const ParserCommand& command = added.command;
   VmInfo& info = added.arguments;
   addVmArgument(command, info.vmId);
@@ -144,7 +144,7 @@ void addPortCommand(CommandLine& commandLine, const ParserCommand& group) {
 
 void addVmCommands(CommandLine& commandLine) {
   const ParserCommand group = commandLine.group("vm", "VM sessions");
-  commandLine.command(group, "list", "List the VMs with the service's numbers for them", list);
+  commandLine.command(group, "list", "List the VMs with the service's numbers for them", listVms);
   addConnectCommand(commandLine, group);
 
   const auto started =
@@ -153,7 +153,7 @@ void addVmCommands(CommandLine& commandLine) {
   addVmArgument(started.command, started.arguments.vmId);
   const auto disconnected = addCommand(
       commandLine, group, "disconnect",
-      "Detach the service from a VM session; the service does not report the result", disconnect);
+      "Detach the service from a VM session; the service does not report the result", disconnectVm);
   addVmArgument(disconnected.command, disconnected.arguments.vmId);
 
   addFocusCommand(commandLine, group);

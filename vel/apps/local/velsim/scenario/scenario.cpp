@@ -47,7 +47,7 @@ std::optional<Scenario> readScenario(std::string_view text, const ScenarioParts&
     ObjectReader file(*root, mistakes);
     readText(file.find("$schema"), mistakes, 0, kLongestTitle);
     readText(file.find("title"), mistakes, 0, kLongestTitle);
-    scenario.setup = SetupReader(mistakes).read(file);
+    scenario.setup = SetupReader(mistakes, parts.isCommand).read(file);
     if (parts.checkLine) {
       scenario.timeline = readTimeline(file.find("timeline"), parts, mistakes);
     }

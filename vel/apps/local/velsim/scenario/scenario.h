@@ -32,6 +32,8 @@ struct Scenario {
 struct ScenarioParts {
   // Checks a control line without running it. Null: a time line is a mistake.
   std::function<base::Result<void>(const std::string& line)> checkLine;
+  // Whether a control command has this name, which the scenario's own commands must not have.
+  std::function<bool(const std::string& word)> isCommand;
   // Reads the value of "faults". Null: the member is a mistake.
   std::function<void(const JsonNode& node, Mistakes& mistakes)> readFaults;
 };

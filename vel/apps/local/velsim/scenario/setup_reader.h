@@ -4,9 +4,11 @@
 #define VEL_APPS_LOCAL_VELSIM_SCENARIO_SETUP_READER_H
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "vel/apps/local/velsim/machine/setup.h"
@@ -29,7 +31,9 @@ class UniqueValues {
 // One member function for each section; those that refer to another section read it before.
 class SetupReader {
  public:
-  explicit SetupReader(Mistakes& mistakes) : mistakes_(mistakes) {}
+  // isCommand: whether the name of a command is taken; may be null.
+  SetupReader(Mistakes& mistakes, std::function<bool(const std::string& word)> isCommand)
+      : mistakes_(mistakes), isCommand_(std::move(isCommand)) {}
 
   Setup read(ObjectReader& file);
 
@@ -60,6 +64,7 @@ class SetupReader {
   void readDiagnosis(const JsonNode* node);
 
   Mistakes& mistakes_;
+  const std::function<bool(const std::string& word)> isCommand_;
   Setup setup_;
   UniqueValues numbers_;
   UniqueValues sourceIds_;

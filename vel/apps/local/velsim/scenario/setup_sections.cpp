@@ -195,7 +195,12 @@ void SetupReader::readCommands(const JsonNode* node) {
     ObjectReader object(*child, mistakes_);
     CommandSetup command;
     const JsonNode* const word = object.need("word");
-    command.word = readText(word, mistakes_, 1, kLongTextBytes).value_or("");
+    command.word = readText(word, mistakes_, 1, kNameBytes).value_or("");
+    if (command.word.find_first_of(" \t\r\n\"\\") != std::string::npos) {
+      mistakes_.add(*word, "expected one word without quotes, found " + word->shown());
+    } else if (isCommand_ && isCommand_(command.word)) {
+      mistakes_.add(*word, "velsim has a command " + shownText(command.word) + " of its own");
+    }
     command.help = readText(object.find("help"), mistakes_, 0, kLongTextBytes).value_or("");
     if (const JsonNode* const answer = object.need("answer")) {
       command.answer = jsonOf(*answer);

@@ -1,0 +1,147 @@
+// velsim with a scenario: its machine, its time line, and a service that leaves and returns.
+
+#include <csignal>
+#include <fstream>
+
+#include "tests/end_to_end/end_to_end_test.h"
+#include "vel/apps/local/velctl/exit_codes.h"
+#include "vel/apps/local/velsim/exit_codes.h"
+
+namespace end_to_end {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+// Over the bus daemon, or straight at the service's socket.
+class ScenarioTest : public EndToEndTest, public ::testing::WithParamInterface<bool> {
+ protected:
+  std::string address() { return GetParam() ? "direct:" + folder() + "/vel" : bus().address(); }
+
+  std::string written(const std::string& text) const {
+    const std::string path = folder() + "/scenario.json";
+    std::ofstream(path) << text;
+    return path;
+  }
+  void start(const std::string& text) {
+    startVelsim({"--scenario", written(text), "--step"}, address());
+  }
+
+  Process::Options client(const std::vector<std::string>& arguments) {
+    Process::Options options = velctlOptions(arguments);
+    options.environment["QXBUS_ADDRESS"] = address();
+    return options;
+  }
+  std::string velctlOut(const std::vector<std::string>& arguments) {
+    return processes::run(client(arguments)).out;
+  }
+};
+
+constexpr char kDay[] = R"({
+  "vms": [ { "id": "records", "number": 7 } ],
+  "devices": [ { "number": 4, "type": "generic", "name": "Card reader" } ],
+  "timeline": [
+    { "after": "1h", "do": "plug camera 'Front camera'" },
+    { "after": "1h", "do": "leave" },
+    { "after": "1h", "do": "return" },
+    { "after": "1h", "do": "unplug 'Card reader'" }
+  ]
+})";
+
+TEST_P(ScenarioTest, TheMachineIsTheOneOfTheFile) {
+  start(kDay);
+
+  EXPECT_THAT(velctlOut({"vm", "list"}), AllOf(HasSubstr("records"), Not(HasSubstr("win11"))));
+  EXPECT_THAT(velctlOut({"device", "list"}), HasSubstr("Card reader"));
+}
+
+TEST_P(ScenarioTest, ClientsSeeADeathAndAReturnWhileVelsimRunsOn) {
+  start(kDay);
+  Process watch(client({"watch", "records"}));
+  ASSERT_TRUE(isWatching(watch)) << watch.err();
+
+  EXPECT_EQ(velsim()->control("step"), "1 step, 3 left, at 3600000 ms");
+  EXPECT_THAT(watch.readLine(), HasSubstr("Front camera"));
+  EXPECT_EQ(velsim()->control("step"), "1 step, 2 left, at 7200000 ms");
+  EXPECT_EQ(processes::run(client({"device", "list"})).status, velctl::kExitNoService);
+  EXPECT_EQ(velsim()->control("step"), "1 step, 1 left, at 10800000 ms");
+  EXPECT_EQ(watch.readLine(), "records: session ended, the service has died (code 5)");
+
+  EXPECT_THAT(velctlOut({"device", "list"}), HasSubstr("Front camera"));
+  EXPECT_EQ(velsim()->control("step"), "1 step, 0 left, at 14400000 ms");
+  EXPECT_THAT(velctlOut({"device", "list"}), Not(HasSubstr("Card reader")));
+}
+
+TEST_P(ScenarioTest, LeavingTwiceAndReturningTwiceAreRefused) {
+  start(R"({"vms": [ { "id": "records", "number": 7 } ]})");
+  constexpr int kRounds = 5;
+
+  for (int round = 0; round < kRounds; ++round) {
+    EXPECT_EQ(velsim()->control("leave"), "left the bus");
+    EXPECT_THROW(velsim()->control("leave"), std::runtime_error);
+    EXPECT_THAT(velsim()->control("return"), StartsWith("back at "));
+    EXPECT_THROW(velsim()->control("return"), std::runtime_error);
+    EXPECT_THAT(velctlOut({"vm", "list"}), HasSubstr("records"));
+  }
+}
+
+TEST_P(ScenarioTest, TheServiceLeavesByItsOwnControlObject) {
+  start(R"({"vms": [ { "id": "records", "number": 7 } ]})");
+
+  const Finished left = run(options({VELSIM_PATH, "ctl", "--bus", address(), "leave"}));
+
+  EXPECT_EQ(left.status, velsim::kExitStopped) << left.err;
+  ASSERT_TRUE(comesTrue([this] {
+    return processes::run(client({"vm", "list"})).status == velctl::kExitNoService;
+  }));
+  EXPECT_THAT(velsim()->control("return"), StartsWith("back at "));
+  EXPECT_THAT(velctlOut({"vm", "list"}), HasSubstr("records"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Over, ScenarioTest, ::testing::Bool(), [](const auto& instance) {
+  return instance.param ? "DirectConnection" : "BusDaemon";
+});
+
+class ScenarioFileTest : public EndToEndTest {
+ protected:
+  Finished velsimWith(std::vector<std::string> arguments) const {
+    arguments.insert(arguments.begin(), VELSIM_PATH);
+    return processes::run(options(arguments));
+  }
+};
+
+TEST_F(ScenarioFileTest, AWrongFileIsReportedAndNothingStarts) {
+  const std::string path = folder() + "/wrong.json";
+  std::ofstream(path) << "{\n  \"vms\": 1,\n  \"nothing\": 2\n}\n";
+
+  const Finished wrong = velsimWith({"--scenario", path});
+
+  EXPECT_EQ(wrong.status, velsim::kExitScenario);
+  EXPECT_THAT(wrong.out, IsEmpty());
+  EXPECT_THAT(wrong.err, StartsWith(path + ":2: vms: expected an array, found 1\n" + path +
+                                    ":3: nothing: unknown member; "));
+  EXPECT_THAT(wrong.err, HasSubstr("\nvelsim: the scenario has mistakes, nothing was started\n"));
+}
+
+TEST_F(ScenarioFileTest, TheBuiltInScenarioPrintedIsTheSameMachine) {
+  const Finished printed = velsimWith({"--print-scenario"});
+  const std::string path = folder() + "/printed.json";
+  std::ofstream(path) << printed.out;
+  const Finished again = velsimWith({"--scenario", path, "--print-scenario"});
+
+  EXPECT_EQ(printed.status, 0);
+  EXPECT_EQ(again.out, printed.out);
+  EXPECT_THAT(again.err, IsEmpty());
+
+  startVelsim();
+  const std::string builtIn = velctl({"device", "list"}).out + velctl({"vm", "list"}).out;
+  stopVelsim(SIGTERM);
+  startVelsim({"--scenario", path});
+  EXPECT_EQ(velctl({"device", "list"}).out + velctl({"vm", "list"}).out, builtIn);
+}
+
+}  // namespace
+}  // namespace end_to_end

@@ -1,0 +1,2 @@
+// Carries precompiled headers for other programs.
+int main() {}
