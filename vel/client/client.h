@@ -66,6 +66,7 @@ inline namespace VEL_CLIENT_VARIANT {
 
 class Client {
  public:
+  // Empty: the events are dropped.
   template <typename Event>
   using Callback = std::function<void(const Event&)>;
 
@@ -578,10 +579,10 @@ class Client {
 
   // Subscribes at the service too, the first time: not inside a callback.
   Result<Subscription> onJoystick(Callback<JoystickEvent> callback, Executor executor = {}) const {
-    return internal::afterCheck(hub_->beginJoysticks(), [&]() -> Result<Subscription> {
-      return subscribe(hub_->joysticks, std::move(callback), std::move(executor),
-                       [hub = hub_] { hub->endJoysticks(); });
-    });
+    Subscription subscription = subscribe(hub_->joysticks, std::move(callback), std::move(executor),
+                                          [hub = hub_] { hub->endJoysticks(); });
+    return internal::afterCheck(hub_->beginJoysticks(),
+                                [&]() -> Result<Subscription> { return std::move(subscription); });
   }
 
   // The service has died. Without an executor it runs while the library waits for the next service.
@@ -599,7 +600,11 @@ class Client {
                             Executor executor = {}) const {
     return subscribe<ServiceDeath>(
         hub_->deaths,
-        [vm, callback = std::move(callback)](const ServiceDeath&) { callback(SessionEnd{vm}); },
+        [vm, callback = std::move(callback)](const ServiceDeath&) {
+          if (callback) {
+            callback(SessionEnd{vm});
+          }
+        },
         std::move(executor));
   }
 
@@ -696,7 +701,7 @@ class Client {
 
   template <typename Notify>
   static Result<void> announce(Notify notify) {
-    if (internal::callbackDepth != 0) {
+    if (internal::Hub::isInsideCallback()) {
       return internal::refusedArgument("", "not inside a callback");
     }
     notify();
