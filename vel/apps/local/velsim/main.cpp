@@ -121,6 +121,10 @@ int parseAndServe(int argc, char** argv) {
   ctl->add_option("--bus,--address", control.address, "Where it runs, as --address above");
   ctl->add_option("WORDS", control.words, "The command, in words or as one line")->required();
   ctl->positionals_at_end();
+  ctl->footer(
+      "  velsim ctl plug camera \"Front camera\"\n"
+      "  velsim ctl fault getDeviceList 2-4 delay 500\n"
+      "Exit status: 0 done, 2 wrong usage, 3 no velsim there, 4 no answer, 5 refused.");
   velsim::RecordOptions recording;
   CLI::App* const record = app.add_subcommand(
       "record", "Stand between clients and a service, and record all that passes");
