@@ -1,6 +1,7 @@
 #include "vel/apps/local/velsim/bus_service.h"
 
 #include <memory>
+#include <string>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -12,9 +13,13 @@ namespace {
 
 void answer(Simulator& simulator, Log& log, qxbus::Request request) {
   const auto kept = std::make_shared<qxbus::Request>(std::move(request));
-  const auto respond = [kept, &log](const Simulator::Answer& given) {
-    if (log.hasDetails()) {
-      log.writeDetail(describe(kept->method(), kept->arguments(), given));
+  std::shared_ptr<const RequestLine> line;
+  if (log.hasDetails()) {
+    line = std::make_shared<const RequestLine>(simulator, kept->method(), kept->arguments());
+  }
+  const auto respond = [kept, line, &log](const Simulator::Answer& given) {
+    if (line) {
+      log.writeDetail(line->with(given));
     }
     if (const auto* const error = std::get_if<Simulator::Error>(&given)) {
       kept->fail(error->text);
@@ -44,7 +49,7 @@ BusService::BusService(const std::string& address, Simulator& simulator, Log& lo
             {velprotocol::kServiceEvent}, std::move(objects)) {
   simulator.setEventSink([this, &log](const BusEvent& event) {
     if (log.hasDetails()) {
-      log.writeDetail(describe(event));
+      log.writeDetail(lineOf(event));
     }
     if (isBroadcast(event)) {
       host_.broadcast(velprotocol::kBroadcastEvent, argumentsOf(event));
