@@ -62,6 +62,11 @@ constexpr Utf8Character firstCharacter(std::string_view text) {
 // Whether the whole text is UTF-8. A NUL counts as UTF-8.
 constexpr bool isUtf8(std::string_view text) {
   while (!text.empty()) {
+    // Most texts have one byte for each character.
+    if (static_cast<unsigned char>(text[0]) < 0x80) {
+      text.remove_prefix(1);
+      continue;
+    }
     const Utf8Character character = firstCharacter(text);
     if (!character.isValid) {
       return false;

@@ -13,58 +13,24 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <exception>
-#include <filesystem>
 #include <list>
 #include <string>
-#include <system_error>
 #include <thread>
-#include <utility>
 #include <vector>
 
 #include <benchmark/benchmark.h>
 
-#include "bus/dbus/service_host.h"
-#include "bus/dbus/value.h"
+#include "benchmarks/direct_service.h"
 #include "platform/mutex.h"
 #include "vel/apps/local/velproxy/vel_proxy.h"
-#include "vel/protocol/events.h"
 
 namespace {
 
-constexpr std::size_t kRecordSize = 808;
 constexpr int kCallsOfAThread = 100;
 constexpr std::size_t kMegabyte = 1000000;
 constexpr unsigned short kDevice = 12;
 
-// The service, whose handlers run on one thread; the list is exchanged while no call runs.
-class Service {
- public:
-  explicit Service(const std::string& address)
-      : host_(address, "vel",
-              {{"connectDevice", [](qxbus::Request call) { call.reply({std::int32_t{0}}); }},
-               {"getVmListSize", [this](qxbus::Request call) { call.reply({++lastVm_}); }},
-               {"getDeviceList", [this](qxbus::Request call) { call.reply(list_); }}},
-              {"velevent"}) {}
-
-  void setList(std::size_t count, std::size_t size) {
-    list_ = {static_cast<std::int32_t>(count)};
-    list_.insert(list_.end(), count, qxbus::Bytes(size, 1));
-  }
-
-  void emitEvent() {
-    host_.emitEvent("velevent", {std::int32_t{0},
-                                 static_cast<std::int32_t>(velprotocol::EventCode::kDevicePlugged),
-                                 qxbus::Bytes(kRecordSize, 1)});
-  }
-
- private:
-  std::int32_t lastVm_ = 0;
-  qxbus::Values list_;
-  qxbus::ServiceHost host_;
-};
-
-Service* service = nullptr;
+bench::DirectService* service = nullptr;
 
 void fetchList(benchmark::State& state, std::size_t count, std::size_t size) {
   service->setList(count, size);
@@ -80,7 +46,7 @@ void fetchList(benchmark::State& state, std::size_t count, std::size_t size) {
 }
 
 void records(benchmark::State& state) {
-  fetchList(state, static_cast<std::size_t>(state.range(0)), kRecordSize);
+  fetchList(state, static_cast<std::size_t>(state.range(0)), bench::kRecordSize);
 }
 
 void megabytes(benchmark::State& state) {
@@ -188,11 +154,7 @@ void addCase(const char* name, void (*function)(benchmark::State&), std::vector<
 }
 
 int run(const std::string& directory) {
-  const std::string address = "direct:" + directory + "/service";
-  ::setenv("QXBUS_ADDRESS", address.c_str(), 1);
-  ::setenv("QX_APP_DATA", directory.c_str(), 1);
-  ::setenv("QX_LOG_LEVEL", "off", 1);
-  Service started(address);
+  bench::DirectService started(directory);
   service = &started;
 
   addCase("records", records, {1, 10, 100, 1000, 2000, 5000, 10000});
@@ -211,18 +173,5 @@ int main(int argc, char** argv) {
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
     return 2;
   }
-  std::string directory = (std::filesystem::temp_directory_path() / "growth_bench.XXXXXX").string();
-  if (!::mkdtemp(directory.data())) {
-    std::perror("growth_bench: cannot make a directory");
-    return 1;
-  }
-  int result = 1;
-  try {
-    result = run(directory);
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "growth_bench: %s\n", error.what());
-  }
-  std::error_code ignored;
-  std::filesystem::remove_all(directory, ignored);
-  return result;
+  return bench::inTemporaryDirectory("growth_bench", run);
 }

@@ -9,6 +9,7 @@
 
 #include "vel/protocol/events.h"
 #include "vel/protocol/frames.h"
+#include "vel/protocol/meanings.h"
 #include "vel/protocol/methods.h"
 #include "vel/protocol/names.h"
 #include "vel/protocol/records.h"
@@ -65,6 +66,13 @@ constexpr char kFramesIntroduction[] = R"(
 Pen input does not travel on the bus: the client library writes frames to a port of the client whose
 name contains `space.port.2`, and reads messages from that port. It sends no frame before a message
 has given the pen its device number. Values of 8 bytes have 32 bits; the high half is zero.
+)";
+
+constexpr char kNumbersIntroduction[] = R"(
+## Numbers
+
+The interface itself defines 2, attached, and 0, ok. The other numbers are velsim's: another service may use
+others.
 )";
 
 std::string code(std::string_view text) {
@@ -205,11 +213,23 @@ std::string layoutsOf(const Layout* const (&layouts)[count]) {
   return text;
 }
 
+std::string numbers() {
+  std::string text;
+  for (const Legend& legend : kLegends) {
+    text += "\n### " + std::string(legend.subject) + "\n\n| number | word | |\n|---|---|---|\n";
+    for (const Meaning& meaning : legend) {
+      text += "| " + std::to_string(meaning.number) + " | " + std::string(meaning.word) + " | " +
+              std::string(meaning.explanation) + " |\n";
+    }
+  }
+  return text;
+}
+
 }  // namespace
 
 std::string document() {
   return kIntroduction + methods() + events() + kRecordsIntroduction + layoutsOf(kRecords) +
-         kFramesIntroduction + layoutsOf(kFrames);
+         kFramesIntroduction + layoutsOf(kFrames) + kNumbersIntroduction + numbers();
 }
 
 }  // namespace velprotocol

@@ -26,12 +26,11 @@
 //            client, and those of a VM to clients that have named it: vms() alone does not,
 //            vmNumber() and every operation on the VM do. After a death the Client names them
 //            again.
-// SHARING    Clients of one proxy share its callbacks, so there may be any number. Code that uses
-// the
-//            proxy besides must leave to the Client the printer callback and the command callback,
-//            if it subscribes to these events, and the object that diagnoses notify. The first
-//            Client of a proxy must not be made inside a callback of the proxy, because it
-//            registers.
+// SHARING    Clients of one proxy share its callbacks, so there may be any number. The proxy has
+// one
+//            printer callback, one command callback and one object that diagnoses notify: other
+//            code must leave them to the Client once it subscribes to such events. The first Client
+//            of a proxy registers, so it must not be made inside a callback of the proxy.
 
 #ifndef VEL_CLIENT_CLIENT_H
 #define VEL_CLIENT_CLIENT_H
@@ -67,6 +66,7 @@ inline namespace VEL_CLIENT_VARIANT {
 
 class Client {
  public:
+  // Empty: the events are dropped.
   template <typename Event>
   using Callback = std::function<void(const Event&)>;
 
@@ -579,10 +579,10 @@ class Client {
 
   // Subscribes at the service too, the first time: not inside a callback.
   Result<Subscription> onJoystick(Callback<JoystickEvent> callback, Executor executor = {}) const {
-    return internal::afterCheck(hub_->beginJoysticks(), [&]() -> Result<Subscription> {
-      return subscribe(hub_->joysticks, std::move(callback), std::move(executor),
-                       [hub = hub_] { hub->endJoysticks(); });
-    });
+    Subscription subscription = subscribe(hub_->joysticks, std::move(callback), std::move(executor),
+                                          [hub = hub_] { hub->endJoysticks(); });
+    return internal::afterCheck(hub_->beginJoysticks(),
+                                [&]() -> Result<Subscription> { return std::move(subscription); });
   }
 
   // The service has died. Without an executor it runs while the library waits for the next service.
@@ -600,7 +600,11 @@ class Client {
                             Executor executor = {}) const {
     return subscribe<ServiceDeath>(
         hub_->deaths,
-        [vm, callback = std::move(callback)](const ServiceDeath&) { callback(SessionEnd{vm}); },
+        [vm, callback = std::move(callback)](const ServiceDeath&) {
+          if (callback) {
+            callback(SessionEnd{vm});
+          }
+        },
         std::move(executor));
   }
 
@@ -697,7 +701,7 @@ class Client {
 
   template <typename Notify>
   static Result<void> announce(Notify notify) {
-    if (internal::callbackDepth != 0) {
+    if (internal::Hub::isInsideCallback()) {
       return internal::refusedArgument("", "not inside a callback");
     }
     notify();

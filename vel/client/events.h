@@ -80,10 +80,11 @@ struct SessionEnd {
 
 // A service is there again, and the client connected to it.
 struct ServiceReturn {
-  // Those of the ServiceDeath that the new service knows: their events arrive again. Their sessions
+  // Those of the ServiceDeath that the new service knows, and those of an earlier one that the
+  // service in between could not be asked for: their events arrive again. Their sessions
   // have to be connected anew.
   std::vector<std::string> vms;
-  // Whether joystick results were subscribed to again; empty when there was no subscription.
+  // Whether joystick results were subscribed to again; empty when nobody subscribes to them.
   std::optional<bool> joysticks;
   // Why VMs or joysticks are missing above.
   std::vector<Error> failures;

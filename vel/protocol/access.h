@@ -33,7 +33,10 @@ std::string read(const Block& block, const TextField& field) {
   const std::size_t rest = block.size() - field.offset;
   const std::size_t most = field.size == kToTheEnd ? rest : std::min(rest, field.size);
   const unsigned char* const begin = block.data() + field.offset;
-  return std::string(begin, std::find(begin, begin + most, 0));
+  const void* const end = std::memchr(begin, 0, most);
+  const std::size_t length =
+      end ? static_cast<std::size_t>(static_cast<const unsigned char*>(end) - begin) : most;
+  return std::string(reinterpret_cast<const char*>(begin), length);
 }
 
 // The block must reach the end of the field.

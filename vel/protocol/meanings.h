@@ -6,6 +6,7 @@
 #ifndef VEL_PROTOCOL_MEANINGS_H
 #define VEL_PROTOCOL_MEANINGS_H
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -73,6 +74,63 @@ inline constexpr Meaning kDiagnosisStatuses[] = {
     {2, "fault", "trouble found"},
 };
 
+// The answer to a request: 0 is success, everywhere.
+enum class Status : std::int32_t {
+  kOk = 0,
+  kUnknownVm = 1,
+  kNotConnected = 2,
+  kUnknownPipe = 3,
+  kPipeExists = 4,
+  kEmptyToken = 5,
+  kUnknownDevice = 6,
+  kBusy = 7,
+  kNotAttached = 8,
+  kForbidden = 9,
+  kUnknownCommand = 10,
+  kNotStorage = 11,
+  kUnknownPrinter = 12,
+  kExists = 13,
+  kEmptyText = 14,
+  kBadAddress = 15,
+  kSearchStopped = 16,
+  kNotSearching = 17,
+  kUnknownDriver = 18,
+  kUnknownJoystick = 19,
+  kUnknownMapping = 20,
+  kNotRegistered = 21,
+  kUnknownTest = 22,
+  kUnknownFigure = 23,
+  kFull = 24,
+};
+
+inline constexpr Meaning kStatuses[] = {
+    {0, "ok", "done"},
+    {1, "unknown-vm", "no VM has this number; 0 is never a VM"},
+    {2, "not-connected", "the VM is not attached"},
+    {3, "unknown-pipe", "no pipe of the VM has this handle"},
+    {4, "pipe-exists", "the VM has a pipe with this handle"},
+    {5, "empty-token", "a drive token has at least one byte"},
+    {6, "unknown-device", "no device has this number, source id or text"},
+    {7, "busy", "the device is attached, to another VM or at all"},
+    {8, "not-attached", "the device is not attached to this VM"},
+    {9, "forbidden", "by the policy of the device, or by the user"},
+    {10, "unknown-command", "no command has this name or number"},
+    {11, "not-storage", "the device has nothing to mount"},
+    {12, "unknown-printer", "no printer has this number, source id, name or address"},
+    {13, "exists", "the name is in use"},
+    {14, "empty-text", "a name, an address or another text is empty"},
+    {15, "bad-address", "not an IPv4 address"},
+    {16, "search-stopped", "the search was stopped before its end"},
+    {17, "not-searching", "no search is running"},
+    {18, "unknown-driver", "no printer driver has this name, or none fits"},
+    {19, "unknown-joystick", "no joystick is at this position"},
+    {20, "unknown-mapping", "no mapping is at this position"},
+    {21, "not-registered", "this subscriber is not registered"},
+    {22, "unknown-test", "no self-test has this number"},
+    {23, "unknown-figure", "only figures of type 1 have a value"},
+    {24, "full", "all numbers are in use"},
+};
+
 // The word in a row of a table; empty for a number that has none.
 template <typename Table, typename Enumeration>
 constexpr std::string_view wordIn(const Table& table, Enumeration value) {
@@ -99,6 +157,30 @@ constexpr std::string_view nameOf(CameraStatus status) {
 constexpr std::string_view nameOf(DiagnosisStatus status) {
   return wordIn(kDiagnosisStatuses, status);
 }
+
+constexpr std::string_view nameOf(Status status) {
+  return wordIn(kStatuses, status);
+}
+
+// All tables, with what their numbers stand for.
+struct Legend {
+  template <std::size_t count>
+  constexpr Legend(std::string_view itsSubject, const Meaning (&rows)[count])
+      : subject(itsSubject), first(rows), last(rows + count) {}
+
+  constexpr const Meaning* begin() const { return first; }
+  constexpr const Meaning* end() const { return last; }
+
+  std::string_view subject;
+  const Meaning* first;
+  const Meaning* last;
+};
+
+inline constexpr Legend kLegends[] = {
+    {"Status of a device or printer", kDeviceStatuses}, {"Type of a device", kDeviceTypes},
+    {"Local policy of a device", kLocalPolicies},       {"Camera", kCameraStatuses},
+    {"Status of a diagnosis", kDiagnosisStatuses},      {"Status of a request", kStatuses},
+};
 
 }  // namespace velprotocol
 

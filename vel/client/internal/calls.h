@@ -84,9 +84,10 @@ Result<std::vector<Value>> recordsOutcome(qx::VelProxy& proxy, const std::list<R
   if (error.kind != qx::VelError::Kind::kNone) {
     return failed(std::move(error));
   }
+  VmNames vms(proxy);
   std::vector<Value> values(records.size());
   for (std::size_t i = 0; i < values.size(); ++i) {
-    decode(proxy, Block(records[i].get(), i < lengths.size() ? lengths[i] : 0), values[i]);
+    decode(vms, Block(records[i].get(), i < lengths.size() ? lengths[i] : 0), values[i]);
   }
   return values;
 }
@@ -95,11 +96,12 @@ Result<std::vector<Value>> recordsOutcome(qx::VelProxy& proxy, const std::list<R
 template <typename Value, typename Record>
 Result<std::vector<Value>> fixedRecordsOutcome(qx::VelProxy& proxy,
                                                const std::list<Record>& received) {
+  VmNames vms(proxy);
   std::vector<Value> values;
   values.reserve(received.size());
   for (const Record& record : received) {
     Value& value = values.emplace_back();
-    decode(proxy, Block(record.bytes, sizeof record.bytes), value);
+    decode(vms, Block(record.bytes, sizeof record.bytes), value);
     value.index = decltype(value.index)(static_cast<std::uint16_t>(values.size() - 1));
   }
   return outcome(std::move(values));

@@ -50,8 +50,27 @@ inline std::string nameOf(qx::VelProxy& proxy, VmNumber vm) {
   return vm.value() == 0 ? std::string() : base::replacedUtf8(proxy.GetVmIdString(vm.value()));
 }
 
+// The same for the records of a list, most of which name the same VM.
+class VmNames {
+ public:
+  explicit VmNames(qx::VelProxy& proxy) : proxy_(proxy) {}
+
+  const std::string& of(VmNumber vm) {
+    if (vm != last_) {
+      last_ = vm;
+      name_ = nameOf(proxy_, vm);
+    }
+    return name_;
+  }
+
+ private:
+  qx::VelProxy& proxy_;
+  VmNumber last_;
+  std::string name_;
+};
+
 // Each decode() is found by the type of its result.
-inline void decode(qx::VelProxy& proxy, const Block& block, Device& device) {
+inline void decode(VmNames& vms, const Block& block, Device& device) {
   namespace field = velprotocol::device;
   using velprotocol::read;
   device.number = DeviceNumber(read(block, field::kNumber));
@@ -60,16 +79,16 @@ inline void decode(qx::VelProxy& proxy, const Block& block, Device& device) {
   device.policy = static_cast<LocalPolicy>(read(block, field::kPolicy));
   device.policyText = textIn(block, field::kPolicyText);
   device.vmNumber = VmNumber(read(block, field::kVm));
-  device.vm = nameOf(proxy, device.vmNumber);
+  device.vm = vms.of(device.vmNumber);
   device.source = SourceId(read(block, field::kSourceId));
   device.usb = {read(block, field::kVid), read(block, field::kPid)};
   device.type = static_cast<DeviceType>(read(block, field::kType));
   device.isMounted = read(block, field::kIsMounted) != 0;
 }
 
-inline void decode(qx::VelProxy& proxy, const Block& block, NetworkPrinter& printer) {
+inline void decode(VmNames& vms, const Block& block, NetworkPrinter& printer) {
   Device device;
-  decode(proxy, block, device);
+  decode(vms, block, device);
   printer.number = device.number;
   printer.name = std::move(device.name);
   printer.address = std::move(device.policyText);
@@ -78,17 +97,17 @@ inline void decode(qx::VelProxy& proxy, const Block& block, NetworkPrinter& prin
   printer.vm = std::move(device.vm);
 }
 
-inline void decode(qx::VelProxy& proxy, const Block& block, Printer& printer) {
+inline void decode(VmNames& vms, const Block& block, Printer& printer) {
   namespace field = velprotocol::printer;
   using velprotocol::read;
   printer.number = PrinterNumber(read(block, field::kNumber));
   printer.name = lastTextIn(block, field::kName);
   printer.status = static_cast<DeviceStatus>(read(block, field::kStatus));
   printer.vmNumber = VmNumber(static_cast<std::uint32_t>(read(block, field::kVm)));
-  printer.vm = nameOf(proxy, printer.vmNumber);
+  printer.vm = vms.of(printer.vmNumber);
 }
 
-inline void decode(qx::VelProxy& /*proxy*/, const Block& block, UsbPolicy& policy) {
+inline void decode(VmNames& /*vms*/, const Block& block, UsbPolicy& policy) {
   namespace field = velprotocol::vid_pid_policy;
   using velprotocol::read;
   constexpr unsigned int kPropertyIsSet = 1;
@@ -110,7 +129,7 @@ void copyBytes(const Block& block, std::array<unsigned char, size>& bytes) {
   std::copy(block.data(), block.data() + std::min(block.size(), size), bytes.begin());
 }
 
-inline void decode(qx::VelProxy& /*proxy*/, const Block& block, Joystick& joystick) {
+inline void decode(VmNames& /*vms*/, const Block& block, Joystick& joystick) {
   namespace field = velprotocol::joystick;
   using velprotocol::read;
   copyBytes(block, joystick.bytes);
@@ -120,7 +139,7 @@ inline void decode(qx::VelProxy& /*proxy*/, const Block& block, Joystick& joysti
   joystick.isCalibrated = read(block, field::kIsCalibrated) != 0;
 }
 
-inline void decode(qx::VelProxy& /*proxy*/, const Block& block, JoystickMapping& mapping) {
+inline void decode(VmNames& /*vms*/, const Block& block, JoystickMapping& mapping) {
   copyBytes(block, mapping.bytes);
   mapping.name = textIn(block, velprotocol::joystick_mapping::kName);
 }

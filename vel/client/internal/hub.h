@@ -7,6 +7,7 @@
 #ifndef VEL_CLIENT_INTERNAL_HUB_H
 #define VEL_CLIENT_INTERNAL_HUB_H
 
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -15,6 +16,7 @@
 #include <memory>
 #include <new>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -87,9 +89,16 @@ class Hub : public VelDiagnoseNotify {
   }
   void takeCommandCallback() { proxy_.RegisterCmdCallback(&Hub::onCommand, this); }
 
-  // Subscribes to joystick results for the first subscriber.
+  // Whether this thread is inside a callback of the library, also one that other code has
+  // registered: most of them hold the callback mutex.
+  static bool isInsideCallback() {
+    return callbackDepth != 0 || qx::VelProxy::currentEvent() != nullptr;
+  }
+
+  // Subscribes to joystick results for the first subscriber, which has been added before: so one
+  // that ends at the same time sees it.
   Result<void> beginJoysticks() {
-    if (callbackDepth != 0) {
+    if (isInsideCallback()) {
       // The library would wait for the callback.
       return hasJoysticks_ ? Result<void>()
                            : unexpected<Error>(
@@ -103,13 +112,17 @@ class Hub : public VelDiagnoseNotify {
   // Ends the service's subscription with the last subscriber. Inside a callback it lasts until the
   // next subscriber ends, because the library would wait for the callback.
   void endJoysticks() {
-    if (callbackDepth != 0) {
+    if (isInsideCallback()) {
       return;
     }
     const platform::MutexLock lock(joystickMutex_);
     if (hasJoysticks_ && joysticks.empty()) {
       proxy_.UnregisterJoystickCallback(this);
       hasJoysticks_ = false;
+      // A subscriber that came meanwhile, inside a callback, found the subscription.
+      if (!joysticks.empty()) {
+        static_cast<void>(registerJoysticks());
+      }
     }
   }
 
@@ -118,7 +131,10 @@ class Hub : public VelDiagnoseNotify {
     diagnoses.deliver([&] {
       DiagnosisEvent event;
       describe(event, EventCode::kDiagnosis);
+      // The record names a VM of its own.
       event.vm = base::replacedUtf8(std::move(vm));
+      event.vmNumber =
+          VmNumber(velprotocol::read(Record(nullptr, 0).block(), velprotocol::diagnosis::kVm));
       event.id = id;
       event.status = static_cast<DiagnosisStatus>(status);
       event.text = base::replacedUtf8(std::move(result));
@@ -178,7 +194,8 @@ class Hub : public VelDiagnoseNotify {
       const Record record(device, offsetof(CommonDevice, vmIdText));
       DeviceEvent event;
       describe(event, static_cast<EventCode>(code));
-      decode(proxy_, record.block(), event.device);
+      VmNames vms(proxy_);
+      decode(vms, record.block(), event.device);
       return event;
     });
     return 0;
@@ -189,7 +206,8 @@ class Hub : public VelDiagnoseNotify {
       const Record record(printer, offsetof(PrinterDevice, name));
       PrinterEvent event;
       hub(self).describe(event, static_cast<EventCode>(code));
-      decode(hub(self).proxy_, record.block(), event.printer);
+      VmNames vms(hub(self).proxy_);
+      decode(vms, record.block(), event.printer);
       return event;
     });
     return 0;
@@ -215,8 +233,9 @@ class Hub : public VelDiagnoseNotify {
   }
 
   static int onCommand(unsigned short code, CmdResponse* response, void* self) {
-    // A command that fails calls back as well, under its own number. The caller has the error.
-    if (CommandRunning::isHere() || !qx::VelProxy::currentEvent()) {
+    // A command that fails calls back as well, under its own number, and perhaps inside the
+    // callback of an event. The caller has the error.
+    if (CommandRunning::isHere() || !isAnswerToCommand(qx::VelProxy::currentEvent())) {
       return 0;
     }
     hub(self).commands.deliver([&] {
@@ -230,6 +249,10 @@ class Hub : public VelDiagnoseNotify {
       return event;
     });
     return 0;
+  }
+
+  static bool isAnswerToCommand(const std::shared_ptr<QXBusMessage>& event) {
+    return event && event->getInt32(velprotocol::kEventCode) == number(EventCode::kCommandAnswer);
   }
 
   static int onJoystick(unsigned short code, _JoystickResult result, void* self) {
@@ -251,20 +274,35 @@ class Hub : public VelDiagnoseNotify {
     }
   }
 
-  // What the new service must learn again.
+  // What the new service must learn again. It may die meanwhile, and each death has a thread of its
+  // own: the next service learns what this one could not.
   ServiceReturn restore(const std::vector<std::string>& vms) {
     ServiceReturn restored;
+    const platform::MutexLock restoreLock(restoreMutex_);
+    std::set<std::string> toName = std::exchange(notNamed_, {});
+    toName.insert(vms.begin(), vms.end());
     // The library connects the instance of the process only.
     proxy_.Init();
-    for (const std::string& vm : vms) {
-      if (proxy_.GetVmIdInt(vm) != 0) {
+    for (const std::string& vm : toName) {
+      const unsigned int vmNumber = proxy_.GetVmIdInt(vm);
+      if (vmNumber == 0) {
+        Error error = errorOf(qx::VelProxy::lastError());
+        if (error.kind() != ErrorKind::kUnknownVm) {
+          notNamed_.insert(vm);
+        }
+        restored.failures.push_back(std::move(error));
+      } else if (proxy_.GetVmIdString(vmNumber) == vm) {
         restored.vms.push_back(vm);
       } else {
-        restored.failures.push_back(errorOf(qx::VelProxy::lastError()));
+        // The library has not kept the number.
+        notNamed_.insert(vm);
+        restored.failures.emplace_back(ErrorKind::kNoService, "getVmListSize",
+                                       "the service has died again");
       }
     }
     const platform::MutexLock lock(joystickMutex_);
-    if (hasJoysticks_.exchange(false)) {
+    hasJoysticks_ = false;
+    if (!joysticks.empty()) {
       const Result<void> registered = registerJoysticks();
       restored.joysticks = registered.has_value();
       if (!registered) {
@@ -310,13 +348,25 @@ class Hub : public VelDiagnoseNotify {
   }
 
   // The library listens for broadcasts once more with each connection, so one message arrives
-  // several times, each after the other.
+  // several times.
   bool isRepeatedBroadcast(EventCode code) {
     const std::shared_ptr<QXBusMessage> message = qx::VelProxy::currentEvent();
-    const bool isBroadcast = code == EventCode::kMounted || code == EventCode::kUnmounted;
+    if (!message || (code != EventCode::kMounted && code != EventCode::kUnmounted)) {
+      return false;
+    }
     const platform::MutexLock lock(broadcastMutex_);
-    const bool isRepeated = message && isBroadcast && message == lastBroadcast_;
-    lastBroadcast_ = isBroadcast ? message : nullptr;
+    // Events from elsewhere may come in between, so this keeps every message that still exists.
+    bool isRepeated = false;
+    const auto isGone = [&](const std::weak_ptr<QXBusMessage>& passed) {
+      const std::shared_ptr<QXBusMessage> other = passed.lock();
+      isRepeated = isRepeated || other == message;
+      return !other;
+    };
+    broadcasts_.erase(std::remove_if(broadcasts_.begin(), broadcasts_.end(), isGone),
+                      broadcasts_.end());
+    if (!isRepeated) {
+      broadcasts_.push_back(message);
+    }
     return isRepeated;
   }
 
@@ -327,7 +377,10 @@ class Hub : public VelDiagnoseNotify {
   platform::Mutex joystickMutex_;  // held across a call, and never taken inside a callback
   std::atomic<bool> hasJoysticks_{false};
   platform::Mutex broadcastMutex_;
-  std::shared_ptr<QXBusMessage> lastBroadcast_ QX_GUARDED_BY(broadcastMutex_);
+  std::vector<std::weak_ptr<QXBusMessage>> broadcasts_ QX_GUARDED_BY(broadcastMutex_);
+  platform::Mutex restoreMutex_;  // held across calls
+  // VMs that the present service could not be told.
+  std::set<std::string> notNamed_ QX_GUARDED_BY(restoreMutex_);
 };
 
 }  // namespace internal

@@ -15,8 +15,17 @@ namespace vel {
 inline namespace VEL_CLIENT_VARIANT {
 namespace internal {
 
-// How many callbacks run on this thread, one inside the other.
+// How many deliveries and callbacks run on this thread, one inside the other.
 inline thread_local std::size_t callbackDepth = 0;
+
+// Marks this thread as being inside a callback.
+class InsideCallback {
+ public:
+  InsideCallback() { ++callbackDepth; }
+  ~InsideCallback() { --callbackDepth; }
+  InsideCallback(const InsideCallback&) = delete;
+  InsideCallback& operator=(const InsideCallback&) = delete;
+};
 
 class SubscriberBase {
  public:
@@ -73,7 +82,6 @@ class SubscriberBase {
       const platform::MutexLock lock(subscriber_.mutex_);
       if (subscriber_.isActive_) {
         ++subscriber_.running_;
-        ++callbackDepth;
         callback_ = subscriber_.callback_.get();
       }
     }
@@ -83,7 +91,6 @@ class SubscriberBase {
       }
       std::shared_ptr<const void> dropped;
       const platform::MutexLock lock(subscriber_.mutex_);
-      --callbackDepth;
       --subscriber_.running_;
       dropped = subscriber_.takeUnused();
       subscriber_.idle_.notifyAll();
@@ -134,9 +141,12 @@ class Subscriber final : public SubscriberBase,
 
  private:
   void run(const Event& event) {
+    // Also while that ends what the callback has captured: other subscriptions, for instance.
+    const InsideCallback inside;
     const Run run(*this);
-    if (const void* const callback = run.callback()) {
-      (*static_cast<const Callback*>(callback))(event);
+    const auto* const callback = static_cast<const Callback*>(run.callback());
+    if (callback && *callback) {
+      (*callback)(event);
     }
   }
 

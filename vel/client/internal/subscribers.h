@@ -47,6 +47,8 @@ class Subscribers {
   // when all have been called.
   template <typename MakeEvent>
   void deliver(const MakeEvent& makeEvent) const {
+    // The snapshot may be the last to hold a subscriber, and ends here.
+    const InsideCallback inside;
     const std::shared_ptr<const List> subscribers = snapshot();
     if (subscribers->empty()) {
       return;

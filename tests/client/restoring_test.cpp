@@ -1,0 +1,96 @@
+// What a new service is told again when the first attempt fails.
+
+#include <atomic>
+
+#include "tests/client/client_test.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Optional;
+using testing::StartsWith;
+
+class RestoringTest : public ClientTest {
+ protected:
+  RestoringTest() {
+    bus.knowsVm("win11", 7);
+    bus.answer("registerJoystickCallback", Reply().int32(0));
+    bus.answer("unregisterJoystickCallback", Reply().int32(0));
+  }
+
+  vel::Subscription back =
+      client.onServiceReturn([this](const vel::ServiceReturn& event) { returns.push_back(event); });
+  std::vector<vel::ServiceReturn> returns;
+};
+
+TEST_F(RestoringTest, AVmThatTheServiceDidNotAnswerForIsNamedToTheNextOne) {
+  client.vmNumber("win11");
+  bus.answerOnce("getVmListSize", Reply::error("late", MESSAGE_TYPE_NO_REPLY));
+  restartService();
+  ASSERT_EQ(returns.size(), 1U);
+  EXPECT_THAT(returns[0].vms, IsEmpty());
+  ASSERT_EQ(returns[0].failures.size(), 1U);
+  EXPECT_EQ(returns[0].failures[0].kind(), vel::ErrorKind::kNoReply);
+
+  restartService();
+
+  ASSERT_EQ(returns.size(), 2U);
+  EXPECT_THAT(returns[1].vms, ElementsAre("win11"));
+  EXPECT_THAT(returns[1].failures, IsEmpty());
+}
+
+TEST_F(RestoringTest, AVmIsNamedToTheThirdServiceWhenTheSecondDiesMeanwhile) {
+  client.vmNumber("win11");
+  std::atomic<int> lookUps{0};
+  timeline.when("call getVmListSize", [&] {
+    if (++lookUps == 1) {
+      bus.serviceDies();
+    }
+  });
+
+  restartService();
+
+  ASSERT_EQ(returns.size(), 2U);
+  EXPECT_EQ(client.vmName(vel::VmNumber(7)), "win11") << "its events arrive";
+}
+
+TEST_F(RestoringTest, AVmThatTheServiceDoesNotKnowIsForgotten) {
+  client.vmNumber("win11");
+  bus.knowsVm("win11", 0);
+  restartService();
+
+  restartService();
+
+  ASSERT_EQ(returns.size(), 2U);
+  EXPECT_EQ(returns[0].failures.size(), 1U);
+  EXPECT_THAT(returns[1].failures, IsEmpty());
+}
+
+TEST_F(RestoringTest, JoysticksThatOneServiceRefusedAreAskedOfTheNext) {
+  const auto joystick = client.onJoystick([](const vel::JoystickEvent&) {});
+  bus.answerOnce("registerJoystickCallback", Reply().int32(19));
+  restartService();
+
+  restartService();
+
+  ASSERT_EQ(returns.size(), 2U);
+  EXPECT_THAT(returns[0].joysticks, Optional(false));
+  EXPECT_THAT(returns[1].joysticks, Optional(true));
+  EXPECT_THAT(bus.lastCall(), StartsWith("registerJoystickCallback("));
+}
+
+TEST_F(RestoringTest, JoysticksThatNobodySubscribesToAnyMoreAreNotAskedFor) {
+  auto joystick = client.onJoystick([](const vel::JoystickEvent&) {});
+  const auto device = client.onDevice([&](const vel::DeviceEvent&) { joystick->end(); });
+  emitDevice("Camera");
+  forget();
+
+  restartService();
+
+  EXPECT_THAT(bus.requests(), IsEmpty());
+  ASSERT_EQ(returns.size(), 1U);
+  EXPECT_EQ(returns[0].joysticks, std::nullopt);
+}
+
+}  // namespace
