@@ -322,7 +322,7 @@ TEST_F(VelctlProcessTest, ARequestWithoutAnAnswerHasReachedTheServiceWhenVelctlE
     ASSERT_EQ(velctl({"vm", "start", "win11"}).status, velctl::kExitOk);
     ASSERT_THAT(newRequests(), HasSubstr("startManager(vm 101 \"win11\") -> ok"));
     ASSERT_EQ(velctl({"vm", "disconnect", "win11"}).status, velctl::kExitOk);
-    ASSERT_THAT(newRequests(), HasSubstr("disconnectVm(int32 101) -> int32 "));
+    ASSERT_THAT(newRequests(), HasSubstr("disconnectVm(vm 101 \"win11\") -> "));
   }
 }
 
