@@ -1,5 +1,7 @@
 // Operations on threads of their own.
 
+#include <atomic>
+#include <stdexcept>
 #include <thread>
 
 #include "tests/client/client_test.h"
@@ -170,6 +172,46 @@ TEST_F(TaskTest, ADiagnosisCannotBeCancelled) {
 
   diagnosis.open();
   EXPECT_EQ(task.get(), "{}");
+}
+
+TEST_F(TaskTest, EndsWithItsObjectAlsoWhenItIsCancelledTooEarly) {
+  Gate early = timeline.hold("make searchSharePrinter");
+  std::atomic<int> cancels{0};
+  timeline.when("return stopSearchSharePrinter", [&] {
+    if (++cancels == 1) {
+      early.open();
+    } else {
+      search.open();
+    }
+  });
+  {
+    const Search task = client.startSharedPrinterSearch("10.0.0.7");
+    ASSERT_TRUE(early.isReached());
+  }
+
+  EXPECT_GE(cancels, 2) << "the service had nothing to stop at first";
+}
+
+TEST_F(TaskTest, AnExceptionOfTheOperationReachesTheOneThatWaits) {
+  bool isDone = false;
+  {
+    const vel::Task<int> task = client.start(
+        [](const vel::Client&) -> vel::Result<int> { throw std::runtime_error("of the client"); },
+        [&](const vel::Result<int>&) { isDone = true; });
+
+    EXPECT_THROW(task.get(), std::runtime_error);
+  }
+  EXPECT_FALSE(isDone);
+}
+
+TEST_F(TaskTest, AReplyWithoutAStatusDoesNotConfirmThatTheSearchHasStopped) {
+  const Search task = client.startSharedPrinterSearch("10.0.0.7");
+  ASSERT_TRUE(search.isReached());
+  bus.answer("stopSearchSharePrinter", Reply());
+
+  EXPECT_EQ(task.cancel().error().kind(), vel::ErrorKind::kBadReply);
+
+  search.open();
 }
 
 }  // namespace

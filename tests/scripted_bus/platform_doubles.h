@@ -36,6 +36,13 @@ struct LogLine {
   std::string summary() const;
 };
 
+inline constexpr int kDebugLevel = 5;
+inline constexpr int kErrorLevel = 7;
+// Of each format.
+inline constexpr char kPrefix[] = "%s %s(%d): ";
+// As summaries name the level.
+std::string wordOf(int level);
+
 // The expected summary of a line. format is that of the message alone, without prefix and quotes,
 // and is compared unchanged. A message without arguments is its own format.
 std::string debugLine(const std::string& function, const std::string& format,

@@ -246,14 +246,14 @@ class Client {
   // Sets name and local policy of a device. name has at most 127 bytes, text at most 255.
   Result<void> setLocalPolicy(DeviceNumber device, LocalPolicy policy, const std::string& name,
                               const std::string& text) const {
-    if (name.size() > internal::kLongestDeviceName || text.size() > internal::kLongestPolicyText) {
-      return internal::refusedArgument("setLocalPolicy", "the name or the text is too long");
-    }
     Device changed;
     changed.number = device;
     changed.policy = policy;
     changed.name = name;
     changed.policyText = text;
+    if (!internal::fits(changed)) {
+      return internal::refusedArgument("setLocalPolicy", internal::kTextDoesNotFit);
+    }
     return status(&Proxy::SetDeviceLocalPolicy, internal::DeviceRecord(changed).get());
   }
 
@@ -328,6 +328,9 @@ class Client {
 
   // Under the name "defaultPrinter".
   Result<void> addNetworkPrinter(const std::string& address) const {
+    if (!internal::fits(address, address.size())) {
+      return internal::refusedArgument("addNetworkPrinter", internal::kTextDoesNotFit);
+    }
     return internal::statusOutcome(proxy_->AddNetworkPrinter(address.c_str()));
   }
   // extra is the service's. Neither address nor name may be empty.
@@ -375,7 +378,7 @@ class Client {
     std::list<_SharePrinterDevice> records;
     for (const SharedPrinter& printer : printers) {
       if (!internal::appendTo(records, printer)) {
-        return internal::refusedArgument("addSharePrinter", "a text is longer than 127 bytes");
+        return internal::refusedArgument("addSharePrinter", internal::kTextDoesNotFit);
       }
     }
     return status(&Proxy::AddSharePrinterDevice, records);
@@ -385,7 +388,7 @@ class Client {
   Result<void> removeSharedPrinter(const SharedPrinter& printer) const {
     std::list<_SharePrinterDevice> records;
     if (!internal::appendTo(records, printer)) {
-      return internal::refusedArgument("deleteSharePrinter", "a text is longer than 127 bytes");
+      return internal::refusedArgument("deleteSharePrinter", internal::kTextDoesNotFit);
     }
     return status(&Proxy::DeleteSharePrinterDevice, records.front());
   }
@@ -455,7 +458,7 @@ class Client {
     return vmStatus(&Proxy::DoVelCmd, vm, text, id);
   }
 
-  // The service's help on its commands.
+  // The service's help on its commands, between the lines "vm id [" and "]".
   Result<std::string> commandHelp(const std::string& vm) const {
     return internal::afterCheck(known(vm),
                                 [&] { return internal::textOutcome(proxy_->GetVelCmdHelp(vm)); });
@@ -531,10 +534,12 @@ class Client {
   //
   // operation  takes a Client and returns a Result
   // done       receives the Result where the executor runs it, otherwise on the task's thread
-  template <typename Operation,
-            typename Value = typename std::invoke_result_t<Operation, const Client&>::value_type>
-  Task<Value> start(Operation operation, Callback<Result<Value>> done = {},
-                    Executor executor = {}) const {
+  template <typename Operation>
+  using ResultOf = std::invoke_result_t<Operation, const Client&>;
+  template <typename Operation>
+  Task<typename ResultOf<Operation>::value_type> start(Operation operation,
+                                                       Callback<ResultOf<Operation>> done = {},
+                                                       Executor executor = {}) const {
     return {[client = *this, operation = std::move(operation)] { return operation(client); },
             {},
             std::move(done),
@@ -613,11 +618,17 @@ class Client {
   // Not inside a callback, because the library runs one at a time.
 
   Result<void> announceDevice(EventCode code, const Device& device) const {
+    if (!internal::fits(device)) {
+      return internal::refusedArgument("", internal::kTextDoesNotFit);
+    }
     return announce([&] {
       proxy_->DeviceBaseInfoNotify(internal::narrowed(code), internal::DeviceRecord(device).get());
     });
   }
   Result<void> announceNewDevice(const NewDeviceEvent& event) const {
+    if (!internal::fits(event)) {
+      return internal::refusedArgument("", internal::kTextDoesNotFit);
+    }
     return announce([&] {
       proxy_->ConfigNewDeviceResultNotify(internal::narrowed(event.code),
                                           internal::NewDeviceRecord(event).get());
@@ -677,7 +688,7 @@ class Client {
         return check;
       }
       if (!internal::appendTo(handles, pipe)) {
-        return internal::refusedArgument(method, "a name is longer than 128 bytes");
+        return internal::refusedArgument(method, internal::kTextDoesNotFit);
       }
     }
     return vmStatus(operation, vm, handles);

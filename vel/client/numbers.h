@@ -30,6 +30,9 @@ class Number {
   friend constexpr bool operator==(Number a, Number b) { return a.value_ == b.value_; }
   friend constexpr bool operator!=(Number a, Number b) { return a.value_ != b.value_; }
   friend constexpr bool operator<(Number a, Number b) { return a.value_ < b.value_; }
+  friend constexpr bool operator>(Number a, Number b) { return b < a; }
+  friend constexpr bool operator<=(Number a, Number b) { return !(b < a); }
+  friend constexpr bool operator>=(Number a, Number b) { return !(a < b); }
   friend std::ostream& operator<<(std::ostream& out, Number number) { return out << number.value_; }
 
  private:
@@ -59,6 +62,9 @@ struct UsbId {
     return a.vendor == b.vendor && a.product == b.product;
   }
   friend constexpr bool operator!=(UsbId a, UsbId b) { return !(a == b); }
+  friend constexpr bool operator<(UsbId a, UsbId b) {
+    return a.vendor != b.vendor ? a.vendor < b.vendor : a.product < b.product;
+  }
 };
 
 }  // namespace VEL_CLIENT_VARIANT
@@ -68,6 +74,13 @@ template <typename Subject, typename Representation>
 struct std::hash<vel::Number<Subject, Representation>> {
   std::size_t operator()(vel::Number<Subject, Representation> number) const noexcept {
     return std::hash<Representation>()(number.value());
+  }
+};
+
+template <>
+struct std::hash<vel::UsbId> {
+  std::size_t operator()(vel::UsbId usb) const noexcept {
+    return std::hash<std::uint32_t>()(std::uint32_t{usb.vendor} << 16U | usb.product);
   }
 };
 

@@ -66,7 +66,7 @@ struct VmSession {
 struct Pipe {
   std::string vm;
   std::uint64_t handle = 0;
-  std::string name1;  // at most 128 bytes, as name2
+  std::string name1;  // at most 128 bytes without a NUL, as name2
   std::string name2;
 };
 

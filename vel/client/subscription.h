@@ -5,11 +5,10 @@
 // A subscription lasts until its object ends: until then the callback may run, on any thread of the
 // bus or where its executor runs it. It may outlive the Client.
 //
-// THREADS   Any thread may call end() and stop(), several at once too, also inside the
-// subscription's own
-//           callback and that of another. Moving and destroying need the object alone. Callbacks
-//           without an executor run one at a time, except those of onServiceDeath and
-//           onServiceReturn, and may call every operation.
+// THREADS   Any thread may call end() and stop(), several at once too, also inside the callback of
+//           this subscription and that of another. Moving and destroying need the object alone.
+//           Callbacks without an executor run one at a time, except those of onServiceDeath and
+//           onServiceReturn, and may call every operation but announce...().
 // ERRORS    A callback that throws ends no other: the library logs the exception of a callback that
 //           has no executor; with an executor it is the executor's.
 
@@ -46,8 +45,7 @@ class [[nodiscard]] Subscription {
   // each other. A lock that the callback takes must not be held here; stop() does without.
   //
   // returns    false: called inside a callback while this one is running, here or elsewhere. It
-  // will
-  //            not be called again.
+  //            will not be called again.
   bool end() { return !subscriber_ || subscriber_->end(); }
 
   // Ends the subscription without waiting: the callback never begins again, but may be running.

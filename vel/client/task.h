@@ -1,7 +1,6 @@
 // Operations of vel::Client that take their time, on a thread of their own.
 //
-//   vel::Task<std::vector<vel::SharedPrinter>> search =
-//   client.startSharedPrinterSearch("10.0.0.7");
+//   auto search = client.startSharedPrinterSearch("10.0.0.7");
 //   ...
 //   search.cancel();
 //   auto printers = search.get();
@@ -10,6 +9,7 @@
 #define VEL_CLIENT_TASK_H
 
 #include <chrono>
+#include <exception>
 #include <functional>
 #include <future>
 #include <memory>
@@ -30,7 +30,8 @@ inline namespace VEL_CLIENT_VARIANT {
 template <typename Value>
 class [[nodiscard]] Task {
  public:
-  // Receives the result where its executor runs it, otherwise on the task's thread.
+  // Receives the result where its executor runs it, otherwise on the task's thread, where it must
+  // not throw. Not called for an operation that throws.
   using Done = std::function<void(const Result<Value>&)>;
   using Cancel = std::function<Result<void>()>;
 
@@ -44,7 +45,12 @@ class [[nodiscard]] Task {
     result_ = promise->get_future().share();
     auto work = [promise, operation = std::move(operation), done = std::move(done),
                  executor = std::move(executor), result = result_] {
-      promise->set_value(operation());
+      try {
+        promise->set_value(operation());
+      } catch (...) {
+        promise->set_exception(std::current_exception());
+        return;
+      }
       if (!done) {
         return;
       }
@@ -76,7 +82,7 @@ class [[nodiscard]] Task {
   // Cancels the operation where it can be, and waits for its end and for done without an executor.
   ~Task() { finish(); }
 
-  // Waits for the result.
+  // Waits for the result. Throws what the operation has thrown.
   const Result<Value>& get() const { return result_.get(); }
 
   // For programs that wait for several futures, or share one.
@@ -91,7 +97,8 @@ class [[nodiscard]] Task {
   bool canCancel() const { return cancel_ != nullptr; }
 
   // Asks the service to end the operation, which then returns what it has. Fails when the service
-  // has not confirmed, and when it cannot end the operation. Does nothing after the end.
+  // has not confirmed, and when it cannot end the operation. Does nothing after the end, nor to an
+  // operation that still waits for calls of other threads: isReady() tells.
   Result<void> cancel() const {
     if (isReady()) {
       return {};
@@ -111,11 +118,17 @@ class [[nodiscard]] Task {
       thread_.detach();
       return;
     }
-    if (cancel_) {
-      cancel();
+    // The service does not see an operation that waits for other calls, so it is asked again.
+    while (cancel_ && !isReady()) {
+      static_cast<void>(cancel());
+      if (isReady(kBetweenCancels)) {
+        break;
+      }
     }
     thread_.join();
   }
+
+  static constexpr std::chrono::milliseconds kBetweenCancels{100};
 
   Cancel cancel_;
   std::shared_future<Result<Value>> result_;

@@ -34,6 +34,9 @@ constexpr std::size_t kShortestPortMessage = 8;
 constexpr std::size_t kLongestDeviceName = velprotocol::device::kName.size - 1;
 constexpr std::size_t kLongestPolicyText = velprotocol::device::kPolicyText.size - 1;
 
+// Why a text is refused.
+constexpr char kTextDoesNotFit[] = "a text is too long, or contains a NUL";
+
 constexpr std::chrono::milliseconds timeLimit(std::string_view method) {
   for (const velprotocol::Method& row : velprotocol::kMethods) {
     if (row.name == method) {
@@ -78,12 +81,17 @@ inline _JoystickResult joystickResultOf(const JoystickResult& result) {
   return record;
 }
 
+// Whether a field, where a NUL ends a text, holds the whole text.
+inline bool fits(const std::string& text, std::size_t most) {
+  return text.size() <= most && text.find('\0') == std::string::npos;
+}
+
 // Copies a text to a field of zeroes, which needs no NUL.
 //
-// returns    whether there is room
+// returns    whether the field holds the text
 template <std::size_t size>
 bool copyText(const std::string& text, char (&field)[size], std::size_t most = size) {
-  if (text.size() > most) {
+  if (!fits(text, most)) {
     return false;
   }
   text.copy(field, text.size());
@@ -154,6 +162,15 @@ class DeviceRecord : public RecordOf<CommonDevice> {
     set(field::kIsMounted, flag(device.isMounted));
   }
 };
+
+inline bool fits(const Device& device) {
+  return fits(device.name, kLongestDeviceName) && fits(device.policyText, kLongestPolicyText);
+}
+
+inline bool fits(const NewDeviceEvent& event) {
+  namespace field = velprotocol::new_device_result;
+  return fits(event.name, field::kName.size - 1) && fits(event.result, field::kCode.size - 1);
+}
 
 class NewDeviceRecord : public RecordOf<_ConfigNewDeviceResult> {
  public:

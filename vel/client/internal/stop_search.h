@@ -44,6 +44,9 @@ inline Result<void> stopSearch() {
     default:
       return failed(ErrorKind::kErrorReply, reply->getString(0));
   }
+  if (reply->argCount() == 0) {
+    return failed(ErrorKind::kBadReply, "value 1 of the reply is missing");
+  }
   const std::int32_t status = reply->getInt32(0);
   if (status != 0) {
     return unexpected<Error>(Error::refused(kMethod, status));

@@ -1,5 +1,6 @@
 #include "vel/apps/local/velsim/bus_service.h"
 
+#include <chrono>
 #include <memory>
 #include <string>
 #include <utility>
@@ -11,30 +12,53 @@
 namespace velsim {
 namespace {
 
-void answer(Simulator& simulator, Log& log, qxbus::Request request) {
+constexpr std::chrono::seconds kLastWords{1};
+
+void give(qxbus::Request& request, const FaultyAnswer& answer) {
+  if (const auto* const values = std::get_if<qxbus::Values>(&answer.content)) {
+    request.reply(*values);
+  } else if (const auto* const error = std::get_if<Simulator::Error>(&answer.content)) {
+    request.fail(error->text);
+  } else if (const auto* const other = std::get_if<FaultyAnswer::OtherType>(&answer.content)) {
+    request.replyAs(other->signature, other->values);
+  } else {
+    request.drop();
+  }
+}
+
+// A fault may leave no values, or others than the service has.
+LogLine lineOf(const RequestLine& request, const FaultyAnswer& answer) {
+  const auto* const values = std::get_if<qxbus::Values>(&answer.content);
+  const auto* const error = std::get_if<Simulator::Error>(&answer.content);
+  LogLine line = request.with(error ? Simulator::Answer(*error)
+                                    : Simulator::Answer(values ? *values : qxbus::Values()));
+  if (!answer.faults.empty()) {
+    line.text += " (fault: " + answer.faults + ")";
+    line.json["fault"] = answer.faults;
+  }
+  return line;
+}
+
+void answer(const Simulator& simulator, FaultyService& service, Log& log, qxbus::Request request) {
   const auto kept = std::make_shared<qxbus::Request>(std::move(request));
   std::shared_ptr<const RequestLine> line;
   if (log.hasDetails()) {
     line = std::make_shared<const RequestLine>(simulator, kept->method(), kept->arguments());
   }
-  const auto respond = [kept, line, &log](const Simulator::Answer& given) {
+  const auto respond = [kept, line, &log](const FaultyAnswer& given) {
     if (line) {
-      log.writeDetail(line->with(given));
+      log.writeDetail(lineOf(*line, given));
     }
-    if (const auto* const error = std::get_if<Simulator::Error>(&given)) {
-      kept->fail(error->text);
-    } else {
-      kept->reply(std::get<qxbus::Values>(given));
-    }
+    give(*kept, given);
   };
-  simulator.answer(kept->method(), kept->arguments(), respond);
+  service.answer(kept->method(), kept->arguments(), respond);
 }
 
-std::vector<qxbus::Method> methodsOf(Simulator& simulator, Log& log) {
+std::vector<qxbus::Method> methodsOf(const Simulator& simulator, FaultyService& service, Log& log) {
   std::vector<qxbus::Method> methods;
   for (const std::string& name : simulator.methods()) {
-    methods.push_back({name, [&simulator, &log](qxbus::Request request) {
-                         answer(simulator, log, std::move(request));
+    methods.push_back({name, [&simulator, &service, &log](qxbus::Request request) {
+                         answer(simulator, service, log, std::move(request));
                        }});
   }
   return methods;
@@ -42,12 +66,13 @@ std::vector<qxbus::Method> methodsOf(Simulator& simulator, Log& log) {
 
 }  // namespace
 
-BusService::BusService(const std::string& address, Simulator& simulator, Log& log,
-                       std::function<void()> onLost, std::vector<qxbus::PlainObject> objects)
-    : simulator_(simulator),
-      host_(address, velprotocol::kServiceName, methodsOf(simulator, log),
+BusService::BusService(const std::string& address, Simulator& simulator, Faults& faults, Log& log,
+                       std::function<void()> onLost, std::function<void()> die,
+                       std::vector<qxbus::PlainObject> objects)
+    : service_(simulator, faults, {[this] { host_.flush(kLastWords); }, std::move(die)}),
+      host_(address, velprotocol::kServiceName, methodsOf(simulator, service_, log),
             {velprotocol::kServiceEvent}, std::move(objects)) {
-  simulator.setEventSink([this, &log](const BusEvent& event) {
+  service_.setEventSink([this, &log](const BusEvent& event) {
     if (log.hasDetails()) {
       log.writeDetail(lineOf(event));
     }
@@ -61,7 +86,7 @@ BusService::BusService(const std::string& address, Simulator& simulator, Log& lo
 }
 
 BusService::~BusService() {
-  simulator_.setEventSink(nullptr);
+  service_.stop();
 }
 
 }  // namespace velsim

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "bus/dbus/service_host.h"
+#include "vel/apps/local/velsim/faults/faulty_service.h"
 #include "vel/apps/local/velsim/log.h"
 #include "vel/apps/local/velsim/service/simulator.h"
 
@@ -20,8 +21,11 @@ class BusService {
   // the name of the service is taken or refused.
   //
   // objects   beside that of the service
-  BusService(const std::string& address, Simulator& simulator, Log& log,
-             std::function<void()> onLost, std::vector<qxbus::PlainObject> objects = {});
+  // faults    of its answers and events
+  // die       ends the program as a crash does
+  BusService(const std::string& address, Simulator& simulator, Faults& faults, Log& log,
+             std::function<void()> onLost, std::function<void()> die,
+             std::vector<qxbus::PlainObject> objects = {});
   ~BusService();
 
   // Where clients find the service.
@@ -31,7 +35,7 @@ class BusService {
   BusService& operator=(const BusService&) = delete;
 
  private:
-  Simulator& simulator_;
+  FaultyService service_;
   qxbus::ServiceHost host_;
 };
 

@@ -5,6 +5,7 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <fcntl.h>
 
@@ -32,9 +33,10 @@ std::string openDescriptor(const std::string& text) {
              : base::quoted(text) + " is not the number of an open descriptor";
 }
 
-int printOrServe(const velsim::Options& options, const velsim::Scenario& scenario) {
+int printOrServe(const velsim::Options& options, const velsim::Scenario& scenario,
+                 const std::vector<velsim::Fault>& faults) {
   if (!options.isPrintingScenario) {
-    return velsim::serve(options, scenario);
+    return velsim::serve(options, scenario, faults);
   }
   const bool isWritten = std::fputs(scenario.text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0;
   if (!isWritten) {
@@ -45,10 +47,12 @@ int printOrServe(const velsim::Options& options, const velsim::Scenario& scenari
 
 int run(const velsim::Options& options) {
   if (options.scenario.empty()) {
-    return printOrServe(options, velsim::builtInScenario());
+    return printOrServe(options, velsim::builtInScenario(), {});
   }
   velsim::Mistakes mistakes(options.scenario);
-  const std::optional<velsim::Scenario> scenario = velsim::loadScenario(options.scenario, mistakes);
+  std::vector<velsim::Fault> faults;
+  const std::optional<velsim::Scenario> scenario =
+      velsim::loadScenario(options.scenario, mistakes, &faults);
   if (!scenario) {
     for (const std::string& line : mistakes.lines()) {
       std::fprintf(stderr, "%s\n", line.c_str());
@@ -56,7 +60,7 @@ int run(const velsim::Options& options) {
     report("the scenario has mistakes, nothing was started");
     return velsim::kExitScenario;
   }
-  return printOrServe(options, *scenario);
+  return printOrServe(options, *scenario, faults);
 }
 
 int parseAndServe(int argc, char** argv) {

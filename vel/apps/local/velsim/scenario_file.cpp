@@ -4,26 +4,39 @@
 #include <cstdio>
 #include <memory>
 #include <system_error>
+#include <utility>
 
 #include "vel/apps/local/velsim/control.h"
+#include "vel/apps/local/velsim/fault_commands.h"
+#include "vel/apps/local/velsim/faults/fault_reader.h"
 #include "vel/apps/local/velsim/program_commands.h"
 #include "vel/apps/local/velsim/service/simulator.h"
 #include "vel/apps/local/velsim/service/stepped_clock.h"
 
 namespace velsim {
 
-std::optional<Scenario> parseScenario(const std::string& text, Mistakes& mistakes) {
+std::optional<Scenario> parseScenario(const std::string& text, Mistakes& mistakes,
+                                      std::vector<Fault>* faults) {
   // Lines are checked against the commands of a velsim that does not run.
   Simulator simulator(Setup(), std::make_unique<SteppedClock>());
+  Faults none([](const std::string& /*seed*/) {});
   Control control(simulator, [] {});
   control.add(programCommands({}));
+  control.add(faultCommands(none));
   ScenarioParts parts;
   parts.checkLine = [&control](const std::string& line) { return control.check(line); };
   parts.isCommand = [&control](const std::string& word) { return control.knows(word); };
+  parts.readFaults = [faults](const JsonNode& node, Mistakes& found) {
+    std::vector<Fault> read = readFaults(node, found);
+    if (faults) {
+      *faults = std::move(read);
+    }
+  };
   return readScenario(text, parts, mistakes);
 }
 
-std::optional<Scenario> loadScenario(const std::string& path, Mistakes& mistakes) {
+std::optional<Scenario> loadScenario(const std::string& path, Mistakes& mistakes,
+                                     std::vector<Fault>* faults) {
   const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
                                                              std::fclose);
   std::string text;
@@ -36,7 +49,7 @@ std::optional<Scenario> loadScenario(const std::string& path, Mistakes& mistakes
     mistakes.add(1, "", "cannot read it: " + std::generic_category().message(errno));
     return std::nullopt;
   }
-  return parseScenario(text, mistakes);
+  return parseScenario(text, mistakes, faults);
 }
 
 }  // namespace velsim

@@ -1,6 +1,8 @@
 #include "vel/apps/local/velsim/serve.h"
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <csignal>
 #include <cstddef>
 #include <cstdlib>
@@ -8,6 +10,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <unistd.h>
@@ -17,6 +20,8 @@
 #include "vel/apps/local/velsim/bus_service.h"
 #include "vel/apps/local/velsim/control.h"
 #include "vel/apps/local/velsim/control_object.h"
+#include "vel/apps/local/velsim/fault_commands.h"
+#include "vel/apps/local/velsim/faults/faults.h"
 #include "vel/apps/local/velsim/line_reader.h"
 #include "vel/apps/local/velsim/line_writer.h"
 #include "vel/apps/local/velsim/log.h"
@@ -46,6 +51,24 @@ class StopSignals {
   void wait() const {
     int signal = 0;
     sigwait(&signals_, &signal);
+  }
+
+  // Whether one comes before the time is over. (Not every system has sigtimedwait.)
+  bool comeWithin(std::chrono::milliseconds time) const {
+    constexpr std::chrono::milliseconds kStep{10};
+    const auto end = std::chrono::steady_clock::now() + time;
+    for (;;) {
+      sigset_t pending = {};
+      sigpending(&pending);
+      if (sigismember(&pending, SIGINT) == 1 || sigismember(&pending, SIGTERM) == 1) {
+        return true;
+      }
+      const auto left = end - std::chrono::steady_clock::now();
+      if (left <= left.zero()) {
+        return false;
+      }
+      std::this_thread::sleep_for(std::min<std::chrono::nanoseconds>(left, kStep));
+    }
   }
 
   // Ends the wait from another thread.
@@ -130,13 +153,18 @@ std::string namedAddress(const Options& options) {
 
 class Server {
  public:
-  Server(const Options& options, const Scenario& scenario, Log& log)
+  Server(const Options& options, const Scenario& scenario, const std::vector<Fault>& faults,
+         Log& log)
       : options_(options),
         log_(log),
         stepped_(options.isStepped ? new SteppedClock : nullptr),
         simulator_(scenario.setup, clock()),
         timeline_(scenario.timeline, simulator_.clock(),
                   [this](const std::string& line) { runScheduled(line); }) {
+    for (const Fault& fault : faults) {
+      faults_.add(fault);
+    }
+    control_.add(faultCommands(faults_));
     control_.add(programCommands({&presence_, &timeline_, stepped_, StopSignals::raise}));
     control_.add(answeringCommands(scenario.setup.commands));
     simulator_.setCommands(&control_);
@@ -144,7 +172,16 @@ class Server {
   ~Server() { simulator_.setCommands(nullptr); }
 
   ExitCode run(const StopSignals& stopSignals) {
-    if (!openPenPort() || !connectToBus()) {
+    if (!openPenPort()) {
+      return kExitNotServing;
+    }
+    if (const std::chrono::milliseconds delay = faults_.startDelay(); delay.count() > 0) {
+      log_.write("slow start: the service appears in " + std::to_string(delay.count()) + " ms");
+      if (stopSignals.comeWithin(delay)) {
+        return kExitStopped;
+      }
+    }
+    if (!connectToBus()) {
       return kExitNotServing;
     }
     std::optional<Parent> parent;
@@ -216,12 +253,12 @@ class Server {
 
   std::unique_ptr<BusService> serveOnBus() {
     return std::make_unique<BusService>(
-        options_.address, simulator_, log_,
+        options_.address, simulator_, faults_, log_,
         [this] {
           isBusLost_ = true;
           StopSignals::raise();
         },
-        std::vector{controlObject(control_, log_)});
+        vanish, std::vector{controlObject(control_, log_)});
   }
 
   // One entry of the time line.
@@ -237,6 +274,7 @@ class Server {
   std::atomic<bool> isBusLost_{false};
   SteppedClock* const stepped_;  // null in real time
   Simulator simulator_;
+  Faults faults_{[this](const std::string& line) { log_.write(line); }};
   Control control_{simulator_, vanish};
   std::optional<PenPort> penPort_;
   Timeline timeline_;
@@ -245,10 +283,10 @@ class Server {
 
 }  // namespace
 
-ExitCode serve(const Options& options, const Scenario& scenario) {
+ExitCode serve(const Options& options, const Scenario& scenario, const std::vector<Fault>& faults) {
   const StopSignals stopSignals;
   Log log(options.isQuiet, options.isJson ? Log::Form::kJson : Log::Form::kText);
-  const ExitCode status = Server(options, scenario, log).run(stopSignals);
+  const ExitCode status = Server(options, scenario, faults, log).run(stopSignals);
   if (status == kExitStopped) {
     log.write("stopped");
   }
