@@ -239,7 +239,10 @@ void ServiceHost::Impl::onMessage(const std::shared_ptr<Connection>& from,
                   object.interface);
     return;
   }
-  const auto method = object.methods.find(call.member);
+  auto method = object.methods.find(call.member);
+  if (method == object.methods.end()) {
+    method = object.methods.find(kAnyMethod);
+  }
   if (method == object.methods.end()) {
     sendError(*from, caller, kUnknownMethod,
               (object.isPlain ? "object " + called->first : "service " + service) +

@@ -47,6 +47,9 @@ class Request {
   std::unique_ptr<Impl> impl_;
 };
 
+// The name of a method that takes the calls of all that are not named.
+inline constexpr char kAnyMethod[] = "";
+
 struct Method {
   std::string name;
   std::function<void(Request)> handler;

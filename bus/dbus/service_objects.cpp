@@ -39,7 +39,9 @@ Introspection introspectionOf(const std::string& service, const ServiceObjects& 
   for (const auto& [path, object] : objects) {
     Introspection::Object described{path, object.interface, {}, {}};
     for (const auto& [name, method] : object.methods) {
-      described.methods.push_back({name, method.takes, method.gives});
+      if (name != kAnyMethod) {
+        described.methods.push_back({name, method.takes, method.gives});
+      }
     }
     if (path == objectPathOf(service)) {
       described.events = events;

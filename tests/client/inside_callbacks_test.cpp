@@ -75,6 +75,30 @@ TEST_F(InsideCallbacksTest, WhatTheLibraryCannotDoIsRefusedInACallbackOfOtherCod
   EXPECT_THAT(bus.requests(), IsEmpty());
 }
 
+TEST_F(InsideCallbacksTest, ThePrinterCallbackOfOtherCodeIsTakenOutsideCallbacksOnly) {
+  int others = 0;
+  proxy->RegisterPrinterCallback(
+      [](unsigned short, PrinterDevice*, void* count) { return ++*static_cast<int*>(count); },
+      &others);
+  Strings order;
+  const auto note = [&](const char* name) {
+    return [&order, name](const vel::PrinterEvent&) { order.emplace_back(name); };
+  };
+  vel::Subscription inside;
+  registerOther([&] { inside = client.onPrinter(note("inside")); });
+  const auto printerEvent = eventOf(vel::EventCode::kPrinterChanged, Bytes(144));
+
+  emitDevice("Camera");
+  bus.emit("velevent", printerEvent);
+  EXPECT_EQ(others, 1);
+  EXPECT_THAT(order, IsEmpty());
+
+  const auto outside = client.onPrinter(note("outside"));
+  bus.emit("velevent", printerEvent);
+  EXPECT_EQ(others, 1);
+  EXPECT_THAT(order, ElementsAre("inside", "outside"));
+}
+
 TEST_F(InsideCallbacksTest, ACommandOfOtherCodeThatFailsInACallbackIsNoAnswer) {
   bus.answer("dovelcmd", Reply::error("no"));
   int answers = 0;

@@ -1,6 +1,7 @@
 // velsim under control while it runs: its control object, velsim ctl, and service commands.
 
 #include <csignal>
+#include <fstream>
 
 #include "tests/end_to_end/end_to_end_test.h"
 #include "vel/apps/local/velsim/exit_codes.h"
@@ -119,6 +120,32 @@ TEST_F(EndToEndTestWithService, AServiceCommandOfVelctlPlugsInADevice) {
   EXPECT_THAT(done.out, HasSubstr(R"(plugged in 31)"));
   EXPECT_THAT(vm.out, HasSubstr("added VM 105"));
   EXPECT_THAT(vms.out, HasSubstr("fresh"));
+}
+
+TEST_F(EndToEndTest, TheFaultsOfAScenarioShowFromTheStart) {
+  const std::string scenario = folder() + "/faults.json";
+  std::ofstream(scenario) << R"({"vms": [{"id": "win11", "number": 101}], "faults": [
+      {"fault": "slow-start", "ms": 20},
+      {"fault": "error", "method": "getVmList", "calls": "2", "text": "out of paper"},
+      {"fault": "random-blocks", "method": "getDeviceList"},
+      {"fault": "death-after", "method": "getVmList", "calls": "3"}]})";
+  startVelsim({"--scenario", scenario});
+
+  const Finished first = velctl({"vm", "list"});
+  const Finished second = velctl({"vm", "list"});
+  const Finished listed = run(options({VELSIM_PATH, "ctl", "faults"}));
+  const Finished third = velctl({"vm", "list"});
+
+  EXPECT_THAT(first.out, HasSubstr("win11"));
+  EXPECT_NE(second.status, 0);
+  EXPECT_THAT(second.err, HasSubstr("out of paper"));
+  EXPECT_THAT(listed.out, HasSubstr("error \"out of paper\"; met 1 of 2\n"));
+  EXPECT_THAT(third.out, HasSubstr("win11"));
+  constexpr int kNone = 0;
+  const Finished dead = stopVelsim(kNone);
+  EXPECT_EQ(dead.status, 128 + SIGKILL);
+  EXPECT_THAT(dead.err, AllOf(HasSubstr("slow start: the service appears in 20 ms"),
+                              HasSubstr("fault 3: seed ")));
 }
 
 TEST_F(EndToEndTest, CtlNeedsAVelsimAndACommand) {

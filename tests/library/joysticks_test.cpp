@@ -85,6 +85,7 @@ TEST_P(JoystickListTest, AShortBlockKeepsTheEndOfTheOneBefore) {
 
   EXPECT_THAT(listOf(Reply().int32(3).bytes(whole).bytes(shorter).bytes(shortest)),
               ElementsAre(whole, over(whole, shorter), over(over(whole, shorter), shortest)));
+  EXPECT_THAT(qx::VelProxy::lastRecordLengths(), ElementsAre(size(), size() - 1, 1));
 }
 
 TEST_P(JoystickListTest, AShortBlockAtTheBeginningEndsWithZeroes) {

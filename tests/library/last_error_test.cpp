@@ -497,6 +497,24 @@ TEST_F(LastErrorOfTest, InitReportsTheMissingPart) {
   EXPECT_THAT(VelProxy::lastError(), failure(Kind::kNoService, ""));
 }
 
+TEST_F(LastErrorOfTest, AnOperationReportsWhatWasMissingWhenTheProxyTriedToConnect) {
+  VelProxy fresh;
+  bus.setReachable(false);
+  fresh.Init();
+  fresh.ResetService();
+  EXPECT_THAT(VelProxy::lastError(),
+              failure(Kind::kNoService, "resetService", qx::kBusUnreachable));
+  fresh.GetVmIdInt(kVm);
+  EXPECT_THAT(VelProxy::lastError(), failure(Kind::kNoService, kLookUp, qx::kBusUnreachable));
+
+  bus.setReachable(true);
+  fresh.Init();
+  fresh.ReleaseService();
+  fresh.ResetService();
+  EXPECT_THAT(VelProxy::lastError(),
+              failure(Kind::kNoService, "resetService", "no service on the bus"));
+}
+
 // --- Whose result it is --------------------------------------------------------------------------
 
 TEST_F(LastErrorOfTest, AThreadWithoutAnOperationHasNoError) {

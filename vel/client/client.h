@@ -87,7 +87,9 @@ class Client {
     return internal::outcome();
   }
 
-  // Gives up the connection until the next operation.
+  // Gives up the connection until the next operation. No events arrive meanwhile, and a death of
+  // the service is not noticed: the numbers of VMs, and joysticks, are then those of the old
+  // service.
   void disconnect() const { proxy_->ReleaseService(); }
 
   // Asks the service to reset: succeeds when it has answered.
@@ -561,8 +563,8 @@ class Client {
     return subscribe(hub_->devices, std::move(callback), std::move(executor));
   }
 
-  // Inside a callback of another kind: only after a first subscription elsewhere when other code of
-  // the process has registered a printer callback.
+  // Takes the place of a printer callback that other code has registered; begun inside a callback,
+  // it receives nothing then until a subscription begins elsewhere.
   Subscription onPrinter(Callback<PrinterEvent> callback, Executor executor = {}) const {
     hub_->takePrinterCallback();
     return subscribe(hub_->printers, std::move(callback), std::move(executor));

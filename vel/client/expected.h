@@ -11,7 +11,8 @@
 #endif
 
 // The types differ with the language, and so must the names of all functions that use them: sources
-// of one program may be compiled as C++17 and as C++23.
+// of one program may be compiled as C++17 and as C++23. Their clients do not share callbacks: of
+// the printer, command and diagnosis events of a proxy only one kind of client receives any.
 #if defined(__cpp_lib_expected) && __cpp_lib_expected >= 202202L
 #include <expected>
 #define VEL_CLIENT_EXPECTED std

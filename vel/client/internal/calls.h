@@ -3,6 +3,7 @@
 #ifndef VEL_CLIENT_INTERNAL_CALLS_H
 #define VEL_CLIENT_INTERNAL_CALLS_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -96,12 +97,14 @@ Result<std::vector<Value>> recordsOutcome(qx::VelProxy& proxy, const std::list<R
 template <typename Value, typename Record>
 Result<std::vector<Value>> fixedRecordsOutcome(qx::VelProxy& proxy,
                                                const std::list<Record>& received) {
+  const std::vector<std::size_t> lengths = qx::VelProxy::lastRecordLengths();
   VmNames vms(proxy);
   std::vector<Value> values;
   values.reserve(received.size());
   for (const Record& record : received) {
+    const std::size_t length = values.size() < lengths.size() ? lengths[values.size()] : 0;
     Value& value = values.emplace_back();
-    decode(vms, Block(record.bytes, sizeof record.bytes), value);
+    decode(vms, Block(record.bytes, std::min(length, sizeof record.bytes)), value);
     value.index = decltype(value.index)(static_cast<std::uint16_t>(values.size() - 1));
   }
   return outcome(std::move(values));

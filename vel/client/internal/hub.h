@@ -81,9 +81,10 @@ class Hub : public VelDiagnoseNotify {
   Subscribers<ServiceReturn> returns;
 
   // There is one printer callback and one command callback, which another part of the program may
-  // use: taken when they are free, and with the first subscription.
+  // use: taken when they are free, and with the first subscription. Inside a callback of an event
+  // the printer callback cannot be taken, because the library would wait for that callback.
   void takePrinterCallback() {
-    if (proxy_.CheckPrinterCallback() != this) {
+    if (proxy_.CheckPrinterCallback() != this && !qx::VelProxy::currentEvent()) {
       proxy_.RegisterPrinterCallback(&Hub::onPrinter, this);
     }
   }

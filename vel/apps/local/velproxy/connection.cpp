@@ -105,7 +105,7 @@ unsigned int VelProxy::Init() {
   // Without an answer of the bus an attempt takes seconds: threads that waited for one share its
   // failure instead of making theirs one after the other.
   if (failedInits_.load() != failures) {
-    report.fail(VelError::Kind::kNoService, failedInitReason_);
+    report.fail(VelError::Kind::kNoService, failedInitReason_.load());
     return kFailed;
   }
   const auto fail = [&](const char* reason) QX_REQUIRES(callMutex_) {
@@ -129,7 +129,7 @@ unsigned int VelProxy::Init() {
   }
   if (!manager->isServiceRegistered(velprotocol::kServiceName)) {
     VEL_ERROR("isServiceRegistered failed");
-    return fail("no service on the bus");
+    return fail(kNoServiceOnTheBus);
   }
   const std::shared_ptr<QXBusProxyInterface> interface = manager->getServiceProxyInterface(
       velprotocol::kServiceName, QXBUS_SECURITY_SAME_USER_OR_ROOT, kInterfaceMode);
@@ -137,6 +137,7 @@ unsigned int VelProxy::Init() {
     VEL_ERROR("getServiceProxyInterface failed");
     return fail("the service left the bus or is not trusted");
   }
+  failedInitReason_ = kNoServiceOnTheBus;
   std::atomic_store(&interface_, interface);
 
   eventListener_ =

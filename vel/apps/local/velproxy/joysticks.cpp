@@ -14,14 +14,15 @@ namespace qx {
 namespace {
 
 // Records of a fixed size. A longer block is cut; a shorter block leaves the end of the previous
-// record in its own.
+// record in its own, and the report notes its length.
 template <typename Record>
-std::list<Record> recordsOf(const BlockList& blocks) {
+std::list<Record> recordsOf(const BlockList& blocks, ErrorReport& report) {
   std::list<Record> records;
   Record record = {};
   blocks.forEach(BlockList::EmptyBlock::kError, [&](const Block& block) {
     std::memcpy(&record, block.data(), std::min(block.size(), sizeof record));
     records.push_back(record);
+    report.addRecord(block.size());
   });
   return records;
 }
@@ -35,7 +36,7 @@ std::list<Record> listOf(VelProxy& proxy, const char* method,
   if (joysticks) {
     VEL_DEBUG_AT(function, __LINE__, "joystick list size: %d", joysticks.count());
   }
-  return recordsOf<Record>(joysticks);
+  return recordsOf<Record>(joysticks, call.report());
 }
 
 }  // namespace

@@ -43,7 +43,7 @@ bool Request::connected(const char* method) {
   if (!std::exchange(isTested_, true)) {
     report_.setMethod(method);
     if (!interface_) {
-      report_.fail(VelError::Kind::kNoService, "no service on the bus");
+      report_.fail(VelError::Kind::kNoService, proxy_.failedInitReason_.load());
       if (failures_ == Failures::kLogged) {
         norvoLogPrint(0, kErrorLevel, kLogTag, texts_->notConnected, kLogFile, function_, line_);
       }

@@ -36,7 +36,8 @@ struct VelError {
   std::string text;
 };
 
-// The text of kNoService when the bus itself cannot be reached.
+// Texts of kNoService: without a service, and when the bus itself cannot be reached.
+inline constexpr char kNoServiceOnTheBus[] = "no service on the bus";
 inline constexpr char kBusUnreachable[] = "the bus cannot be reached";
 
 }  // namespace qx

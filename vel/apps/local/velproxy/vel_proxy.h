@@ -150,7 +150,8 @@ class VelProxy {
 
   // The lengths of the records in the list that the last operation on this thread returned, in the
   // order of the list. The service chooses them, and each record is allocated exactly as long: read
-  // no field behind that length. Empty when the operation returned no list of pointers.
+  // no field behind that length. Joysticks and their mappings have a fixed size instead, whose rest
+  // is not the service's. Empty when the operation returned no list of records.
   static std::vector<std::size_t> lastRecordLengths();
 
   // The event whose callbacks this thread runs, as it came from the bus; null at other times. It
@@ -872,7 +873,8 @@ class VelProxy {
   std::atomic<bool> hasVmCallbacks_{false};
   // Counts the attempts to connect that failed, and keeps the reason of the last.
   std::atomic<unsigned int> failedInits_{0};
-  const char* failedInitReason_ QX_GUARDED_BY(callMutex_) = "";
+  // Why there is no connection, for the operations that need one.
+  std::atomic<const char*> failedInitReason_{kNoServiceOnTheBus};
   // Never held while a callback runs.
   mutable platform::Mutex serviceMutex_;
   std::map<void*, ServiceCallback> serviceCallbacks_ QX_GUARDED_BY(serviceMutex_);

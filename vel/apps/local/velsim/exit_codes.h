@@ -12,7 +12,9 @@ enum ExitCode : int {
   kExitNotServing = 3,  // no bus, service name taken or refused, or no pen port; ctl: no velsim
   kExitBusLost = 4,     // the bus closed the connection; ctl: no answer
   kExitRefused = 5,     // ctl: velsim refused the command
-  kExitScenario = 6,    // the scenario cannot be read, or has mistakes
+  kExitScenario = 6,    // the scenario, or the recording, cannot be read, or has mistakes
+  kExitNotWritten = 7,  // record: the file cannot be written
+  kExitDiffers = 8,     // replay: a request differed from the recording
 };
 
 }  // namespace velsim

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <exception>
 #include <limits>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,6 +18,8 @@
 #include "vel/apps/local/velsim/ctl.h"
 #include "vel/apps/local/velsim/exit_codes.h"
 #include "vel/apps/local/velsim/options.h"
+#include "vel/apps/local/velsim/record.h"
+#include "vel/apps/local/velsim/replay.h"
 #include "vel/apps/local/velsim/scenario_file.h"
 #include "vel/apps/local/velsim/serve.h"
 
@@ -31,6 +34,17 @@ std::string openDescriptor(const std::string& text) {
   return number && ::fcntl(static_cast<int>(*number), F_GETFD) >= 0
              ? ""
              : base::quoted(text) + " is not the number of an open descriptor";
+}
+
+// Replaces "max" by 0.
+std::string speedFactor(std::string& text) {
+  if (text == "max") {
+    text = "0";
+    return "";
+  }
+  return CLI::PositiveNumber(text).empty()
+             ? ""
+             : base::quoted(text) + " is neither a number above 0 nor max";
 }
 
 int printOrServe(const velsim::Options& options, const velsim::Scenario& scenario,
@@ -97,8 +111,10 @@ int parseAndServe(int argc, char** argv) {
   app.footer(
       "The log goes to standard error: one line for each request, event and pen frame. Exit\n"
       "status: 0 stopped by SIGINT or SIGTERM, 1 internal error, 2 wrong usage, 3 no bus, the\n"
-      "service's name is taken, or no pen port, 4 bus connection lost, 6 the scenario has\n"
-      "mistakes. With --pen-port, velsim\n"
+      "service's name is taken, or no pen port, 4 bus connection lost, 6 the scenario or the\n"
+      "recording has mistakes, 7 record: the file cannot be written, 8 replay: a request "
+      "differed.\n"
+      "With --pen-port, velsim\n"
       "serves the pen port only when the session bus cannot be reached.");
   velsim::CtlOptions control;
   CLI::App* const ctl = app.add_subcommand(
@@ -106,8 +122,56 @@ int parseAndServe(int argc, char** argv) {
   ctl->add_option("--bus,--address", control.address, "Where it runs, as --address above");
   ctl->add_option("WORDS", control.words, "The command, in words or as one line")->required();
   ctl->positionals_at_end();
+  ctl->footer(
+      "  velsim ctl plug camera \"Front camera\"\n"
+      "  velsim ctl fault getDeviceList 2-4 delay 500\n"
+      "Exit status: 0 done, 2 wrong usage, 3 no velsim there, 4 no answer, 5 refused.");
+  velsim::RecordOptions recording;
+  CLI::App* const record = app.add_subcommand(
+      "record", "Stand between clients and a service, and record all that passes");
+  record->add_option("FILE", recording.file, "File to make; it must not hold anything")->required();
+  record->add_option("--service", recording.service, "Address at which the service is")->required();
+  record->add_option("--bus,--address", recording.address,
+                     "Address at which clients find it here, as --address above");
+  record->add_flag("--with-secrets", recording.isWithSecrets,
+                   "Record tokens and passwords, too, which are masked otherwise");
+  record->fallthrough();
+  velsim::ReplayOptions replaying;
+  CLI::App* const replay = app.add_subcommand("replay", "Answer as a recorded service did");
+  replay->add_option("FILE", replaying.file, "A recording")->required();
+  replay
+      ->add_option("--order", replaying.order,
+                   "match: a request gets the answer to the same request of the recording (the "
+                   "default); strict: requests must come in its order")
+      ->transform(CLI::CheckedTransformer(std::map<std::string, velsim::ReplayOrder>{
+          {"match", velsim::ReplayOrder::kMatch}, {"strict", velsim::ReplayOrder::kStrict}}))
+      ->type_name("match|strict");
+  replay
+      ->add_option("--speed", replaying.speed,
+                   "1: as recorded (the default), 10: ten times as fast, max: without pauses")
+      ->transform(CLI::Validator(speedFactor, "", "speed"))
+      ->type_name("N|max");
+  replay->add_option("--bus,--address", replaying.address,
+                     "Address at which clients find it, as --address above");
+  replay->fallthrough();
   try {
     app.parse(argc, argv);
+    if (*record) {
+      if (recording.address.empty()) {
+        recording.address = options.address;
+      }
+      recording.parent = options.parent;
+      recording.isQuiet = options.isQuiet;
+      return velsim::record(recording);
+    }
+    if (*replay) {
+      if (replaying.address.empty()) {
+        replaying.address = options.address;
+      }
+      replaying.parent = options.parent;
+      replaying.isQuiet = options.isQuiet;
+      return velsim::replay(replaying);
+    }
     if (*ctl) {
       return velsim::ctl(control);
     }

@@ -1,0 +1,157 @@
+// The installed library, as another project uses it: tests/consumer/ is configured, built and run.
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/processes/process.h"
+#include "vel/apps/local/velsim/testing/velsim_process.h"
+
+namespace {
+
+using processes::Finished;
+using processes::Process;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr char kSource[] = SOURCE_DIR;
+constexpr char kBuild[] = BUILD_DIR;
+
+std::string folder() {
+  return std::string(kBuild) + "/install-test";
+}
+
+// Compiling takes longer than anything else that tests wait for.
+Finished finished(const std::vector<std::string>& command) {
+  constexpr int kMostMinutes = 8;
+  Process::Options options;
+  options.command = command;
+  Process process(options);
+  int minutes = 0;
+  while (!processes::comesTrue([&] { return process.hasEnded(); }) && ++minutes < kMostMinutes) {
+  }
+  return process.wait();
+}
+
+void succeed(const std::vector<std::string>& command) {
+  const Finished result = finished(command);
+  ASSERT_EQ(result.status, 0) << testing::PrintToString(command) << '\n'
+                              << result.out << result.err;
+}
+
+bool isThere(const std::string& program) {
+  return finished({program, "--version"}).status == 0;
+}
+
+// What a program of the consumer says about a device that velsim has.
+std::string outputOf(const std::string& program) {
+  const velsim_testing::VelsimProcess velsim;
+  Process::Options options;
+  options.command = {program};
+  options.environment["QXBUS_ADDRESS"] = velsim.address();
+  options.environment["HOME"] = folder();
+  const Finished result = processes::run(options);
+  EXPECT_EQ(result.status, 0) << result.err;
+  return result.out;
+}
+
+class InstallTest : public testing::Test {
+ protected:
+  static std::string prefix() { return folder() + "/tree"; }
+
+  // Installs once, and moves the tree: its files must not name the place.
+  static void SetUpTestSuite() {
+    std::filesystem::remove_all(folder());
+    std::filesystem::create_directories(folder());
+    succeed({CMAKE_PROGRAM, "--install", kBuild, "--prefix", folder() + "/before"});
+    std::filesystem::rename(folder() + "/before", prefix());
+  }
+
+  static std::vector<std::string> configuring(const std::string& build,
+                                              const std::string& compiler) {
+    return {CMAKE_PROGRAM,
+            "-S",
+            std::string(kSource) + "/tests/consumer",
+            "-B",
+            folder() + "/" + build,
+            "-G",
+            GENERATOR,
+            "-DCMAKE_CXX_COMPILER=" + compiler,
+            "-DCMAKE_CXX_COMPILER_LAUNCHER=" COMPILER_LAUNCHER,
+            "-DCMAKE_CXX_FLAGS=" COMPILER_FLAGS};
+  }
+};
+
+class ConsumerTest : public InstallTest, public testing::WithParamInterface<const char*> {};
+
+TEST_P(ConsumerTest, BuildsInEachVersionOfTheLanguageWithoutAWarningAndRuns) {
+  const std::string compiler = GetParam();
+  if (!isThere(compiler)) {
+    GTEST_SKIP() << "there is no " << compiler;
+  }
+  const std::string build = folder() + "/" + compiler;
+  std::vector<std::string> configure = configuring(compiler, compiler);
+  configure.push_back("-DCMAKE_PREFIX_PATH=" + prefix());
+  ASSERT_NO_FATAL_FAILURE(succeed(configure));
+  ASSERT_NO_FATAL_FAILURE(succeed({CMAKE_PROGRAM, "--build", build}));
+
+  std::map<std::string, std::string> outputs;
+  for (const char* const program : {"17", "20", "23", "mixed"}) {
+    SCOPED_TRACE(program);
+    outputs[program] = outputOf(build + "/consumer_" + program);
+    const std::string& output = outputs[program];
+    // Each of both sources has received the event.
+    const std::size_t first = output.find("expected: Memory stick\n");
+    ASSERT_NE(first, std::string::npos) << output;
+    EXPECT_NE(output.find("expected: Memory stick\n", first + 1), std::string::npos) << output;
+  }
+  EXPECT_THAT(outputs["17"], Not(HasSubstr("with_std_expected")));
+  // With a library that has std::expected, the program has both.
+  if (outputs["23"].find("with_std_expected") != std::string::npos) {
+    EXPECT_THAT(outputs["mixed"], HasSubstr("with_tl_expected"));
+    EXPECT_THAT(outputs["mixed"], HasSubstr("with_std_expected"));
+  } else {
+    EXPECT_EQ(outputs["mixed"], outputs["17"]);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, ConsumerTest, testing::ValuesIn(std::vector<const char*>{COMPILERS}),
+                         [](const testing::TestParamInfo<const char*>& compiler) {
+                           std::string name = compiler.param;
+                           std::replace(name.begin(), name.end(), '+', 'x');
+                           return name;
+                         });
+
+// The whole library would be compiled anew: a source against its targets shows that they are there.
+TEST_F(InstallTest, AddSubdirectoryGivesTheSameTargets) {
+  std::vector<std::string> configure = configuring("subdirectory", COMPILER);
+  configure.push_back("-DVELPROXY_SOURCE=" + std::string(kSource));
+  ASSERT_NO_FATAL_FAILURE(succeed(configure));
+  ASSERT_NO_FATAL_FAILURE(
+      succeed({CMAKE_PROGRAM, "--build", folder() + "/subdirectory", "--target", "watcher_17"}));
+}
+
+TEST_F(InstallTest, TheInstalledFilesNameNoPlaceOfThisBuild) {
+  int files = 0;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(prefix())) {
+    const std::string path = entry.path().string();
+    if (!entry.is_regular_file() || entry.path().extension() == ".a") {
+      continue;
+    }
+    ++files;
+    std::ifstream file(path);
+    std::stringstream text;
+    text << file.rdbuf();
+    EXPECT_THAT(text.str(), Not(HasSubstr(kSource))) << path;
+  }
+  EXPECT_GT(files, 30);
+}
+
+}  // namespace
