@@ -3,6 +3,8 @@
 #include <csignal>
 #include <fstream>
 
+#include <nlohmann/json.hpp>
+
 #include "tests/end_to_end/end_to_end_test.h"
 #include "vel/apps/local/velctl/exit_codes.h"
 #include "vel/apps/local/velsim/exit_codes.h"
@@ -99,6 +101,35 @@ TEST_P(ScenarioTest, TheServiceLeavesByItsOwnControlObject) {
   }));
   EXPECT_THAT(velsim()->control("return"), StartsWith("back at "));
   EXPECT_THAT(velctlOut({"vm", "list"}), HasSubstr("records"));
+}
+
+TEST_P(ScenarioTest, AClassroomServesFiftyClientsAtOnce) {
+  constexpr std::size_t kClients = 50;
+  constexpr std::size_t kDevices = 200;
+  startVelsim({"--quiet", "--scenario", CLASSROOM_SCENARIO}, address());
+
+  // Each receives the event of the camera that comes, then lists the devices.
+  std::vector<std::unique_ptr<Process>> watches;
+  for (std::size_t i = 0; i < kClients; ++i) {
+    watches.push_back(std::make_unique<Process>(client({"watch"})));
+  }
+  for (const auto& watch : watches) {
+    ASSERT_TRUE(isWatching(*watch)) << watch->err();
+  }
+  velsim()->control("plug camera 'Teacher camera'");
+  for (const auto& watch : watches) {
+    EXPECT_THAT(watch->readLine(), HasSubstr("Teacher camera"));
+  }
+  std::vector<std::unique_ptr<Process>> lists;
+  for (std::size_t i = 0; i < kClients; ++i) {
+    lists.push_back(std::make_unique<Process>(client({"device", "list", "--json"})));
+  }
+  for (const auto& list : lists) {
+    const Finished finished = list->wait();
+    const auto devices = nlohmann::json::parse(finished.out, nullptr, false);
+    ASSERT_TRUE(devices.is_object()) << finished.out << finished.err;
+    EXPECT_EQ(devices.at("devices").size(), kDevices + 1);
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Over, ScenarioTest, ::testing::Bool(), [](const auto& instance) {

@@ -85,6 +85,15 @@ TEST_F(DiagnosisTest, FindsADeviceThatIsNotAttached) {
   EXPECT_EQ(steps(kTablet).back(), std::pair(kFault, std::string("not attached to the VM")));
 }
 
+// A random scenario once removed the VM of a running diagnosis, which ended velsim.
+TEST_F(DiagnosisTest, FindsAVmThatWasRemovedMeanwhile) {
+  diagnose(kWin11, kCameraSource);
+  machine().vms.remove("win11");
+  clock->advance(kLong);
+
+  EXPECT_EQ(steps(kCameraSource).back(), std::pair(kFault, std::string("VM removed meanwhile")));
+}
+
 TEST_F(DiagnosisTest, FindsAVmThatIsNotConnected) {
   call("connectPrinter", {int32(kWin11), int16(kLaser)});
   takeEvents();

@@ -14,18 +14,28 @@
 #include "vel/apps/local/velsim/service/stepped_clock.h"
 
 namespace velsim {
+namespace {
+
+// The commands of a velsim that does not run, to check lines.
+struct CheckingControl {
+  CheckingControl() {
+    control.add(programCommands({}));
+    control.add(faultCommands(faults));
+  }
+
+  Simulator simulator{Setup(), std::make_unique<SteppedClock>()};
+  Faults faults{[](const std::string& /*seed*/) {}};
+  Control control{simulator, [] {}};
+};
+
+}  // namespace
 
 std::optional<Scenario> parseScenario(const std::string& text, Mistakes& mistakes,
                                       std::vector<Fault>* faults) {
-  // Lines are checked against the commands of a velsim that does not run.
-  Simulator simulator(Setup(), std::make_unique<SteppedClock>());
-  Faults none([](const std::string& /*seed*/) {});
-  Control control(simulator, [] {});
-  control.add(programCommands({}));
-  control.add(faultCommands(none));
+  static const CheckingControl checking;
   ScenarioParts parts;
-  parts.checkLine = [&control](const std::string& line) { return control.check(line); };
-  parts.isCommand = [&control](const std::string& word) { return control.knows(word); };
+  parts.checkLine = [](const std::string& line) { return checking.control.check(line); };
+  parts.isCommand = [](const std::string& word) { return checking.control.knows(word); };
   parts.readFaults = [faults](const JsonNode& node, Mistakes& found) {
     std::vector<Fault> read = readFaults(node, found);
     if (faults) {

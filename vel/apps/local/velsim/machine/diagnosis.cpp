@@ -18,7 +18,11 @@ std::string fault(const MachineState& machine, const DiagnosisSubject& subject) 
   if (!device && !printer) {
     return "unplugged meanwhile";
   }
-  if (!machine.vms.find(subject.vm)->attachment) {
+  const VmSession* const session = machine.vms.find(subject.vm);
+  if (!session) {
+    return "VM removed meanwhile";
+  }
+  if (!session->attachment) {
     return "VM not connected";
   }
   const VmNumber vm = device ? device->vm : printer->vm;

@@ -31,11 +31,19 @@ Simulator::Simulator(Setup setup, std::unique_ptr<Scheduler> scheduler)
     : machine_(std::move(setup)), scheduler_(std::move(scheduler)) {
   const platform::MutexLock lock(mutex_);
   machine_.settle();
-  for (const MethodRow& row : allMethods()) {
-    if (const velprotocol::Method* const method = velprotocol::find(row.name)) {
-      methods_.emplace(row.name, Method{Signature(method->arguments), row.answer});
+}
+
+const std::map<std::string, Simulator::Method>& Simulator::methodsByName() {
+  static const std::map<std::string, Method> table = [] {
+    std::map<std::string, Method> methods;
+    for (const MethodRow& row : allMethods()) {
+      if (const velprotocol::Method* const method = velprotocol::find(row.name)) {
+        methods.emplace(row.name, Method{Signature(method->arguments), row.answer});
+      }
     }
-  }
+    return methods;
+  }();
+  return table;
 }
 
 Simulator::~Simulator() {
@@ -44,15 +52,15 @@ Simulator::~Simulator() {
 
 std::vector<std::string> Simulator::methods() const {
   std::vector<std::string> names;
-  for (const auto& [name, method] : methods_) {
+  for (const auto& [name, method] : methodsByName()) {
     names.push_back(name);
   }
   return names;
 }
 
 void Simulator::answer(const std::string& method, const qxbus::Values& arguments, Respond respond) {
-  const auto known = methods_.find(method);
-  if (known == methods_.end()) {
+  const auto known = methodsByName().find(method);
+  if (known == methodsByName().end()) {
     respond(Error{method + ": no such method"});
     return;
   }

@@ -133,7 +133,9 @@ class Simulator {
   void giveDueAnswers() QX_REQUIRES(mutex_);
   void settle() QX_REQUIRES(mutex_);
 
-  std::map<std::string, Method> methods_;  // constant after construction
+  // The same for all simulators.
+  static const std::map<std::string, Method>& methodsByName();
+
   mutable platform::Mutex mutex_;
   MachineState machine_ QX_GUARDED_BY(mutex_);
   CommandRunner* commands_ QX_GUARDED_BY(mutex_) = nullptr;
