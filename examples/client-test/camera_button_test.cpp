@@ -1,6 +1,9 @@
 #include "examples/client-test/camera_button.h"
 
+#include <chrono>
 #include <iostream>
+#include <string>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -19,6 +22,18 @@ class CameraButtonTest : public ::testing::Test {
     }
   }
 
+  // Waits for a line of the log, which is written behind the answers.
+  bool logs(const std::string& text) const {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (velsim.log().find(text) == std::string::npos) {
+      if (std::chrono::steady_clock::now() > deadline) {
+        return false;
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+  }
+
   velsim_testing::VelsimProcess velsim;
   const CameraButton button{"win11"};
 };
@@ -29,7 +44,7 @@ TEST_F(CameraButtonTest, OffersTheCameraOfThisMachine) {
 
 TEST_F(CameraButtonTest, AttachesTheCamera) {
   EXPECT_EQ(button.press(), "Built-in camera is in win11");
-  EXPECT_NE(velsim.log().find("connectDevice("), std::string::npos);
+  EXPECT_TRUE(logs("connectDevice("));
 }
 
 TEST_F(CameraButtonTest, ReportsWhenTheUserHasUnpluggedTheCamera) {

@@ -67,7 +67,7 @@ TEST_F(BlockedOutputTest, DroppedLogLinesAreCountedAndReported) {
     });
   };
   ASSERT_TRUE(logs(" dropped while the output was blocked\n"));
-  const std::string request = "velsim: getVmListSize(string \"xxx";
+  const std::string request = "velsim: getVmListSize(vmId \"xxx";
   std::size_t logged = 0;
   for (std::size_t at = log.find(request); at != std::string::npos;
        at = log.find(request, at + 1)) {
@@ -77,7 +77,7 @@ TEST_F(BlockedOutputTest, DroppedLogLinesAreCountedAndReported) {
   const std::string dropped = std::to_string(kLongRequests - logged) + " log lines dropped";
   EXPECT_NE(log.find("\nvelsim: " + dropped), std::string::npos) << dropped;
   EXPECT_EQ(velctl({"vm", "start", "win11"}).status, 0);
-  EXPECT_TRUE(logs("velsim: startManager(int32 101) -> int32 0\n"));
+  EXPECT_TRUE(logs("velsim: startManager(vm 101 \"win11\") -> ok\n"));
 
   expectPromptStop(&velsim);
 }

@@ -31,7 +31,7 @@ Finished EndToEndTest::stopVelsim(int signalNumber) {
   Finished finished;
   finished.status = velsim_->wait();
   finished.out = velsim_->output();
-  finished.err = velsim_->log();
+  finished.err = processes::withoutTimes(velsim_->log());
   velsim_.reset();
   return finished;
 }
@@ -40,7 +40,7 @@ std::string EndToEndTest::settledVelsimLog() {
   // Requests are logged one after the other.
   const std::string marker = "marker " + std::to_string(++markers_);
   call("qx.bus.vel.getVmListSize", {"string:" + marker});
-  const std::string logged = "velsim: getVmListSize(string \"" + marker + "\")";
+  const std::string logged = "velsim: getVmListSize(vmId \"" + marker + "\")";
   EXPECT_TRUE(velsimLogs(logged));
   return velsimLog().substr(0, velsimLog().find(logged));
 }

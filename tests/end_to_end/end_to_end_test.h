@@ -35,7 +35,8 @@ class EndToEndTest : public ::testing::Test {
   // Ends velsim and returns its status and output.
   Finished stopVelsim(int signalNumber);
   // The log of velsim since its start. A request is logged at about the time of its answer.
-  std::string velsimLog() const { return velsim_ ? velsim_->log() : ""; }
+  // Without the times.
+  std::string velsimLog() const { return velsim_ ? processes::withoutTimes(velsim_->log()) : ""; }
   // The same with every answered request, for tests that a line is missing.
   std::string settledVelsimLog();
   // Waits for the text.

@@ -55,7 +55,7 @@ TEST_F(VelctlProcessTest, ATokenComesFromStandardInput) {
 
   EXPECT_EQ(run(options).status, velctl::kExitOk);
   EXPECT_EQ(run(empty).status, velctl::kExitUsage);
-  EXPECT_TRUE(velsimLogs("updateDriveToken(bytes[3] 61 62 63) -> int32 0"));
+  EXPECT_TRUE(velsimLogs("updateDriveToken(token \"abc\") -> ok"));
 }
 
 TEST_F(VelctlProcessTest, ATurboConfigurationComesFromStandardInput) {
@@ -63,9 +63,7 @@ TEST_F(VelctlProcessTest, ATurboConfigurationComesFromStandardInput) {
   options.input = "a=1\n\n";
 
   EXPECT_EQ(run(options).out, "turbo configuration of 046d:0825 has 3 bytes\n");
-  EXPECT_TRUE(
-      velsimLogs("setTurboConfigWithVidPid(int32 0, int16 1133, int16 2085, bytes[3] 61 3d "
-                 "31) -> int32 0"));
+  EXPECT_TRUE(velsimLogs("setTurboConfigWithVidPid(vid 1133, pid 2085, config \"a=1\") -> ok"));
 }
 
 // A closed stream whose number the next file or socket gets would take in data or messages.
@@ -322,9 +320,9 @@ TEST_F(VelctlProcessTest, ARequestWithoutAnAnswerHasReachedTheServiceWhenVelctlE
   for (int round = 0; round < 20; ++round) {
     newRequests();
     ASSERT_EQ(velctl({"vm", "start", "win11"}).status, velctl::kExitOk);
-    ASSERT_THAT(newRequests(), HasSubstr("startManager(int32 101) -> int32 0"));
+    ASSERT_THAT(newRequests(), HasSubstr("startManager(vm 101 \"win11\") -> ok"));
     ASSERT_EQ(velctl({"vm", "disconnect", "win11"}).status, velctl::kExitOk);
-    ASSERT_THAT(newRequests(), HasSubstr("disconnectVm(int32 101) -> int32 "));
+    ASSERT_THAT(newRequests(), HasSubstr("disconnectVm(vm 101 \"win11\") -> "));
   }
 }
 

@@ -112,8 +112,8 @@ TEST_F(VelsimTest, LogsEachRequestOnOneLine) {
   callVel("startManager", {"int32:101"});
 
   EXPECT_THAT(settledVelsimLog(),
-              HasSubstr("\nvelsim: getVmListSize(string \"a\\x0ab\") -> int32 0\n"
-                        "velsim: startManager(int32 101) -> int32 0\n"));
+              HasSubstr("\nvelsim: getVmListSize(vmId \"a\\x0ab\") -> number 0\n"
+                        "velsim: startManager(vm 101 \"win11\") -> ok\n"));
 }
 
 TEST_F(VelsimTest, TheNameCannotBeTakenTwice) {

@@ -1,5 +1,7 @@
 #include "tests/processes/programs.h"
 
+#include <regex>
+
 namespace processes {
 
 Process::Options velctlOptions(const PrivateBus& bus, const std::vector<std::string>& arguments) {
@@ -19,6 +21,11 @@ velsim_testing::VelsimProcess::Options velsimOptions(const PrivateBus& bus,
 
 bool isReady(const Process& velsim) {
   return comesTrue([&] { return velsim.err().find("velsim: ready ") != std::string::npos; });
+}
+
+std::string withoutTimes(const std::string& log) {
+  static const std::regex time("(^|\n)[0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3} (?=velsim: )");
+  return std::regex_replace(log, time, "$1");
 }
 
 std::vector<std::string> with(std::vector<std::string> arguments, const std::string& last) {

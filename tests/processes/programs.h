@@ -20,6 +20,9 @@ velsim_testing::VelsimProcess::Options velsimOptions(const PrivateBus& bus,
 // because it needs other descriptors or another way to its address than VelsimProcess gives it.
 bool isReady(const Process& velsim);
 
+// A log of velsim without the times of its lines.
+std::string withoutTimes(const std::string& log);
+
 // Arguments with one more.
 std::vector<std::string> with(std::vector<std::string> arguments, const std::string& last);
 

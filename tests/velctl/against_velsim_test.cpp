@@ -122,8 +122,7 @@ TEST_F(VelsimTest, SharedPrintersAreFoundAtThreeAddresses) {
     EXPECT_EQ(search.status, velctl::kExitOk);
     EXPECT_EQ(search.out, rows[i].out);
     EXPECT_THAT(search.err, HasSubstr(rows[i].err));
-    EXPECT_TRUE(
-        isAsked("searchSharePrinter(string \"" + rows[i].arguments.front() + "\") -> int32 0"));
+    EXPECT_TRUE(isAsked("searchSharePrinter(address \"" + rows[i].arguments.front() + "\") -> ok"));
   }
 }
 

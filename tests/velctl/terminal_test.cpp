@@ -13,57 +13,16 @@
 #include <unistd.h>
 
 #include "base/text.h"
+#include "tests/processes/terminal.h"
 #include "tests/velctl/process_test.h"
 
 namespace velctl_tests {
 namespace {
 
+using processes::Terminal;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
-
-// The user's side of a pseudo-terminal.
-class Terminal {
- public:
-  Terminal() : terminal_(::posix_openpt(O_RDWR | O_NOCTTY)) {
-    if (terminal_ < 0 || ::grantpt(terminal_) != 0 || ::unlockpt(terminal_) != 0) {
-      throw std::runtime_error("there is no terminal");
-    }
-    name_ = ::ptsname(terminal_);
-    // While this side is open too, reading never finds the terminal hung up.
-    other_ = ::open(name_.c_str(), O_RDWR | O_NOCTTY);
-  }
-
-  ~Terminal() {
-    ::close(other_);
-    ::close(terminal_);
-  }
-
-  Terminal(const Terminal&) = delete;
-  Terminal& operator=(const Terminal&) = delete;
-
-  const std::string& name() const { return name_; }
-
-  // All output so far.
-  const std::string& text() {
-    char bytes[1024];
-    pollfd polled = {terminal_, POLLIN, 0};
-    while (::poll(&polled, 1, 0) > 0) {
-      const ssize_t count = ::read(terminal_, bytes, sizeof bytes);
-      if (count <= 0) {
-        break;
-      }
-      text_.append(bytes, static_cast<std::size_t>(count));
-    }
-    return text_;
-  }
-
- private:
-  int terminal_;
-  int other_;
-  std::string name_;
-  std::string text_;
-};
 
 class TerminalTest : public FakeServiceTest {
  protected:

@@ -161,16 +161,5 @@ TEST_F(SimulatorTest, AResetUndoesChangesByClients) {
   EXPECT_TRUE(session().pipes.empty());
 }
 
-TEST_F(SimulatorTest, ARequestAndItsAnswerAreOneLine) {
-  const Values arguments = {"a\nb"};
-
-  const std::string line =
-      describe("getVmListSize", arguments, simulator.answer("getVmListSize", arguments));
-
-  EXPECT_EQ(line, "getVmListSize(string \"a\\x0ab\") -> int32 0");
-  EXPECT_EQ(describe("nosuch", {}, simulator.answer("nosuch", {})),
-            "nosuch() -> error: nosuch: no such method");
-}
-
 }  // namespace
 }  // namespace velsim

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <memory>
+#include <string>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -25,22 +26,28 @@ void give(qxbus::Request& request, const FaultyAnswer& answer) {
   }
 }
 
-std::string describe(const qxbus::Request& request, const FaultyAnswer& answer) {
+// A fault may leave no values, or others than the service has.
+LogLine lineOf(const RequestLine& request, const FaultyAnswer& answer) {
   const auto* const values = std::get_if<qxbus::Values>(&answer.content);
   const auto* const error = std::get_if<Simulator::Error>(&answer.content);
-  const std::string faults = answer.faults.empty() ? "" : " (fault: " + answer.faults + ")";
-  return describe(request.method(), request.arguments(),
-                  values  ? Simulator::Answer(*values)
-                  : error ? Simulator::Answer(*error)
-                          : Simulator::Answer(qxbus::Values())) +
-         faults;
+  LogLine line = request.with(error ? Simulator::Answer(*error)
+                                    : Simulator::Answer(values ? *values : qxbus::Values()));
+  if (!answer.faults.empty()) {
+    line.text += " (fault: " + answer.faults + ")";
+    line.json["fault"] = answer.faults;
+  }
+  return line;
 }
 
-void answer(FaultyService& service, Log& log, qxbus::Request request) {
+void answer(const Simulator& simulator, FaultyService& service, Log& log, qxbus::Request request) {
   const auto kept = std::make_shared<qxbus::Request>(std::move(request));
-  const auto respond = [kept, &log](const FaultyAnswer& given) {
-    if (log.hasDetails()) {
-      log.writeDetail(describe(*kept, given));
+  std::shared_ptr<const RequestLine> line;
+  if (log.hasDetails()) {
+    line = std::make_shared<const RequestLine>(simulator, kept->method(), kept->arguments());
+  }
+  const auto respond = [kept, line, &log](const FaultyAnswer& given) {
+    if (line) {
+      log.writeDetail(lineOf(*line, given));
     }
     give(*kept, given);
   };
@@ -50,8 +57,8 @@ void answer(FaultyService& service, Log& log, qxbus::Request request) {
 std::vector<qxbus::Method> methodsOf(const Simulator& simulator, FaultyService& service, Log& log) {
   std::vector<qxbus::Method> methods;
   for (const std::string& name : simulator.methods()) {
-    methods.push_back({name, [&service, &log](qxbus::Request request) {
-                         answer(service, log, std::move(request));
+    methods.push_back({name, [&simulator, &service, &log](qxbus::Request request) {
+                         answer(simulator, service, log, std::move(request));
                        }});
   }
   return methods;
@@ -67,7 +74,7 @@ BusService::BusService(const std::string& address, Simulator& simulator, Faults&
             {velprotocol::kServiceEvent}, std::move(objects)) {
   service_.setEventSink([this, &log](const BusEvent& event) {
     if (log.hasDetails()) {
-      log.writeDetail(describe(event));
+      log.writeDetail(lineOf(event));
     }
     if (isBroadcast(event)) {
       host_.broadcast(velprotocol::kBroadcastEvent, argumentsOf(event));

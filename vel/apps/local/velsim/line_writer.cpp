@@ -39,8 +39,10 @@ bool writeAll(int output, const std::string& text) {
 }  // namespace
 
 struct LineWriter::State {
-  State(int descriptor, std::string nounOfLine)
-      : output(::fcntl(descriptor, F_DUPFD_CLOEXEC, 0)), noun(std::move(nounOfLine)) {}
+  State(int descriptor, std::string nounOfLine, Report lineOfReport)
+      : output(::fcntl(descriptor, F_DUPFD_CLOEXEC, 0)),
+        noun(std::move(nounOfLine)),
+        report(std::move(lineOfReport)) {}
   ~State() {
     if (output >= 0) {
       ::close(output);
@@ -56,6 +58,7 @@ struct LineWriter::State {
 
   const int output;
   const std::string noun;
+  const Report report;
 
   platform::Mutex mutex;
   platform::Condition changed;
@@ -66,8 +69,8 @@ struct LineWriter::State {
   bool isFinished QX_GUARDED_BY(mutex) = false;  // nothing will be written any more
 };
 
-LineWriter::LineWriter(int output, std::string noun)
-    : state_(std::make_shared<State>(output, std::move(noun))) {
+LineWriter::LineWriter(int output, std::string noun, Report report)
+    : state_(std::make_shared<State>(output, std::move(noun), std::move(report))) {
   base::Result<std::thread> thread =
       base::startThread("velsim output", [state = state_] { state->run(); });
   if (!thread) {
@@ -132,9 +135,11 @@ std::string LineWriter::State::next() {
     return lines;
   }
   const std::size_t count = std::exchange(dropped, 0);
-  return count == 0
-             ? ""
-             : "velsim: " + base::counted(count, noun) + " dropped while the output was blocked\n";
+  if (count == 0) {
+    return "";
+  }
+  const std::string text = base::counted(count, noun) + " dropped while the output was blocked";
+  return report ? report(text) : "velsim: " + text + "\n";
 }
 
 void LineWriter::State::finish() {

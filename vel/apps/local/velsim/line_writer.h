@@ -14,6 +14,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
@@ -24,11 +25,14 @@ class LineWriter {
  public:
   static constexpr std::size_t kMostQueuedBytes = std::size_t{1} << 20;
   static constexpr std::chrono::seconds kFlushTime{2};
+  using Report = std::function<std::string(const std::string& text)>;
 
   // Writes to a duplicate of the descriptor, which remains the caller's. A closed one fails like an
-  // output without a reader. noun: of one line, for the report of dropped lines. Throws
-  // std::runtime_error when the system cannot start a thread.
-  LineWriter(int output, std::string noun);
+  // output without a reader. Throws std::runtime_error when the system cannot start a thread.
+  //
+  // noun     of one line, for the report of dropped lines
+  // report   makes a line of that report, with its newline; null: "velsim: " stands before it
+  LineWriter(int output, std::string noun, Report report = nullptr);
   // Writes the lines that wait, and gives up after kFlushTime.
   ~LineWriter();
 

@@ -98,6 +98,7 @@ int parseAndServe(int argc, char** argv) {
       ->check(base::pathFault)
       ->type_name("PATH");
   app.add_flag("-q,--quiet", options.isQuiet, "Do not log requests, events and pen frames");
+  app.add_flag("--json", options.isJson, "Log one JSON object per line (docs/velsim-log.md)");
   app.add_option("--control", options.control,
                  "Read control commands from standard input (-), the default at a terminal")
       ->check(CLI::IsMember({velsim::kStandardInput}));

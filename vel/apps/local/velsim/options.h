@@ -19,6 +19,7 @@ struct Options {
   bool isPrintingScenario = false;
   bool isStepped = false;  // the time stands still until commands move it
   bool isQuiet = false;
+  bool isJson = false;  // the log
 };
 
 }  // namespace velsim

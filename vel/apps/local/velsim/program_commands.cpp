@@ -85,10 +85,16 @@ std::vector<Command> programCommands(const ProgramParts& parts) {
         return leave(*parts.presence);
       }};
   leaving.cutsConnections = true;
+  Command quitting = {"quit", "", 0, 0, "end velsim", [parts](const Words& /*none*/) -> Answer {
+                        parts.quit();
+                        return std::string();
+                      }};
+  quitting.cutsConnections = true;
   return {
       leaving,
       {"return", "", 0, 0, "come back to the bus after leave",
        [parts](const Words& /*none*/) { return comeBack(*parts.presence); }},
+      quitting,
       notInTimelines(
           prepared({"step", "[COUNT]", 0, 1,
                     "with --step: move the time to the next entry of the time line"},

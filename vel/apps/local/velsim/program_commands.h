@@ -3,6 +3,7 @@
 #ifndef VEL_APPS_LOCAL_VELSIM_PROGRAM_COMMANDS_H
 #define VEL_APPS_LOCAL_VELSIM_PROGRAM_COMMANDS_H
 
+#include <functional>
 #include <vector>
 
 #include "vel/apps/local/velsim/control.h"
@@ -17,9 +18,10 @@ struct ProgramParts {
   Presence* presence = nullptr;
   Timeline* timeline = nullptr;
   SteppedClock* clock = nullptr;  // null in real time
+  std::function<void()> quit = nullptr;
 };
 
-// leave, return, step, advance.
+// leave, return, step, advance, quit.
 std::vector<Command> programCommands(const ProgramParts& parts);
 
 }  // namespace velsim

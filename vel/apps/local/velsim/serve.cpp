@@ -53,15 +53,25 @@ bool isInForegroundOfTerminal() {
 // Reads control commands for as long as it lives.
 class ControlInput {
  public:
-  ControlInput(const Options& options, Control& control, Log& log) : log_(log), control_(control) {
+  ControlInput(const Options& options, Control& control, Log& log)
+      : isPrompting_(!options.isJson && ::isatty(STDIN_FILENO) != 0 &&
+                     ::isatty(STDOUT_FILENO) != 0 && ::isatty(STDERR_FILENO) != 0),
+        log_(log),
+        control_(control) {
     if (options.control != kStandardInput && !isInForegroundOfTerminal()) {
       return;
     }
     // Reading fails when velsim is sent to the background; without this it would be halted.
     std::signal(SIGTTIN, SIG_IGN);
-    log.write("reading control commands; type help for the list");
-    reader_.emplace(STDIN_FILENO, [this](const std::string& line) { run(line); });
+    log.setPrompting(isPrompting_);
+    log.write("reading control commands; type help for the list, quit to end");
+    reader_.emplace(
+        STDIN_FILENO, [this](const std::string& line) { run(line); }, [this] { end(); });
   }
+  ~ControlInput() { log_.setPrompting(false); }
+
+  ControlInput(const ControlInput&) = delete;
+  ControlInput& operator=(const ControlInput&) = delete;
 
  private:
   void run(const std::string& line) {
@@ -72,11 +82,21 @@ class ControlInput {
     const Control::Answer answer = control_.run(line);
     if (!answer) {
       log_.write("control: " + answer.reason());
-    } else if (!answer->empty()) {
-      answers_.write(*answer);
+      return;
+    }
+    const std::string shown = *answer + (isPrompting_ ? kPrompt : "");
+    if (!shown.empty()) {
+      answers_.write(shown);
     }
   }
 
+  void end() {
+    log_.setPrompting(false);
+    log_.write("control input has ended; velsim goes on until SIGINT or SIGTERM");
+  }
+
+  // The log and the answers share the terminal with the lines of the user.
+  const bool isPrompting_;
   Log& log_;
   LineWriter answers_{STDOUT_FILENO, "control answer"};
   Control& control_;
@@ -106,7 +126,7 @@ class Server {
       faults_.add(fault);
     }
     control_.add(faultCommands(faults_));
-    control_.add(programCommands({&presence_, &timeline_, stepped_}));
+    control_.add(programCommands({&presence_, &timeline_, stepped_, StopSignals::raise}));
     control_.add(answeringCommands(scenario.setup.commands));
     simulator_.setCommands(&control_);
   }
@@ -153,7 +173,7 @@ class Server {
     }
     try {
       penPort_.emplace(options_.penPort,
-                       [this](const std::string& line) { log_.writeDetail(line); });
+                       [this](const std::string& line) { log_.writeDetail(line, "pen"); });
     } catch (const std::runtime_error& error) {
       log_.write(std::string("cannot open the pen port: ") + error.what());
       return false;
@@ -226,7 +246,7 @@ class Server {
 
 ExitCode serve(const Options& options, const Scenario& scenario, const std::vector<Fault>& faults) {
   const StopSignals stopSignals;
-  Log log(options.isQuiet);
+  Log log(options.isQuiet, options.isJson ? Log::Form::kJson : Log::Form::kText);
   const ExitCode status = Server(options, scenario, faults, log).run(stopSignals);
   if (status == kExitStopped) {
     log.write("stopped");

@@ -11,6 +11,15 @@ VmSessions::VmSessions(const std::vector<VmSetup>& setup) : setup_(setup) {
   reset();
 }
 
+std::string VmSessions::nameOf(VmNumber vm) const {
+  for (const auto& [vmId, number] : numbers_) {
+    if (number == vm) {
+      return vmId;
+    }
+  }
+  return "";
+}
+
 VmNumber VmSessions::numberOf(const std::string& vmId) const {
   const auto known = numbers_.find(vmId);
   return known != numbers_.end() ? known->second : 0;

@@ -61,6 +61,8 @@ class VmSessions {
   const std::map<std::string, VmNumber>& numbers() const { return numbers_; }
   // 0 when there is no such VM.
   VmNumber numberOf(const std::string& vmId) const;
+  // Empty when there is no such VM.
+  std::string nameOf(VmNumber vm) const;
   // Null when there is no such VM.
   const VmSession* find(VmNumber vm) const;
   const std::optional<Focus>& focus() const { return focus_; }

@@ -77,10 +77,4 @@ qxbus::Values argumentsOf(const BusEvent& event) {
   return {static_cast<std::int32_t>(event.vm), static_cast<std::int32_t>(event.code), event.record};
 }
 
-std::string describe(const BusEvent& event) {
-  return "event " + std::to_string(static_cast<std::int32_t>(event.code)) + " (" +
-         std::string(velprotocol::nameOf(event.code)) + "), vm " + std::to_string(event.vm) + ", " +
-         std::to_string(event.record.size()) + " bytes";
-}
-
 }  // namespace velsim

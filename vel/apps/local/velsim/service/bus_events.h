@@ -17,6 +17,7 @@ struct BusEvent {
   EventCode code;
   VmNumber vm;  // 0: none
   qxbus::Bytes record;
+  std::string vmName = {};  // for people
 };
 
 BusEvent busEventOf(const Event& event);
@@ -24,8 +25,6 @@ BusEvent busEventOf(const Event& event);
 // Mounting concerns other programs than the service's clients too.
 bool isBroadcast(const BusEvent& event);
 qxbus::Values argumentsOf(const BusEvent& event);
-// On one line.
-std::string describe(const BusEvent& event);
 
 }  // namespace velsim
 

@@ -145,20 +145,13 @@ void Simulator::settle() {
   }
   for (const Event& event : machine_.events.take()) {
     unsent_.push_back(busEventOf(event));
+    unsent_.back().vmName = machine_.vms.nameOf(event.vm);
   }
   if (sink_) {
     for (const BusEvent& event : std::exchange(unsent_, {})) {
       sink_(event);
     }
   }
-}
-
-std::string describe(const std::string& method, const qxbus::Values& arguments,
-                     const Simulator::Answer& answer) {
-  const auto* const error = std::get_if<Simulator::Error>(&answer);
-  const std::string result =
-      error ? "error: " + error->text : qxbus::describe(std::get<qxbus::Values>(answer));
-  return method + "(" + qxbus::describe(arguments) + ") -> " + result;
 }
 
 }  // namespace velsim

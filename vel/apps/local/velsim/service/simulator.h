@@ -147,10 +147,6 @@ class Simulator {
   const std::unique_ptr<Scheduler> scheduler_;
 };
 
-// A request and its answer on one line.
-std::string describe(const std::string& method, const qxbus::Values& arguments,
-                     const Simulator::Answer& answer);
-
 }  // namespace velsim
 
 #endif  // VEL_APPS_LOCAL_VELSIM_SERVICE_SIMULATOR_H
