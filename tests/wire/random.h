@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <string>
 #include <string_view>
 
@@ -29,7 +30,7 @@ class Random {
 
   template <typename Range>
   const auto& oneOf(const Range& range) {
-    return *(std::begin(range) + below(std::size(range)));
+    return *std::next(std::begin(range), static_cast<std::ptrdiff_t>(below(std::size(range))));
   }
 
   std::string textOver(std::string_view alphabet, std::size_t length) {
