@@ -27,7 +27,7 @@ void give(qxbus::Request& request, const FaultyAnswer& answer) {
 }
 
 // A fault may leave no values, or others than the service has.
-LogLine lineOf(const RequestLine& request, const FaultyAnswer& answer) {
+LogLine answeredLine(const RequestLine& request, const FaultyAnswer& answer) {
   const auto* const values = std::get_if<qxbus::Values>(&answer.content);
   const auto* const error = std::get_if<Simulator::Error>(&answer.content);
   LogLine line = request.with(error ? Simulator::Answer(*error)
@@ -47,7 +47,7 @@ void answer(const Simulator& simulator, FaultyService& service, Log& log, qxbus:
   }
   const auto respond = [kept, line, &log](const FaultyAnswer& given) {
     if (line) {
-      log.writeDetail(lineOf(*line, given));
+      log.writeDetail(answeredLine(*line, given));
     }
     give(*kept, given);
   };
