@@ -166,9 +166,9 @@ TEST_F(AnswerInTroubleTest, AReplyMayHaveAnotherForm) {
 }
 
 TEST_F(AnswerInTroubleTest, WhatWasSentIsOutAfterAFlush) {
-  const std::size_t size = 8 * kMegabyte;
+  static constexpr std::size_t size = 8 * kMegabyte;
   TestService service(
-      "vel", {{"large", [size](qxbus::Request request) { request.reply({qxbus::Bytes(size)}); }}});
+      "vel", {{"large", [](qxbus::Request request) { request.reply({qxbus::Bytes(size)}); }}});
   const ProxyRef proxy = proxyOf();
 
   const MessageRef reply = call(*proxy, "large");

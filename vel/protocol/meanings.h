@@ -19,13 +19,26 @@ struct Meaning {
 };
 
 // Of a device, and of a printer.
-enum class DeviceStatus : std::int32_t { kGone = 0, kAvailable = 1, kAttached = 2, kIgnored = 3 };
+enum class DeviceStatus : std::int32_t {
+  kGone = 0,
+  kAvailable = 1,
+  kAttached = 2,
+  kIgnored = 3,
+  kOutOfPaper = 4,
+  kPaperJam = 5,
+  kOutOfInk = 6,
+  kOffline = 7,
+};
 
 inline constexpr Meaning kDeviceStatuses[] = {
     {0, "gone", "only in the event that reports the removal"},
     {1, "available", "at this machine"},
     {2, "attached", "to the VM in the record"},
     {3, "ignored", "at this machine, and the user wants it left alone"},
+    {4, "out-of-paper", "a printer, as the next three"},
+    {5, "paper-jam", ""},
+    {6, "out-of-ink", ""},
+    {7, "offline", ""},
 };
 
 enum class DeviceType : std::uint16_t {

@@ -225,7 +225,7 @@ TEST(RecordsTest, AJoystickIs138BytesAndAMapping130) {
 TEST(RecordsTest, EveryStatusHasANameOfItsOwn) {
   std::map<std::string, int> statuses;
   for (int status = 0; status <= static_cast<int>(Status::kFull); ++status) {
-    const std::string name = nameOf(static_cast<Status>(status));
+    const std::string name(nameOf(static_cast<Status>(status)));
     EXPECT_NE(name, "") << status;
     EXPECT_TRUE(statuses.emplace(name, status).second) << name;
   }

@@ -70,7 +70,7 @@ base::Result<VmNumber> findVm(const MachineState& machine, const std::string& co
 
 Command::Answer answerOf(Status status, const std::string& command, const std::string& done) {
   if (status != Status::kOk) {
-    return base::Failed{command + ": " + nameOf(status)};
+    return base::Failed{command + ": " + std::string(nameOf(status))};
   }
   return done + "\n";
 }

@@ -134,7 +134,7 @@ bool isStatus(const std::string& method) {
 }
 
 std::string wordOf(std::int32_t status) {
-  std::string word = nameOf(static_cast<Status>(status));
+  std::string word(nameOf(static_cast<Status>(status)));
   std::replace(word.begin(), word.end(), '-', ' ');
   return word;
 }

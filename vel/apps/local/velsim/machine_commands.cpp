@@ -16,14 +16,14 @@ using Answer = Command::Answer;
 
 constexpr char kPrinter[] = "printer";
 
-std::string listRow(std::uint16_t number, const char* type, DeviceStatus status, VmNumber vm,
+std::string listRow(std::uint16_t number, const std::string& type, DeviceStatus status, VmNumber vm,
                     std::uint64_t sourceId, const std::string& name) {
   const std::string state = status == DeviceStatus::kAttached  ? "in vm " + std::to_string(vm)
                             : status == DeviceStatus::kIgnored ? "ignored"
                                                                : "available";
   char columns[96];
-  std::snprintf(columns, sizeof columns, "%5u  %-15s  %-14s  0x%016llx  ", unsigned{number}, type,
-                state.c_str(), static_cast<unsigned long long>(sourceId));
+  std::snprintf(columns, sizeof columns, "%5u  %-15s  %-14s  0x%016llx  ", unsigned{number},
+                type.c_str(), state.c_str(), static_cast<unsigned long long>(sourceId));
   return columns + name + "\n";
 }
 
@@ -35,7 +35,7 @@ Answer list(const Simulator& simulator) {
                       device.name);
     }
     for (const auto& [number, printer] : machine.printers.all()) {
-      const char* const type = printer.isNetwork ? wordFor(DeviceType::kNetworkPrinter) : kPrinter;
+      const std::string type = printer.isNetwork ? wordFor(DeviceType::kNetworkPrinter) : kPrinter;
       text += listRow(number, type, printer.status, printer.vm, printer.sourceId, printer.name);
     }
   });

@@ -7,33 +7,14 @@
 #include <string>
 
 #include "vel/apps/local/velsim/machine/vm_sessions.h"
+#include "vel/protocol/meanings.h"
 
 namespace velsim {
 
-// Of a device, and of a printer.
-enum class DeviceStatus : std::uint16_t {
-  kGone = 0,       // only in the event that reports the removal
-  kAvailable = 1,  // at this machine
-  kAttached = 2,   // to a VM
-  kIgnored = 3,    // at this machine, and the user wants it left alone
-};
-
-enum class DeviceType : std::uint16_t {
-  kStorage = 1,
-  kCamera = 2,
-  kTablet = 3,
-  kPrinterClass = 4,
-  kGeneric = 5,
-  kNetwork = 6,         // added by a client
-  kNetworkPrinter = 7,  // a network printer in a list of devices
-};
-
-// A device's local policy. Other values are kept and have no effect.
-enum class LocalPolicy : std::int16_t {
-  kNone = 0,
-  kAllowed = 1,
-  kForbidden = 2,  // attaching the device is refused
-};
+using velprotocol::DeviceStatus;
+using velprotocol::DeviceType;
+// Other values are kept and have no effect.
+using velprotocol::LocalPolicy;
 
 struct Device {
   std::uint16_t number = 0;

@@ -8,48 +8,34 @@ namespace {
 
 constexpr std::uint16_t kVendor = 0x7E57;
 
-struct TypeRow {
-  DeviceType type;
-  const char* word;
-  bool isPluggable;
-};
-constexpr TypeRow kTypes[] = {
-    {DeviceType::kStorage, "storage", true},
-    {DeviceType::kCamera, "camera", true},
-    {DeviceType::kTablet, "tablet", true},
-    {DeviceType::kPrinterClass, "printer-class", true},
-    {DeviceType::kGeneric, "generic", true},
-    {DeviceType::kNetwork, "network", false},
-    {DeviceType::kNetworkPrinter, "network-printer", false},
-};
+bool isPluggable(DeviceType type) {
+  return type != DeviceType::kNetwork && type != DeviceType::kNetworkPrinter;
+}
 
 }  // namespace
 
-const char* wordFor(DeviceType type) {
-  const auto* const row = std::find_if(std::begin(kTypes), std::end(kTypes),
-                                       [type](const TypeRow& each) { return each.type == type; });
-  return row != std::end(kTypes) ? row->word : "";
+std::string wordFor(DeviceType type) {
+  return std::string(nameOf(type));
 }
 
 std::optional<DeviceType> typeWithWord(const std::string& word) {
-  const auto* const row = std::find_if(std::begin(kTypes), std::end(kTypes),
-                                       [&word](const TypeRow& each) { return word == each.word; });
-  return row != std::end(kTypes) ? std::optional(row->type) : std::nullopt;
-}
-
-std::optional<DeviceType> pluggableType(const std::string& word) {
-  for (const TypeRow& row : kTypes) {
-    if (row.isPluggable && word == row.word) {
-      return row.type;
+  for (const velprotocol::Meaning& row : velprotocol::kDeviceTypes) {
+    if (row.word == word) {
+      return static_cast<DeviceType>(row.number);
     }
   }
   return std::nullopt;
 }
 
+std::optional<DeviceType> pluggableType(const std::string& word) {
+  const std::optional<DeviceType> type = typeWithWord(word);
+  return type && isPluggable(*type) ? type : std::nullopt;
+}
+
 std::vector<std::string> pluggableTypes() {
   std::vector<std::string> words;
-  for (const TypeRow& row : kTypes) {
-    if (row.isPluggable) {
+  for (const velprotocol::Meaning& row : velprotocol::kDeviceTypes) {
+    if (isPluggable(static_cast<DeviceType>(row.number))) {
       words.emplace_back(row.word);
     }
   }

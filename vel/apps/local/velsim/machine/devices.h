@@ -20,11 +20,10 @@
 
 namespace velsim {
 
-// Whether the service may use the camera.
-enum class CameraStatus : std::int32_t { kAllowed = 0, kDenied = 1, kNone = 2 };
+using velprotocol::CameraStatus;
 
 // "storage", and so on.
-const char* wordFor(DeviceType type);
+std::string wordFor(DeviceType type);
 std::optional<DeviceType> typeWithWord(const std::string& word);
 // The type with this word; empty for an unknown word, and for types that have no plug.
 std::optional<DeviceType> pluggableType(const std::string& word);

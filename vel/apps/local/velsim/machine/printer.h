@@ -14,10 +14,10 @@ namespace velsim {
 // Trouble at the printer itself. Takes the place of the status in records of the printer.
 enum class PrinterTrouble : std::uint16_t {
   kNone = 0,
-  kOutOfPaper = 4,
-  kPaperJam = 5,
-  kOutOfInk = 6,
-  kOffline = 7,
+  kOutOfPaper = static_cast<std::uint16_t>(DeviceStatus::kOutOfPaper),
+  kPaperJam = static_cast<std::uint16_t>(DeviceStatus::kPaperJam),
+  kOutOfInk = static_cast<std::uint16_t>(DeviceStatus::kOutOfInk),
+  kOffline = static_cast<std::uint16_t>(DeviceStatus::kOffline),
 };
 
 struct Printer {

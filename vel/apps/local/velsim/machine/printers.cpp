@@ -11,31 +11,22 @@ constexpr std::uint16_t kVendor = 0x7E57;
 constexpr std::uint16_t kLocalPid = 0x0100;
 constexpr std::uint16_t kNetworkPid = 0x0101;
 
-struct TroubleRow {
-  PrinterTrouble trouble;
-  const char* word;
-};
-constexpr TroubleRow kTroubles[] = {{PrinterTrouble::kNone, "none"},
-                                    {PrinterTrouble::kOutOfPaper, "out-of-paper"},
-                                    {PrinterTrouble::kPaperJam, "paper-jam"},
-                                    {PrinterTrouble::kOutOfInk, "out-of-ink"},
-                                    {PrinterTrouble::kOffline, "offline"}};
+constexpr PrinterTrouble kTroubles[] = {PrinterTrouble::kNone, PrinterTrouble::kOutOfPaper,
+                                        PrinterTrouble::kPaperJam, PrinterTrouble::kOutOfInk,
+                                        PrinterTrouble::kOffline};
 
 }  // namespace
 
-const char* wordFor(PrinterTrouble trouble) {
-  for (const TroubleRow& row : kTroubles) {
-    if (row.trouble == trouble) {
-      return row.word;
-    }
-  }
-  return "";
+std::string wordFor(PrinterTrouble trouble) {
+  return trouble == PrinterTrouble::kNone
+             ? "none"
+             : std::string(velprotocol::wordIn(velprotocol::kDeviceStatuses, trouble));
 }
 
 std::optional<PrinterTrouble> troubleWithWord(const std::string& word) {
-  for (const TroubleRow& row : kTroubles) {
-    if (word == row.word) {
-      return row.trouble;
+  for (const PrinterTrouble trouble : kTroubles) {
+    if (word == wordFor(trouble)) {
+      return trouble;
     }
   }
   return std::nullopt;
@@ -43,8 +34,8 @@ std::optional<PrinterTrouble> troubleWithWord(const std::string& word) {
 
 std::vector<std::string> troubleWords() {
   std::vector<std::string> words;
-  for (const TroubleRow& row : kTroubles) {
-    words.emplace_back(row.word);
+  for (const PrinterTrouble trouble : kTroubles) {
+    words.push_back(wordFor(trouble));
   }
   return words;
 }

@@ -22,7 +22,7 @@
 namespace velsim {
 
 // "none", "out-of-paper", and so on.
-const char* wordFor(PrinterTrouble trouble);
+std::string wordFor(PrinterTrouble trouble);
 std::optional<PrinterTrouble> troubleWithWord(const std::string& word);
 std::vector<std::string> troubleWords();
 

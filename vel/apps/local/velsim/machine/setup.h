@@ -88,8 +88,7 @@ struct CommandSetup {
   std::string answer;  // a JSON text
 };
 
-// Values as in the record of the event.
-enum class DiagnosisStatus : std::uint32_t { kFine = 0, kRunning = 1, kFault = 2 };
+using velprotocol::DiagnosisStatus;
 
 struct DiagnosisFinding {
   DiagnosisStatus status = DiagnosisStatus::kFine;

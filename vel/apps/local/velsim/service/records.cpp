@@ -126,7 +126,7 @@ Bytes recordOf(const NewDeviceResult& result) {
   }
   return record.put(new_device_result::kSourceId, result.sourceId)
       .put(new_device_result::kIsSuccess, result.status == Status::kOk)
-      .put(new_device_result::kCode, nameOf(result.status))
+      .put(new_device_result::kCode, std::string(nameOf(result.status)))
       .bytes();
 }
 
