@@ -1,6 +1,5 @@
 #include "examples/penpad/pen_link.h"
 
-#include <array>
 #include <utility>
 
 namespace penpad {
@@ -8,8 +7,6 @@ namespace {
 
 // A port is the pen's when its name contains "space.port.2".
 constexpr char kPortName[] = "penpad.space.port.2";
-constexpr int kTabletInput = 0;
-constexpr int kOwnPosition = -1;
 
 }  // namespace
 
@@ -24,17 +21,17 @@ PenLink::PenLink(FrameCallback onFrame) : onFrame_(std::move(onFrame)) {
     }
     return length;
   };
-  proxy_.PortInit(kPortName, isOpen_, write);
+  client_.openPort(kPortName, isOpen_, write);
 }
 
 void PenLink::send(QTabletEvent* event) {
   ++events_;
-  proxy_.SendPenData("", event, kTabletInput, kOwnPosition, kOwnPosition);
+  static_cast<void>(client_.sendPen(*event));
 }
 
 void PenLink::deliverDeviceNumber(std::uint8_t devId) {
-  std::array<unsigned char, 8> message = penframe::deviceNumberMessage(devId);
-  proxy_.PortData(kPortName, message.data(), static_cast<unsigned int>(message.size()));
+  const auto message = penframe::deviceNumberMessage(devId);
+  static_cast<void>(client_.receivePortData(kPortName, {message.begin(), message.end()}));
   if (devId_ == 0) {
     devId_ = devId;
   }
@@ -42,7 +39,7 @@ void PenLink::deliverDeviceNumber(std::uint8_t devId) {
 
 void PenLink::setPortOpen(bool open) {
   isOpen_ = open;
-  proxy_.PortStatus(kPortName, open);
+  client_.setPortOpen(kPortName, open);
 }
 
 std::string PenLink::obstacle() const {

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "pen/pen_frame.h"
-#include "vel/apps/local/velproxy/vel_proxy.h"
+#include "vel/client/client.h"
 
 namespace penpad {
 
@@ -40,6 +40,7 @@ class PenLink {
 
  private:
   qx::VelProxy proxy_;
+  vel::Client client_{proxy_};
   FrameCallback onFrame_;
   bool isOpen_ = true;
   std::uint8_t devId_ = 0;

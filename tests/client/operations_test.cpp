@@ -331,6 +331,7 @@ TEST(ClientRowsTest, HaveEachOperationOfTheClient) {
       "announceDevice",
       "announceNewDevice",
       "announceJoystick",
+      "outcome",
       // Send the requests of other members.
       "start",
       "startDiagnosis",

@@ -70,6 +70,34 @@ TEST_F(ServiceDeathTest, IsFollowedByNoReturnWhenTheServiceStaysAway) {
   EXPECT_THAT(notes, ElementsAre("death"));
 }
 
+TEST_F(ServiceDeathTest, ConnectingFindsAServiceThatHasStayedAwayForLonger) {
+  client.vmNumber("win11");
+  bus.serviceDies();
+  bus.waitForDeaths();
+  EXPECT_FALSE(client.connect());
+  EXPECT_THAT(notes, ElementsAre("death"));
+
+  bus.setRegistered(true);
+  EXPECT_TRUE(client.connect());
+  EXPECT_TRUE(client.connect());
+
+  EXPECT_THAT(notes, ElementsAre("death", "return")) << "once";
+  EXPECT_THAT(restored.vms, ElementsAre("win11"));
+}
+
+TEST_F(ServiceDeathTest, AReturnThatConnectingHasFoundIsNotReportedAgain) {
+  timeline.when("Error onServiceDeath: vel serviced death", [this] {
+    bus.setRegistered(true);
+    // The library looks for the service later.
+    Background<bool>([this] { return client.connect().has_value(); }).result();
+  });
+
+  bus.serviceDies();
+  bus.waitForDeaths();
+
+  EXPECT_EQ(std::count(notes.begin(), notes.end(), "return"), 1);
+}
+
 TEST_F(ServiceDeathTest, TheNewServiceIsAskedForTheVmsSoThatTheirEventsArrive) {
   client.vmNumber("win11");
   Strings names;

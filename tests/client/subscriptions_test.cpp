@@ -66,14 +66,14 @@ TEST_F(SubscriptionsTest, ReceiveTheWholeEventAsAValue) {
   EXPECT_EQ(events[0].device.type, vel::DeviceType::kCamera);
 }
 
-TEST_F(SubscriptionsTest, ARecordThatIsTooShortHasNoOtherBytes) {
+TEST_F(SubscriptionsTest, ARecordThatIsTooShortIsReadAsIfZeroesFollowed) {
   std::vector<vel::DeviceEvent> events;
   const auto noted = client.onDevice([&](const vel::DeviceEvent& e) { events.push_back(e); });
 
   bus.emit("velevent", eventOf(vel::EventCode::kDevicePlugged, {12}));
 
   ASSERT_EQ(events.size(), 1U);
-  EXPECT_EQ(events[0].device.number, vel::DeviceNumber(0)) << "its second byte is missing";
+  EXPECT_EQ(events[0].device.number, vel::DeviceNumber(12)) << "its second byte is missing";
   EXPECT_EQ(events[0].device.name, "");
 }
 
@@ -402,6 +402,33 @@ TEST_F(SubscriptionsTest, DiagnosesReportTheirProgress) {
   EXPECT_EQ(events[0].text, "s");
 }
 
+TEST_F(SubscriptionsTest, DiagnosesOfOtherProcessesAreReportedToo) {
+  std::vector<std::uint64_t> ids;
+  const auto noted =
+      client.onDiagnosis([&](const vel::DiagnosisEvent& event) { ids.push_back(event.id); });
+  Bytes record(16);
+  record[0] = 5;
+  record.push_back('s');
+
+  bus.emit("velevent", eventOf(vel::EventCode::kDiagnosis, record));
+
+  EXPECT_THAT(ids, ElementsAre(5U));
+}
+
+TEST_F(SubscriptionsTest, AnAnswerMayComeOnTheThreadThatGivesTheCommand) {
+  bus.answer("dovelcmd", Reply().int32(0));
+  timeline.when("call dovelcmd", [this] {
+    bus.emit("velevent", eventOf(vel::EventCode::kCommandAnswer, {'o', 'k'}));
+  });
+  std::vector<std::string> answers;
+  const auto noted = client.onCommand(
+      [&](const vel::CommandEvent& event) { answers.push_back(event.answer.value_or("")); });
+
+  EXPECT_TRUE(client.command("", "plug", 66));
+
+  EXPECT_THAT(answers, ElementsAre("ok"));
+}
+
 TEST_F(SubscriptionsTest, AnswersToCommandsHaveExactlyTheBytesOfTheService) {
   std::vector<vel::CommandEvent> events;
   const auto noted = client.onCommand([&](const vel::CommandEvent& e) { events.push_back(e); });
@@ -449,6 +476,19 @@ TEST_F(SubscriptionsTest, AMountArrivesOnceHoweverOftenTheLibraryHasConnected) {
 
   EXPECT_THAT(events, ElementsAre("storage mounted: Stick", "storage mounted: Stick"))
       << "the service has sent it twice";
+}
+
+TEST_F(SubscriptionsTest, ABroadcastAnswerArrivesOnceAsWell) {
+  int answers = 0;
+  const vel::Client ofTheInstance(*instance);
+  const auto noted = ofTheInstance.onCommand([&](const vel::CommandEvent&) { ++answers; });
+  instance->ReleaseService();
+  instance->Init();
+  ASSERT_GT(bus.broadcastListeners().size(), 1U);
+
+  bus.emit("mountedEvent", eventOf(vel::EventCode::kCommandAnswer, {'o', 'k'}));
+
+  EXPECT_EQ(answers, 1);
 }
 
 // --- Events that the client hands on ------------------------------------------------------------
@@ -514,6 +554,19 @@ TEST_F(JoystickSubscriptionsTest, TheFirstBeginsAndTheLastEndsThatOfTheService) 
 
   EXPECT_THAT(bus.requests(), ElementsAre(testing::StartsWith("registerJoystickCallback(bytes[8]"),
                                           testing::StartsWith("unregisterJoystickCallback(")));
+}
+
+TEST_F(JoystickSubscriptionsTest, HaveTheAnswerOfTheServiceToTheirEnd) {
+  vel::Result<vel::Subscription> first = subscribe();
+  vel::Result<vel::Subscription> last = subscribe();
+  bus.answer("unregisterJoystickCallback", Reply().int32(6));
+  EXPECT_TRUE(last->outcome()) << "it has not ended";
+
+  first->end();
+  last->end();
+
+  EXPECT_TRUE(first->outcome()) << "the service was not asked";
+  EXPECT_EQ(last->outcome().error().status(), 6);
 }
 
 TEST_F(JoystickSubscriptionsTest, ARefusalIsAnErrorAndLeavesNothingBehind) {

@@ -151,6 +151,21 @@ TEST_F(TaskTest, MayBeDestroyedInItsOwnCallback) {
   ended.open();
 }
 
+TEST_F(TaskTest, WhenDetachedNeitherWaitsNorCancels) {
+  Gate ended;
+  {
+    Search task = client.startSharedPrinterSearch("10.0.0.7",
+                                                  [ended = ended.pass()](const auto&) { ended(); });
+    ASSERT_TRUE(search.isReached());
+    task.detach();
+  }
+
+  EXPECT_EQ(timeline.count("call stopSearchSharePrinter"), 0);
+  search.open();
+  EXPECT_TRUE(ended.isReached()) << "its callback receives the result";
+  ended.open();
+}
+
 TEST_F(TaskTest, AnyOperationCanBeStarted) {
   bus.answer("searchAllPrinter", Reply().string("[]"));
 

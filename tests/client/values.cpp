@@ -83,7 +83,8 @@ std::string shown(const vel::Printer& printer) {
 }
 
 std::string shown(const vel::NetworkPrinter& printer) {
-  const auto& [number, name, address, status, vmNumber, vm] = printer;
+  const auto& [number, name, address, status, vmNumber, vm, policy] = printer;
+  static_cast<void>(policy);
   return joined(number, quoted(name), "at", quoted(address), wordOf(status), "vm", vmNumber,
                 quoted(vm));
 }

@@ -10,9 +10,9 @@
 namespace end_to_end {
 namespace {
 
-using ::testing::IsEmpty;
-
 const char* const kVms[] = {"debian", "ubuntu", "win10", "win11"};
+const std::string kGone = "the service has died\n";
+const std::string kBack = "the service is back\n";
 
 std::size_t occurrences(const std::string& text, const std::string& part) {
   std::size_t count = 0;
@@ -39,11 +39,12 @@ TEST_F(RestartTest, AWatchReportsEachDeathOncePerVmAndTheNextCallWorks) {
   ASSERT_TRUE(isWatching(watch)) << watch.err();
 
   constexpr std::size_t kDeaths = 2;
+  constexpr std::size_t kLinesPerDeath = 1 + std::size(kVms) + 1;
   for (std::size_t death = 1; death <= kDeaths; ++death) {
     killVelsim();
     EXPECT_EQ(velctl({"vm", "connect", "win11"}).status, velctl::kExitNoService);
     ASSERT_NO_FATAL_FAILURE(startVelsim());
-    ASSERT_TRUE(hasPrinted(watch, death * std::size(kVms))) << watch.out() << watch.err();
+    ASSERT_TRUE(hasPrinted(watch, death * kLinesPerDeath)) << watch.out() << watch.err();
     EXPECT_EQ(velctl({"vm", "connect", "win11"}).out, "win11: connected\n");
   }
   const Finished finished = watch.end(SIGINT);
@@ -52,7 +53,9 @@ TEST_F(RestartTest, AWatchReportsEachDeathOncePerVmAndTheNextCallWorks) {
   for (const char* const vm : kVms) {
     EXPECT_EQ(occurrences(finished.out, ended(vm)), kDeaths) << finished.out;
   }
-  EXPECT_EQ(occurrences(finished.out, "\n"), kDeaths * std::size(kVms)) << finished.out;
+  EXPECT_EQ(occurrences(finished.out, kGone), kDeaths) << finished.out;
+  EXPECT_EQ(occurrences(finished.out, kBack), kDeaths) << finished.out;
+  EXPECT_EQ(occurrences(finished.out, "\n"), kDeaths * kLinesPerDeath) << finished.out;
 }
 
 TEST_F(RestartTest, AWatchReportsOnlyItsVmsWithOneObjectPerLineInJson) {
@@ -61,13 +64,17 @@ TEST_F(RestartTest, AWatchReportsOnlyItsVmsWithOneObjectPerLineInJson) {
 
   killVelsim();
   ASSERT_NO_FATAL_FAILURE(startVelsim());
-  ASSERT_TRUE(hasPrinted(watch, 2)) << watch.out() << watch.err();
+  ASSERT_TRUE(hasPrinted(watch, 4)) << watch.out() << watch.err();
   const Finished finished = watch.end(SIGINT);
 
   EXPECT_EQ(finished.status, velctl::kExitOk) << finished.err;
-  EXPECT_EQ(finished.out, R"({"event":"sessionEnded","vm":"ubuntu","code":5})"
+  EXPECT_EQ(finished.out, R"({"event":"serviceGone"})"
+                          "\n"
+                          R"({"event":"sessionEnded","vm":"ubuntu","code":5})"
                           "\n"
                           R"({"event":"sessionEnded","vm":"win11","code":5})"
+                          "\n"
+                          R"({"event":"serviceBack","vms":["ubuntu","win11"]})"
                           "\n");
 }
 
@@ -77,9 +84,9 @@ TEST_F(RestartTest, AServiceThatIsReplacedAtOnceHasDiedToo) {
 
   EXPECT_EQ(stopVelsim(SIGTERM).status, 0);
   ASSERT_NO_FATAL_FAILURE(startVelsim());
-  ASSERT_TRUE(hasPrinted(watch, 1)) << watch.err();
+  ASSERT_TRUE(hasPrinted(watch, 3)) << watch.err();
 
-  EXPECT_EQ(watch.end(SIGINT).out, ended("win11"));
+  EXPECT_EQ(watch.end(SIGINT).out, kGone + ended("win11") + kBack);
 }
 
 TEST_F(RestartTest, TheBusMayEndAndComeBackAsWell) {
@@ -90,21 +97,22 @@ TEST_F(RestartTest, TheBusMayEndAndComeBackAsWell) {
   velsim()->wait();
   bus().start();
   ASSERT_NO_FATAL_FAILURE(startVelsim());
-  ASSERT_TRUE(hasPrinted(watch, 1)) << watch.err();
+  ASSERT_TRUE(hasPrinted(watch, 3)) << watch.err();
 
-  EXPECT_EQ(watch.end(SIGINT).out, ended("win11"));
+  EXPECT_EQ(watch.end(SIGINT).out, kGone + ended("win11") + kBack);
   EXPECT_EQ(velctl({"vm", "connect", "win11"}).out, "win11: connected\n");
 }
 
-TEST_F(RestartTest, AWatchEndsWithSuccessWhileTheServiceIsAway) {
-  Process watch(velctlOptions({"watch"}));
+TEST_F(RestartTest, AWatchReportsADeathAtOnceAndEndsWithSuccessWhileTheServiceIsAway) {
+  Process watch(velctlOptions({"watch", "win11"}));
   ASSERT_TRUE(isWatching(watch)) << watch.err();
   killVelsim();
+  ASSERT_TRUE(hasPrinted(watch, 2)) << watch.out() << watch.err();
 
   const Finished finished = watch.end(SIGINT);
 
   EXPECT_EQ(finished.status, velctl::kExitOk) << finished.err;
-  EXPECT_THAT(finished.out, IsEmpty());
+  EXPECT_EQ(finished.out, kGone + ended("win11"));
 }
 
 TEST_F(RestartTest, ANewServiceKnowsNothingOfTheOldOne) {

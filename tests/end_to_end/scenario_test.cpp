@@ -70,6 +70,7 @@ TEST_P(ScenarioTest, ClientsSeeADeathAndAReturnWhileVelsimRunsOn) {
   EXPECT_EQ(velsim()->control("step"), "1 step, 2 left, at 7200000 ms");
   EXPECT_EQ(processes::run(client({"device", "list"})).status, velctl::kExitNoService);
   EXPECT_EQ(velsim()->control("step"), "1 step, 1 left, at 10800000 ms");
+  EXPECT_EQ(watch.readLine(), "the service has died");
   EXPECT_EQ(watch.readLine(), "records: session ended, the service has died (code 5)");
 
   EXPECT_THAT(velctlOut({"device", "list"}), HasSubstr("Front camera"));

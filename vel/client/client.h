@@ -79,12 +79,20 @@ class Client {
   // For what the Client does not offer.
   qx::VelProxy& proxy() const { return *proxy_; }
 
+  // Whether the last operation of a proxy that this thread has called got a usable answer.
+  static Result<void> outcome() { return internal::outcome(); }
+
   // --- Connection -------------------------------------------------------------------------------
 
-  // Connects if there is no connection. Every operation does it by itself.
+  // Connects if there is no connection. Every operation does it by itself. Outside callbacks it
+  // also reports the return of a service that has been away, if that has not been reported yet.
   Result<void> connect() const {
     proxy_->Init();
-    return internal::outcome();
+    const Result<void> connected = internal::outcome();
+    if (connected && !internal::Hub::isInsideCallback()) {
+      hub_->serviceReturned(false);
+    }
+    return connected;
   }
 
   // Gives up the connection until the next operation. No events arrive meanwhile, and a death of
@@ -202,17 +210,20 @@ class Client {
 
   // Attaches a new device to a VM; the result arrives as a NewDeviceEvent too. Waits at most
   // 10000 ms.
+  //
+  // autoConnect, popupCardConfig  what to do with the next device of the type: 0 or the service's
+  //                               number, as in setAutoConnect
   Result<void> attachNewDevice(const std::string& vm, SourceId source, DeviceType type,
-                               bool autoConnect, std::uint16_t popupCardConfig) const {
-    return vmStatus(&Proxy::ConfigNewDeviceAsConnect, vm, source.value(), number(type),
-                    internal::flag(autoConnect), popupCardConfig);
+                               std::uint16_t autoConnect, std::uint16_t popupCardConfig) const {
+    return vmStatus(&Proxy::ConfigNewDeviceAsConnect, vm, source.value(), number(type), autoConnect,
+                    popupCardConfig);
   }
 
   // Leaves a new device alone. Waits at most 2000 ms.
-  Result<void> ignoreNewDevice(SourceId source, DeviceType type, bool autoConnect,
+  Result<void> ignoreNewDevice(SourceId source, DeviceType type, std::uint16_t autoConnect,
                                std::uint16_t popupCardConfig) const {
-    return status(&Proxy::ConfigNewDeviceAsIgnore, source.value(), number(type),
-                  internal::flag(autoConnect), popupCardConfig);
+    return status(&Proxy::ConfigNewDeviceAsIgnore, source.value(), number(type), autoConnect,
+                  popupCardConfig);
   }
 
   // Sends a command for a storage device, in the service's numbers. Waits at most 10000 ms.
@@ -574,8 +585,9 @@ class Client {
     return subscribe(hub_->newDevices, std::move(callback), std::move(executor));
   }
 
-  // Progress of the diagnoses of this process. The service sends that of others as well.
+  // Progress of the diagnoses of all processes: DiagnosisEvent::id and vm show whose it is.
   Subscription onDiagnosis(Callback<DiagnosisEvent> callback, Executor executor = {}) const {
+    hub_->takeDiagnoses();
     return subscribe(hub_->diagnoses, std::move(callback), std::move(executor));
   }
 
@@ -587,7 +599,7 @@ class Client {
   // Subscribes at the service too, the first time: not inside a callback.
   Result<Subscription> onJoystick(Callback<JoystickEvent> callback, Executor executor = {}) const {
     Subscription subscription = subscribe(hub_->joysticks, std::move(callback), std::move(executor),
-                                          [hub = hub_] { hub->endJoysticks(); });
+                                          [hub = hub_] { return hub->endJoysticks(); });
     return internal::afterCheck(hub_->beginJoysticks(),
                                 [&]() -> Result<Subscription> { return std::move(subscription); });
   }
@@ -597,7 +609,8 @@ class Client {
     return subscribe(hub_->deaths, std::move(callback), std::move(executor));
   }
 
-  // A service is back, within about 1000 s, and what it had to learn again has been repeated.
+  // A service is back, and what it had to learn again has been repeated. The library looks for it
+  // for about 1000 s; later connect() finds it.
   Subscription onServiceReturn(Callback<ServiceReturn> callback, Executor executor = {}) const {
     return subscribe(hub_->returns, std::move(callback), std::move(executor));
   }
@@ -699,14 +712,12 @@ class Client {
   template <typename Event>
   static Subscription subscribe(internal::Subscribers<Event>& subscribers,
                                 typename internal::Subscriber<Event>::Callback callback,
-                                Executor executor, std::function<void()> ended = {}) {
+                                Executor executor, std::function<Result<void>()> ended = {}) {
     const auto subscriber =
         std::make_shared<internal::Subscriber<Event>>(std::move(callback), std::move(executor));
     subscriber->whenStopped([&subscribers, key = subscriber.get(), ended = std::move(ended)] {
       subscribers.remove(key);
-      if (ended) {
-        ended();
-      }
+      return ended ? ended() : Result<void>();
     });
     subscribers.add(subscriber);
     return Subscription(subscriber);

@@ -3,6 +3,7 @@
 #ifndef VEL_CLIENT_ERROR_H
 #define VEL_CLIENT_ERROR_H
 
+#include <any>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -82,6 +83,20 @@ class Error {
   // Of kRefused, in the service's numbers.
   std::optional<std::int32_t> status() const { return status_; }
 
+  // Of kBadReply, the elements of a list that came before its early end:
+  // part<std::vector<Device>>(). Null when there are none of this type.
+  template <typename Value>
+  const Value* part() const {
+    return std::any_cast<Value>(&part_);
+  }
+
+  // The same error with a part of the reply.
+  Error with(std::any part) const {
+    Error error = *this;
+    error.part_ = std::move(part);
+    return error;
+  }
+
   // Method and reason on one line: "connectDevice: no service on the bus".
   std::string message() const { return method_.empty() ? text_ : method_ + ": " + text_; }
 
@@ -90,6 +105,7 @@ class Error {
   std::string method_;
   std::string text_;
   std::optional<std::int32_t> status_;
+  std::any part_;
 };
 
 template <typename Value>

@@ -19,7 +19,8 @@ inline namespace VEL_CLIENT_VARIANT {
 // What has happened: name(code) is a text such as "device attached".
 using velprotocol::EventCode;
 
-// Of every event that the service sends.
+// Of every event that the service sends. The library hands a broadcast event, such as a mount, on
+// once for each time that it has connected: a subscriber receives it once.
 struct Event {
   EventCode code = {};
   // The VM concerned; 0 and empty: none, or not known.
@@ -27,8 +28,7 @@ struct Event {
   std::string vm;
 };
 
-// Codes kDevicePlugged to kDeviceDetached, kDeviceChanged, kMounted, kUnmounted. The library hands
-// mounts and unmounts on once for each time that it has connected: a subscriber receives them once.
+// Codes kDevicePlugged to kDeviceDetached, kDeviceChanged, kMounted, kUnmounted.
 struct DeviceEvent : Event {
   Device device;
 };

@@ -108,6 +108,7 @@ struct NetworkPrinter {
   DeviceStatus status = DeviceStatus::kGone;
   VmNumber vmNumber;
   std::string vm;
+  LocalPolicy policy = LocalPolicy::kNone;
 };
 
 // A printer that another machine shares. Each text has at most 127 bytes.

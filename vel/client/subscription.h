@@ -55,6 +55,10 @@ class [[nodiscard]] Subscription {
     }
   }
 
+  // Of joystick results, when the last of their subscriptions has ended: whether the service has
+  // confirmed that. Success for all others, which end in this process only, and before the end.
+  Result<void> outcome() const { return subscriber_ ? subscriber_->outcome() : Result<void>(); }
+
   // Whether the callback may run.
   explicit operator bool() const { return subscriber_ && subscriber_->isActive(); }
 

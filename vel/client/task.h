@@ -31,7 +31,7 @@ template <typename Value>
 class [[nodiscard]] Task {
  public:
   // Receives the result where its executor runs it, otherwise on the task's thread, where it must
-  // not throw. Not called for an operation that throws.
+  // not throw; here when there is no thread. Not called for an operation that throws.
   using Done = std::function<void(const Result<Value>&)>;
   using Cancel = std::function<Result<void>()>;
 
@@ -43,10 +43,10 @@ class [[nodiscard]] Task {
       : cancel_(std::move(cancel)) {
     auto promise = std::make_shared<std::promise<Result<Value>>>();
     result_ = promise->get_future().share();
-    auto work = [promise, operation = std::move(operation), done = std::move(done),
-                 executor = std::move(executor), result = result_] {
+    const auto finish = [promise, done = std::move(done), executor = std::move(executor),
+                         result = result_](const std::function<Result<Value>()>& produce) {
       try {
-        promise->set_value(operation());
+        promise->set_value(produce());
       } catch (...) {
         promise->set_exception(std::current_exception());
         return;
@@ -60,11 +60,14 @@ class [[nodiscard]] Task {
         done(result.get());
       }
     };
-    base::Result<std::thread> started = base::startThread("vel-task", std::move(work));
+    base::Result<std::thread> started = base::startThread(
+        "vel-task", [operation = std::move(operation), finish] { finish(operation); });
     if (started) {
       thread_ = std::move(*started);
     } else {
-      promise->set_value(unexpected<Error>(Error(ErrorKind::kNoThread, "", started.reason())));
+      finish([&]() -> Result<Value> {
+        return unexpected<Error>(Error(ErrorKind::kNoThread, "", started.reason()));
+      });
     }
   }
 
@@ -81,6 +84,14 @@ class [[nodiscard]] Task {
   }
   // Cancels the operation where it can be, and waits for its end and for done without an executor.
   ~Task() { finish(); }
+
+  // Leaves the operation to itself, neither cancelled nor waited for: for a program that ends. The
+  // callback still receives the result.
+  void detach() {
+    if (thread_.joinable()) {
+      thread_.detach();
+    }
+  }
 
   // Waits for the result. Throws what the operation has thrown.
   const Result<Value>& get() const { return result_.get(); }

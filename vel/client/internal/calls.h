@@ -68,6 +68,16 @@ inline Result<std::string> textOutcome(std::string text) {
   return outcome(base::replacedUtf8(std::move(text)));
 }
 
+// The operation has returned a list, which may have ended before its count.
+template <typename Value>
+Result<std::vector<Value>> listOutcome(qx::VelError error, std::vector<Value> values) {
+  if (error.kind == qx::VelError::Kind::kNone) {
+    return values;
+  }
+  const Error failure = errorOf(std::move(error));
+  return unexpected<Error>(values.empty() ? failure : failure.with(std::move(values)));
+}
+
 struct FreeRecord {
   void operator()(void* record) const { std::free(record); }
 };
@@ -82,21 +92,19 @@ Result<std::vector<Value>> recordsOutcome(qx::VelProxy& proxy, const std::list<R
   for (Record* const record : received) {
     records.emplace_back(record);
   }
-  if (error.kind != qx::VelError::Kind::kNone) {
-    return failed(std::move(error));
-  }
   VmNames vms(proxy);
   std::vector<Value> values(records.size());
   for (std::size_t i = 0; i < values.size(); ++i) {
     decode(vms, Block(records[i].get(), i < lengths.size() ? lengths[i] : 0), values[i]);
   }
-  return values;
+  return listOutcome(std::move(error), std::move(values));
 }
 
 // The same for records of a fixed size, which the list holds itself.
 template <typename Value, typename Record>
 Result<std::vector<Value>> fixedRecordsOutcome(qx::VelProxy& proxy,
                                                const std::list<Record>& received) {
+  qx::VelError error = qx::VelProxy::lastError();
   const std::vector<std::size_t> lengths = qx::VelProxy::lastRecordLengths();
   VmNames vms(proxy);
   std::vector<Value> values;
@@ -107,16 +115,17 @@ Result<std::vector<Value>> fixedRecordsOutcome(qx::VelProxy& proxy,
     decode(vms, Block(record.bytes, std::min(length, sizeof record.bytes)), value);
     value.index = decltype(value.index)(static_cast<std::uint16_t>(values.size() - 1));
   }
-  return outcome(std::move(values));
+  return listOutcome(std::move(error), std::move(values));
 }
 
 inline Result<std::vector<Vm>> vmsOutcome(const std::map<std::string, unsigned int>& received) {
+  qx::VelError error = qx::VelProxy::lastError();
   std::vector<Vm> vms;
   vms.reserve(received.size());
   for (const auto& [name, number] : received) {
     vms.push_back({base::replacedUtf8(name), VmNumber(number)});
   }
-  return outcome(std::move(vms));
+  return listOutcome(std::move(error), std::move(vms));
 }
 
 inline unexpected<Error> refusedArgument(const char* method, std::string text) {

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -34,6 +35,18 @@ class Block {
   const unsigned char* data_;
   std::size_t size_;
 };
+
+// A number that the block cuts is read as if zeroes followed, as in the callbacks of the library.
+template <typename Number>
+Number numberIn(const Block& block, const velprotocol::NumberField<Number>& field) {
+  std::array<unsigned char, sizeof(Number)> bytes = {};
+  if (field.offset < block.size()) {
+    std::memcpy(bytes.data(), block.data() + field.offset,
+                std::min(bytes.size(), block.size() - field.offset));
+  }
+  return velprotocol::read(
+      bytes, velprotocol::NumberField<Number>(field.name, 0, field.fixedBy, field.meaning));
+}
 
 inline std::string textIn(const Block& block, const velprotocol::TextField& field) {
   return base::replacedUtf8(velprotocol::read(block, field));
@@ -72,18 +85,17 @@ class VmNames {
 // Each decode() is found by the type of its result.
 inline void decode(VmNames& vms, const Block& block, Device& device) {
   namespace field = velprotocol::device;
-  using velprotocol::read;
-  device.number = DeviceNumber(read(block, field::kNumber));
+  device.number = DeviceNumber(numberIn(block, field::kNumber));
   device.name = textIn(block, field::kName);
-  device.status = static_cast<DeviceStatus>(read(block, field::kStatus));
-  device.policy = static_cast<LocalPolicy>(read(block, field::kPolicy));
+  device.status = static_cast<DeviceStatus>(numberIn(block, field::kStatus));
+  device.policy = static_cast<LocalPolicy>(numberIn(block, field::kPolicy));
   device.policyText = textIn(block, field::kPolicyText);
-  device.vmNumber = VmNumber(read(block, field::kVm));
+  device.vmNumber = VmNumber(numberIn(block, field::kVm));
   device.vm = vms.of(device.vmNumber);
-  device.source = SourceId(read(block, field::kSourceId));
-  device.usb = {read(block, field::kVid), read(block, field::kPid)};
-  device.type = static_cast<DeviceType>(read(block, field::kType));
-  device.isMounted = read(block, field::kIsMounted) != 0;
+  device.source = SourceId(numberIn(block, field::kSourceId));
+  device.usb = {numberIn(block, field::kVid), numberIn(block, field::kPid)};
+  device.type = static_cast<DeviceType>(numberIn(block, field::kType));
+  device.isMounted = numberIn(block, field::kIsMounted) != 0;
 }
 
 inline void decode(VmNames& vms, const Block& block, NetworkPrinter& printer) {
@@ -95,28 +107,27 @@ inline void decode(VmNames& vms, const Block& block, NetworkPrinter& printer) {
   printer.status = device.status;
   printer.vmNumber = device.vmNumber;
   printer.vm = std::move(device.vm);
+  printer.policy = device.policy;
 }
 
 inline void decode(VmNames& vms, const Block& block, Printer& printer) {
   namespace field = velprotocol::printer;
-  using velprotocol::read;
-  printer.number = PrinterNumber(read(block, field::kNumber));
+  printer.number = PrinterNumber(numberIn(block, field::kNumber));
   printer.name = lastTextIn(block, field::kName);
-  printer.status = static_cast<DeviceStatus>(read(block, field::kStatus));
-  printer.vmNumber = VmNumber(static_cast<std::uint32_t>(read(block, field::kVm)));
+  printer.status = static_cast<DeviceStatus>(numberIn(block, field::kStatus));
+  printer.vmNumber = VmNumber(static_cast<std::uint32_t>(numberIn(block, field::kVm)));
   printer.vm = vms.of(printer.vmNumber);
 }
 
 inline void decode(VmNames& /*vms*/, const Block& block, UsbPolicy& policy) {
   namespace field = velprotocol::vid_pid_policy;
-  using velprotocol::read;
   constexpr unsigned int kPropertyIsSet = 1;
   constexpr unsigned int kTurboIsSet = 2;
-  policy.usb = {read(block, field::kVid), read(block, field::kPid)};
-  policy.type = static_cast<DeviceType>(read(block, field::kType));
-  const unsigned int isSet = read(block, field::kIsSet);
+  policy.usb = {numberIn(block, field::kVid), numberIn(block, field::kPid)};
+  policy.type = static_cast<DeviceType>(numberIn(block, field::kType));
+  const unsigned int isSet = numberIn(block, field::kIsSet);
   if ((isSet & kPropertyIsSet) != 0) {
-    policy.property = read(block, field::kProperty);
+    policy.property = numberIn(block, field::kProperty);
   }
   if ((isSet & kTurboIsSet) != 0) {
     policy.turboConfig = textIn(block, field::kTurboText);
@@ -131,12 +142,11 @@ void copyBytes(const Block& block, std::array<unsigned char, size>& bytes) {
 
 inline void decode(VmNames& /*vms*/, const Block& block, Joystick& joystick) {
   namespace field = velprotocol::joystick;
-  using velprotocol::read;
   copyBytes(block, joystick.bytes);
   joystick.name = textIn(block, field::kName);
-  joystick.usb = {read(block, field::kVid), read(block, field::kPid)};
-  joystick.mapping = MappingIndex(read(block, field::kMapping));
-  joystick.isCalibrated = read(block, field::kIsCalibrated) != 0;
+  joystick.usb = {numberIn(block, field::kVid), numberIn(block, field::kPid)};
+  joystick.mapping = MappingIndex(numberIn(block, field::kMapping));
+  joystick.isCalibrated = numberIn(block, field::kIsCalibrated) != 0;
 }
 
 inline void decode(VmNames& /*vms*/, const Block& block, JoystickMapping& mapping) {

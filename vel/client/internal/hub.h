@@ -25,6 +25,7 @@
 #include "platform/mutex.h"
 #include "vel/apps/local/velproxy/vel_proxy.h"
 #include "vel/client/events.h"
+#include "vel/client/internal/calls.h"
 #include "vel/client/internal/decode.h"
 #include "vel/client/internal/subscribers.h"
 
@@ -35,18 +36,25 @@ namespace internal {
 // Marks this thread as being inside Client::command.
 class CommandRunning {
  public:
-  CommandRunning() { ++depth(); }
-  ~CommandRunning() { --depth(); }
+  CommandRunning() : outer_(std::exchange(innermost(), this)) {}
+  ~CommandRunning() { innermost() = outer_; }
   CommandRunning(const CommandRunning&) = delete;
   CommandRunning& operator=(const CommandRunning&) = delete;
 
-  static bool isHere() { return depth() != 0; }
+  // Whether this thread calls back for a command that fails, and not for an event: then the event
+  // is the one, or none, in whose callback the command was given.
+  static bool isFailing() {
+    return innermost() && innermost()->event_ == qx::VelProxy::currentEvent();
+  }
 
  private:
-  static unsigned int& depth() {
-    static thread_local unsigned int depth = 0;
-    return depth;
+  static const CommandRunning*& innermost() {
+    static thread_local const CommandRunning* innermost = nullptr;
+    return innermost;
   }
+
+  const std::shared_ptr<QXBusMessage> event_ = qx::VelProxy::currentEvent();
+  const CommandRunning* const outer_;
 };
 
 class Hub : public VelDiagnoseNotify {
@@ -89,6 +97,9 @@ class Hub : public VelDiagnoseNotify {
     }
   }
   void takeCommandCallback() { proxy_.RegisterCmdCallback(&Hub::onCommand, this); }
+  // For the progress of diagnoses of other processes. Without a VM this sends no request, and
+  // leaves an error in the log.
+  void takeDiagnoses() { proxy_.Diagnose(std::string(), 0, this); }
 
   // Whether this thread is inside a callback of the library, also one that other code has
   // registered: most of them hold the callback mutex.
@@ -112,23 +123,55 @@ class Hub : public VelDiagnoseNotify {
 
   // Ends the service's subscription with the last subscriber. Inside a callback it lasts until the
   // next subscriber ends, because the library would wait for the callback.
-  void endJoysticks() {
+  //
+  // returns    the service's answer; success when it was not asked
+  Result<void> endJoysticks() {
     if (isInsideCallback()) {
-      return;
+      return {};
     }
     const platform::MutexLock lock(joystickMutex_);
-    if (hasJoysticks_ && joysticks.empty()) {
-      proxy_.UnregisterJoystickCallback(this);
-      hasJoysticks_ = false;
-      // A subscriber that came meanwhile, inside a callback, found the subscription.
-      if (!joysticks.empty()) {
-        static_cast<void>(registerJoysticks());
-      }
+    if (!hasJoysticks_ || !joysticks.empty()) {
+      return {};
     }
+    const Result<void> ended = statusOutcome(proxy_.UnregisterJoystickCallback(this));
+    hasJoysticks_ = false;
+    // A subscriber that came meanwhile found the subscription.
+    if (!joysticks.empty()) {
+      static_cast<void>(registerJoysticks());
+    }
+    return ended;
+  }
+
+  // A service may be there again: repeats what it has to learn, and reports the return once for
+  // each death. The library looks for a service for a while only; Client::connect() finds it later.
+  //
+  // isReported   the library says so; otherwise only a connection shows it
+  void serviceReturned(bool isReported) {
+    if (!hasDied()) {
+      return;
+    }
+    // The library connects the instance of the process only.
+    if (proxy_.Init() != 0 && !isReported) {
+      return;
+    }
+    std::set<std::string> vms;
+    {
+      const platform::MutexLock lock(serviceMutex_);
+      if (deaths_ == 0) {
+        return;
+      }
+      deaths_ = isReported ? deaths_ - 1 : 0;
+      vms = std::exchange(vmsOfDeaths_, {});
+    }
+    const ServiceReturn restored = restore(std::move(vms));
+    returns.deliver([&] { return restored; });
   }
 
   void DiagnoseResultNotify(std::string vm, unsigned long long id, unsigned int status,
                             std::string result) override {
+    if (isRepeated()) {
+      return;
+    }
     diagnoses.deliver([&] {
       DiagnosisEvent event;
       describe(event, EventCode::kDiagnosis);
@@ -158,6 +201,11 @@ class Hub : public VelDiagnoseNotify {
       return;
     }
     hasJoysticks_ = false;
+    {
+      const platform::MutexLock serviceLock(serviceMutex_);
+      deaths_ = 0;
+      vmsOfDeaths_.clear();
+    }
     proxy_.RegisterDeviceCallback(&Hub::onDevice, this);
     proxy_.RegisterConfigNewDevResultCallback(&Hub::onNewDevice, this);
     if (!proxy_.CheckPrinterCallback()) {
@@ -168,17 +216,13 @@ class Hub : public VelDiagnoseNotify {
   }
 
   Result<void> registerJoysticks() QX_REQUIRES(joystickMutex_) {
-    const int status = proxy_.RegisterJoystickCallback(&Hub::onJoystick, this);
-    qx::VelError error = qx::VelProxy::lastError();
-    if (error.kind != qx::VelError::Kind::kNone) {
-      return failed(std::move(error));
-    }
-    if (status != 0) {
+    const Result<void> registered =
+        statusOutcome(proxy_.RegisterJoystickCallback(&Hub::onJoystick, this));
+    if (!registered && registered.error().kind() == ErrorKind::kRefused) {
       proxy_.UnregisterJoystickCallback(this);
-      return unexpected<Error>(Error::refused(kJoystickMethod, status));
     }
-    hasJoysticks_ = true;
-    return {};
+    hasJoysticks_ = registered.has_value();
+    return registered;
   }
 
   // --- Callbacks of the library -----------------------------------------------------------------
@@ -188,7 +232,7 @@ class Hub : public VelDiagnoseNotify {
   }
 
   int passDevice(unsigned short code, CommonDevice* device) {
-    if (isRepeatedBroadcast(static_cast<EventCode>(code))) {
+    if (isRepeated()) {
       return 0;
     }
     devices.deliver([&] {
@@ -203,6 +247,9 @@ class Hub : public VelDiagnoseNotify {
   }
 
   static int onPrinter(unsigned short code, PrinterDevice* printer, void* self) {
+    if (hub(self).isRepeated()) {
+      return 0;
+    }
     hub(self).printers.deliver([&] {
       const Record record(printer, offsetof(PrinterDevice, name));
       PrinterEvent event;
@@ -215,6 +262,9 @@ class Hub : public VelDiagnoseNotify {
   }
 
   static int onNewDevice(unsigned short code, _ConfigNewDeviceResult* result, void* self) {
+    if (hub(self).isRepeated()) {
+      return 0;
+    }
     hub(self).newDevices.deliver([&] {
       namespace field = velprotocol::new_device_result;
       // The text that ends the record has a NUL.
@@ -223,11 +273,11 @@ class Hub : public VelDiagnoseNotify {
       const Block block = record.block();
       NewDeviceEvent event;
       hub(self).describe(event, static_cast<EventCode>(code));
-      event.usb = {velprotocol::read(block, field::kVid), velprotocol::read(block, field::kPid)};
-      event.isSuccess = velprotocol::read(block, field::kIsSuccess) != 0;
+      event.usb = {numberIn(block, field::kVid), numberIn(block, field::kPid)};
+      event.isSuccess = numberIn(block, field::kIsSuccess) != 0;
       event.name = textIn(block, field::kName);
       event.result = lastTextIn(block, field::kCode);
-      event.source = SourceId(velprotocol::read(block, field::kSourceId));
+      event.source = SourceId(numberIn(block, field::kSourceId));
       return event;
     });
     return 0;
@@ -236,7 +286,8 @@ class Hub : public VelDiagnoseNotify {
   static int onCommand(unsigned short code, CmdResponse* response, void* self) {
     // A command that fails calls back as well, under its own number, and perhaps inside the
     // callback of an event. The caller has the error.
-    if (CommandRunning::isHere() || !isAnswerToCommand(qx::VelProxy::currentEvent())) {
+    if (CommandRunning::isFailing() || !isAnswerToCommand(qx::VelProxy::currentEvent()) ||
+        hub(self).isRepeated()) {
       return 0;
     }
     hub(self).commands.deliver([&] {
@@ -267,23 +318,33 @@ class Hub : public VelDiagnoseNotify {
   }
 
   static void onService(qx::ServiceState state, const std::vector<std::string>& vms, void* self) {
-    if (state == qx::ServiceState::kGone) {
-      hub(self).deaths.deliver([&] { return ServiceDeath{vms}; });
-    } else {
-      const ServiceReturn restored = hub(self).restore(vms);
-      hub(self).returns.deliver([&] { return restored; });
+    hub(self).passService(state, vms);
+  }
+
+  void passService(qx::ServiceState state, const std::vector<std::string>& vms) {
+    if (state == qx::ServiceState::kBack) {
+      serviceReturned(true);
+      return;
     }
+    {
+      const platform::MutexLock lock(serviceMutex_);
+      ++deaths_;
+      vmsOfDeaths_.insert(vms.begin(), vms.end());
+    }
+    deaths.deliver([&] { return ServiceDeath{vms}; });
+  }
+
+  bool hasDied() {
+    const platform::MutexLock lock(serviceMutex_);
+    return deaths_ != 0;
   }
 
   // What the new service must learn again. It may die meanwhile, and each death has a thread of its
   // own: the next service learns what this one could not.
-  ServiceReturn restore(const std::vector<std::string>& vms) {
+  ServiceReturn restore(std::set<std::string> toName) {
     ServiceReturn restored;
     const platform::MutexLock restoreLock(restoreMutex_);
-    std::set<std::string> toName = std::exchange(notNamed_, {});
-    toName.insert(vms.begin(), vms.end());
-    // The library connects the instance of the process only.
-    proxy_.Init();
+    toName.merge(std::exchange(notNamed_, {}));
     for (const std::string& vm : toName) {
       const unsigned int vmNumber = proxy_.GetVmIdInt(vm);
       if (vmNumber == 0) {
@@ -350,12 +411,12 @@ class Hub : public VelDiagnoseNotify {
 
   // The library listens for broadcasts once more with each connection, so one message arrives
   // several times.
-  bool isRepeatedBroadcast(EventCode code) {
+  bool isRepeated() {
     const std::shared_ptr<QXBusMessage> message = qx::VelProxy::currentEvent();
-    if (!message || (code != EventCode::kMounted && code != EventCode::kUnmounted)) {
+    if (!message) {
       return false;
     }
-    const platform::MutexLock lock(broadcastMutex_);
+    const platform::MutexLock lock(messageMutex_);
     // Events from elsewhere may come in between, so this keeps every message that still exists.
     bool isRepeated = false;
     const auto isGone = [&](const std::weak_ptr<QXBusMessage>& passed) {
@@ -363,10 +424,9 @@ class Hub : public VelDiagnoseNotify {
       isRepeated = isRepeated || other == message;
       return !other;
     };
-    broadcasts_.erase(std::remove_if(broadcasts_.begin(), broadcasts_.end(), isGone),
-                      broadcasts_.end());
+    messages_.erase(std::remove_if(messages_.begin(), messages_.end(), isGone), messages_.end());
     if (!isRepeated) {
-      broadcasts_.push_back(message);
+      messages_.push_back(message);
     }
     return isRepeated;
   }
@@ -377,8 +437,12 @@ class Hub : public VelDiagnoseNotify {
   platform::Mutex registrationMutex_;
   platform::Mutex joystickMutex_;  // held across a call, and never taken inside a callback
   std::atomic<bool> hasJoysticks_{false};
-  platform::Mutex broadcastMutex_;
-  std::vector<std::weak_ptr<QXBusMessage>> broadcasts_ QX_GUARDED_BY(broadcastMutex_);
+  platform::Mutex messageMutex_;
+  std::vector<std::weak_ptr<QXBusMessage>> messages_ QX_GUARDED_BY(messageMutex_);
+  platform::Mutex serviceMutex_;
+  // Deaths without a return, and the VMs of them.
+  std::size_t deaths_ QX_GUARDED_BY(serviceMutex_) = 0;
+  std::set<std::string> vmsOfDeaths_ QX_GUARDED_BY(serviceMutex_);
   platform::Mutex restoreMutex_;  // held across calls
   // VMs that the present service could not be told.
   std::set<std::string> notNamed_ QX_GUARDED_BY(restoreMutex_);

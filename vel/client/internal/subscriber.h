@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "platform/mutex.h"
+#include "vel/client/error.h"
 #include "vel/client/executor.h"
 
 namespace vel {
@@ -34,14 +35,16 @@ class SubscriberBase {
 
   // The callback never begins again.
   void stop() {
-    std::function<void()> stopped;
+    std::function<Result<void>()> stopped;
     {
       const platform::MutexLock lock(mutex_);
       isActive_ = false;
       stopped = std::exchange(stopped_, nullptr);
     }
     if (stopped) {
-      stopped();
+      const Result<void> outcome = stopped();
+      const platform::MutexLock lock(mutex_);
+      outcome_ = outcome;
     }
   }
 
@@ -65,8 +68,14 @@ class SubscriberBase {
     return isActive_;
   }
 
+  // What the function of whenStopped() has returned; success before.
+  Result<void> outcome() const {
+    const platform::MutexLock lock(mutex_);
+    return outcome_;
+  }
+
   // Before the first event. stopped is called once, when the callback has been stopped.
-  void whenStopped(std::function<void()> stopped) {
+  void whenStopped(std::function<Result<void>()> stopped) {
     const platform::MutexLock lock(mutex_);
     stopped_ = std::move(stopped);
   }
@@ -114,7 +123,8 @@ class SubscriberBase {
 
   mutable platform::Mutex mutex_;
   platform::Condition idle_;
-  std::function<void()> stopped_ QX_GUARDED_BY(mutex_);
+  std::function<Result<void>()> stopped_ QX_GUARDED_BY(mutex_);
+  Result<void> outcome_ QX_GUARDED_BY(mutex_);
   bool isActive_ QX_GUARDED_BY(mutex_) = true;
   std::size_t running_ QX_GUARDED_BY(mutex_) = 0;
   std::shared_ptr<const void> callback_ QX_GUARDED_BY(mutex_);

@@ -6,6 +6,8 @@
 
 #include "base/text.h"
 #include "vel/apps/local/velctl/data_streams.h"
+#include "vel/apps/local/velctl/display.h"
+#include "vel/apps/local/velctl/failure.h"
 
 namespace velctl {
 namespace {
@@ -51,11 +53,11 @@ ParserOption addVm(const ParserCommand& command, std::string& vmId) {
   return command.addOption("--vm", vmId, kVmHelp).typeName("NAME");
 }
 
-std::string toText(const UsbId& id) {
+std::string toText(vel::UsbId id) {
   return hex16(id.vendor) + ':' + hex16(id.product);
 }
 
-ParserOption addUsbId(const ParserCommand& command, UsbId& id) {
+ParserOption addUsbId(const ParserCommand& command, vel::UsbId& id) {
   const auto read = [&id](const std::string& text) -> std::string {
     const std::string_view digits = text;
     const std::size_t colon = digits.find(':');
@@ -82,6 +84,13 @@ std::string textOrStandardInput(const std::string& argument) {
     text.pop_back();
   }
   return text;
+}
+
+void refuseLonger(const std::string& text, std::size_t most) {
+  if (text.size() > most) {
+    throw Failure(kExitUsage,
+                  printableInQuotes(text) + " is longer than " + std::to_string(most) + " bytes");
+  }
 }
 
 }  // namespace velctl

@@ -3,6 +3,7 @@
 #ifndef VEL_APPS_LOCAL_VELCTL_ARGUMENTS_H
 #define VEL_APPS_LOCAL_VELCTL_ARGUMENTS_H
 
+#include <cstddef>
 #include <functional>
 #include <limits>
 #include <memory>
@@ -10,6 +11,7 @@
 #include <string>
 
 #include "vel/apps/local/velctl/command_line.h"
+#include "vel/client/client.h"
 
 namespace velctl {
 
@@ -68,21 +70,19 @@ ParserOption addVm(const ParserCommand& command, std::string& vmId);
 
 // --- USB devices ---------------------------------------------------------------------------------
 
-struct UsbId {
-  unsigned short vendor = 0;
-  unsigned short product = 0;
-};
-
 // 046d:0825
-std::string toText(const UsbId& id);
+std::string toText(vel::UsbId id);
 
 // Adds the argument "id", a USB id in that form.
-ParserOption addUsbId(const ParserCommand& command, UsbId& id);
+ParserOption addUsbId(const ParserCommand& command, vel::UsbId& id);
 
 // --- Texts ---------------------------------------------------------------------------------------
 
 // The argument; for "-" standard input without the newlines at its end.
 std::string textOrStandardInput(const std::string& argument);
+
+// Throws Failure for a text of more bytes than its field holds.
+void refuseLonger(const std::string& text, std::size_t most);
 
 }  // namespace velctl
 

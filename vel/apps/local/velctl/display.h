@@ -3,6 +3,8 @@
 #ifndef VEL_APPS_LOCAL_VELCTL_DISPLAY_H
 #define VEL_APPS_LOCAL_VELCTL_DISPLAY_H
 
+#include <array>
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,6 +23,12 @@ std::string printableInQuotes(std::string_view text);
 // The text for JSON. Control characters above ASCII and others that a terminal obeys, which JSON
 // does not escape, become U+FFFD, and so do bytes that are not UTF-8.
 Json jsonText(std::string_view text);
+
+// Bytes as characters.
+template <std::size_t size>
+std::string_view textOf(const std::array<unsigned char, size>& bytes) {
+  return {reinterpret_cast<const char*>(bytes.data()), size};
+}
 
 // Lines of 16 bytes: offset, digits, and the printable ones as characters. A * stands for lines
 // like the one before it.

@@ -1,20 +1,12 @@
 #include "vel/apps/local/velctl/operation.h"
 
 #include "base/printable.h"
-#include "base/text.h"
 #include "bus/dbus/bus_failure.h"
 #include "platform/app_data_path.h"
-#include "vel/apps/local/velctl/display.h"
 #include "vel/apps/local/velctl/failure.h"
-#include "vel/apps/local/velctl/service_interface.h"
-#include "vel/protocol/methods.h"
 
 namespace velctl {
 namespace {
-
-using Kind = qx::VelError::Kind;
-
-constexpr unsigned int kNotConnected = 0xFFFFFFFF;
 
 // " 12" for {"device": 12}. Lists are too long for a message.
 std::string valuesOf(const Json& details) {
@@ -29,6 +21,12 @@ std::string valuesOf(const Json& details) {
   return text;
 }
 
+// Where the reason for a failure may stand.
+std::string logs() {
+  const std::string log = GetAppDataPath();
+  return "; see the service's log" + (log.empty() ? "" : ", or the log in " + log);
+}
+
 }  // namespace
 
 std::string displayName(const std::string& vmId) {
@@ -40,8 +38,7 @@ std::string quotedName(const std::string& vmId) {
 }
 
 std::chrono::seconds timeLimitOf(const std::string& method) {
-  const std::chrono::milliseconds limit{velprotocol::method(method).timeoutMs};
-  return std::chrono::ceil<std::chrono::seconds>(limit);
+  return std::chrono::ceil<std::chrono::seconds>(vel::Client::timeLimit(method));
 }
 
 Operation::Operation(const std::string& method) : Operation(method, Json::object()) {}
@@ -50,122 +47,85 @@ Operation::Operation(const std::string& method, const std::string& vmId)
     : Operation(method, vmId, Json::object()) {}
 
 Operation::Operation(const std::string& method, const Json& details)
-    : method_(method), description_(method + valuesOf(details)), details_(details) {
-  connect();
+    : method_(method), description_(method + valuesOf(details)), request_({{"operation", method}}) {
+  request_.update(details);
 }
 
 Operation::Operation(const std::string& method, const std::string& vmId, const Json& details)
     : method_(method),
       description_(method + valuesOf(details) + " for " + quotedName(vmId)),
-      vmId_(vmId),
-      hasVm_(true),
-      details_(details) {
-  connect();
-  findVm();
+      prefix_(displayName(vmId) + ": "),
+      number_(valueOf(client_.vmNumber(vmId))) {
+  request_ = {{"operation", method}, {"vm", vmId}, {"number", number_.value()}};
+  request_.update(details);
 }
 
-void Operation::findVm() {
-  number_ = call(&qx::VelProxy::GetVmIdInt, vmId_);
-  check();
-}
-
-void Operation::connect() {
-  proxy_ = qx::VelProxy::getInstance();
-  if (proxy_->Init() == kNotConnected) {
-    failDisconnected();
-  }
-}
-
-void Operation::keepError() {
-  error_ = qx::VelProxy::lastError();
-  recordLengths_ = qx::VelProxy::lastRecordLengths();
-}
-
-void Operation::check() const {
-  switch (error_.kind) {
-    case Kind::kNone:
-      return;
-    case Kind::kRefusedArgument:
-      throw Failure(kExitRefused,
-                    description_ + ": nothing was sent: " + base::printable(error_.text));
-    case Kind::kUnknownVm:
-      failUnknownVm();
-    case Kind::kNoService:
-    case Kind::kNoReply:
+void Operation::fail(const vel::Error& error) const {
+  const std::string text = base::printable(error.text());
+  switch (error.kind()) {
+    case vel::ErrorKind::kNoBus:
+      throw Failure(kExitNoBus, description_ + ": the bus cannot be reached: " +
+                                    base::printable(qxbus::busFailure()) +
+                                    "; start it, or set QXBUS_ADDRESS to the address of another");
+    case vel::ErrorKind::kNoService:
+      throw Failure(kExitNoService,
+                    description_ + ": " +
+                        (qxbus::isBusDirect() ? base::printable(qxbus::busFailure()) : text) +
+                        "; start velserviced, or velsim to try without hardware");
+    case vel::ErrorKind::kUnknownVm:
+      throw Failure(
+          kExitUnknownVm,
+          description_ + ": the service has no VM of this name; velctl vm list shows its VMs");
+    case vel::ErrorKind::kRefused:
+      failRefused("the service answered status " + std::to_string(error.status().value_or(0)) +
+                  "; see the service's log");
+    case vel::ErrorKind::kRefusedArgument:
+      failRefused("nothing was sent: " + text);
+    case vel::ErrorKind::kNoThread:
+      throw Failure(kExitFailed, description_ + ": " + text);
+    case vel::ErrorKind::kNoReply:
       // The service may have died meanwhile.
-      if (proxy_->Init() == kNotConnected) {
-        failDisconnected();
-      }
-      failWithoutAnswer(error_.text);
-    case Kind::kErrorReply:
-    case Kind::kBadReply:
-      failWithoutAnswer(error_.text);
+      check(client_.connect());
+      break;
+    case vel::ErrorKind::kErrorReply:
+    case vel::ErrorKind::kBadReply:
+      break;
   }
+  failWithoutAnswer(error.text());
 }
 
 void Operation::failWithoutAnswer(const std::string& reason) const {
-  const std::string log = GetAppDataPath();
-  throw Failure(kExitNoAnswer, description_ + ": no usable answer: " + base::printable(reason) +
-                                   "; see the service's log" +
-                                   (log.empty() ? "" : ", or the log in " + log));
+  throw Failure(kExitNoAnswer,
+                description_ + ": no usable answer: " + base::printable(reason) + logs());
 }
 
 void Operation::failRefused(const std::string& reason) const {
   throw Failure(kExitRefused, description_ + ": " + reason);
 }
 
-void Operation::failUnknownVm() const {
-  throw Failure(kExitUnknownVm, description_ +
-                                    ": the service has no VM of this name; velctl vm list shows "
-                                    "its VMs");
-}
-
-void Operation::failDisconnected() const {
-  if (!busManager()) {
-    throw Failure(kExitNoBus, description_ + ": the bus cannot be reached: " +
-                                  base::printable(qxbus::busFailure()) +
-                                  "; start it, or set QXBUS_ADDRESS to the address of another");
-  }
-  const std::string absent =
-      qxbus::isBusDirect() ? base::printable(qxbus::busFailure()) : "no service on the bus";
-  throw Failure(kExitNoService, description_ + ": " + absent +
-                                    "; start velserviced, or velsim to try without hardware");
-}
-
-Json Operation::request() const {
-  Json json = {{"operation", method_}};
-  if (hasVm_) {
-    json["vm"] = vmId_;
-    json["number"] = number_;
-  }
-  json.update(details_);
-  return json;
-}
-
 Json Operation::answered(const Json& members) const {
-  check();
-  Json json = request();
+  Json json = request_;
   json.update(members);
   return json;
 }
 
-void Operation::finish(const Output& output, int status, const std::string& done) const {
-  const Json json = answered(Json{{"status", status}});
-  if (status != 0) {
-    output.json(json);
-    failRefused("the service answered status " + std::to_string(status) +
-                "; see the service's log");
+void Operation::finish(const Output& output, const vel::Result<void>& result,
+                       const std::string& done) const {
+  if (!result && result.error().status()) {
+    output.json(answered(Json{{"status", *result.error().status()}}));
   }
-  output.line((hasVm_ ? displayName(vmId_) + ": " : "") + done, json);
+  check(result);
+  output.line(prefix_ + done, answered(Json{{"status", 0}}));
 }
 
-void Operation::finishSent(const Output& output, unsigned int status, const std::string& done) {
-  check();
+void Operation::finishSent(const Output& output, const vel::Result<void>& result,
+                           const std::string& done) const {
+  check(result);
   // The request has only been handed to the bus, and would be lost if this process ended now. The
   // bus keeps the order of the requests of one connection, so the answer to a later one shows that
   // the service has received this one.
-  call(&qx::VelProxy::GetVmList);
-  finish(output, status, done);
+  check(client_.vms());
+  finish(output, result, done);
 }
 
 void Operation::finishWith(const Output& output, const std::string& text,
@@ -173,20 +133,15 @@ void Operation::finishWith(const Output& output, const std::string& text,
   output.line(text, answered(members));
 }
 
-void Operation::finishList(const Output& output, const std::string& name, const Json& elements,
-                           const std::string& rows) const {
-  if (elements.empty()) {
-    check();
-  }
-  Json json = request();
-  json.update(Json{{name, elements}});
+void Operation::writeList(const Output& output, const std::string& name, const Json& elements,
+                          const std::string& rows) const {
+  const Json json = answered(Json{{name, elements}});
   if (elements.empty()) {
     output.json(json);
     Output::note("no " + name);
   } else {
     output.line(rows, json);
   }
-  check();
 }
 
 }  // namespace velctl

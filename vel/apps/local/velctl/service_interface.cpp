@@ -1,7 +1,9 @@
 #include "vel/apps/local/velctl/service_interface.h"
 
 #include <cstdint>
+#include <memory>
 
+#include "bus/qxbus.h"
 #include "vel/protocol/names.h"
 
 namespace velctl {
@@ -13,19 +15,12 @@ constexpr int kUnsubscriptionMs = 500;
 
 }  // namespace
 
-QXBusSerivceManager* busManager() {
-  return QXBusSerivceManager::initSync(kWaitForTheBus);
-}
-
-std::shared_ptr<QXBusProxyInterface> serviceInterface() {
-  QXBusSerivceManager* const bus = busManager();
-  return bus ? bus->getServiceProxyInterface(velprotocol::kServiceName,
-                                             QXBUS_SECURITY_SAME_USER_OR_ROOT, kInterfaceMode)
-             : nullptr;
-}
-
 base::Result<void> endJoystickSubscription(const qx::VelProxy& subscriber) {
-  const std::shared_ptr<QXBusProxyInterface> service = serviceInterface();
+  QXBusSerivceManager* const bus = QXBusSerivceManager::initSync(kWaitForTheBus);
+  const std::shared_ptr<QXBusProxyInterface> service =
+      bus ? bus->getServiceProxyInterface(velprotocol::kServiceName,
+                                          QXBUS_SECURITY_SAME_USER_OR_ROOT, kInterfaceMode)
+          : nullptr;
   if (!service) {
     return base::Failed{"no service on the bus"};
   }

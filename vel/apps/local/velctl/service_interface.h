@@ -1,24 +1,15 @@
-// The service on the bus, for events and requests that the library does not pass on.
+// A request to the service that a call of the library must not delay.
 
 #ifndef VEL_APPS_LOCAL_VELCTL_SERVICE_INTERFACE_H
 #define VEL_APPS_LOCAL_VELCTL_SERVICE_INTERFACE_H
 
-#include <memory>
-
 #include "base/result.h"
-#include "bus/qxbus.h"
 
 namespace qx {
 class VelProxy;
 }
 
 namespace velctl {
-
-// Null when the bus cannot be reached.
-QXBusSerivceManager* busManager();
-
-// The instance of the service that runs now; null without one.
-std::shared_ptr<QXBusProxyInterface> serviceInterface();
 
 // Ends the subscription of a proxy to joystick results while its registration still waits for the
 // reply: the proxy's own operation would wait for that reply, too. The bus keeps the order of

@@ -7,8 +7,8 @@ namespace velctl {
 namespace {
 
 void showCamera(const Output& output) {
-  Operation operation("CheckCameraAuthStat");
-  const int authorization = operation.call(&qx::VelProxy::CheckCameraAuthStat);
+  const Operation operation("CheckCameraAuthStat");
+  const int authorization = vel::number(operation.valueOf(operation.client().cameraStatus()));
   operation.finishWith(output, std::to_string(authorization),
                        Json{{"authorization", authorization}});
 }

@@ -18,13 +18,11 @@ struct OptionalVm {
 
 void listDevices(const Output& output, const OptionalVm& vm) {
   if (vm.vmId) {
-    Operation operation("getDeviceList", *vm.vmId);
-    finishDevices(output, operation, "devices",
-                  callForRecords(operation, &qx::VelProxy::GetDeviceList, *vm.vmId));
+    const Operation operation("getDeviceList", *vm.vmId);
+    finishDevices(output, operation, operation.client().devices(*vm.vmId));
   } else {
-    Operation operation("getDeviceList");
-    finishDevices(output, operation, "devices",
-                  callForRecords(operation, &qx::VelProxy::GetLocalDeviceList));
+    const Operation operation("getDeviceList");
+    finishDevices(output, operation, operation.client().localDevices());
   }
 }
 
@@ -33,13 +31,13 @@ struct DeviceNumber {
 };
 
 void showDevice(const Output& output, const DeviceNumber& given) {
-  Operation operation("getDeviceStatus", Json{{"device", given.device}});
-  const Devices devices = callForRecords(operation, &qx::VelProxy::GetDeviceStatus, given.device);
-  operation.check();
-  if (devices.empty()) {
+  const Operation operation("getDeviceStatus", Json{{"device", given.device}});
+  const auto devices = operation.client().device(vel::DeviceNumber(given.device));
+  operation.check(devices);
+  if (devices->empty()) {
     operation.failRefused("the service has no such device; velctl device list shows its devices");
   }
-  finishDevices(output, operation, "devices", devices);
+  finishDevices(output, operation, devices);
 }
 
 // A device by its number or by its source id: exactly one of them is given.
@@ -49,20 +47,22 @@ struct Attachment {
   std::string vmId;
 };
 
+template <typename Subject>
+using ChangeOf = vel::Result<void> (vel::Client::*)(const std::string&, Subject) const;
+
 struct AttachmentChange {
   const char* method;
-  int (qx::VelProxy::*byNumber)(std::string, unsigned short);
+  ChangeOf<vel::DeviceNumber> byNumber;
   const char* methodBySource;
-  int (qx::VelProxy::*bySource)(std::string, unsigned long long);
+  ChangeOf<vel::SourceId> bySource;
   const char* done;
 };
 
-constexpr AttachmentChange kConnect = {"connectDevice", &qx::VelProxy::ConnectDevice,
-                                       "connectDeviceBySrcId", &qx::VelProxy::ConnectDeviceBySrcId,
-                                       "connected"};
-constexpr AttachmentChange kDisconnect = {"disconnectDevice", &qx::VelProxy::DisconnectDevice,
-                                          "disconnectDeviceBySrcId",
-                                          &qx::VelProxy::DisconnectDeviceBySrcId, "disconnected"};
+constexpr AttachmentChange kConnect = {"connectDevice", &vel::Client::attach,
+                                       "connectDeviceBySrcId", &vel::Client::attach, "connected"};
+constexpr AttachmentChange kDisconnect = {"disconnectDevice", &vel::Client::detach,
+                                          "disconnectDeviceBySrcId", &vel::Client::detach,
+                                          "disconnected"};
 
 void changeAttachment(const AttachmentChange& change, const Output& output,
                       const Attachment& attachment) {
@@ -72,15 +72,15 @@ void changeAttachment(const AttachmentChange& change, const Output& output,
                                   ": name the device by its number or with --source, not both");
   }
   if (attachment.source) {
-    Operation operation(change.methodBySource, vmId, Json{{"source", *attachment.source}});
-    const int status = operation.call(change.bySource, vmId, *attachment.source);
-    operation.finish(output, status,
+    const Operation operation(change.methodBySource, vmId, Json{{"source", *attachment.source}});
+    operation.finish(output,
+                     (operation.client().*change.bySource)(vmId, vel::SourceId(*attachment.source)),
                      "source " + std::to_string(*attachment.source) + " " + change.done);
   } else {
-    Operation operation(change.method, vmId, Json{{"device", *attachment.device}});
-    const int status = operation.call(change.byNumber, vmId, *attachment.device);
-    operation.finish(output, status,
-                     "device " + std::to_string(*attachment.device) + " " + change.done);
+    const Operation operation(change.method, vmId, Json{{"device", *attachment.device}});
+    operation.finish(
+        output, (operation.client().*change.byNumber)(vmId, vel::DeviceNumber(*attachment.device)),
+        "device " + std::to_string(*attachment.device) + " " + change.done);
   }
 }
 
@@ -99,12 +99,12 @@ struct Redirection {
 };
 
 void redirect(const Output& output, const Redirection& redirection) {
-  Operation operation("redirectDevice", redirection.vmId,
-                      Json{{"first", redirection.first}, {"second", redirection.second}});
-  const int status = operation.call(&qx::VelProxy::RedirectDevice, redirection.vmId,
-                                    redirection.first, redirection.second);
+  const Operation operation("redirectDevice", redirection.vmId,
+                            Json{{"first", redirection.first}, {"second", redirection.second}});
   operation.finish(
-      output, status,
+      output,
+      operation.client().redirect(redirection.vmId, vel::DeviceNumber(redirection.first),
+                                  redirection.second),
       "redirected " + std::to_string(redirection.first) + " " + std::to_string(redirection.second));
 }
 
@@ -114,11 +114,10 @@ struct NewNetworkDevice {
 };
 
 void addToNetwork(const Output& output, const NewNetworkDevice& added) {
-  Operation operation("addNetworkDevice",
-                      Json{{"type", added.type}, {"device", jsonText(added.device)}});
-  std::string device = added.device;
-  const int status = operation.call(&qx::VelProxy::AddNetworkDevice, added.type, device);
-  operation.finish(output, status, printableInQuotes(device) + " added");
+  const Operation operation("addNetworkDevice",
+                            Json{{"type", added.type}, {"device", jsonText(added.device)}});
+  operation.finish(output, operation.client().addNetworkDevice(added.type, added.device),
+                   printableInQuotes(added.device) + " added");
 }
 
 struct RemovedNetworkDevice {
@@ -127,12 +126,10 @@ struct RemovedNetworkDevice {
 };
 
 void removeFromNetwork(const Output& output, const RemovedNetworkDevice& removed) {
-  Operation operation("deleteNetworkDevice", Json{{"device", jsonText(removed.device)},
-                                                  {"detail", jsonText(removed.detail)}});
-  std::string device = removed.device;
-  std::string detail = removed.detail;
-  const int status = operation.call(&qx::VelProxy::DeleteNetworkDevice, device, detail);
-  operation.finish(output, status, printableInQuotes(device) + " removed");
+  const Operation operation("deleteNetworkDevice", Json{{"device", jsonText(removed.device)},
+                                                        {"detail", jsonText(removed.detail)}});
+  operation.finish(output, operation.client().removeNetworkDevice(removed.device, removed.detail),
+                   printableInQuotes(removed.device) + " removed");
 }
 
 void addAttachmentCommand(CommandLine& commandLine, const ParserCommand& group,

@@ -1,14 +1,11 @@
 // velctl diagnose: has the service diagnose a redirection.
 
 #include <chrono>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 
 #include "vel/apps/local/velctl/arguments.h"
-#include "vel/apps/local/velctl/background.h"
 #include "vel/apps/local/velctl/commands/commands.h"
 #include "vel/apps/local/velctl/display.h"
 #include "vel/apps/local/velctl/elapsed_time.h"
@@ -24,36 +21,7 @@ namespace {
 constexpr char kProgress[] = "progress report";
 
 // nullopt stands for the end of the request.
-using Arrivals = Inbox<std::optional<Progress>>;
-
-// One for the process, never destroyed: progress may come as late as the end of the process.
-class Receiver : public VelDiagnoseNotify {
- public:
-  static Receiver& instance() {
-    static Receiver& receiver = *new Receiver;
-    return receiver;
-  }
-
-  void start(unsigned long long id, std::shared_ptr<Arrivals> arrivals) {
-    const platform::MutexLock lock(mutex_);
-    id_ = id;
-    arrivals_ = std::move(arrivals);
-  }
-
-  void DiagnoseResultNotify(std::string vmId, unsigned long long id, unsigned int status,
-                            std::string result) override {
-    const platform::MutexLock lock(mutex_);
-    // The service sends the progress of every client's diagnoses.
-    if (id == id_) {
-      arrivals_->add(Progress{std::move(vmId), id, status, std::move(result)});
-    }
-  }
-
- private:
-  platform::Mutex mutex_;
-  unsigned long long id_ QX_GUARDED_BY(mutex_) = 0;
-  std::shared_ptr<Arrivals> arrivals_ QX_GUARDED_BY(mutex_);
-};
+using Arrivals = Inbox<std::optional<vel::DiagnosisEvent>>;
 
 struct Options {
   std::string vmId;
@@ -61,29 +29,16 @@ struct Options {
   std::optional<unsigned int> finalStatus;
 };
 
-struct Diagnosis {
-  std::string method;
-  Json details;
-  unsigned long long id = 0;  // of the progress
-  std::function<std::string(Operation&, VelDiagnoseNotify*)> request;
-};
-
-struct Answer {
-  std::string text;
-  Json json;
-};
-
-Answer requestAnswer(const Diagnosis& diagnosis, const std::string& vmId,
-                     VelDiagnoseNotify* notify) {
-  Operation operation(diagnosis.method, vmId, diagnosis.details);
-  const std::string text = diagnosis.request(operation, notify);
-  return {printableLines(text), operation.answered(Json{{"text", jsonText(text)}})};
+// Whether this is the progress that the user waits for.
+bool isFinal(const vel::DiagnosisEvent& progress, const Options& options) {
+  return options.finalStatus && vel::number(progress.status) == *options.finalStatus;
 }
 
-void writeProgress(const Output& output, const Progress& progress) {
+void writeProgress(const Output& output, const vel::DiagnosisEvent& progress) {
   Json json = {{"event", "diagnosis"}};
   json.update(toJson(progress));
-  output.line("status " + std::to_string(progress.status) + ": " + printableLines(progress.text),
+  output.line("status " + std::to_string(vel::number(progress.status)) + ": " +
+                  printableLines(progress.text),
               json);
 }
 
@@ -91,26 +46,26 @@ void writeProgress(const Output& output, const Progress& progress) {
 bool writeWhileWaiting(const Output& output, Arrivals& arrivals, const std::string& method,
                        const Options& options) {
   ElapsedTime elapsed("diagnosing", timeLimitOf(method));
-  bool isFinal = false;
+  bool wasFinal = false;
   for (;;) {
-    const std::optional<Progress> progress = *arrivals.next();
+    const std::optional<vel::DiagnosisEvent> progress = *arrivals.next();
     elapsed.erase();
     Output::noteDropped(arrivals.droppedBefore(), kProgress);
     if (!progress) {
-      return isFinal;
+      return wasFinal;
     }
     writeProgress(output, *progress);
-    isFinal = isFinal || progress->status == options.finalStatus;
+    wasFinal = wasFinal || isFinal(*progress, options);
   }
 }
 
 // Writes progress until some of it is final, or the time has passed; returns whether it was.
 bool writeWhileFollowing(const Output& output, Arrivals& arrivals, const Options& options) {
   const auto deadline = Arrivals::Clock::now() + std::chrono::seconds(options.followSeconds);
-  while (const std::optional<std::optional<Progress>> next = arrivals.next(deadline)) {
+  while (const std::optional<std::optional<vel::DiagnosisEvent>> next = arrivals.next(deadline)) {
     Output::noteDropped(arrivals.droppedBefore(), kProgress);
     writeProgress(output, **next);
-    if ((*next)->status == options.finalStatus) {
+    if (isFinal(**next, options)) {
       return true;
     }
   }
@@ -118,27 +73,38 @@ bool writeWhileFollowing(const Output& output, Arrivals& arrivals, const Options
   return false;
 }
 
-void diagnose(const Output& output, const Options& options, const Diagnosis& diagnosis) {
+// subject is a source or a device, which the progress names by its number.
+template <typename Subject>
+void diagnose(const Output& output, const Options& options, const std::string& method,
+              const char* argument, Subject subject) {
   if (options.vmId.empty()) {
-    throw Failure(kExitUsage, diagnosis.method + ": name a VM; there is none on this machine");
+    throw Failure(kExitUsage, method + ": name a VM; there is none on this machine");
   }
-  const auto arrivals = std::make_shared<Arrivals>();
-  Receiver::instance().start(diagnosis.id, arrivals);
-
+  const Operation operation(method, options.vmId, Json{{argument, subject.value()}});
   // Progress comes while the request still waits for its answer.
-  Background<Answer> request(
-      "diagnose",
-      [diagnosis, vmId = options.vmId] {
-        return requestAnswer(diagnosis, vmId, &Receiver::instance());
-      },
-      [arrivals] { arrivals->addAlways(std::nullopt); });
-  const bool wasFinal = writeWhileWaiting(output, *arrivals, diagnosis.method, options);
-  const Answer answer = request.get();
-  output.line(answer.text, answer.json);
+  const auto arrivals = std::make_shared<Arrivals>();
+  const vel::Subscription subscription =
+      operation.client().onDiagnosis([arrivals, subject](const vel::DiagnosisEvent& event) {
+        // The service sends the progress of every client's diagnoses.
+        if (event.id == subject.value()) {
+          arrivals->add(event);
+        }
+      });
+  vel::Task<std::string> request = operation.client().startDiagnosis(
+      options.vmId, subject, [arrivals](const auto&) { arrivals->addAlways(std::nullopt); });
+  bool wasFinal = false;
+  try {
+    wasFinal = writeWhileWaiting(output, *arrivals, method, options);
+  } catch (const Failure&) {
+    request.detach();
+    throw;
+  }
+  const std::string text = operation.valueOf(request.get());
+  operation.finishWith(output, printableLines(text), Json{{"text", jsonText(text)}});
 
-  const bool isFinal = wasFinal || writeWhileFollowing(output, *arrivals, options);
-  if (options.finalStatus && !isFinal) {
-    throw Failure(kExitNoAnswer, diagnosis.method + " for " + quotedName(options.vmId) +
+  wasFinal = wasFinal || writeWhileFollowing(output, *arrivals, options);
+  if (options.finalStatus && !wasFinal) {
+    throw Failure(kExitNoAnswer, method + " for " + quotedName(options.vmId) +
                                      ": no progress with status " +
                                      std::to_string(*options.finalStatus) + " within " +
                                      std::to_string(options.followSeconds) +
@@ -152,12 +118,7 @@ struct SourceDiagnosis {
 };
 
 void diagnoseSource(const Output& output, const SourceDiagnosis& given) {
-  diagnose(output, given.options,
-           {"diagnose", Json{{"source", given.source}}, given.source,
-            [given](Operation& operation, VelDiagnoseNotify* notify) {
-              return operation.call(&qx::VelProxy::Diagnose, given.options.vmId, given.source,
-                                    notify);
-            }});
+  diagnose(output, given.options, "diagnose", "source", vel::SourceId(given.source));
 }
 
 struct DeviceDiagnosis {
@@ -166,12 +127,7 @@ struct DeviceDiagnosis {
 };
 
 void diagnoseDevice(const Output& output, const DeviceDiagnosis& given) {
-  diagnose(output, given.options,
-           {"diagnoseDevice", Json{{"device", given.device}}, given.device,
-            [given](Operation& operation, VelDiagnoseNotify* notify) {
-              return operation.call(&qx::VelProxy::DiagnoseDevice, given.options.vmId, given.device,
-                                    notify);
-            }});
+  diagnose(output, given.options, "diagnoseDevice", "device", vel::DeviceNumber(given.device));
 }
 
 void addOptions(const ParserCommand& command, Options& options) {

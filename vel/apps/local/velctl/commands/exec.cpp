@@ -6,13 +6,13 @@
 #include <string_view>
 
 #include "vel/apps/local/velctl/arguments.h"
-#include "vel/apps/local/velctl/command_answers.h"
 #include "vel/apps/local/velctl/commands/commands.h"
 #include "vel/apps/local/velctl/display.h"
 #include "vel/apps/local/velctl/elapsed_time.h"
 #include "vel/apps/local/velctl/failure.h"
 #include "vel/apps/local/velctl/inbox.h"
 #include "vel/apps/local/velctl/operation.h"
+#include "vel/apps/local/velctl/record_display.h"
 
 namespace velctl {
 namespace {
@@ -25,27 +25,30 @@ struct ServiceCommand {
 };
 
 void run(const Output& output, const ServiceCommand& given) {
-  Operation operation("dovelcmd", given.vmId,
-                      Json{{"command", given.command}, {"arguments", jsonText(given.arguments)}});
-  Inbox<CommandAnswer> answers;
+  using Answers = Inbox<vel::CommandEvent>;
+  const Operation operation(
+      "dovelcmd", given.vmId,
+      Json{{"command", given.command}, {"arguments", jsonText(given.arguments)}});
+  Answers answers;
   // Other VMs have answers of their own.
-  const CommandAnswers listener([&answers, vm = operation.number()](CommandAnswer answer) {
-    if (answer.vmNumber == 0 || answer.vmNumber == vm) {
-      answers.add(std::move(answer));
-    }
-  });
-  const int status =
-      operation.call(&qx::VelProxy::DoVelCmd, given.vmId, given.arguments, given.command);
-  if (status != 0 || given.waitSeconds == 0) {
-    operation.finish(output, status, "command " + std::to_string(given.command) + " accepted");
+  const vel::Subscription subscription = operation.client().onCommand(
+      [&answers, vm = operation.number()](const vel::CommandEvent& event) {
+        if (event.vmNumber == vel::VmNumber() || event.vmNumber == vm) {
+          answers.add(event);
+        }
+      });
+  const vel::Result<void> result =
+      operation.client().command(given.vmId, given.arguments, given.command);
+  if (!result || given.waitSeconds == 0) {
+    operation.finish(output, result, "command " + std::to_string(given.command) + " accepted");
     return;
   }
   const std::chrono::seconds limit(given.waitSeconds);
-  const std::optional<CommandAnswer> answer =
+  const std::optional<vel::CommandEvent> answer =
       withElapsedTime("waiting for the answer to the command", limit,
-                      [&] { return answers.next(Inbox<CommandAnswer>::Clock::now() + limit); });
+                      [&] { return answers.next(Answers::Clock::now() + limit); });
   const Json json =
-      operation.answered(Json{{"status", status}, {"answer", answer ? toJson(*answer) : Json()}});
+      operation.answered(Json{{"status", 0}, {"answer", answer ? toJson(*answer) : Json()}});
   if (!answer) {
     output.json(json);
     throw Failure(kExitNoAnswer,
@@ -54,7 +57,7 @@ void run(const Output& output, const ServiceCommand& given) {
                       std::to_string(given.waitSeconds) +
                       " s; --wait SECONDS waits longer, --wait 0 does not wait");
   }
-  output.line(describe(*answer), json);
+  output.line(answer->answer ? hexDump(*answer->answer) : "an empty answer", json);
 }
 
 struct HelpOfVm {
@@ -73,8 +76,8 @@ std::string_view withoutFrame(std::string_view help) {
 }
 
 void showHelp(const Output& output, const HelpOfVm& vm) {
-  Operation operation("getvelcmdhelp", vm.vmId);
-  const std::string help = operation.call(&qx::VelProxy::GetVelCmdHelp, vm.vmId);
+  const Operation operation("getvelcmdhelp", vm.vmId);
+  const std::string help = operation.valueOf(operation.client().commandHelp(vm.vmId));
   const std::string_view text = withoutFrame(help);
   operation.finishWith(output, printableLines(text), Json{{"text", jsonText(text)}});
 }
@@ -84,9 +87,9 @@ struct SelfTest {
 };
 
 void runSelfTest(const Output& output, const SelfTest& given) {
-  Operation operation("doveltest", Json{{"test", given.test}});
-  const int status = operation.call(&qx::VelProxy::DoVelTest, "", given.test);
-  operation.finish(output, status, "test " + std::to_string(given.test) + " passed");
+  const Operation operation("doveltest", Json{{"test", given.test}});
+  operation.finish(output, operation.client().selfTest(given.test),
+                   "test " + std::to_string(given.test) + " passed");
 }
 
 }  // namespace

@@ -1,16 +1,17 @@
 // velctl joystick: joysticks and their mappings.
 
-#include <atomic>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
 
 #include "base/printable.h"
 #include "base/result.h"
 #include "base/text.h"
 #include "vel/apps/local/velctl/arguments.h"
-#include "vel/apps/local/velctl/background.h"
 #include "vel/apps/local/velctl/commands/commands.h"
 #include "vel/apps/local/velctl/display.h"
 #include "vel/apps/local/velctl/failure.h"
@@ -24,35 +25,28 @@ namespace {
 
 // Records are shown as bytes: neither the library nor velctl interprets them.
 template <typename Record>
-std::string_view bytesOf(const Record& record) {
-  return {reinterpret_cast<const char*>(record.bytes), sizeof record.bytes};
-}
-
-// A record is identified by its position.
-template <typename Records>
 void finishRecords(const Output& output, const Operation& operation, const std::string& name,
-                   const std::string& singular, const Records& records) {
+                   const std::string& singular, const vel::Result<std::vector<Record>>& records) {
   Json elements = Json::array();
   std::string text;
-  for (const auto& record : records) {
-    const std::size_t index = elements.size();
-    text += (text.empty() ? "" : "\n") + singular + " " + std::to_string(index) + "\n" +
-            hexDump(bytesOf(record));
-    elements.push_back({{"index", index}, {"hex", base::hexOf(bytesOf(record))}});
+  for (const Record& record : received(records)) {
+    const std::string_view bytes = textOf(record.bytes);
+    const unsigned short index = record.index.value();
+    text +=
+        (text.empty() ? "" : "\n") + singular + " " + std::to_string(index) + "\n" + hexDump(bytes);
+    elements.push_back({{"index", index}, {"hex", base::hexOf(bytes)}});
   }
-  operation.finishList(output, name, elements, text);
+  operation.finishList(output, name, elements, text, records);
 }
 
 void listJoysticks(const Output& output) {
-  Operation operation("getJoystickDevList");
-  const auto joysticks = operation.call(&qx::VelProxy::GetJoystickDevList);
-  finishRecords(output, operation, "joysticks", "joystick", joysticks);
+  const Operation operation("getJoystickDevList");
+  finishRecords(output, operation, "joysticks", "joystick", operation.client().joysticks());
 }
 
 void listMappings(const Output& output) {
-  Operation operation("getJoystickMappingList");
-  const auto mappings = operation.call(&qx::VelProxy::GetJoystickMappingList);
-  finishRecords(output, operation, "mappings", "mapping", mappings);
+  const Operation operation("getJoystickMappingList");
+  finishRecords(output, operation, "mappings", "mapping", operation.client().joystickMappings());
 }
 
 struct MappingChoice {
@@ -61,11 +55,11 @@ struct MappingChoice {
 };
 
 void map(const Output& output, const MappingChoice& choice) {
-  Operation operation("setJoystickMapping",
-                      Json{{"joystick", choice.joystick}, {"mapping", choice.mapping}});
-  const int status =
-      operation.call(&qx::VelProxy::SetJoystickMapping, choice.joystick, choice.mapping);
-  operation.finish(output, status,
+  const Operation operation("setJoystickMapping",
+                            Json{{"joystick", choice.joystick}, {"mapping", choice.mapping}});
+  const auto result = operation.client().setJoystickMapping(vel::JoystickIndex(choice.joystick),
+                                                            vel::MappingIndex(choice.mapping));
+  operation.finish(output, result,
                    "joystick " + std::to_string(choice.joystick) + " has mapping " +
                        std::to_string(choice.mapping));
 }
@@ -75,142 +69,113 @@ struct JoystickPosition {
 };
 
 void calibrate(const Output& output, const JoystickPosition& given) {
-  Operation operation("calibrationJoystick", Json{{"joystick", given.joystick}});
-  const int status = operation.call(&qx::VelProxy::CalibrationJoystick, given.joystick);
-  operation.finish(output, status, "joystick " + std::to_string(given.joystick) + " calibrated");
+  const Operation operation("calibrationJoystick", Json{{"joystick", given.joystick}});
+  const auto result = operation.client().calibrateJoystick(vel::JoystickIndex(given.joystick));
+  operation.finish(output, result, "joystick " + std::to_string(given.joystick) + " calibrated");
 }
 
 // --- Results -------------------------------------------------------------------------------------
 
-struct ResultEvent {
-  unsigned short code = 0;
-  _JoystickResult record = {};
-};
-
-// nullopt stands for a new instance of the service, which has no subscription.
-using Results = Inbox<std::optional<ResultEvent>>;
+// A result, or the service's answer to a request for a subscription.
+using JoystickArrival = std::variant<vel::JoystickEvent, vel::Result<void>>;
+using JoystickArrivals = Inbox<JoystickArrival>;
 
 constexpr char kSubscribe[] = "registerJoystickCallback";
-// Every name serves for the notification of the service's death.
-constexpr char kAnyVm[] = "";
 
-int onResult(unsigned short code, _JoystickResult record, void* results) {
-  static_cast<Results*>(results)->add(ResultEvent{code, record});
-  return 0;
-}
-
-int onDeath(unsigned short, void*, void* results) {
-  static_cast<Results*>(results)->addAlways(std::nullopt);
-  return 0;
-}
-
-// A request for a subscription, and its answer.
-struct Subscription {
-  std::shared_ptr<Operation> operation;
-  int status;
-};
-
-// Subscribes again after a death, and in the first call.
-Subscription subscribe(Results& results) {
-  const auto operation = std::make_shared<Operation>(kSubscribe);
-  operation->proxy().RegisterCallback(kAnyVm, &onDeath, &results);
-  const int status = operation->call(&qx::VelProxy::RegisterJoystickCallback, &onResult, &results);
-  return {operation, status};
-}
-
-void report(const Output& output, const Subscription& subscription) {
-  subscription.operation->finish(output, subscription.status,
-                                 "subscribed to joystick results; interrupt to end");
-}
-
-// The first subscription. The user may give it up before the service has answered.
-class FirstSubscription {
+// The subscription to the results, which the service has not answered at first.
+class Subscribing {
  public:
-  explicit FirstSubscription(Results& results) : results_(results) {}
+  Subscribing(const vel::Client& client, std::shared_ptr<JoystickArrivals> arrivals)
+      : client_(client),
+        task_(client.start(
+            [arrivals, subscription = subscription_](const vel::Client& its) -> vel::Result<void> {
+              if (arrivals->isStopped()) {
+                return vel::unexpected<vel::Error>(
+                    vel::Error(vel::ErrorKind::kRefusedArgument, kSubscribe, "interrupted"));
+              }
+              auto begun = its.onJoystick(
+                  [arrivals](const vel::JoystickEvent& event) { arrivals->add(event); });
+              if (!begun) {
+                return vel::unexpected<vel::Error>(begun.error());
+              }
+              *subscription = std::move(*begun);
+              return {};
+            },
+            [arrivals](const vel::Result<void>& answer) { arrivals->addAlways(answer); })) {}
 
-  // From any thread.
-  void stop() { ends_.stop(); }
+  bool isAnswered() const { return task_.isReady(); }
+  const vel::Result<void>& answer() const { return task_.get(); }
 
-  // Throws Failure, also when it is given up.
-  static Subscription wait(const std::shared_ptr<FirstSubscription>& first) {
-    Background<Subscription> request(
-        "subscribe", [first] { return first->run(); }, [first] { first->ends_.addAlways({}); });
-    if (!first->ends_.next()) {
-      throw Failure(kExitInterrupted,
-                    std::string(kSubscribe) + ": interrupted; " + first->cancel());
-    }
-    return request.get();
-  }
-
- private:
-  struct Ended {};
-
-  Subscription run() {
-    subscriber_ = qx::VelProxy::getInstance();
-    if (ends_.isStopped()) {
-      throw Interrupted();
-    }
-    return subscribe(results_);
-  }
-
-  // Without this the service would keep the subscription. Returns the result as a message.
-  std::string cancel() const {
-    const qx::VelProxy* const subscriber = subscriber_;
-    if (!subscriber) {
-      return "nothing was sent";
-    }
-    const base::Result<void> ended = endJoystickSubscription(*subscriber);
+  // Without this the service would keep the subscription that it has not answered. Returns the
+  // result as a message.
+  std::string giveUp() {
+    const base::Result<void> ended = endJoystickSubscription(client_.proxy());
+    task_.detach();
     return ended ? "the subscription has ended"
                  : "the service has not confirmed the end of the subscription: " +
                        base::printable(ended.reason());
   }
 
-  Results& results_;
-  Inbox<Ended> ends_;
-  std::atomic<const qx::VelProxy*> subscriber_{nullptr};  // null until a request may be sent
+  // Returns the service's answer to the end.
+  vel::Result<void> end() {
+    subscription_->end();
+    return subscription_->outcome();
+  }
+
+ private:
+  const vel::Client client_;
+  // Shared with the thread that subscribes, which may outlive this object.
+  const std::shared_ptr<vel::Subscription> subscription_ = std::make_shared<vel::Subscription>();
+  vel::Task<void> task_;
 };
 
-void writeResult(const Output& output, const ResultEvent& result) {
-  const std::string_view bytes = bytesOf(result.record);
-  output.line("joystick result (code " + std::to_string(result.code) + ")\n" + hexDump(bytes),
-              {{"event", "joystick"}, {"code", result.code}, {"hex", base::hexOf(bytes)}});
+void writeResult(const Output& output, const vel::JoystickEvent& event) {
+  const std::string_view bytes = textOf(event.result.bytes);
+  output.line("joystick result (code " + std::to_string(event.code) + ")\n" + hexDump(bytes),
+              {{"event", "joystick"}, {"code", event.code}, {"hex", base::hexOf(bytes)}});
 }
 
-void writeResults(const Output& output, Results& results) {
-  try {
-    while (const std::optional<std::optional<ResultEvent>> next = results.next()) {
-      Output::noteDropped(results.droppedBefore(), "result");
-      if (*next) {
-        writeResult(output, **next);
-      } else if (!results.isStopped()) {
-        report(output, subscribe(results));
+void writeJoystickArrivals(const Output& output, const Operation& operation,
+                           JoystickArrivals& arrivals) {
+  while (const std::optional<JoystickArrival> arrival = arrivals.next()) {
+    Output::noteDropped(arrivals.droppedBefore(), "result");
+    const auto* const event = std::get_if<vel::JoystickEvent>(&*arrival);
+    try {
+      if (event) {
+        writeResult(output, *event);
+      } else {
+        operation.finish(output, std::get<vel::Result<void>>(*arrival),
+                         "subscribed to joystick results; interrupt to end");
       }
+    } catch (const Interrupted&) {
+      // A result in hand is lost as well.
+      Output::noteDropped(arrivals.remaining() + (event ? 1 : 0), "result");
+      return;
     }
-  } catch (const Interrupted&) {
-    // The result in hand is lost as well.
-    Output::noteDropped(results.remaining() + 1, "result");
   }
 }
 
 void watchResults(const Output& output) {
-  // Never destroyed: callbacks may come as late as the end of the process.
-  static Results& results = *new Results;
-  const auto first = std::make_shared<FirstSubscription>(results);
-  const Interruption interruption([first] {
-    first->stop();
-    results.stop();
-  });
-  const Subscription subscription = FirstSubscription::wait(first);
-  try {
-    report(output, subscription);
-  } catch (const Interrupted&) {
-    // The subscription must end all the same.
+  const Operation operation(kSubscribe);
+  const auto arrivals = std::make_shared<JoystickArrivals>();
+  const vel::Subscription returns =
+      operation.client().onServiceReturn([arrivals](const vel::ServiceReturn& back) {
+        if (back.joysticks) {
+          arrivals->addAlways(*back.joysticks ? vel::Result<void>()
+                                              : vel::unexpected<vel::Error>(back.failures.back()));
+        }
+      });
+  const Interruption interruption([arrivals] { arrivals->stop(); });
+  Subscribing subscribing(operation.client(), arrivals);
+  writeJoystickArrivals(output, operation, *arrivals);
+  if (!subscribing.isAnswered()) {
+    throw Failure(kExitInterrupted,
+                  std::string(kSubscribe) + ": interrupted; " + subscribing.giveUp());
   }
-  writeResults(output, results);
-  Operation operation("unregisterJoystickCallback");
-  const int status = operation.call(&qx::VelProxy::UnregisterJoystickCallback, &results);
+  operation.check(subscribing.answer());
+  const Operation end("unregisterJoystickCallback");
   try {
-    operation.finish(output, status, "subscription ended");
+    end.finish(output, subscribing.end(), "subscription ended");
   } catch (const Interrupted&) {
     // The subscription has ended all the same.
   }

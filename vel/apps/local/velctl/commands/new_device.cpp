@@ -25,19 +25,22 @@ Json configurationDetails(const Configuration& given) {
 }
 
 void connectNewDevice(const Output& output, const Configuration& given) {
-  Operation operation("configNewDeviceAsConnect", given.vmId, configurationDetails(given));
-  const int status =
-      operation.callSlowly("attaching the device", &qx::VelProxy::ConfigNewDeviceAsConnect,
-                           given.vmId, given.source, given.type, given.autoConnect, given.popup);
-  operation.finish(output, status, "source " + std::to_string(given.source) + " connected");
+  const Operation operation("configNewDeviceAsConnect", given.vmId, configurationDetails(given));
+  const auto result = operation.slowly("attaching the device", [&] {
+    return operation.client().attachNewDevice(given.vmId, vel::SourceId(given.source),
+                                              vel::DeviceType(given.type), given.autoConnect,
+                                              given.popup);
+  });
+  operation.finish(output, result, "source " + std::to_string(given.source) + " connected");
 }
 
 void ignore(const Output& output, const Configuration& given) {
-  Operation operation("configNewDeviceAsIgnore", configurationDetails(given));
-  const int status =
-      operation.callSlowly("ignoring the device", &qx::VelProxy::ConfigNewDeviceAsIgnore,
-                           given.source, given.type, given.autoConnect, given.popup);
-  operation.finish(output, status, "source " + std::to_string(given.source) + " ignored");
+  const Operation operation("configNewDeviceAsIgnore", configurationDetails(given));
+  const auto result = operation.slowly("ignoring the device", [&] {
+    return operation.client().ignoreNewDevice(
+        vel::SourceId(given.source), vel::DeviceType(given.type), given.autoConnect, given.popup);
+  });
+  operation.finish(output, result, "source " + std::to_string(given.source) + " ignored");
 }
 
 struct StorageCommand {
@@ -47,12 +50,13 @@ struct StorageCommand {
 };
 
 void runStorageCommand(const Output& output, const StorageCommand& given) {
-  Operation operation("ConfigUdisks2Command", given.vmId,
-                      Json{{"source", given.source}, {"command", given.command}});
-  const int status = operation.callSlowly("waiting for the answer to the command",
-                                          &qx::VelProxy::ConfigUdisks2Command, given.vmId,
-                                          given.source, given.command);
-  operation.finish(output, status,
+  const Operation operation("ConfigUdisks2Command", given.vmId,
+                            Json{{"source", given.source}, {"command", given.command}});
+  const auto result = operation.slowly("waiting for the answer to the command", [&] {
+    return operation.client().commandStorage(given.vmId, vel::SourceId(given.source),
+                                             given.command);
+  });
+  operation.finish(output, result,
                    "command " + std::to_string(given.command) + " done for the storage of source " +
                        std::to_string(given.source));
 }

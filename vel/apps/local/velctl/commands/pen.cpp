@@ -17,7 +17,7 @@
 #include "vel/apps/local/velctl/failure.h"
 #include "vel/apps/local/velctl/interruption.h"
 #include "vel/apps/local/velctl/port_connection.h"
-#include "vel/apps/local/velproxy/vel_proxy.h"
+#include "vel/client/client.h"
 
 namespace velctl {
 namespace {
@@ -26,8 +26,6 @@ using Clock = PortConnection::Clock;
 
 // The library takes a port for the pen's when its name contains "space.port.2".
 constexpr char kPortName[] = "velctl.space.port.2";
-constexpr int kTabletInput = 0;
-constexpr int kOwnPosition = -1;
 
 struct ReplayArguments {
   std::string file;
@@ -52,12 +50,12 @@ class Replay {
         events_(std::move(events)),
         connection_(given.port, std::chrono::seconds(given.waitSeconds),
                     [this](PortConnection::Message& message) { take(message); }) {
-    proxy_.PortInit(kPortName, true,
-                    [this](const std::string&, unsigned int length, unsigned char* bytes) {
-                      connection_.add(bytes, length);
-                      ++written_;
-                      return length;
-                    });
+    client_.openPort(kPortName, true,
+                     [this](const std::string&, unsigned int length, unsigned char* bytes) {
+                       connection_.add(bytes, length);
+                       ++written_;
+                       return length;
+                     });
   }
 
   Replay(const Replay&) = delete;
@@ -128,7 +126,7 @@ class Replay {
 
  private:
   void take(PortConnection::Message& message) {
-    proxy_.PortData(kPortName, message.data(), static_cast<unsigned int>(message.size()));
+    static_cast<void>(client_.receivePortData(kPortName, {message.begin(), message.end()}));
     if (devId_ == 0) {
       devId_ = penframe::deviceNumberIn(message);
     }
@@ -136,7 +134,7 @@ class Replay {
 
   void send(const stroke::Event& event) {
     QTabletEvent tablet = event.toTablet();
-    proxy_.SendPenData("", &tablet, kTabletInput, kOwnPosition, kOwnPosition);
+    static_cast<void>(client_.sendPen(tablet));
     isDown_ = event.type == QEvent::TabletPress || (isDown_ && event.type != QEvent::TabletRelease);
     last_ = event;
   }
@@ -145,6 +143,7 @@ class Replay {
   const std::vector<stroke::Event> events_;
   PortConnection connection_;
   qx::VelProxy proxy_;  // never connected: pen input needs no bus
+  vel::Client client_{proxy_};
   unsigned int devId_ = 0;
   bool isDown_ = false;
   stroke::Event last_;

@@ -1,10 +1,10 @@
 // velctl pipe: data pipes of VM sessions.
 
-#include <cstring>
+#include <cstddef>
 #include <limits>
-#include <list>
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -30,53 +30,44 @@ std::string_view cutField(std::string_view& text) {
   return field;
 }
 
-template <std::size_t size>
-bool copyName(char (&to)[size], std::string_view name) {
-  if (name.size() >= size) {
-    return false;
-  }
-  std::memcpy(to, name.data(), name.size());
-  return true;
-}
-
 // HANDLE[,NAME1[,NAME2]]
-base::Result<_CHANNEL_HANDLE> parsePipe(std::string_view description) {
+base::Result<vel::Pipe> parsePipe(std::string_view description) {
+  constexpr std::size_t kLongestName = 127;
   constexpr unsigned long long kMost = std::numeric_limits<unsigned long long>::max();
   const std::string whole(description);
   const std::optional<unsigned long long> handle = base::parseNumber(cutField(description), kMost);
   if (!handle) {
     return base::Failed{whole + ": the handle " + numberRule(kMost)};
   }
-  _CHANNEL_HANDLE pipe;
+  vel::Pipe pipe;
   pipe.handle = *handle;
-  const std::string_view name1 = cutField(description);
-  if (!copyName(pipe.name1, name1) || !copyName(pipe.name2, description)) {
+  pipe.name1 = cutField(description);
+  pipe.name2 = description;
+  if (pipe.name1.size() > kLongestName || pipe.name2.size() > kLongestName) {
     return base::Failed{whole + ": a name has at most 127 bytes"};
   }
   return pipe;
 }
 
-std::list<_CHANNEL_HANDLE> handlesOf(const Pipes& pipes) {
-  std::list<_CHANNEL_HANDLE> handles;
+std::vector<vel::Pipe> parsed(const Pipes& pipes) {
+  std::vector<vel::Pipe> parsed;
   for (const std::string& description : pipes.descriptions) {
-    handles.push_back(*parsePipe(description));
-    handles.back().vmId = pipes.vmId;
+    parsed.push_back(*parsePipe(description));
+    parsed.back().vm = pipes.vmId;
   }
-  return handles;
+  return parsed;
 }
 
 void create(const Output& output, const Pipes& pipes) {
-  Operation operation("createPipe", pipes.vmId);
-  const unsigned int status =
-      operation.call(&qx::VelProxy::CreatePipe, pipes.vmId, handlesOf(pipes));
-  operation.finish(output, status, base::counted(pipes.descriptions.size(), "pipe") + " created");
+  const Operation operation("createPipe", pipes.vmId);
+  operation.finish(output, operation.client().createPipes(pipes.vmId, parsed(pipes)),
+                   base::counted(pipes.descriptions.size(), "pipe") + " created");
 }
 
 void destroy(const Output& output, const Pipes& pipes) {
-  Operation operation("destroyPipe", pipes.vmId);
-  const unsigned int status =
-      operation.call(&qx::VelProxy::DestroyPipe, pipes.vmId, handlesOf(pipes));
-  operation.finish(output, status, base::counted(pipes.descriptions.size(), "pipe") + " destroyed");
+  const Operation operation("destroyPipe", pipes.vmId);
+  operation.finish(output, operation.client().destroyPipes(pipes.vmId, parsed(pipes)),
+                   base::counted(pipes.descriptions.size(), "pipe") + " destroyed");
 }
 
 void addPipeCommand(CommandLine& commandLine, const ParserCommand& group, const std::string& name,

@@ -1,16 +1,20 @@
 // velctl policy: the service's policies for devices, by number, by type, or by USB vendor and
 // product id.
 
-#include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
+#include <list>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "vel/apps/local/velctl/arguments.h"
 #include "vel/apps/local/velctl/commands/commands.h"
+#include "vel/apps/local/velctl/display.h"
 #include "vel/apps/local/velctl/failure.h"
 #include "vel/apps/local/velctl/operation.h"
-#include "vel/apps/local/velctl/record_display.h"
+#include "vel/apps/local/velproxy/vel_proxy.h"
 
 namespace velctl {
 namespace {
@@ -24,52 +28,63 @@ struct LocalPolicy {
   std::optional<std::string> text;
 };
 
-// The record with the present name and text of a device.
-CommonDevice presentRecord(unsigned short number) {
-  constexpr std::size_t kFixedPart = offsetof(CommonDevice, vmIdText);
-  Operation operation("getDeviceStatus", Json{{"device", number}});
-  const Devices devices = callForRecords(operation, &qx::VelProxy::GetDeviceStatus, number);
-  operation.check();
-  const auto found = std::find_if(devices.begin(), devices.end(), [number](const auto& device) {
-    return device->devNumber == number;
-  });
-  if (found == devices.end()) {
-    operation.failRefused("the service has no such device; velctl device list shows its devices");
-  }
-  // Texts that the service has not sent would be sent back to it as empty ones.
-  if (found->length() < kFixedPart) {
-    operation.failWithoutAnswer("the record of the device has " + std::to_string(found->length()) +
-                                " of " + std::to_string(kFixedPart) +
-                                " bytes; give --name and --text");
-  }
-  CommonDevice record = {};
-  std::memcpy(static_cast<void*>(&record), &**found, kFixedPart);
-  return record;
+struct Texts {
+  std::string name;
+  std::string text;
+};
+
+// The text of a field of fixed size.
+template <std::size_t size>
+std::string textIn(const char (&field)[size]) {
+  return std::string(field, strnlen(field, size));
 }
 
-void fill(CommonDevice& record, const LocalPolicy& policy) {
-  record.devNumber = policy.device;
-  record.policy = policy.policy;
-  if (policy.name) {
-    setText(record.name, *policy.name);
+// The present texts of a device, which go back to the service: byte by byte, and only when the
+// record holds them whole. A vel::Device shows neither.
+Texts presentTexts(unsigned short number) {
+  constexpr std::size_t kFixedPart = offsetof(CommonDevice, vmIdText);
+  const Operation operation("getDeviceStatus", Json{{"device", number}});
+  qx::VelProxy& proxy = operation.client().proxy();
+  const std::list<CommonDevice*> records = proxy.GetDeviceStatus(number);
+  const vel::Result<void> outcome = vel::Client::outcome();
+  std::vector<std::size_t> lengths = qx::VelProxy::lastRecordLengths();
+  std::optional<std::size_t> found;
+  Texts texts;
+  for (const CommonDevice* const record : records) {
+    const std::size_t length = lengths.front();
+    lengths.erase(lengths.begin());
+    if (length >= sizeof number && record->devNumber == number) {
+      found = length;
+      texts =
+          length < kFixedPart ? Texts() : Texts{textIn(record->name), textIn(record->policyText)};
+      break;
+    }
   }
-  if (policy.text) {
-    setText(record.policyText, *policy.text);
+  proxy.FreeDeviceList(records);
+  operation.check(outcome);
+  if (!found) {
+    operation.failRefused("the service has no such device; velctl device list shows its devices");
   }
+  if (*found < kFixedPart) {
+    operation.failWithoutAnswer("the record of the device has " + std::to_string(*found) + " of " +
+                                std::to_string(kFixedPart) + " bytes; give --name and --text");
+  }
+  return texts;
 }
 
 void setLocal(const Output& output, const LocalPolicy& policy) {
-  CommonDevice record = {};
-  // Also finds mistakes before anything is sent.
-  fill(record, policy);
-  if (!policy.name || !policy.text) {
-    record = presentRecord(policy.device);
-    fill(record, policy);
-  }
-  Operation operation("setLocalPolicy", Json{{"device", policy.device}, {"policy", policy.policy}});
-  const int status = operation.call(&qx::VelProxy::SetDeviceLocalPolicy, &record);
+  constexpr std::size_t kLongestName = 127;
+  constexpr std::size_t kLongestText = 255;
+  refuseLonger(policy.name.value_or(""), kLongestName);
+  refuseLonger(policy.text.value_or(""), kLongestText);
+  const Texts present = policy.name && policy.text ? Texts() : presentTexts(policy.device);
+  const Operation operation("setLocalPolicy",
+                            Json{{"device", policy.device}, {"policy", policy.policy}});
   operation.finish(
-      output, status,
+      output,
+      operation.client().setLocalPolicy(
+          vel::DeviceNumber(policy.device), vel::LocalPolicy(policy.policy),
+          policy.name.value_or(present.name), policy.text.value_or(present.text)),
       "device " + std::to_string(policy.device) + " has policy " + std::to_string(policy.policy));
 }
 
@@ -80,8 +95,9 @@ struct DeviceType {
 };
 
 void getAutoConnect(const Output& output, const DeviceType& given) {
-  Operation operation("getAutoConnect", Json{{"type", given.type}});
-  const int value = operation.call(&qx::VelProxy::GetAutoConnect, given.type);
+  const Operation operation("getAutoConnect", Json{{"type", given.type}});
+  const std::int32_t value =
+      operation.valueOf(operation.client().autoConnect(vel::DeviceType(given.type)));
   operation.finishWith(output, std::to_string(value), Json{{"value", value}});
 }
 
@@ -91,9 +107,10 @@ struct AutoConnect {
 };
 
 void setAutoConnect(const Output& output, const AutoConnect& setting) {
-  Operation operation("setAutoConnect", Json{{"type", setting.type}, {"value", setting.value}});
-  const int status = operation.call(&qx::VelProxy::SetAutoConnect, setting.type, setting.value);
-  operation.finish(output, status,
+  const Operation operation("setAutoConnect",
+                            Json{{"type", setting.type}, {"value", setting.value}});
+  operation.finish(output,
+                   operation.client().setAutoConnect(vel::DeviceType(setting.type), setting.value),
                    "auto-connect of type " + std::to_string(setting.type) + " is " +
                        std::to_string(setting.value));
 }
@@ -101,77 +118,65 @@ void setAutoConnect(const Output& output, const AutoConnect& setting) {
 // --- A USB vendor and product --------------------------------------------------------------------
 
 struct Property {
-  UsbId id;
+  vel::UsbId id;
   unsigned short type = 0;
   int value = 0;
 };
 
-// The getters of the library take a type too, and do not send it.
-constexpr unsigned short kNoType = 0;
-
-void getProperty(const Output& output, const UsbId& id) {
-  Operation operation("getDevicePropertyWithVidPid", Json{{"usbId", toText(id)}});
-  const int value =
-      operation.call(&qx::VelProxy::GetDevicePropertyWithVidPid, id.vendor, id.product, kNoType);
+void getProperty(const Output& output, const vel::UsbId& id) {
+  const Operation operation("getDevicePropertyWithVidPid", Json{{"usbId", toText(id)}});
+  const std::int32_t value = operation.valueOf(operation.client().property(id));
   operation.finishWith(output, std::to_string(value), Json{{"value", value}});
 }
 
-void getLocalProperty(const Output& output, const UsbId& id) {
-  Operation operation("getLocalDevicePropertyWithVidPid", Json{{"usbId", toText(id)}});
-  const int value = operation.call(&qx::VelProxy::GetLocalDevicePropertyWithVidPid, id.vendor,
-                                   id.product, kNoType);
+void getLocalProperty(const Output& output, const vel::UsbId& id) {
+  const Operation operation("getLocalDevicePropertyWithVidPid", Json{{"usbId", toText(id)}});
+  const std::int32_t value = operation.valueOf(operation.client().localProperty(id));
   operation.finishWith(output, std::to_string(value), Json{{"value", value}});
 }
 
 void setProperty(const Output& output, const Property& property) {
-  const UsbId& id = property.id;
-  Operation operation(
+  const vel::UsbId id = property.id;
+  const Operation operation(
       "setDevicePropertyWithVidPid",
       Json{{"usbId", toText(id)}, {"type", property.type}, {"value", property.value}});
-  const int status = operation.call(&qx::VelProxy::SetDevicePropertyWithVidPid, id.vendor,
-                                    id.product, property.type, property.value);
-  operation.finish(output, status,
+  const auto result =
+      operation.client().setProperty(id, vel::DeviceType(property.type), property.value);
+  operation.finish(output, result,
                    "property of " + toText(id) + " is " + std::to_string(property.value));
 }
 
-void getTurbo(const Output& output, const UsbId& id) {
-  Operation operation("getTurboConfigWithVidPid", Json{{"usbId", toText(id)}});
-  const std::string config =
-      operation.call(&qx::VelProxy::GetTurboConfigWithVidPid, id.vendor, id.product);
+void getTurbo(const Output& output, const vel::UsbId& id) {
+  const Operation operation("getTurboConfigWithVidPid", Json{{"usbId", toText(id)}});
+  const std::string config = operation.valueOf(operation.client().turboConfig(id));
   operation.finishWith(output, printableLines(config), Json{{"config", jsonText(config)}});
 }
 
 struct Turbo {
-  UsbId id;
+  vel::UsbId id;
   std::string config;
 };
 
 void setTurbo(const Output& output, const Turbo& turbo) {
-  const UsbId& id = turbo.id;
   const std::string config = textOrStandardInput(turbo.config);
-  Operation operation("setTurboConfigWithVidPid", Json{{"usbId", toText(id)}});
-  const int status =
-      operation.call(&qx::VelProxy::SetTurboConfigWithVidPid, id.vendor, id.product, config);
-  operation.finish(
-      output, status,
-      "turbo configuration of " + toText(id) + " has " + std::to_string(config.size()) + " bytes");
+  const Operation operation("setTurboConfigWithVidPid", Json{{"usbId", toText(turbo.id)}});
+  operation.finish(output, operation.client().setTurboConfig(turbo.id, config),
+                   "turbo configuration of " + toText(turbo.id) + " has " +
+                       std::to_string(config.size()) + " bytes");
 }
 
 // --- All devices ---------------------------------------------------------------------------------
 
 void listPolicies(const Output& output) {
-  Operation operation("getPolicyListByVidPid");
+  const Operation operation("getPolicyListByVidPid");
   // Only the service knows the content of a policy.
-  const auto policies = operation.call(&qx::VelProxy::GetPolicyListByVidPid);
-  const std::size_t count = policies.size();
-  operation.proxy().FreePolicyList(policies);
+  const std::size_t count = operation.valueOf(operation.client().policies()).size();
   operation.finishWith(output, std::to_string(count), Json{{"policies", count}});
 }
 
 void resetProperties(const Output& output) {
-  Operation operation("resetAllDeviceProperty");
-  const int status = operation.call(&qx::VelProxy::ResetAllDeviceProperty);
-  operation.finish(output, status, "all properties reset");
+  const Operation operation("resetAllDeviceProperty");
+  operation.finish(output, operation.client().resetProperties(), "all properties reset");
 }
 
 // --- Commands ------------------------------------------------------------------------------------

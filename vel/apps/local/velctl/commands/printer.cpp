@@ -16,9 +16,8 @@ struct PrinterVm {
 };
 
 void listPrinters(const Output& output, const PrinterVm& vm) {
-  Operation operation("getPrinterList", vm.vmId);
-  finishPrinters(output, operation,
-                 callForRecords(operation, &qx::VelProxy::GetPrinterList, vm.vmId));
+  const Operation operation("getPrinterList", vm.vmId);
+  finishPrinters(output, operation, operation.client().printers(vm.vmId));
 }
 
 struct PrinterNumber {
@@ -26,11 +25,10 @@ struct PrinterNumber {
 };
 
 void showPrinter(const Output& output, const PrinterNumber& given) {
-  Operation operation("getPrinterStatus", Json{{"printer", given.printer}});
-  const Printers printers =
-      callForRecords(operation, &qx::VelProxy::GetPrinterStatus, given.printer);
-  operation.check();
-  if (printers.empty()) {
+  const Operation operation("getPrinterStatus", Json{{"printer", given.printer}});
+  const auto printers = operation.client().printer(vel::PrinterNumber(given.printer));
+  operation.check(printers);
+  if (printers->empty()) {
     operation.failRefused(
         "the service has no such printer; velctl printer list shows its printers");
   }
@@ -43,17 +41,19 @@ struct PrinterAttachment {
 };
 
 void connectPrinter(const Output& output, const PrinterAttachment& attachment) {
-  Operation operation("connectPrinter", attachment.vmId, Json{{"printer", attachment.printer}});
-  const int status =
-      operation.call(&qx::VelProxy::ConnectPrinter, attachment.vmId, attachment.printer);
-  operation.finish(output, status, "printer " + std::to_string(attachment.printer) + " connected");
+  const Operation operation("connectPrinter", attachment.vmId,
+                            Json{{"printer", attachment.printer}});
+  const auto result =
+      operation.client().attach(attachment.vmId, vel::PrinterNumber(attachment.printer));
+  operation.finish(output, result, "printer " + std::to_string(attachment.printer) + " connected");
 }
 
 void disconnectPrinter(const Output& output, const PrinterAttachment& attachment) {
-  Operation operation("disconnectPrinter", attachment.vmId, Json{{"printer", attachment.printer}});
-  const int status =
-      operation.call(&qx::VelProxy::DisconnectPrinter, attachment.vmId, attachment.printer);
-  operation.finish(output, status,
+  const Operation operation("disconnectPrinter", attachment.vmId,
+                            Json{{"printer", attachment.printer}});
+  const auto result =
+      operation.client().detach(attachment.vmId, vel::PrinterNumber(attachment.printer));
+  operation.finish(output, result,
                    "printer " + std::to_string(attachment.printer) + " disconnected");
 }
 
@@ -64,12 +64,13 @@ struct PrinterCommand {
 };
 
 void runPrinterCommand(const Output& output, const PrinterCommand& given) {
-  Operation operation("ConfigPrinterCommand", given.vmId,
-                      Json{{"source", given.source}, {"command", given.command}});
-  const int status = operation.callSlowly("waiting for the answer to the command",
-                                          &qx::VelProxy::ConfigPrinterCommand, given.vmId,
-                                          given.source, given.command);
-  operation.finish(output, status,
+  const Operation operation("ConfigPrinterCommand", given.vmId,
+                            Json{{"source", given.source}, {"command", given.command}});
+  const auto result = operation.slowly("waiting for the answer to the command", [&] {
+    return operation.client().commandPrinter(given.vmId, vel::SourceId(given.source),
+                                             given.command);
+  });
+  operation.finish(output, result,
                    "command " + std::to_string(given.command) + " given to the printer of source " +
                        std::to_string(given.source));
 }

@@ -21,9 +21,8 @@ void refuseEmpty(const std::string& method, const std::string& meaning, const st
 }
 
 void listNetworkPrinters(const Output& output) {
-  Operation operation("getNetworkPrinterList");
-  finishDevices(output, operation, "printers",
-                callForRecords(operation, &qx::VelProxy::GetNetworkPrinterList));
+  const Operation operation("getNetworkPrinterList");
+  finishPrinters(output, operation, operation.client().networkPrinters());
 }
 
 struct NetworkPrinter {
@@ -40,12 +39,11 @@ void addNetworkPrinter(const Output& output, const NetworkPrinter& added) {
     details["name"] = jsonText(*added.name);
     details["extra"] = jsonText(added.extra);
   }
-  Operation operation("addNetworkPrinter", details);
-  const int status = operation.call([&added](qx::VelProxy& proxy) {
-    return added.name ? proxy.AddNetworkPrinter(added.address, *added.name, added.extra)
-                      : proxy.AddNetworkPrinter(added.address.c_str());
-  });
-  operation.finish(output, status, printableInQuotes(added.address) + " added");
+  const Operation operation("addNetworkPrinter", details);
+  const vel::Client& client = operation.client();
+  const auto result = added.name ? client.addNetworkPrinter(added.address, *added.name, added.extra)
+                                 : client.addNetworkPrinter(added.address);
+  operation.finish(output, result, printableInQuotes(added.address) + " added");
 }
 
 struct NetworkPrinterName {
@@ -53,9 +51,9 @@ struct NetworkPrinterName {
 };
 
 void removeNetworkPrinter(const Output& output, const NetworkPrinterName& removed) {
-  Operation operation("deleteNetworkPrinter", Json{{"name", jsonText(removed.name)}});
-  const int status = operation.call(&qx::VelProxy::DeleteNetworkPrinter, removed.name);
-  operation.finish(output, status, printableInQuotes(removed.name) + " deleted");
+  const Operation operation("deleteNetworkPrinter", Json{{"name", jsonText(removed.name)}});
+  operation.finish(output, operation.client().removeNetworkPrinter(removed.name),
+                   printableInQuotes(removed.name) + " deleted");
 }
 
 struct Renaming {
@@ -66,12 +64,10 @@ struct Renaming {
 void rename(const Output& output, const Renaming& renaming) {
   refuseEmpty("renameNetworkPrinter", "old name", renaming.oldName);
   refuseEmpty("renameNetworkPrinter", "new name", renaming.newName);
-  Operation operation("renameNetworkPrinter", Json{{"oldName", jsonText(renaming.oldName)},
-                                                   {"newName", jsonText(renaming.newName)}});
-  const int status =
-      operation.call(&qx::VelProxy::RenameNetworkPrinter, renaming.oldName, renaming.newName);
+  const Operation operation("renameNetworkPrinter", Json{{"oldName", jsonText(renaming.oldName)},
+                                                         {"newName", jsonText(renaming.newName)}});
   operation.finish(
-      output, status,
+      output, operation.client().renameNetworkPrinter(renaming.oldName, renaming.newName),
       printableInQuotes(renaming.oldName) + " is now " + printableInQuotes(renaming.newName));
 }
 

@@ -11,15 +11,17 @@ namespace velctl {
 namespace {
 
 // A text that client and service agree on; velctl does not interpret it.
-void finishText(const Output& output, const Operation& operation, const std::string& text) {
+void finishText(const Output& output, const Operation& operation,
+                const vel::Result<std::string>& found) {
+  const std::string text = operation.valueOf(found);
   operation.finishWith(output, printableLines(text), Json{{"text", jsonText(text)}});
 }
 
 void searchAllPrinters(const Output& output) {
-  Operation operation("searchAllPrinter");
-  const std::string found =
-      operation.callSlowly("searching for printers", &qx::VelProxy::SearchAllPrinter);
-  finishText(output, operation, found);
+  const Operation operation("searchAllPrinter");
+  finishText(output, operation, operation.slowly("searching for printers", [&] {
+    return operation.client().allPrinters();
+  }));
 }
 
 struct PrinterName {
@@ -27,10 +29,10 @@ struct PrinterName {
 };
 
 void listDrivers(const Output& output, const PrinterName& given) {
-  Operation operation("getPrinterDriverlList", Json{{"printer", jsonText(given.printer)}});
-  const std::string drivers = operation.callSlowly(
-      "looking for drivers", &qx::VelProxy::GetPrinterDriverlList, given.printer);
-  finishText(output, operation, drivers);
+  const Operation operation("getPrinterDriverlList", Json{{"printer", jsonText(given.printer)}});
+  finishText(output, operation, operation.slowly("looking for drivers", [&] {
+    return operation.client().printerDrivers(given.printer);
+  }));
 }
 
 // The library does not define the meaning of the texts.
@@ -47,23 +49,24 @@ Json detailsOf(const NewPrinter& added) {
 }
 
 void addQueue(const Output& output, const NewPrinter& added) {
-  Operation operation("addPrinter", detailsOf(added));
-  const int status =
-      operation.call(&qx::VelProxy::AddLocalPrinter, added.first, added.second, added.third);
-  operation.finish(output, status, printableInQuotes(added.first) + " added");
+  const Operation operation("addPrinter", detailsOf(added));
+  operation.finish(output,
+                   operation.client().addLocalPrinter(added.first, added.second, added.third),
+                   printableInQuotes(added.first) + " added");
 }
 
 void addWithAnyDriver(const Output& output, const NewPrinter& added) {
-  Operation operation("autoAddPrinter", detailsOf(added));
-  const int status = operation.callSlowly("adding the printer", &qx::VelProxy::AutoAddPrinter,
-                                          added.first, added.second, added.third);
-  operation.finish(output, status, printableInQuotes(added.first) + " added");
+  const Operation operation("autoAddPrinter", detailsOf(added));
+  const auto result = operation.slowly("adding the printer", [&] {
+    return operation.client().autoAddPrinter(added.first, added.second, added.third);
+  });
+  operation.finish(output, result, printableInQuotes(added.first) + " added");
 }
 
 void removeQueue(const Output& output, const PrinterName& removed) {
-  Operation operation("deletePrinter", Json{{"printer", jsonText(removed.printer)}});
-  const int status = operation.call(&qx::VelProxy::DeletePrinter, removed.printer);
-  operation.finish(output, status, printableInQuotes(removed.printer) + " deleted");
+  const Operation operation("deletePrinter", Json{{"printer", jsonText(removed.printer)}});
+  operation.finish(output, operation.client().removePrinter(removed.printer),
+                   printableInQuotes(removed.printer) + " deleted");
 }
 
 struct DriverChange {
@@ -72,20 +75,18 @@ struct DriverChange {
 };
 
 void changeDriver(const Output& output, const DriverChange& change) {
-  Operation operation("changePrinterDriver", Json{{"printer", jsonText(change.printer)},
-                                                  {"driver", jsonText(change.driver)}});
-  const int status =
-      operation.call(&qx::VelProxy::ChangePrinterDriver, change.printer, change.driver);
+  const Operation operation("changePrinterDriver", Json{{"printer", jsonText(change.printer)},
+                                                        {"driver", jsonText(change.driver)}});
   operation.finish(
-      output, status,
+      output, operation.client().setPrinterDriver(change.printer, change.driver),
       printableInQuotes(change.printer) + " has driver " + printableInQuotes(change.driver));
 }
 
 void printTestPage(const Output& output, const PrinterName& given) {
-  Operation operation("printTestPage", Json{{"printer", jsonText(given.printer)}});
-  const int status = operation.callSlowly("waiting for the test page", &qx::VelProxy::PrintTestPage,
-                                          given.printer);
-  operation.finish(output, status, "test page sent to " + printableInQuotes(given.printer));
+  const Operation operation("printTestPage", Json{{"printer", jsonText(given.printer)}});
+  const auto result = operation.slowly(
+      "waiting for the test page", [&] { return operation.client().printTestPage(given.printer); });
+  operation.finish(output, result, "test page sent to " + printableInQuotes(given.printer));
 }
 
 void addPrinterCommand(CommandLine& commandLine, const ParserCommand& group,

@@ -1,20 +1,18 @@
 // velctl printer shared: printers that other machines share.
 
-#include <list>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "base/printable.h"
 #include "base/text.h"
 #include "vel/apps/local/velctl/arguments.h"
-#include "vel/apps/local/velctl/background.h"
 #include "vel/apps/local/velctl/commands/printer_groups.h"
 #include "vel/apps/local/velctl/elapsed_time.h"
 #include "vel/apps/local/velctl/failure.h"
 #include "vel/apps/local/velctl/inbox.h"
 #include "vel/apps/local/velctl/interruption.h"
 #include "vel/apps/local/velctl/operation.h"
-#include "vel/apps/local/velctl/record_display.h"
 
 namespace velctl {
 namespace {
@@ -22,19 +20,19 @@ namespace {
 constexpr char kSearch[] = "searchSharePrinter";
 constexpr std::size_t kTextsPerPrinter = 3;
 
-_SharePrinterDevice printerOf(const std::string& address, const std::string& name,
-                              const std::string& description) {
-  _SharePrinterDevice printer = {};
-  setText(printer.addr, address);
-  setText(printer.name, name);
-  setText(printer.desc, description);
-  return printer;
+vel::SharedPrinter printerOf(const std::string& address, const std::string& name,
+                             const std::string& description) {
+  constexpr std::size_t kLongestText = 127;
+  for (const std::string& text : {address, name, description}) {
+    refuseLonger(text, kLongestText);
+  }
+  return {address, name, description};
 }
 
-Json printerJson(const _SharePrinterDevice& printer) {
-  return {{"address", jsonText(textIn(printer.addr))},
-          {"name", jsonText(textIn(printer.name))},
-          {"description", jsonText(textIn(printer.desc))}};
+Json printerJson(const vel::SharedPrinter& printer) {
+  return {{"address", jsonText(printer.address)},
+          {"name", jsonText(printer.name)},
+          {"description", jsonText(printer.description)}};
 }
 
 // --- Search --------------------------------------------------------------------------------------
@@ -43,64 +41,49 @@ struct Address {
   std::string address;
 };
 
-// Writes the result of a search. Only the main thread writes, and not after an interruption.
-using WriteResult = std::function<void(const Output&)>;
-
-WriteResult searchAt(const std::string& address) {
-  const auto operation = std::make_shared<Operation>(kSearch, Json{{"address", address}});
-  std::list<_SharePrinterDevice> found;
-  const int status = operation->call(&qx::VelProxy::SearchSharePrinterDevice, address, found);
-  return [operation, found, status](const Output& output) {
-    if (status != 0) {
-      operation->finish(output, status, "");
-    }
-    Json elements = Json::array();
-    Table table({"ADDRESS", "NAME", "DESCRIPTION"});
-    for (const _SharePrinterDevice& printer : found) {
-      elements.push_back(printerJson(printer));
-      table.add({base::printable(textIn(printer.addr)), base::printable(textIn(printer.name)),
-                 base::printable(textIn(printer.desc))});
-    }
-    operation->finishList(output, "printers", elements, table.text());
-  };
-}
+using Search = vel::Task<std::vector<vel::SharedPrinter>>;
 
 // Without a stop the service would go on with the search. Returns the result as a message.
-std::string stopSearch() {
-  // The search holds the call mutex of the library's one instance, so this takes another.
-  qx::VelProxy proxy;
-  proxy.Init();
-  proxy.StopSearchSharePrinterDevice();
-  const qx::VelError error = qx::VelProxy::lastError();
-  return error.kind == qx::VelError::Kind::kNone
-             ? "the service was asked to stop the search"
-             : "the search could not be stopped: " + base::printable(error.text);
+std::string stopSearch(Search& search) {
+  const vel::Result<void> stopped = search.cancel();
+  search.detach();
+  return stopped ? "the service was asked to stop the search"
+                 : "the search could not be stopped: " + base::printable(stopped.error().text());
+}
+
+Shown showSharedPrinter(const vel::SharedPrinter& printer) {
+  return {printerJson(printer),
+          {base::printable(printer.address), base::printable(printer.name),
+           base::printable(printer.description)}};
 }
 
 void searchSharedPrinters(const Output& output, const Address& given) {
-  if (!qx::checkIpAddr(given.address)) {
+  if (!vel::Client::isAddress(given.address)) {
     throw Failure(kExitUsage, std::string(kSearch) + ": " + printableInQuotes(given.address) +
                                   " is not an IPv4 address such as 10.0.0.7 or 10.0.0.7:631");
   }
   struct Ended {};
+  const Operation operation(kSearch, Json{{"address", given.address}});
   const auto ends = std::make_shared<Inbox<Ended>>();
   const Interruption interruption([ends] { ends->stop(); });
-  Background<WriteResult> request(
-      "search", [address = given.address] { return searchAt(address); },
-      [ends] { ends->addAlways({}); });
+  Search search = operation.client().startSharedPrinterSearch(
+      given.address, [ends](const auto&) { ends->addAlways({}); });
   const bool hasEnded = withElapsedTime("searching for shared printers", timeLimitOf(kSearch),
                                         [&ends] { return ends->next().has_value(); });
   if (!hasEnded) {
     throw Failure(kExitInterrupted, std::string(kSearch) + " " + printableInQuotes(given.address) +
-                                        ": interrupted; " + stopSearch());
+                                        ": interrupted; " + stopSearch(search));
   }
-  request.get()(output);
+  if (const auto& found = search.get(); !found) {
+    operation.finish(output, vel::unexpected<vel::Error>(found.error()), "");
+  }
+  operation.finishList(output, "printers", {"ADDRESS", "NAME", "DESCRIPTION"}, search.get(),
+                       &showSharedPrinter);
 }
 
 void stop(const Output& output) {
-  Operation operation("stopSearchSharePrinter");
-  const int status = operation.call(&qx::VelProxy::StopSearchSharePrinterDevice);
-  operation.finish(output, status, "search stopped");
+  const Operation operation("stopSearchSharePrinter");
+  operation.finish(output, operation.client().stopSharedPrinterSearch(), "search stopped");
 }
 
 // --- Shared printers on this machine -------------------------------------------------------------
@@ -116,28 +99,23 @@ void addSharedPrinters(const Output& output, const NewPrinters& added) {
                   "addSharePrinter: each printer needs an address, a name and a description; "
                   "give \"\" where there is none");
   }
-  std::list<_SharePrinterDevice> printers;
+  std::vector<vel::SharedPrinter> printers;
   Json elements = Json::array();
   for (std::size_t i = 0; i < added.texts.size(); i += kTextsPerPrinter) {
     printers.push_back(printerOf(added.texts[i], added.texts[i + 1], added.texts[i + 2]));
     elements.push_back(printerJson(printers.back()));
   }
-  Operation operation("addSharePrinter", Json{{"printers", elements}});
-  const int status = operation.call(&qx::VelProxy::AddSharePrinterDevice, printers);
-  operation.finish(output, status, base::counted(printers.size(), "printer") + " added");
+  const Operation operation("addSharePrinter", Json{{"printers", elements}});
+  operation.finish(output, operation.client().addSharedPrinters(printers),
+                   base::counted(printers.size(), "printer") + " added");
 }
 
-struct SharedPrinter {
-  std::string address;
-  std::string name;
-};
-
-void removeSharedPrinter(const Output& output, const SharedPrinter& removed) {
-  _SharePrinterDevice printer = printerOf(removed.address, removed.name, "");
-  Operation operation("deleteSharePrinter", Json{{"address", jsonText(removed.address)},
-                                                 {"name", jsonText(removed.name)}});
-  const int status = operation.call(&qx::VelProxy::DeleteSharePrinterDevice, printer);
-  operation.finish(output, status, printableInQuotes(removed.name) + " deleted");
+void removeSharedPrinter(const Output& output, const vel::SharedPrinter& removed) {
+  const vel::SharedPrinter printer = printerOf(removed.address, removed.name, "");
+  const Operation operation("deleteSharePrinter", Json{{"address", jsonText(removed.address)},
+                                                       {"name", jsonText(removed.name)}});
+  operation.finish(output, operation.client().removeSharedPrinter(printer),
+                   printableInQuotes(removed.name) + " deleted");
 }
 
 }  // namespace

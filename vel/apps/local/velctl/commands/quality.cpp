@@ -13,7 +13,6 @@ namespace {
 
 // The only type of report with a figure.
 constexpr unsigned int kTypeWithFigure = 1;
-constexpr int kSent = 0;
 
 struct Bandwidth {
   unsigned long long first = 0;
@@ -22,10 +21,11 @@ struct Bandwidth {
 };
 
 void reportBandwidth(const Output& output, const Bandwidth& report) {
-  Operation operation("setBwInfo", report.vmId,
-                      Json{{"first", report.first}, {"second", report.second}});
-  operation.call(&qx::VelProxy::SetBwInfo, report.vmId, report.first, report.second);
-  operation.finishSent(output, kSent, "bandwidth reported");
+  const Operation operation("setBwInfo", report.vmId,
+                            Json{{"first", report.first}, {"second", report.second}});
+  operation.finishSent(output,
+                       operation.client().reportBandwidth(report.vmId, report.first, report.second),
+                       "bandwidth reported");
 }
 
 struct RtcReport {
@@ -39,14 +39,13 @@ void reportRtc(const Output& output, const RtcReport& report) {
     throw Failure(kExitUsage, "setRtcQosInfo: type 1 needs a figure, and no other type has one");
   }
   Json details = {{"type", report.type}};
-  unsigned int figure = report.figure.value_or(0);
   if (report.figure) {
-    details["figure"] = figure;
+    details["figure"] = *report.figure;
   }
-  Operation operation("setRtcQosInfo", report.vmId, details);
-  operation.call(&qx::VelProxy::SetRtcQosInfo, report.vmId, report.type,
-                 report.figure ? &figure : nullptr);
-  operation.finishSent(output, kSent, "quality reported");
+  const Operation operation("setRtcQosInfo", report.vmId, details);
+  operation.finishSent(output,
+                       operation.client().reportQuality(report.vmId, report.type, report.figure),
+                       "quality reported");
 }
 
 }  // namespace

@@ -7,9 +7,8 @@ namespace velctl {
 namespace {
 
 void reset(const Output& output) {
-  Operation operation("resetService");
-  const unsigned int status = operation.call(&qx::VelProxy::ResetService);
-  operation.finish(output, status, "the service has been reset");
+  const Operation operation("resetService");
+  operation.finish(output, operation.client().reset(), "the service has been reset");
 }
 
 }  // namespace

@@ -12,9 +12,8 @@ namespace {
 
 // Throws Failure also for a service without VMs: a working service has some.
 std::size_t countVms() {
-  Operation operation("getVmList");
-  const std::size_t count = operation.call(&qx::VelProxy::GetVmList).size();
-  operation.check();
+  const Operation operation("getVmList");
+  const std::size_t count = operation.valueOf(operation.client().vms()).size();
   if (count == 0) {
     operation.failWithoutAnswer("the service has no VMs");
   }

@@ -8,35 +8,34 @@
 #include "base/text.h"
 #include "vel/apps/local/velctl/arguments.h"
 #include "vel/apps/local/velctl/commands/commands.h"
+#include "vel/apps/local/velctl/display.h"
 #include "vel/apps/local/velctl/operation.h"
 
 namespace velctl {
 namespace {
 
 struct StatusReport {
-  UDevInfo device = {};
+  vel::UsbDevice device;
   unsigned short status = 0;
   std::string vmId;
 };
 
 void reportStatus(const Output& output, const StatusReport& report) {
-  const std::string device =
-      base::hexOf({reinterpret_cast<const char*>(report.device.bytes), sizeof report.device.bytes});
-  Operation operation("setUsbredirStatus", report.vmId,
-                      Json{{"device", device}, {"deviceStatus", report.status}});
-  const int status =
-      operation.call(&qx::VelProxy::SetUsbredirStatus, report.vmId, report.device, report.status);
-  operation.finish(output, status,
+  const std::string device = base::hexOf(textOf(report.device.bytes));
+  const Operation operation("setUsbredirStatus", report.vmId,
+                            Json{{"device", device}, {"deviceStatus", report.status}});
+  operation.finish(output,
+                   operation.client().setUsbStatus(report.vmId, report.device, report.status),
                    "USB device " + device + " has status " + std::to_string(report.status));
 }
 
-void addDevice(const ParserCommand& command, UDevInfo& device) {
+void addDevice(const ParserCommand& command, vel::UsbDevice& device) {
   const auto read = [&device](const std::string& digits) {
     const std::optional<std::string> bytes = base::parseHex(digits);
-    if (!bytes || bytes->size() != sizeof device.bytes) {
+    if (!bytes || bytes->size() != device.bytes.size()) {
       return digits + ": must be 16 hexadecimal digits";
     }
-    std::copy(bytes->begin(), bytes->end(), device.bytes);
+    std::copy(bytes->begin(), bytes->end(), device.bytes.begin());
     return std::string();
   };
   command.addOption("device", read, "The client's 8 bytes for the device")

@@ -1,7 +1,7 @@
 // velctl vm: VM sessions.
 
-#include <map>
 #include <string>
+#include <vector>
 
 #include "base/printable.h"
 #include "vel/apps/local/velctl/arguments.h"
@@ -14,34 +14,31 @@ namespace velctl {
 namespace {
 
 void listVms(const Output& output) {
-  Operation operation("getVmList");
-  const std::map<std::string, unsigned int> vms = operation.call(&qx::VelProxy::GetVmList);
-  if (vms.empty()) {
-    operation.check();
-  }
+  const Operation operation("getVmList");
+  const vel::Result<std::vector<vel::Vm>> vms = operation.client().vms();
   Table table;
   Json json = Json::array();
-  for (const auto& [vmId, number] : vms) {
-    table.add({base::printable(vmId), std::to_string(number)});
-    json.push_back({{"vm", jsonText(vmId)}, {"number", number}});
+  for (const vel::Vm& vm : received(vms)) {
+    table.add({base::printable(vm.name), std::to_string(vm.number.value())});
+    json.push_back({{"vm", jsonText(vm.name)}, {"number", vm.number.value()}});
   }
-  if (vms.empty()) {
+  if (!json.empty()) {
+    output.line(table.text(), {{"vms", json}});
+  } else if (vms) {
     output.json({{"vms", json}});
     Output::note("no VMs");
-  } else {
-    output.line(table.text(), {{"vms", json}});
   }
-  operation.check();
+  operation.check(vms);
 }
 
-void connectVm(const Output& output, const VmInfo& info) {
-  Operation operation("connectVm", info.vmId);
-  const unsigned int status = operation.call(&qx::VelProxy::ConnectVm, info);
-  if (info.kstStreamCollaborateType != 0) {
+void connectVm(const Output& output, const vel::VmSession& session) {
+  const Operation operation("connectVm", session.vm);
+  const vel::Result<void> result = operation.client().connectVm(session);
+  if (session.isCollaborator) {
     operation.failRefused(
         "nothing was sent: the library does not attach a collaborator; leave out --collaborator");
   }
-  operation.finish(output, status, "connected");
+  operation.finish(output, result, "connected");
 }
 
 struct VmName {
@@ -49,15 +46,13 @@ struct VmName {
 };
 
 void start(const Output& output, const VmName& vm) {
-  Operation operation("startManager", vm.vmId);
-  const unsigned int status = operation.call(&qx::VelProxy::StartVm, vm.vmId);
-  operation.finishSent(output, status, "start requested");
+  const Operation operation("startManager", vm.vmId);
+  operation.finishSent(output, operation.client().startVm(vm.vmId), "start requested");
 }
 
 void disconnectVm(const Output& output, const VmName& vm) {
-  Operation operation("disconnectVm", vm.vmId);
-  const unsigned int status = operation.call(&qx::VelProxy::DisconnectVm, vm.vmId);
-  operation.finishSent(output, status, "disconnect requested");
+  const Operation operation("disconnectVm", vm.vmId);
+  operation.finishSent(output, operation.client().disconnectVm(vm.vmId), "disconnect requested");
 }
 
 struct FocusReport {
@@ -67,12 +62,10 @@ struct FocusReport {
 };
 
 void reportFocus(const Output& output, const FocusReport& report) {
-  constexpr unsigned int kLost = 0;
-  constexpr unsigned int kGained = 1;
-  Operation operation("onFocusChanged", report.vmId);
-  const unsigned int status = operation.call(&qx::VelProxy::OnFocusChanged, report.vmId,
-                                             report.window, report.isLost ? kLost : kGained);
-  operation.finish(output, status, report.isLost ? "focus lost" : "focus gained");
+  const Operation operation("onFocusChanged", report.vmId);
+  const auto result =
+      operation.client().setFocus(report.vmId, vel::WindowId(report.window), !report.isLost);
+  operation.finish(output, result, report.isLost ? "focus lost" : "focus gained");
 }
 
 struct PortReport {
@@ -82,11 +75,10 @@ struct PortReport {
 };
 
 void reportPort(const Output& output, const PortReport& report) {
-  Operation operation("setPortChannelStatus", report.vmId);
-  const unsigned int status =
-      operation.call(&qx::VelProxy::SetPortChannelStatus, report.vmId, report.port, report.status);
+  const Operation operation("setPortChannelStatus", report.vmId);
   operation.finish(
-      output, status,
+      output,
+      operation.client().setPortStatus(report.vmId, vel::PortNumber(report.port), report.status),
       "port " + std::to_string(report.port) + " has status " + std::to_string(report.status));
 }
 
@@ -99,9 +91,8 @@ void updateToken(const Output& output, const Token& given) {
   if (token.empty()) {
     throw Failure(kExitUsage, "updateDriveToken: the token is empty; give at least one character");
   }
-  Operation operation("updateDriveToken");
-  const unsigned int status = operation.call(&qx::VelProxy::UpdateDriveToken, token);
-  operation.finish(output, status, "drive token handed over");
+  const Operation operation("updateDriveToken");
+  operation.finish(output, operation.client().updateDriveToken(token), "drive token handed over");
 }
 
 void addVmArgument(const ParserCommand& command, std::string& vmId) {
@@ -112,14 +103,13 @@ void addConnectCommand(CommandLine& commandLine, const ParserCommand& group) {
   const auto added =
       addCommand(commandLine, group, "connect", "Attach the service to a VM session", connectVm);
   const ParserCommand& command = added.command;
-  VmInfo& info = added.arguments;
-  addVmArgument(command, info.vmId);
-  command.addOption("--system-type", info.systemType, "Operating system of the session");
-  command.addOption("--share-mode", info.shareMode, "Sharing mode");
-  command.addOption("--connect-param", info.connectParam, "Further parameter for the service");
-  command.addFlag(
-      "--collaborator", [&info] { info.kstStreamCollaborateType = 1; },
-      "Join the session of another user, which the library refuses to attach");
+  vel::VmSession& session = added.arguments;
+  addVmArgument(command, session.vm);
+  command.addOption("--system-type", session.systemType, "Operating system of the session");
+  command.addOption("--share-mode", session.shareMode, "Sharing mode");
+  command.addOption("--connect-param", session.connectParam, "Further parameter for the service");
+  command.addFlag("--collaborator", session.isCollaborator,
+                  "Join the session of another user, which the library refuses to attach");
 }
 
 void addFocusCommand(CommandLine& commandLine, const ParserCommand& group) {
