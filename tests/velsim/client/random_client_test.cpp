@@ -16,6 +16,7 @@
 #include "vel/apps/local/velproxy/vel_proxy.h"
 #include "vel/apps/local/velsim/bus_service.h"
 #include "vel/apps/local/velsim/control.h"
+#include "vel/apps/local/velsim/faults/faults.h"
 #include "vel/apps/local/velsim/machine_commands.h"
 #include "vel/apps/local/velsim/scenario_file.h"
 #include "vel/apps/local/velsim/service/stepped_clock.h"
@@ -127,7 +128,9 @@ TEST(RandomClientTest, ReadsEverythingOfRandomMachines) {
     const std::optional<Scenario> scenario = parseScenario(randomScenario(random), mistakes);
     ASSERT_TRUE(scenario) << ::testing::PrintToString(mistakes.lines());
     Simulator simulator(scenario->setup, std::make_unique<SteppedClock>());
-    const BusService service(address, simulator, log, [] {});
+    Faults faults([](const std::string&) {});
+    const BusService service(
+        address, simulator, faults, log, [] {}, [] {});
     qx::VelProxy proxy;
     ASSERT_EQ(proxy.Init(), 0u);
 
