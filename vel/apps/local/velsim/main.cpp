@@ -82,40 +82,32 @@ int parseAndServe(int argc, char** argv) {
   CLI::App app("A simulated peripheral-device service, to try velproxy without hardware.",
                "velsim");
   app.set_version_flag("--version", "velsim " VELSIM_VERSION);
-  app.add_option("--address", options.address,
-                 "D-Bus address of the bus, or direct:PATH, a socket of its own (default: "
-                 "QXBUS_ADDRESS, else the session bus, without one direct:)");
-  app.add_option("--scenario", options.scenario,
-                 "Simulate the machine that FILE states, in JSON (docs/scenarios.md)")
+  app.add_option("--address", options.address, "Address of the bus, or direct:PATH, a socket")
+      ->type_name("ADDRESS");
+  app.add_option("--scenario", options.scenario, "Simulate the machine that FILE states, in JSON")
       ->type_name("FILE");
-  app.add_flag("--print-scenario", options.isPrintingScenario,
-               "Write the scenario, the built-in one without --scenario, and end");
+  app.add_flag("--print-scenario", options.isPrintingScenario, "Write the scenario, and end");
   app.add_flag("--step", options.isStepped,
-               "Stop the time of the scenario, until the commands step and advance move it");
-  app.add_option("--pen-port", options.penPort,
-                 "Serve the far end of the pen port too, on a Unix socket created at PATH; "
-                 "needs no bus")
+               "Stop the scenario's time; the commands step and advance move it");
+  app.add_option("--pen-port", options.penPort, "Serve the pen port, on a new socket at PATH")
       ->check(base::pathFault)
       ->type_name("PATH");
   app.add_flag("-q,--quiet", options.isQuiet, "Do not log requests, events and pen frames");
-  app.add_flag("--json", options.isJson, "Log one JSON object per line (docs/velsim-log.md)");
+  app.add_flag("--json", options.isJson, "Log one JSON object per line");
   app.add_option("--control", options.control,
-                 "Read control commands from standard input (-), the default at a terminal")
-      ->check(CLI::IsMember({velsim::kStandardInput}));
-  app.add_option("--parent", options.parent,
-                 "Take control commands from the program at the other end of the socket FD, report "
-                 "readiness there, and end when it is closed; for tests")
+                 "Read commands from standard input, the default at a terminal")
+      ->check(CLI::IsMember({velsim::kStandardInput}))
+      ->option_text("-");
+  app.add_option("--parent", options.parent, "Obey the test at the socket FD, and end with it")
       ->check(openDescriptor)
       ->excludes("--control")
-      ->type_name("FD");
+      ->option_text("FD");
   app.footer(
-      "The log goes to standard error: one line for each request, event and pen frame. Exit\n"
-      "status: 0 stopped by SIGINT or SIGTERM, 1 internal error, 2 wrong usage, 3 no bus, the\n"
-      "service's name is taken, or no pen port, 4 bus connection lost, 6 the scenario or the\n"
-      "recording has mistakes, 7 record: the file cannot be written, 8 replay: a request "
-      "differed.\n"
-      "With --pen-port, velsim\n"
-      "serves the pen port only when the session bus cannot be reached.");
+      "Examples:\n"
+      "  velsim --scenario examples/scenarios/office.json\n"
+      "  velsim ctl plug camera \"Front camera\"\n"
+      "  velsim record field.jsonl --service direct: --bus direct:/tmp/recorder/vel\n"
+      "The manual page velsim(1), docs/velsim.1, has exit statuses and environment.");
   velsim::CtlOptions control;
   CLI::App* const ctl = app.add_subcommand(
       "ctl", "Run one command of a velsim that runs; velsim ctl help lists them");
@@ -123,6 +115,7 @@ int parseAndServe(int argc, char** argv) {
   ctl->add_option("WORDS", control.words, "The command, in words or as one line")->required();
   ctl->positionals_at_end();
   ctl->footer(
+      "Examples:\n"
       "  velsim ctl plug camera \"Front camera\"\n"
       "  velsim ctl fault getDeviceList 2-4 delay 500\n"
       "Exit status: 0 done, 2 wrong usage, 3 no velsim there, 4 no answer, 5 refused.");
@@ -135,24 +128,33 @@ int parseAndServe(int argc, char** argv) {
                      "Address at which clients find it here, as --address above");
   record->add_flag("--with-secrets", recording.isWithSecrets,
                    "Record tokens and passwords, too, which are masked otherwise");
+  record->footer(
+      "Example:\n"
+      "  velsim record field.jsonl --service direct: --bus direct:/tmp/recorder/vel\n"
+      "Exit status: 0 stopped, 2 wrong usage, 3 no bus, 7 FILE cannot be written.");
   record->fallthrough();
   velsim::ReplayOptions replaying;
   CLI::App* const replay = app.add_subcommand("replay", "Answer as a recorded service did");
   replay->add_option("FILE", replaying.file, "A recording")->required();
   replay
       ->add_option("--order", replaying.order,
-                   "match: a request gets the answer to the same request of the recording (the "
-                   "default); strict: requests must come in its order")
+                   "match: by the same request (default); strict: "
+                   "in the order recorded")
       ->transform(CLI::CheckedTransformer(std::map<std::string, velsim::ReplayOrder>{
           {"match", velsim::ReplayOrder::kMatch}, {"strict", velsim::ReplayOrder::kStrict}}))
-      ->type_name("match|strict");
+      ->option_text("match|strict");
   replay
       ->add_option("--speed", replaying.speed,
-                   "1: as recorded (the default), 10: ten times as fast, max: without pauses")
+                   "1: as recorded (default), 10: ten times as fast, max: no pauses")
       ->transform(CLI::Validator(speedFactor, "", "speed"))
       ->type_name("N|max");
   replay->add_option("--bus,--address", replaying.address,
                      "Address at which clients find it, as --address above");
+  replay->footer(
+      "Example:\n"
+      "  velsim replay field.jsonl --bus direct:/tmp/replay/vel\n"
+      "Exit status: 0 stopped, 2 wrong usage, 3 no bus, 6 FILE has mistakes, 8 a request "
+      "differed.");
   replay->fallthrough();
   try {
     app.parse(argc, argv);
