@@ -228,6 +228,13 @@ TEST_F(ManyClients, AreServedWhenThereIsADescriptorAndCostNothingUntilThen) {
 
 // --- Services ------------------------------------------------------------------------------------
 
+// Reads until the client has closed the connection.
+void awaitEnd(int connection) {
+  char byte = 0;
+  while (::recv(connection, &byte, 1, 0) == 1) {
+  }
+}
+
 class HostileService : public HostileTest {
  protected:
   qxbus::Clock::time_point soon() const { return qxbus::deadlineAfter(300); }
@@ -270,9 +277,7 @@ TEST_F(HostileService, ThatSendsHalfAReplyEndsTheCallAtItsDeadline) {
   const std::string reply = firstReply("s", {std::string("text")});
   const PlayedService service(socket(), [&reply](int connection) {
     sendAll(connection, reply.substr(0, reply.size() - 1));
-    char byte = 0;
-    while (::recv(connection, &byte, 1, 0) == 1) {
-    }
+    awaitEnd(connection);
   });
 
   EXPECT_EQ(callOver(service, "some.interface").kind, qxbus::Outcome::Kind::kNoReply);
@@ -280,7 +285,11 @@ TEST_F(HostileService, ThatSendsHalfAReplyEndsTheCallAtItsDeadline) {
 
 TEST_F(HostileService, ThatSendsAMalformedReplyIsLostForThisReason) {
   const std::string reply = withLastByte(firstReply("s", {std::string("text")}), 'x');
-  const PlayedService service(socket(), [&reply](int connection) { sendAll(connection, reply); });
+  // The end of the connection would be another reason.
+  const PlayedService service(socket(), [&reply](int connection) {
+    sendAll(connection, reply);
+    awaitEnd(connection);
+  });
 
   const qxbus::Outcome outcome = callOver(service, "some.interface");
 

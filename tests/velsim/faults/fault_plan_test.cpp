@@ -1,6 +1,10 @@
 // Faults as data: ranges of calls, sections of files, control commands, and their counts.
 
+#include <fstream>
+#include <set>
+
 #include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
 
 #include "tests/velsim/service/simulated_service.h"
 #include "vel/apps/local/velsim/control.h"
@@ -200,6 +204,34 @@ TEST_F(FaultCommandsTest, ListTheKinds) {
       EXPECT_THAT(kinds, HasSubstr(row.word));
       EXPECT_THAT(kinds, HasSubstr(row.help));
     }
+  }
+}
+
+// --- The published schema of scenarios -----------------------------------------------------------
+
+TEST(FaultSchemaTest, HasEachKindWithItsValueAndItsLimit) {
+  std::ifstream file(SCENARIO_SCHEMA);
+  const nlohmann::json schema = nlohmann::json::parse(file);
+  const nlohmann::json& kinds = schema.at("properties").at("faults").at("items").at("oneOf");
+  ASSERT_EQ(kinds.size(), faultKinds().size());
+  for (std::size_t i = 0; i < kinds.size(); ++i) {
+    const FaultKindRow& row = faultKinds()[i];
+    const nlohmann::json& properties = kinds[i].at("properties");
+    EXPECT_EQ(properties.at("fault").at("const"), row.word);
+    std::set<std::string> expected = {"calls", "fault", "method"};
+    if (*row.value != '\0') {
+      expected.insert(row.value);
+    }
+    std::set<std::string> members;
+    for (const auto& [name, property] : properties.items()) {
+      members.insert(name);
+      if (property.contains("maximum")) {
+        EXPECT_EQ(property.at("maximum"), row.most) << row.word;
+      }
+    }
+    EXPECT_EQ(members, expected) << row.word;
+    EXPECT_EQ(kinds[i].at("required").size(), row.kind == FaultKind::kError ? 2u : 1u);
+    EXPECT_EQ(kinds[i].at("additionalProperties"), false) << row.word;
   }
 }
 

@@ -165,7 +165,8 @@ TEST(ScenarioExamplesTest, EachIsLoadedAndItsTimeLineHasNoFailure) {
     }
   }
   std::sort(names.begin(), names.end());
-  EXPECT_THAT(names, ElementsAre("classroom.json", "clinic.json", "demo.json", "empty.json", "office.json"));
+  EXPECT_THAT(names, ElementsAre("classroom.json", "clinic.json", "demo.json", "empty.json",
+                                 "office.json"));
 }
 
 TEST(ScenarioExamplesTest, TheyHaveWhatTheyAreNamedAfter) {

@@ -37,6 +37,10 @@ class SchemaTest(unittest.TestCase):
             "vms": [{"id": "win11", "number": 101}],
             "devices": [{"number": 12, "type": "camera", "name": "Front camera"}],
             "timeline": [{"after": "1.5s", "do": "camera deny"}],
+            "faults": [
+                {"fault": "delay", "method": "getDeviceList", "calls": "2-4", "ms": "0.5s"},
+                {"fault": "error", "text": "out of paper"},
+            ],
         }
         self.validator.validate(right)
         for place, value in [
@@ -47,6 +51,10 @@ class SchemaTest(unittest.TestCase):
             (("devices", 0, "nmae"), "Front camera"),
             (("timeline", 0, "after"), "soon"),
             (("device",), []),
+            (("faults", 0, "calls"), "2-x"),
+            (("faults", 0, "seed"), 7),
+            (("faults", 1, "fault"), "eror"),
+            (("faults", 1, "text"), ""),
         ]:
             with self.subTest(place):
                 wrong = copy.deepcopy(right)
