@@ -50,9 +50,9 @@ TEST(VelsimProcessTest, TakesRequestsAtOnceAndStopsWithSuccess) {
   const Finished list = velctlAt(velsim, {"vm", "list"});
 
   EXPECT_EQ(list.status, 0) << list.err;
-  EXPECT_TRUE(comesTrue(
-      [&] { return velsim.log().find("velsim: getVmList() -> ") != std::string::npos; }))
-      << velsim.log();
+  EXPECT_TRUE(comesTrue([&] {
+    return velsim.log().find("velsim: getVmList() -> ") != std::string::npos;
+  })) << velsim.log();
   EXPECT_EQ(velsim.stop(), 0);
   EXPECT_THAT(velsim.log(), HasSubstr("velsim: stopped\n"));
   EXPECT_THAT(velsim.output(), IsEmpty());

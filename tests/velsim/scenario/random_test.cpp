@@ -46,8 +46,7 @@ class SeedOfCrash {
   SeedOfCrash& operator=(const SeedOfCrash&) = delete;
 
   void set(std::uint64_t seed) const {
-    std::snprintf(line, sizeof line, "SCENARIO_SEED=%llu\n",
-                  static_cast<unsigned long long>(seed));
+    std::snprintf(line, sizeof line, "SCENARIO_SEED=%llu\n", static_cast<unsigned long long>(seed));
   }
 
  private:

@@ -40,8 +40,8 @@ std::optional<Fault> readFault(const JsonNode& node, Mistakes& mistakes) {
   }
   const FaultKindRow& row = *findFaultKind(*word);
   fault.kind = row.kind;
-  fault.method =
-      method.value_or(row.concern == FaultKindRow::Concern::kEvents ? kMethodOfEvents : kEveryMethod);
+  fault.method = method.value_or(row.concern == FaultKindRow::Concern::kEvents ? kMethodOfEvents
+                                                                               : kEveryMethod);
   if (row.kind == FaultKind::kError) {
     fault.text = readText(object.need(row.value), mistakes, 1, kLongestText).value_or("");
   } else if (*row.value != '\0') {
