@@ -21,7 +21,7 @@ namespace {
 
 using qxbus::Values;
 
-constexpr int kScenarios = 10'000;
+constexpr int kScenarios = RANDOM_SCENARIOS;
 
 std::uint64_t firstSeed() {
   const char* const seed = std::getenv("SCENARIO_SEED");
