@@ -195,7 +195,11 @@ TEST_F(RecordingTest, BeginsBeforeTheServiceIsThere) {
   VelsimProcess service;
   service.stop();
   VelsimProcess recorder(recorderOf(service));
-  EXPECT_THAT(recorder.log(), HasSubstr("waiting for a service at " + service.address()));
+  // The log is written by a thread of its own.
+  EXPECT_TRUE(comesTrue([&] {
+    return recorder.log().find("waiting for a service at " + service.address()) !=
+           std::string::npos;
+  })) << recorder.log();
   EXPECT_EQ(velctlAt(recorder, {"vm", "list"}).status, velctl::kExitNoService);
 
   service.start();

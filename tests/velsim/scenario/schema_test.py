@@ -1,16 +1,19 @@
 """The published schema of scenarios, as another implementation of JSON Schema reads it.
 
-usage: schema_test.py SCHEMA RIGHT...
+usage: schema_test.py RESULTS SCHEMA RIGHT...
+
+RESULTS gets the numbers of tests, as GoogleTest writes them.
 """
 
 import copy
 import json
+import os
 import sys
 import unittest
 
 import jsonschema
 
-SCHEMA, *RIGHT = sys.argv[1:]
+RESULTS, SCHEMA, *RIGHT = sys.argv[1:]
 
 
 def load(path):
@@ -66,4 +69,11 @@ class SchemaTest(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1])
+    result = unittest.main(argv=sys.argv[:1], exit=False).result
+    os.makedirs(os.path.dirname(RESULTS), exist_ok=True)
+    with open(RESULTS, "w", encoding="utf-8") as results:
+        failures = len(result.failures) + len(result.errors)
+        results.write(f'<testsuites>\n  <testsuite name="SchemaTest" tests="{result.testsRun}"'
+                      f' failures="{failures}" disabled="0" skipped="0">\n'
+                      "  </testsuite>\n</testsuites>\n")
+    sys.exit(not result.wasSuccessful())
