@@ -1,4 +1,4 @@
-// What a new service is told again when the first attempt fails.
+// What is repeated for a new service when the first attempt fails.
 
 #include <atomic>
 

@@ -290,7 +290,7 @@ TEST_F(FaultMatrixItself, ASeedGivesTheSameBytesAgain) {
   EXPECT_NE(devices(8), first);
 }
 
-// --- A service that is not there yet -------------------------------------------------------------
+// --- A service that is not there yet ------------------------------------------------------------
 
 class SlowStart : public testing::Test {};
 
@@ -315,7 +315,7 @@ TEST_F(SlowStart, GivesEachOperationNoServiceAndThenItsResult) {
   }
 }
 
-// --- Calls that nobody answers -------------------------------------------------------------------
+// --- Calls without an answer --------------------------------------------------------------------
 
 // All of them wait at the same time, so that the longest time-out is the time of the test. Each
 // operation has two faults: no answer at all, and one that comes long after its time-out.

@@ -84,7 +84,7 @@ struct ServiceReturn {
   // service in between could not be asked for: their events arrive again. Their sessions
   // have to be connected anew.
   std::vector<std::string> vms;
-  // Whether joystick results were subscribed to again; empty when nobody subscribes to them.
+  // Whether joystick results were subscribed to again; empty without a subscriber.
   std::optional<bool> joysticks;
   // Why VMs or joysticks are missing above.
   std::vector<Error> failures;

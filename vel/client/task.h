@@ -109,7 +109,7 @@ class [[nodiscard]] Task {
 
   // Asks the service to end the operation, which then returns what it has. Fails when the service
   // has not confirmed, and when it cannot end the operation. Does nothing after the end, nor to an
-  // operation that still waits for calls of other threads: isReady() tells.
+  // operation that still waits for calls of other threads: isReady() shows it.
   Result<void> cancel() const {
     if (isReady()) {
       return {};

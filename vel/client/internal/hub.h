@@ -444,7 +444,7 @@ class Hub : public VelDiagnoseNotify {
   std::size_t deaths_ QX_GUARDED_BY(serviceMutex_) = 0;
   std::set<std::string> vmsOfDeaths_ QX_GUARDED_BY(serviceMutex_);
   platform::Mutex restoreMutex_;  // held across calls
-  // VMs that the present service could not be told.
+  // VMs whose numbers the present service has not given.
   std::set<std::string> notNamed_ QX_GUARDED_BY(restoreMutex_);
 };
 

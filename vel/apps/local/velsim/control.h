@@ -56,7 +56,7 @@ class Control : public CommandRunner {
   // Whether the line is right, as far as the machine does not matter. Has no effect.
   base::Result<void> check(const std::string& line) const;
 
-  // Whether the line is one after which nobody answers over the bus.
+  // Whether no answer can be sent over the bus after this line.
   bool cutsConnections(const std::string& line) const;
 
   bool knows(const std::string& line) const override;
