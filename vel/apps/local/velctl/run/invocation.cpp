@@ -76,19 +76,20 @@ std::chrono::seconds timeLimitOf(const std::string& method) {
 }
 
 Invocation::Invocation(const Command& command, const Arguments& arguments, Session& session)
-    : command_(command), session_(session) {
-  describe(arguments);
-  setMethod(command.action.method);
-  resolve(arguments);
+    : command_(command), arguments_(arguments), session_(session) {
+  describe();
+  const Action& action = command.action;
+  const bool isBySource = !action.methodBySource.empty() && arguments.count("--source") != 0;
+  setMethod(isBySource ? action.methodBySource : action.method);
 }
 
 // --- The request ---------------------------------------------------------------------------------
 
-void Invocation::describe(const Arguments& arguments) {
+void Invocation::describe() {
   std::string vm;
   for (const Parameter& parameter : command_.parameters) {
-    const auto given = arguments.find(parameter.name);
-    const bool isGiven = given != arguments.end();
+    const auto given = arguments_.find(parameter.name);
+    const bool isGiven = given != arguments_.end();
     if (parameter.isSilent || parameter.kind == Kind::kFlag || parameter.isRepeated ||
         (!isGiven && !parameter.fallback)) {
       continue;
@@ -111,16 +112,16 @@ void Invocation::setMethod(const std::string& method) {
   }
 }
 
-void Invocation::resolve(const Arguments& arguments) {
+void Invocation::resolve() {
   std::map<std::string, Value> values;
   Json members = Json::object();
   for (const Parameter& parameter : command_.parameters) {
-    const auto given = arguments.find(parameter.name);
-    if (given == arguments.end() && !parameter.fallback) {
+    const auto given = arguments_.find(parameter.name);
+    if (given == arguments_.end() && !parameter.fallback) {
       continue;
     }
     const std::vector<std::string> texts =
-        given != arguments.end() ? given->second : std::vector<std::string>{*parameter.fallback};
+        given != arguments_.end() ? given->second : std::vector<std::string>{*parameter.fallback};
     const Value& value = values[parameter.name] = valueOf(parameter, texts);
     if (parameter.kind == Kind::kVm) {
       request_["vm"] = jsonText(value.texts.front());
@@ -262,7 +263,7 @@ std::string Invocation::logs() {
 }
 
 void Invocation::fail(ExitCode code, const std::string& reason) const {
-  throw Failure(code, description_ + ": " + reason);
+  throw Failure(code, description_ + ": " + reason, std::nullopt, method_);
 }
 
 void Invocation::fail(const vel::Error& error) const {
@@ -288,7 +289,7 @@ void Invocation::fail(const vel::Error& error) const {
                              ? std::to_string(status) + ", to which it gives the meaning" + logs()
                              : numberWithMeaning(legend, status) + ": " +
                                    std::string(meaning->explanation)),
-                    status);
+                    status, method_);
     }
     case vel::ErrorKind::kRefusedArgument:
       fail(kExitRefused, "nothing was sent: " + text);

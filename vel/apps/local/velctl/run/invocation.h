@@ -41,11 +41,13 @@ std::vector<Value> received(const vel::Result<std::vector<Value>>& list) {
 // THREADS   The main thread.
 class Invocation {
  public:
-  // Looks up what the arguments name: throws Failure when it is not there.
   Invocation(const Command& command, const Arguments& arguments, Session& session);
 
   Invocation(const Invocation&) = delete;
   Invocation& operator=(const Invocation&) = delete;
+
+  // Looks up what the arguments name, before the command runs: throws Failure when it is not there.
+  void resolve();
 
   const Command& command() const { return command_; }
   const Values& values() const { return *values_; }
@@ -109,11 +111,11 @@ class Invocation {
   static std::string logs();
 
  private:
-  void resolve(const Arguments& arguments);
   Value valueOf(const Parameter& parameter, const std::vector<std::string>& texts);
-  void describe(const Arguments& arguments);
+  void describe();
 
   const Command& command_;
+  const Arguments& arguments_;
   Session& session_;
   std::shared_ptr<const Values> values_ = std::make_shared<Values>();
   std::string method_;
