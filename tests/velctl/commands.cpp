@@ -21,7 +21,8 @@ const std::vector<Command>& commands() {
   static const auto* const all = [] {
     auto* const rows = new std::vector<Command>;
     for (std::vector<Command>& some :
-         std::vector<std::vector<Command>>{deviceCommands()}) {
+         std::vector<std::vector<Command>>{sessionCommands(), deviceCommands(), policyCommands(),
+                                           printerCommands(), serviceCommands()}) {
       std::move(some.begin(), some.end(), std::back_inserter(*rows));
     }
     return rows;

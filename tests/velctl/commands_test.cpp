@@ -107,8 +107,8 @@ class CommandTest : public InProcessTest, public testing::WithParamInterface<Com
     EXPECT_EQ(requests(), command().requests);
   }
 
-  // Fails without data, and with one message, which begins with the method. JSON has the error as an
-  // object.
+  // Fails without data, and with one message, which begins with the method. JSON has the error as
+  // an object.
   void expectFailure(velctl::ExitCode status, const testing::Matcher<std::string>& message,
                      const std::string& members = {}) {
     for (const Form form : {Form::kText, Form::kJson}) {
@@ -118,9 +118,8 @@ class CommandTest : public InProcessTest, public testing::WithParamInterface<Com
       EXPECT_THAT(ran.err, StartsWith("velctl: " + command().method()));
       EXPECT_THAT(ran.err, message);
       EXPECT_THAT(ran.err, isOneLine());
-      EXPECT_EQ(ran.out, form == Form::kText
-                             ? ""
-                             : errorJson(status, command().method(), members, ran.err));
+      EXPECT_EQ(ran.out,
+                form == Form::kText ? "" : errorJson(status, command().method(), members, ran.err));
     }
     EXPECT_THAT(runAs(Form::kText, " --quiet").err, message);
   }
@@ -498,7 +497,8 @@ TEST_F(InProcessTest, ANameWithoutAnEndEndsWithItsRecord) {
   printer.pop_back();
   bus.answer("getPrinterStatus", Reply().int32(1).bytes(printer));
 
-  EXPECT_THAT(velctl("printer show 51").out, EndsWith("-   " + std::string(300, 'x') + '\n'));
+  EXPECT_THAT(velctl("printer show 51").out,
+              EndsWith("\nname     " + std::string(300, 'x') + '\n'));
 }
 
 TEST_F(InProcessTest, ALocalPolicyKeepsTheNameAndTheTextThatAreNotGiven) {
@@ -514,8 +514,7 @@ TEST_F(InProcessTest, ALocalPolicyKeepsTheNameAndTheTextThatAreNotGiven) {
       {"policy set 12 1", "setLocalPolicy(int16 12, int16 1, bytes[3] 63616d, bytes[2] 6e6f)"},
       {"policy set 12 2 --name pen",
        "setLocalPolicy(int16 12, int16 2, bytes[3] 70656e, bytes[2] 6e6f)"},
-      {"policy set 12 3 --text ''",
-       "setLocalPolicy(int16 12, int16 3, bytes[3] 63616d, bytes[0])"},
+      {"policy set 12 3 --text ''", "setLocalPolicy(int16 12, int16 3, bytes[3] 63616d, bytes[0])"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.line);
@@ -559,8 +558,9 @@ TEST_F(InProcessTest, AnEmptyNameStandsForThisMachineWhichIsNumberZero) {
   const Ran connected = velctl("vm connect ''");
 
   EXPECT_EQ(connected.status, velctl::kExitRefused);
-  EXPECT_THAT(connected.err,
-              HasSubstr("connectVm for this machine: the service refused with status unknown-vm (1): "));
+  EXPECT_THAT(
+      connected.err,
+      HasSubstr("connectVm for this machine: the service refused with status unknown-vm (1): "));
   EXPECT_THAT(requests(), testing::ElementsAre("connectVm(int32 0, int32 0, int32 0, int32 0)"));
 }
 
@@ -569,8 +569,8 @@ TEST_F(InProcessTest, ACollaboratorIsNotAttached) {
 
   EXPECT_EQ(refused.status, velctl::kExitRefused);
   EXPECT_EQ(refused.err,
-            "velctl: connectVm for \"win11\": nothing was sent: the library does not "
-            "attach a collaborator; leave out --collaborator\n");
+            "velctl: connectVm for \"win11\": nothing was sent: a collaborator does not attach the "
+            "session; see velctl vm connect --help\n");
   EXPECT_THAT(requests(), IsEmpty());
 }
 
@@ -588,7 +588,8 @@ TEST_F(InProcessTest, AVmWhoseLookUpFailsIsNotUnknown) {
 TEST_F(InProcessTest, NamesOfPipesMayHave127Bytes) {
   const std::string name(127, 'x');
 
-  EXPECT_EQ(velctl({"pipe", "add", "--vm", "win11", "1," + name + "," + name}).status, velctl::kExitDone);
+  EXPECT_EQ(velctl({"pipe", "add", "--vm", "win11", "1," + name + "," + name}).status,
+            velctl::kExitDone);
 }
 
 // --- Common options ------------------------------------------------------------------------------
@@ -610,7 +611,7 @@ TEST_F(InProcessTest, HelpAndVersionAreData) {
   EXPECT_EQ(help.status, velctl::kExitDone);
   EXPECT_THAT(help.out, HasSubstr("Usage: velctl [OPTIONS] SUBCOMMAND"));
   EXPECT_EQ(inner.status, velctl::kExitDone);
-  EXPECT_THAT(inner.out, HasSubstr("Usage: velctl vm connect [OPTIONS] vm"));
+  EXPECT_THAT(inner.out, HasSubstr("Usage: velctl vm connect [OPTIONS] VM\n"));
   EXPECT_EQ(version.status, velctl::kExitDone);
   EXPECT_THAT(version.out, testing::MatchesRegex("velctl [0-9]+\\.[0-9]+\\.[0-9]+\n"));
   EXPECT_THAT(help.err + inner.err + version.err, IsEmpty());

@@ -1,4 +1,4 @@
-// Rows of velctl device, new-device, usb and camera.
+// Rows of velctl device, network-device, new-device, storage, usb and camera.
 
 #include <cstdint>
 
@@ -121,51 +121,58 @@ std::vector<Command> deviceCommands() {
           .prints("device 12 redirected for win11: 65535")
           .printsJson(R"({"operation":"redirectDevice","vm":"win11","vmNumber":101,"device":12,)"
                       R"("direction":65535,"status":0,"statusName":"ok"})"),
-/*
-      Command("DeviceNetworkAdd", "device network add -3 scanner")
+      Command("NetworkDeviceAdd", "network-device add -3 scanner")
           .sends("addNetworkDevice(int32 -3, bytes[7] 7363616e6e6572)")
           .prints("\"scanner\" added")
-          .printsJson(
-              R"({"operation":"addNetworkDevice","type":-3,"device":"scanner","status":0})"),
-      Command("DeviceNetworkRemove", "device network remove abc de")
+          .printsJson(R"({"operation":"addNetworkDevice","type":-3,"text":"scanner",)"
+                      R"("status":0,"statusName":"ok"})"),
+      Command("NetworkDeviceRemove", "network-device remove abc de")
           .sends("deleteNetworkDevice(bytes[3] 616263, bytes[2] 6465)")
           .prints("\"abc\" removed")
-          .printsJson(
-              R"({"operation":"deleteNetworkDevice","device":"abc","detail":"de","status":0})"),
-      Command("NewDeviceConnect",
-              "new-device connect 0x0102030405060708 --type 65535 --auto-connect 1 --popup 2 --vm "
+          .printsJson(R"({"operation":"deleteNetworkDevice","text":"abc","detail":"de",)"
+                      R"("status":0,"statusName":"ok"})"),
+      Command("NewDeviceAttach",
+              "new-device attach 0x0102030405060708 --type 65535 --auto-connect 1 --popup 2 --vm "
               "win11")
           .sends("configNewDeviceAsConnect(int32 101, bytes[8] 0807060504030201, int32 65535, "
                  "int32 1, int32 2)")
-          .prints("win11: source 72623859790382856 connected")
-          .printsJson(
-              R"({"operation":"configNewDeviceAsConnect","vm":"win11","number":101,)"
-              R"("source":72623859790382856,"type":65535,"autoConnect":1,"popup":2,"status":0})"),
-      Command("NewDeviceIgnore", "new-device ignore 1 --popup 65535")
+          .prints("source 72623859790382856 attached to win11")
+          .printsJson(R"({"operation":"configNewDeviceAsConnect","vm":"win11","vmNumber":101,)"
+                      R"("source":"72623859790382856","type":65535,"autoConnect":1,"popup":2,)"
+                      R"("status":0,"statusName":"ok"})"),
+      Command("NewDeviceIgnore", "new-device ignore 1 --type camera --popup 65535")
           .sends(
-              "configNewDeviceAsIgnore(bytes[8] 0100000000000000, int32 0, int32 0, int32 65535)")
+              "configNewDeviceAsIgnore(bytes[8] 0100000000000000, int32 2, int32 0, int32 65535)")
           .prints("source 1 ignored")
           .printsJson(
-              R"({"operation":"configNewDeviceAsIgnore","source":1,"type":0,"autoConnect":0,)"
-              R"("popup":65535,"status":0})"),
-      Command("NewDeviceStorage", "new-device storage 258 65535 --vm win11")
+              R"({"operation":"configNewDeviceAsIgnore","source":"1","type":2,"autoConnect":0,)"
+              R"("popup":65535,"status":0,"statusName":"ok"})"),
+      Command("StorageCommand", "storage command 258 65535 --vm win11")
           .sends("ConfigUdisks2Command(int32 101, bytes[8] 0201000000000000, int32 65535)")
-          .prints("win11: command 65535 done for the storage of source 258")
+          .prints("command 65535 done for the storage of source 258")
           .printsJson(
-              R"({"operation":"ConfigUdisks2Command","vm":"win11","number":101,"source":258,)"
-              R"("command":65535,"status":0})"),
-      Command("UsbStatus", "usb status 0102030405060aFF 65535 --vm win11")
+              R"({"operation":"ConfigUdisks2Command","vm":"win11","vmNumber":101,"source":"258",)"
+              R"("command":65535,"status":0,"statusName":"ok"})"),
+      Command("UsbSet", "usb set 0102030405060aFF 65535 --vm win11")
           .sends("setUsbredirStatus(int32 101, int16 -1, bytes[8] 0102030405060aff)")
-          .prints("win11: USB device 0102030405060aff has status 65535")
-          .printsJson(R"({"operation":"setUsbredirStatus","vm":"win11","number":101,)"
-                      R"("device":"0102030405060aff","deviceStatus":65535,"status":0})"),
-      Command("Camera", "camera")
+          .prints("USB device 0102030405060aff of win11 has status 65535")
+          .printsJson(R"({"operation":"setUsbredirStatus","vm":"win11","vmNumber":101,)"
+                      R"("usb":"0102030405060aff","deviceStatus":65535,)"
+                      R"("status":0,"statusName":"ok"})"),
+      Command("CameraShow", "camera show")
+          .sends("CheckCameraAuthStat()")
+          .reads(Answer::kContent)
+          .answered(Reply().int32(1))
+          .prints("denied (1)")
+          .printsJson(R"({"operation":"CheckCameraAuthStat","authorization":1,)"
+                      R"("authorizationName":"denied"})"),
+      Command("CameraShowOfAnUnknownNumber", "camera show")
           .sends("CheckCameraAuthStat()")
           .reads(Answer::kContent)
           .answered(Reply().int32(3))
           .prints("3")
-          .printsJson(R"({"operation":"CheckCameraAuthStat","authorization":3})"),
-*/
+          .printsJson(R"({"operation":"CheckCameraAuthStat","authorization":3,)"
+                      R"("authorizationName":null})"),
   };
 }
 

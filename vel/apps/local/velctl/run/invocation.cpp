@@ -1,6 +1,7 @@
 #include "vel/apps/local/velctl/run/invocation.h"
 
 #include <algorithm>
+#include <cctype>
 #include <map>
 #include <optional>
 
@@ -18,13 +19,23 @@ bool isThing(Kind kind) {
   return kind >= Kind::kVm;
 }
 
+bool isUsb(Kind kind) {
+  return kind == Kind::kUsbId || kind == Kind::kUsbBytes;
+}
+
+std::string lowerCase(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return text;
+}
+
 // Whether a text is a number rather than a name.
 bool isDigits(const std::string& text) {
   return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
 }
 
 std::string shownValue(const Parameter& parameter, const std::string& text) {
-  const bool isPlain = parameter.isNumber() || parameter.kind == Kind::kUsbId ||
+  const bool isPlain = parameter.isNumber() || isUsb(parameter.kind) ||
                        (isThing(parameter.kind) && numberIn(parameter, text));
   return isPlain ? text : printableInQuotes(text);
 }
@@ -105,8 +116,12 @@ void Invocation::describe() {
 }
 
 void Invocation::setMethod(const std::string& method) {
+  setMethod(method, details_);
+}
+
+void Invocation::setMethod(const std::string& method, const std::string& values) {
   method_ = method;
-  description_ = (method.empty() ? command_.path : method) + details_;
+  description_ = (method.empty() ? command_.path : method) + values;
   if (!method.empty()) {
     request_["operation"] = method;
   }
@@ -138,6 +153,11 @@ Value Invocation::valueOf(const Parameter& parameter, const std::vector<std::str
   Value value{texts, 0};
   if (parameter.isNumber()) {
     value.number = numberIn(parameter, texts.front()).value_or(0);
+    return value;
+  }
+  if (isUsb(parameter.kind)) {
+    // As records of the service are shown.
+    value.texts = {lowerCase(texts.front())};
     return value;
   }
   if (!isThing(parameter.kind)) {
@@ -178,11 +198,10 @@ Value Invocation::valueOf(const Parameter& parameter, const std::vector<std::str
       return value;
     }
   }
-  value.number = valueOf(session_.call(activityOf({}),
-                                       [vm = value.texts.front()](const vel::Client& client) {
-                                         return client.vmNumber(vm);
-                                       }))
-                     .value();
+  value.number =
+      valueOf(session_.call(activityOf({}), [vm = value.texts.front()](const vel::Client& client) {
+        return client.vmNumber(vm);
+      })).value();
   return value;
 }
 
@@ -208,13 +227,19 @@ void Invocation::finish(const vel::Result<void>& result, const std::string& done
   output().done(filledIn(done), answered(Json{{"status", 0}, {"statusName", "ok"}}));
 }
 
+void Invocation::finishWithoutStatus(const vel::Result<void>& result,
+                                     const std::string& done) const {
+  check(result);
+  output().done(filledIn(done), answered(Json::object()));
+}
+
 void Invocation::finishSent(const vel::Result<void>& result, const std::string& done) const {
   check(result);
   // The request has only been handed to the bus, and would be lost if this process ended now. The
   // bus keeps the order of the requests of one connection, so the answer to a later one shows that
   // the service has received this one.
   check(session_.call(activityOf({}), [](const vel::Client& client) { return client.vms(); }));
-  output().done(filledIn(done), answered(Json::object()));
+  finishWithoutStatus(result, done);
 }
 
 void Invocation::finishList(const std::string& name, const Json& elements,
@@ -222,7 +247,7 @@ void Invocation::finishList(const std::string& name, const Json& elements,
   const Json json = answered(Json{{name, elements}});
   if (elements.empty()) {
     output().json(json);
-    output().note("no " + name);
+    output().note("no " + (name == "vms" ? "VMs" : name));
   } else {
     output().line(text, json);
   }
@@ -245,7 +270,7 @@ std::string Invocation::filledIn(const std::string& text) const {
       value = std::to_string(values_->number<std::int64_t>(parameter.name));
     } else if (parameter.isNumber() || isThing(parameter.kind)) {
       value = std::to_string(values_->number<std::uint64_t>(parameter.name));
-    } else if (parameter.kind == Kind::kUsbId) {
+    } else if (isUsb(parameter.kind)) {
       value = values_->text(parameter.name);
     } else {
       value = printableInQuotes(values_->text(parameter.name));
@@ -283,21 +308,22 @@ void Invocation::fail(const vel::Error& error) const {
       const auto* const meaning =
           std::find_if(legend.begin(), legend.end(),
                        [status](const velprotocol::Meaning& row) { return row.number == status; });
-      throw Failure(kExitRefused,
-                    description_ + ": the service refused with status " +
-                        (meaning == legend.end()
-                             ? std::to_string(status) + ", to which it gives the meaning" + logs()
-                             : numberWithMeaning(legend, status) + ": " +
-                                   std::string(meaning->explanation)),
-                    status, method_);
+      throw Failure(
+          kExitRefused,
+          description_ + ": the service refused with status " +
+              (meaning == legend.end()
+                   ? std::to_string(status) + ", to which it gives the meaning" + logs()
+                   : numberWithMeaning(legend, status) + ": " + std::string(meaning->explanation)),
+          status, method_);
     }
     case vel::ErrorKind::kRefusedArgument:
-      fail(kExitRefused, "nothing was sent: " + text);
+      fail(kExitRefused, "nothing was sent: " + text + "; see velctl " + command_.path + " --help");
     case vel::ErrorKind::kNoThread:
       fail(kExitFailed, text);
     case vel::ErrorKind::kNoReply:
       // The service may have died meanwhile.
-      check(session_.call(activityOf({}), [](const vel::Client& client) { return client.connect(); }));
+      check(session_.call(activityOf({}),
+                          [](const vel::Client& client) { return client.connect(); }));
       fail(kExitNoReply, text + logs());
     case vel::ErrorKind::kErrorReply:
     case vel::ErrorKind::kBadReply:

@@ -60,6 +60,8 @@ class Invocation {
 
   // Makes another request the one that is going on, for a command that has several.
   void setMethod(const std::string& method);
+  // values: in the description, each with a blank before it.
+  void setMethod(const std::string& method, const std::string& values);
 
   // Calls operation(const vel::Client&, const Values&) -> vel::Result and waits for the result.
   template <typename Operation>
@@ -95,6 +97,8 @@ class Invocation {
   // Writes the result of a request, or throws the Failure. done is the text form; "{NAME}" in it
   // stands for the value of a parameter.
   void finish(const vel::Result<void>& result, const std::string& done) const;
+  // For operations that succeed with any answer of the service.
+  void finishWithoutStatus(const vel::Result<void>& result, const std::string& done) const;
   // For operations that do not wait for the answer of the service. Returns when the service has
   // received the request.
   void finishSent(const vel::Result<void>& result, const std::string& done) const;
