@@ -192,7 +192,7 @@ std::vector<Command> vmCommands() {
            [](const vel::Client& client, const Values& values) {
              return client.createPipes(values.vm(), pipesIn(values));
            },
-           "pipes of {--vm} opened"),
+           "{PIPE} of {--vm} opened"),
        {{"pipe add 7,in,out --vm win11", "A pipe with the handle 7 and two names"}},
        "",
        "pipe create"},
@@ -204,7 +204,7 @@ std::vector<Command> vmCommands() {
            [](const vel::Client& client, const Values& values) {
              return client.destroyPipes(values.vm(), pipesIn(values));
            },
-           "pipes of {--vm} closed"),
+           "{PIPE} of {--vm} closed"),
        {{"pipe remove 7 --vm win11", "Close the pipe with the handle 7"}},
        "",
        "pipe destroy"},
