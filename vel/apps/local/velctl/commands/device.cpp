@@ -34,18 +34,13 @@ void changeAttachment(Invocation& invocation) {
   if (isBySource) {
     invocation.setMethod(change.methodBySource);
   }
-  const auto result = invocation.call([isBySource](const vel::Client& client, const Values& values) {
-    return isBySource ? (client.*change.bySource)(values.vm(), values.source("--source"))
-                      : (client.*change.byNumber)(values.vm(), values.device());
-  });
+  const auto result =
+      invocation.call([isBySource](const vel::Client& client, const Values& values) {
+        return isBySource ? (client.*change.bySource)(values.vm(), values.source("--source"))
+                          : (client.*change.byNumber)(values.vm(), values.device());
+      });
   invocation.finish(result, (isBySource ? "source {--source} " : "device {DEVICE} ") +
                                 std::string(change.done) + " {--vm}");
-}
-
-std::string onlyOneName(const Arguments& arguments) {
-  return arguments.count("--source") == arguments.count("DEVICE")
-             ? "name the device as DEVICE or with --source, not both"
-             : "";
 }
 
 constexpr AttachmentChange kAttach = {&vel::Client::attach, "connectDeviceBySrcId",
@@ -53,11 +48,17 @@ constexpr AttachmentChange kAttach = {&vel::Client::attach, "connectDeviceBySrcI
 constexpr AttachmentChange kDetach = {&vel::Client::detach, "disconnectDeviceBySrcId",
                                       &vel::Client::detach, "detached from"};
 
+}  // namespace
+
 Parameter sourceOption() {
   return source("--source", "Source id of the device, in place of DEVICE");
 }
 
-}  // namespace
+std::string onlyOneDevice(const Arguments& arguments) {
+  return arguments.count("--source") == arguments.count("DEVICE")
+             ? "name the device as DEVICE or with --source, not both"
+             : "";
+}
 
 std::vector<Command> deviceCommands() {
   Action listing = runs("getDeviceList", &listDevices);
@@ -88,7 +89,7 @@ std::vector<Command> deviceCommands() {
        {{"device attach 12 --vm win11", "Attach the device with the number 12"}},
        "",
        "device connect",
-       &onlyOneName},
+       &onlyOneDevice},
       {"device detach",
        "Detach a device from a VM",
        {deviceArgument().optional(), sourceOption(), vmOption().required()},
@@ -96,7 +97,7 @@ std::vector<Command> deviceCommands() {
        {{"device detach 12 --vm win11", "Take the device back from win11"}},
        "",
        "device disconnect",
-       &onlyOneName},
+       &onlyOneDevice},
       {"device redirect",
        "Redirect a device in a direction, which is a number of the service",
        {deviceArgument(),
@@ -104,13 +105,15 @@ std::vector<Command> deviceCommands() {
                               "Of velsim 0: back to this machine, 1: into the VM, from another VM "
                               "as well"),
         vmOption().required()},
-       asks("redirectDevice",
-            [](const vel::Client& client, const Values& values) {
-              return client.redirect(values.vm(), values.device(),
-                                     values.number<std::uint16_t>("DIRECTION"));
-            },
-            "device {DEVICE} redirected for {--vm}: {DIRECTION}"),
+       asks(
+           "redirectDevice",
+           [](const vel::Client& client, const Values& values) {
+             return client.redirect(values.vm(), values.device(),
+                                    values.number<std::uint16_t>("DIRECTION"));
+           },
+           "device {DEVICE} redirected for {--vm}: {DIRECTION}"),
        {{"device redirect 12 1 --vm win11", "Into win11, also from another VM"}}},
+      diagnoseCommand(),
   };
 }
 

@@ -196,10 +196,11 @@ void getProperty(Invocation& invocation) {
 
 void setTurbo(Invocation& invocation) {
   const std::string config = textOrStandardInput(invocation.values().text("CONFIG"));
-  invocation.finish(invocation.call([config](const vel::Client& client, const Values& values) {
-    return client.setTurboConfig(values.usbId(), config);
-  }),
-                    "turbo configuration of {USB-ID} has " + std::to_string(config.size()) + " bytes");
+  invocation.finish(
+      invocation.call([config](const vel::Client& client, const Values& values) {
+        return client.setTurboConfig(values.usbId(), config);
+      }),
+      "turbo configuration of {USB-ID} has " + std::to_string(config.size()) + " bytes");
 }
 
 std::vector<Command> policiesOfUsbIds() {

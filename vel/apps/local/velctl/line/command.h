@@ -15,6 +15,12 @@ namespace velctl {
 
 class Invocation;
 
+// A line of the JSON form that reports an event.
+struct EventLine {
+  std::string event;
+  std::vector<Member> members;
+};
+
 // What a command does, and what its JSON form has behind the parameters. actions.h makes them.
 struct Action {
   // Of the bus, and "operation" in the JSON form; empty: the command has no request of its own.
@@ -25,6 +31,8 @@ struct Action {
   // The answer has a list under this name, whose elements have these members; empty: none.
   std::string list;
   std::vector<Member> elements;
+  // Lines before the answer, or in its place.
+  std::vector<EventLine> events = {};
 };
 
 struct Example {

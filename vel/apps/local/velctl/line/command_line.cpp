@@ -23,9 +23,8 @@ constexpr std::size_t kHelpColumn = 30;
 // "device" and "attach"; "status" and "".
 std::pair<std::string, std::string> nounAndVerb(const std::string& path) {
   const std::size_t blank = path.find(' ');
-  return blank == std::string::npos
-             ? std::pair(path, std::string())
-             : std::pair(path.substr(0, blank), path.substr(blank + 1));
+  return blank == std::string::npos ? std::pair(path, std::string())
+                                    : std::pair(path.substr(0, blank), path.substr(blank + 1));
 }
 
 std::string footer() {
@@ -92,8 +91,7 @@ void addParameter(CLI::App& app, const Parameter& parameter, Arguments& argument
       parameter.letter.empty() ? parameter.name : parameter.letter + ',' + parameter.name;
   if (parameter.kind == Kind::kFlag) {
     app.add_flag_callback(
-        names, [&arguments, &parameter] { arguments[parameter.name] = {}; },
-        parameter.help);
+        names, [&arguments, &parameter] { arguments[parameter.name] = {}; }, parameter.help);
     return;
   }
   CLI::Option* const option = app.add_option(names, take, describedHelp(parameter));
@@ -101,7 +99,8 @@ void addParameter(CLI::App& app, const Parameter& parameter, Arguments& argument
   option->required(parameter.isRequired);
   constexpr int kAny = -1;
   option->expected(1, parameter.isRepeated ? kAny : 1);
-  option->allow_extra_args(parameter.isRepeated);
+  // An option is repeated with its values: what stands behind its first value is another argument.
+  option->allow_extra_args(parameter.isRepeated && !parameter.isOption());
   option->check([&parameter](const std::string& text) { return mistakeIn(parameter, text); });
 }
 
@@ -206,8 +205,7 @@ std::size_t distance(const std::string& a, const std::string& b) {
     rows[i][0] = i;
     for (std::size_t j = 1; j <= b.size(); ++j) {
       const std::size_t change = a[i - 1] == b[j - 1] ? 0 : 1;
-      rows[i][j] =
-          std::min({rows[i - 1][j] + 1, rows[i][j - 1] + 1, rows[i - 1][j - 1] + change});
+      rows[i][j] = std::min({rows[i - 1][j] + 1, rows[i][j - 1] + 1, rows[i - 1][j - 1] + change});
       if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1]) {
         rows[i][j] = std::min(rows[i][j], rows[i - 2][j - 2] + 1);
       }
@@ -330,9 +328,10 @@ ParsedLine parseLine(const std::vector<std::string>& arguments) {
     const CLI::App& app = parser.named();
     const std::string path = Parser::pathOf(app);
     const std::string changed = newSpelling(arguments);
-    line.mistake = (changed.empty() ? path + ": " + mistakeOf(app, parser.app().remaining(true), error)
-                                    : "velctl: " + changed) +
-                   "; see " + path + " --help";
+    line.mistake =
+        (changed.empty() ? path + ": " + mistakeOf(app, parser.app().remaining(true), error)
+                         : "velctl: " + changed) +
+        "; see " + path + " --help";
   }
   if (line.command && line.command->rule) {
     const std::string broken = line.command->rule(line.arguments);

@@ -75,6 +75,17 @@ std::chrono::seconds timeLimitOf(const std::string& method) {
   return std::chrono::ceil<std::chrono::seconds>(vel::Client::timeLimit(method));
 }
 
+std::string absenceIn(const vel::Error& error) {
+  switch (error.kind()) {
+    case vel::ErrorKind::kNoBus:
+      return "the bus cannot be reached: " + base::printable(qxbus::busFailure());
+    case vel::ErrorKind::kNoService:
+      return base::printable(qxbus::isBusDirect() ? qxbus::busFailure() : error.text());
+    default:
+      return {};
+  }
+}
+
 Invocation::Invocation(const Command& command, const Arguments& arguments, Session& session)
     : command_(command), session_(session) {
   describe(arguments);
@@ -122,6 +133,9 @@ void Invocation::resolve(const Arguments& arguments) {
     const std::vector<std::string> texts =
         given != arguments.end() ? given->second : std::vector<std::string>{*parameter.fallback};
     const Value& value = values[parameter.name] = valueOf(parameter, texts);
+    if (parameter.isUnresolved) {
+      continue;
+    }
     if (parameter.kind == Kind::kVm) {
       request_["vm"] = jsonText(value.texts.front());
       request_["vmNumber"] = value.number;
@@ -139,7 +153,7 @@ Value Invocation::valueOf(const Parameter& parameter, const std::vector<std::str
     value.number = numberIn(parameter, texts.front()).value_or(0);
     return value;
   }
-  if (!isThing(parameter.kind)) {
+  if (!isThing(parameter.kind) || parameter.isUnresolved) {
     return value;
   }
   const std::string text = texts.front();
@@ -177,11 +191,10 @@ Value Invocation::valueOf(const Parameter& parameter, const std::vector<std::str
       return value;
     }
   }
-  value.number = valueOf(session_.call(activityOf({}),
-                                       [vm = value.texts.front()](const vel::Client& client) {
-                                         return client.vmNumber(vm);
-                                       }))
-                     .value();
+  value.number =
+      valueOf(session_.call(activityOf({}), [vm = value.texts.front()](const vel::Client& client) {
+        return client.vmNumber(vm);
+      })).value();
   return value;
 }
 
@@ -271,11 +284,11 @@ void Invocation::fail(const vel::Error& error) const {
   const std::string text = base::printable(error.text());
   switch (error.kind()) {
     case vel::ErrorKind::kNoBus:
-      fail(kExitNoBus, "the bus cannot be reached: " + base::printable(qxbus::busFailure()) +
-                           "; start it, or set QXBUS_ADDRESS to the address of another");
+      fail(kExitNoBus,
+           absenceIn(error) + "; start it, or set QXBUS_ADDRESS to the address of another");
     case vel::ErrorKind::kNoService:
-      fail(kExitNoService, (qxbus::isBusDirect() ? base::printable(qxbus::busFailure()) : text) +
-                               "; start velserviced, or velsim to try without hardware");
+      fail(kExitNoService,
+           absenceIn(error) + "; start velserviced, or velsim to try without hardware");
     case vel::ErrorKind::kUnknownVm:
       fail(kExitUnknown, "the service has no VM of this name; velctl vm list shows its VMs");
     case vel::ErrorKind::kRefused: {
@@ -284,13 +297,13 @@ void Invocation::fail(const vel::Error& error) const {
       const auto* const meaning =
           std::find_if(legend.begin(), legend.end(),
                        [status](const velprotocol::Meaning& row) { return row.number == status; });
-      throw Failure(kExitRefused,
-                    description_ + ": the service refused with status " +
-                        (meaning == legend.end()
-                             ? std::to_string(status) + ", to which it gives the meaning" + logs()
-                             : numberWithMeaning(legend, status) + ": " +
-                                   std::string(meaning->explanation)),
-                    status);
+      throw Failure(
+          kExitRefused,
+          description_ + ": the service refused with status " +
+              (meaning == legend.end()
+                   ? std::to_string(status) + ", to which it gives the meaning" + logs()
+                   : numberWithMeaning(legend, status) + ": " + std::string(meaning->explanation)),
+          status);
     }
     case vel::ErrorKind::kRefusedArgument:
       fail(kExitRefused, "nothing was sent: " + text);
@@ -298,7 +311,8 @@ void Invocation::fail(const vel::Error& error) const {
       fail(kExitFailed, text);
     case vel::ErrorKind::kNoReply:
       // The service may have died meanwhile.
-      check(session_.call(activityOf({}), [](const vel::Client& client) { return client.connect(); }));
+      check(session_.call(activityOf({}),
+                          [](const vel::Client& client) { return client.connect(); }));
       fail(kExitNoReply, text + logs());
     case vel::ErrorKind::kErrorReply:
     case vel::ErrorKind::kBadReply:
