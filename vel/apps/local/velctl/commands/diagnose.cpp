@@ -36,11 +36,7 @@ struct Arrivals {
 class Diagnosis {
  public:
   explicit Diagnosis(Invocation& invocation)
-      : invocation_(invocation), isBySource_(invocation.values().has("--source")) {
-    if (isBySource_) {
-      invocation_.setMethod("diagnose");
-    }
-  }
+      : invocation_(invocation), isBySource_(invocation.values().has("--source")) {}
 
   Diagnosis(const Diagnosis&) = delete;
   Diagnosis& operator=(const Diagnosis&) = delete;
@@ -146,6 +142,7 @@ Command diagnoseCommand() {
       runs("diagnoseDevice", [](Invocation& invocation) { Diagnosis(invocation).run(); },
            {{"text", Type::kText}});
   action.events = {diagnosisLine()};
+  action.methodBySource = "diagnose";
   return {"device diagnose",
           "Diagnose the redirection of a device, and show the progress (takes up to 10 s)",
           {deviceArgument().optional(), sourceOption(), vmOption().required(),

@@ -89,11 +89,16 @@ std::vector<vel::SharedPrinter> printersIn(const std::vector<std::string>& texts
 }
 
 void addSharedPrinters(Invocation& invocation) {
-  const auto result = invocation.call([](const vel::Client& client, const Values& values) {
+  invocation.check(invocation.call([](const vel::Client& client, const Values& values) {
     return client.addSharedPrinters(printersIn(values.texts("PRINTER")));
-  });
-  const std::size_t count = invocation.values().texts("PRINTER").size() / kTextsPerPrinter;
-  invocation.finish(result, base::counted(count, "printer") + " added");
+  }));
+  Json elements = Json::array();
+  for (const vel::SharedPrinter& printer : printersIn(invocation.values().texts("PRINTER"))) {
+    elements.push_back(jsonOf(sharedPrinterFields(), printer));
+  }
+  const std::string text = base::counted(elements.size(), "printer") + " added";
+  invocation.output().done(
+      text, invocation.answered({{"printers", elements}, {"status", 0}, {"statusName", "ok"}}));
 }
 
 }  // namespace
@@ -102,6 +107,9 @@ std::vector<Command> sharedPrinterCommands() {
   Action searching = runs(kSearch, &searchSharedPrinters);
   searching.list = "printers";
   searching.elements = membersOf(sharedPrinterFields());
+  Action adding = runs("addSharePrinter", &addSharedPrinters, statusMembers());
+  adding.list = searching.list;
+  adding.elements = searching.elements;
   return {
       {"shared-printer search",
        "List the printers that a machine shares (takes up to 10 s)",
@@ -127,8 +135,9 @@ std::vector<Command> sharedPrinterCommands() {
        "Add shared printers, as a search shows them",
        {text("PRINTER", "Address, name and description of each printer, one after the other")
             .repeated()
+            .silent()
             .atMost(kLongestText)},
-       runs("addSharePrinter", &addSharedPrinters, statusMembers()),
+       adding,
        {{"shared-printer add 10.0.0.7 Reception 'Ground floor'", "Add one printer"}},
        "",
        "printer shared add",

@@ -31,6 +31,8 @@ struct Action {
   // The answer has a list under this name, whose elements have these members; empty: none.
   std::string list;
   std::vector<Member> elements;
+  // In place of the method for a device that --source names; empty: it cannot.
+  std::string methodBySource = {};
   // Lines before the answer, or in its place.
   std::vector<EventLine> events = {};
 };
