@@ -15,6 +15,12 @@ namespace velctl {
 
 class Invocation;
 
+// A line of the JSON form that reports an event.
+struct EventLine {
+  std::string event;
+  std::vector<Member> members;
+};
+
 // What a command does, and what its JSON form has behind the parameters. actions.h makes them.
 struct Action {
   // Of the bus, and "operation" in the JSON form; empty: the command has no request of its own.
@@ -27,6 +33,8 @@ struct Action {
   std::vector<Member> elements;
   // In place of the method for a device that --source names; empty: it cannot.
   std::string methodBySource = {};
+  // Lines before the answer, or in its place.
+  std::vector<EventLine> events = {};
 };
 
 struct Example {
