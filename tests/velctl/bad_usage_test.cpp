@@ -225,9 +225,9 @@ TEST_P(EveryCommandTest, RefusesAValueOfAFlagAndAnOptionWithoutOne) {
     if (parameter.isOption()) {
       SCOPED_TRACE(parameter.name);
       std::vector<std::string> words = rightLine().without(parameter.name).words();
-      // Behind it come no values, but arguments.
-      words.insert(std::find(words.begin(), words.end(), "--"),
-                   parameter.kind == Kind::kFlag ? parameter.name + "=x" : parameter.name);
+      // Behind "--" it would be an argument.
+      words.erase(std::remove(words.begin(), words.end(), "--"), words.end());
+      words.push_back(parameter.kind == Kind::kFlag ? parameter.name + "=x" : parameter.name);
       expectBadUsage(words);
     }
   }

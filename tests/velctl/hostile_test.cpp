@@ -94,7 +94,9 @@ TEST_F(HostileTest, NamesInListsAndRecordsAreHarmless) {
   bus.answer("getVmList", Reply().int32(1).string(vm).int32(7));
   bus.answer("getDeviceList", device);
   bus.answer("getDeviceStatus", device);
-  bus.answer("getNetworkPrinterList", device);
+  const std::string printerName = "Mal\x1b[2J\xE2\x80\x8F\xE2\x80\xAE";
+  bus.answer("getNetworkPrinterList",
+             Reply().int32(1).bytes(deviceBlock(12, 2, 0, 7, printerName, name)));
   bus.answer("getPrinterList", printer);
   bus.answer("getPrinterStatus", printer);
   bus.answer("getJoystickDevList", Reply().int32(1).bytes(joystick));
@@ -116,7 +118,7 @@ TEST_F(HostileTest, NamesInListsAndRecordsAreHarmless) {
       {"printer", "list"},
       {"printer", "show", "51"},
       {"network-printer", "list"},
-      {"network-printer", "show", name},
+      {"network-printer", "show", printerName},
       {"joystick", "list"},
       {"joystick", "show", "0"},
       {"mapping", "list"},
