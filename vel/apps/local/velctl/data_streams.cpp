@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include "vel/apps/local/velctl/failure.h"
@@ -13,9 +14,12 @@ namespace velctl {
 int reserveStandardOutput() {
   const int data = ::dup(STDOUT_FILENO);
   std::fflush(stdout);
-  ::dup2(STDERR_FILENO, STDOUT_FILENO);
-  // Keeps lines of the library in order with messages of velctl.
-  std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+  const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+  // Without it the lines go where messages go: never between data.
+  ::dup2(nowhere >= 0 ? nowhere : STDERR_FILENO, STDOUT_FILENO);
+  if (nowhere >= 0) {
+    ::close(nowhere);
+  }
   return data;
 }
 

@@ -7,8 +7,8 @@
 
 namespace velctl {
 
-// Reserves standard output for data: returns a new descriptor for it, and redirects the lines that
-// the library prints there to standard error.
+// Reserves standard output for data: returns a new descriptor for it, and drops the lines that the
+// library prints there, which its log has too.
 int reserveStandardOutput();
 
 // Everything up to the end of standard input. Throws Failure when it cannot be read.

@@ -3,24 +3,54 @@
 #ifndef VEL_APPS_LOCAL_VELCTL_EXIT_CODES_H
 #define VEL_APPS_LOCAL_VELCTL_EXIT_CODES_H
 
+#include <string_view>
+
 namespace velctl {
 
 enum ExitCode : int {
-  kExitOk = 0,         // done; watch: interrupted, which is how it ends
-  kExitFailed = 1,     // a defect of velctl, or the system has run out of a resource
-  kExitUsage = 2,      // wrong command line, or wrong content of a file or standard input that it
-                       // names; nothing was sent
-  kExitNoBus = 3,      // the message bus cannot be reached
-  kExitNoService = 4,  // no service on the bus, or no listener at the pen port
-  kExitNoAnswer = 5,  // error reply, no reply in time, reply without its value, or an empty list of
-                      // VMs; the pen port was silent or closed
-  kExitRefused = 6,   // the service answered with a status other than 0, or the library refused to
-                      // send the request
-  kExitUnknownVm = 7,     // the service has no VM of this name; nothing was sent
-  kExitOutputFailed = 8,  // standard output cannot be written
-  kExitInterrupted =
-      130,  // interrupted before the end; shells give it to a process that SIGINT ends
+  kExitDone = 0,
+  kExitFailed = 1,
+  kExitUsage = 2,
+  kExitNoBus = 3,
+  kExitNoService = 4,
+  kExitNoReply = 5,
+  kExitRefused = 6,
+  kExitUnknown = 7,
+  kExitOutputLost = 8,
+  kExitErrorReply = 9,
+  kExitInterrupted = 130,  // as shells give it to a process that SIGINT ends: 128 + 2
 };
+
+struct ExitMeaning {
+  ExitCode code;
+  // The kind of an error in the JSON form.
+  std::string_view name;
+  std::string_view meaning;
+};
+
+inline constexpr ExitMeaning kExitMeanings[] = {
+    {kExitDone, "done", "done; also a watch that was interrupted, which is how it ends"},
+    {kExitFailed, "failed", "a defect of velctl, or the system has run out of something"},
+    {kExitUsage, "usage", "wrong command line, or wrong content of a file or standard input"},
+    {kExitNoBus, "no-bus", "the message bus cannot be reached"},
+    {kExitNoService, "no-service", "no service on the bus, or no listener at the pen port"},
+    {kExitNoReply, "no-reply", "no reply, answer or event in time"},
+    {kExitRefused, "refused", "the service answered with a status other than 0, or the library "
+                              "refused to send the request"},
+    {kExitUnknown, "unknown", "no VM or thing of this name or number, or several of this name"},
+    {kExitOutputLost, "output-lost", "standard output cannot be written"},
+    {kExitErrorReply, "error-reply", "the service answered with an error, or without a value"},
+    {kExitInterrupted, "interrupted", "interrupted before the end"},
+};
+
+constexpr std::string_view nameOf(ExitCode code) {
+  for (const ExitMeaning& each : kExitMeanings) {
+    if (each.code == code) {
+      return each.name;
+    }
+  }
+  return {};
+}
 
 }  // namespace velctl
 

@@ -3,6 +3,8 @@
 #ifndef VEL_APPS_LOCAL_VELCTL_FAILURE_H
 #define VEL_APPS_LOCAL_VELCTL_FAILURE_H
 
+#include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -13,12 +15,16 @@ namespace velctl {
 // The text names the request, the reason and the remedy.
 class Failure : public std::runtime_error {
  public:
-  Failure(ExitCode code, const std::string& text) : std::runtime_error(text), code_(code) {}
+  Failure(ExitCode code, const std::string& text, std::optional<std::int32_t> status = std::nullopt)
+      : std::runtime_error(text), code_(code), status_(status) {}
 
   ExitCode code() const { return code_; }
+  // With which the service has refused.
+  std::optional<std::int32_t> status() const { return status_; }
 
  private:
   ExitCode code_;
+  std::optional<std::int32_t> status_;
 };
 
 }  // namespace velctl

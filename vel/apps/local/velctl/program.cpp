@@ -3,11 +3,14 @@
 #include <cstdlib>
 #include <exception>
 
-#include "vel/apps/local/velctl/command_line.h"
-#include "vel/apps/local/velctl/commands/commands.h"
+#include "base/printable.h"
 #include "vel/apps/local/velctl/failure.h"
-#include "vel/apps/local/velctl/interruption.h"
-#include "vel/apps/local/velctl/output.h"
+#include "vel/apps/local/velctl/line/command_line.h"
+#include "vel/apps/local/velctl/output/field.h"
+#include "vel/apps/local/velctl/output/output.h"
+#include "vel/apps/local/velctl/output/text_forms.h"
+#include "vel/apps/local/velctl/run/invocation.h"
+#include "vel/apps/local/velctl/run/session.h"
 
 namespace velctl {
 namespace {
@@ -24,37 +27,69 @@ void chooseLogLevel(bool isVerbose) {
   }
 }
 
-ExitCode parseAndRun(const std::vector<std::string>& arguments, int dataDescriptor) {
-  CommandLine commandLine;
-  addCommands(commandLine);
-  const CommandLine::Parsed parsed = commandLine.parse(arguments);
-  if (!parsed.mistake.empty()) {
-    Output::message(parsed.mistake);
-    return kExitUsage;
+// Writes a failure to standard error, and to standard output in the JSON form.
+ExitCode report(const Output& output, const ParsedLine& line, const Failure& failure) {
+  const std::string text = failure.what();
+  Json error = {{"kind", nameOf(failure.code())}, {"exitStatus", int{failure.code()}}};
+  if (line.command && !line.command->action.method.empty()) {
+    error["operation"] = line.command->action.method;
   }
-  const Output output(dataDescriptor, commandLine.form());
-  if (!parsed.help.empty()) {
-    output.text(parsed.help);
-    return kExitOk;
+  if (failure.status()) {
+    addMember(error,
+              {"status", Type::kMeaning, velprotocol::Legend("", velprotocol::kStatuses)},
+              *failure.status());
   }
-  chooseLogLevel(commandLine.isVerbose());
-  commandLine.run(output);
-  return kExitOk;
+  error["text"] = jsonText(text);
+  // A mistake on the line begins with the words of the line.
+  Output::message((line.mistake.empty() ? "velctl: " : "") + text);
+  if (failure.code() != kExitOutputLost) {
+    output.json({{"error", error}});
+  }
+  return failure.code();
+}
+
+void run(const Output& output, const ParsedLine& line) {
+  if (!line.mistake.empty()) {
+    throw Failure(kExitUsage, line.mistake);
+  }
+  if (!line.help.empty()) {
+    output.text(line.help);
+    return;
+  }
+  chooseLogLevel(line.isVerbose);
+  if (line.bus) {
+    ::setenv("QXBUS_ADDRESS", line.bus->c_str(), 1);
+  }
+  Session session(output, line.timeout);
+  std::string description = line.command->path;
+  try {
+    Invocation invocation(*line.command, line.arguments, session);
+    description = invocation.description();
+    line.command->action.run(invocation);
+  } catch (const Interrupted&) {
+    throw Failure(kExitInterrupted, description + ": interrupted");
+  } catch (const TimeOver&) {
+    throw Failure(kExitNoReply, description + ": not done within the time of --timeout");
+  }
 }
 
 }  // namespace
 
 ExitCode runCommandLine(const std::vector<std::string>& arguments, int dataDescriptor) {
+  const ParsedLine line = parseLine(arguments);
+  const Output output(dataDescriptor, line.isJson ? Form::kJson : Form::kText, line.isQuiet);
   try {
-    return parseAndRun(arguments, dataDescriptor);
-  } catch (const Failure& failure) {
-    Output::note(failure.what());
-    return failure.code();
-  } catch (const Interrupted&) {
-    return kExitInterrupted;
-  } catch (const std::exception& error) {
-    Output::note(error.what());
-    return kExitFailed;
+    try {
+      run(output, line);
+      return kExitDone;
+    } catch (const Failure& failure) {
+      return report(output, line, failure);
+    } catch (const std::exception& error) {
+      return report(output, line, Failure(kExitFailed, base::printable(error.what())));
+    }
+  } catch (const Failure& lost) {
+    Output::error(lost.what());
+    return lost.code();
   }
 }
 

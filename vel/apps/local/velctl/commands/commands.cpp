@@ -1,25 +1,26 @@
 #include "vel/apps/local/velctl/commands/commands.h"
 
+#include <iterator>
+
 namespace velctl {
 
-// In the order of the help.
-void addCommands(CommandLine& commandLine) {
-  addStatusCommand(commandLine);
-  addVmCommands(commandLine);
-  addPipeCommands(commandLine);
-  addDeviceCommands(commandLine);
-  addPolicyCommands(commandLine);
-  addNewDeviceCommands(commandLine);
-  addPrinterCommands(commandLine);
-  addJoystickCommands(commandLine);
-  addPenCommands(commandLine);
-  addCameraCommand(commandLine);
-  addUsbCommands(commandLine);
-  addQualityCommands(commandLine);
-  addDiagnoseCommands(commandLine);
-  addExecCommands(commandLine);
-  addResetCommand(commandLine);
-  addWatchCommand(commandLine);
+const std::vector<Noun>& nouns() {
+  static const auto& all = *new std::vector<Noun>{
+      {"device", "Devices of this machine and of the network"},
+  };
+  return all;
+}
+
+const std::vector<Command>& commands() {
+  static const auto& all = *[] {
+    auto* const rows = new std::vector<Command>;
+    for (auto* const some : {&deviceCommands}) {
+      std::vector<Command> more = some();
+      std::move(more.begin(), more.end(), std::back_inserter(*rows));
+    }
+    return rows;
+  }();
+  return all;
 }
 
 }  // namespace velctl

@@ -1,31 +1,15 @@
-// The commands of velctl: one function per group adds them to the command line.
+// The commands of velctl: one function for each noun, or for nouns that belong together.
 
 #ifndef VEL_APPS_LOCAL_VELCTL_COMMANDS_COMMANDS_H
 #define VEL_APPS_LOCAL_VELCTL_COMMANDS_COMMANDS_H
 
-#include "vel/apps/local/velctl/command_line.h"
+#include <vector>
+
+#include "vel/apps/local/velctl/line/command.h"
 
 namespace velctl {
 
-// Adds all commands.
-void addCommands(CommandLine& commandLine);
-
-void addStatusCommand(CommandLine& commandLine);
-void addVmCommands(CommandLine& commandLine);
-void addPipeCommands(CommandLine& commandLine);
-void addDeviceCommands(CommandLine& commandLine);
-void addPolicyCommands(CommandLine& commandLine);
-void addNewDeviceCommands(CommandLine& commandLine);
-void addPrinterCommands(CommandLine& commandLine);
-void addJoystickCommands(CommandLine& commandLine);
-void addPenCommands(CommandLine& commandLine);
-void addCameraCommand(CommandLine& commandLine);
-void addUsbCommands(CommandLine& commandLine);
-void addQualityCommands(CommandLine& commandLine);
-void addDiagnoseCommands(CommandLine& commandLine);
-void addExecCommands(CommandLine& commandLine);
-void addResetCommand(CommandLine& commandLine);
-void addWatchCommand(CommandLine& commandLine);
+std::vector<Command> deviceCommands();
 
 }  // namespace velctl
 

@@ -1,189 +1,117 @@
 // velctl device: devices of this machine and of the network.
 
-#include <optional>
+#include <cstdint>
 #include <string>
 
-#include "vel/apps/local/velctl/arguments.h"
 #include "vel/apps/local/velctl/commands/commands.h"
-#include "vel/apps/local/velctl/failure.h"
-#include "vel/apps/local/velctl/operation.h"
-#include "vel/apps/local/velctl/record_display.h"
+#include "vel/apps/local/velctl/output/records.h"
+#include "vel/apps/local/velctl/run/actions.h"
 
 namespace velctl {
 namespace {
 
-struct OptionalVm {
-  std::optional<std::string> vmId;
-};
-
-void listDevices(const Output& output, const OptionalVm& vm) {
-  if (vm.vmId) {
-    const Operation operation("getDeviceList", *vm.vmId);
-    finishDevices(output, operation, operation.client().devices(*vm.vmId));
-  } else {
-    const Operation operation("getDeviceList");
-    finishDevices(output, operation, operation.client().localDevices());
-  }
-}
-
-struct DeviceNumber {
-  unsigned short device = 0;
-};
-
-void showDevice(const Output& output, const DeviceNumber& given) {
-  const Operation operation("getDeviceStatus", Json{{"device", given.device}});
-  const auto devices = operation.client().device(vel::DeviceNumber(given.device));
-  operation.check(devices);
-  if (devices->empty()) {
-    operation.failRefused("the service has no such device; velctl device list shows its devices");
-  }
-  finishDevices(output, operation, devices);
+void listDevices(Invocation& invocation) {
+  finishRecords(invocation, "devices", deviceFields(),
+                invocation.call([](const vel::Client& client, const Values& values) {
+                  return values.hasVm() ? client.devices(values.vm()) : client.localDevices();
+                }));
 }
 
 // A device by its number or by its source id: exactly one of them is given.
-struct Attachment {
-  std::optional<unsigned short> device;
-  std::optional<unsigned long long> source;
-  std::string vmId;
-};
-
 template <typename Subject>
 using ChangeOf = vel::Result<void> (vel::Client::*)(const std::string&, Subject) const;
 
 struct AttachmentChange {
-  const char* method;
   ChangeOf<vel::DeviceNumber> byNumber;
   const char* methodBySource;
   ChangeOf<vel::SourceId> bySource;
   const char* done;
 };
 
-constexpr AttachmentChange kConnect = {"connectDevice", &vel::Client::attach,
-                                       "connectDeviceBySrcId", &vel::Client::attach, "connected"};
-constexpr AttachmentChange kDisconnect = {"disconnectDevice", &vel::Client::detach,
-                                          "disconnectDeviceBySrcId", &vel::Client::detach,
-                                          "disconnected"};
-
-void changeAttachment(const AttachmentChange& change, const Output& output,
-                      const Attachment& attachment) {
-  const std::string& vmId = attachment.vmId;
-  if (attachment.device.has_value() == attachment.source.has_value()) {
-    throw Failure(kExitUsage, std::string(change.method) +
-                                  ": name the device by its number or with --source, not both");
+template <const AttachmentChange& change>
+void changeAttachment(Invocation& invocation) {
+  const bool isBySource = invocation.values().has("--source");
+  if (isBySource) {
+    invocation.setMethod(change.methodBySource);
   }
-  if (attachment.source) {
-    const Operation operation(change.methodBySource, vmId, Json{{"source", *attachment.source}});
-    operation.finish(output,
-                     (operation.client().*change.bySource)(vmId, vel::SourceId(*attachment.source)),
-                     "source " + std::to_string(*attachment.source) + " " + change.done);
-  } else {
-    const Operation operation(change.method, vmId, Json{{"device", *attachment.device}});
-    operation.finish(
-        output, (operation.client().*change.byNumber)(vmId, vel::DeviceNumber(*attachment.device)),
-        "device " + std::to_string(*attachment.device) + " " + change.done);
-  }
+  const auto result = invocation.call([isBySource](const vel::Client& client, const Values& values) {
+    return isBySource ? (client.*change.bySource)(values.vm(), values.source("--source"))
+                      : (client.*change.byNumber)(values.vm(), values.device());
+  });
+  invocation.finish(result, (isBySource ? "source {--source} " : "device {DEVICE} ") +
+                                std::string(change.done) + " {--vm}");
 }
 
-void connectDevice(const Output& output, const Attachment& attachment) {
-  changeAttachment(kConnect, output, attachment);
+std::string onlyOneName(const Arguments& arguments) {
+  return arguments.count("--source") == arguments.count("DEVICE")
+             ? "name the device as DEVICE or with --source, not both"
+             : "";
 }
 
-void disconnectDevice(const Output& output, const Attachment& attachment) {
-  changeAttachment(kDisconnect, output, attachment);
-}
+constexpr AttachmentChange kAttach = {&vel::Client::attach, "connectDeviceBySrcId",
+                                      &vel::Client::attach, "attached to"};
+constexpr AttachmentChange kDetach = {&vel::Client::detach, "disconnectDeviceBySrcId",
+                                      &vel::Client::detach, "detached from"};
 
-struct Redirection {
-  unsigned short first = 0;
-  unsigned short second = 0;
-  std::string vmId;
-};
-
-void redirect(const Output& output, const Redirection& redirection) {
-  const Operation operation("redirectDevice", redirection.vmId,
-                            Json{{"first", redirection.first}, {"second", redirection.second}});
-  operation.finish(
-      output,
-      operation.client().redirect(redirection.vmId, vel::DeviceNumber(redirection.first),
-                                  redirection.second),
-      "redirected " + std::to_string(redirection.first) + " " + std::to_string(redirection.second));
-}
-
-struct NewNetworkDevice {
-  int type = 0;
-  std::string device;
-};
-
-void addToNetwork(const Output& output, const NewNetworkDevice& added) {
-  const Operation operation("addNetworkDevice",
-                            Json{{"type", added.type}, {"device", jsonText(added.device)}});
-  operation.finish(output, operation.client().addNetworkDevice(added.type, added.device),
-                   printableInQuotes(added.device) + " added");
-}
-
-struct RemovedNetworkDevice {
-  std::string device;
-  std::string detail;
-};
-
-void removeFromNetwork(const Output& output, const RemovedNetworkDevice& removed) {
-  const Operation operation("deleteNetworkDevice", Json{{"device", jsonText(removed.device)},
-                                                        {"detail", jsonText(removed.detail)}});
-  operation.finish(output, operation.client().removeNetworkDevice(removed.device, removed.detail),
-                   printableInQuotes(removed.device) + " removed");
-}
-
-void addAttachmentCommand(CommandLine& commandLine, const ParserCommand& group,
-                          const std::string& name, const std::string& help,
-                          void (*run)(const Output&, const Attachment&)) {
-  const auto [command, attachment] = addCommand(commandLine, group, name, help, run);
-  addNumber(command, "device", attachment.device, "Number of the device");
-  addNumber(command, "--source", attachment.source,
-            "Source id of the device, in place of its number");
-  addVm(command, attachment.vmId).required();
-}
-
-void addNetworkCommands(CommandLine& commandLine, const ParserCommand& devices) {
-  const ParserCommand group = devices.addGroup("network", "Network devices");
-  const auto add = addCommand(commandLine, group, "add", "Add a network device", addToNetwork);
-  add.command.addOption("type", add.arguments.type, "Type of the device (a number of the service)")
-      .required();
-  add.command.addOption("device", add.arguments.device, "Description of the device").required();
-  const auto remove =
-      addCommand(commandLine, group, "remove", "Remove a network device", removeFromNetwork);
-  remove.command.addOption("device", remove.arguments.device, "Description it was added with")
-      .required();
-  remove.command.addOption("detail", remove.arguments.detail,
-                           "Further detail for the service (default: none)");
+Parameter sourceOption() {
+  return source("--source", "Source id of the device, in place of DEVICE");
 }
 
 }  // namespace
 
-void addDeviceCommands(CommandLine& commandLine) {
-  const ParserCommand group =
-      commandLine.group("device", "Devices of this machine and of the network");
-
-  const auto listed =
-      addCommand(commandLine, group, "list",
-                 "List the devices of this machine, or those that a VM can have", listDevices);
-  listed.command.addOption("--vm", listed.arguments.vmId, "Devices that this VM can have")
-      .typeName("NAME");
-
-  const auto status = addCommand(commandLine, group, "status", "Show one device", showDevice);
-  addNumber(status.command, "device", status.arguments.device, "Number of the device").required();
-
-  addAttachmentCommand(commandLine, group, "connect", "Attach a device to a VM", connectDevice);
-  addAttachmentCommand(commandLine, group, "disconnect", "Detach a device from a VM",
-                       disconnectDevice);
-
-  const auto redirection =
-      addCommand(commandLine, group, "redirect",
-                 "Redirect a device by two numbers, whose meaning the service defines", redirect);
-  addNumber(redirection.command, "first", redirection.arguments.first, "First number").required();
-  addNumber(redirection.command, "second", redirection.arguments.second, "Second number")
-      .required();
-  addVm(redirection.command, redirection.arguments.vmId).required();
-
-  addNetworkCommands(commandLine, group);
+std::vector<Command> deviceCommands() {
+  Action listing = runs("getDeviceList", &listDevices);
+  listing.list = "devices";
+  listing.elements = membersOf(deviceFields());
+  return {
+      {"device list",
+       "List the devices of this machine, or those that a VM can have",
+       {vmOption()},
+       listing,
+       {{"device list", "All devices of this machine"},
+        {"device list --vm win11", "The devices that the VM win11 can have"}}},
+      {"device show",
+       "Show one device in full",
+       {deviceArgument()},
+       shows("getDeviceStatus", "device", "velctl device list", deviceFields(),
+             [](const vel::Client& client, const Values& values) {
+               return client.device(values.device());
+             }),
+       {{"device show 12", "The device with the number 12"},
+        {"device show 'Front camera' --json", "The device with this name, in JSON"}},
+       "",
+       "device status"},
+      {"device attach",
+       "Attach a device to a VM",
+       {deviceArgument().optional(), sourceOption(), vmOption().required()},
+       runs("connectDevice", &changeAttachment<kAttach>, statusMembers()),
+       {{"device attach 12 --vm win11", "Attach the device with the number 12"}},
+       "",
+       "device connect",
+       &onlyOneName},
+      {"device detach",
+       "Detach a device from a VM",
+       {deviceArgument().optional(), sourceOption(), vmOption().required()},
+       runs("disconnectDevice", &changeAttachment<kDetach>, statusMembers()),
+       {{"device detach 12 --vm win11", "Take the device back from win11"}},
+       "",
+       "device disconnect",
+       &onlyOneName},
+      {"device redirect",
+       "Redirect a device in a direction, which is a number of the service",
+       {deviceArgument(),
+        number<std::uint16_t>("DIRECTION",
+                              "Of velsim 0: back to this machine, 1: into the VM, from another VM "
+                              "as well"),
+        vmOption().required()},
+       asks("redirectDevice",
+            [](const vel::Client& client, const Values& values) {
+              return client.redirect(values.vm(), values.device(),
+                                     values.number<std::uint16_t>("DIRECTION"));
+            },
+            "device {DEVICE} redirected for {--vm}: {DIRECTION}"),
+       {{"device redirect 12 1 --vm win11", "Into win11, also from another VM"}}},
+  };
 }
 
 }  // namespace velctl

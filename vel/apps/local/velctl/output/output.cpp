@@ -1,4 +1,4 @@
-#include "vel/apps/local/velctl/output.h"
+#include "vel/apps/local/velctl/output/output.h"
 
 #include <cstring>
 
@@ -6,8 +6,8 @@
 
 #include "base/text.h"
 #include "vel/apps/local/velctl/failure.h"
-#include "vel/apps/local/velctl/interruption.h"
 #include "vel/apps/local/velctl/output/printable_json.h"
+#include "vel/apps/local/velctl/run/interruption.h"
 
 namespace velctl {
 
@@ -28,12 +28,24 @@ void Output::json(const Json& json) const {
 
 void Output::text(const std::string& lines) const {
   if (const int error = writeInterruptibly(descriptor_, lines)) {
-    throw Failure(kExitOutputFailed,
+    throw Failure(kExitOutputLost,
                   std::string("writing to standard output: ") + std::strerror(error));
   }
 }
 
-void Output::note(const std::string& text) {
+void Output::done(const std::string& text, const Json& json) const {
+  if (form_ == Form::kJson || !isQuiet_) {
+    line(text, json);
+  }
+}
+
+void Output::note(const std::string& text) const {
+  if (!isQuiet_) {
+    error(text);
+  }
+}
+
+void Output::error(const std::string& text) {
   message("velctl: " + text);
 }
 
@@ -47,7 +59,7 @@ void Output::message(const std::string& line) {
 
 void Output::noteDropped(std::size_t count, const std::string& noun) {
   if (count > 0) {
-    note(base::counted(count, noun) + " dropped: standard output was blocked");
+    error(base::counted(count, noun) + " dropped: standard output was blocked");
   }
 }
 

@@ -1,7 +1,7 @@
 // A queue between the threads of the bus and the main thread.
 
-#ifndef VEL_APPS_LOCAL_VELCTL_INBOX_H
-#define VEL_APPS_LOCAL_VELCTL_INBOX_H
+#ifndef VEL_APPS_LOCAL_VELCTL_RUN_INBOX_H
+#define VEL_APPS_LOCAL_VELCTL_RUN_INBOX_H
 
 #include <cstddef>
 #include <deque>
@@ -109,4 +109,4 @@ class Inbox {
 
 }  // namespace velctl
 
-#endif  // VEL_APPS_LOCAL_VELCTL_INBOX_H
+#endif  // VEL_APPS_LOCAL_VELCTL_RUN_INBOX_H

@@ -1,4 +1,4 @@
-#include "vel/apps/local/velctl/service_interface.h"
+#include "vel/apps/local/velctl/run/service_interface.h"
 
 #include <cstdint>
 #include <memory>

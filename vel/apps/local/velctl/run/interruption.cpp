@@ -1,4 +1,4 @@
-#include "vel/apps/local/velctl/interruption.h"
+#include "vel/apps/local/velctl/run/interruption.h"
 
 #include <atomic>
 #include <cerrno>

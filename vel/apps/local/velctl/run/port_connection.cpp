@@ -1,4 +1,4 @@
-#include "vel/apps/local/velctl/port_connection.h"
+#include "vel/apps/local/velctl/run/port_connection.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -10,7 +10,7 @@
 
 #include "base/would_block.h"
 #include "vel/apps/local/velctl/failure.h"
-#include "vel/apps/local/velctl/interruption.h"
+#include "vel/apps/local/velctl/run/interruption.h"
 
 namespace velctl {
 namespace {
@@ -92,7 +92,7 @@ void PortConnection::flush() {
   const Clock::time_point deadline = Clock::now() + limit_;
   while (!sendSome()) {
     if (Clock::now() >= deadline) {
-      throw Failure(kExitNoAnswer, path_ + ": the port has taken nothing for " +
+      throw Failure(kExitNoReply, path_ + ": the port has taken nothing for " +
                                        std::to_string(limit_.count()) + " s; --wait waits longer");
     }
     poll(POLLOUT, deadline);
@@ -132,7 +132,7 @@ void PortConnection::poll(short events, Clock::time_point deadline) const {
 }
 
 void PortConnection::failClosed() const {
-  throw Failure(kExitNoAnswer, path_ + ": the far end has closed the port");
+  throw Failure(kExitNoReply, path_ + ": the far end has closed the port");
 }
 
 }  // namespace velctl

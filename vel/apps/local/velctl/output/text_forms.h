@@ -1,15 +1,14 @@
 // Texts and bytes from the service, in forms for people and for JSON.
 
-#ifndef VEL_APPS_LOCAL_VELCTL_DISPLAY_H
-#define VEL_APPS_LOCAL_VELCTL_DISPLAY_H
+#ifndef VEL_APPS_LOCAL_VELCTL_OUTPUT_TEXT_FORMS_H
+#define VEL_APPS_LOCAL_VELCTL_OUTPUT_TEXT_FORMS_H
 
 #include <array>
 #include <cstddef>
 #include <string>
 #include <string_view>
-#include <vector>
 
-#include "vel/apps/local/velctl/output.h"
+#include "vel/apps/local/velctl/output/json.h"
 
 namespace velctl {
 
@@ -33,23 +32,6 @@ std::string_view textOf(const std::array<unsigned char, size>& bytes) {
 // like the one before it.
 std::string hexDump(std::string_view bytes);
 
-// Rows, under headings if there are any, in columns as wide as their cells. The cells are printable
-// already.
-class Table {
- public:
-  using Row = std::vector<std::string>;
-
-  Table() = default;
-  explicit Table(Row headings) : rows_{std::move(headings)} {}
-
-  void add(Row row) { rows_.push_back(std::move(row)); }
-  // Without a newline at the end.
-  std::string text() const;
-
- private:
-  std::vector<Row> rows_;
-};
-
 }  // namespace velctl
 
-#endif  // VEL_APPS_LOCAL_VELCTL_DISPLAY_H
+#endif  // VEL_APPS_LOCAL_VELCTL_OUTPUT_TEXT_FORMS_H

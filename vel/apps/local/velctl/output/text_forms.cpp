@@ -1,6 +1,5 @@
-#include "vel/apps/local/velctl/display.h"
+#include "vel/apps/local/velctl/output/text_forms.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "base/printable.h"
@@ -11,16 +10,6 @@ namespace velctl {
 namespace {
 
 constexpr std::size_t kBytesPerLine = 16;
-
-// In columns, as far as each character has one.
-std::size_t widthOf(std::string_view text) {
-  std::size_t columns = 0;
-  while (!text.empty()) {
-    text.remove_prefix(base::firstCharacter(text).length);
-    ++columns;
-  }
-  return columns;
-}
 
 }  // namespace
 
@@ -67,26 +56,6 @@ std::string hexDump(std::string_view bytes) {
     lines.append(" ").append(digits).append("  |").append(shown).append("|");
   }
   return lines;
-}
-
-std::string Table::text() const {
-  std::vector<std::size_t> widths;
-  for (const Row& row : rows_) {
-    widths.resize(std::max(widths.size(), row.size()));
-    for (std::size_t column = 0; column < row.size(); ++column) {
-      widths[column] = std::max(widths[column], widthOf(row[column]));
-    }
-  }
-  std::string text;
-  for (const Row& row : rows_) {
-    text += text.empty() ? "" : "\n";
-    for (std::size_t column = 0; column < row.size(); ++column) {
-      const bool isLast = column + 1 == row.size();
-      text += row[column];
-      text += isLast ? "" : std::string(widths[column] + 2 - widthOf(row[column]), ' ');
-    }
-  }
-  return text;
 }
 
 }  // namespace velctl

@@ -1,7 +1,7 @@
 // A request to the service that a call of the library must not delay.
 
-#ifndef VEL_APPS_LOCAL_VELCTL_SERVICE_INTERFACE_H
-#define VEL_APPS_LOCAL_VELCTL_SERVICE_INTERFACE_H
+#ifndef VEL_APPS_LOCAL_VELCTL_RUN_SERVICE_INTERFACE_H
+#define VEL_APPS_LOCAL_VELCTL_RUN_SERVICE_INTERFACE_H
 
 #include "base/result.h"
 
@@ -20,4 +20,4 @@ base::Result<void> endJoystickSubscription(const qx::VelProxy& subscriber);
 
 }  // namespace velctl
 
-#endif  // VEL_APPS_LOCAL_VELCTL_SERVICE_INTERFACE_H
+#endif  // VEL_APPS_LOCAL_VELCTL_RUN_SERVICE_INTERFACE_H

@@ -1,7 +1,7 @@
 // The client's end of a pen port: a Unix stream socket.
 
-#ifndef VEL_APPS_LOCAL_VELCTL_PORT_CONNECTION_H
-#define VEL_APPS_LOCAL_VELCTL_PORT_CONNECTION_H
+#ifndef VEL_APPS_LOCAL_VELCTL_RUN_PORT_CONNECTION_H
+#define VEL_APPS_LOCAL_VELCTL_RUN_PORT_CONNECTION_H
 
 #include <array>
 #include <chrono>
@@ -67,4 +67,4 @@ class PortConnection {
 
 }  // namespace velctl
 
-#endif  // VEL_APPS_LOCAL_VELCTL_PORT_CONNECTION_H
+#endif  // VEL_APPS_LOCAL_VELCTL_RUN_PORT_CONNECTION_H

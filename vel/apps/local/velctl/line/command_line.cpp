@@ -1,0 +1,378 @@
+#include "vel/apps/local/velctl/line/command_line.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <numeric>
+#include <sstream>
+#include <utility>
+
+#include <CLI/CLI.hpp>
+
+#include "base/text.h"
+#include "vel/apps/local/velctl/exit_codes.h"
+#include "vel/apps/local/velctl/output/text_forms.h"
+
+namespace velctl {
+namespace {
+
+constexpr std::size_t kHelpColumn = 30;
+
+// "device" and "attach"; "status" and "".
+std::pair<std::string, std::string> nounAndVerb(const std::string& path) {
+  const std::size_t blank = path.find(' ');
+  return blank == std::string::npos
+             ? std::pair(path, std::string())
+             : std::pair(path.substr(0, blank), path.substr(blank + 1));
+}
+
+std::string footer() {
+  std::string text =
+      "Data goes to standard output, messages go to standard error.\n"
+      "\n"
+      "Environment:\n"
+      "  QXBUS_ADDRESS   Address of the bus, or direct:PATH, the socket of the service (default:\n"
+      "                  the session bus, without one direct:)\n"
+      "  QX_APP_DATA     Folder of the log\n"
+      "  QX_LOG_LEVEL    debug, info, error or off (default: error)\n"
+      "  NO_COLOR        No colours\n"
+      "\n"
+      "Exit status:\n";
+  for (const ExitMeaning& each : kExitMeanings) {
+    std::string line = "  " + std::to_string(each.code) + ' ' + std::string(each.name);
+    line.resize(std::max(line.size() + 1, std::size_t{20}), ' ');
+    text += line + std::string(each.meaning) + '\n';
+  }
+  text += "\nvelctl help COMMAND shows a command.\n";
+  return text;
+}
+
+std::string examplesOf(const Command& command) {
+  std::string text;
+  if (!command.details.empty()) {
+    text += command.details + "\n\n";
+  }
+  if (!command.examples.empty()) {
+    text += "Examples:\n";
+    for (const Example& example : command.examples) {
+      text += "  velctl " + example.line + "\n      " + example.meaning + '\n';
+    }
+  }
+  return text;
+}
+
+std::string describedHelp(const Parameter& parameter) {
+  std::string text = parameter.help;
+  if (parameter.legend) {
+    std::vector<std::string> words;
+    for (const velprotocol::Meaning& meaning : *parameter.legend) {
+      words.push_back(std::string(meaning.word) + " (" + std::to_string(meaning.number) + ")");
+    }
+    text += ": " + base::joined(words);
+  }
+  if (!parameter.choices.empty()) {
+    text += ": " + base::joined(parameter.choices);
+  }
+  if (parameter.fallback) {
+    text += parameter.fallback->empty() ? " (default: this machine)"
+                                        : " (default: " + *parameter.fallback + ")";
+  }
+  return text;
+}
+
+// Adds a parameter, whose texts go into the arguments.
+void addParameter(CLI::App& app, const Parameter& parameter, Arguments& arguments) {
+  const auto take = [&arguments, &parameter](const CLI::results_t& texts) {
+    arguments[parameter.name] = texts;
+    return true;
+  };
+  const std::string names =
+      parameter.letter.empty() ? parameter.name : parameter.letter + ',' + parameter.name;
+  if (parameter.kind == Kind::kFlag) {
+    app.add_flag_callback(
+        names, [&arguments, &parameter] { arguments[parameter.name] = {}; },
+        parameter.help);
+    return;
+  }
+  CLI::Option* const option = app.add_option(names, take, describedHelp(parameter));
+  option->type_name(parameter.isOption() ? parameter.valueName() : "");
+  option->required(parameter.isRequired);
+  constexpr int kNoLimit = 1 << 28;
+  option->expected(1, parameter.isRepeated ? kNoLimit : 1);
+  option->check([&parameter](const std::string& text) { return mistakeIn(parameter, text); });
+}
+
+// The parser of all commands, and what it has found.
+class Parser {
+ public:
+  Parser() : app_("Controls the peripheral-device service of this machine.", "velctl") {
+    app_.fallthrough();
+    app_.require_subcommand(1);
+    app_.set_version_flag("--version", "velctl " VELCTL_VERSION);
+    app_.get_formatter()->column_width(kHelpColumn);
+    app_.footer(footer());
+    for (const Parameter& option : globalOptions()) {
+      addParameter(app_, option, global_);
+    }
+    for (const Noun& noun : nouns()) {
+      addNoun(noun);
+    }
+  }
+
+  const Arguments& global() const { return global_; }
+  const Arguments& arguments() const { return arguments_; }
+  const Command* chosen() const { return chosen_; }
+  CLI::App& app() { return app_; }
+
+  // The innermost command or noun that the user has named.
+  const CLI::App& named() const {
+    const CLI::App* app = &app_;
+    while (!app->get_subcommands().empty()) {
+      app = app->get_subcommands().front();
+    }
+    return *app;
+  }
+
+  // "velctl device attach"
+  static std::string pathOf(const CLI::App& app) {
+    const CLI::App* const outer = app.get_parent();
+    return outer ? pathOf(*outer) + ' ' + app.get_name() : app.get_name();
+  }
+
+  std::string helpOf(const CLI::App& app) const {
+    const CLI::App* const outer = app.get_parent();
+    std::string help = app.help(outer ? pathOf(*outer) : "");
+    if (outer) {
+      help += globalHelp();
+    }
+    return help;
+  }
+
+ private:
+  void addNoun(const Noun& noun) {
+    CLI::App* group = nullptr;
+    for (const Command& command : commands()) {
+      const auto [first, verb] = nounAndVerb(command.path);
+      if (first != noun.name) {
+        continue;
+      }
+      if (verb.empty()) {
+        addCommand(*app_.add_subcommand(first, command.summary), command);
+        continue;
+      }
+      if (!group) {
+        group = app_.add_subcommand(first, noun.summary)->require_subcommand(1);
+      }
+      addCommand(*group->add_subcommand(verb, command.summary), command);
+    }
+  }
+
+  void addCommand(CLI::App& app, const Command& command) {
+    for (const Parameter& parameter : command.parameters) {
+      addParameter(app, parameter, arguments_);
+    }
+    app.footer(examplesOf(command));
+    // Only stored: a mistake later on the line must be found before anything runs.
+    app.callback([this, &command] { chosen_ = &command; });
+  }
+
+  static std::string globalHelp() {
+    std::string text = "\nEvery command has:\n";
+    for (const Parameter& option : globalOptions()) {
+      std::string line = "  " + option.name;
+      line += option.kind == Kind::kFlag ? "" : ' ' + option.valueName();
+      line.resize(std::max(line.size() + 1, kHelpColumn), ' ');
+      text += line + option.help + '\n';
+    }
+    return text;
+  }
+
+  CLI::App app_;
+  Arguments global_;
+  Arguments arguments_;
+  const Command* chosen_ = nullptr;
+};
+
+// --- Mistakes ------------------------------------------------------------------------------------
+
+// How many letters to change, insert, remove or swap with the next, to make one word of another.
+std::size_t distance(const std::string& a, const std::string& b) {
+  std::vector<std::vector<std::size_t>> rows(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
+  std::iota(rows[0].begin(), rows[0].end(), std::size_t{0});
+  for (std::size_t i = 1; i <= a.size(); ++i) {
+    rows[i][0] = i;
+    for (std::size_t j = 1; j <= b.size(); ++j) {
+      const std::size_t change = a[i - 1] == b[j - 1] ? 0 : 1;
+      rows[i][j] =
+          std::min({rows[i - 1][j] + 1, rows[i][j - 1] + 1, rows[i - 1][j - 1] + change});
+      if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1]) {
+        rows[i][j] = std::min(rows[i][j], rows[i - 2][j - 2] + 1);
+      }
+    }
+  }
+  return rows[a.size()][b.size()];
+}
+
+// "; did you mean list or show?"
+std::string suggestion(const std::string& word, const std::vector<std::string>& words) {
+  const std::vector<std::string> near = nearest(word, words);
+  return near.empty() ? "" : "; did you mean " + base::joined(near, " or ") + "?";
+}
+
+// The commands that were spelled as the line begins: "velctl device connect" is now ...
+std::string newSpelling(const std::vector<std::string>& arguments) {
+  std::string line;
+  for (const std::string& argument : arguments) {
+    line += argument + ' ';
+  }
+  for (const Command& command : commands()) {
+    if (!command.formerly.empty() && line.rfind(command.formerly + ' ', 0) == 0) {
+      return "\"" + command.formerly + "\" is now \"" + command.path + "\"";
+    }
+  }
+  return {};
+}
+
+// "Could not ..." begins in the middle of a line; names in capitals stay.
+std::string uncapitalized(std::string text) {
+  const bool isWord = text.size() > 1 && std::islower(static_cast<unsigned char>(text[1])) != 0;
+  if (isWord) {
+    text[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[0])));
+  }
+  return text;
+}
+
+std::vector<std::string> namesInside(const CLI::App& app) {
+  std::vector<std::string> names;
+  for (const CLI::App* const inner : app.get_subcommands({})) {
+    names.push_back(inner->get_name());
+  }
+  return names;
+}
+
+std::vector<std::string> optionsOf(const CLI::App& app) {
+  std::vector<std::string> names;
+  for (const CLI::App* each = &app; each; each = each->get_parent()) {
+    for (const CLI::Option* const option : each->get_options()) {
+      for (const std::string& name : option->get_lnames()) {
+        names.push_back("--" + name);
+      }
+    }
+  }
+  return names;
+}
+
+std::string mistakeOf(const CLI::App& app, const std::vector<std::string>& unknown,
+                      const CLI::ParseError& error) {
+  const bool isOption = !unknown.empty() && unknown.front().rfind('-', 0) == 0;
+  if (isOption) {
+    return "unknown option " + printableLines(unknown.front()) +
+           suggestion(unknown.front(), optionsOf(app));
+  }
+  // The parser notices that a command is missing before it notices another word in its place.
+  if (app.get_require_subcommand_min() > 0) {
+    return unknown.empty() ? "a command is missing"
+                           : "unknown command " + printableInQuotes(unknown.front()) +
+                                 suggestion(unknown.front(), namesInside(app));
+  }
+  return printableLines(uncapitalized(error.what()));
+}
+
+bool has(const std::vector<std::string>& arguments, const std::string& option) {
+  return std::find(arguments.begin(), arguments.end(), option) != arguments.end();
+}
+
+}  // namespace
+
+const std::vector<Parameter>& globalOptions() {
+  static const auto& options = *new std::vector<Parameter>{
+      flag("--json", "Write data as JSON, one object per line"),
+      flag("--quiet", "Write data and errors only"),
+      thing(Kind::kSeconds, "--timeout", "Give up after so many seconds"),
+      thing(Kind::kText, "--bus", "Address of the bus, as in QXBUS_ADDRESS"),
+      flag("--verbose", "Log every step of the library, not only errors").withLetter("-v"),
+  };
+  return options;
+}
+
+std::vector<std::string> nearest(const std::string& word, const std::vector<std::string>& words) {
+  // One slip in a short word, two in a longer one.
+  const std::size_t most = word.size() <= 4 ? 1 : 2;
+  std::vector<std::string> near;
+  for (std::size_t slips = 0; slips <= most && near.empty(); ++slips) {
+    for (const std::string& each : words) {
+      const bool isBeginning = slips == most && word.size() >= 3 && each.rfind(word, 0) == 0;
+      if (isBeginning || distance(word, each) == slips) {
+        near.push_back(each);
+      }
+    }
+  }
+  return near;
+}
+
+ParsedLine parseLine(const std::vector<std::string>& arguments) {
+  Parser parser;
+  ParsedLine line;
+  std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
+  try {
+    // The parser takes them from the end.
+    parser.app().parse(reversed);
+    line.command = parser.chosen();
+    line.arguments = parser.arguments();
+  } catch (const CLI::CallForVersion& version) {
+    line.help = std::string(version.what()) + '\n';
+  } catch (const CLI::Success&) {  // --help
+    line.help = parser.helpOf(parser.named());
+  } catch (const CLI::ParseError& error) {
+    const CLI::App& app = parser.named();
+    const std::string path = Parser::pathOf(app);
+    const std::string changed = newSpelling(arguments);
+    line.mistake = (changed.empty() ? path + ": " + mistakeOf(app, parser.app().remaining(true), error)
+                                    : "velctl: " + changed) +
+                   "; see " + path + " --help";
+  }
+  if (line.command && line.command->rule) {
+    const std::string broken = line.command->rule(line.arguments);
+    if (!broken.empty()) {
+      const std::string path = "velctl " + line.command->path;
+      line.mistake = path + ": " + broken + "; see " + path + " --help";
+    }
+  }
+  const Arguments& global = parser.global();
+  // A mistake may come before the parser has reached them.
+  line.isJson = has(arguments, "--json");
+  line.isQuiet = has(arguments, "--quiet");
+  line.isVerbose = global.count("--verbose") != 0;
+  if (const auto timeout = global.find("--timeout"); timeout != global.end()) {
+    constexpr double kMsPerSecond = 1000;
+    line.timeout = std::chrono::milliseconds(static_cast<std::int64_t>(
+        std::strtod(timeout->second.front().c_str(), nullptr) * kMsPerSecond));
+  }
+  if (const auto bus = global.find("--bus"); bus != global.end()) {
+    line.bus = bus->second.front();
+  }
+  return line;
+}
+
+std::string helpOf(const std::string& path) {
+  std::vector<std::string> words;
+  std::istringstream stream(path);
+  for (std::string word; stream >> word;) {
+    words.push_back(word);
+  }
+  words.emplace_back("--help");
+  return parseLine(words).help;
+}
+
+const Parameter* Command::parameter(const std::string& name) const {
+  for (const Parameter& parameter : parameters) {
+    if (parameter.name == name) {
+      return &parameter;
+    }
+  }
+  return nullptr;
+}
+
+}  // namespace velctl

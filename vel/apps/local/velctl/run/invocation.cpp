@@ -1,0 +1,308 @@
+#include "vel/apps/local/velctl/run/invocation.h"
+
+#include <algorithm>
+#include <map>
+#include <optional>
+
+#include "base/printable.h"
+#include "base/text.h"
+#include "bus/dbus/bus_failure.h"
+#include "platform/app_data_path.h"
+#include "vel/apps/local/velctl/output/text_forms.h"
+#include "vel/apps/local/velctl/run/things.h"
+
+namespace velctl {
+namespace {
+
+bool isThing(Kind kind) {
+  return kind >= Kind::kVm;
+}
+
+// Whether a text is a number rather than a name.
+bool isDigits(const std::string& text) {
+  return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+}
+
+std::string shownValue(const Parameter& parameter, const std::string& text) {
+  const bool isPlain = parameter.isNumber() || parameter.kind == Kind::kUsbId ||
+                       (isThing(parameter.kind) && numberIn(parameter, text));
+  return isPlain ? text : printableInQuotes(text);
+}
+
+// For the JSON form.
+Json jsonValue(const Parameter& parameter, const Value& value) {
+  if (parameter.isLong()) {
+    return std::to_string(value.number);
+  }
+  if (parameter.kind == Kind::kSigned) {
+    return static_cast<std::int64_t>(value.number);
+  }
+  if (parameter.isNumber() || isThing(parameter.kind)) {
+    return value.number;
+  }
+  if (parameter.kind == Kind::kFlag) {
+    return true;
+  }
+  if (!parameter.isRepeated) {
+    return jsonText(value.texts.front());
+  }
+  Json texts = Json::array();
+  for (const std::string& text : value.texts) {
+    texts.push_back(jsonText(text));
+  }
+  return texts;
+}
+
+std::string numberedNames(const std::vector<Thing>& things) {
+  std::vector<std::string> names;
+  for (const Thing& thing : things) {
+    names.push_back(std::to_string(thing.number));
+  }
+  return base::joined(names);
+}
+
+}  // namespace
+
+std::string displayName(const std::string& vm) {
+  return vm.empty() ? "this machine" : base::printable(vm);
+}
+
+std::string quotedName(const std::string& vm) {
+  return vm.empty() ? "this machine" : printableInQuotes(vm);
+}
+
+std::chrono::seconds timeLimitOf(const std::string& method) {
+  return std::chrono::ceil<std::chrono::seconds>(vel::Client::timeLimit(method));
+}
+
+Invocation::Invocation(const Command& command, const Arguments& arguments, Session& session)
+    : command_(command), session_(session) {
+  describe(arguments);
+  setMethod(command.action.method);
+  resolve(arguments);
+}
+
+// --- The request ---------------------------------------------------------------------------------
+
+void Invocation::describe(const Arguments& arguments) {
+  std::string vm;
+  for (const Parameter& parameter : command_.parameters) {
+    const auto given = arguments.find(parameter.name);
+    const bool isGiven = given != arguments.end();
+    if (parameter.isSilent || parameter.kind == Kind::kFlag || parameter.isRepeated ||
+        (!isGiven && !parameter.fallback)) {
+      continue;
+    }
+    const std::string text = isGiven ? given->second.front() : *parameter.fallback;
+    if (parameter.kind == Kind::kVm) {
+      vm = " for " + quotedName(text);
+    } else {
+      details_ += ' ' + shownValue(parameter, text);
+    }
+  }
+  details_ += vm;
+}
+
+void Invocation::setMethod(const std::string& method) {
+  method_ = method;
+  description_ = (method.empty() ? command_.path : method) + details_;
+  if (!method.empty()) {
+    request_["operation"] = method;
+  }
+}
+
+void Invocation::resolve(const Arguments& arguments) {
+  std::map<std::string, Value> values;
+  Json members = Json::object();
+  for (const Parameter& parameter : command_.parameters) {
+    const auto given = arguments.find(parameter.name);
+    if (given == arguments.end() && !parameter.fallback) {
+      continue;
+    }
+    const std::vector<std::string> texts =
+        given != arguments.end() ? given->second : std::vector<std::string>{*parameter.fallback};
+    const Value& value = values[parameter.name] = valueOf(parameter, texts);
+    if (parameter.kind == Kind::kVm) {
+      request_["vm"] = jsonText(value.texts.front());
+      request_["vmNumber"] = value.number;
+    } else if (!parameter.isSilent) {
+      members[parameter.key()] = jsonValue(parameter, value);
+    }
+  }
+  request_.update(members);
+  values_ = std::make_shared<Values>(std::move(values));
+}
+
+Value Invocation::valueOf(const Parameter& parameter, const std::vector<std::string>& texts) {
+  Value value{texts, 0};
+  if (parameter.isNumber()) {
+    value.number = numberIn(parameter, texts.front()).value_or(0);
+    return value;
+  }
+  if (!isThing(parameter.kind)) {
+    return value;
+  }
+  const std::string text = texts.front();
+  const std::optional<std::uint64_t> number = numberIn(parameter, text);
+  if (number && parameter.kind != Kind::kVm) {
+    value.number = *number;
+    return value;
+  }
+  if (parameter.kind != Kind::kVm || isDigits(text)) {
+    const vel::Result<std::vector<Thing>> things = session_.call(
+        activityOf({}),
+        [kind = parameter.kind](const vel::Client& client) { return thingsOf(kind, client); });
+    std::vector<Thing> found;
+    for (const Thing& thing : valueOf(things)) {
+      if (thing.name == text) {
+        found.push_back(thing);
+      }
+    }
+    if (parameter.kind == Kind::kVm) {
+      // A name that consists of digits comes before a number.
+      const auto isThat = [&text](const Thing& vm) { return std::to_string(vm.number) == text; };
+      const auto vm = std::find_if(things->begin(), things->end(), isThat);
+      if (found.empty() && vm != things->end()) {
+        value.texts = {vm->name};
+      }
+    } else if (found.empty()) {
+      fail(kExitUnknown, "no " + nounOf(parameter.kind) + " has this name; " +
+                             listingOf(parameter.kind) + " shows them");
+    } else if (found.size() > 1) {
+      fail(kExitUnknown, base::counted(found.size(), nounOf(parameter.kind)) + " have the name " +
+                             printableInQuotes(text) + ": " + numberedNames(found) +
+                             "; give the number");
+    } else {
+      value.number = found.front().number;
+      return value;
+    }
+  }
+  value.number = valueOf(session_.call(activityOf({}),
+                                       [vm = value.texts.front()](const vel::Client& client) {
+                                         return client.vmNumber(vm);
+                                       }))
+                     .value();
+  return value;
+}
+
+Session::Activity Invocation::activityOf(const std::string& activity) const {
+  return {activity.empty() ? "waiting for the answer to " + description_ : activity,
+          timeLimitOf(method_)};
+}
+
+// --- Results -------------------------------------------------------------------------------------
+
+Json Invocation::answered(const Json& members) const {
+  Json json = request_;
+  json.update(members);
+  return json;
+}
+
+void Invocation::finishWith(const std::string& text, const Json& members) const {
+  output().line(text, answered(members));
+}
+
+void Invocation::finish(const vel::Result<void>& result, const std::string& done) const {
+  check(result);
+  output().done(filledIn(done), answered(Json{{"status", 0}, {"statusName", "ok"}}));
+}
+
+void Invocation::finishSent(const vel::Result<void>& result, const std::string& done) const {
+  check(result);
+  // The request has only been handed to the bus, and would be lost if this process ended now. The
+  // bus keeps the order of the requests of one connection, so the answer to a later one shows that
+  // the service has received this one.
+  check(session_.call(activityOf({}), [](const vel::Client& client) { return client.vms(); }));
+  output().done(filledIn(done), answered(Json::object()));
+}
+
+void Invocation::finishList(const std::string& name, const Json& elements,
+                            const std::string& text) const {
+  const Json json = answered(Json{{name, elements}});
+  if (elements.empty()) {
+    output().json(json);
+    output().note("no " + name);
+  } else {
+    output().line(text, json);
+  }
+}
+
+std::string Invocation::filledIn(const std::string& text) const {
+  std::string filled = text;
+  for (const Parameter& parameter : command_.parameters) {
+    const std::string mark = '{' + parameter.name + '}';
+    const std::size_t at = filled.find(mark);
+    if (at == std::string::npos) {
+      continue;
+    }
+    std::string value;
+    if (parameter.kind == Kind::kVm) {
+      value = displayName(values_->text(parameter.name));
+    } else if (parameter.isNumber() && parameter.legend) {
+      value = numberWithMeaning(*parameter.legend, values_->number<std::int64_t>(parameter.name));
+    } else if (parameter.kind == Kind::kSigned) {
+      value = std::to_string(values_->number<std::int64_t>(parameter.name));
+    } else if (parameter.isNumber() || isThing(parameter.kind)) {
+      value = std::to_string(values_->number<std::uint64_t>(parameter.name));
+    } else if (parameter.kind == Kind::kUsbId) {
+      value = values_->text(parameter.name);
+    } else {
+      value = printableInQuotes(values_->text(parameter.name));
+    }
+    filled.replace(at, mark.size(), value);
+  }
+  return filled;
+}
+
+// --- Failures ------------------------------------------------------------------------------------
+
+std::string Invocation::logs() {
+  const std::string log = GetAppDataPath();
+  return "; see the service's log" + (log.empty() ? "" : ", or the log in " + log);
+}
+
+void Invocation::fail(ExitCode code, const std::string& reason) const {
+  throw Failure(code, description_ + ": " + reason);
+}
+
+void Invocation::fail(const vel::Error& error) const {
+  const std::string text = base::printable(error.text());
+  switch (error.kind()) {
+    case vel::ErrorKind::kNoBus:
+      fail(kExitNoBus, "the bus cannot be reached: " + base::printable(qxbus::busFailure()) +
+                           "; start it, or set QXBUS_ADDRESS to the address of another");
+    case vel::ErrorKind::kNoService:
+      fail(kExitNoService, (qxbus::isBusDirect() ? base::printable(qxbus::busFailure()) : text) +
+                               "; start velserviced, or velsim to try without hardware");
+    case vel::ErrorKind::kUnknownVm:
+      fail(kExitUnknown, "the service has no VM of this name; velctl vm list shows its VMs");
+    case vel::ErrorKind::kRefused: {
+      const std::int32_t status = error.status().value_or(0);
+      const velprotocol::Legend legend("", velprotocol::kStatuses);
+      const auto* const meaning =
+          std::find_if(legend.begin(), legend.end(),
+                       [status](const velprotocol::Meaning& row) { return row.number == status; });
+      throw Failure(kExitRefused,
+                    description_ + ": the service refused with status " +
+                        (meaning == legend.end()
+                             ? std::to_string(status) + ", to which it gives the meaning" + logs()
+                             : numberWithMeaning(legend, status) + ": " +
+                                   std::string(meaning->explanation)),
+                    status);
+    }
+    case vel::ErrorKind::kRefusedArgument:
+      fail(kExitRefused, "nothing was sent: " + text);
+    case vel::ErrorKind::kNoThread:
+      fail(kExitFailed, text);
+    case vel::ErrorKind::kNoReply:
+      // The service may have died meanwhile.
+      check(session_.call(activityOf({}), [](const vel::Client& client) { return client.connect(); }));
+      fail(kExitNoReply, text + logs());
+    case vel::ErrorKind::kErrorReply:
+    case vel::ErrorKind::kBadReply:
+      break;
+  }
+  fail(kExitErrorReply, "no usable answer: " + text + logs());
+}
+
+}  // namespace velctl

@@ -1,0 +1,122 @@
+// One run of velctl: its waiting for the service, which a signal and --timeout end.
+
+#ifndef VEL_APPS_LOCAL_VELCTL_RUN_SESSION_H
+#define VEL_APPS_LOCAL_VELCTL_RUN_SESSION_H
+
+#include <algorithm>
+#include <chrono>
+#include <functional>
+#include <list>
+#include <memory>
+#include <optional>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+#include "platform/mutex.h"
+#include "vel/apps/local/velctl/output/output.h"
+#include "vel/apps/local/velctl/run/inbox.h"
+#include "vel/apps/local/velctl/run/interruption.h"
+#include "vel/apps/local/velctl/run/progress.h"
+#include "vel/client/client.h"
+
+namespace velctl {
+
+// Thrown where the time of --timeout ends a wait.
+class TimeOver {};
+
+// THREADS   The main thread, if no other is named. Functions that are called on another one may run
+//           on after the command has ended: they hold all that they use.
+class Session {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  // What is waited for, for the progress line.
+  struct Activity {
+    std::string text;
+    std::chrono::seconds limit{0};
+  };
+
+  // timeout: of the whole command. Constructs the Interruption; throws Failure.
+  Session(const Output& output, std::optional<std::chrono::milliseconds> timeout);
+
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  const Output& output() const { return output_; }
+  std::optional<std::chrono::milliseconds> timeout() const { return timeout_; }
+
+  // Calls a function when the command is to stop, on another thread, at once if it is already;
+  // until the result ends.
+  class [[nodiscard]] StopListener {
+   public:
+    StopListener(Session& session, std::function<void()> onStop);
+    ~StopListener();
+    StopListener(const StopListener&) = delete;
+    StopListener& operator=(const StopListener&) = delete;
+
+   private:
+    Session& session_;
+    std::list<std::function<void()>>::iterator entry_;
+  };
+
+  // The next item; nullopt when the time has passed, which may be never. Throws Interrupted, and
+  // TimeOver.
+  template <typename Item>
+  std::optional<Item> next(Inbox<Item>& inbox, Progress& progress,
+                           Clock::time_point until = Clock::time_point::max()) {
+    const StopListener listener(*this, [&inbox] { inbox.stop(); });
+    for (;;) {
+      const Clock::time_point wake = wakeTime(progress, until);
+      std::optional<Item> item = inbox.next(wake);
+      if (item) {
+        progress.erase();
+        return item;
+      }
+      throwIfStopped();
+      progress.update();
+      if (Clock::now() >= until) {
+        return std::nullopt;
+      }
+    }
+  }
+
+  // Calls an operation of the client on another thread, and waits for its result.
+  template <typename Operation>
+  auto call(const Activity& activity, Operation operation)
+      -> std::invoke_result_t<Operation, const vel::Client&> {
+    using Value = typename std::invoke_result_t<Operation, const vel::Client&>::value_type;
+    struct Ended {};
+    const auto ends = std::make_shared<Inbox<Ended>>();
+    vel::Task<Value> task([operation = std::move(operation)] { return operation(vel::Client()); },
+                          {}, [ends](const auto&) { ends->addAlways({}); }, {});
+    Progress progress(activity.text, activity.limit, output_.isQuiet());
+    try {
+      static_cast<void>(next(*ends, progress));
+    } catch (...) {
+      task.detach();
+      throw;
+    }
+    return task.get();
+  }
+
+  // Throws Interrupted or TimeOver after a request to stop.
+  void throwIfStopped() const;
+
+ private:
+  void stop() QX_EXCLUDES(mutex_);
+  Clock::time_point wakeTime(const Progress& progress, Clock::time_point until) const;
+
+  const Output& output_;
+  const std::optional<std::chrono::milliseconds> timeout_;
+  const Clock::time_point deadline_;
+  mutable platform::Mutex mutex_;
+  bool isStopped_ QX_GUARDED_BY(mutex_) = false;
+  std::list<std::function<void()>> listeners_ QX_GUARDED_BY(mutex_);
+  // The last: its thread uses the others.
+  Interruption interruption_;
+};
+
+}  // namespace velctl
+
+#endif  // VEL_APPS_LOCAL_VELCTL_RUN_SESSION_H
