@@ -3,6 +3,8 @@
 #ifndef BASE_SELF_PIPE_H
 #define BASE_SELF_PIPE_H
 
+#include "base/pipe.h"
+
 namespace base {
 
 // Neither end blocks. Both are closed on exec.
@@ -12,20 +14,19 @@ class SelfPipe {
  public:
   // isOpen() is false, and errno says why, when the system has no descriptor left.
   SelfPipe();
-  ~SelfPipe();
   SelfPipe(const SelfPipe&) = delete;
   SelfPipe& operator=(const SelfPipe&) = delete;
 
-  bool isOpen() const { return ends_[0] >= 0; }
+  bool isOpen() const { return pipe_.readEnd.isOpen(); }
   // Readable from wake() to drain().
-  int readEnd() const { return ends_[0]; }
+  int readEnd() const { return pipe_.readEnd.number(); }
 
   // Does not change errno. A full pipe wakes, too.
   void wake() const;
   void drain() const;
 
  private:
-  int ends_[2] = {-1, -1};
+  const Pipe pipe_;
 };
 
 }  // namespace base

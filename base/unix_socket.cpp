@@ -103,17 +103,35 @@ int connectTo(const Socket& socket, const sockaddr* address, socklen_t size) {
   return result == 0 ? 0 : errno;
 }
 
-std::optional<uid_t> peerUser(const Socket& socket) {
+Peer peerOf(const Socket& socket) {
+  Peer peer;
 #ifdef SO_PEERCRED
-  struct ucred peer = {};
-  socklen_t size = sizeof peer;
-  const bool isKnown = ::getsockopt(socket.number(), SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0;
-  return isKnown ? std::optional(peer.uid) : std::nullopt;
+  struct ucred credentials = {};
+  socklen_t size = sizeof credentials;
+  if (::getsockopt(socket.number(), SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0) {
+    return peer;
+  }
+  peer.user = credentials.uid;
+  pid_t process = credentials.pid;
 #else
   uid_t user = 0;
   gid_t group = 0;
-  return ::getpeereid(socket.number(), &user, &group) == 0 ? std::optional(user) : std::nullopt;
+  if (::getpeereid(socket.number(), &user, &group) != 0) {
+    return peer;
+  }
+  peer.user = user;
+  pid_t process = 0;
+#ifdef LOCAL_PEERPID
+  socklen_t size = sizeof process;
+  if (::getsockopt(socket.number(), SOL_LOCAL, LOCAL_PEERPID, &process, &size) != 0) {
+    process = 0;
+  }
 #endif
+#endif
+  if (process > 0) {
+    peer.process = process;
+  }
+  return peer;
 }
 
 ssize_t sendSome(const Socket& socket, const unsigned char* bytes, std::size_t length) {

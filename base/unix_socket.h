@@ -33,8 +33,12 @@ int connectTo(const Socket& socket, const std::string& path);
 // The same, to any Unix address.
 int connectTo(const Socket& socket, const sockaddr* address, socklen_t size);
 
-// The user that the other end ran as when it connected, or began to listen, as the system says.
-std::optional<uid_t> peerUser(const Socket& socket);
+// Who the other end was when it connected, or began to listen, as the system says.
+struct Peer {
+  std::optional<uid_t> user;
+  std::optional<pid_t> process;  // not every system says it, nor of a process in another container
+};
+Peer peerOf(const Socket& socket);
 
 // As send() and recv(), repeated when a signal interrupts them.
 ssize_t sendSome(const Socket& socket, const unsigned char* bytes, std::size_t length);

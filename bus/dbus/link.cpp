@@ -151,8 +151,9 @@ std::string refusalOf(std::optional<uid_t> user) {
 base::Result<std::shared_ptr<Link>> Link::connect(std::string address, const std::string& service,
                                                   const std::string& rule,
                                                   const MakeHandlers& makeHandlers,
-                                                  Clock::time_point deadline) {
-  auto connected = attempt(std::move(address), service, rule, makeHandlers, deadline);
+                                                  Clock::time_point deadline,
+                                                  DialAttempts* attempts) {
+  auto connected = attempt(std::move(address), service, rule, makeHandlers, deadline, attempts);
   setBusFailure(connected.reason());
   return connected;
 }
@@ -160,7 +161,8 @@ base::Result<std::shared_ptr<Link>> Link::connect(std::string address, const std
 base::Result<std::shared_ptr<Link>> Link::attempt(std::string address, const std::string& service,
                                                   const std::string& rule,
                                                   const MakeHandlers& makeHandlers,
-                                                  Clock::time_point deadline) {
+                                                  Clock::time_point deadline,
+                                                  DialAttempts* attempts) {
   if (address.empty()) {
     address = busAddress();
   }
@@ -168,7 +170,8 @@ base::Result<std::shared_ptr<Link>> Link::attempt(std::string address, const std
   const std::string socket = isDirect ? directSocket(address, service) : "";
   const std::string place = isDirect ? "unix:path=" + wire::escaped(socket) : address;
   const std::shared_ptr<Link> link(new Link(isDirect));
-  if (const auto opened = link->open(place, rule, makeHandlers, link, deadline); !opened) {
+  if (const auto opened = link->open(place, rule, makeHandlers, link, deadline, attempts);
+      !opened) {
     return base::Failed{
         (isDirect ? "no service listens at " + socket : "no connection to the bus at " + address) +
         ": " + opened.reason()};
@@ -178,8 +181,8 @@ base::Result<std::shared_ptr<Link>> Link::attempt(std::string address, const std
 
 base::Result<void> Link::open(const std::string& address, const std::string& rule,
                               const MakeHandlers& makeHandlers, const std::weak_ptr<Link>& self,
-                              Clock::time_point deadline) {
-  const auto opened = Connection::open(address, makeHandlers(self), deadline);
+                              Clock::time_point deadline, DialAttempts* attempts) {
+  const auto opened = Connection::open(address, makeHandlers(self), deadline, attempts);
   if (!opened) {
     return opened.failed();
   }
@@ -207,6 +210,12 @@ base::Result<void> Link::open(const std::string& address, const std::string& rul
   return {};
 }
 
+Connection::Handlers Link::repliesOnly(const std::weak_ptr<Link>& /*link*/) {
+  Connection::Handlers handlers;
+  handlers.interestIn = [](const wire::Header& /*header*/) { return Connection::Interest::kNone; };
+  return handlers;
+}
+
 std::shared_ptr<Connection> Link::connection() const {
   const platform::MutexLock lock(mutex_);
   return connection_;
@@ -229,7 +238,7 @@ base::Result<Link::Owner> Link::find(const std::string& busName, std::vector<std
                                      Clock::time_point deadline) const {
   const std::shared_ptr<Connection> bus = connection();
   if (isDirect_) {
-    return isOpen() ? Owner{kPeerName, bus->peerUser()} : Owner{};
+    return isOpen() ? Owner{kPeerName, bus->peer().user} : Owner{};
   }
   std::list<Question> matching;
   for (const std::string& rule : *rules) {
@@ -296,17 +305,26 @@ void Link::releaseName(const std::string& busName, Clock::time_point deadline) c
 
 std::optional<uid_t> Link::userOf(const std::string& name, Clock::time_point deadline) const {
   if (isDirect_) {
-    return connection()->peerUser();
+    return connection()->peer().user;
   }
   const auto reply = ask(*connection(), callOf("GetConnectionUnixUser", name), deadline);
   const auto user = firstArgument<std::uint32_t>(reply);
   return user ? std::optional<uid_t>(*user) : std::nullopt;
 }
 
+std::optional<pid_t> Link::processOf(const std::string& name, Clock::time_point deadline) const {
+  if (isDirect_) {
+    return connection()->peer().process;
+  }
+  const auto reply = ask(*connection(), callOf("GetConnectionUnixProcessID", name), deadline);
+  const auto process = firstArgument<std::uint32_t>(reply);
+  return process ? std::optional<pid_t>(static_cast<pid_t>(*process)) : std::nullopt;
+}
+
 std::optional<uid_t> Link::knownUser(std::string_view uniqueName) const {
   const platform::MutexLock lock(mutex_);
   if (isDirect_) {
-    return connection_ ? connection_->peerUser() : std::nullopt;
+    return connection_ ? connection_->peer().user : std::nullopt;
   }
   const auto known = users_.find(uniqueName);
   return known == users_.end() ? std::nullopt : std::optional(known->second);

@@ -45,11 +45,16 @@ class Link : public std::enable_shared_from_this<Link> {
   // stands for busAddress(), an empty rule for no signals.
   //
   // The reason of a failure names the address; busFailure() gives the same one.
+  //
+  // attempts   as for dial()
   static base::Result<std::shared_ptr<Link>> connect(std::string address,
                                                      const std::string& service,
                                                      const std::string& rule,
                                                      const MakeHandlers& makeHandlers,
-                                                     Clock::time_point deadline);
+                                                     Clock::time_point deadline,
+                                                     DialAttempts* attempts = nullptr);
+  // For a client that only calls: it takes no message but replies.
+  static Connection::Handlers repliesOnly(const std::weak_ptr<Link>& link);
 
   bool isDirect() const { return isDirect_; }
   bool isOpen() const;
@@ -90,6 +95,8 @@ class Link : public std::enable_shared_from_this<Link> {
 
   // The user of a unique or a well-known name; nullopt when it has no owner, or there is no answer.
   std::optional<uid_t> userOf(const std::string& name, Clock::time_point deadline) const;
+  // The process, likewise. Not every system says it.
+  std::optional<pid_t> processOf(const std::string& name, Clock::time_point deadline) const;
   // The user of a unique name, if it has been asked for.
   std::optional<uid_t> knownUser(std::string_view uniqueName) const;
   void remember(std::string_view uniqueName, uid_t user);
@@ -107,14 +114,12 @@ class Link : public std::enable_shared_from_this<Link> {
  private:
   explicit Link(bool isDirect) : isDirect_(isDirect) {}
 
-  static base::Result<std::shared_ptr<Link>> attempt(std::string address,
-                                                     const std::string& service,
-                                                     const std::string& rule,
-                                                     const MakeHandlers& makeHandlers,
-                                                     Clock::time_point deadline);
+  static base::Result<std::shared_ptr<Link>> attempt(
+      std::string address, const std::string& service, const std::string& rule,
+      const MakeHandlers& makeHandlers, Clock::time_point deadline, DialAttempts* attempts);
   base::Result<void> open(const std::string& address, const std::string& rule,
                           const MakeHandlers& makeHandlers, const std::weak_ptr<Link>& self,
-                          Clock::time_point deadline);
+                          Clock::time_point deadline, DialAttempts* attempts);
 
   const bool isDirect_;
 

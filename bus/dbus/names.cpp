@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 #include <sys/stat.h>
 
 #include "bus/dbus/direct.h"
+#include "bus/dbus/service_check.h"
 #include "bus/dbus/wire/address.h"
 #include "bus/dbus/wire/grammar.h"
 
@@ -61,15 +63,24 @@ bool isMemberName(const std::string& member) {
   return wire::isMemberName(member);
 }
 
-std::string busAddress() {
-  for (const char* const variable : {"QXBUS_ADDRESS", "DBUS_SESSION_BUS_ADDRESS"}) {
+BusAddress busAddressInUse() {
+  using Source = BusAddress::Source;
+  const std::pair<const char*, Source> variables[] = {
+      {"QXBUS_ADDRESS", Source::kOwnVariable},
+      {"DBUS_SESSION_BUS_ADDRESS", Source::kSessionVariable}};
+  for (const auto& [variable, source] : variables) {
     std::string address = environment(variable);
     if (!address.empty()) {
-      return address;
+      return {std::move(address), source};
     }
   }
   std::string session = sessionBus();
-  return session.empty() ? kDirectAddress : session;
+  return session.empty() ? BusAddress{kDirectAddress, Source::kDefault}
+                         : BusAddress{std::move(session), Source::kSessionSocket};
+}
+
+std::string busAddress() {
+  return busAddressInUse().text;
 }
 
 }  // namespace qxbus

@@ -26,8 +26,7 @@ inline std::string interfaceOf(const std::string& service) {
 bool isServiceName(const std::string& service);
 bool isMemberName(const std::string& member);
 
-// The address of the bus: QXBUS_ADDRESS when set, else the session bus if there is one, else
-// "direct:".
+// See busAddressInUse().
 std::string busAddress();
 
 }  // namespace qxbus

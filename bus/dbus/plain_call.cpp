@@ -18,19 +18,12 @@ PlainReply failed(PlainReply::Kind kind, std::string text) {
   return {kind, {}, std::move(text)};
 }
 
-// Nothing but the reply is of interest.
-Connection::Handlers noHandlers(const std::weak_ptr<Link>& /*link*/) {
-  Connection::Handlers handlers;
-  handlers.interestIn = [](const wire::Header& /*header*/) { return Connection::Interest::kNone; };
-  return handlers;
-}
-
 }  // namespace
 
 PlainReply callPlain(const std::string& address, const PlainCall& call,
                      std::chrono::milliseconds time) {
   const Clock::time_point connecting = deadlineAfter(kBusTimeoutMs);
-  const auto link = Link::connect(address, call.service, "", noHandlers, connecting);
+  const auto link = Link::connect(address, call.service, "", Link::repliesOnly, connecting);
   if (!link) {
     return failed(PlainReply::Kind::kNoService, link.reason());
   }

@@ -52,6 +52,26 @@ class ListenerTest : public testing::Test {
   const std::string path = folder / "port";
 };
 
+TEST_F(ListenerTest, NamesItsUserAndItsProcessToAClient) {
+  const Listener listener(path);
+  const Socket client = base::newSocket();
+  ASSERT_EQ(base::connectTo(client, path), 0);
+
+  const base::Peer peer = base::peerOf(client);
+
+  EXPECT_EQ(peer.user, ::geteuid());
+#if defined(__linux__) || defined(__APPLE__)
+  EXPECT_EQ(peer.process, ::getpid());
+#endif
+}
+
+TEST_F(ListenerTest, OfASocketWithoutAnOtherEndThereIsNoUser) {
+  const base::Peer peer = base::peerOf(Socket());
+
+  EXPECT_EQ(peer.user, std::nullopt);
+  EXPECT_EQ(peer.process, std::nullopt);
+}
+
 TEST_F(ListenerTest, TakesClientsOneAfterTheOther) {
   const Listener listener(path);
   EXPECT_FALSE(listener.accept());

@@ -19,6 +19,10 @@
 //       its main thread, which alone blocks it, and prints "SIGTERM"
 //   bus_process connect-as PATH UID
 //       connects to a socket as another user; prints "connected" or "refused"
+//   bus_process check VARIABLE=VALUE [UID]
+//       checks the way to service "vel", as another user if one is given; prints the source of the
+//       address, the link that is broken, and the file that has to do with it: numbers of enum
+//       values, -1 for none, and an empty line for no file
 //   bus_process losses VARIABLE=VALUE
 //       connects to service "vel", uses it, and loses the connection, a thousand times; prints how
 //       many more descriptors, threads and blocks of memory are in use
@@ -56,6 +60,7 @@
 
 #include "base/text.h"
 #include "bus/dbus/bus_failure.h"
+#include "bus/dbus/service_check.h"
 #include "bus/dbus/service_host.h"
 #include "bus/dbus/transport/connection.h"
 #include "bus/dbus/value.h"
@@ -433,6 +438,20 @@ int connectAs(const std::string& path, unsigned int user) {
   return 0;
 }
 
+int check(const char* user) {
+  if (user && !become(static_cast<unsigned int>(std::strtoul(user, nullptr, 10)))) {
+    std::perror("bus_process");
+    return 1;
+  }
+  const qxbus::ServiceCheck checked =
+      qxbus::checkService("vel", "", std::chrono::milliseconds(10000));
+  say(std::to_string(static_cast<int>(checked.address.source)));
+  say(std::to_string(checked.broken ? static_cast<int>(*checked.broken) : -1));
+  const bool hasFile = !checked.sockets.empty() && checked.sockets.back().file;
+  say(hasFile ? checked.sockets.back().file->path : "");
+  return 0;
+}
+
 int run(int argc, char** argv) {
   const std::string mode = argc > 1 ? argv[1] : "";
   if (mode == "connect-as" && argc > 3) {
@@ -451,6 +470,9 @@ int run(int argc, char** argv) {
   }
   if (argc > 2) {
     setVariable(argv[2]);
+  }
+  if (mode == "check") {
+    return check(argc > 3 ? argv[3] : nullptr);
   }
   if (mode == "threads") {
     runOutOfThreads();

@@ -31,7 +31,7 @@ std::string newGuid() {
 }
 
 std::optional<std::uint32_t> admitted(const base::Socket& socket) {
-  const std::optional<uid_t> user = base::peerUser(socket);
+  const std::optional<uid_t> user = base::peerOf(socket).user;
   const bool isAdmitted = user && (*user == ::geteuid() || *user == 0);
   return isAdmitted ? std::optional<std::uint32_t>(*user) : std::nullopt;
 }

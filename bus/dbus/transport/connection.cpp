@@ -486,8 +486,8 @@ void Connection::Core::end() {
 // --- Connection ----------------------------------------------------------------------------------
 
 Connection::Connection(std::shared_ptr<Loop> loop, std::shared_ptr<Core> core,
-                       std::optional<uid_t> peerUser)
-    : loop_(std::move(loop)), core_(std::move(core)), peerUser_(peerUser) {}
+                       const base::Peer& peer)
+    : loop_(std::move(loop)), core_(std::move(core)), peer_(peer) {}
 
 Connection::~Connection() {
   core_->requestClose();
@@ -495,8 +495,9 @@ Connection::~Connection() {
 
 base::Result<std::shared_ptr<Connection>> Connection::open(const std::string& address,
                                                            Handlers handlers,
-                                                           Clock::time_point deadline) {
-  base::Result<Dialed> dialed = dial(address, deadline);
+                                                           Clock::time_point deadline,
+                                                           DialAttempts* attempts) {
+  base::Result<Dialed> dialed = dial(address, deadline, attempts);
   if (!dialed) {
     return dialed.failed();
   }
@@ -504,20 +505,20 @@ base::Result<std::shared_ptr<Connection>> Connection::open(const std::string& ad
   if (!loop) {
     return loop.failed();
   }
-  const std::optional<uid_t> user = base::peerUser(dialed->socket);
+  const base::Peer peer = base::peerOf(dialed->socket);
   auto core = std::make_shared<Core>(*loop, true, std::move(dialed->socket),
                                      std::move(dialed->inbox), std::move(handlers));
   core->hold(dialed->lastWords);
   (*loop)->add(core);
-  return std::shared_ptr<Connection>(new Connection(*loop, std::move(core), user));
+  return std::shared_ptr<Connection>(new Connection(*loop, std::move(core), peer));
 }
 
 std::shared_ptr<Connection> Connection::adopt(std::shared_ptr<Loop> loop, base::Socket socket,
                                               Inbox inbox, Handlers handlers) {
-  const std::optional<uid_t> user = base::peerUser(socket);
+  const base::Peer peer = base::peerOf(socket);
   auto core =
       std::make_shared<Core>(loop, false, std::move(socket), std::move(inbox), std::move(handlers));
-  std::shared_ptr<Connection> connection(new Connection(loop, core, user));
+  std::shared_ptr<Connection> connection(new Connection(loop, core, peer));
   loop->add(std::move(core));
   return connection;
 }

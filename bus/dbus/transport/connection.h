@@ -19,6 +19,7 @@
 
 #include "base/result.h"
 #include "base/unix_socket.h"
+#include "bus/dbus/transport/dial.h"
 #include "bus/dbus/transport/inbox.h"
 #include "bus/dbus/transport/loop.h"
 #include "bus/dbus/transport/outcome.h"
@@ -49,9 +50,12 @@ class Connection {
   };
 
   // Connects to one of the places of a D-Bus address and authenticates, with a loop of its own.
+  //
+  // attempts   as for dial()
   static base::Result<std::shared_ptr<Connection>> open(const std::string& address,
                                                         Handlers handlers,
-                                                        Clock::time_point deadline);
+                                                        Clock::time_point deadline,
+                                                        DialAttempts* attempts = nullptr);
 
   // Goes on with a socket whose other end has authenticated, in a loop that others share.
   //
@@ -66,8 +70,8 @@ class Connection {
   Connection& operator=(const Connection&) = delete;
 
   bool isOpen() const;
-  // The user of the other end.
-  std::optional<uid_t> peerUser() const { return peerUser_; }
+  // Who the other end is.
+  const base::Peer& peer() const { return peer_; }
   // The loop that reads it.
   const std::shared_ptr<Loop>& sharedLoop() const { return loop_; }
 
@@ -110,11 +114,11 @@ class Connection {
  private:
   class Core;
 
-  Connection(std::shared_ptr<Loop> loop, std::shared_ptr<Core> core, std::optional<uid_t> peerUser);
+  Connection(std::shared_ptr<Loop> loop, std::shared_ptr<Core> core, const base::Peer& peer);
 
   const std::shared_ptr<Loop> loop_;
   const std::shared_ptr<Core> core_;
-  const std::optional<uid_t> peerUser_;
+  const base::Peer peer_;
 };
 
 }  // namespace qxbus

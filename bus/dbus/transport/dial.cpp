@@ -47,8 +47,9 @@ bool waitFor(const base::Socket& socket, short events, Clock::time_point deadlin
   return false;
 }
 
-base::Result<base::Socket> connectTo(const wire::SocketAddress& address,
-                                     Clock::time_point deadline) {
+// refusal: errno when the system refuses the connection; otherwise unchanged
+base::Result<base::Socket> connectTo(const wire::SocketAddress& address, Clock::time_point deadline,
+                                     int* refusal) {
   base::Socket socket = base::newSocket();
   for (;;) {
     const int error =
@@ -66,6 +67,7 @@ base::Result<base::Socket> connectTo(const wire::SocketAddress& address,
       }
       std::this_thread::sleep_for(kRetry);
     } else {
+      *refusal = error;
       return base::Failed{textOf(error)};
     }
   }
@@ -123,12 +125,25 @@ base::Result<Dialed> authenticate(base::Socket socket, Clock::time_point deadlin
   }
 }
 
-base::Result<Dialed> dialOne(const wire::SocketAddress& address, Clock::time_point deadline) {
+base::Result<Dialed> dialOne(const wire::SocketAddress& address, Clock::time_point deadline,
+                             DialAttempt* attempt) {
+  using Step = DialAttempt::Step;
+  attempt->place = address.text;
+  attempt->path = address.socket.sun_path;
+  attempt->step = Step::kConnection;
   try {
-    base::Result<base::Socket> socket = connectTo(address, deadline);
-    return socket ? authenticate(std::move(*socket), deadline)
-                  : base::Result<Dialed>(socket.failed());
+    base::Result<base::Socket> socket = connectTo(address, deadline, &attempt->error);
+    if (!socket) {
+      return socket.failed();
+    }
+    attempt->step = Step::kAuthentication;
+    base::Result<Dialed> dialed = authenticate(std::move(*socket), deadline);
+    if (dialed) {
+      attempt->step = Step::kDone;
+    }
+    return dialed;
   } catch (const std::system_error& error) {
+    attempt->error = error.code().value();
     return base::Failed{error.what()};
   }
 }
@@ -140,7 +155,8 @@ base::Failed refusedByPeer(const std::string& detail) {
                       detail};
 }
 
-base::Result<Dialed> dial(const std::string& address, Clock::time_point deadline) {
+base::Result<Dialed> dial(const std::string& address, Clock::time_point deadline,
+                          DialAttempts* attempts) {
   const base::Result<wire::SocketAddresses> places = wire::parseAddresses(address);
   if (!places) {
     return places.failed();
@@ -148,7 +164,12 @@ base::Result<Dialed> dial(const std::string& address, Clock::time_point deadline
   const bool isOnePlace = places->usable.size() + places->refused.size() == 1;
   std::string reasons;
   for (const wire::SocketAddress& place : places->usable) {
-    base::Result<Dialed> dialed = dialOne(place, deadline);
+    DialAttempt attempt;
+    base::Result<Dialed> dialed = dialOne(place, deadline, &attempt);
+    if (attempts) {
+      attempt.reason = dialed.reason();
+      attempts->push_back(std::move(attempt));
+    }
     if (dialed) {
       return dialed;
     }
@@ -158,6 +179,9 @@ base::Result<Dialed> dial(const std::string& address, Clock::time_point deadline
   }
   for (const std::string& refused : places->refused) {
     reasons += (reasons.empty() ? "" : "; ") + refused;
+    if (attempts) {
+      attempts->push_back({"", "", DialAttempt::Step::kAddress, 0, refused});
+    }
   }
   return base::Failed{reasons};
 }

@@ -1,5 +1,4 @@
-// What velsim_process.h is made of: descriptors, files, places for sockets, and a start of a
-// program.
+// What velsim_process.h is made of: descriptors, files, and places for sockets.
 
 #ifndef VEL_APPS_LOCAL_VELSIM_TESTING_INTERNAL_H
 #define VEL_APPS_LOCAL_VELSIM_TESTING_INTERNAL_H
@@ -7,24 +6,18 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <map>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/types.h>
 #include <unistd.h>
-
-extern char** environ;  // NOLINT(readability-redundant-declaration): not every unistd.h has it
 
 namespace velsim_testing {
 
@@ -148,73 +141,6 @@ class Places {
   const pid_t owner_;
   std::string directory_;
   std::array<std::atomic<bool>, 256> used_ = {};
-};
-
-// posix_spawn() and what it needs.
-class Spawning {
- public:
-  Spawning() {
-    ::posix_spawn_file_actions_init(&actions_);
-    ::posix_spawnattr_init(&attributes_);
-    // Signals that the test blocks or ignores are velsim's own matter.
-    sigset_t signals;
-    sigemptyset(&signals);
-    ::posix_spawnattr_setsigmask(&attributes_, &signals);
-    for (const int signal : {SIGINT, SIGTERM, SIGPIPE}) {
-      sigaddset(&signals, signal);
-    }
-    ::posix_spawnattr_setsigdefault(&attributes_, &signals);
-    ::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-  }
-  ~Spawning() {
-    ::posix_spawn_file_actions_destroy(&actions_);
-    ::posix_spawnattr_destroy(&attributes_);
-  }
-  Spawning(const Spawning&) = delete;
-  Spawning& operator=(const Spawning&) = delete;
-
-  void readNothing() {
-    ::posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-  }
-  void pass(int from, int to) { ::posix_spawn_file_actions_adddup2(&actions_, from, to); }
-
-  pid_t run(const std::vector<std::string>& command,
-            std::map<std::string, std::string> environment) {
-    for (char** entry = environ; *entry; ++entry) {
-      const std::string variable = *entry;
-      const std::size_t equals = variable.find('=');
-      if (equals != std::string::npos) {
-        environment.emplace(variable.substr(0, equals), variable.substr(equals + 1));
-      }
-    }
-    std::vector<std::string> variables;
-    variables.reserve(environment.size());
-    for (const auto& [name, value] : environment) {
-      variables.emplace_back(name).append(1, '=').append(value);
-    }
-    std::vector<std::string> words = command;
-    pid_t pid = -1;
-    const int error = ::posix_spawnp(&pid, words.front().c_str(), &actions_, &attributes_,
-                                     pointersTo(words).data(), pointersTo(variables).data());
-    if (error != 0) {
-      throw VelsimError("cannot start " + command.front() + ": " + std::strerror(error));
-    }
-    return pid;
-  }
-
- private:
-  static std::vector<char*> pointersTo(std::vector<std::string>& texts) {
-    std::vector<char*> pointers;
-    pointers.reserve(texts.size() + 1);
-    for (std::string& text : texts) {
-      pointers.push_back(text.data());
-    }
-    pointers.push_back(nullptr);
-    return pointers;
-  }
-
-  posix_spawn_file_actions_t actions_ = {};
-  posix_spawnattr_t attributes_ = {};
 };
 
 }  // namespace internal

@@ -36,6 +36,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "base/spawning.h"
 #include "vel/apps/local/velsim/testing/internal.h"
 
 // The path of the program, which velproxy_velsim_test() defines.
@@ -192,12 +193,16 @@ class VelsimProcess {
     }
     log_ = std::make_unique<internal::Output>();
     output_ = std::make_unique<internal::Output>();
-    internal::Spawning spawning;
+    base::Spawning spawning;
     spawning.readNothing();
     spawning.pass(output_->number(), STDOUT_FILENO);
     spawning.pass(log_->number(), STDERR_FILENO);
     spawning.pass(theirs.number(), kSocketOfVelsim);
-    pid_ = spawning.run(command(), options_.environment);
+    const base::Result<pid_t> pid = spawning.run(command(), options_.environment);
+    if (!pid) {
+      throw VelsimError(pid.reason());
+    }
+    pid_ = *pid;
     status_ = -1;
     socket_ = std::move(ours);
     received_.clear();
