@@ -4,6 +4,7 @@
 #include <exception>
 
 #include "base/printable.h"
+#include "vel/apps/local/velctl/completion/entry.h"
 #include "vel/apps/local/velctl/failure.h"
 #include "vel/apps/local/velctl/line/command_line.h"
 #include "vel/apps/local/velctl/output/field.h"
@@ -35,8 +36,7 @@ ExitCode report(const Output& output, const ParsedLine& line, const Failure& fai
     error["operation"] = line.command->action.method;
   }
   if (failure.status()) {
-    addMember(error,
-              {"status", Type::kMeaning, velprotocol::Legend("", velprotocol::kStatuses)},
+    addMember(error, {"status", Type::kMeaning, velprotocol::Legend("", velprotocol::kStatuses)},
               *failure.status());
   }
   error["text"] = jsonText(text);
@@ -48,13 +48,16 @@ ExitCode report(const Output& output, const ParsedLine& line, const Failure& fai
   return failure.code();
 }
 
-void run(const Output& output, const ParsedLine& line) {
+ExitCode run(const Output& output, const ParsedLine& line) {
   if (!line.mistake.empty()) {
     throw Failure(kExitUsage, line.mistake);
   }
   if (!line.help.empty()) {
     output.text(line.help);
-    return;
+    return kExitDone;
+  }
+  if (line.command->action.runAlone) {
+    return line.command->action.runAlone(line, output);
   }
   chooseLogLevel(line.isVerbose);
   if (line.bus) {
@@ -66,6 +69,7 @@ void run(const Output& output, const ParsedLine& line) {
     Invocation invocation(*line.command, line.arguments, session);
     description = invocation.description();
     line.command->action.run(invocation);
+    return kExitDone;
   } catch (const Interrupted&) {
     throw Failure(kExitInterrupted, description + ": interrupted");
   } catch (const TimeOver&) {
@@ -76,12 +80,15 @@ void run(const Output& output, const ParsedLine& line) {
 }  // namespace
 
 ExitCode runCommandLine(const std::vector<std::string>& arguments, int dataDescriptor) {
+  if (asksForCandidates(arguments)) {
+    writeCandidates(arguments, Output(dataDescriptor, Form::kText, true));
+    return kExitDone;
+  }
   const ParsedLine line = parseLine(arguments);
   const Output output(dataDescriptor, line.isJson ? Form::kJson : Form::kText, line.isQuiet);
   try {
     try {
-      run(output, line);
-      return kExitDone;
+      return run(output, line);
     } catch (const Failure& failure) {
       return report(output, line, failure);
     } catch (const std::exception& error) {

@@ -10,6 +10,7 @@
 namespace velctl {
 
 std::vector<Command> deviceCommands();
+std::vector<Command> velctlCommands();
 
 }  // namespace velctl
 

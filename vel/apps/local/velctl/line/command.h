@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "vel/apps/local/velctl/exit_codes.h"
 #include "vel/apps/local/velctl/line/arguments.h"
 #include "vel/apps/local/velctl/line/parameter.h"
 #include "vel/apps/local/velctl/output/field.h"
@@ -14,6 +15,8 @@
 namespace velctl {
 
 class Invocation;
+class Output;
+struct ParsedLine;
 
 // What a command does, and what its JSON form has behind the parameters. actions.h makes them.
 struct Action {
@@ -25,6 +28,8 @@ struct Action {
   // The answer has a list under this name, whose elements have these members; empty: none.
   std::string list;
   std::vector<Member> elements;
+  // In place of run, of a command that runs others: handles signals itself.
+  ExitCode (*runAlone)(const ParsedLine& line, const Output& output) = nullptr;
 };
 
 struct Example {

@@ -316,6 +316,7 @@ std::string mistakeIn(const Parameter& parameter, const std::string& text) {
       break;
     }
     case Kind::kText:
+    case Kind::kCommand:
     case Kind::kFlag:
     case Kind::kAddress:
     case Kind::kVm:

@@ -27,6 +27,7 @@ enum class Kind {
   kAddress,  // of another machine
   kPath,
   kChoice,
+  kCommand,  // words of a command of velctl
   // Things of the service, by name or number:
   kVm,
   kDevice,

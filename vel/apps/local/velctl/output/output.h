@@ -22,6 +22,7 @@ class Output {
 
   Form form() const { return form_; }
   bool isQuiet() const { return isQuiet_; }
+  int descriptor() const { return descriptor_; }
   // What the data is shown on.
   Terminal terminal() const { return terminalAt(descriptor_); }
 

@@ -14,10 +14,6 @@
 namespace velctl {
 namespace {
 
-bool isThing(Kind kind) {
-  return kind >= Kind::kVm;
-}
-
 // Whether a text is a number rather than a name.
 bool isDigits(const std::string& text) {
   return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;

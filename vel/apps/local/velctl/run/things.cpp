@@ -1,5 +1,7 @@
 #include "vel/apps/local/velctl/run/things.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace velctl {
@@ -43,6 +45,11 @@ const Words& wordsOf(Kind kind) {
 }
 
 }  // namespace
+
+bool isThing(Kind kind) {
+  return std::any_of(std::begin(kWords), std::end(kWords),
+                     [kind](const Words& words) { return words.kind == kind; });
+}
 
 vel::Result<std::vector<Thing>> thingsOf(Kind kind, const vel::Client& client) {
   const auto byNumber = [](const auto& record) { return record.number.value(); };
