@@ -9,7 +9,14 @@
 
 namespace velctl {
 
+std::vector<Command> vmCommands();
 std::vector<Command> deviceCommands();
+std::vector<Command> newDeviceCommands();
+std::vector<Command> policyCommands();
+std::vector<Command> printerCommands();
+std::vector<Command> queueCommands();
+std::vector<Command> joystickCommands();
+std::vector<Command> serviceCommands();
 std::vector<Command> velctlCommands();
 
 }  // namespace velctl
