@@ -7,6 +7,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "vel/apps/local/velctl/exit_codes.h"
 
@@ -15,16 +16,20 @@ namespace velctl {
 // The text names the request, the reason and the remedy.
 class Failure : public std::runtime_error {
  public:
-  Failure(ExitCode code, const std::string& text, std::optional<std::int32_t> status = std::nullopt)
-      : std::runtime_error(text), code_(code), status_(status) {}
+  Failure(ExitCode code, const std::string& text, std::optional<std::int32_t> status = std::nullopt,
+          std::string method = {})
+      : std::runtime_error(text), code_(code), status_(status), method_(std::move(method)) {}
 
   ExitCode code() const { return code_; }
   // With which the service has refused.
   std::optional<std::int32_t> status() const { return status_; }
+  // Of the request that has failed; empty: there was none.
+  const std::string& method() const { return method_; }
 
  private:
   ExitCode code_;
   std::optional<std::int32_t> status_;
+  std::string method_;
 };
 
 }  // namespace velctl

@@ -28,6 +28,8 @@ struct Action {
   // The answer has a list under this name, whose elements have these members; empty: none.
   std::string list;
   std::vector<Member> elements;
+  // In place of the method for a device that --source names; empty: it cannot.
+  std::string methodBySource = {};
   // In place of run, of a command that runs others: handles signals itself.
   ExitCode (*runAlone)(const ParsedLine& line, const Output& output) = nullptr;
 };
