@@ -35,8 +35,7 @@ std::string mistakeInPath(const std::vector<std::string>& words) {
     const std::vector<std::string> known = wordsBehind(path);
     if (std::find(known.begin(), known.end(), word) == known.end()) {
       const std::vector<std::string> near = nearest(word, known);
-      return "help: unknown command " +
-             printableInQuotes(path.empty() ? word : path + ' ' + word) +
+      return "help: unknown command " + printableInQuotes(path.empty() ? word : path + ' ' + word) +
              (near.empty() ? "" : "; did you mean " + base::joined(near, " or ") + "?") +
              "; see velctl help";
     }

@@ -101,10 +101,14 @@ bool asksForCandidates(const std::vector<std::string>& arguments) {
 }
 
 void writeCandidates(const std::vector<std::string>& arguments, const Output& output) {
-  if (arguments.front() == kCompleteCommand) {
-    writeForWords({arguments.begin() + 1, arguments.end()}, output);
-  } else if (arguments.size() == 3) {
-    writeForLine(arguments[1], arguments[2], output);
+  try {
+    if (arguments.front() == kCompleteCommand) {
+      writeForWords({arguments.begin() + 1, arguments.end()}, output);
+    } else if (arguments.size() == 3) {
+      writeForLine(arguments[1], arguments[2], output);
+    }
+  } catch (const std::exception&) {
+    // The shell has gone away.
   }
 }
 

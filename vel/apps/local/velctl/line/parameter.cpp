@@ -295,14 +295,12 @@ std::string mistakeIn(const Parameter& parameter, const std::string& text) {
       mistake = isSeconds(text) ? "" : shown + " must be a number of seconds, such as 2 or 0.5";
       break;
     case Kind::kUsbId:
-      mistake = isUsbId(text)
-                    ? ""
-                    : shown + " must be a USB vendor and product id, such as 046d:0825";
+      mistake =
+          isUsbId(text) ? "" : shown + " must be a USB vendor and product id, such as 046d:0825";
       break;
     case Kind::kUsbBytes:
-      mistake = text.size() == 16 && base::parseHex(text)
-                    ? ""
-                    : shown + " must be 16 hexadecimal digits";
+      mistake =
+          text.size() == 16 && base::parseHex(text) ? "" : shown + " must be 16 hexadecimal digits";
       break;
     case Kind::kPath:
       mistake = text.empty() ? "must not be empty" : "";
@@ -317,6 +315,7 @@ std::string mistakeIn(const Parameter& parameter, const std::string& text) {
     }
     case Kind::kText:
     case Kind::kCommand:
+    case Kind::kNetworkPrinter:
     case Kind::kFlag:
     case Kind::kAddress:
     case Kind::kVm:

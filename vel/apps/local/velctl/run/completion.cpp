@@ -202,6 +202,10 @@ bool addValues(const Parameter& parameter, const ThingSource& things, Candidates
   }
   if (isThing(parameter.kind)) {
     addThings(parameter, things, candidates);
+  } else if (parameter.kind == Kind::kNetworkPrinter) {
+    for (const Thing& printer : things(parameter.kind)) {
+      candidates->add(printer.name, "");
+    }
   }
   return parameter.kind == Kind::kPath;
 }

@@ -68,6 +68,8 @@ vel::Result<std::vector<Thing>> thingsOf(Kind kind, const vel::Client& client) {
       return named(client.joysticks(), byIndex);
     case Kind::kMapping:
       return named(client.joystickMappings(), byIndex);
+    case Kind::kNetworkPrinter:
+      return named(client.networkPrinters(), [](const vel::NetworkPrinter&) { return 0U; });
     default:
       return std::vector<Thing>();
   }

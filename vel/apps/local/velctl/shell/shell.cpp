@@ -66,8 +66,10 @@ class Shell {
     LineEditor editor(kPrompt, [this](const std::vector<std::string>& words) {
       return candidatesOf(words, globalWords_);
     });
+    std::string latest;
     for (const std::string& line : history.load()) {
       editor.remember(line);
+      latest = line;
     }
     output_.note("help shows the commands, Tab completes; exit or Ctrl-D ends");
     while (!isOver_) {
@@ -75,9 +77,11 @@ class Shell {
       if (!line) {
         break;
       }
-      if (line->find_first_not_of(" \t") != std::string::npos && !mayHaveSecret(*line)) {
-        editor.remember(*line);
-        history.append(*line);
+      const std::string kept = line->substr(0, line->find_last_not_of(" \t") + 1);
+      if (!kept.empty() && kept != latest && !mayHaveSecret(kept)) {
+        editor.remember(kept);
+        history.append(kept);
+        latest = kept;
       }
       runLine(*line);
     }
