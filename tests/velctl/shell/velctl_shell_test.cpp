@@ -30,6 +30,10 @@ class VelctlShellTest : public ShellTest {
     command.emplace_back("shell");
     return run(command, input);
   }
+  bool isSearching() {
+    return processes::comesTrue(
+        [this] { return velsim().log().find("searchAllPrinter") != std::string::npos; });
+  }
 };
 
 TEST_F(VelctlShellTest, RunsTheLinesOfAPipe) {
@@ -98,6 +102,19 @@ TEST_F(VelctlShellTest, EachLineIsRunAsSoonAsItCame) {
   EXPECT_EQ(shell.readLine(),
             "# Completion of velctl for bash: candidates come from velctl itself.");
   EXPECT_FALSE(shell.hasEnded());
+}
+
+TEST_F(VelctlShellTest, ItsEndEndsTheCommandThatRuns) {
+  velsim().control("fault searchAllPrinter 1- no-answer");
+  Process::Options given = options({VELCTL_PATH, "shell"});
+  given.input = "queue search\n";
+  Process shell(given);
+  ASSERT_TRUE(isSearching());
+
+  EXPECT_EQ(shell.end(SIGTERM).status, 128 + SIGTERM);
+
+  EXPECT_TRUE(processes::comesTrue(
+      [&shell] { return shell.err().find("interrupted") != std::string::npos; }));
 }
 
 // --- At a terminal -------------------------------------------------------------------------------
@@ -212,8 +229,7 @@ TEST_F(ShellAtTerminalTest, CtrlCEndsTheCommandThatRuns) {
   velsim().control("fault searchAllPrinter 1- no-answer");
   start();
   type("queue search\n");
-  ASSERT_TRUE(processes::comesTrue(
-      [this] { return velsim().log().find("searchAllPrinter") != std::string::npos; }));
+  ASSERT_TRUE(isSearching());
 
   type("\x03");
 
@@ -223,18 +239,6 @@ TEST_F(ShellAtTerminalTest, CtrlCEndsTheCommandThatRuns) {
   EXPECT_TRUE(shows("Built-in camera"));
   EXPECT_TRUE(prompts());
   EXPECT_EQ(end(), 0);
-}
-
-TEST_F(ShellAtTerminalTest, ItsEndEndsTheCommandThatRuns) {
-  velsim().control("fault searchAllPrinter 1- no-answer");
-  start();
-  type("queue search\n");
-  ASSERT_TRUE(processes::comesTrue(
-      [this] { return velsim().log().find("searchAllPrinter") != std::string::npos; }));
-
-  EXPECT_EQ(shell().end(SIGTERM).status, 128 + SIGTERM);
-
-  EXPECT_TRUE(shows("interrupted")) << "by the command";
 }
 
 TEST_F(ShellAtTerminalTest, LinesCanBeEditedInAnyScript) {
