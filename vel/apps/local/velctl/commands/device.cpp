@@ -30,10 +30,11 @@ struct AttachmentChange {
 template <const AttachmentChange& change>
 void changeAttachment(Invocation& invocation) {
   const bool isBySource = invocation.values().has("--source");
-  const auto result = invocation.call([isBySource](const vel::Client& client, const Values& values) {
-    return isBySource ? (client.*change.bySource)(values.vm(), values.source("--source"))
-                      : (client.*change.byNumber)(values.vm(), values.device());
-  });
+  const auto result =
+      invocation.call([isBySource](const vel::Client& client, const Values& values) {
+        return isBySource ? (client.*change.bySource)(values.vm(), values.source("--source"))
+                          : (client.*change.byNumber)(values.vm(), values.device());
+      });
   invocation.finish(result, (isBySource ? "source {--source} " : "device {DEVICE} ") +
                                 std::string(change.done) + " {--vm}");
 }
@@ -105,12 +106,13 @@ std::vector<Command> deviceCommands() {
                               "Of velsim 0: back to this machine, 1: into the VM, from another VM "
                               "as well"),
         vmOption().required()},
-       asks("redirectDevice",
-            [](const vel::Client& client, const Values& values) {
-              return client.redirect(values.vm(), values.device(),
-                                     values.number<std::uint16_t>("DIRECTION"));
-            },
-            "device {DEVICE} redirected for {--vm}: {DIRECTION}"),
+       asks(
+           "redirectDevice",
+           [](const vel::Client& client, const Values& values) {
+             return client.redirect(values.vm(), values.device(),
+                                    values.number<std::uint16_t>("DIRECTION"));
+           },
+           "device {DEVICE} redirected for {--vm}: {DIRECTION}"),
        {{"device redirect 12 1 --vm win11", "Into win11, also from another VM"}}},
   };
 }

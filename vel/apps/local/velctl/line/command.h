@@ -49,7 +49,7 @@ struct Command {
   std::vector<Example> examples;
   // Further paragraphs of the help; empty for most.
   std::string details = {};
-  // An earlier spelling, of which a mistake says the new one; empty: none.
+  // Earlier spellings, with ", " between several, of which a mistake says the new one; empty: none.
   std::string formerly = {};
   // What must hold between several parameters: returns the mistake, empty for none. May be null.
   std::string (*rule)(const Arguments& arguments) = nullptr;
