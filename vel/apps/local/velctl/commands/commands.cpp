@@ -11,6 +11,7 @@ constexpr Commands* kCommands[] = {
     &watchCommands,    &vmCommands,      &deviceCommands,         &newDeviceCommands,
     &policyCommands,   &printerCommands, &sharedPrinterCommands,  &queueCommands,
     &joystickCommands, &penCommands,     &serviceCommandCommands, &serviceCommands,
+    &velctlCommands,
 };
 
 }  // namespace
@@ -45,6 +46,9 @@ const std::vector<Noun>& nouns() {
       {"command", "Commands of the service"},
       {"self-test", "Self-tests of the service"},
       {"service", "The service itself"},
+      {"shell", ""},
+      {"completion", ""},
+      {"help", ""},
   };
   return all;
 }

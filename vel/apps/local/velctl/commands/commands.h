@@ -21,6 +21,7 @@ std::vector<Command> queueCommands();
 std::vector<Command> serviceCommandCommands();
 std::vector<Command> serviceCommands();
 std::vector<Command> sharedPrinterCommands();
+std::vector<Command> velctlCommands();
 std::vector<Command> watchCommands();
 
 // Rows beside others of their noun, in sources of their own.
