@@ -7,8 +7,10 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "vel/apps/local/velctl/exit_codes.h"
+#include "vel/apps/local/velctl/output/json.h"
 
 namespace velctl {
 
@@ -22,9 +24,19 @@ class Failure : public std::runtime_error {
   // With which the service has refused.
   std::optional<std::int32_t> status() const { return status_; }
 
+  // The same failure of a command that has a part of its answer: the members stand before the error
+  // in the JSON form. Its text form is written before the failure is thrown.
+  Failure with(Json members) const {
+    Failure failure = *this;
+    failure.known_ = std::move(members);
+    return failure;
+  }
+  const Json& known() const { return known_; }
+
  private:
   ExitCode code_;
   std::optional<std::int32_t> status_;
+  Json known_ = Json::object();
 };
 
 }  // namespace velctl

@@ -43,7 +43,9 @@ ExitCode report(const Output& output, const ParsedLine& line, const Failure& fai
   // A mistake on the line begins with the words of the line.
   Output::message((line.mistake.empty() ? "velctl: " : "") + text);
   if (failure.code() != kExitOutputLost) {
-    output.json({{"error", error}});
+    Json json = failure.known();
+    json["error"] = error;
+    output.json(json);
   }
   return failure.code();
 }

@@ -10,6 +10,9 @@
 namespace velctl {
 
 std::vector<Command> deviceCommands();
+std::vector<Command> doctorCommands();
+std::vector<Command> statusCommands();
+std::vector<Command> waitCommands();
 
 }  // namespace velctl
 

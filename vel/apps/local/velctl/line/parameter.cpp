@@ -147,6 +147,12 @@ Parameter Parameter::silent() const {
   return changed;
 }
 
+Parameter Parameter::late() const {
+  Parameter changed = *this;
+  changed.isLate = true;
+  return changed;
+}
+
 Parameter Parameter::orElse(const std::string& value) const {
   Parameter changed = optional();
   changed.fallback = value;

@@ -18,6 +18,11 @@ bool isThing(Kind kind) {
   return kind >= Kind::kVm;
 }
 
+// Whether it is looked up here.
+bool isThing(const Parameter& parameter) {
+  return isThing(parameter.kind) && !parameter.isLate;
+}
+
 // Whether a text is a number rather than a name.
 bool isDigits(const std::string& text) {
   return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
@@ -37,7 +42,7 @@ Json jsonValue(const Parameter& parameter, const Value& value) {
   if (parameter.kind == Kind::kSigned) {
     return static_cast<std::int64_t>(value.number);
   }
-  if (parameter.isNumber() || isThing(parameter.kind)) {
+  if (parameter.isNumber() || isThing(parameter)) {
     return value.number;
   }
   if (parameter.kind == Kind::kFlag) {
@@ -122,7 +127,7 @@ void Invocation::resolve(const Arguments& arguments) {
     const std::vector<std::string> texts =
         given != arguments.end() ? given->second : std::vector<std::string>{*parameter.fallback};
     const Value& value = values[parameter.name] = valueOf(parameter, texts);
-    if (parameter.kind == Kind::kVm) {
+    if (parameter.kind == Kind::kVm && !parameter.isLate) {
       request_["vm"] = jsonText(value.texts.front());
       request_["vmNumber"] = value.number;
     } else if (!parameter.isSilent) {
@@ -139,7 +144,7 @@ Value Invocation::valueOf(const Parameter& parameter, const std::vector<std::str
     value.number = numberIn(parameter, texts.front()).value_or(0);
     return value;
   }
-  if (!isThing(parameter.kind)) {
+  if (!isThing(parameter)) {
     return value;
   }
   const std::string text = texts.front();

@@ -85,11 +85,17 @@ class Session {
   template <typename Operation>
   auto call(const Activity& activity, Operation operation)
       -> std::invoke_result_t<Operation, const vel::Client&> {
-    using Value = typename std::invoke_result_t<Operation, const vel::Client&>::value_type;
+    return run(activity, [operation = std::move(operation)] { return operation(vel::Client()); });
+  }
+
+  // The same for a function that needs no client, and returns a vel::Result.
+  template <typename Function>
+  auto run(const Activity& activity, Function function) -> std::invoke_result_t<Function> {
+    using Value = typename std::invoke_result_t<Function>::value_type;
     struct Ended {};
     const auto ends = std::make_shared<Inbox<Ended>>();
-    vel::Task<Value> task([operation = std::move(operation)] { return operation(vel::Client()); },
-                          {}, [ends](const auto&) { ends->addAlways({}); }, {});
+    vel::Task<Value> task(std::move(function), {}, [ends](const auto&) { ends->addAlways({}); },
+                          {});
     Progress progress(activity.text, activity.limit, output_.isQuiet());
     try {
       static_cast<void>(next(*ends, progress));
