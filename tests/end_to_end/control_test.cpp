@@ -112,8 +112,8 @@ INSTANTIATE_TEST_SUITE_P(Over, ControlObjectTest, ::testing::Bool(), [](const au
 });
 
 TEST_F(EndToEndTestWithService, AServiceCommandOfVelctlPlugsInADevice) {
-  const Finished done = velctl({"exec", "run", "7", "plug camera", "--json", "--wait", "60"});
-  const Finished vm = velctl({"exec", "run", "8", "vm add fresh", "--json", "--wait", "60"});
+  const Finished done = velctl({"command", "run", "7", "plug camera", "--json", "--wait", "60"});
+  const Finished vm = velctl({"command", "run", "8", "vm add fresh", "--json", "--wait", "60"});
   const Finished vms = velctl({"vm", "list"});
 
   EXPECT_EQ(done.status, 0) << done.err;

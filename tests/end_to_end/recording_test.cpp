@@ -106,7 +106,7 @@ TEST_P(RecorderTest, PassesCallsErrorsAndEventsOnAndWritesThem) {
   Process watch(velctlOptionsAt(recorder, {"watch"}));
   ASSERT_TRUE(isWatching(watch)) << watch.err();
 
-  EXPECT_EQ(velctlAt(recorder, {"device", "connect", "12", "--vm", "win11"}).status, 0);
+  EXPECT_EQ(velctlAt(recorder, {"device", "attach", "12", "--vm", "win11"}).status, 0);
   service.control("plug storage Stick");
 
   EXPECT_TRUE(comesTrue([&] {
@@ -162,7 +162,7 @@ TEST_P(RecorderTest, ACallThatTheServiceNeverAnswersEndsWithTheService) {
   service.kill();
 
   // Which of the two depends on what velctl sees first: the end of the call, or of the service.
-  EXPECT_THAT(call.wait().status, AnyOf(velctl::kExitNoService, velctl::kExitNoAnswer))
+  EXPECT_THAT(call.wait().status, AnyOf(velctl::kExitNoService, velctl::kExitNoReply))
       << call.err();
   EXPECT_EQ(recorder.stop(), 0);
   EXPECT_EQ(count("reply"), 0u);
@@ -217,7 +217,7 @@ TEST_F(RecordingTest, WritesNoTokenUnlessAskedTo) {
     }
     VelsimProcess recorder(options);
 
-    EXPECT_EQ(velctlAt(recorder, {"vm", "token", "tok"}).status, 0);
+    EXPECT_EQ(velctlAt(recorder, {"token", "set", "tok"}).status, 0);
 
     EXPECT_EQ(recorder.stop(), 0);
     EXPECT_EQ(content().find("746f6b") != std::string::npos, isWithSecrets) << content();
@@ -281,8 +281,8 @@ TEST_F(RecordingTest, ADifferentRequestIsReportedAndIsTheExitStatus) {
   for (const char* const order : {"match", "strict"}) {
     VelsimProcess replay(replayer({"--order", order}));
 
-    const Finished differs = velctlAt(replay, {"device", "connect", "12", "--vm", "win11"});
-    EXPECT_EQ(velctlAt(replay, {"vm", "list"}).out, "lab  7\n");
+    const Finished differs = velctlAt(replay, {"device", "attach", "12", "--vm", "win11"});
+    EXPECT_EQ(velctlAt(replay, {"vm", "list"}).out, "NAME  NUMBER\nlab   7\n");
 
     EXPECT_NE(differs.status, 0);
     EXPECT_EQ(replay.stop(), velsim::kExitDiffers);
@@ -315,7 +315,7 @@ TEST_F(RecordingTest, AnswersTakeTheRecordedTimeAPartOfItOrNone) {
     const VelsimProcess replay(replayer({"--speed", row.speed}));
 
     const auto begin = std::chrono::steady_clock::now();
-    EXPECT_EQ(velctlAt(replay, {"vm", "list"}).out, "lab  7\n");
+    EXPECT_EQ(velctlAt(replay, {"vm", "list"}).out, "NAME  NUMBER\nlab   7\n");
 
     EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(row.leastMs));
   }

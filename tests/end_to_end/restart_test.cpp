@@ -45,11 +45,11 @@ TEST_F(RestartTest, AWatchReportsEachDeathOncePerVmAndTheNextCallWorks) {
     EXPECT_EQ(velctl({"vm", "connect", "win11"}).status, velctl::kExitNoService);
     ASSERT_NO_FATAL_FAILURE(startVelsim());
     ASSERT_TRUE(hasPrinted(watch, death * kLinesPerDeath)) << watch.out() << watch.err();
-    EXPECT_EQ(velctl({"vm", "connect", "win11"}).out, "win11: connected\n");
+    EXPECT_EQ(velctl({"vm", "connect", "win11"}).out, "win11 connected\n");
   }
   const Finished finished = watch.end(SIGINT);
 
-  EXPECT_EQ(finished.status, velctl::kExitOk) << finished.err;
+  EXPECT_EQ(finished.status, velctl::kExitDone) << finished.err;
   for (const char* const vm : kVms) {
     EXPECT_EQ(occurrences(finished.out, ended(vm)), kDeaths) << finished.out;
   }
@@ -67,7 +67,7 @@ TEST_F(RestartTest, AWatchReportsOnlyItsVmsWithOneObjectPerLineInJson) {
   ASSERT_TRUE(hasPrinted(watch, 4)) << watch.out() << watch.err();
   const Finished finished = watch.end(SIGINT);
 
-  EXPECT_EQ(finished.status, velctl::kExitOk) << finished.err;
+  EXPECT_EQ(finished.status, velctl::kExitDone) << finished.err;
   EXPECT_EQ(finished.out, R"({"event":"serviceGone"})"
                           "\n"
                           R"({"event":"sessionEnded","vm":"ubuntu","code":5})"
@@ -100,7 +100,7 @@ TEST_F(RestartTest, TheBusMayEndAndComeBackAsWell) {
   ASSERT_TRUE(hasPrinted(watch, 3)) << watch.err();
 
   EXPECT_EQ(watch.end(SIGINT).out, kGone + ended("win11") + kBack);
-  EXPECT_EQ(velctl({"vm", "connect", "win11"}).out, "win11: connected\n");
+  EXPECT_EQ(velctl({"vm", "connect", "win11"}).out, "win11 connected\n");
 }
 
 TEST_F(RestartTest, AWatchReportsADeathAtOnceAndEndsWithSuccessWhileTheServiceIsAway) {
@@ -111,16 +111,16 @@ TEST_F(RestartTest, AWatchReportsADeathAtOnceAndEndsWithSuccessWhileTheServiceIs
 
   const Finished finished = watch.end(SIGINT);
 
-  EXPECT_EQ(finished.status, velctl::kExitOk) << finished.err;
+  EXPECT_EQ(finished.status, velctl::kExitDone) << finished.err;
   EXPECT_EQ(finished.out, kGone + ended("win11"));
 }
 
 TEST_F(RestartTest, ANewServiceKnowsNothingOfTheOldOne) {
-  EXPECT_EQ(velctl({"pipe", "create", "win11", "7"}).status, velctl::kExitOk);
+  EXPECT_EQ(velctl({"pipe", "add", "7", "--vm", "win11"}).status, velctl::kExitDone);
   killVelsim();
   ASSERT_NO_FATAL_FAILURE(startVelsim());
 
-  EXPECT_EQ(velctl({"pipe", "destroy", "win11", "7"}).status, velctl::kExitRefused);
+  EXPECT_EQ(velctl({"pipe", "remove", "7", "--vm", "win11"}).status, velctl::kExitRefused);
 }
 
 }  // namespace

@@ -47,7 +47,7 @@ TEST_F(VelsimLogTest, EachLineHasATime) {
 TEST_F(VelsimLogTest, ForProgramsIsOneJsonObjectPerLine) {
   Process process(options({VELSIM_PATH, "--json"}));
   ASSERT_TRUE(logs(process, "\"text\":\"ready at "));
-  EXPECT_EQ(velctl({"device", "connect", "12", "--vm", "win11"}).status, 0);
+  EXPECT_EQ(velctl({"device", "attach", "12", "--vm", "win11"}).status, 0);
   process.signal(SIGTERM);
   EXPECT_EQ(process.wait().status, velsim::kExitStopped);
 
@@ -66,7 +66,7 @@ TEST_F(VelsimLogTest, ForProgramsIsOneJsonObjectPerLine) {
 TEST_F(VelsimLogTest, AQuietOneHasNeitherRequestsNorEvents) {
   Process process(options({VELSIM_PATH, "--quiet", "--json"}));
   ASSERT_TRUE(logs(process, "\"text\":\"ready at "));
-  EXPECT_EQ(velctl({"device", "connect", "12", "--vm", "win11"}).status, 0);
+  EXPECT_EQ(velctl({"device", "attach", "12", "--vm", "win11"}).status, 0);
   process.signal(SIGTERM);
   EXPECT_EQ(process.wait().status, velsim::kExitStopped);
 

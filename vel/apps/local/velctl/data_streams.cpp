@@ -39,4 +39,15 @@ std::string readStandardInput() {
   }
 }
 
+std::string textOrStandardInput(const std::string& text) {
+  if (text != "-") {
+    return text;
+  }
+  std::string read = readStandardInput();
+  while (!read.empty() && read.back() == '\n') {
+    read.pop_back();
+  }
+  return read;
+}
+
 }  // namespace velctl

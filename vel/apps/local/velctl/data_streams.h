@@ -14,6 +14,9 @@ int reserveStandardOutput();
 // Everything up to the end of standard input. Throws Failure when it cannot be read.
 std::string readStandardInput();
 
+// The text; for "-" standard input without the newlines at its end. Throws Failure.
+std::string textOrStandardInput(const std::string& text);
+
 }  // namespace velctl
 
 #endif  // VEL_APPS_LOCAL_VELCTL_DATA_STREAMS_H

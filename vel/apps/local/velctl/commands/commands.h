@@ -9,10 +9,17 @@
 
 namespace velctl {
 
-std::vector<Command> deviceCommands();
-std::vector<Command> doctorCommands();
 std::vector<Command> statusCommands();
+std::vector<Command> doctorCommands();
 std::vector<Command> waitCommands();
+std::vector<Command> vmCommands();
+std::vector<Command> deviceCommands();
+std::vector<Command> newDeviceCommands();
+std::vector<Command> policyCommands();
+std::vector<Command> printerCommands();
+std::vector<Command> queueCommands();
+std::vector<Command> joystickCommands();
+std::vector<Command> serviceCommands();
 
 }  // namespace velctl
 

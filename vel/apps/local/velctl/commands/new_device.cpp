@@ -1,102 +1,154 @@
-// velctl new-device: configures newly plugged-in devices.
+// velctl network-device, new-device, storage, usb, camera: devices that come and go, and what the
+// user has chosen for them.
 
+#include <algorithm>
+#include <cstdint>
+#include <optional>
 #include <string>
 
-#include "vel/apps/local/velctl/arguments.h"
+#include "base/text.h"
 #include "vel/apps/local/velctl/commands/commands.h"
-#include "vel/apps/local/velctl/operation.h"
+#include "vel/apps/local/velctl/run/actions.h"
 
 namespace velctl {
 namespace {
 
-struct Configuration {
-  unsigned long long source = 0;
-  unsigned short type = 0;
-  unsigned short autoConnect = 0;
-  unsigned short popup = 0;
-  std::string vmId;
-};
+using velprotocol::Legend;
 
-Json configurationDetails(const Configuration& given) {
-  return {{"source", given.source},
-          {"type", given.type},
-          {"autoConnect", given.autoConnect},
-          {"popup", given.popup}};
+Parameter typeOption() {
+  return number<std::uint16_t>("--type", "Type of the device")
+      .orElse("0")
+      .withWords(Legend("", velprotocol::kDeviceTypes));
 }
 
-void connectNewDevice(const Output& output, const Configuration& given) {
-  const Operation operation("configNewDeviceAsConnect", given.vmId, configurationDetails(given));
-  const auto result = operation.slowly("attaching the device", [&] {
-    return operation.client().attachNewDevice(given.vmId, vel::SourceId(given.source),
-                                              vel::DeviceType(given.type), given.autoConnect,
-                                              given.popup);
-  });
-  operation.finish(output, result, "source " + std::to_string(given.source) + " connected");
+Parameter autoConnectOption() {
+  return number<std::uint16_t>("--auto-connect",
+                               "Whether to attach it by itself next time, a number of the service")
+      .orElse("0");
 }
 
-void ignore(const Output& output, const Configuration& given) {
-  const Operation operation("configNewDeviceAsIgnore", configurationDetails(given));
-  const auto result = operation.slowly("ignoring the device", [&] {
-    return operation.client().ignoreNewDevice(
-        vel::SourceId(given.source), vel::DeviceType(given.type), given.autoConnect, given.popup);
-  });
-  operation.finish(output, result, "source " + std::to_string(given.source) + " ignored");
+Parameter popupOption() {
+  return number<std::uint16_t>("--popup",
+                               "Whether to show its card next time, a number of the service")
+      .orElse("0");
 }
 
-struct StorageCommand {
-  unsigned long long source = 0;
-  unsigned short command = 0;
-  std::string vmId;
-};
-
-void runStorageCommand(const Output& output, const StorageCommand& given) {
-  const Operation operation("ConfigUdisks2Command", given.vmId,
-                            Json{{"source", given.source}, {"command", given.command}});
-  const auto result = operation.slowly("waiting for the answer to the command", [&] {
-    return operation.client().commandStorage(given.vmId, vel::SourceId(given.source),
-                                             given.command);
-  });
-  operation.finish(output, result,
-                   "command " + std::to_string(given.command) + " done for the storage of source " +
-                       std::to_string(given.source));
+vel::DeviceType typeIn(const Values& values) {
+  return vel::DeviceType(values.number<std::uint16_t>("--type"));
 }
 
-void addSource(const ParserCommand& command, unsigned long long& source) {
-  addNumber(command, "source", source, "Source id of the device").required();
-}
-
-Added<Configuration> addConfiguration(CommandLine& commandLine, const ParserCommand& group,
-                                      const std::string& name, const std::string& help,
-                                      void (*run)(const Output&, const Configuration&)) {
-  const Added<Configuration> added = addCommand(commandLine, group, name, help, run);
-  const auto [command, given] = added;
-  addSource(command, given.source);
-  addNumber(command, "--type", given.type, "Type of the device (a number of the service) [0]");
-  addNumber(command, "--auto-connect", given.autoConnect,
-            "Whether to attach it automatically next time (a number of the service) [0]");
-  addNumber(command, "--popup", given.popup,
-            "Whether to show its card next time (a number of the service) [0]");
-  return added;
+vel::UsbDevice usbDeviceIn(const Values& values) {
+  vel::UsbDevice device;
+  const std::optional<std::string> bytes = base::parseHex(values.text("USB"));
+  std::copy(bytes->begin(), bytes->end(), device.bytes.begin());
+  return device;
 }
 
 }  // namespace
 
-void addNewDeviceCommands(CommandLine& commandLine) {
-  const ParserCommand group =
-      commandLine.group("new-device", "Configure a newly plugged-in device");
-
-  const auto [connectCommand, configuration] =
-      addConfiguration(commandLine, group, "connect",
-                       "Attach the device to a VM (takes up to 10 s)", connectNewDevice);
-  addVm(connectCommand, configuration.vmId).required();
-  addConfiguration(commandLine, group, "ignore", "Ignore the device", ignore);
-
-  const auto [command, given] =
-      addCommand(commandLine, group, "storage",
-                 "Run a command for a storage device (takes up to 10 s)", runStorageCommand);
-  addSource(command, given.source);
-  addNumber(command, "command", given.command, "The command (a number of the service)").required();
-  addVm(command, given.vmId).required();
+std::vector<Command> newDeviceCommands() {
+  return {
+      {"network-device add",
+       "Add a network device",
+       {number<std::int32_t>("TYPE", "Type of the device, a number of the service"),
+        text("TEXT", "Description of the device")},
+       asks(
+           "addNetworkDevice",
+           [](const vel::Client& client, const Values& values) {
+             return client.addNetworkDevice(values.number<std::int32_t>("TYPE"),
+                                            values.text("TEXT"));
+           },
+           "{TEXT} added"),
+       {{"network-device add 3 'Scanner in the hall'", "A device of type 3"}},
+       "",
+       "device network add"},
+      {"network-device remove",
+       "Remove a network device",
+       {text("TEXT", "Description it was added with"),
+        text("DETAIL", "Further detail for the service (default: none)").optional()},
+       asks(
+           "deleteNetworkDevice",
+           [](const vel::Client& client, const Values& values) {
+             return client.removeNetworkDevice(values.text("TEXT"), values.text("DETAIL"));
+           },
+           "{TEXT} removed"),
+       {{"network-device remove 'Scanner in the hall'", "The device that was added above"}},
+       "",
+       "device network remove"},
+      {"new-device attach",
+       "Attach a newly plugged-in device to a VM (takes up to 10 s)",
+       {sourceArgument(), typeOption(), autoConnectOption(), popupOption(), vmOption().required()},
+       asks(
+           "configNewDeviceAsConnect",
+           [](const vel::Client& client, const Values& values) {
+             return client.attachNewDevice(values.vm(), values.source(), typeIn(values),
+                                           values.number<std::uint16_t>("--auto-connect"),
+                                           values.number<std::uint16_t>("--popup"));
+           },
+           "source {SOURCE} attached to {--vm}", "attaching the device"),
+       {{"new-device attach 'Memory stick' --vm win11", "Attach the stick that was plugged in"}},
+       "",
+       "new-device connect"},
+      {"new-device ignore",
+       "Leave a newly plugged-in device alone",
+       {sourceArgument(), typeOption(), autoConnectOption(), popupOption()},
+       asks(
+           "configNewDeviceAsIgnore",
+           [](const vel::Client& client, const Values& values) {
+             return client.ignoreNewDevice(values.source(), typeIn(values),
+                                           values.number<std::uint16_t>("--auto-connect"),
+                                           values.number<std::uint16_t>("--popup"));
+           },
+           "source {SOURCE} ignored", "ignoring the device"),
+       {{"new-device ignore 'Memory stick'", "Leave the stick at this machine"}}},
+      {"storage command",
+       "Run a command for a storage device (takes up to 10 s)",
+       {sourceArgument(),
+        number<std::uint16_t>("COMMAND", "Of velsim 1: mount, 2: unmount, 3: eject"),
+        vmOption().required()},
+       asks(
+           "ConfigUdisks2Command",
+           [](const vel::Client& client, const Values& values) {
+             return client.commandStorage(values.vm(), values.source(),
+                                          values.number<std::uint16_t>("COMMAND"));
+           },
+           "command {COMMAND} done for the storage of source {SOURCE}",
+           "waiting for the answer to the command"),
+       {{"storage command 'Memory stick' 1 --vm win11", "Mount the stick in win11"}},
+       "",
+       "new-device storage"},
+      {"usb set",
+       "Report the status of a USB device that the client redirects through its own channel",
+       {thing(Kind::kUsbBytes, "USB",
+              "The client's 8 bytes for the device, as 16 hexadecimal digits"),
+        number<std::uint16_t>("STATUS", "Status of the device, a number of the service"),
+        vmOption().required()},
+       asks(
+           "setUsbredirStatus",
+           [](const vel::Client& client, const Values& values) {
+             return client.setUsbStatus(values.vm(), usbDeviceIn(values),
+                                        values.number<std::uint16_t>("STATUS"));
+           },
+           "USB device {USB} of {--vm} has status {STATUS}"),
+       {{"usb set 0102030405060708 2 --vm win11", "The device has status 2"}},
+       "",
+       "usb status"},
+      {"camera show",
+       "Show whether the service may use the camera",
+       {},
+       gets("CheckCameraAuthStat",
+            {"authorization", Type::kMeaning, Legend("", velprotocol::kCameraStatuses)},
+            [](const vel::Client& client, const Values&) -> vel::Result<std::int32_t> {
+              const vel::Result<vel::CameraStatus> status = client.cameraStatus();
+              if (!status) {
+                return vel::unexpected<vel::Error>(status.error());
+              }
+              return vel::number(*status);
+            }),
+       {{"camera show", "Whether the user has denied the camera"}},
+       "",
+       "camera"},
+  };
 }
 
 }  // namespace velctl

@@ -1,5 +1,5 @@
-// velctl policy: the service's policies for devices, by number, by type, or by USB vendor and
-// product id.
+// velctl policy, auto-connect, property, turbo: the service's policies for devices, by number, by
+// type, or by USB vendor and product id.
 
 #include <cstddef>
 #include <cstdint>
@@ -9,29 +9,29 @@
 #include <string>
 #include <vector>
 
-#include "vel/apps/local/velctl/arguments.h"
 #include "vel/apps/local/velctl/commands/commands.h"
-#include "vel/apps/local/velctl/display.h"
-#include "vel/apps/local/velctl/failure.h"
-#include "vel/apps/local/velctl/operation.h"
+#include "vel/apps/local/velctl/data_streams.h"
+#include "vel/apps/local/velctl/output/records.h"
+#include "vel/apps/local/velctl/run/actions.h"
 #include "vel/apps/local/velproxy/vel_proxy.h"
 
 namespace velctl {
 namespace {
 
-// --- One device ----------------------------------------------------------------------------------
+using velprotocol::Legend;
 
-struct LocalPolicy {
-  unsigned short device = 0;
-  short policy = 0;
-  std::optional<std::string> name;
-  std::optional<std::string> text;
-};
+// --- One device ---------------------------------------------------------------------------------
 
-struct Texts {
+// The present texts of a device, which go back to the service: byte by byte, and only when the
+// record holds them whole. A vel::Device shows neither.
+struct PresentTexts {
+  bool isKnown = false;
+  std::size_t length = 0;  // of the record
   std::string name;
   std::string text;
 };
+
+constexpr std::size_t kFixedPart = offsetof(CommonDevice, vmIdText);
 
 // The text of a field of fixed size.
 template <std::size_t size>
@@ -39,213 +39,231 @@ std::string textIn(const char (&field)[size]) {
   return std::string(field, strnlen(field, size));
 }
 
-// The present texts of a device, which go back to the service: byte by byte, and only when the
-// record holds them whole. A vel::Device shows neither.
-Texts presentTexts(unsigned short number) {
-  constexpr std::size_t kFixedPart = offsetof(CommonDevice, vmIdText);
-  const Operation operation("getDeviceStatus", Json{{"device", number}});
-  qx::VelProxy& proxy = operation.client().proxy();
+vel::Result<PresentTexts> presentTexts(const vel::Client& client, const Values& values) {
+  const std::uint16_t number = values.device().value();
+  qx::VelProxy& proxy = client.proxy();
   const std::list<CommonDevice*> records = proxy.GetDeviceStatus(number);
   const vel::Result<void> outcome = vel::Client::outcome();
   std::vector<std::size_t> lengths = qx::VelProxy::lastRecordLengths();
-  std::optional<std::size_t> found;
-  Texts texts;
+  PresentTexts texts;
   for (const CommonDevice* const record : records) {
     const std::size_t length = lengths.front();
     lengths.erase(lengths.begin());
     if (length >= sizeof number && record->devNumber == number) {
-      found = length;
-      texts =
-          length < kFixedPart ? Texts() : Texts{textIn(record->name), textIn(record->policyText)};
+      texts.isKnown = true;
+      texts.length = length;
+      if (length >= kFixedPart) {
+        texts.name = textIn(record->name);
+        texts.text = textIn(record->policyText);
+      }
       break;
     }
   }
   proxy.FreeDeviceList(records);
-  operation.check(outcome);
-  if (!found) {
-    operation.failRefused("the service has no such device; velctl device list shows its devices");
-  }
-  if (*found < kFixedPart) {
-    operation.failWithoutAnswer("the record of the device has " + std::to_string(*found) + " of " +
-                                std::to_string(kFixedPart) + " bytes; give --name and --text");
+  if (!outcome) {
+    return vel::unexpected<vel::Error>(outcome.error());
   }
   return texts;
 }
 
-void setLocal(const Output& output, const LocalPolicy& policy) {
+void setPolicy(Invocation& invocation) {
+  const Values& values = invocation.values();
+  std::optional<std::string> name = values.optionalText("--name");
+  std::optional<std::string> text = values.optionalText("--text");
+  if (!name || !text) {
+    invocation.setMethod("getDeviceStatus");
+    const PresentTexts present = invocation.valueOf(invocation.call(&presentTexts));
+    if (!present.isKnown) {
+      invocation.fail(kExitUnknown,
+                      "the service has no such device; velctl device list shows them");
+    }
+    if (present.length < kFixedPart) {
+      invocation.fail(kExitErrorReply,
+                      "the record of the device has " + std::to_string(present.length) + " of " +
+                          std::to_string(kFixedPart) + " bytes; give --name and --text");
+    }
+    name = name.value_or(present.name);
+    text = text.value_or(present.text);
+    invocation.setMethod("setLocalPolicy");
+  }
+  invocation.finish(invocation.call([name, text](const vel::Client& client, const Values& given) {
+    return client.setLocalPolicy(
+        given.device(), vel::LocalPolicy(given.number<std::int16_t>("POLICY")), *name, *text);
+  }),
+                    "device {DEVICE} has policy {POLICY}");
+}
+
+Parameter policyArgument() {
+  return number<std::int16_t>("POLICY", "The policy")
+      .withWords(Legend("", velprotocol::kLocalPolicies));
+}
+
+const std::vector<Field<vel::Device>>& policyFields() {
+  static const auto& fields = *[] {
+    auto* const some = new std::vector<Field<vel::Device>>;
+    for (const Field<vel::Device>& field : deviceFields()) {
+      const std::string& name = field.member.name;
+      if (name == "device" || name == "name" || name == "policy" || name == "policyText") {
+        some->push_back(field);
+      }
+    }
+    return some;
+  }();
+  return fields;
+}
+
+std::vector<Command> policiesOfDevices() {
   constexpr std::size_t kLongestName = 127;
   constexpr std::size_t kLongestText = 255;
-  refuseLonger(policy.name.value_or(""), kLongestName);
-  refuseLonger(policy.text.value_or(""), kLongestText);
-  const Texts present = policy.name && policy.text ? Texts() : presentTexts(policy.device);
-  const Operation operation("setLocalPolicy",
-                            Json{{"device", policy.device}, {"policy", policy.policy}});
-  operation.finish(
-      output,
-      operation.client().setLocalPolicy(
-          vel::DeviceNumber(policy.device), vel::LocalPolicy(policy.policy),
-          policy.name.value_or(present.name), policy.text.value_or(present.text)),
-      "device " + std::to_string(policy.device) + " has policy " + std::to_string(policy.policy));
+  return {
+      {"policy list",
+       "List what is set by USB vendor and product id",
+       {},
+       lists("getPolicyListByVidPid", "policies", usbPolicyFields(),
+             [](const vel::Client& client, const Values&) { return client.policies(); }),
+       {{"policy list", "Properties and turbo configurations"}}},
+      {"policy get",
+       "Show the local policy of a device",
+       {deviceArgument()},
+       shows("getDeviceStatus", "device", "velctl device list", policyFields(),
+             [](const vel::Client& client, const Values& values) {
+               return client.device(values.device());
+             }),
+       {{"policy get 12", "The policy of the device with the number 12"}}},
+      {"policy set",
+       "Set the local policy of a device",
+       {deviceArgument(), policyArgument(),
+        text("--name", "New name of the device (default: unchanged)").atMost(kLongestName).silent(),
+        text("--text", "New text of the policy (default: unchanged)")
+            .atMost(kLongestText)
+            .silent()},
+       runs("setLocalPolicy", &setPolicy, statusMembers()),
+       {{"policy set 12 forbidden", "The device may not be attached"},
+        {"policy set 12 allowed --text 'Asked by the desk'", "Allowed again, with a reason"}},
+       "",
+       "policy local"},
+  };
 }
 
-// --- A type of device ----------------------------------------------------------------------------
+// --- A type of device ---------------------------------------------------------------------------
 
-struct DeviceType {
-  unsigned short type = 0;
-};
-
-void getAutoConnect(const Output& output, const DeviceType& given) {
-  const Operation operation("getAutoConnect", Json{{"type", given.type}});
-  const std::int32_t value =
-      operation.valueOf(operation.client().autoConnect(vel::DeviceType(given.type)));
-  operation.finishWith(output, std::to_string(value), Json{{"value", value}});
+Parameter typeArgument() {
+  return number<std::uint16_t>("TYPE", "Type of the device")
+      .withWords(Legend("", velprotocol::kDeviceTypes));
 }
 
-struct AutoConnect {
-  unsigned short type = 0;
-  unsigned short value = 0;
-};
-
-void setAutoConnect(const Output& output, const AutoConnect& setting) {
-  const Operation operation("setAutoConnect",
-                            Json{{"type", setting.type}, {"value", setting.value}});
-  operation.finish(output,
-                   operation.client().setAutoConnect(vel::DeviceType(setting.type), setting.value),
-                   "auto-connect of type " + std::to_string(setting.type) + " is " +
-                       std::to_string(setting.value));
+std::vector<Command> autoConnection() {
+  return {
+      {"auto-connect get",
+       "Show whether devices of a type are attached by themselves",
+       {typeArgument()},
+       gets("getAutoConnect", {"value", Type::kInteger},
+            [](const vel::Client& client, const Values& values) {
+              return client.autoConnect(vel::DeviceType(values.number<std::uint16_t>("TYPE")));
+            }),
+       {{"auto-connect get camera", "0: no; the service defines the other numbers"}},
+       "",
+       "policy auto-connect get"},
+      {"auto-connect set",
+       "Set whether devices of a type are attached by themselves",
+       {typeArgument(), number<std::uint16_t>("VALUE", "The setting, a number of the service")},
+       asks(
+           "setAutoConnect",
+           [](const vel::Client& client, const Values& values) {
+             return client.setAutoConnect(vel::DeviceType(values.number<std::uint16_t>("TYPE")),
+                                          values.number<std::uint16_t>("VALUE"));
+           },
+           "auto-connect of type {TYPE} is {VALUE}"),
+       {{"auto-connect set camera 1", "Attach cameras by themselves"}},
+       "",
+       "policy auto-connect set"},
+  };
 }
 
-// --- A USB vendor and product --------------------------------------------------------------------
+// --- A USB vendor and product -------------------------------------------------------------------
 
-struct Property {
-  vel::UsbId id;
-  unsigned short type = 0;
-  int value = 0;
-};
-
-void getProperty(const Output& output, const vel::UsbId& id) {
-  const Operation operation("getDevicePropertyWithVidPid", Json{{"usbId", toText(id)}});
-  const std::int32_t value = operation.valueOf(operation.client().property(id));
-  operation.finishWith(output, std::to_string(value), Json{{"value", value}});
+void getProperty(Invocation& invocation) {
+  const bool isLocal = invocation.values().has("--local");
+  if (isLocal) {
+    invocation.setMethod("getLocalDevicePropertyWithVidPid");
+  }
+  const std::int32_t value = invocation.valueOf(
+      invocation.call([isLocal](const vel::Client& client, const Values& values) {
+        return isLocal ? client.localProperty(values.usbId()) : client.property(values.usbId());
+      }));
+  invocation.finishWith(std::to_string(value), Json{{"value", value}});
 }
 
-void getLocalProperty(const Output& output, const vel::UsbId& id) {
-  const Operation operation("getLocalDevicePropertyWithVidPid", Json{{"usbId", toText(id)}});
-  const std::int32_t value = operation.valueOf(operation.client().localProperty(id));
-  operation.finishWith(output, std::to_string(value), Json{{"value", value}});
+void setTurbo(Invocation& invocation) {
+  const std::string config = textOrStandardInput(invocation.values().text("CONFIG"));
+  invocation.finish(invocation.call([config](const vel::Client& client, const Values& values) {
+    return client.setTurboConfig(values.usbId(), config);
+  }),
+                    "turbo configuration of {USB-ID} has " + std::to_string(config.size()) + " bytes");
 }
 
-void setProperty(const Output& output, const Property& property) {
-  const vel::UsbId id = property.id;
-  const Operation operation(
-      "setDevicePropertyWithVidPid",
-      Json{{"usbId", toText(id)}, {"type", property.type}, {"value", property.value}});
-  const auto result =
-      operation.client().setProperty(id, vel::DeviceType(property.type), property.value);
-  operation.finish(output, result,
-                   "property of " + toText(id) + " is " + std::to_string(property.value));
-}
-
-void getTurbo(const Output& output, const vel::UsbId& id) {
-  const Operation operation("getTurboConfigWithVidPid", Json{{"usbId", toText(id)}});
-  const std::string config = operation.valueOf(operation.client().turboConfig(id));
-  operation.finishWith(output, printableLines(config), Json{{"config", jsonText(config)}});
-}
-
-struct Turbo {
-  vel::UsbId id;
-  std::string config;
-};
-
-void setTurbo(const Output& output, const Turbo& turbo) {
-  const std::string config = textOrStandardInput(turbo.config);
-  const Operation operation("setTurboConfigWithVidPid", Json{{"usbId", toText(turbo.id)}});
-  operation.finish(output, operation.client().setTurboConfig(turbo.id, config),
-                   "turbo configuration of " + toText(turbo.id) + " has " +
-                       std::to_string(config.size()) + " bytes");
-}
-
-// --- All devices ---------------------------------------------------------------------------------
-
-void listPolicies(const Output& output) {
-  const Operation operation("getPolicyListByVidPid");
-  // Only the service knows the content of a policy.
-  const std::size_t count = operation.valueOf(operation.client().policies()).size();
-  operation.finishWith(output, std::to_string(count), Json{{"policies", count}});
-}
-
-void resetProperties(const Output& output) {
-  const Operation operation("resetAllDeviceProperty");
-  operation.finish(output, operation.client().resetProperties(), "all properties reset");
-}
-
-// --- Commands ------------------------------------------------------------------------------------
-
-void addType(const ParserCommand& command, unsigned short& type) {
-  addNumber(command, "type", type, "Type of device (a number of the service)").required();
-}
-
-void addDevicePolicies(CommandLine& commandLine, const ParserCommand& group) {
-  const auto [command, policy] =
-      addCommand(commandLine, group, "local", "Set the local policy of a device", setLocal);
-  addNumber(command, "device", policy.device, "Number of the device").required();
-  command.addOption("policy", policy.policy, "The policy (a number of the service)").required();
-  command.addOption("--name", policy.name, "New name of the device (default: unchanged)");
-  command.addOption("--text", policy.text, "New text of the policy (default: unchanged)");
-}
-
-void addAutoConnect(CommandLine& commandLine, const ParserCommand& policies) {
-  const ParserCommand group =
-      policies.addGroup("auto-connect", "Automatic attachment of devices by their type");
-  const auto get = addCommand(commandLine, group, "get", "Show the setting", getAutoConnect);
-  addType(get.command, get.arguments.type);
-  const auto set = addCommand(commandLine, group, "set", "Change the setting", setAutoConnect);
-  addType(set.command, set.arguments.type);
-  addNumber(set.command, "value", set.arguments.value, "The setting (a number of the service)")
-      .required();
-}
-
-void addProperties(CommandLine& commandLine, const ParserCommand& policies) {
-  const ParserCommand group =
-      policies.addGroup("property", "Properties of devices by USB vendor and product id");
-  const auto get = addCommand(commandLine, group, "get", "Show a property", getProperty);
-  addUsbId(get.command, get.arguments);
-  const auto local =
-      addCommand(commandLine, group, "local", "Show a property of this machine", getLocalProperty);
-  addUsbId(local.command, local.arguments);
-  const auto set = addCommand(commandLine, group, "set", "Change a property", setProperty);
-  addUsbId(set.command, set.arguments.id);
-  addType(set.command, set.arguments.type);
-  set.command.addOption("value", set.arguments.value, "The property (a number of the service)")
-      .required();
-}
-
-void addTurbo(CommandLine& commandLine, const ParserCommand& policies) {
-  const ParserCommand group =
-      policies.addGroup("turbo", "Turbo configurations by USB vendor and product id");
-  const auto get = addCommand(commandLine, group, "get", "Show a configuration", getTurbo);
-  addUsbId(get.command, get.arguments);
-  const auto set = addCommand(commandLine, group, "set", "Change a configuration", setTurbo);
-  addUsbId(set.command, set.arguments.id);
-  set.command
-      .addOption("config", set.arguments.config,
-                 "The configuration; - reads it from standard input")
-      .required();
+std::vector<Command> policiesOfUsbIds() {
+  return {
+      {"property get",
+       "Show the property of a USB vendor and product id",
+       {usbId(), flag("--local", "The property on this machine")},
+       runs("getDevicePropertyWithVidPid", &getProperty, {{"value", Type::kInteger}}),
+       {{"property get 046d:0825", "The property of this camera"}},
+       "",
+       "policy property get"},
+      {"property set",
+       "Set the property of a USB vendor and product id",
+       {usbId(), typeArgument(),
+        number<std::int32_t>("VALUE", "The property, a number of the service")},
+       asks(
+           "setDevicePropertyWithVidPid",
+           [](const vel::Client& client, const Values& values) {
+             return client.setProperty(values.usbId(),
+                                       vel::DeviceType(values.number<std::uint16_t>("TYPE")),
+                                       values.number<std::int32_t>("VALUE"));
+           },
+           "property of {USB-ID} is {VALUE}"),
+       {{"property set 046d:0825 camera 1", "Set the property of this camera"}},
+       "",
+       "policy property set"},
+      {"property reset",
+       "Reset all properties",
+       {},
+       asks(
+           "resetAllDeviceProperty",
+           [](const vel::Client& client, const Values&) { return client.resetProperties(); },
+           "all properties reset"),
+       {{"property reset", "As after the installation"}},
+       "",
+       "policy reset"},
+      {"turbo get",
+       "Show the turbo configuration of a USB vendor and product id",
+       {usbId()},
+       reads("getTurboConfigWithVidPid", "config",
+             [](const vel::Client& client, const Values& values) {
+               return client.turboConfig(values.usbId());
+             }),
+       {{"turbo get 046d:0825", "The configuration of this camera"}},
+       "",
+       "policy turbo get"},
+      {"turbo set",
+       "Set the turbo configuration of a USB vendor and product id",
+       {usbId(), text("CONFIG", "The configuration; - reads it from standard input").silent()},
+       runs("setTurboConfigWithVidPid", &setTurbo, statusMembers()),
+       {{"turbo set 046d:0825 - < turbo.json", "From a file"}},
+       "",
+       "policy turbo set"},
+  };
 }
 
 }  // namespace
 
-void addPolicyCommands(CommandLine& commandLine) {
-  const ParserCommand group = commandLine.group("policy", "Policies for devices");
-  commandLine.command(
-      group, "list",
-      "Count the policies by USB vendor and product id; only the service knows their content",
-      listPolicies);
-  addDevicePolicies(commandLine, group);
-  addAutoConnect(commandLine, group);
-  addProperties(commandLine, group);
-  addTurbo(commandLine, group);
-  commandLine.command(group, "reset", "Reset all properties", resetProperties);
+std::vector<Command> policyCommands() {
+  std::vector<Command> commands = policiesOfDevices();
+  for (const auto& more : {autoConnection(), policiesOfUsbIds()}) {
+    commands.insert(commands.end(), more.begin(), more.end());
+  }
+  return commands;
 }
 
 }  // namespace velctl

@@ -1,118 +1,155 @@
-// velctl printer: redirection of printers into VMs.
+// velctl printer, network-printer: printers, and their redirection into VMs.
 
+#include <algorithm>
+#include <cstdint>
 #include <string>
 
-#include "vel/apps/local/velctl/arguments.h"
 #include "vel/apps/local/velctl/commands/commands.h"
-#include "vel/apps/local/velctl/commands/printer_groups.h"
-#include "vel/apps/local/velctl/operation.h"
-#include "vel/apps/local/velctl/record_display.h"
+#include "vel/apps/local/velctl/output/records.h"
+#include "vel/apps/local/velctl/run/actions.h"
 
 namespace velctl {
 namespace {
 
-struct PrinterVm {
-  std::string vmId;
-};
-
-void listPrinters(const Output& output, const PrinterVm& vm) {
-  const Operation operation("getPrinterList", vm.vmId);
-  finishPrinters(output, operation, operation.client().printers(vm.vmId));
+vel::Result<void> addNetworkPrinter(const vel::Client& client, const Values& values) {
+  return values.has("NAME") ? client.addNetworkPrinter(values.text("ADDRESS"), values.text("NAME"),
+                                                       values.text("EXTRA"))
+                            : client.addNetworkPrinter(values.text("ADDRESS"));
 }
 
-struct PrinterNumber {
-  unsigned short printer = 0;
-};
-
-void showPrinter(const Output& output, const PrinterNumber& given) {
-  const Operation operation("getPrinterStatus", Json{{"printer", given.printer}});
-  const auto printers = operation.client().printer(vel::PrinterNumber(given.printer));
-  operation.check(printers);
-  if (printers->empty()) {
-    operation.failRefused(
-        "the service has no such printer; velctl printer list shows its printers");
+vel::Result<std::vector<vel::NetworkPrinter>> networkPrinterNamed(const vel::Client& client,
+                                                                  const Values& values) {
+  vel::Result<std::vector<vel::NetworkPrinter>> printers = client.networkPrinters();
+  if (printers) {
+    const std::string name = values.text("NAME");
+    const auto isOther = [&name](const vel::NetworkPrinter& printer) {
+      return printer.name != name;
+    };
+    printers->erase(std::remove_if(printers->begin(), printers->end(), isOther), printers->end());
   }
-  finishPrinters(output, operation, printers);
+  return printers;
 }
 
-struct PrinterAttachment {
-  unsigned short printer = 0;
-  std::string vmId;
-};
-
-void connectPrinter(const Output& output, const PrinterAttachment& attachment) {
-  const Operation operation("connectPrinter", attachment.vmId,
-                            Json{{"printer", attachment.printer}});
-  const auto result =
-      operation.client().attach(attachment.vmId, vel::PrinterNumber(attachment.printer));
-  operation.finish(output, result, "printer " + std::to_string(attachment.printer) + " connected");
+std::vector<Command> redirection() {
+  return {
+      {"printer list",
+       "List the printers that can be redirected into a VM",
+       {vmOption().orElse("")},
+       lists("getPrinterList", "printers", printerFields(),
+             [](const vel::Client& client, const Values& values) {
+               return client.printers(values.vm());
+             }),
+       {{"printer list --vm win11", "The printers of win11"}}},
+      {"printer show",
+       "Show one printer in full",
+       {printerArgument()},
+       shows("getPrinterStatus", "printer", "velctl printer list", printerFields(),
+             [](const vel::Client& client, const Values& values) {
+               return client.printer(values.printer());
+             }),
+       {{"printer show 51", "The printer with the number 51"}},
+       "",
+       "printer status"},
+      {"printer attach",
+       "Redirect a printer into a VM",
+       {printerArgument(), vmOption().required()},
+       asks(
+           "connectPrinter",
+           [](const vel::Client& client, const Values& values) {
+             return client.attach(values.vm(), values.printer());
+           },
+           "printer {PRINTER} attached to {--vm}"),
+       {{"printer attach 51 --vm win11", "Redirect the printer with the number 51"}},
+       "",
+       "printer connect"},
+      {"printer detach",
+       "Take a printer back from a VM",
+       {printerArgument(), vmOption().required()},
+       asks(
+           "disconnectPrinter",
+           [](const vel::Client& client, const Values& values) {
+             return client.detach(values.vm(), values.printer());
+           },
+           "printer {PRINTER} detached from {--vm}"),
+       {{"printer detach 51 --vm win11", "Take it back"}},
+       "",
+       "printer disconnect"},
+      {"printer command",
+       "Run a command for a printer; the service does not report the result (takes up to 10 s)",
+       {sourceArgument(), number<std::uint16_t>("COMMAND", "Of velsim 1: attach, 2: detach"),
+        vmOption().required()},
+       asks(
+           "ConfigPrinterCommand",
+           [](const vel::Client& client, const Values& values) {
+             return client.commandPrinter(values.vm(), values.source(),
+                                          values.number<std::uint16_t>("COMMAND"));
+           },
+           "command {COMMAND} given to the printer of source {SOURCE}",
+           "waiting for the answer to the command"),
+       {{"printer command 'Label printer' 1 --vm win11", "Attach the printer with this source"}}},
+  };
 }
 
-void disconnectPrinter(const Output& output, const PrinterAttachment& attachment) {
-  const Operation operation("disconnectPrinter", attachment.vmId,
-                            Json{{"printer", attachment.printer}});
-  const auto result =
-      operation.client().detach(attachment.vmId, vel::PrinterNumber(attachment.printer));
-  operation.finish(output, result,
-                   "printer " + std::to_string(attachment.printer) + " disconnected");
-}
-
-struct PrinterCommand {
-  unsigned long long source = 0;
-  unsigned short command = 0;
-  std::string vmId;
-};
-
-void runPrinterCommand(const Output& output, const PrinterCommand& given) {
-  const Operation operation("ConfigPrinterCommand", given.vmId,
-                            Json{{"source", given.source}, {"command", given.command}});
-  const auto result = operation.slowly("waiting for the answer to the command", [&] {
-    return operation.client().commandPrinter(given.vmId, vel::SourceId(given.source),
-                                             given.command);
-  });
-  operation.finish(output, result,
-                   "command " + std::to_string(given.command) + " given to the printer of source " +
-                       std::to_string(given.source));
-}
-
-void addPrinterAttachmentCommand(CommandLine& commandLine, const ParserCommand& group,
-                                 const std::string& name, const std::string& help,
-                                 void (*run)(const Output&, const PrinterAttachment&)) {
-  const auto [command, attachment] = addCommand(commandLine, group, name, help, run);
-  addNumber(command, "printer", attachment.printer, "Number of the printer").required();
-  addVm(command, attachment.vmId).required();
+std::vector<Command> networkPrinters() {
+  return {
+      {"network-printer list",
+       "List the network printers",
+       {},
+       lists("getNetworkPrinterList", "printers", networkPrinterFields(),
+             [](const vel::Client& client, const Values&) { return client.networkPrinters(); }),
+       {{"network-printer list", "With their addresses"}},
+       "",
+       "printer network list"},
+      {"network-printer show",
+       "Show one network printer in full",
+       {text("NAME", "Name of the printer").silent()},
+       shows("getNetworkPrinterList", "network printer", "velctl network-printer list",
+             networkPrinterFields(), &networkPrinterNamed),
+       {{"network-printer show Office", "The printer with the name Office"}}},
+      {"network-printer add",
+       "Add a network printer",
+       {text("ADDRESS", "Address of the printer").notEmpty(),
+        text("NAME", "Name of the printer (default: the library's)").optional().notEmpty(),
+        text("EXTRA", "Further text for the service").optional()},
+       asks("addNetworkPrinter", &addNetworkPrinter, "{ADDRESS} added"),
+       {{"network-printer add 10.0.0.7 Office", "A printer that is called Office"}},
+       "",
+       "printer network add"},
+      {"network-printer remove",
+       "Remove a network printer",
+       {text("NAME", "Name of the printer")},
+       asks(
+           "deleteNetworkPrinter",
+           [](const vel::Client& client, const Values& values) {
+             return client.removeNetworkPrinter(values.text("NAME"));
+           },
+           "{NAME} removed"),
+       {{"network-printer remove Office", "Remove the printer Office"}},
+       "",
+       "printer network delete"},
+      {"network-printer rename",
+       "Rename a network printer",
+       {text("OLD-NAME", "Present name of the printer").notEmpty(),
+        text("NEW-NAME", "New name of the printer").notEmpty()},
+       asks(
+           "renameNetworkPrinter",
+           [](const vel::Client& client, const Values& values) {
+             return client.renameNetworkPrinter(values.text("OLD-NAME"), values.text("NEW-NAME"));
+           },
+           "{OLD-NAME} is now {NEW-NAME}"),
+       {{"network-printer rename Office Reception", "Give the printer another name"}},
+       "",
+       "printer network rename"},
+  };
 }
 
 }  // namespace
 
-void addPrinterCommands(CommandLine& commandLine) {
-  const ParserCommand group = commandLine.group(
-      "printer", "Printers: redirection, network printers, shared printers, print queues");
-
-  const auto listed =
-      addCommand(commandLine, group, "list", "List the printers that can be redirected into a VM",
-                 listPrinters);
-  addVm(listed.command, listed.arguments.vmId);
-
-  const auto status = addCommand(commandLine, group, "status", "Show one printer", showPrinter);
-  addNumber(status.command, "printer", status.arguments.printer, "Number of the printer")
-      .required();
-
-  addPrinterAttachmentCommand(commandLine, group, "connect", "Redirect a printer into a VM",
-                              connectPrinter);
-  addPrinterAttachmentCommand(commandLine, group, "disconnect",
-                              "End the redirection of a printer into a VM", disconnectPrinter);
-
-  const auto [command, given] = addCommand(
-      commandLine, group, "command",
-      "Run a command for a printer; the service does not report the result", runPrinterCommand);
-  addNumber(command, "source", given.source, "Source id of the printer").required();
-  addNumber(command, "command", given.command, "The command (a number of the service)").required();
-  addVm(command, given.vmId).required();
-
-  addNetworkPrinterCommands(commandLine, group);
-  addSharedPrinterCommands(commandLine, group);
-  addPrintQueueCommands(commandLine, group);
+std::vector<Command> printerCommands() {
+  std::vector<Command> commands = redirection();
+  const std::vector<Command> more = networkPrinters();
+  commands.insert(commands.end(), more.begin(), more.end());
+  return commands;
 }
 
 }  // namespace velctl

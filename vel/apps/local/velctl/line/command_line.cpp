@@ -99,8 +99,9 @@ void addParameter(CLI::App& app, const Parameter& parameter, Arguments& argument
   CLI::Option* const option = app.add_option(names, take, describedHelp(parameter));
   option->type_name(parameter.isOption() ? parameter.valueName() : "");
   option->required(parameter.isRequired);
-  constexpr int kNoLimit = 1 << 28;
-  option->expected(1, parameter.isRepeated ? kNoLimit : 1);
+  constexpr int kAny = -1;
+  option->expected(1, parameter.isRepeated ? kAny : 1);
+  option->allow_extra_args(parameter.isRepeated);
   option->check([&parameter](const std::string& text) { return mistakeIn(parameter, text); });
 }
 

@@ -224,7 +224,7 @@ Parameter wholeNumber(const std::string& name, std::int64_t least, std::uint64_t
 }
 
 Parameter usbId() {
-  return thing(Kind::kUsbId, "ID", "USB vendor and product id, as lsusb shows them: 046d:0825");
+  return thing(Kind::kUsbId, "USB-ID", "USB vendor and product id, as lsusb shows them: 046d:0825");
 }
 
 Parameter vmArgument() {

@@ -241,7 +241,9 @@ std::string Invocation::filledIn(const std::string& text) const {
       continue;
     }
     std::string value;
-    if (parameter.kind == Kind::kVm) {
+    if (parameter.isRepeated) {
+      value = base::counted(values_->texts(parameter.name).size(), parameter.key());
+    } else if (parameter.kind == Kind::kVm) {
       value = displayName(values_->text(parameter.name));
     } else if (parameter.isNumber() && parameter.legend) {
       value = numberWithMeaning(*parameter.legend, values_->number<std::int64_t>(parameter.name));

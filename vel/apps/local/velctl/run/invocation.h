@@ -99,7 +99,8 @@ class Invocation {
   // Writes a list, which may be empty, under a name: its elements, and their text.
   void finishList(const std::string& name, const Json& elements, const std::string& text) const;
 
-  // The text with the values of parameters in place of "{NAME}".
+  // The text with the values of parameters in place of "{NAME}"; "2 pipes" for one that may be given
+  // several times.
   std::string filledIn(const std::string& text) const;
 
   [[noreturn]] void fail(const vel::Error& error) const;

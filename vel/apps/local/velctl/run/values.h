@@ -47,7 +47,7 @@ class Values {
     return has(name) ? std::optional(number<Number>(name)) : std::nullopt;
   }
   std::chrono::milliseconds duration(const std::string& name) const;
-  vel::UsbId usbId(const std::string& name = "ID") const;
+  vel::UsbId usbId(const std::string& name = "USB-ID") const;
 
   // The name of the VM in --vm or VM; empty for this machine, and when none was given.
   std::string vm() const { return has("VM") ? text("VM") : text("--vm"); }
