@@ -119,7 +119,7 @@ TEST_F(VelsimTest, SharedPrintersAreFoundAtThreeAddresses) {
   for (std::size_t i = 0; i < searches.size(); ++i) {
     SCOPED_TRACE(rows[i].arguments.front());
     const Finished search = searches[i]->wait();
-    EXPECT_EQ(search.status, velctl::kExitOk);
+    EXPECT_EQ(search.status, velctl::kExitDone);
     EXPECT_EQ(search.out, rows[i].out);
     EXPECT_THAT(search.err, HasSubstr(rows[i].err));
     EXPECT_TRUE(isAsked("searchSharePrinter(address \"" + rows[i].arguments.front() + "\") -> ok"));
@@ -139,7 +139,7 @@ TEST_F(VelsimTest, ASearchForSharedPrintersIsStoppedByAnotherVelctl) {
         stopped = velctl(isJson ? with(stop, "--json") : stop);
       } while (stopped.status == velctl::kExitRefused && !searching.hasEnded());
       searched = searching.wait();
-      return stopped.status == velctl::kExitOk && searched.status == velctl::kExitRefused;
+      return stopped.status == velctl::kExitDone && searched.status == velctl::kExitRefused;
     })) << stopped.err
         << searched.err;
 
@@ -169,7 +169,7 @@ class WatchTest : public VelsimTest {
 
   void TearDown() override {
     for (Process* const watch : {text_.get(), json_.get()}) {
-      EXPECT_EQ(watch->end(SIGINT).status, velctl::kExitOk);
+      EXPECT_EQ(watch->end(SIGINT).status, velctl::kExitDone);
       EXPECT_EQ(watch->readLine(), "") << "an unexpected event";
     }
     VelsimTest::TearDown();
@@ -207,7 +207,7 @@ TEST_F(WatchTest, DevicesThatComeAndGoAreReported) {
   expectEvents({stick + " (code 4)", stick + " (code 64)"},
                {deviceEvent(4, stickJson), deviceEvent(64, stickJson)});
 
-  EXPECT_EQ(velctl("device connect 31 --vm win11").status, velctl::kExitOk);
+  EXPECT_EQ(velctl("device connect 31 --vm win11").status, velctl::kExitDone);
   const std::string attached = "device 31: status 2, policy 0, VM win11, \"Stick\" (code 6)";
   expectEvents({stick + " (code 65)", attached},
                {deviceEvent(65, stickJson),
@@ -224,7 +224,7 @@ TEST_F(WatchTest, DevicesThatComeAndGoAreReported) {
 }
 
 TEST_F(WatchTest, ChangesByOtherClientsAreReported) {
-  EXPECT_EQ(velctl("new-device ignore 0x7e5700030000000d").status, velctl::kExitOk);
+  EXPECT_EQ(velctl("new-device ignore 0x7e5700030000000d").status, velctl::kExitDone);
   expectEvents(
       {"device 13: status 3, policy 0, VM -, \"Drawing tablet\" (code 10)",
        "new device 7e57:0003: configured, result \"ok\", \"Drawing tablet\" (code 3)"},
@@ -232,13 +232,13 @@ TEST_F(WatchTest, ChangesByOtherClientsAreReported) {
        R"({"event":"newDevice","code":3,"usbId":"7e57:0003","isConfigured":true,"result":"ok",)"
        R"("name":"Drawing tablet"})"});
 
-  EXPECT_EQ(velctl("exec test 2").status, velctl::kExitOk);
+  EXPECT_EQ(velctl("exec test 2").status, velctl::kExitDone);
   expectEvents({"printer 21: status 1, VM -, \"Office laser\" (code 1)",
                 "printer 22: status 1, VM -, \"Photo printer\" (code 1)"},
                {printerEvent(printerJson(21, 1, 0, "", "Office laser")),
                 printerEvent(printerJson(22, 1, 0, "", "Photo printer"))});
 
-  EXPECT_EQ(velctl("exec run 7 usb --vm win11").status, velctl::kExitOk);
+  EXPECT_EQ(velctl("exec run 7 usb --vm win11").status, velctl::kExitDone);
   const std::string answer = R"({"id":7,"command":"usb","answer":{"usb":[]}})";
   const std::string hex = base::hexOf(answer + '\0');
   expectEvents({"command answer: VM win11, " + hex + " (code 66)"},
@@ -273,7 +273,7 @@ TEST_F(VelsimTest, AJoystickWatchIsSubscribedUntilItIsInterrupted) {
 
     const Finished finished = watch.end(SIGINT);
 
-    EXPECT_EQ(finished.status, velctl::kExitOk) << finished.err;
+    EXPECT_EQ(finished.status, velctl::kExitDone) << finished.err;
     EXPECT_EQ(finished.out, row.begun + '\n' + row.ended + '\n');
     EXPECT_EQ(subscribers(), "0");
   }

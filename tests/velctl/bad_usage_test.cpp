@@ -313,7 +313,7 @@ TEST_F(InProcessTest, TheHelpOfEveryGroupNamesItsCommands) {
     arguments.emplace_back("--help");
     const Ran help = velctl(arguments);
 
-    EXPECT_EQ(help.status, velctl::kExitOk);
+    EXPECT_EQ(help.status, velctl::kExitDone);
     EXPECT_THAT(help.err, IsEmpty());
     for (const std::string& command : row.commands) {
       EXPECT_THAT(help.out, HasSubstr("\n  " + command + " "));

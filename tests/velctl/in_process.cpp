@@ -1,5 +1,10 @@
 #include "tests/velctl/in_process.h"
 
+#include <algorithm>
+#include <string_view>
+
+#include <nlohmann/json.hpp>
+
 #include "bus/dbus/bus_failure.h"
 #include "tests/processes/temporary_file.h"
 #include "tests/scripted_bus/platform_doubles.h"
@@ -20,6 +25,27 @@ bool qxbus::isBusDirect() {
 namespace velctl_tests {
 
 bool isBusDirect = false;
+
+testing::Matcher<std::string> isOneLine() {
+  return testing::ResultOf(
+      "the newlines",
+      [](const std::string& text) {
+        const auto count = std::count(text.begin(), text.end(), '\n');
+        return count == 1 && text.back() == '\n';
+      },
+      true);
+}
+
+std::string errorJson(velctl::ExitCode status, const std::string& operation,
+                      const std::string& members, const std::string& message) {
+  constexpr std::string_view kBegin = "velctl: ";
+  const bool isPlain = message.rfind(kBegin, 0) == 0;
+  const std::string text = message.substr(isPlain ? kBegin.size() : 0);
+  return R"({"error":{"kind":")" + std::string(nameOf(status)) + R"(","exitStatus":)" +
+         std::to_string(status) + (operation.empty() ? "" : R"(,"operation":")" + operation + '"') +
+         ',' + members + R"("text":)" + nlohmann::json(text.substr(0, text.find('\n'))).dump() +
+         "}}\n";
+}
 
 InProcessTest::InProcessTest() {
   bus.reset();
@@ -50,7 +76,7 @@ Ran InProcessTest::velctl(const std::vector<std::string>& arguments) {
   testing::internal::CaptureStdout();
   testing::internal::CaptureStderr();
   const velctl::ExitCode status = velctl::runCommandLine(arguments, data.descriptor());
-  // Lines of the library, which the program redirects to standard error.
+  // Lines of the library, which the program drops.
   testing::internal::GetCapturedStdout();
   return {status, data.content(), testing::internal::GetCapturedStderr()};
 }

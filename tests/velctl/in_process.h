@@ -14,7 +14,7 @@
 #include "tests/velctl/blocks.h"
 #include "tests/velctl/words.h"
 #include "vel/apps/local/velctl/exit_codes.h"
-#include "vel/apps/local/velctl/output.h"
+#include "vel/apps/local/velctl/output/output.h"
 
 namespace velctl_tests {
 
@@ -27,6 +27,15 @@ struct Ran {
   std::string out;
   std::string err;
 };
+
+// A text of one line, which a newline ends.
+testing::Matcher<std::string> isOneLine();
+
+// The line that standard output has for a failure with --json, whose message is on standard error.
+//
+// members   between the operation and the text, each with a comma behind it
+std::string errorJson(velctl::ExitCode status, const std::string& operation,
+                      const std::string& members, const std::string& message);
 
 // Whether services of the scripted bus listen at sockets of their own; false when a test begins.
 extern bool isBusDirect;

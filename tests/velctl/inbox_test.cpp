@@ -1,4 +1,4 @@
-#include "vel/apps/local/velctl/inbox.h"
+#include "vel/apps/local/velctl/run/inbox.h"
 
 #include <chrono>
 #include <memory>

@@ -1,37 +1,57 @@
-// Rows of velctl joystick, quality, diagnose and exec.
+// Rows of velctl joystick, mapping, bandwidth, quality, self-test and service.
 
 #include <cstdint>
 
 #include "tests/velctl/blocks.h"
 #include "tests/velctl/commands.h"
+#include "vel/protocol/access.h"
+#include "vel/protocol/records.h"
 
 namespace velctl_tests {
 namespace {
 
-// A block of a fixed size that begins with a text.
-Bytes block(std::size_t size, const std::string& text) {
-  Bytes bytes = bytesOf(text);
-  bytes.resize(size);
-  return bytes;
+using velprotocol::write;
+namespace joystick = velprotocol::joystick;
+namespace mapping = velprotocol::joystick_mapping;
+
+// The service's position need not be that in the list, which counts.
+Bytes joystickBlock(int mappingPosition, bool isCalibrated, const std::string& name) {
+  Bytes block(joystick::kLayout.size());
+  write(block, joystick::kVid, std::uint16_t{0x046d});
+  write(block, joystick::kPid, std::uint16_t{0xc215});
+  write(block, joystick::kMapping, static_cast<std::uint16_t>(mappingPosition));
+  write(block, joystick::kIsCalibrated, static_cast<std::uint16_t>(isCalibrated ? 1 : 0));
+  write(block, joystick::kName, name);
+  return block;
 }
 
-// The dump of such a block of 128 bytes and some: the text is at most 16 bytes long.
-std::string dump(std::size_t size, const std::string& firstLine) {
-  const std::size_t rest = size - 128;
-  std::string digits;
-  for (std::size_t i = 0; i < rest; ++i) {
-    digits += " 00";
-  }
-  digits.resize(48, ' ');
-  return firstLine +
-         "\n0010  00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00  |................|\n*\n0080 " +
-         digits + "  |" + std::string(rest, '.') + '|';
+Bytes mappingBlock(const std::string& name) {
+  Bytes block(mapping::kLayout.size());
+  write(block, mapping::kName, name);
+  return block;
 }
 
+// The digits of such a block: everything behind the first bytes is 0.
 std::string digits(std::size_t size, const std::string& first) {
   std::string text = first;
   text.resize(2 * size, '0');
   return text;
+}
+
+const std::string& padDigits() {
+  static const auto& all = *new std::string(digits(138, "00006d0415c202000100506164"));
+  return all;
+}
+
+Reply joysticks() {
+  return Reply()
+      .int32(2)
+      .bytes(joystickBlock(2, true, "Pad"))
+      .bytes(joystickBlock(0, false, "Flight stick"));
+}
+
+Reply mappings() {
+  return Reply().int32(2).bytes(mappingBlock("Standard")).bytes(mappingBlock("x"));
 }
 
 }  // namespace
@@ -41,87 +61,91 @@ std::vector<Command> serviceCommands() {
       Command("JoystickList", "joystick list")
           .sends("getJoystickDevList()")
           .reads(Answer::kContent)
-          .answered(Reply().int32(2).bytes(block(138, "Pad")).bytes(block(138, "\x01")))
-          .prints(
-              "joystick 0\n" +
-              dump(138,
-                   "0000  50 61 64 00 00 00 00 00 00 00 00 00 00 00 00 00  |Pad.............|") +
-              "\njoystick 1\n" +
-              dump(138,
-                   "0000  01 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00  |................|"))
-          .printsJson(R"({"operation":"getJoystickDevList","joysticks":[{"index":0,"hex":")" +
-                      digits(138, "506164") + R"("},{"index":1,"hex":")" + digits(138, "01") +
-                      R"("}]})"),
-      Command("JoystickMappings", "joystick mappings")
-          .sends("getJoystickMappingList()")
+          .answered(joysticks())
+          .prints("POSITION  MAPPING  CALIBRATED  USB ID     NAME\n"
+                  "0         2        yes         046d:c215  Pad\n"
+                  "1         0        no          046d:c215  Flight stick")
+          .printsJson(R"({"operation":"getJoystickDevList","joysticks":[)"
+                      R"({"joystick":0,"mapping":2,"isCalibrated":true,"usbId":"046d:c215",)"
+                      R"("name":"Pad","hex":")" +
+                      padDigits() +
+                      R"("},{"joystick":1,"mapping":0,"isCalibrated":false,"usbId":"046d:c215",)"
+                      R"("name":"Flight stick","hex":")" +
+                      digits(138, "00006d0415c200000000466c6967687420737469636b") + R"("}]})"),
+      Command("JoystickShow", "joystick show 0")
+          .sends("getJoystickDevList()")
           .reads(Answer::kContent)
-          .answered(Reply().int32(1).bytes(block(130, "x")))
-          .prints("mapping 0\n" +
-                  dump(130,
-                       "0000  78 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00  |x...............|"))
-          .printsJson(R"({"operation":"getJoystickMappingList","mappings":[{"index":0,"hex":")" +
-                      digits(130, "78") + R"("}]})"),
+          .answered(joysticks())
+          .prints("joystick      0\n"
+                  "mapping       2\n"
+                  "isCalibrated  yes\n"
+                  "usbId         046d:c215\n"
+                  "name          Pad\n"
+                  "hex           " +
+                  padDigits())
+          .printsJson(R"({"operation":"getJoystickDevList","joystick":0,"mapping":2,)"
+                      R"("isCalibrated":true,"usbId":"046d:c215","name":"Pad","hex":")" +
+                      padDigits() + R"("})"),
       Command("JoystickMap", "joystick map 65535 2")
           .sends("setJoystickMapping(int16 -1, int16 2)")
           .prints("joystick 65535 has mapping 2")
-          .printsJson(
-              R"({"operation":"setJoystickMapping","joystick":65535,"mapping":2,"status":0})"),
+          .printsJson(R"({"operation":"setJoystickMapping","joystick":65535,"mapping":2,)"
+                      R"("status":0,"statusName":"ok"})"),
       Command("JoystickCalibrate", "joystick calibrate 3")
           .sends("calibrationJoystick(int16 3)")
           .prints("joystick 3 calibrated")
-          .printsJson(R"({"operation":"calibrationJoystick","joystick":3,"status":0})"),
-      Command("QualityBandwidth", "quality bandwidth 1 18446744073709551615 --vm win11")
+          .printsJson(R"({"operation":"calibrationJoystick","joystick":3,)"
+                      R"("status":0,"statusName":"ok"})"),
+      Command("MappingList", "mapping list")
+          .sends("getJoystickMappingList()")
+          .reads(Answer::kContent)
+          .answered(mappings())
+          .prints("POSITION  NAME\n"
+                  "0         Standard\n"
+                  "1         x")
+          .printsJson(R"({"operation":"getJoystickMappingList","mappings":[)"
+                      R"({"mapping":0,"name":"Standard","hex":")" +
+                      digits(130, "00005374616e64617264") +
+                      R"("},{"mapping":1,"name":"x","hex":")" + digits(130, "000078") + R"("}]})"),
+      Command("MappingShow", "mapping show 1")
+          .sends("getJoystickMappingList()")
+          .reads(Answer::kContent)
+          .answered(mappings())
+          .prints("mapping  1\n"
+                  "name     x\n"
+                  "hex      " +
+                  digits(130, "000078"))
+          .printsJson(R"({"operation":"getJoystickMappingList","mapping":1,"name":"x","hex":")" +
+                      digits(130, "000078") + R"("})"),
+      Command("BandwidthSet", "bandwidth set 1 18446744073709551615 --vm win11")
           .sends("setBwInfo(int32 101, uint64 1, uint64 18446744073709551615)")
           .sends(kConfirmation)
           .reads(Answer::kNotAwaited)
-          .prints("win11: bandwidth reported")
-          .printsJson(R"({"operation":"setBwInfo","vm":"win11","number":101,"first":1,)"
-                      R"("second":18446744073709551615,"status":0})"),
-      Command("QualityRtcWithAFigure", "quality rtc 1 4294967295 --vm win11")
+          .prints("bandwidth of win11 reported")
+          .printsJson(R"({"operation":"setBwInfo","vm":"win11","vmNumber":101,"first":"1",)"
+                      R"("second":"18446744073709551615"})"),
+      Command("QualitySetWithAFigure", "quality set 1 4294967295 --vm win11")
           .sends("setRtcQosInfo(int32 101, uint64 1, uint64 4294967295)")
           .sends(kConfirmation)
           .reads(Answer::kNotAwaited)
-          .prints("win11: quality reported")
-          .printsJson(R"({"operation":"setRtcQosInfo","vm":"win11","number":101,"type":1,)"
-                      R"("figure":4294967295,"status":0})"),
-      Command("QualityRtcWithoutAFigure", "quality rtc 2 --vm win11")
+          .prints("quality of win11 reported")
+          .printsJson(R"({"operation":"setRtcQosInfo","vm":"win11","vmNumber":101,"type":1,)"
+                      R"("figure":4294967295})"),
+      Command("QualitySetWithoutAFigure", "quality set 2 --vm win11")
           .sends("setRtcQosInfo(int32 101, uint64 2)")
           .sends(kConfirmation)
           .reads(Answer::kNotAwaited)
-          .prints("win11: quality reported")
-          .printsJson(
-              R"({"operation":"setRtcQosInfo","vm":"win11","number":101,"type":2,"status":0})"),
-      Command("DiagnoseSource", "diagnose source 258 --vm win11 --follow 0")
-          .sends("diagnose(int32 101, bytes[8] 0201000000000000)")
-          .reads(Answer::kContent)
-          .answered(Reply().string("{\"velservice\":4097}"))
-          .prints("{\"velservice\":4097}")
-          .printsJson(R"({"operation":"diagnose","vm":"win11","number":101,"source":258,)"
-                      R"("text":"{\"velservice\":4097}"})"),
-      Command("DiagnoseDevice", "diagnose device 65535 --vm win11 --follow 0")
-          .sends("diagnoseDevice(int32 101, int32 65535)")
-          .reads(Answer::kContent)
-          .answered(Reply().string("fine"))
-          .prints("fine")
-          .printsJson(R"({"operation":"diagnoseDevice","vm":"win11","number":101,"device":65535,)"
-                      R"("text":"fine"})"),
-      Command("ExecRunWithoutWaiting", "exec run -7 'a b' --vm win11 --wait 0")
-          .sends(R"(dovelcmd(int32 101, string "a b", int32 -7))")
-          .prints("win11: command -7 accepted")
-          .printsJson(
-              R"({"operation":"dovelcmd","vm":"win11","number":101,"command":-7,"arguments":"a b",)"
-              R"("status":0})"),
-      Command("ExecHelp", "exec help --vm win11")
-          .sends("getvelcmdhelp(int32 101)")
-          .reads(Answer::kContent)
-          .answered(Reply().string("1 restart\n2 dump\n"))
-          .prints("1 restart\n2 dump")
-          .printsJson(R"({"operation":"getvelcmdhelp","vm":"win11","number":101,)"
-                      R"("text":"1 restart\n2 dump\n"})"),
-      Command("ExecTest", "exec test 65535")
+          .prints("quality of win11 reported")
+          .printsJson(R"({"operation":"setRtcQosInfo","vm":"win11","vmNumber":101,"type":2})"),
+      Command("SelfTestRun", "self-test run 65535")
           .sends("doveltest(int32 0, int16 -1)")
           .prints("test 65535 passed")
-          .printsJson(R"({"operation":"doveltest","test":65535,"status":0})"),
+          .printsJson(R"({"operation":"doveltest","test":65535,"status":0,"statusName":"ok"})"),
+      Command("ServiceReset", "service reset")
+          .sends("resetService()")
+          .reads(Answer::kIgnored)
+          .prints("the service has been reset")
+          .printsJson(R"({"operation":"resetService"})"),
   };
 }
 

@@ -1,4 +1,4 @@
-// Rows of velctl vm, pipe and reset.
+// Rows of velctl vm, port, token and pipe.
 
 #include <cstdint>
 
@@ -27,75 +27,90 @@ std::vector<Command> sessionCommands() {
           .sends("getVmList(int32 0)")
           .reads(Answer::kContent)
           .answered(Reply().int32(2).string("win11").int32(101).string("debian").int32(104))
-          .prints("debian  104\nwin11   101")
-          .printsJson(R"({"vms":[{"vm":"debian","number":104},{"vm":"win11","number":101}]})"),
+          .prints("NAME    NUMBER\n"
+                  "debian  104\n"
+                  "win11   101")
+          .printsJson(R"({"operation":"getVmList","vms":[{"vm":"debian","vmNumber":104},)"
+                      R"({"vm":"win11","vmNumber":101}]})"),
+      Command("VmShow", "vm show win11")
+          .sends("getVmList(int32 0)")
+          .reads(Answer::kContent)
+          .answered(Reply().int32(2).string("win11").int32(101).string("debian").int32(104))
+          .prints("vm        win11\n"
+                  "vmNumber  101")
+          .printsJson(R"({"operation":"getVmList","vm":"win11","vmNumber":101})"),
       Command("VmConnect", "vm connect win11 --system-type 10 --share-mode 2 --connect-param=3")
           .sends("connectVm(int32 101, int32 10, int32 2, int32 3)")
-          .prints("win11: connected")
-          .printsJson(R"({"operation":"connectVm","vm":"win11","number":101,"status":0})"),
+          .prints("win11 connected")
+          .printsJson(R"({"operation":"connectVm","vm":"win11","vmNumber":101,)"
+                      R"("status":0,"statusName":"ok"})"),
       Command("VmConnectWithoutOptions", "vm connect win11")
           .sends("connectVm(int32 101, int32 0, int32 0, int32 0)")
-          .prints("win11: connected")
-          .printsJson(R"({"operation":"connectVm","vm":"win11","number":101,"status":0})"),
+          .prints("win11 connected")
+          .printsJson(R"({"operation":"connectVm","vm":"win11","vmNumber":101,)"
+                      R"("status":0,"statusName":"ok"})"),
       Command("VmConnectWithANegativeNumber", "vm connect win11 --share-mode=-2")
           .sends("connectVm(int32 101, int32 0, int32 -2, int32 0)")
-          .prints("win11: connected")
-          .printsJson(R"({"operation":"connectVm","vm":"win11","number":101,"status":0})"),
+          .prints("win11 connected")
+          .printsJson(R"({"operation":"connectVm","vm":"win11","vmNumber":101,)"
+                      R"("status":0,"statusName":"ok"})"),
       Command("VmStart", "vm start win11")
           .sends("startManager(int32 101)")
           .sends(kConfirmation)
           .reads(Answer::kNotAwaited)
-          .prints("win11: start requested")
-          .printsJson(R"({"operation":"startManager","vm":"win11","number":101,"status":0})"),
+          .prints("start of win11 requested")
+          .printsJson(R"({"operation":"startManager","vm":"win11","vmNumber":101})"),
       Command("VmDisconnect", "vm disconnect win11")
           .sends("disconnectVm(int32 101)")
           .sends(kConfirmation)
           .reads(Answer::kNotAwaited)
-          .prints("win11: disconnect requested")
-          .printsJson(R"({"operation":"disconnectVm","vm":"win11","number":101,"status":0})"),
+          .prints("disconnection of win11 requested")
+          .printsJson(R"({"operation":"disconnectVm","vm":"win11","vmNumber":101})"),
       Command("VmFocus", "vm focus win11 --window 7")
           .sends("onFocusChanged(int32 101, int32 1, uint64 7)")
-          .prints("win11: focus gained")
-          .printsJson(R"({"operation":"onFocusChanged","vm":"win11","number":101,"status":0})"),
+          .prints("focus of win11 reported")
+          .printsJson(R"({"operation":"onFocusChanged","vm":"win11","vmNumber":101,"window":"7",)"
+                      R"("status":0,"statusName":"ok"})"),
       Command("VmFocusOfTheLargestWindow", "vm focus win11 --window 18446744073709551615")
           .sends("onFocusChanged(int32 101, int32 1, uint64 18446744073709551615)")
-          .prints("win11: focus gained")
-          .printsJson(R"({"operation":"onFocusChanged","vm":"win11","number":101,"status":0})"),
+          .prints("focus of win11 reported")
+          .printsJson(R"({"operation":"onFocusChanged","vm":"win11","vmNumber":101,)"
+                      R"("window":"18446744073709551615","status":0,"statusName":"ok"})"),
       Command("VmFocusLost", "vm focus win11 --lost --window 0x3a00007")
           .sends("onFocusChanged(int32 101, int32 0, uint64 60817415)")
-          .prints("win11: focus lost")
-          .printsJson(R"({"operation":"onFocusChanged","vm":"win11","number":101,"status":0})"),
-      Command("VmPort", "vm port win11 3 -1")
+          .prints("focus of win11 reported")
+          .printsJson(R"({"operation":"onFocusChanged","vm":"win11","vmNumber":101,)"
+                      R"("window":"60817415","lost":true,"status":0,"statusName":"ok"})"),
+      Command("PortSet", "port set 3 -1 --vm win11")
           .sends("setPortChannelStatus(int32 101, int32 3, int32 -1)")
-          .prints("win11: port 3 has status -1")
-          .printsJson(
-              R"({"operation":"setPortChannelStatus","vm":"win11","number":101,"status":0})"),
-      Command("VmToken", "vm token abc")
+          .prints("port 3 of win11 has status -1")
+          .printsJson(R"({"operation":"setPortChannelStatus","vm":"win11","vmNumber":101,)"
+                      R"("port":3,"portStatus":-1,"status":0,"statusName":"ok"})"),
+      Command("TokenSet", "token set abc")
           .sends("updateDriveToken(bytes[3] 616263)")
           .prints("drive token handed over")
-          .printsJson(R"({"operation":"updateDriveToken","status":0})"),
-      Command("PipeCreate", "pipe create win11 7")
+          .printsJson(R"({"operation":"updateDriveToken","status":0,"statusName":"ok"})"),
+      Command("PipeAdd", "pipe add 7 --vm win11")
           .sends("createPipe(int32 101, int32 1, " + pipe7 + ")")
-          .prints("win11: 1 pipe created")
-          .printsJson(R"({"operation":"createPipe","vm":"win11","number":101,"status":0})"),
-      Command("PipeCreateWithNames", "pipe create win11 7,usb,data 0xff")
+          .prints("pipes of win11 opened")
+          .printsJson(R"({"operation":"createPipe","vm":"win11","vmNumber":101,"pipe":["7"],)"
+                      R"("status":0,"statusName":"ok"})"),
+      Command("PipeAddWithNames", "pipe add 7,usb,data 0xff --vm win11")
           .sends("createPipe(int32 101, int32 2, " + pipe("07", "757362", "64617461") + ", " +
                  pipe("ff", "", "") + ")")
-          .prints("win11: 2 pipes created")
-          .printsJson(R"({"operation":"createPipe","vm":"win11","number":101,"status":0})"),
-      Command("PipeDestroyWithNames", "pipe destroy win11 7,usb,data")
+          .prints("pipes of win11 opened")
+          .printsJson(R"({"operation":"createPipe","vm":"win11","vmNumber":101,)"
+                      R"("pipe":["7,usb,data","0xff"],"status":0,"statusName":"ok"})"),
+      Command("PipeRemoveWithNames", "pipe remove 7,usb,data --vm win11")
           .sends("destroyPipe(int32 101, int32 1, " + pipe("07", "757362", "64617461") + ")")
-          .prints("win11: 1 pipe destroyed")
-          .printsJson(R"({"operation":"destroyPipe","vm":"win11","number":101,"status":0})"),
-      Command("PipeDestroy", "pipe destroy win11 7")
+          .prints("pipes of win11 closed")
+          .printsJson(R"({"operation":"destroyPipe","vm":"win11","vmNumber":101,)"
+                      R"("pipe":["7,usb,data"],"status":0,"statusName":"ok"})"),
+      Command("PipeRemove", "pipe remove --vm win11 7")
           .sends("destroyPipe(int32 101, int32 1, " + pipe7 + ")")
-          .prints("win11: 1 pipe destroyed")
-          .printsJson(R"({"operation":"destroyPipe","vm":"win11","number":101,"status":0})"),
-      Command("Reset", "reset")
-          .sends("resetService()")
-          .reads(Answer::kIgnored)
-          .prints("the service has been reset")
-          .printsJson(R"({"operation":"resetService","status":0})"),
+          .prints("pipes of win11 closed")
+          .printsJson(R"({"operation":"destroyPipe","vm":"win11","vmNumber":101,"pipe":["7"],)"
+                      R"("status":0,"statusName":"ok"})"),
   };
 }
 

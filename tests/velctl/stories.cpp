@@ -106,7 +106,7 @@ Step refusesInJson(const std::string& method, const std::string& command, int st
 }
 
 Step notes(const std::string& method, const std::string& command, const std::string& note) {
-  return fails(method, command, velctl::kExitOk, "velctl: " + note + '\n');
+  return fails(method, command, velctl::kExitDone, "velctl: " + note + '\n');
 }
 
 Step knows(const std::string& word, const std::string& answer) {

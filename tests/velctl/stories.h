@@ -21,7 +21,7 @@ struct Step {
   std::string method;
   std::string command;  // without "velctl"; words with blanks, and empty ones, in single quotes
   Form form = Form::kText;
-  velctl::ExitCode status = velctl::kExitOk;
+  velctl::ExitCode status = velctl::kExitDone;
   std::string out;  // standard output
   std::string err;  // a part of standard error
   // Applied to standard output before the comparison.

@@ -17,12 +17,15 @@ namespace velctl {
 // The text names the request, the reason and the remedy.
 class Failure : public std::runtime_error {
  public:
-  Failure(ExitCode code, const std::string& text, std::optional<std::int32_t> status = std::nullopt)
-      : std::runtime_error(text), code_(code), status_(status) {}
+  Failure(ExitCode code, const std::string& text, std::optional<std::int32_t> status = std::nullopt,
+          std::string method = {})
+      : std::runtime_error(text), code_(code), status_(status), method_(std::move(method)) {}
 
   ExitCode code() const { return code_; }
   // With which the service has refused.
   std::optional<std::int32_t> status() const { return status_; }
+  // Of the request that has failed; empty: there was none.
+  const std::string& method() const { return method_; }
 
   // The same failure of a command that has a part of its answer: the members stand before the error
   // in the JSON form. Its text form is written before the failure is thrown.
@@ -36,6 +39,7 @@ class Failure : public std::runtime_error {
  private:
   ExitCode code_;
   std::optional<std::int32_t> status_;
+  std::string method_;
   Json known_ = Json::object();
 };
 

@@ -31,8 +31,8 @@ void chooseLogLevel(bool isVerbose) {
 ExitCode report(const Output& output, const ParsedLine& line, const Failure& failure) {
   const std::string text = failure.what();
   Json error = {{"kind", nameOf(failure.code())}, {"exitStatus", int{failure.code()}}};
-  if (line.command && !line.command->action.method.empty()) {
-    error["operation"] = line.command->action.method;
+  if (!failure.method().empty()) {
+    error["operation"] = failure.method();
   }
   if (failure.status()) {
     addMember(error,
@@ -63,15 +63,14 @@ void run(const Output& output, const ParsedLine& line) {
     ::setenv("QXBUS_ADDRESS", line.bus->c_str(), 1);
   }
   Session session(output, line.timeout);
-  std::string description = line.command->path;
+  Invocation invocation(*line.command, line.arguments, session);
   try {
-    Invocation invocation(*line.command, line.arguments, session);
-    description = invocation.description();
+    invocation.resolve();
     line.command->action.run(invocation);
   } catch (const Interrupted&) {
-    throw Failure(kExitInterrupted, description + ": interrupted");
+    invocation.fail(kExitInterrupted, "interrupted");
   } catch (const TimeOver&) {
-    throw Failure(kExitNoReply, description + ": not done within the time of --timeout");
+    invocation.fail(kExitNoReply, "not done within the time of --timeout");
   }
 }
 

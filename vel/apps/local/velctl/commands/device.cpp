@@ -23,7 +23,6 @@ using ChangeOf = vel::Result<void> (vel::Client::*)(const std::string&, Subject)
 
 struct AttachmentChange {
   ChangeOf<vel::DeviceNumber> byNumber;
-  const char* methodBySource;
   ChangeOf<vel::SourceId> bySource;
   const char* done;
 };
@@ -31,9 +30,6 @@ struct AttachmentChange {
 template <const AttachmentChange& change>
 void changeAttachment(Invocation& invocation) {
   const bool isBySource = invocation.values().has("--source");
-  if (isBySource) {
-    invocation.setMethod(change.methodBySource);
-  }
   const auto result = invocation.call([isBySource](const vel::Client& client, const Values& values) {
     return isBySource ? (client.*change.bySource)(values.vm(), values.source("--source"))
                       : (client.*change.byNumber)(values.vm(), values.device());
@@ -48,10 +44,15 @@ std::string onlyOneName(const Arguments& arguments) {
              : "";
 }
 
-constexpr AttachmentChange kAttach = {&vel::Client::attach, "connectDeviceBySrcId",
-                                      &vel::Client::attach, "attached to"};
-constexpr AttachmentChange kDetach = {&vel::Client::detach, "disconnectDeviceBySrcId",
-                                      &vel::Client::detach, "detached from"};
+constexpr AttachmentChange kAttach = {&vel::Client::attach, &vel::Client::attach, "attached to"};
+constexpr AttachmentChange kDetach = {&vel::Client::detach, &vel::Client::detach, "detached from"};
+
+template <const AttachmentChange& change>
+Action changes(const std::string& method, const std::string& methodBySource) {
+  Action action = runs(method, &changeAttachment<change>, statusMembers());
+  action.methodBySource = methodBySource;
+  return action;
+}
 
 Parameter sourceOption() {
   return source("--source", "Source id of the device, in place of DEVICE");
@@ -84,7 +85,7 @@ std::vector<Command> deviceCommands() {
       {"device attach",
        "Attach a device to a VM",
        {deviceArgument().optional(), sourceOption(), vmOption().required()},
-       runs("connectDevice", &changeAttachment<kAttach>, statusMembers()),
+       changes<kAttach>("connectDevice", "connectDeviceBySrcId"),
        {{"device attach 12 --vm win11", "Attach the device with the number 12"}},
        "",
        "device connect",
@@ -92,7 +93,7 @@ std::vector<Command> deviceCommands() {
       {"device detach",
        "Detach a device from a VM",
        {deviceArgument().optional(), sourceOption(), vmOption().required()},
-       runs("disconnectDevice", &changeAttachment<kDetach>, statusMembers()),
+       changes<kDetach>("disconnectDevice", "disconnectDeviceBySrcId"),
        {{"device detach 12 --vm win11", "Take the device back from win11"}},
        "",
        "device disconnect",

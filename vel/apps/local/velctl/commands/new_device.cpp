@@ -121,15 +121,15 @@ std::vector<Command> newDeviceCommands() {
        "Report the status of a USB device that the client redirects through its own channel",
        {thing(Kind::kUsbBytes, "USB",
               "The client's 8 bytes for the device, as 16 hexadecimal digits"),
-        number<std::uint16_t>("STATUS", "Status of the device, a number of the service"),
+        number<std::uint16_t>("DEVICE-STATUS", "Status of the device, a number of the service"),
         vmOption().required()},
        asks(
            "setUsbredirStatus",
            [](const vel::Client& client, const Values& values) {
              return client.setUsbStatus(values.vm(), usbDeviceIn(values),
-                                        values.number<std::uint16_t>("STATUS"));
+                                        values.number<std::uint16_t>("DEVICE-STATUS"));
            },
-           "USB device {USB} of {--vm} has status {STATUS}"),
+           "USB device {USB} of {--vm} has status {DEVICE-STATUS}"),
        {{"usb set 0102030405060708 2 --vm win11", "The device has status 2"}},
        "",
        "usb status"},

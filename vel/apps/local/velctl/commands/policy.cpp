@@ -71,16 +71,17 @@ void setPolicy(Invocation& invocation) {
   std::optional<std::string> name = values.optionalText("--name");
   std::optional<std::string> text = values.optionalText("--text");
   if (!name || !text) {
-    invocation.setMethod("getDeviceStatus");
+    invocation.setMethod("getDeviceStatus", ' ' + std::to_string(values.device().value()));
     const PresentTexts present = invocation.valueOf(invocation.call(&presentTexts));
     if (!present.isKnown) {
       invocation.fail(kExitUnknown,
                       "the service has no such device; velctl device list shows them");
     }
     if (present.length < kFixedPart) {
-      invocation.fail(kExitErrorReply,
-                      "the record of the device has " + std::to_string(present.length) + " of " +
-                          std::to_string(kFixedPart) + " bytes; give --name and --text");
+      invocation.fail(kExitErrorReply, "no usable answer: the record of the device has " +
+                                           std::to_string(present.length) + " of " +
+                                           std::to_string(kFixedPart) +
+                                           " bytes; give --name and --text");
     }
     name = name.value_or(present.name);
     text = text.value_or(present.text);
@@ -196,10 +197,11 @@ void getProperty(Invocation& invocation) {
 
 void setTurbo(Invocation& invocation) {
   const std::string config = textOrStandardInput(invocation.values().text("CONFIG"));
-  invocation.finish(invocation.call([config](const vel::Client& client, const Values& values) {
-    return client.setTurboConfig(values.usbId(), config);
-  }),
-                    "turbo configuration of {USB-ID} has " + std::to_string(config.size()) + " bytes");
+  invocation.finish(
+      invocation.call([config](const vel::Client& client, const Values& values) {
+        return client.setTurboConfig(values.usbId(), config);
+      }),
+      "turbo configuration of {USB-ID} has " + std::to_string(config.size()) + " bytes");
 }
 
 std::vector<Command> policiesOfUsbIds() {

@@ -78,7 +78,7 @@ std::vector<Command> redirection() {
        "Run a command for a printer; the service does not report the result (takes up to 10 s)",
        {sourceArgument(), number<std::uint16_t>("COMMAND", "Of velsim 1: attach, 2: detach"),
         vmOption().required()},
-       asks(
+       asksWithoutStatus(
            "ConfigPrinterCommand",
            [](const vel::Client& client, const Values& values) {
              return client.commandPrinter(values.vm(), values.source(),

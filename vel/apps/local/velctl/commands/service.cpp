@@ -31,7 +31,7 @@ std::vector<Command> serviceCommands() {
       {"service reset",
        "Reset the service: it forgets the state that clients have set",
        {},
-       asks(
+       asksWithoutStatus(
            "resetService", [](const vel::Client& client, const Values&) { return client.reset(); },
            "the service has been reset"),
        {{"service reset", "As after its start"}},

@@ -20,7 +20,6 @@ namespace velctl {
 namespace {
 
 void showVm(Invocation& invocation) {
-  invocation.setMethod("getVmList");
   const std::vector<vel::Vm> vms = invocation.valueOf(
       invocation.call([](const vel::Client& client, const Values&) { return client.vms(); }));
   const auto vm = std::find_if(vms.begin(), vms.end(), [&](const vel::Vm& each) {
@@ -119,7 +118,7 @@ std::vector<Command> vmCommands() {
       {"vm show",
        "Show one VM",
        {vmArgument()},
-       runs("getVmListSize", &showVm, membersOf(vmFields())),
+       runs("getVmList", &showVm, membersOf(vmFields())),
        {{"vm show win11", "The number of the VM win11"}}},
       {"vm connect",
        "Attach the service to a VM session",
@@ -165,16 +164,16 @@ std::vector<Command> vmCommands() {
       {"port set",
        "Report the status of a port channel",
        {number<std::uint32_t>("PORT", "Number of the port"),
-        number<std::int32_t>("STATUS", "Status of the port channel, a number of the service"),
+        number<std::int32_t>("PORT-STATUS", "Status of the port channel, a number of the service"),
         vmOption().required()},
        asks(
            "setPortChannelStatus",
            [](const vel::Client& client, const Values& values) {
              return client.setPortStatus(values.vm(),
                                          vel::PortNumber(values.number<std::uint32_t>("PORT")),
-                                         values.number<std::int32_t>("STATUS"));
+                                         values.number<std::int32_t>("PORT-STATUS"));
            },
-           "port {PORT} of {--vm} has status {STATUS}"),
+           "port {PORT} of {--vm} has status {PORT-STATUS}"),
        {{"port set 7 1 --vm win11", "Port 7 of win11 has status 1"}},
        "",
        "vm port"},

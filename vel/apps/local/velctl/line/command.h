@@ -25,6 +25,8 @@ struct Action {
   // The answer has a list under this name, whose elements have these members; empty: none.
   std::string list;
   std::vector<Member> elements;
+  // In place of the method for a device that --source names; empty: it cannot.
+  std::string methodBySource = {};
 };
 
 struct Example {

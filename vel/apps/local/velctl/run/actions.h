@@ -34,16 +34,28 @@ Action asks(const std::string& method, Call call, const std::string& done,
           {}};
 }
 
-// A request whose answer the library does not wait for.
+// A request whose status the library does not return: any answer is a success.
 template <typename Call>
-Action sends(const std::string& method, Call call, const std::string& done) {
+Action asksWithoutStatus(const std::string& method, Call call, const std::string& done,
+                         const std::string& activity = {}) {
   return {method,
-          [call, done](Invocation& invocation) {
-            invocation.finishSent(invocation.call(call), done);
+          [call, done, activity](Invocation& invocation) {
+            invocation.finishWithoutStatus(invocation.call(call, activity), done);
           },
           {},
           "",
           {}};
+}
+
+// A request whose answer the library does not wait for.
+template <typename Call>
+Action sends(const std::string& method, Call call, const std::string& done) {
+  return {
+      method,
+      [call, done](Invocation& invocation) { invocation.finishSent(invocation.call(call), done); },
+      {},
+      "",
+      {}};
 }
 
 // A text that client and service agree on; velctl does not interpret it.

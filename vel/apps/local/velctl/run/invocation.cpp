@@ -1,6 +1,7 @@
 #include "vel/apps/local/velctl/run/invocation.h"
 
 #include <algorithm>
+#include <cctype>
 #include <map>
 #include <optional>
 
@@ -23,13 +24,23 @@ bool isThing(const Parameter& parameter) {
   return isThing(parameter.kind) && !parameter.isLate;
 }
 
+bool isUsb(Kind kind) {
+  return kind == Kind::kUsbId || kind == Kind::kUsbBytes;
+}
+
+std::string lowerCase(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return text;
+}
+
 // Whether a text is a number rather than a name.
 bool isDigits(const std::string& text) {
   return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
 }
 
 std::string shownValue(const Parameter& parameter, const std::string& text) {
-  const bool isPlain = parameter.isNumber() || parameter.kind == Kind::kUsbId ||
+  const bool isPlain = parameter.isNumber() || isUsb(parameter.kind) ||
                        (isThing(parameter.kind) && numberIn(parameter, text));
   return isPlain ? text : printableInQuotes(text);
 }
@@ -81,19 +92,20 @@ std::chrono::seconds timeLimitOf(const std::string& method) {
 }
 
 Invocation::Invocation(const Command& command, const Arguments& arguments, Session& session)
-    : command_(command), session_(session) {
-  describe(arguments);
-  setMethod(command.action.method);
-  resolve(arguments);
+    : command_(command), arguments_(arguments), session_(session) {
+  describe();
+  const Action& action = command.action;
+  const bool isBySource = !action.methodBySource.empty() && arguments.count("--source") != 0;
+  setMethod(isBySource ? action.methodBySource : action.method);
 }
 
 // --- The request ---------------------------------------------------------------------------------
 
-void Invocation::describe(const Arguments& arguments) {
+void Invocation::describe() {
   std::string vm;
   for (const Parameter& parameter : command_.parameters) {
-    const auto given = arguments.find(parameter.name);
-    const bool isGiven = given != arguments.end();
+    const auto given = arguments_.find(parameter.name);
+    const bool isGiven = given != arguments_.end();
     if (parameter.isSilent || parameter.kind == Kind::kFlag || parameter.isRepeated ||
         (!isGiven && !parameter.fallback)) {
       continue;
@@ -109,23 +121,27 @@ void Invocation::describe(const Arguments& arguments) {
 }
 
 void Invocation::setMethod(const std::string& method) {
+  setMethod(method, details_);
+}
+
+void Invocation::setMethod(const std::string& method, const std::string& values) {
   method_ = method;
-  description_ = (method.empty() ? command_.path : method) + details_;
+  description_ = (method.empty() ? command_.path : method) + values;
   if (!method.empty()) {
     request_["operation"] = method;
   }
 }
 
-void Invocation::resolve(const Arguments& arguments) {
+void Invocation::resolve() {
   std::map<std::string, Value> values;
   Json members = Json::object();
   for (const Parameter& parameter : command_.parameters) {
-    const auto given = arguments.find(parameter.name);
-    if (given == arguments.end() && !parameter.fallback) {
+    const auto given = arguments_.find(parameter.name);
+    if (given == arguments_.end() && !parameter.fallback) {
       continue;
     }
     const std::vector<std::string> texts =
-        given != arguments.end() ? given->second : std::vector<std::string>{*parameter.fallback};
+        given != arguments_.end() ? given->second : std::vector<std::string>{*parameter.fallback};
     const Value& value = values[parameter.name] = valueOf(parameter, texts);
     if (parameter.kind == Kind::kVm && !parameter.isLate) {
       request_["vm"] = jsonText(value.texts.front());
@@ -145,6 +161,14 @@ Value Invocation::valueOf(const Parameter& parameter, const std::vector<std::str
     return value;
   }
   if (!isThing(parameter)) {
+}
+
+  if (isUsb(parameter.kind)) {
+    // As records of the service are shown.
+    value.texts = {lowerCase(texts.front())};
+    return value;
+  }
+  if (!isThing(parameter.kind)) {
     return value;
   }
   const std::string text = texts.front();
@@ -182,11 +206,10 @@ Value Invocation::valueOf(const Parameter& parameter, const std::vector<std::str
       return value;
     }
   }
-  value.number = valueOf(session_.call(activityOf({}),
-                                       [vm = value.texts.front()](const vel::Client& client) {
-                                         return client.vmNumber(vm);
-                                       }))
-                     .value();
+  value.number =
+      valueOf(session_.call(activityOf({}), [vm = value.texts.front()](const vel::Client& client) {
+        return client.vmNumber(vm);
+      })).value();
   return value;
 }
 
@@ -212,13 +235,19 @@ void Invocation::finish(const vel::Result<void>& result, const std::string& done
   output().done(filledIn(done), answered(Json{{"status", 0}, {"statusName", "ok"}}));
 }
 
+void Invocation::finishWithoutStatus(const vel::Result<void>& result,
+                                     const std::string& done) const {
+  check(result);
+  output().done(filledIn(done), answered(Json::object()));
+}
+
 void Invocation::finishSent(const vel::Result<void>& result, const std::string& done) const {
   check(result);
   // The request has only been handed to the bus, and would be lost if this process ended now. The
   // bus keeps the order of the requests of one connection, so the answer to a later one shows that
   // the service has received this one.
   check(session_.call(activityOf({}), [](const vel::Client& client) { return client.vms(); }));
-  output().done(filledIn(done), answered(Json::object()));
+  finishWithoutStatus(result, done);
 }
 
 void Invocation::finishList(const std::string& name, const Json& elements,
@@ -226,7 +255,7 @@ void Invocation::finishList(const std::string& name, const Json& elements,
   const Json json = answered(Json{{name, elements}});
   if (elements.empty()) {
     output().json(json);
-    output().note("no " + name);
+    output().note("no " + (name == "vms" ? "VMs" : name));
   } else {
     output().line(text, json);
   }
@@ -251,7 +280,7 @@ std::string Invocation::filledIn(const std::string& text) const {
       value = std::to_string(values_->number<std::int64_t>(parameter.name));
     } else if (parameter.isNumber() || isThing(parameter.kind)) {
       value = std::to_string(values_->number<std::uint64_t>(parameter.name));
-    } else if (parameter.kind == Kind::kUsbId) {
+    } else if (isUsb(parameter.kind)) {
       value = values_->text(parameter.name);
     } else {
       value = printableInQuotes(values_->text(parameter.name));
@@ -269,7 +298,7 @@ std::string Invocation::logs() {
 }
 
 void Invocation::fail(ExitCode code, const std::string& reason) const {
-  throw Failure(code, description_ + ": " + reason);
+  throw Failure(code, description_ + ": " + reason, std::nullopt, method_);
 }
 
 void Invocation::fail(const vel::Error& error) const {
@@ -289,21 +318,22 @@ void Invocation::fail(const vel::Error& error) const {
       const auto* const meaning =
           std::find_if(legend.begin(), legend.end(),
                        [status](const velprotocol::Meaning& row) { return row.number == status; });
-      throw Failure(kExitRefused,
-                    description_ + ": the service refused with status " +
-                        (meaning == legend.end()
-                             ? std::to_string(status) + ", to which it gives the meaning" + logs()
-                             : numberWithMeaning(legend, status) + ": " +
-                                   std::string(meaning->explanation)),
-                    status);
+      throw Failure(
+          kExitRefused,
+          description_ + ": the service refused with status " +
+              (meaning == legend.end()
+                   ? std::to_string(status) + ", to which it gives the meaning" + logs()
+                   : numberWithMeaning(legend, status) + ": " + std::string(meaning->explanation)),
+          status, method_);
     }
     case vel::ErrorKind::kRefusedArgument:
-      fail(kExitRefused, "nothing was sent: " + text);
+      fail(kExitRefused, "nothing was sent: " + text + "; see velctl " + command_.path + " --help");
     case vel::ErrorKind::kNoThread:
       fail(kExitFailed, text);
     case vel::ErrorKind::kNoReply:
       // The service may have died meanwhile.
-      check(session_.call(activityOf({}), [](const vel::Client& client) { return client.connect(); }));
+      check(session_.call(activityOf({}),
+                          [](const vel::Client& client) { return client.connect(); }));
       fail(kExitNoReply, text + logs());
     case vel::ErrorKind::kErrorReply:
     case vel::ErrorKind::kBadReply:

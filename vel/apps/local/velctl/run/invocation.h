@@ -41,11 +41,13 @@ std::vector<Value> received(const vel::Result<std::vector<Value>>& list) {
 // THREADS   The main thread.
 class Invocation {
  public:
-  // Looks up what the arguments name: throws Failure when it is not there.
   Invocation(const Command& command, const Arguments& arguments, Session& session);
 
   Invocation(const Invocation&) = delete;
   Invocation& operator=(const Invocation&) = delete;
+
+  // Looks up what the arguments name, before the command runs: throws Failure when it is not there.
+  void resolve();
 
   const Command& command() const { return command_; }
   const Values& values() const { return *values_; }
@@ -58,6 +60,8 @@ class Invocation {
 
   // Makes another request the one that is going on, for a command that has several.
   void setMethod(const std::string& method);
+  // values: in the description, each with a blank before it.
+  void setMethod(const std::string& method, const std::string& values);
 
   // Calls operation(const vel::Client&, const Values&) -> vel::Result and waits for the result.
   template <typename Operation>
@@ -93,6 +97,8 @@ class Invocation {
   // Writes the result of a request, or throws the Failure. done is the text form; "{NAME}" in it
   // stands for the value of a parameter.
   void finish(const vel::Result<void>& result, const std::string& done) const;
+  // For operations that succeed with any answer of the service.
+  void finishWithoutStatus(const vel::Result<void>& result, const std::string& done) const;
   // For operations that do not wait for the answer of the service. Returns when the service has
   // received the request.
   void finishSent(const vel::Result<void>& result, const std::string& done) const;
@@ -110,11 +116,11 @@ class Invocation {
   static std::string logs();
 
  private:
-  void resolve(const Arguments& arguments);
   Value valueOf(const Parameter& parameter, const std::vector<std::string>& texts);
-  void describe(const Arguments& arguments);
+  void describe();
 
   const Command& command_;
+  const Arguments& arguments_;
   Session& session_;
   std::shared_ptr<const Values> values_ = std::make_shared<Values>();
   std::string method_;
