@@ -160,15 +160,12 @@ Value Invocation::valueOf(const Parameter& parameter, const std::vector<std::str
     value.number = numberIn(parameter, texts.front()).value_or(0);
     return value;
   }
-  if (!isThing(parameter)) {
-}
-
   if (isUsb(parameter.kind)) {
     // As records of the service are shown.
     value.texts = {lowerCase(texts.front())};
     return value;
   }
-  if (!isThing(parameter.kind)) {
+  if (!isThing(parameter)) {
     return value;
   }
   const std::string text = texts.front();
