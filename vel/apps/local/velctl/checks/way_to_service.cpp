@@ -128,7 +128,7 @@ std::string remedyOf(const ServiceCheck& check) {
                   ? " enter the directory (chmod, chown)"
                   : " write to the socket (chmod, chown)");
     case BusLink::kConnection:
-      return "whoever listened there has ended or hangs; " +
+      return "the program that listened there has ended or hangs; " +
              (check.isDirect ? start : "end it if it hangs, and " + start);
     case BusLink::kAuthentication:
       return whose + " refuses this user, or hangs; run velctl as the user of " + whose +
