@@ -92,23 +92,23 @@ std::vector<Command> sessionCommands() {
           .printsJson(R"({"operation":"updateDriveToken","status":0,"statusName":"ok"})"),
       Command("PipeAdd", "pipe add 7 --vm win11")
           .sends("createPipe(int32 101, int32 1, " + pipe7 + ")")
-          .prints("pipes of win11 opened")
+          .prints("1 pipe of win11 opened")
           .printsJson(R"({"operation":"createPipe","vm":"win11","vmNumber":101,"pipe":["7"],)"
                       R"("status":0,"statusName":"ok"})"),
       Command("PipeAddWithNames", "pipe add 7,usb,data 0xff --vm win11")
           .sends("createPipe(int32 101, int32 2, " + pipe("07", "757362", "64617461") + ", " +
                  pipe("ff", "", "") + ")")
-          .prints("pipes of win11 opened")
+          .prints("2 pipes of win11 opened")
           .printsJson(R"({"operation":"createPipe","vm":"win11","vmNumber":101,)"
                       R"("pipe":["7,usb,data","0xff"],"status":0,"statusName":"ok"})"),
       Command("PipeRemoveWithNames", "pipe remove 7,usb,data --vm win11")
           .sends("destroyPipe(int32 101, int32 1, " + pipe("07", "757362", "64617461") + ")")
-          .prints("pipes of win11 closed")
+          .prints("1 pipe of win11 closed")
           .printsJson(R"({"operation":"destroyPipe","vm":"win11","vmNumber":101,)"
                       R"("pipe":["7,usb,data"],"status":0,"statusName":"ok"})"),
       Command("PipeRemove", "pipe remove --vm win11 7")
           .sends("destroyPipe(int32 101, int32 1, " + pipe7 + ")")
-          .prints("pipes of win11 closed")
+          .prints("1 pipe of win11 closed")
           .printsJson(R"({"operation":"destroyPipe","vm":"win11","vmNumber":101,"pipe":["7"],)"
                       R"("status":0,"statusName":"ok"})"),
   };

@@ -43,6 +43,12 @@ class Failure : public std::runtime_error {
   Json known_ = Json::object();
 };
 
+// Nobody reads standard output any longer.
+class OutputClosed : public Failure {
+ public:
+  OutputClosed() : Failure(kExitOutputLost, "writing to standard output: the pipe is closed") {}
+};
+
 }  // namespace velctl
 
 #endif  // VEL_APPS_LOCAL_VELCTL_FAILURE_H

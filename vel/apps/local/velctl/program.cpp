@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <exception>
+#include <string_view>
 
 #include "base/printable.h"
 #include "vel/apps/local/velctl/failure.h"
@@ -39,9 +40,12 @@ ExitCode report(const Output& output, const ParsedLine& line, const Failure& fai
               {"status", Type::kMeaning, velprotocol::Legend("", velprotocol::kStatuses)},
               *failure.status());
   }
-  error["text"] = jsonText(text);
   // A mistake on the line begins with the words of the line.
-  Output::message((line.mistake.empty() ? "velctl: " : "") + text);
+  constexpr std::string_view kProgram = "velctl: ";
+  const std::string message = (line.mistake.empty() ? std::string(kProgram) : "") + text;
+  error["text"] = jsonText(message.rfind(kProgram, 0) == 0 ? message.substr(kProgram.size())
+                                                           : message);
+  Output::message(message);
   if (failure.code() != kExitOutputLost) {
     Json json = failure.known();
     json["error"] = error;

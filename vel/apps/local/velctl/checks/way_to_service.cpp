@@ -152,7 +152,7 @@ Failure failureOf(const std::string& command, const CheckedLink& link) {
 }
 
 qxbus::ServiceCheck checkWay(const Invocation& invocation) {
-  return invocation.valueOf(invocation.session().run(
+  return invocation.valueOf(invocation.session().await(
       {"examining the way to the service", std::chrono::ceil<std::chrono::seconds>(kLimit)}, [] {
         return vel::Result<qxbus::ServiceCheck>(
             qxbus::checkService(velprotocol::kServiceName, "", kLimit));

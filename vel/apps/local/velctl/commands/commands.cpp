@@ -8,9 +8,10 @@ namespace {
 using Commands = std::vector<Command>();
 
 constexpr Commands* kCommands[] = {
-    &statusCommands, &doctorCommands,    &waitCommands,    &vmCommands,
-    &deviceCommands, &newDeviceCommands, &policyCommands,  &printerCommands,
-    &queueCommands,  &joystickCommands,  &serviceCommands,
+    &statusCommands,  &doctorCommands,         &waitCommands,      &watchCommands,
+    &vmCommands,      &deviceCommands,         &newDeviceCommands, &policyCommands,
+    &printerCommands, &sharedPrinterCommands,  &queueCommands,     &joystickCommands,
+    &penCommands,     &serviceCommandCommands, &serviceCommands,
 };
 
 }  // namespace
@@ -20,6 +21,7 @@ const std::vector<Noun>& nouns() {
   static const auto& all = *new std::vector<Noun>{
       {"status", ""},
       {"doctor", ""},
+      {"watch", "Events"},
       {"wait", "Wait until the service, a device or a printer is there"},
       {"vm", "VM sessions"},
       {"device", "Devices of this machine and of the network"},
@@ -28,6 +30,7 @@ const std::vector<Noun>& nouns() {
       {"mapping", "Mappings of the buttons and axes of joysticks"},
       {"camera", "The camera of this machine"},
       {"network-printer", "Printers that are reached over the network"},
+      {"shared-printer", "Printers that other machines share"},
       {"queue", "Print queues of this machine and their drivers"},
       {"network-device", "Devices that a client adds"},
       {"new-device", "What the user has chosen for a newly plugged-in device"},
@@ -42,6 +45,8 @@ const std::vector<Noun>& nouns() {
       {"token", "Tokens for redirected drives"},
       {"bandwidth", "Reports on the bandwidth of the stream"},
       {"quality", "Reports on the quality of the stream"},
+      {"pen", "Pen input on a pen port; needs no service"},
+      {"command", "Commands of the service"},
       {"self-test", "Self-tests of the service"},
       {"service", "The service itself"},
   };

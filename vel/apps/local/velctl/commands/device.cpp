@@ -30,18 +30,13 @@ struct AttachmentChange {
 template <const AttachmentChange& change>
 void changeAttachment(Invocation& invocation) {
   const bool isBySource = invocation.values().has("--source");
-  const auto result = invocation.call([isBySource](const vel::Client& client, const Values& values) {
-    return isBySource ? (client.*change.bySource)(values.vm(), values.source("--source"))
-                      : (client.*change.byNumber)(values.vm(), values.device());
-  });
+  const auto result =
+      invocation.call([isBySource](const vel::Client& client, const Values& values) {
+        return isBySource ? (client.*change.bySource)(values.vm(), values.source("--source"))
+                          : (client.*change.byNumber)(values.vm(), values.device());
+      });
   invocation.finish(result, (isBySource ? "source {--source} " : "device {DEVICE} ") +
                                 std::string(change.done) + " {--vm}");
-}
-
-std::string onlyOneName(const Arguments& arguments) {
-  return arguments.count("--source") == arguments.count("DEVICE")
-             ? "name the device as DEVICE or with --source, not both"
-             : "";
 }
 
 constexpr AttachmentChange kAttach = {&vel::Client::attach, &vel::Client::attach, "attached to"};
@@ -54,11 +49,17 @@ Action changes(const std::string& method, const std::string& methodBySource) {
   return action;
 }
 
+}  // namespace
+
 Parameter sourceOption() {
   return source("--source", "Source id of the device, in place of DEVICE");
 }
 
-}  // namespace
+std::string onlyOneDevice(const Arguments& arguments) {
+  return arguments.count("--source") == arguments.count("DEVICE")
+             ? "name the device as DEVICE or with --source, not both"
+             : "";
+}
 
 std::vector<Command> deviceCommands() {
   Action listing = runs("getDeviceList", &listDevices);
@@ -89,7 +90,7 @@ std::vector<Command> deviceCommands() {
        {{"device attach 12 --vm win11", "Attach the device with the number 12"}},
        "",
        "device connect",
-       &onlyOneName},
+       &onlyOneDevice},
       {"device detach",
        "Detach a device from a VM",
        {deviceArgument().optional(), sourceOption(), vmOption().required()},
@@ -97,7 +98,7 @@ std::vector<Command> deviceCommands() {
        {{"device detach 12 --vm win11", "Take the device back from win11"}},
        "",
        "device disconnect",
-       &onlyOneName},
+       &onlyOneDevice},
       {"device redirect",
        "Redirect a device in a direction, which is a number of the service",
        {deviceArgument(),
@@ -105,13 +106,15 @@ std::vector<Command> deviceCommands() {
                               "Of velsim 0: back to this machine, 1: into the VM, from another VM "
                               "as well"),
         vmOption().required()},
-       asks("redirectDevice",
-            [](const vel::Client& client, const Values& values) {
-              return client.redirect(values.vm(), values.device(),
-                                     values.number<std::uint16_t>("DIRECTION"));
-            },
-            "device {DEVICE} redirected for {--vm}: {DIRECTION}"),
+       asks(
+           "redirectDevice",
+           [](const vel::Client& client, const Values& values) {
+             return client.redirect(values.vm(), values.device(),
+                                    values.number<std::uint16_t>("DIRECTION"));
+           },
+           "device {DEVICE} redirected for {--vm}: {DIRECTION}"),
        {{"device redirect 12 1 --vm win11", "Into win11, also from another VM"}}},
+      diagnoseCommand(),
   };
 }
 

@@ -212,7 +212,7 @@ std::vector<Command> policiesOfUsbIds() {
        runs("getDevicePropertyWithVidPid", &getProperty, {{"value", Type::kInteger}}),
        {{"property get 046d:0825", "The property of this camera"}},
        "",
-       "policy property get"},
+       "policy property get, policy property local"},
       {"property set",
        "Set the property of a USB vendor and product id",
        {usbId(), typeArgument(),

@@ -319,9 +319,9 @@ constexpr char kDetails[] =
 }  // namespace
 
 std::vector<Command> waitCommands() {
-  Parameter device = deviceArgument().optional().late();
+  Parameter device = deviceArgument().optional().unresolved();
   device.help = "Number of the device, its name, or its USB vendor and product id (046d:0825)";
-  Parameter vm = vmOption().late();
+  Parameter vm = vmOption().unresolved();
   vm.help = "Until it is attached to this VM: its name, or its number";
   return {
       {"wait service",
@@ -339,7 +339,7 @@ std::vector<Command> waitCommands() {
        kDetails},
       {"wait printer",
        "Wait until a printer is there, or has a status",
-       {printerArgument().optional().late(), printerStatus(),
+       {printerArgument().optional().unresolved(), printerStatus(),
         flag("--changed", "Until the printer has another status than now")},
        runs("", &waitForPrinter, membersOf(printerFields())),
        {{"wait printer 'Office' --status attached", "Until it is attached"},

@@ -15,6 +15,12 @@ namespace velctl {
 
 class Invocation;
 
+// A line of the JSON form that reports an event.
+struct EventLine {
+  std::string event;
+  std::vector<Member> members;
+};
+
 // What a command does, and what its JSON form has behind the parameters. actions.h makes them.
 struct Action {
   // Of the bus, and "operation" in the JSON form; empty: the command has no request of its own.
@@ -27,6 +33,8 @@ struct Action {
   std::vector<Member> elements;
   // In place of the method for a device that --source names; empty: it cannot.
   std::string methodBySource = {};
+  // Lines before the answer, or in its place.
+  std::vector<EventLine> events = {};
 };
 
 struct Example {
@@ -44,7 +52,7 @@ struct Command {
   std::vector<Example> examples;
   // Further paragraphs of the help; empty for most.
   std::string details = {};
-  // An earlier spelling, of which a mistake says the new one; empty: none.
+  // Earlier spellings, with ", " between several, of which a mistake says the new one; empty: none.
   std::string formerly = {};
   // What must hold between several parameters: returns the mistake, empty for none. May be null.
   std::string (*rule)(const Arguments& arguments) = nullptr;

@@ -7,6 +7,7 @@
 #include <memory>
 #include <numeric>
 #include <sstream>
+#include <string_view>
 #include <utility>
 
 #include <CLI/CLI.hpp>
@@ -23,9 +24,8 @@ constexpr std::size_t kHelpColumn = 30;
 // "device" and "attach"; "status" and "".
 std::pair<std::string, std::string> nounAndVerb(const std::string& path) {
   const std::size_t blank = path.find(' ');
-  return blank == std::string::npos
-             ? std::pair(path, std::string())
-             : std::pair(path.substr(0, blank), path.substr(blank + 1));
+  return blank == std::string::npos ? std::pair(path, std::string())
+                                    : std::pair(path.substr(0, blank), path.substr(blank + 1));
 }
 
 std::string footer() {
@@ -92,8 +92,7 @@ void addParameter(CLI::App& app, const Parameter& parameter, Arguments& argument
       parameter.letter.empty() ? parameter.name : parameter.letter + ',' + parameter.name;
   if (parameter.kind == Kind::kFlag) {
     app.add_flag_callback(
-        names, [&arguments, &parameter] { arguments[parameter.name] = {}; },
-        parameter.help);
+        names, [&arguments, &parameter] { arguments[parameter.name] = {}; }, parameter.help);
     return;
   }
   CLI::Option* const option = app.add_option(names, take, describedHelp(parameter));
@@ -101,14 +100,27 @@ void addParameter(CLI::App& app, const Parameter& parameter, Arguments& argument
   option->required(parameter.isRequired);
   constexpr int kAny = -1;
   option->expected(1, parameter.isRepeated ? kAny : 1);
-  option->allow_extra_args(parameter.isRepeated);
+  // An option is repeated with its values: what stands behind its first value is another argument.
+  option->allow_extra_args(parameter.isRepeated && !parameter.isOption());
   option->check([&parameter](const std::string& text) { return mistakeIn(parameter, text); });
 }
 
-// The parser of all commands, and what it has found.
+bool has(const std::vector<std::string>& words, const std::string& word) {
+  return std::find(words.begin(), words.end(), word) != words.end();
+}
+
+// "velctl device attach"
+std::string pathOf(const CLI::App& app) {
+  const CLI::App* const outer = app.get_parent();
+  return outer ? pathOf(*outer) + ' ' + app.get_name() : app.get_name();
+}
+
+// The parser of all commands, and what it has found. Of nouns that do not occur in the arguments it
+// knows the names only.
 class Parser {
  public:
-  Parser() : app_("Controls the peripheral-device service of this machine.", "velctl") {
+  explicit Parser(const std::vector<std::string>& arguments)
+      : app_("Controls the peripheral-device service of this machine.", "velctl") {
     app_.fallthrough();
     app_.require_subcommand(1);
     app_.set_version_flag("--version", "velctl " VELCTL_VERSION);
@@ -118,7 +130,11 @@ class Parser {
       addParameter(app_, option, global_);
     }
     for (const Noun& noun : nouns()) {
-      addNoun(noun);
+      if (has(arguments, noun.name)) {
+        addNoun(noun);
+      } else {
+        app_.add_subcommand(noun.name, noun.summary);
+      }
     }
   }
 
@@ -134,12 +150,6 @@ class Parser {
       app = app->get_subcommands().front();
     }
     return *app;
-  }
-
-  // "velctl device attach"
-  static std::string pathOf(const CLI::App& app) {
-    const CLI::App* const outer = app.get_parent();
-    return outer ? pathOf(*outer) + ' ' + app.get_name() : app.get_name();
   }
 
   std::string helpOf(const CLI::App& app) const {
@@ -206,8 +216,7 @@ std::size_t distance(const std::string& a, const std::string& b) {
     rows[i][0] = i;
     for (std::size_t j = 1; j <= b.size(); ++j) {
       const std::size_t change = a[i - 1] == b[j - 1] ? 0 : 1;
-      rows[i][j] =
-          std::min({rows[i - 1][j] + 1, rows[i][j - 1] + 1, rows[i - 1][j - 1] + change});
+      rows[i][j] = std::min({rows[i - 1][j] + 1, rows[i][j - 1] + 1, rows[i - 1][j - 1] + change});
       if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1]) {
         rows[i][j] = std::min(rows[i][j], rows[i - 2][j - 2] + 1);
       }
@@ -222,15 +231,26 @@ std::string suggestion(const std::string& word, const std::vector<std::string>& 
   return near.empty() ? "" : "; did you mean " + base::joined(near, " or ") + "?";
 }
 
-// The commands that were spelled as the line begins: "velctl device connect" is now ...
-std::string newSpelling(const std::vector<std::string>& arguments) {
+// The command that was spelled as the line begins, unless another is: "device connect" is now ...
+std::string newSpelling(const std::vector<std::string>& arguments, const CLI::App& named) {
   std::string line;
   for (const std::string& argument : arguments) {
-    line += argument + ' ';
+    line += argument.rfind('-', 0) == 0 ? "" : argument + ' ';
+  }
+  const bool isCommand = named.get_require_subcommand_min() == 0 &&
+                         ("velctl " + line).rfind(pathOf(named) + ' ', 0) == 0;
+  if (isCommand) {
+    return {};
   }
   for (const Command& command : commands()) {
-    if (!command.formerly.empty() && line.rfind(command.formerly + ' ', 0) == 0) {
-      return "\"" + command.formerly + "\" is now \"" + command.path + "\"";
+    std::string_view rest = command.formerly;
+    while (!rest.empty()) {
+      const std::string former(rest.substr(0, rest.find(", ")));
+      if (line.rfind(former + ' ', 0) == 0) {
+        return "velctl: \"" + former + "\" is now \"" + command.path + "\"; see velctl " +
+               command.path + " --help";
+      }
+      rest.remove_prefix(std::min(rest.size(), former.size() + 2));
     }
   }
   return {};
@@ -265,8 +285,10 @@ std::vector<std::string> optionsOf(const CLI::App& app) {
   return names;
 }
 
-std::string mistakeOf(const CLI::App& app, const std::vector<std::string>& unknown,
+std::string mistakeOf(const CLI::App& app, std::vector<std::string> unknown,
                       const CLI::ParseError& error) {
+  // It marks the end of the options, and was understood.
+  unknown.erase(std::remove(unknown.begin(), unknown.end(), "--"), unknown.end());
   const bool isOption = !unknown.empty() && unknown.front().rfind('-', 0) == 0;
   if (isOption) {
     return "unknown option " + printableLines(unknown.front()) +
@@ -279,10 +301,6 @@ std::string mistakeOf(const CLI::App& app, const std::vector<std::string>& unkno
                                  suggestion(unknown.front(), namesInside(app));
   }
   return printableLines(uncapitalized(error.what()));
-}
-
-bool has(const std::vector<std::string>& arguments, const std::string& option) {
-  return std::find(arguments.begin(), arguments.end(), option) != arguments.end();
 }
 
 }  // namespace
@@ -314,7 +332,7 @@ std::vector<std::string> nearest(const std::string& word, const std::vector<std:
 }
 
 ParsedLine parseLine(const std::vector<std::string>& arguments) {
-  Parser parser;
+  Parser parser(arguments);
   ParsedLine line;
   std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
   try {
@@ -328,11 +346,12 @@ ParsedLine parseLine(const std::vector<std::string>& arguments) {
     line.help = parser.helpOf(parser.named());
   } catch (const CLI::ParseError& error) {
     const CLI::App& app = parser.named();
-    const std::string path = Parser::pathOf(app);
-    const std::string changed = newSpelling(arguments);
-    line.mistake = (changed.empty() ? path + ": " + mistakeOf(app, parser.app().remaining(true), error)
-                                    : "velctl: " + changed) +
-                   "; see " + path + " --help";
+    const std::string path = pathOf(app);
+    const std::string changed = newSpelling(arguments, app);
+    line.mistake = changed.empty()
+                       ? path + ": " + mistakeOf(app, parser.app().remaining(true), error) +
+                             "; see " + path + " --help"
+                       : changed;
   }
   if (line.command && line.command->rule) {
     const std::string broken = line.command->rule(line.arguments);

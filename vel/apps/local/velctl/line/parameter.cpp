@@ -147,9 +147,9 @@ Parameter Parameter::silent() const {
   return changed;
 }
 
-Parameter Parameter::late() const {
+Parameter Parameter::unresolved() const {
   Parameter changed = *this;
-  changed.isLate = true;
+  changed.isUnresolved = true;
   return changed;
 }
 
@@ -301,14 +301,12 @@ std::string mistakeIn(const Parameter& parameter, const std::string& text) {
       mistake = isSeconds(text) ? "" : shown + " must be a number of seconds, such as 2 or 0.5";
       break;
     case Kind::kUsbId:
-      mistake = isUsbId(text)
-                    ? ""
-                    : shown + " must be a USB vendor and product id, such as 046d:0825";
+      mistake =
+          isUsbId(text) ? "" : shown + " must be a USB vendor and product id, such as 046d:0825";
       break;
     case Kind::kUsbBytes:
-      mistake = text.size() == 16 && base::parseHex(text)
-                    ? ""
-                    : shown + " must be 16 hexadecimal digits";
+      mistake =
+          text.size() == 16 && base::parseHex(text) ? "" : shown + " must be 16 hexadecimal digits";
       break;
     case Kind::kPath:
       mistake = text.empty() ? "must not be empty" : "";
@@ -340,7 +338,8 @@ std::optional<std::uint64_t> numberIn(const Parameter& parameter, const std::str
     const auto number = parseSigned(text, parameter.least, parameter.most);
     return number ? std::optional(static_cast<std::uint64_t>(*number)) : std::nullopt;
   }
-  return base::parseNumber(text, parameter.most);
+  const auto number = base::parseNumber(text, parameter.most);
+  return number && *number >= static_cast<std::uint64_t>(parameter.least) ? number : std::nullopt;
 }
 
 }  // namespace velctl

@@ -51,8 +51,8 @@ struct Parameter {
   // Steers velctl and is no part of the request, or must not be shown: it stands neither in the JSON
   // form nor in messages.
   bool isSilent = false;
-  // Of a thing: the command looks it up itself, because it may not be there yet.
-  bool isLate = false;
+  // The command itself finds out what the text names.
+  bool isUnresolved = false;
   // The value when none is given.
   std::optional<std::string> fallback;
   // Of numbers.
@@ -86,7 +86,7 @@ struct Parameter {
   Parameter optional() const;
   Parameter repeated() const;
   Parameter silent() const;
-  Parameter late() const;
+  Parameter unresolved() const;
   Parameter orElse(const std::string& value) const;
   Parameter notEmpty() const;
   Parameter atMost(std::size_t bytes) const;
