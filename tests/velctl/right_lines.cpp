@@ -189,6 +189,8 @@ std::vector<std::string> wrongValuesOf(const Parameter& parameter) {
       }
       break;
     case Kind::kVm:
+    case Kind::kNetworkPrinter:
+    case Kind::kCommand:
     case Kind::kFlag:
       break;
   }

@@ -407,6 +407,10 @@ ParsedLine parseLine(const std::vector<std::string>& arguments) {
   if (const auto bus = global.find("--bus"); bus != global.end()) {
     line.bus = bus->second.front();
   }
+  for (const auto& [name, texts] : global) {
+    line.globalWords.push_back(name);
+    line.globalWords.insert(line.globalWords.end(), texts.begin(), texts.end());
+  }
   return line;
 }
 
