@@ -476,6 +476,17 @@ TEST_F(InProcessTest, TheHelpOfACommandNamesItsParametersItsExamplesAndTheCommon
   }
 }
 
+TEST_F(InProcessTest, TheCommandHelpShowsTheSame) {
+  for (const velctl::Command& command : velctl::commands()) {
+    const Ran help = velctl("help " + command.path);
+
+    EXPECT_EQ(help.status, velctl::kExitDone);
+    EXPECT_EQ(help.out, velctl(command.path + " --help").out);
+  }
+  EXPECT_EQ(velctl("help").out, velctl("--help").out);
+  EXPECT_EQ(velctl("help device").out, velctl("device --help").out);
+}
+
 TEST_F(InProcessTest, TheHelpHasEveryExitStatus) {
   const Ran help = velctl("--help");
 
