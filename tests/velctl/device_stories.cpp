@@ -49,8 +49,8 @@ std::vector<Story> deviceStories() {
                  "15      available (1)  none (0)  -   Barcode scanner"),
            shows("connectDevice", "device attach 12 --vm win11", "device 12 attached to win11"),
            shows("getDeviceStatus", "device show 12",
-                 shown("12", "attached (2)", "win11", "Built-in camera", "9103745180342681612", "0002",
-"camera (2)")),
+                 shown("12", "attached (2)", "win11", "Built-in camera", "9103745180342681612",
+                       "0002", "camera (2)")),
            shows("getDeviceList", "device list --vm win11",
                  "NUMBER  STATUS         POLICY    VM     NAME\n"
                  "11      available (1)  none (0)  -      Memory stick\n"
@@ -102,9 +102,9 @@ std::vector<Story> deviceStories() {
            shows("redirectDevice", "device redirect 12 1 --vm win11",
                  "device 12 redirected for win11: 1"),
            showsJson("getDeviceStatus", "device show 12", camera(2, 101)),
-           showsJson(
-               "redirectDevice", "device redirect 12 1 --vm win10",
-               std::string(kForWin10) + R"("device":12,"direction":1,"status":0,"statusName":"ok")"),
+           showsJson("redirectDevice", "device redirect 12 1 --vm win10",
+                     std::string(kForWin10) +
+                         R"("device":12,"direction":1,"status":0,"statusName":"ok")"),
            showsJson("getDeviceStatus", "device show 12", camera(2, 102)),
            shows("redirectDevice", "device redirect 12 0 --vm win10",
                  "device 12 redirected for win10: 0"),
@@ -116,7 +116,8 @@ std::vector<Story> deviceStories() {
            shows("addNetworkDevice", "network-device add 3 'Scanner in the hall'",
                  "\"Scanner in the hall\" added"),
            shows("getDeviceStatus", "device show 31",
-                 shown("31", "available (1)", "-", "Scanner in the hall", "?", "0006", "network (6)")),
+                 shown("31", "available (1)", "-", "Scanner in the hall", "9103745197522550815",
+                       "0006", "network (6)")),
            showsJson("addNetworkDevice", "network-device add -1 Plotter",
                      R"("type":-1,"text":"Plotter","status":0,"statusName":"ok")"),
            refuses("addNetworkDevice", "network-device add 3 Plotter", 13),
@@ -139,7 +140,7 @@ std::vector<Story> deviceStories() {
                  "source 9103745180342681631 attached to win11"),
            shows("getDeviceStatus", "device show 31",
                  shown("31", "attached (2)", "win11", "Front camera", "9103745180342681631", "0002",
-"camera (2)")),
+                       "camera (2)")),
            knows("policies", R"({"autoConnect":[{"deviceType":2,"setting":1}],)"
                              R"("popupCards":[{"deviceType":2,"setting":1}],)"
                              R"("byVidPid":[{"vid":32343,"pid":2,"deviceType":2,"property":30}]})"),
@@ -161,7 +162,7 @@ std::vector<Story> deviceStories() {
                  "source 9103745184637648909 ignored"),
            shows("getDeviceStatus", "device show 13",
                  shown("13", "ignored (3)", "-", "Drawing tablet", "9103745184637648909", "0003",
-"tablet (3)")),
+                       "tablet (3)")),
            showsJson(
                "configNewDeviceAsIgnore",
                "new-device ignore 0x7e5700050000000f --type 5 --auto-connect 2",
@@ -192,7 +193,8 @@ std::vector<Story> deviceStories() {
            shows("CheckCameraAuthStat", "camera show", "allowed (0)"),
            shows("connectDevice", "device attach 12 --vm win11", "device 12 attached to win11"),
            controls("camera deny", "cameras denied"),
-           showsJson("CheckCameraAuthStat", "camera show", R"("authorization":1,"authorizationName":"denied")"),
+           showsJson("CheckCameraAuthStat", "camera show",
+                     R"("authorization":1,"authorizationName":"denied")"),
            showsJson("getDeviceStatus", "device show 12", camera(1, 0)),
            refuses("connectDevice", "device attach 12 --vm win11", 9),
            controls("camera allow", "cameras allowed"),

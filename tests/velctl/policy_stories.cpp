@@ -68,7 +68,10 @@ std::vector<Story> policyStories() {
                R"("usbId":"046d:ffff","type":65535,"value":-2147483648,"status":0,"statusName":"ok")"),
            showsJson("getDevicePropertyWithVidPid", "property get 046d:ffff",
                      R"("usbId":"046d:ffff","value":-2147483648)"),
-           shows("getPolicyListByVidPid", "policy list", "2"),
+           shows("getPolicyListByVidPid", "policy list",
+                 "USB ID     TYPE        PROPERTY     TURBO CONFIGURATION\n"
+                 "046d:ffff  65535       -2147483648  -\n"
+                 "7e57:0002  camera (2)  15           -"),
            shows("getTurboConfigWithVidPid", "turbo get 046d:0825", ""),
            shows("setTurboConfigWithVidPid", "turbo set 046d:0825 fast=1",
                  "turbo configuration of 046d:0825 has 6 bytes"),
@@ -77,10 +80,17 @@ std::vector<Story> policyStories() {
            showsJson("setTurboConfigWithVidPid", "turbo set 046d:0825 'a=\xC3\xA4\nb'",
                      R"("usbId":"046d:0825","status":0,"statusName":"ok")"),
            shows("getTurboConfigWithVidPid", "turbo get 046d:0825", "a=\xC3\xA4\nb"),
-           showsJson("getPolicyListByVidPid", "policy list", R"("policies":3)"),
+           showsJson("getPolicyListByVidPid", "policy list",
+                     R"("policies":[{"usbId":"046d:0825","type":0,"typeName":null,"property":null,)"
+                     R"("turboConfig":"a=ä\nb"},{"usbId":"046d:ffff","type":65535,)"
+                     R"("typeName":null,"property":-2147483648,"turboConfig":null},)"
+                     R"({"usbId":"7e57:0002","type":2,"typeName":"camera","property":15,)"
+                     R"("turboConfig":null}])"),
            shows("resetAllDeviceProperty", "property reset", "all properties reset"),
            shows("getDevicePropertyWithVidPid", "property get 7e57:0002", "30"),
-           shows("getPolicyListByVidPid", "policy list", "1"),
+           shows("getPolicyListByVidPid", "policy list",
+                 "USB ID     TYPE        PROPERTY  TURBO CONFIGURATION\n"
+                 "7e57:0002  camera (2)  -         -"),
            shows("getTurboConfigWithVidPid", "turbo get 046d:0825", ""),
            showsJson("resetAllDeviceProperty", "property reset", R"("status":0,"statusName":"ok")"),
        }},

@@ -39,15 +39,15 @@ std::vector<Story> printerStories() {
       {"APrinterIsRedirectedIntoAVmAndTakenBack",
        {
            shows("getPrinterList", "printer list",
-                 "NUMBER  STATUS  VM  NAME\n"
-                 "21      1       -   Office laser\n"
-                 "22      1       -   Photo printer"),
+                 "NUMBER  STATUS         VM  NAME\n"
+                 "21      available (1)  -   Office laser\n"
+                 "22      available (1)  -   Photo printer"),
            shows("connectPrinter", "printer attach 21 --vm win11", "printer 21 attached to win11"),
            showsJson("connectPrinter", "printer attach 22 --vm win10",
                      std::string(kForWin10) + R"("printer":22,"status":0,"statusName":"ok")"),
            shows("getPrinterList", "printer list --vm win11",
-                 "NUMBER  STATUS  VM     NAME\n"
-                 "21      2       win11  Office laser"),
+                 "NUMBER  STATUS        VM     NAME\n"
+                 "21      attached (2)  win11  Office laser"),
            showsJson("getPrinterList", "printer list --vm win10",
                      std::string(kForWin10) + R"("printers":[)" +
                          printerJson(22, 2, "win10", 102, "Photo printer") + "]"),
@@ -58,11 +58,11 @@ std::vector<Story> printerStories() {
            showsJson("disconnectPrinter", "printer detach 22 --vm win10",
                      std::string(kForWin10) + R"("printer":22,"status":0,"statusName":"ok")"),
            showsJson("getPrinterList", "printer list",
-                     R"("vm":"","number":0,"printers":[)" + laser(1, 0) + "," +
+                     R"("vm":"","vmNumber":0,"printers":[)" + laser(1, "", 0) + "," +
                          printerJson(22, 1, "", 0, "Photo printer") + "]"),
            refusesInJson("disconnectPrinter", "printer detach 21 --vm win11", 8),
            refuses("connectPrinter", "printer attach 99 --vm win11", 12),
-           fails("getPrinterStatus", "printer show 99", velctl::kExitRefused,
+           fails("getPrinterStatus", "printer show 99", velctl::kExitUnknown,
                  "getPrinterStatus 99: the service has no such printer; "),
        }},
       {"APrinterIsKnownByItsSourceToo",
@@ -70,13 +70,14 @@ std::vector<Story> printerStories() {
            shows("ConfigPrinterCommand", "printer command 0x7e57010000000015 1 --vm win11",
                  "command 1 given to the printer of source 9103746271264374805"),
            shows("getPrinterStatus", "printer show 21",
-                 "NUMBER  STATUS  VM   NAME\n"
-                 "21      2       101  Office laser"),
-           showsJson(
-               "ConfigPrinterCommand", "printer command 0x7e57010000000015 2 --vm win11",
-               std::string(kForWin11) +
-                   R"("source":"9103746271264374805","command":2,"status":0,"statusName":"ok")"),
-           showsJson("getPrinterStatus", "printer show 21", only(laser(1, 0), "21")),
+                 "printer  21\n"
+                 "status   attached (2)\n"
+                 "vm       win11\n"
+                 "name     Office laser"),
+           showsJson("ConfigPrinterCommand", "printer command 0x7e57010000000015 2 --vm win11",
+                     std::string(kForWin11) + R"("source":"9103746271264374805","command":2)"),
+           showsJson("getPrinterStatus", "printer show 21",
+                     printerMembers(21, 1, "", 0, "Office laser")),
            // The library ignores the status: there is no such printer.
            shows("ConfigPrinterCommand", "printer command 1 1 --vm win11",
                  "command 1 given to the printer of source 1"),
@@ -89,19 +90,24 @@ std::vector<Story> printerStories() {
            showsJson("addNetworkPrinter", "network-printer add 10.0.0.10",
                      R"("address":"10.0.0.10","status":0,"statusName":"ok")"),
            shows("getNetworkPrinterList", "network-printer list",
-                 "NUMBER  STATUS  POLICY  VM  NAME\n"
-                 "31      1       0       -   Hall\n"
-                 "32      1       0       -   defaultPrinter"),
-           showsJson("getNetworkPrinterList", "network-printer list",
-                     R"("printers":[)" + deviceJson(31, 1, 0, "10.0.0.9", "", 0, "Hall", 0) + "," +
-                         deviceJson(32, 1, 0, "10.0.0.10", "", 0, "defaultPrinter", 0) + "]"),
+                 "NUMBER  STATUS         POLICY    VM  ADDRESS    NAME\n"
+                 "31      available (1)  none (0)  -   10.0.0.9   Hall\n"
+                 "32      available (1)  none (0)  -   10.0.0.10  defaultPrinter"),
+           showsJson(
+               "getNetworkPrinterList", "network-printer list",
+               R"("printers":[{"device":31,"status":1,"statusName":"available","policy":0,)"
+               R"("policyName":"none","vm":null,"vmNumber":0,"address":"10.0.0.9","name":"Hall"},)"
+               R"({"device":32,"status":1,"statusName":"available","policy":0,"policyName":"none",)"
+               R"("vm":null,"vmNumber":0,"address":"10.0.0.10","name":"defaultPrinter"}])"),
            refuses("addNetworkPrinter", "network-printer add 10.0.0.11 Hall", 13),
            shows("connectPrinter", "printer attach 31 --vm win11", "printer 31 attached to win11"),
            shows("renameNetworkPrinter", "network-printer rename Hall 'Entrance hall'",
                  "\"Hall\" is now \"Entrance hall\""),
            shows("getPrinterStatus", "printer show 31",
-                 "NUMBER  STATUS  VM   NAME\n"
-                 "31      2       101  Entrance hall"),
+                 "printer  31\n"
+                 "status   attached (2)\n"
+                 "vm       win11\n"
+                 "name     Entrance hall"),
            showsJson(
                "renameNetworkPrinter", "network-printer rename defaultPrinter Spare",
                R"("oldName":"defaultPrinter","newName":"Spare","status":0,"statusName":"ok")"),

@@ -185,9 +185,6 @@ std::vector<Command> autoConnection() {
 
 void getProperty(Invocation& invocation) {
   const bool isLocal = invocation.values().has("--local");
-  if (isLocal) {
-    invocation.setMethod("getLocalDevicePropertyWithVidPid");
-  }
   const std::int32_t value = invocation.valueOf(
       invocation.call([isLocal](const vel::Client& client, const Values& values) {
         return isLocal ? client.localProperty(values.usbId()) : client.property(values.usbId());
@@ -205,11 +202,13 @@ void setTurbo(Invocation& invocation) {
 }
 
 std::vector<Command> policiesOfUsbIds() {
+  Action getting = runs("getDevicePropertyWithVidPid", &getProperty, {{"value", Type::kInteger}});
+  getting.methodOfLocal = "getLocalDevicePropertyWithVidPid";
   return {
       {"property get",
        "Show the property of a USB vendor and product id",
        {usbId(), flag("--local", "The property on this machine")},
-       runs("getDevicePropertyWithVidPid", &getProperty, {{"value", Type::kInteger}}),
+       getting,
        {{"property get 046d:0825", "The property of this camera"}},
        "",
        "policy property get, policy property local"},

@@ -36,6 +36,8 @@ struct Action {
   std::vector<Member> elements;
   // In place of the method for a device that --source names; empty: it cannot.
   std::string methodBySource = {};
+  // In place of the method with --local; empty: there is no such option.
+  std::string methodOfLocal = {};
   // Lines before the answer, or in its place.
   std::vector<EventLine> events = {};
   // In place of run, of a command that runs others: handles signals itself.

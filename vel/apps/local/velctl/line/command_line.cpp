@@ -166,7 +166,7 @@ class Parser {
       if (has(arguments, noun.name)) {
         addNoun(noun);
       } else {
-        app_.add_subcommand(noun.name, noun.summary);
+        app_.add_subcommand(noun.name, summaryOf(noun));
       }
     }
   }
@@ -195,6 +195,16 @@ class Parser {
   }
 
  private:
+  // Some nouns are commands by themselves.
+  static std::string summaryOf(const Noun& noun) {
+    for (const Command& command : commands()) {
+      if (command.path == noun.name) {
+        return command.summary;
+      }
+    }
+    return noun.summary;
+  }
+
   void addNoun(const Noun& noun) {
     CLI::App* group = nullptr;
     for (const Command& command : commands()) {
@@ -380,6 +390,8 @@ ParsedLine parseLine(const std::vector<std::string>& arguments) {
     line.help = std::string(version.what()) + '\n';
   } catch (const CLI::Success&) {  // --help
     line.help = parser.helpOf(parser.named());
+    line.help.resize(line.help.find_last_not_of('\n') + 1);
+    line.help += '\n';
   } catch (const CLI::ParseError& error) {
     const CLI::App& app = parser.named();
     const std::string path = pathOf(app);

@@ -98,7 +98,10 @@ Invocation::Invocation(const Command& command, const Arguments& arguments, Sessi
   describe();
   const Action& action = command.action;
   const bool isBySource = !action.methodBySource.empty() && arguments.count("--source") != 0;
-  setMethod(isBySource ? action.methodBySource : action.method);
+  const bool isLocal = !action.methodOfLocal.empty() && arguments.count("--local") != 0;
+  setMethod(isBySource ? action.methodBySource
+            : isLocal  ? action.methodOfLocal
+                       : action.method);
 }
 
 // --- The request ---------------------------------------------------------------------------------
