@@ -20,9 +20,9 @@ void PrintTo(const Command& command, std::ostream* stream) {
 const std::vector<Command>& commands() {
   static const auto* const all = [] {
     auto* const rows = new std::vector<Command>;
-    for (std::vector<Command>& some :
-         std::vector<std::vector<Command>>{sessionCommands(), deviceCommands(), policyCommands(),
-                                           printerCommands(), serviceCommands()}) {
+    for (std::vector<Command>& some : std::vector<std::vector<Command>>{
+             sessionCommands(), deviceCommands(), policyCommands(), printerCommands(),
+             serviceCommands(), waitingCommands()}) {
       std::move(some.begin(), some.end(), std::back_inserter(*rows));
     }
     return rows;

@@ -74,6 +74,7 @@ std::vector<Command> deviceCommands();
 std::vector<Command> policyCommands();
 std::vector<Command> printerCommands();
 std::vector<Command> serviceCommands();
+std::vector<Command> waitingCommands();
 
 }  // namespace velctl_tests
 

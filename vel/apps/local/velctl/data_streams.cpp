@@ -12,7 +12,7 @@
 namespace velctl {
 
 int reserveStandardOutput() {
-  const int data = ::dup(STDOUT_FILENO);
+  const int data = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
   std::fflush(stdout);
   const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
   // Without it the lines go where messages go: never between data.

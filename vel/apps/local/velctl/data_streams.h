@@ -7,8 +7,8 @@
 
 namespace velctl {
 
-// Reserves standard output for data: returns a new descriptor for it, and drops the lines that the
-// library prints there, which its log has too.
+// Reserves standard output for data: returns a new descriptor for it, which other programs do not
+// inherit, and drops the lines that the library prints there, which its log has too.
 int reserveStandardOutput();
 
 // Everything up to the end of standard input. Throws Failure when it cannot be read.

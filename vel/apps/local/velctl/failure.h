@@ -32,6 +32,12 @@ class Failure : public std::runtime_error {
   std::string method_;
 };
 
+// Nobody reads standard output any longer.
+class OutputClosed : public Failure {
+ public:
+  OutputClosed() : Failure(kExitOutputLost, "writing to standard output: the pipe is closed") {}
+};
+
 }  // namespace velctl
 
 #endif  // VEL_APPS_LOCAL_VELCTL_FAILURE_H

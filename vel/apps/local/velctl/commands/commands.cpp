@@ -8,8 +8,10 @@ namespace {
 using Commands = std::vector<Command>();
 
 constexpr Commands* kCommands[] = {
-    &vmCommands,    &deviceCommands,   &newDeviceCommands, &policyCommands, &printerCommands,
-    &queueCommands, &joystickCommands, &serviceCommands,   &velctlCommands,
+    &watchCommands,    &vmCommands,      &deviceCommands,         &newDeviceCommands,
+    &policyCommands,   &printerCommands, &sharedPrinterCommands,  &queueCommands,
+    &joystickCommands, &penCommands,     &serviceCommandCommands, &serviceCommands,
+    &velctlCommands,
 };
 
 }  // namespace
@@ -17,6 +19,7 @@ constexpr Commands* kCommands[] = {
 // In the order of the help.
 const std::vector<Noun>& nouns() {
   static const auto& all = *new std::vector<Noun>{
+      {"watch", "Events"},
       {"vm", "VM sessions"},
       {"device", "Devices of this machine and of the network"},
       {"printer", "Printers, and their redirection into VMs"},
@@ -24,6 +27,7 @@ const std::vector<Noun>& nouns() {
       {"mapping", "Mappings of the buttons and axes of joysticks"},
       {"camera", "The camera of this machine"},
       {"network-printer", "Printers that are reached over the network"},
+      {"shared-printer", "Printers that other machines share"},
       {"queue", "Print queues of this machine and their drivers"},
       {"network-device", "Devices that a client adds"},
       {"new-device", "What the user has chosen for a newly plugged-in device"},
@@ -38,6 +42,8 @@ const std::vector<Noun>& nouns() {
       {"token", "Tokens for redirected drives"},
       {"bandwidth", "Reports on the bandwidth of the stream"},
       {"quality", "Reports on the quality of the stream"},
+      {"pen", "Pen input on a pen port; needs no service"},
+      {"command", "Commands of the service"},
       {"self-test", "Self-tests of the service"},
       {"service", "The service itself"},
       {"shell", ""},

@@ -39,12 +39,6 @@ void changeAttachment(Invocation& invocation) {
                                 std::string(change.done) + " {--vm}");
 }
 
-std::string onlyOneName(const Arguments& arguments) {
-  return arguments.count("--source") == arguments.count("DEVICE")
-             ? "name the device as DEVICE or with --source, not both"
-             : "";
-}
-
 constexpr AttachmentChange kAttach = {&vel::Client::attach, &vel::Client::attach, "attached to"};
 constexpr AttachmentChange kDetach = {&vel::Client::detach, &vel::Client::detach, "detached from"};
 
@@ -55,11 +49,17 @@ Action changes(const std::string& method, const std::string& methodBySource) {
   return action;
 }
 
+}  // namespace
+
 Parameter sourceOption() {
   return source("--source", "Source id of the device, in place of DEVICE");
 }
 
-}  // namespace
+std::string onlyOneDevice(const Arguments& arguments) {
+  return arguments.count("--source") == arguments.count("DEVICE")
+             ? "name the device as DEVICE or with --source, not both"
+             : "";
+}
 
 std::vector<Command> deviceCommands() {
   Action listing = runs("getDeviceList", &listDevices);
@@ -90,7 +90,7 @@ std::vector<Command> deviceCommands() {
        {{"device attach 12 --vm win11", "Attach the device with the number 12"}},
        "",
        "device connect",
-       &onlyOneName},
+       &onlyOneDevice},
       {"device detach",
        "Detach a device from a VM",
        {deviceArgument().optional(), sourceOption(), vmOption().required()},
@@ -98,7 +98,7 @@ std::vector<Command> deviceCommands() {
        {{"device detach 12 --vm win11", "Take the device back from win11"}},
        "",
        "device disconnect",
-       &onlyOneName},
+       &onlyOneDevice},
       {"device redirect",
        "Redirect a device in a direction, which is a number of the service",
        {deviceArgument(),
@@ -114,6 +114,7 @@ std::vector<Command> deviceCommands() {
            },
            "device {DEVICE} redirected for {--vm}: {DIRECTION}"),
        {{"device redirect 12 1 --vm win11", "Into win11, also from another VM"}}},
+      diagnoseCommand(),
   };
 }
 

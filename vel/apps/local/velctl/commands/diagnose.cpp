@@ -1,159 +1,164 @@
-// velctl diagnose: has the service diagnose a redirection.
+// velctl device diagnose: has the service diagnose a redirection.
 
 #include <chrono>
+#include <cstdint>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
-#include "vel/apps/local/velctl/arguments.h"
 #include "vel/apps/local/velctl/commands/commands.h"
-#include "vel/apps/local/velctl/display.h"
-#include "vel/apps/local/velctl/elapsed_time.h"
-#include "vel/apps/local/velctl/failure.h"
-#include "vel/apps/local/velctl/inbox.h"
-#include "vel/apps/local/velctl/operation.h"
-#include "vel/apps/local/velctl/record_display.h"
+#include "vel/apps/local/velctl/output/events.h"
+#include "vel/apps/local/velctl/output/text_forms.h"
+#include "vel/apps/local/velctl/run/actions.h"
 
 namespace velctl {
 namespace {
 
 // In the report of dropped items.
 constexpr char kProgress[] = "progress report";
+constexpr char kActivity[] = "diagnosing";
 
-// nullopt stands for the end of the request.
-using Arrivals = Inbox<std::optional<vel::DiagnosisEvent>>;
+velprotocol::Legend diagnosisStatuses() {
+  return {"", velprotocol::kDiagnosisStatuses};
+}
 
-struct Options {
-  std::string vmId;
-  unsigned int followSeconds = 1;
-  std::optional<unsigned int> finalStatus;
+// Progress; nullopt stands for the end of the request. A request that has been given up may still
+// use it.
+struct Arrivals {
+  Inbox<std::optional<SeenEvent>> inbox;
+  // The last: its callback uses the inbox.
+  vel::Subscription subscription;
 };
 
-// Whether this is the progress that the user waits for.
-bool isFinal(const vel::DiagnosisEvent& progress, const Options& options) {
-  return options.finalStatus && vel::number(progress.status) == *options.finalStatus;
-}
+class Diagnosis {
+ public:
+  explicit Diagnosis(Invocation& invocation)
+      : invocation_(invocation), isBySource_(invocation.values().has("--source")) {}
 
-void writeProgress(const Output& output, const vel::DiagnosisEvent& progress) {
-  Json json = {{"event", "diagnosis"}};
-  json.update(toJson(progress));
-  output.line("status " + std::to_string(vel::number(progress.status)) + ": " +
-                  printableLines(progress.text),
-              json);
-}
+  Diagnosis(const Diagnosis&) = delete;
+  Diagnosis& operator=(const Diagnosis&) = delete;
 
-// Writes progress until the request has ended; returns whether some of it was final.
-bool writeWhileWaiting(const Output& output, Arrivals& arrivals, const std::string& method,
-                       const Options& options) {
-  ElapsedTime elapsed("diagnosing", timeLimitOf(method));
-  bool wasFinal = false;
-  for (;;) {
-    const std::optional<vel::DiagnosisEvent> progress = *arrivals.next();
-    elapsed.erase();
-    Output::noteDropped(arrivals.droppedBefore(), kProgress);
-    if (!progress) {
-      return wasFinal;
+  void run() {
+    const Values& values = invocation_.values();
+    const auto arrivals = arrivals_;
+    const Background<std::string> request(vel::Task<std::string>(
+        [arrivals, values, isBySource = isBySource_] {
+          const vel::Client client;
+          subscribe(client, values, isBySource, arrivals);
+          return isBySource ? client.diagnose(values.vm(), values.source("--source"))
+                            : client.diagnose(values.vm(), values.device());
+        },
+        {}, [arrivals](const auto&) { arrivals->inbox.addAlways(std::nullopt); }, {}));
+    writeWhileWaiting();
+    const std::string text = invocation_.valueOf(request.task().get());
+    invocation_.finishWith(printableLines(text), Json{{"text", jsonText(text)}});
+    if (!wasFinal_) {
+      writeWhileFollowing();
     }
-    writeProgress(output, *progress);
-    wasFinal = wasFinal || isFinal(*progress, options);
-  }
-}
-
-// Writes progress until some of it is final, or the time has passed; returns whether it was.
-bool writeWhileFollowing(const Output& output, Arrivals& arrivals, const Options& options) {
-  const auto deadline = Arrivals::Clock::now() + std::chrono::seconds(options.followSeconds);
-  while (const std::optional<std::optional<vel::DiagnosisEvent>> next = arrivals.next(deadline)) {
-    Output::noteDropped(arrivals.droppedBefore(), kProgress);
-    writeProgress(output, **next);
-    if (isFinal(**next, options)) {
-      return true;
+    if (finalStatus() && !wasFinal_) {
+      invocation_.fail(kExitNoReply, "no progress with status " +
+                                         numberWithMeaning(diagnosisStatuses(), *finalStatus()) +
+                                         " within " + values.text("--follow") +
+                                         " s of the answer; --follow waits longer");
     }
   }
-  Output::noteDropped(arrivals.remaining(), kProgress);
-  return false;
-}
 
-// subject is a source or a device, which the progress names by its number.
-template <typename Subject>
-void diagnose(const Output& output, const Options& options, const std::string& method,
-              const char* argument, Subject subject) {
-  if (options.vmId.empty()) {
-    throw Failure(kExitUsage, method + ": name a VM; there is none on this machine");
-  }
-  const Operation operation(method, options.vmId, Json{{argument, subject.value()}});
+ private:
   // Progress comes while the request still waits for its answer.
-  const auto arrivals = std::make_shared<Arrivals>();
-  const vel::Subscription subscription =
-      operation.client().onDiagnosis([arrivals, subject](const vel::DiagnosisEvent& event) {
-        // The service sends the progress of every client's diagnoses.
-        if (event.id == subject.value()) {
-          arrivals->add(event);
-        }
-      });
-  vel::Task<std::string> request = operation.client().startDiagnosis(
-      options.vmId, subject, [arrivals](const auto&) { arrivals->addAlways(std::nullopt); });
-  bool wasFinal = false;
-  try {
-    wasFinal = writeWhileWaiting(output, *arrivals, method, options);
-  } catch (const Failure&) {
-    request.detach();
-    throw;
+  static void subscribe(const vel::Client& client, const Values& values, bool isBySource,
+                        const std::shared_ptr<Arrivals>& arrivals) {
+    const std::uint64_t subject =
+        isBySource ? values.source("--source").value() : values.device().value();
+    arrivals->subscription =
+        client.onDiagnosis([inbox = &arrivals->inbox, subject](const vel::DiagnosisEvent& event) {
+          // The service sends the progress of every client's diagnoses.
+          if (event.id == subject) {
+            inbox->add(SeenEvent{std::chrono::system_clock::now(), event});
+          }
+        });
   }
-  const std::string text = operation.valueOf(request.get());
-  operation.finishWith(output, printableLines(text), Json{{"text", jsonText(text)}});
 
-  wasFinal = wasFinal || writeWhileFollowing(output, *arrivals, options);
-  if (options.finalStatus && !wasFinal) {
-    throw Failure(kExitNoAnswer, method + " for " + quotedName(options.vmId) +
-                                     ": no progress with status " +
-                                     std::to_string(*options.finalStatus) + " within " +
-                                     std::to_string(options.followSeconds) +
-                                     " s of the answer; --follow waits longer");
+  std::optional<std::int64_t> finalStatus() const {
+    return invocation_.values().optionalNumber<std::int64_t>("--until");
   }
-}
 
-struct SourceDiagnosis {
-  unsigned long long source = 0;
-  Options options;
+  void write(const SeenEvent& seen) {
+    const auto& progress = std::get<vel::DiagnosisEvent>(seen.event);
+    invocation_.output().line(numberWithMeaning(diagnosisStatuses(), vel::number(progress.status)) +
+                                  ": " + printableLines(progress.text),
+                              jsonOf(seen));
+    wasFinal_ = wasFinal_ || vel::number(progress.status) == finalStatus();
+  }
+
+  void writeWhileWaiting() {
+    const Session::Activity activity = invocation_.activityOf(kActivity);
+    Progress line(activity.text, activity.limit, invocation_.output().isQuiet());
+    while (const auto seen = *invocation_.session().next(arrivals_->inbox, line)) {
+      Output::noteDropped(arrivals_->inbox.droppedBefore(), kProgress);
+      write(*seen);
+    }
+    Output::noteDropped(arrivals_->inbox.droppedBefore(), kProgress);
+  }
+
+  // Writes progress until some of it is final, or the time has passed.
+  void writeWhileFollowing() {
+    const std::chrono::milliseconds limit = invocation_.values().duration("--follow");
+    const Session::Clock::time_point deadline = Session::Clock::now() + limit;
+    Progress line("waiting for progress of the diagnosis",
+                  std::chrono::ceil<std::chrono::seconds>(limit), invocation_.output().isQuiet());
+    while (!wasFinal_) {
+      const auto next = invocation_.session().next(arrivals_->inbox, line, deadline);
+      if (!next) {
+        break;
+      }
+      Output::noteDropped(arrivals_->inbox.droppedBefore(), kProgress);
+      write(**next);
+    }
+    if (!wasFinal_) {
+      Output::noteDropped(arrivals_->inbox.remaining(), kProgress);
+    }
+  }
+
+  Invocation& invocation_;
+  const bool isBySource_;
+  const std::shared_ptr<Arrivals> arrivals_ = std::make_shared<Arrivals>();
+  bool wasFinal_ = false;
 };
 
-void diagnoseSource(const Output& output, const SourceDiagnosis& given) {
-  diagnose(output, given.options, "diagnose", "source", vel::SourceId(given.source));
-}
-
-struct DeviceDiagnosis {
-  unsigned short device = 0;
-  Options options;
-};
-
-void diagnoseDevice(const Output& output, const DeviceDiagnosis& given) {
-  diagnose(output, given.options, "diagnoseDevice", "device", vel::DeviceNumber(given.device));
-}
-
-void addOptions(const ParserCommand& command, Options& options) {
-  command.addOption("--vm", options.vmId, "Name of the VM").required().typeName("NAME");
-  addNumber(command, "--follow", options.followSeconds,
-            "Seconds to wait for progress after the answer [1]");
-  addNumber(command, "--until", options.finalStatus,
-            "Status of the progress that ends the command, which fails without such progress");
+std::string diagnosisRule(const Arguments& arguments) {
+  const auto vm = arguments.find("--vm");
+  const bool isOnThisMachine = vm != arguments.end() && vm->second.front().empty();
+  return isOnThisMachine ? "--vm: name a VM; there is no diagnosis on this machine"
+                         : onlyOneDevice(arguments);
 }
 
 }  // namespace
 
-void addDiagnoseCommands(CommandLine& commandLine) {
-  const ParserCommand group =
-      commandLine.group("diagnose", "Diagnose redirections and show the progress");
-  const auto [sourceCommand, source] =
-      addCommand(commandLine, group, "source",
-                 "Diagnose the redirection of a source (takes up to 10 s)", diagnoseSource);
-  addNumber(sourceCommand, "source", source.source, "Source id").required();
-  addOptions(sourceCommand, source.options);
-
-  const auto [deviceCommand, device] =
-      addCommand(commandLine, group, "device",
-                 "Diagnose the redirection of a device (takes up to 10 s)", diagnoseDevice);
-  addNumber(deviceCommand, "device", device.device, "Number of the device").required();
-  addOptions(deviceCommand, device.options);
+Command diagnoseCommand() {
+  Action action =
+      runs("diagnoseDevice", [](Invocation& invocation) { Diagnosis(invocation).run(); },
+           {{"text", Type::kText}});
+  action.events = {diagnosisLine()};
+  action.methodBySource = "diagnose";
+  return {"device diagnose",
+          "Diagnose the redirection of a device, and show the progress (takes up to 10 s)",
+          {deviceArgument().optional(), sourceOption(), vmOption().required(),
+           seconds("--follow", "1", "Seconds to wait for progress after the answer"),
+           number<std::uint32_t>("--until",
+                                 "Status of the progress that ends the command, which "
+                                 "fails without such progress")
+               .withWords(diagnosisStatuses())
+               .silent()},
+          action,
+          {{"device diagnose 12 --vm win11", "Diagnose, and show what comes within a second"},
+           {"device diagnose 12 --vm win11 --follow 60 --until fine",
+            "Wait until the service finds no trouble any longer"}},
+          "",
+          "diagnose device",
+          &diagnosisRule};
 }
 
 }  // namespace velctl

@@ -59,6 +59,7 @@ std::vector<Command> joystickCommands() {
            },
            "joystick {JOYSTICK} calibrated"),
        {{"joystick calibrate 0", "Calibrate the first joystick"}}},
+      joystickWatchCommand(),
       {"mapping list",
        "List the mappings for joysticks; the position identifies each",
        {},

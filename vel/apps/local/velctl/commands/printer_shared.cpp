@@ -1,147 +1,161 @@
-// velctl printer shared: printers that other machines share.
+// velctl shared-printer: printers that other machines share.
 
-#include <memory>
+#include <chrono>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "base/printable.h"
 #include "base/text.h"
-#include "vel/apps/local/velctl/arguments.h"
-#include "vel/apps/local/velctl/commands/printer_groups.h"
-#include "vel/apps/local/velctl/elapsed_time.h"
-#include "vel/apps/local/velctl/failure.h"
-#include "vel/apps/local/velctl/inbox.h"
-#include "vel/apps/local/velctl/interruption.h"
-#include "vel/apps/local/velctl/operation.h"
+#include "vel/apps/local/velctl/commands/commands.h"
+#include "vel/apps/local/velctl/output/records.h"
+#include "vel/apps/local/velctl/run/actions.h"
 
 namespace velctl {
 namespace {
 
 constexpr char kSearch[] = "searchSharePrinter";
 constexpr std::size_t kTextsPerPrinter = 3;
-
-vel::SharedPrinter printerOf(const std::string& address, const std::string& name,
-                             const std::string& description) {
-  constexpr std::size_t kLongestText = 127;
-  for (const std::string& text : {address, name, description}) {
-    refuseLonger(text, kLongestText);
-  }
-  return {address, name, description};
-}
-
-Json printerJson(const vel::SharedPrinter& printer) {
-  return {{"address", jsonText(printer.address)},
-          {"name", jsonText(printer.name)},
-          {"description", jsonText(printer.description)}};
-}
+constexpr std::size_t kLongestText = 127;
 
 // --- Search --------------------------------------------------------------------------------------
-
-struct Address {
-  std::string address;
-};
 
 using Search = vel::Task<std::vector<vel::SharedPrinter>>;
 
 // Without a stop the service would go on with the search. Returns the result as a message.
-std::string stopSearch(Search& search) {
-  const vel::Result<void> stopped = search.cancel();
-  search.detach();
+//
+// The search may be about to be sent: then there is nothing to stop yet, or the stop ends another
+// client's search.
+std::string stopSearch(const Search& search) {
+  constexpr std::chrono::milliseconds kEndOfSearch{100};
+  constexpr int kMostTries = 20;
+  vel::Result<void> stopped;
+  for (int i = 0; i < kMostTries; ++i) {
+    stopped = search.cancel();
+    const bool isSilent = !stopped && stopped.error().kind() != vel::ErrorKind::kRefused;
+    if (isSilent || search.isReady(kEndOfSearch)) {
+      break;
+    }
+  }
   return stopped ? "the service was asked to stop the search"
                  : "the search could not be stopped: " + base::printable(stopped.error().text());
 }
 
-Shown showSharedPrinter(const vel::SharedPrinter& printer) {
-  return {printerJson(printer),
-          {base::printable(printer.address), base::printable(printer.name),
-           base::printable(printer.description)}};
-}
-
-void searchSharedPrinters(const Output& output, const Address& given) {
-  if (!vel::Client::isAddress(given.address)) {
-    throw Failure(kExitUsage, std::string(kSearch) + ": " + printableInQuotes(given.address) +
-                                  " is not an IPv4 address such as 10.0.0.7 or 10.0.0.7:631");
-  }
+void searchSharedPrinters(Invocation& invocation) {
+  // Otherwise the search could not be stopped before it is connected.
+  invocation.check(
+      invocation.call([](const vel::Client& client, const Values&) { return client.connect(); }));
   struct Ended {};
-  const Operation operation(kSearch, Json{{"address", given.address}});
   const auto ends = std::make_shared<Inbox<Ended>>();
-  const Interruption interruption([ends] { ends->stop(); });
-  Search search = operation.client().startSharedPrinterSearch(
-      given.address, [ends](const auto&) { ends->addAlways({}); });
-  const bool hasEnded = withElapsedTime("searching for shared printers", timeLimitOf(kSearch),
-                                        [&ends] { return ends->next().has_value(); });
-  if (!hasEnded) {
-    throw Failure(kExitInterrupted, std::string(kSearch) + " " + printableInQuotes(given.address) +
-                                        ": interrupted; " + stopSearch(search));
+  const Session::Activity activity = invocation.activityOf("searching for shared printers");
+  Progress progress(activity.text, activity.limit, invocation.output().isQuiet());
+  const Background<std::vector<vel::SharedPrinter>> search(vel::Client().startSharedPrinterSearch(
+      invocation.values().text("ADDRESS"), [ends](const auto&) { ends->addAlways({}); }));
+  try {
+    static_cast<void>(invocation.session().next(*ends, progress));
+  } catch (const Interrupted&) {
+    progress.erase();
+    invocation.fail(kExitInterrupted, "interrupted; " + stopSearch(search.task()));
+  } catch (const TimeOver&) {
+    progress.erase();
+    invocation.fail(kExitNoReply,
+                    "not done within the time of --timeout; " + stopSearch(search.task()));
   }
-  if (const auto& found = search.get(); !found) {
-    operation.finish(output, vel::unexpected<vel::Error>(found.error()), "");
-  }
-  operation.finishList(output, "printers", {"ADDRESS", "NAME", "DESCRIPTION"}, search.get(),
-                       &showSharedPrinter);
+  finishRecords(invocation, "printers", sharedPrinterFields(), search.task().get());
 }
 
-void stop(const Output& output) {
-  const Operation operation("stopSearchSharePrinter");
-  operation.finish(output, operation.client().stopSharedPrinterSearch(), "search stopped");
+std::string mistakeInAddress(const std::string& text) {
+  return vel::Client::isAddress(text)
+             ? ""
+             : printableInQuotes(text) +
+                   " must be an IPv4 address such as 10.0.0.7 or 10.0.0.7:631";
 }
 
 // --- Shared printers on this machine -------------------------------------------------------------
 
-// Address, name and description of each printer, one after the other.
-struct NewPrinters {
-  std::vector<std::string> texts;
-};
-
-void addSharedPrinters(const Output& output, const NewPrinters& added) {
-  if (added.texts.size() % kTextsPerPrinter != 0) {
-    throw Failure(kExitUsage,
-                  "addSharePrinter: each printer needs an address, a name and a description; "
-                  "give \"\" where there is none");
-  }
-  std::vector<vel::SharedPrinter> printers;
-  Json elements = Json::array();
-  for (std::size_t i = 0; i < added.texts.size(); i += kTextsPerPrinter) {
-    printers.push_back(printerOf(added.texts[i], added.texts[i + 1], added.texts[i + 2]));
-    elements.push_back(printerJson(printers.back()));
-  }
-  const Operation operation("addSharePrinter", Json{{"printers", elements}});
-  operation.finish(output, operation.client().addSharedPrinters(printers),
-                   base::counted(printers.size(), "printer") + " added");
+std::string threeForEach(const Arguments& arguments) {
+  return arguments.at("PRINTER").size() % kTextsPerPrinter == 0
+             ? ""
+             : "each printer needs an address, a name and a description; give \"\" where there is "
+               "none";
 }
 
-void removeSharedPrinter(const Output& output, const vel::SharedPrinter& removed) {
-  const vel::SharedPrinter printer = printerOf(removed.address, removed.name, "");
-  const Operation operation("deleteSharePrinter", Json{{"address", jsonText(removed.address)},
-                                                       {"name", jsonText(removed.name)}});
-  operation.finish(output, operation.client().removeSharedPrinter(printer),
-                   printableInQuotes(removed.name) + " deleted");
+std::vector<vel::SharedPrinter> printersIn(const std::vector<std::string>& texts) {
+  std::vector<vel::SharedPrinter> printers;
+  for (std::size_t i = 0; i + kTextsPerPrinter <= texts.size(); i += kTextsPerPrinter) {
+    printers.push_back({texts[i], texts[i + 1], texts[i + 2]});
+  }
+  return printers;
+}
+
+void addSharedPrinters(Invocation& invocation) {
+  invocation.check(invocation.call([](const vel::Client& client, const Values& values) {
+    return client.addSharedPrinters(printersIn(values.texts("PRINTER")));
+  }));
+  Json elements = Json::array();
+  for (const vel::SharedPrinter& printer : printersIn(invocation.values().texts("PRINTER"))) {
+    elements.push_back(jsonOf(sharedPrinterFields(), printer));
+  }
+  const std::string text = base::counted(elements.size(), "printer") + " added";
+  invocation.output().done(
+      text, invocation.answered({{"printers", elements}, {"status", 0}, {"statusName", "ok"}}));
 }
 
 }  // namespace
 
-void addSharedPrinterCommands(CommandLine& commandLine, const ParserCommand& printers) {
-  const ParserCommand group = printers.addGroup("shared", "Printers that other machines share");
-
-  const auto [searchCommand, searched] = addCommand(
-      commandLine, group, "search", "List the printers that a machine shares (takes up to 10 s)",
-      searchSharedPrinters);
-  searchCommand
-      .addOption("address", searched.address, "IPv4 address of the machine, with or without a port")
-      .required();
-
-  commandLine.command(group, "stop", "Stop all searches of the service", stop);
-
-  const auto [addition, added] = addCommand(
-      commandLine, group, "add", "Add shared printers, as a search shows them", addSharedPrinters);
-  addition.addOption("printers", added.texts, "Address, name and description of each printer")
-      .required()
-      .typeName("ADDRESS NAME DESCRIPTION");
-
-  const auto [removal, removed] =
-      addCommand(commandLine, group, "delete", "Delete a shared printer", removeSharedPrinter);
-  removal.addOption("address", removed.address, "Address of the printer").required();
-  removal.addOption("name", removed.name, "Name of the printer").required();
+std::vector<Command> sharedPrinterCommands() {
+  Action searching = runs(kSearch, &searchSharedPrinters);
+  searching.list = "printers";
+  searching.elements = membersOf(sharedPrinterFields());
+  Action adding = runs("addSharePrinter", &addSharedPrinters, statusMembers());
+  adding.list = searching.list;
+  adding.elements = searching.elements;
+  return {
+      {"shared-printer search",
+       "List the printers that a machine shares (takes up to 10 s)",
+       {thing(Kind::kAddress, "ADDRESS", "IPv4 address of the machine, with or without a port")
+            .checked(&mistakeInAddress)},
+       searching,
+       {{"shared-printer search 10.0.0.7", "The printers of that machine"}},
+       "",
+       "printer shared search"},
+      {"shared-printer stop",
+       "Stop all searches of the service",
+       {},
+       asks(
+           "stopSearchSharePrinter",
+           [](const vel::Client& client, const Values&) {
+             return client.stopSharedPrinterSearch();
+           },
+           "search stopped"),
+       {{"shared-printer stop", "End the searches of all clients"}},
+       "",
+       "printer shared stop"},
+      {"shared-printer add",
+       "Add shared printers, as a search shows them",
+       {text("PRINTER", "Address, name and description of each printer, one after the other")
+            .repeated()
+            .silent()
+            .atMost(kLongestText)},
+       adding,
+       {{"shared-printer add 10.0.0.7 Reception 'Ground floor'", "Add one printer"}},
+       "",
+       "printer shared add",
+       &threeForEach},
+      {"shared-printer remove",
+       "Remove a shared printer",
+       {text("ADDRESS", "Address of the printer").atMost(kLongestText),
+        text("NAME", "Name of the printer").atMost(kLongestText)},
+       asks(
+           "deleteSharePrinter",
+           [](const vel::Client& client, const Values& values) {
+             return client.removeSharedPrinter({values.text("ADDRESS"), values.text("NAME"), ""});
+           },
+           "{NAME} removed"),
+       {{"shared-printer remove 10.0.0.7 Reception", "Remove the printer of this name there"}},
+       "",
+       "printer shared delete"},
+  };
 }
 
 }  // namespace velctl

@@ -1,164 +1,423 @@
-// velctl watch: prints events.
+// velctl watch: events.
 
+#include <algorithm>
 #include <chrono>
+#include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "base/printable.h"
 #include "base/text.h"
 #include "vel/apps/local/velctl/commands/commands.h"
-#include "vel/apps/local/velctl/inbox.h"
-#include "vel/apps/local/velctl/interruption.h"
-#include "vel/apps/local/velctl/operation.h"
-#include "vel/apps/local/velctl/record_display.h"
+#include "vel/apps/local/velctl/output/events.h"
+#include "vel/apps/local/velctl/output/text_forms.h"
+#include "vel/apps/local/velctl/run/actions.h"
+#include "vel/apps/local/velctl/run/event_command.h"
 
 namespace velctl {
 namespace {
 
-// The code with which the library reports the end of a session.
-constexpr int kSessionEnded = 5;
-// The library itself looks for the service every 2 s, for about 1000 s.
-constexpr std::chrono::seconds kReconnectInterval{30};
+using Clock = Session::Clock;
+using Events = Inbox<SeenEvent>;
 
-struct Vms {
-  std::vector<std::string> vmIds;
-};
+constexpr char kService[] = "service";
+// Between two looks for a service that is away.
+constexpr std::chrono::seconds kLookInterval{1};
+// Between two requests for the devices, when events name one by an unknown number.
+constexpr std::chrono::seconds kDevicesInterval{1};
 
-// A line of output in both forms.
-struct Line {
-  std::string text;
-  Json json;
-  // Of a death and a return.
-  std::optional<bool> isServiceThere;
-};
-
-using Lines = Inbox<Line>;
-
-std::string withCode(const std::string& text, int code) {
-  return text + " (code " + std::to_string(code) + ")";
+bool has(const std::vector<std::string>& texts, const std::string& text) {
+  return std::find(texts.begin(), texts.end(), text) != texts.end();
 }
 
-// record is the event itself, or the part of it that is shown.
-template <typename Record>
-void addEvent(Lines& lines, const vel::Event& event, const char* kind, const Record& record) {
-  const int code = vel::number(event.code);
-  Json json = {{"event", kind}, {"code", code}};
-  json.update(toJson(record));
-  lines.add({withCode(describe(record), code), json, std::nullopt});
-}
-
-void addDeath(Lines& lines, const vel::ServiceDeath& death) {
-  lines.addAlways({"the service has died", {{"event", "serviceGone"}}, false});
-  for (const std::string& vm : death.vms) {
-    lines.addAlways(
-        {withCode(displayName(vm) + ": session ended, the service has died", kSessionEnded),
-         {{"event", "sessionEnded"}, {"vm", jsonText(vm)}, {"code", kSessionEnded}},
-         std::nullopt});
-  }
-}
-
-void addReturn(Lines& lines, const vel::ServiceReturn& back) {
-  Json vms = Json::array();
-  for (const std::string& vm : back.vms) {
-    vms.push_back(jsonText(vm));
-  }
-  std::string text = "the service is back";
-  for (const vel::Error& failure : back.failures) {
-    text += "; " + base::printable(failure.message());
-  }
-  lines.addAlways({text, {{"event", "serviceBack"}, {"vms", vms}}, true});
-}
-
-// The VMs to watch: those named, otherwise all of the service. The library drops events of VMs
-// whose numbers it has not learned.
-std::set<std::string> vmsToWatch(const Operation& operation,
-                                 const std::vector<std::string>& named) {
-  std::set<std::string> vms(named.begin(), named.end());
-  for (const std::string& vm : vms) {
-    const Operation known("watch", vm);
-  }
-  if (named.empty()) {
-    for (const vel::Vm& vm : operation.valueOf(operation.client().vms())) {
-      static_cast<void>(operation.client().vmNumber(vm.name));
-      vms.insert(vm.name);
+// Which events the user wants, as far as an event alone shows it.
+struct Filter {
+  explicit Filter(const Values& values) : kinds(values.texts("--kind")), vms(values.texts("--vm")) {
+    for (const std::string& vm : values.texts("VM")) {
+      vms.push_back(vm);
     }
   }
-  return vms;
-}
 
-std::string namesOf(const std::set<std::string>& vms) {
+  bool isKindWanted(const std::string& kind) const { return kinds.empty() || has(kinds, kind); }
+
+  bool isVmWanted(const AnyEvent& event) const {
+    const EventVm vm = vmOf(event);
+    if (vms.empty() || vm.number == vel::VmNumber()) {
+      return vms.empty() || has(vms, "");
+    }
+    return (!vm.name.empty() && has(vms, vm.name)) || has(vms, std::to_string(vm.number.value()));
+  }
+
+  std::vector<std::string> kinds;  // empty: all
+  std::vector<std::string> vms;    // names and numbers; empty: all
+};
+
+// The subscriptions, and what they bring. A call that has been given up may still use it.
+class Arrivals {
+ public:
+  explicit Arrivals(Filter filter) : filter_(std::move(filter)) {}
+
+  Arrivals(const Arrivals&) = delete;
+  Arrivals& operator=(const Arrivals&) = delete;
+
+  // Before anything else is asked of the client.
+  void subscribe(const vel::Client& client) {
+    const auto add = [this](const auto& event) { addEvent(event); };
+    subscriptions_.push_back(client.onDevice(add));
+    subscriptions_.push_back(client.onPrinter(add));
+    subscriptions_.push_back(client.onNewDevice(add));
+    subscriptions_.push_back(client.onDiagnosis(add));
+    subscriptions_.push_back(client.onCommand(add));
+    subscriptions_.push_back(client.onServiceDeath([this](const vel::ServiceDeath& death) {
+      addChange({ServiceChange::State::kGone, death.vms, ""});
+    }));
+    subscriptions_.push_back(client.onServiceReturn([this](const vel::ServiceReturn& back) {
+      std::vector<std::string> reasons;
+      for (const vel::Error& failure : back.failures) {
+        reasons.push_back(failure.message());
+      }
+      addChange({ServiceChange::State::kBack, back.vms, base::joined(reasons, "; ")});
+    }));
+  }
+
+  // Also from outside: the library reports a return only after a death.
+  void addChange(const ServiceChange& change) {
+    events_.addAlways({std::chrono::system_clock::now(), change});
+  }
+
+  Events& events() { return events_; }
+
+ private:
+  template <typename Event>
+  void addEvent(const Event& event) {
+    SeenEvent seen{std::chrono::system_clock::now(), event};
+    if (filter_.isKindWanted(kindOf(seen.event)) && filter_.isVmWanted(seen.event)) {
+      events_.add(std::move(seen));
+    }
+  }
+
+  const Filter filter_;
+  Events events_;
+  // The last: their callbacks use the others.
+  std::vector<vel::Subscription> subscriptions_;
+};
+
+struct LearnedVms {
   std::vector<std::string> names;
-  for (const std::string& vm : vms) {
-    names.push_back(displayName(vm));
-  }
-  return names.empty() ? displayName("") : base::joined(names);
-}
+  std::vector<std::string> unknown;
+};
 
-// Writes events until the watch is stopped.
-void writeEvents(const Output& output, Lines& lines, const vel::Client& client) {
-  bool isServiceThere = true;
-  for (;;) {
-    const std::optional<Line> line =
-        lines.next(isServiceThere ? Lines::Clock::time_point::max()
-                                  : Lines::Clock::now() + kReconnectInterval);
-    if (line) {
-      Output::noteDropped(lines.droppedBefore(), "event");
-      output.line(line->text, line->json);
-      isServiceThere = line->isServiceThere.value_or(isServiceThere);
-    } else if (lines.isStopped()) {
-      return;
-    } else {
-      // A connection brings the return.
-      static_cast<void>(client.connect());
+// Asks for the numbers of the VMs to watch, all or those named: the library drops events of VMs
+// whose numbers it has not learned.
+vel::Result<LearnedVms> learnVms(const vel::Client& client, const std::vector<std::string>& named) {
+  const vel::Result<std::vector<vel::Vm>> vms = client.vms();
+  if (!vms) {
+    return vel::unexpected<vel::Error>(vms.error());
+  }
+  LearnedVms learned;
+  for (const vel::Vm& vm : *vms) {
+    const std::string number = std::to_string(vm.number.value());
+    if (named.empty() || has(named, vm.name) || has(named, number)) {
+      const vel::Result<vel::VmNumber> known = client.vmNumber(vm.name);
+      if (!known && !absenceIn(known.error()).empty()) {
+        return vel::unexpected<vel::Error>(known.error());
+      }
+      learned.names.push_back(vm.name);
     }
   }
+  for (const std::string& name : named) {
+    const bool isKnown = name.empty() || std::any_of(vms->begin(), vms->end(), [&](const auto& vm) {
+                           return vm.name == name || std::to_string(vm.number.value()) == name;
+                         });
+    if (!isKnown) {
+      learned.unknown.push_back(printableInQuotes(name));
+    } else if (name.empty()) {
+      learned.names.push_back(name);
+    }
+  }
+  return learned;
 }
 
-void watch(const Output& output, const Vms& named) {
-  const Operation operation("watch");
-  const vel::Client& client = operation.client();
-  operation.check(client.connect());
-  const std::set<std::string> vms = vmsToWatch(operation, named.vmIds);
-  Lines lines;
-  const vel::Subscription subscriptions[] = {
-      client.onPrinter([&](const vel::PrinterEvent& event) {
-        addEvent(lines, event, "printer", event.printer);
-      }),
-      client.onDevice(
-          [&](const vel::DeviceEvent& event) { addEvent(lines, event, "device", event.device); }),
-      client.onNewDevice(
-          [&](const vel::NewDeviceEvent& event) { addEvent(lines, event, "newDevice", event); }),
-      client.onDiagnosis(
-          [&](const vel::DiagnosisEvent& event) { addEvent(lines, event, "diagnosis", event); }),
-      client.onCommand(
-          [&](const vel::CommandEvent& event) { addEvent(lines, event, "command", event); }),
-      client.onServiceDeath([&](const vel::ServiceDeath& death) { addDeath(lines, death); }),
-      client.onServiceReturn([&](const vel::ServiceReturn& back) { addReturn(lines, back); }),
-  };
-
-  // Until here a signal ends the process, as it does while any other command waits for an answer.
-  const Interruption interruption([&] { lines.stop(); });
-  Output::note("watching " + namesOf(vms) + "; interrupt to end");
-  try {
-    writeEvents(output, lines, client);
-  } catch (const Interrupted&) {
-    // The event in hand is lost as well.
-    Output::noteDropped(lines.remaining() + 1, "event");
+class Watch {
+ public:
+  explicit Watch(Invocation& invocation)
+      : invocation_(invocation),
+        filter_(invocation.values()),
+        device_(invocation.values().optionalText("--device")),
+        limit_(invocation.values().has("--once")
+                   ? std::optional(1U)
+                   : invocation.values().optionalNumber<std::uint32_t>("--limit")),
+        arrivals_(std::make_shared<Arrivals>(filter_)) {
+    if (const auto command = invocation.values().optionalText("--exec")) {
+      command_.emplace(invocation.session(), *command);
+    }
   }
+
+  Watch(const Watch&) = delete;
+  Watch& operator=(const Watch&) = delete;
+
+  void run() {
+    try {
+      begin();
+      while (!limit_ || count_ < *limit_) {
+        next();
+      }
+    } catch (const Interrupted&) {
+      // The event in hand is lost as well.
+      noteDropped(arrivals_->events().remaining() + (isWriting_ ? 1 : 0));
+    } catch (const OutputClosed&) {
+      // As good an end as any.
+    } catch (const TimeOver&) {
+      if (limit_) {
+        throw;
+      }
+    }
+  }
+
+ private:
+  void begin() {
+    const auto connected =
+        invocation_.session().call({}, [arrivals = arrivals_](const vel::Client& client) {
+          arrivals->subscribe(client);
+          return client.connect();
+        });
+    if (connected) {
+      learn();
+    } else if (const std::string reason = absenceIn(connected.error()); !reason.empty()) {
+      arrivals_->addChange({ServiceChange::State::kAbsent, {}, reason});
+      awaitService();
+    } else {
+      invocation_.fail(connected.error());
+    }
+  }
+
+  void awaitService() {
+    isServiceThere_ = false;
+    progress_.emplace("waiting for the service", std::chrono::seconds(0), output().isQuiet());
+  }
+
+  void next() {
+    const auto seen = invocation_.session().next(
+        arrivals_->events(), isServiceThere_ ? idle_ : *progress_,
+        isServiceThere_ ? Clock::time_point::max() : Clock::now() + kLookInterval);
+    if (seen) {
+      noteDropped(arrivals_->events().droppedBefore());
+      take(*seen);
+    } else {
+      lookForService();
+    }
+  }
+
+  // After a death the connection brings the return as an event.
+  void lookForService() {
+    const auto connected =
+        invocation_.session().call({}, [](const vel::Client& client) { return client.connect(); });
+    if (connected && !hasDied_) {
+      arrivals_->addChange({ServiceChange::State::kBack, {}, ""});
+    }
+  }
+
+  void take(SeenEvent seen) {
+    if (const auto* const change = std::get_if<ServiceChange>(&seen.event)) {
+      takeChange(*change, seen);
+      return;
+    }
+    if (const auto* const event = std::get_if<vel::DeviceEvent>(&seen.event)) {
+      devices_[event->device.number.value()] = event->device;
+    } else if (const auto* const diagnosis = std::get_if<vel::DiagnosisEvent>(&seen.event)) {
+      seen.device = deviceOf(diagnosis->id);
+    } else if (const auto* const result = std::get_if<vel::NewDeviceEvent>(&seen.event)) {
+      seen.device = device_ ? deviceOf(result->source.value()) : std::nullopt;
+    }
+    if (!device_ || isDeviceWanted(seen)) {
+      ++count_;
+      write(seen);
+    }
+  }
+
+  void takeChange(const ServiceChange& change, const SeenEvent& seen) {
+    if (filter_.isKindWanted(kService)) {
+      write(seen);
+    } else {
+      output().note(describe(seen));
+    }
+    // Otherwise the watch would end with a restart of the service.
+    count_ += has(filter_.kinds, kService) ? 1 : 0;
+    if (change.state == ServiceChange::State::kBack) {
+      isServiceThere_ = true;
+      hasDied_ = false;
+      progress_.reset();
+      learn();
+    } else {
+      hasDied_ = change.state == ServiceChange::State::kGone;
+      awaitService();
+      devices_.clear();
+    }
+  }
+
+  void write(const SeenEvent& seen) {
+    if (command_) {
+      command_->run(jsonOf(seen));
+      return;
+    }
+    isWriting_ = true;
+    output().line(lineOf(seen), jsonOf(seen));
+    isWriting_ = false;
+  }
+
+  void learn() {
+    const auto vms = invocation_.session().call(
+        {}, [named = filter_.vms](const vel::Client& client) { return learnVms(client, named); });
+    if (!vms) {
+      // A service that has died meanwhile reports that as an event.
+      const bool isAbsent = !absenceIn(vms.error()).empty() || !isThere();
+      if (isAbsent) {
+        return;
+      }
+      invocation_.fail(vms.error());
+    }
+    if (!vms->unknown.empty()) {
+      const std::string text =
+          "the service has no VM " + base::joined(vms->unknown) + "; velctl vm list shows its VMs";
+      if (!hasLearned_) {
+        invocation_.fail(kExitUnknown, text);
+      }
+      output().note(text);
+    }
+    if (!std::exchange(hasLearned_, true)) {
+      std::vector<std::string> names;
+      for (const std::string& vm : vms->names) {
+        names.push_back(displayName(vm));
+      }
+      output().note("watching " + (names.empty() ? displayName("") : base::joined(names)) +
+                    "; interrupt to end");
+    }
+  }
+
+  bool isThere() const {
+    const auto connected =
+        invocation_.session().call({}, [](const vel::Client& client) { return client.connect(); });
+    return connected.has_value();
+  }
+
+  // The device with a number or a source id.
+  std::optional<vel::Device> deviceOf(std::uint64_t id) {
+    const auto known = [this, id]() -> std::optional<vel::Device> {
+      for (const auto& [number, device] : devices_) {
+        if (number == id || device.source.value() == id) {
+          return device;
+        }
+      }
+      return std::nullopt;
+    };
+    std::optional<vel::Device> device = known();
+    if (!device && isServiceThere_ && Clock::now() >= nextDevices_) {
+      nextDevices_ = Clock::now() + kDevicesInterval;
+      // Without the devices the number is shown, which is no reason to end.
+      const auto devices = invocation_.session().call(
+          {}, [](const vel::Client& client) { return client.localDevices(); });
+      for (const vel::Device& each : received(devices)) {
+        devices_.emplace(each.number.value(), each);
+      }
+      device = known();
+    }
+    return device;
+  }
+
+  bool isDeviceWanted(const SeenEvent& seen) const {
+    const auto isThat = [this](const vel::Device& device) {
+      return device.name == *device_ || std::to_string(device.number.value()) == *device_;
+    };
+    if (const auto* const event = std::get_if<vel::DeviceEvent>(&seen.event)) {
+      return isThat(event->device);
+    }
+    if (const auto* const event = std::get_if<vel::NewDeviceEvent>(&seen.event)) {
+      return event->name == *device_ || (seen.device && isThat(*seen.device));
+    }
+    return seen.device && isThat(*seen.device);
+  }
+
+  void noteDropped(std::size_t count) const {
+    if (command_) {
+      Output::noteDropped(count, "event", "the command takes longer than the events");
+    } else {
+      Output::noteDropped(count, "event");
+    }
+  }
+
+  const Output& output() const { return invocation_.output(); }
+
+  Invocation& invocation_;
+  const Filter filter_;
+  const std::optional<std::string> device_;  // a number or a name
+  const std::optional<std::uint32_t> limit_;
+  std::optional<EventCommand> command_;
+  const std::shared_ptr<Arrivals> arrivals_;
+  std::uint32_t count_ = 0;
+  bool isServiceThere_ = true;
+  bool hasDied_ = false;
+  bool hasLearned_ = false;
+  bool isWriting_ = false;
+  Progress idle_{"", std::chrono::seconds(0), true};
+  std::optional<Progress> progress_;  // while the service is away
+  std::map<std::uint16_t, vel::Device> devices_;
+  Clock::time_point nextDevices_ = Clock::time_point::min();
+};
+
+void watch(Invocation& invocation) {
+  invocation.session().stopWithOutput();
+  Watch(invocation).run();
+}
+
+std::string onceOrLimit(const Arguments& arguments) {
+  return arguments.count("--once") != 0 && arguments.count("--limit") != 0
+             ? "give --once or --limit, not both"
+             : "";
 }
 
 }  // namespace
 
-void addWatchCommand(CommandLine& commandLine) {
-  const auto named = std::make_shared<Vms>();
-  const ParserCommand command =
-      commandLine.command("watch", "Print events of all kinds until interrupted (exit status 0)",
-                          [named](const Output& output) { watch(output, *named); });
-  command.addOption("vm,--vm", named->vmIds,
-                    "Names of VMs; events of other VMs are left out (default: all VMs)");
+std::vector<Command> watchCommands() {
+  Action action = runs("", &watch);
+  action.events = eventLines();
+  return {
+      {"watch",
+       "Show events until interrupted",
+       {thing(Kind::kVm, "VM", "As --vm").optional().repeated().unresolved(),
+        thing(Kind::kVm, "--vm",
+              "Only events of this VM, by name or number; \"\" is this machine; may be repeated")
+            .repeated()
+            .unresolved(),
+        choice("--kind", eventKinds(), "Only events of this kind; may be repeated").repeated(),
+        thing(Kind::kDevice, "--device", "Only events of this device, by number or name")
+            .unresolved(),
+        flag("--once", "End after the first event"),
+        wholeNumber("--limit", 1, std::numeric_limits<std::uint32_t>::max(),
+                    "End after so many events"),
+        text("--exec",
+             "Run this command with sh for each event, which is the JSON object on its "
+             "standard input")
+            .notEmpty()},
+       action,
+       {{"watch --vm win11 --kind device", "What happens to the devices of win11"},
+        {"watch --device Stick --once", "Wait for the next event of a device"},
+        {"watch --json --kind service", "Ends and returns of the service, as JSON"},
+        {"watch --exec 'jq -r .name >> names'", "Hand each event to a command"}},
+       "An interrupt, a closed pipe and --timeout end a watch with exit status 0; with --once or "
+       "--limit,\n"
+       "--timeout ends it with exit status 5. When the service is gone, the watch says so and goes "
+       "on with the\n"
+       "next. This counts as an event for --once and --limit only with --kind service.\n"
+       "\n"
+       "With --exec, nothing else is written to standard output. The commands run one after the "
+       "other; up to\n"
+       "1000 events wait meanwhile. A command that fails is noted.",
+       "",
+       &onceOrLimit},
+  };
 }
 
 }  // namespace velctl

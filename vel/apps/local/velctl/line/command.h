@@ -18,6 +18,12 @@ class Invocation;
 class Output;
 struct ParsedLine;
 
+// A line of the JSON form that reports an event.
+struct EventLine {
+  std::string event;
+  std::vector<Member> members;
+};
+
 // What a command does, and what its JSON form has behind the parameters. actions.h makes them.
 struct Action {
   // Of the bus, and "operation" in the JSON form; empty: the command has no request of its own.
@@ -30,6 +36,8 @@ struct Action {
   std::vector<Member> elements;
   // In place of the method for a device that --source names; empty: it cannot.
   std::string methodBySource = {};
+  // Lines before the answer, or in its place.
+  std::vector<EventLine> events = {};
   // In place of run, of a command that runs others: handles signals itself.
   ExitCode (*runAlone)(const ParsedLine& line, const Output& output) = nullptr;
 };

@@ -91,7 +91,8 @@ void addParameter(CLI::App& app, const Parameter& parameter, Arguments& argument
   option->required(parameter.isRequired);
   constexpr int kAny = -1;
   option->expected(1, parameter.isRepeated ? kAny : 1);
-  option->allow_extra_args(parameter.isRepeated);
+  // An option is repeated with its values: what stands behind its first value is another argument.
+  option->allow_extra_args(parameter.isRepeated && !parameter.isOption());
   option->check([&parameter](const std::string& text) { return mistakeIn(parameter, text); });
 }
 

@@ -147,6 +147,12 @@ Parameter Parameter::silent() const {
   return changed;
 }
 
+Parameter Parameter::unresolved() const {
+  Parameter changed = *this;
+  changed.isUnresolved = true;
+  return changed;
+}
+
 Parameter Parameter::orElse(const std::string& value) const {
   Parameter changed = optional();
   changed.fallback = value;
@@ -334,7 +340,8 @@ std::optional<std::uint64_t> numberIn(const Parameter& parameter, const std::str
     const auto number = parseSigned(text, parameter.least, parameter.most);
     return number ? std::optional(static_cast<std::uint64_t>(*number)) : std::nullopt;
   }
-  return base::parseNumber(text, parameter.most);
+  const auto number = base::parseNumber(text, parameter.most);
+  return number && *number >= static_cast<std::uint64_t>(parameter.least) ? number : std::nullopt;
 }
 
 }  // namespace velctl

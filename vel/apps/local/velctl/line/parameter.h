@@ -53,6 +53,8 @@ struct Parameter {
   // Steers velctl and is no part of the request, or must not be shown: it stands neither in the
   // JSON form nor in messages.
   bool isSilent = false;
+  // The command itself finds out what the text names.
+  bool isUnresolved = false;
   // The value when none is given.
   std::optional<std::string> fallback;
   // Of numbers.
@@ -86,6 +88,7 @@ struct Parameter {
   Parameter optional() const;
   Parameter repeated() const;
   Parameter silent() const;
+  Parameter unresolved() const;
   Parameter orElse(const std::string& value) const;
   Parameter notEmpty() const;
   Parameter atMost(std::size_t bytes) const;

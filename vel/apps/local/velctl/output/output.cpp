@@ -1,5 +1,6 @@
 #include "vel/apps/local/velctl/output/output.h"
 
+#include <cerrno>
 #include <cstring>
 
 #include <unistd.h>
@@ -27,7 +28,11 @@ void Output::json(const Json& json) const {
 }
 
 void Output::text(const std::string& lines) const {
-  if (const int error = writeInterruptibly(descriptor_, lines)) {
+  const int error = writeInterruptibly(descriptor_, lines);
+  if (error == EPIPE) {
+    throw OutputClosed();
+  }
+  if (error != 0) {
     throw Failure(kExitOutputLost,
                   std::string("writing to standard output: ") + std::strerror(error));
   }
@@ -57,9 +62,9 @@ void Output::message(const std::string& line) {
   }
 }
 
-void Output::noteDropped(std::size_t count, const std::string& noun) {
+void Output::noteDropped(std::size_t count, const std::string& noun, const std::string& reason) {
   if (count > 0) {
-    error(base::counted(count, noun) + " dropped: standard output was blocked");
+    error(base::counted(count, noun) + " dropped: " + reason);
   }
 }
 

@@ -22,6 +22,7 @@ class Output {
 
   Form form() const { return form_; }
   bool isQuiet() const { return isQuiet_; }
+  // Of the data.
   int descriptor() const { return descriptor_; }
   // What the data is shown on.
   Terminal terminal() const { return terminalAt(descriptor_); }
@@ -46,9 +47,12 @@ class Output {
   // A line as it is.
   static void message(const std::string& line);
 
-  // Notes that a queue was full while standard output was blocked; nothing for a count of 0. noun:
-  // of one item. Never left out: data was lost.
-  static void noteDropped(std::size_t count, const std::string& noun);
+  // Notes that a queue was full; nothing for a count of 0. Never left out: data was lost.
+  //
+  // noun     of one item
+  // reason   why the queue was full
+  static void noteDropped(std::size_t count, const std::string& noun,
+                          const std::string& reason = "standard output was blocked");
 
  private:
   int descriptor_;

@@ -82,6 +82,17 @@ std::chrono::seconds timeLimitOf(const std::string& method) {
   return std::chrono::ceil<std::chrono::seconds>(vel::Client::timeLimit(method));
 }
 
+std::string absenceIn(const vel::Error& error) {
+  switch (error.kind()) {
+    case vel::ErrorKind::kNoBus:
+      return "the bus cannot be reached: " + base::printable(qxbus::busFailure());
+    case vel::ErrorKind::kNoService:
+      return base::printable(qxbus::isBusDirect() ? qxbus::busFailure() : error.text());
+    default:
+      return {};
+  }
+}
+
 Invocation::Invocation(const Command& command, const Arguments& arguments, Session& session)
     : command_(command), arguments_(arguments), session_(session) {
   describe();
@@ -134,6 +145,9 @@ void Invocation::resolve() {
     const std::vector<std::string> texts =
         given != arguments_.end() ? given->second : std::vector<std::string>{*parameter.fallback};
     const Value& value = values[parameter.name] = valueOf(parameter, texts);
+    if (parameter.isUnresolved) {
+      continue;
+    }
     if (parameter.kind == Kind::kVm) {
       request_["vm"] = jsonText(value.texts.front());
       request_["vmNumber"] = value.number;
@@ -156,7 +170,7 @@ Value Invocation::valueOf(const Parameter& parameter, const std::vector<std::str
     value.texts = {lowerCase(texts.front())};
     return value;
   }
-  if (!isThing(parameter.kind)) {
+  if (!isThing(parameter.kind) || parameter.isUnresolved) {
     return value;
   }
   const std::string text = texts.front();
@@ -293,11 +307,11 @@ void Invocation::fail(const vel::Error& error) const {
   const std::string text = base::printable(error.text());
   switch (error.kind()) {
     case vel::ErrorKind::kNoBus:
-      fail(kExitNoBus, "the bus cannot be reached: " + base::printable(qxbus::busFailure()) +
-                           "; start it, or set QXBUS_ADDRESS to the address of another");
+      fail(kExitNoBus,
+           absenceIn(error) + "; start it, or set QXBUS_ADDRESS to the address of another");
     case vel::ErrorKind::kNoService:
-      fail(kExitNoService, (qxbus::isBusDirect() ? base::printable(qxbus::busFailure()) : text) +
-                               "; start velserviced, or velsim to try without hardware");
+      fail(kExitNoService,
+           absenceIn(error) + "; start velserviced, or velsim to try without hardware");
     case vel::ErrorKind::kUnknownVm:
       fail(kExitUnknown, "the service has no VM of this name; velctl vm list shows its VMs");
     case vel::ErrorKind::kRefused: {

@@ -28,6 +28,9 @@ std::string quotedName(const std::string& vm);
 // The time limit of a bus method.
 std::chrono::seconds timeLimitOf(const std::string& method);
 
+// Why the bus or the service is not there; empty for an error of another kind.
+std::string absenceIn(const vel::Error& error);
+
 // The elements of a list, also of one that the service cut short.
 template <typename Value>
 std::vector<Value> received(const vel::Result<std::vector<Value>>& list) {
@@ -105,8 +108,8 @@ class Invocation {
   // Writes a list, which may be empty, under a name: its elements, and their text.
   void finishList(const std::string& name, const Json& elements, const std::string& text) const;
 
-  // The text with the values of parameters in place of "{NAME}"; "2 pipes" for one that may be given
-  // several times.
+  // The text with the values of parameters in place of "{NAME}"; "2 pipes" for one that may be
+  // given several times.
   std::string filledIn(const std::string& text) const;
 
   [[noreturn]] void fail(const vel::Error& error) const;

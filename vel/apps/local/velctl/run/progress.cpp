@@ -5,12 +5,15 @@
 
 #include <unistd.h>
 
+#include "vel/apps/local/velctl/output/terminal.h"
+#include "vel/apps/local/velctl/output/width.h"
+
 namespace velctl {
 
 Progress::Progress(std::string activity, std::chrono::seconds limit, bool isQuiet)
     : activity_(std::move(activity)),
       limit_(limit),
-      isShown_(!isQuiet && ::isatty(STDERR_FILENO) == 1) {}
+      isShown_(!activity_.empty() && !isQuiet && ::isatty(STDERR_FILENO) == 1) {}
 
 std::optional<Progress::Clock::time_point> Progress::nextChange() const {
   return isShown_ ? std::optional(start_ + elapsed_ + std::chrono::seconds(1)) : std::nullopt;
@@ -27,8 +30,13 @@ void Progress::update() {
   if (limit_.count() > 0) {
     line += " of at most " + std::to_string(limit_.count());
   }
+  // A line that reaches the last column would begin another, which erase() does not find.
+  const std::optional<std::size_t> columns = terminalAt(STDERR_FILENO).columns;
+  if (columns) {
+    line = cutToWidth(line, *columns - 1);
+  }
   std::fputs(line.c_str(), stderr);
-  shownColumns_ = line.size();
+  shownColumns_ = widthOf(line);
 }
 
 void Progress::erase() {

@@ -18,7 +18,7 @@ class Progress {
  public:
   using Clock = std::chrono::steady_clock;
 
-  // limit 0: there is none.
+  // limit 0: there is none. Without an activity nothing is shown.
   Progress(std::string activity, std::chrono::seconds limit, bool isQuiet);
   ~Progress() { erase(); }
 

@@ -17,6 +17,7 @@
 #include "vel/apps/local/velctl/output/output.h"
 #include "vel/apps/local/velctl/run/inbox.h"
 #include "vel/apps/local/velctl/run/interruption.h"
+#include "vel/apps/local/velctl/run/output_end.h"
 #include "vel/apps/local/velctl/run/progress.h"
 #include "vel/client/client.h"
 
@@ -24,6 +25,25 @@ namespace velctl {
 
 // Thrown where the time of --timeout ends a wait.
 class TimeOver {};
+
+// A call on another thread, which is left to itself when its result is not waited for.
+template <typename Value>
+class Background {
+ public:
+  explicit Background(vel::Task<Value> task) : task_(std::move(task)) {}
+  ~Background() {
+    if (!task_.isReady()) {
+      task_.detach();
+    }
+  }
+  Background(const Background&) = delete;
+  Background& operator=(const Background&) = delete;
+
+  const vel::Task<Value>& task() const { return task_; }
+
+ private:
+  vel::Task<Value> task_;
+};
 
 // THREADS   The main thread, if no other is named. Functions that are called on another one may run
 //           on after the command has ended: they hold all that they use.
@@ -60,8 +80,8 @@ class Session {
     std::list<std::function<void()>>::iterator entry_;
   };
 
-  // The next item; nullopt when the time has passed, which may be never. Throws Interrupted, and
-  // TimeOver.
+  // The next item; nullopt when the time has passed, which may be never. Throws Interrupted,
+  // OutputClosed and TimeOver.
   template <typename Item>
   std::optional<Item> next(Inbox<Item>& inbox, Progress& progress,
                            Clock::time_point until = Clock::time_point::max()) {
@@ -85,36 +105,47 @@ class Session {
   template <typename Operation>
   auto call(const Activity& activity, Operation operation)
       -> std::invoke_result_t<Operation, const vel::Client&> {
-    using Value = typename std::invoke_result_t<Operation, const vel::Client&>::value_type;
-    struct Ended {};
-    const auto ends = std::make_shared<Inbox<Ended>>();
-    vel::Task<Value> task([operation = std::move(operation)] { return operation(vel::Client()); },
-                          {}, [ends](const auto&) { ends->addAlways({}); }, {});
-    Progress progress(activity.text, activity.limit, output_.isQuiet());
-    try {
-      static_cast<void>(next(*ends, progress));
-    } catch (...) {
-      task.detach();
-      throw;
-    }
-    return task.get();
+    return await(activity,
+                 [operation = std::move(operation)] { return operation(vel::Client()); });
   }
 
-  // Throws Interrupted or TimeOver after a request to stop.
+  // Calls a function that returns a vel::Result on another thread, and waits for its result.
+  template <typename Function>
+  auto await(const Activity& activity, Function function) -> std::invoke_result_t<Function> {
+    using Value = typename std::invoke_result_t<Function>::value_type;
+    struct Ended {};
+    const auto ends = std::make_shared<Inbox<Ended>>();
+    const Background<Value> background(
+        {std::move(function), {}, [ends](const auto&) { ends->addAlways({}); }, {}});
+    Progress progress(activity.text, activity.limit, output_.isQuiet());
+    static_cast<void>(next(*ends, progress));
+    return background.task().get();
+  }
+
+  // From now on the command also stops when nobody reads its data any longer: next() throws
+  // OutputClosed then.
+  void stopWithOutput();
+
+  // Throws Interrupted, OutputClosed or TimeOver after a request to stop.
   void throwIfStopped() const;
+  // When --timeout ends the command.
+  Clock::time_point deadline() const { return deadline_; }
 
  private:
-  void stop() QX_EXCLUDES(mutex_);
+  enum class Stop { kNone, kInterrupted, kOutputClosed };
+
+  void stop(Stop reason) QX_EXCLUDES(mutex_);
   Clock::time_point wakeTime(const Progress& progress, Clock::time_point until) const;
 
   const Output& output_;
   const std::optional<std::chrono::milliseconds> timeout_;
   const Clock::time_point deadline_;
   mutable platform::Mutex mutex_;
-  bool isStopped_ QX_GUARDED_BY(mutex_) = false;
+  Stop stopped_ QX_GUARDED_BY(mutex_) = Stop::kNone;
   std::list<std::function<void()>> listeners_ QX_GUARDED_BY(mutex_);
-  // The last: its thread uses the others.
+  // The last: their threads use the others.
   Interruption interruption_;
+  std::unique_ptr<OutputEnd> outputEnd_;
 };
 
 }  // namespace velctl

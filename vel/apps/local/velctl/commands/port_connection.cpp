@@ -1,16 +1,17 @@
-#include "vel/apps/local/velctl/run/port_connection.h"
+#include "vel/apps/local/velctl/commands/port_connection.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <sstream>
 #include <system_error>
 #include <utility>
 
 #include <poll.h>
 
+#include "base/printable.h"
 #include "base/would_block.h"
 #include "vel/apps/local/velctl/failure.h"
-#include "vel/apps/local/velctl/run/interruption.h"
 
 namespace velctl {
 namespace {
@@ -24,35 +25,46 @@ int millisecondsUntil(PortConnection::Clock::time_point deadline) {
   return static_cast<int>(std::clamp<long long>(left, 0, INT_MAX));
 }
 
+// "2", "0.5"
+std::string inSeconds(std::chrono::milliseconds time) {
+  constexpr double kMsPerSecond = 1000;
+  std::ostringstream text;
+  text << static_cast<double>(time.count()) / kMsPerSecond;
+  return text.str();
+}
+
 }  // namespace
 
-PortConnection::PortConnection(std::string path, std::chrono::seconds limit,
+PortConnection::PortConnection(Session& session, std::string path, std::chrono::milliseconds limit,
                                std::function<void(Message& message)> onMessage)
-    : path_(std::move(path)),
+    : session_(session),
+      path_(std::move(path)),
       limit_(limit),
       onMessage_(std::move(onMessage)),
-      socket_(base::newSocket()) {
+      socket_(base::newSocket()),
+      listener_(session, [this] { stop_.wake(); }) {
   if (!stop_.isOpen()) {
     throw std::system_error(errno, std::generic_category(), "no pipe");
   }
 }
 
-void PortConnection::connect() {
+void PortConnection::connect(Progress& progress) {
   const Clock::time_point deadline = Clock::now() + limit_;
   int error = base::connectTo(socket_, path_);
   while (base::wouldBlock(error) && Clock::now() < deadline) {
-    poll(0, Clock::now() + kConnectRetryInterval);
+    poll(0, progress, Clock::now() + kConnectRetryInterval);
     error = base::connectTo(socket_, path_);
   }
   if (error != 0) {
     throw Failure(kExitNoService,
-                  path_ +
+                  shownPath() +
                       ": the port cannot be reached: " + std::generic_category().message(error) +
                       "; start its listener, or velsim --pen-port to try without hardware");
   }
 }
 
-bool PortConnection::waitFor(const std::function<bool()>& condition, Clock::time_point deadline) {
+bool PortConnection::waitFor(const std::function<bool()>& condition, Progress& progress,
+                             Clock::time_point deadline) {
   bool hasTimedOut = false;
   while (!condition()) {
     if (hasTimedOut) {
@@ -60,7 +72,7 @@ bool PortConnection::waitFor(const std::function<bool()>& condition, Clock::time
     }
     // Before the socket is read, so that messages that have arrived in time count.
     hasTimedOut = Clock::now() >= deadline;
-    poll(POLLIN, deadline);
+    poll(POLLIN, progress, deadline);
     receive();
   }
   return true;
@@ -88,14 +100,14 @@ void PortConnection::add(const unsigned char* bytes, std::size_t length) {
   unsent_.insert(unsent_.end(), bytes, bytes + length);
 }
 
-void PortConnection::flush() {
+void PortConnection::flush(Progress& progress) {
   const Clock::time_point deadline = Clock::now() + limit_;
   while (!sendSome()) {
     if (Clock::now() >= deadline) {
-      throw Failure(kExitNoReply, path_ + ": the port has taken nothing for " +
-                                       std::to_string(limit_.count()) + " s; --wait waits longer");
+      throw Failure(kExitNoReply, shownPath() + ": the port has taken nothing for " +
+                                      inSeconds(limit_) + " s; --wait waits longer");
     }
-    poll(POLLOUT, deadline);
+    poll(POLLOUT, progress, deadline);
   }
 }
 
@@ -121,18 +133,23 @@ bool PortConnection::sendSome() {
   return true;
 }
 
-void PortConnection::poll(short events, Clock::time_point deadline) const {
+void PortConnection::poll(short events, Progress& progress, Clock::time_point deadline) const {
   // Without events even a socket without a connection would end the wait.
   pollfd polled[] = {{stop_.readEnd(), POLLIN, 0},
                      {events == 0 ? -1 : socket_.number(), events, 0}};
-  ::poll(polled, std::size(polled), millisecondsUntil(deadline));
-  if (polled[0].revents != 0) {
-    throw Interrupted();
-  }
+  ::poll(polled, std::size(polled),
+         millisecondsUntil(std::min({deadline, session_.deadline(),
+                                     progress.nextChange().value_or(Clock::time_point::max())})));
+  session_.throwIfStopped();
+  progress.update();
+}
+
+std::string PortConnection::shownPath() const {
+  return base::printable(path_);
 }
 
 void PortConnection::failClosed() const {
-  throw Failure(kExitNoReply, path_ + ": the far end has closed the port");
+  throw Failure(kExitNoReply, shownPath() + ": the far end has closed the port");
 }
 
 }  // namespace velctl

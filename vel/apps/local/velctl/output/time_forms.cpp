@@ -1,0 +1,43 @@
+#include "vel/apps/local/velctl/output/time_forms.h"
+
+#include <ctime>
+
+namespace velctl {
+namespace {
+
+// The rest of a second behind the whole ones: ".250".
+std::string milliseconds(std::chrono::system_clock::time_point time) {
+  using Milliseconds = std::chrono::milliseconds;
+  constexpr Milliseconds::rep kPerSecond = 1000;
+  const auto rest =
+      std::chrono::floor<Milliseconds>(time).time_since_epoch().count() % kPerSecond;
+  return '.' + std::to_string(kPerSecond + rest).substr(1);
+}
+
+std::string formatted(std::chrono::system_clock::time_point time, const char* format) {
+  const std::time_t seconds = std::chrono::system_clock::to_time_t(
+      std::chrono::floor<std::chrono::seconds>(time));
+  std::tm local = {};
+  ::localtime_r(&seconds, &local);
+  char text[64] = {};
+  std::strftime(text, sizeof text, format, &local);
+  return text;
+}
+
+}  // namespace
+
+std::string clockTime(std::chrono::system_clock::time_point time) {
+  return formatted(time, "%H:%M:%S") + milliseconds(time);
+}
+
+std::string isoTime(std::chrono::system_clock::time_point time) {
+  // "+0100"
+  std::string zone = formatted(time, "%z");
+  constexpr std::size_t kHours = 3;
+  if (zone.size() > kHours) {
+    zone.insert(kHours, 1, ':');
+  }
+  return formatted(time, "%Y-%m-%dT%H:%M:%S") + milliseconds(time) + zone;
+}
+
+}  // namespace velctl
