@@ -47,7 +47,9 @@ ExitCode report(const Output& output, const ParsedLine& line, const Failure& fai
                                                            : message);
   Output::message(message);
   if (failure.code() != kExitOutputLost) {
-    output.json({{"error", error}});
+    Json json = failure.known();
+    json["error"] = error;
+    output.json(json);
   }
   return failure.code();
 }

@@ -10,6 +10,9 @@
 
 namespace velctl {
 
+std::vector<Command> statusCommands();
+std::vector<Command> doctorCommands();
+std::vector<Command> waitCommands();
 std::vector<Command> vmCommands();
 std::vector<Command> deviceCommands();
 std::vector<Command> joystickCommands();
