@@ -28,6 +28,16 @@ std::pair<std::string, std::string> nounAndVerb(const std::string& path) {
                                     : std::pair(path.substr(0, blank), path.substr(blank + 1));
 }
 
+// A noun that is a command by itself has the summary of that.
+const std::string& summaryOf(const Noun& noun) {
+  for (const Command& command : commands()) {
+    if (command.path == noun.name) {
+      return command.summary;
+    }
+  }
+  return noun.summary;
+}
+
 // A line of a list: a name, and behind it the meaning, in further lines where it needs them.
 std::string listed(std::string name, const std::string& meaning, std::size_t column) {
   constexpr std::size_t kWidth = 80;
@@ -124,7 +134,7 @@ class Parser {
       if (has(arguments, noun.name)) {
         addNoun(noun);
       } else {
-        app_.add_subcommand(noun.name, noun.summary);
+        app_.add_subcommand(noun.name, summaryOf(noun));
       }
     }
   }
