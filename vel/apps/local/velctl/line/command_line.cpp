@@ -175,6 +175,8 @@ class Parser {
       }
       if (!group) {
         group = app_.add_subcommand(first, noun.summary)->require_subcommand(1);
+        // By itself it has that of velctl.
+        group->footer("");
       }
       addCommand(*group->add_subcommand(verb, command.summary), command);
     }
