@@ -37,6 +37,7 @@ struct Command {
   }
   Command& reads(Answer meaning) {
     answer = meaning;
+    hasData = meaning == Answer::kContent;
     return *this;
   }
   Command& answered(Reply itsReply) {
@@ -52,6 +53,12 @@ struct Command {
     return *this;
   }
 
+  // Prints data, also when it is quiet.
+  Command& givesData() {
+    hasData = true;
+    return *this;
+  }
+
   // The bus method of the command's own request.
   std::string method() const;
 
@@ -59,6 +66,7 @@ struct Command {
   std::string line;
   std::vector<std::string> requests;
   Answer answer = Answer::kStatus;
+  bool hasData = false;
   Reply reply = Reply().int32(0);
   std::string text;
   std::string json;
