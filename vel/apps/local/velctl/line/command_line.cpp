@@ -400,6 +400,9 @@ ParsedLine parseLine(const std::vector<std::string>& arguments) {
     line.help = std::string(version.what()) + '\n';
   } catch (const CLI::Success&) {  // --help
     line.help = parser.helpOf(parser.named());
+    // The parser ends it with empty lines.
+    line.help.resize(line.help.find_last_not_of('\n') + 1);
+    line.help += '\n';
   } catch (const CLI::ParseError& error) {
     const CLI::App& app = parser.named();
     const std::string path = pathOf(app);
