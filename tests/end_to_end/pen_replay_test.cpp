@@ -128,7 +128,7 @@ class PenReplayToVelsimTest : public PenReplayTest {
 TEST_F(PenReplayToVelsimTest, ARecordedStrokeArrivesFrameByFrame) {
   const Finished replayed = velctl(replayOf(RECORDED_STROKE, {"--at-once"}));
 
-  EXPECT_EQ(replayed.status, velctl::kExitOk) << replayed.err;
+  EXPECT_EQ(replayed.status, velctl::kExitDone) << replayed.err;
   EXPECT_EQ(replayed.out, RECORDED_STROKE ": 239 frames sent to " + port() + " for device 1\n");
   EXPECT_THAT(replayed.err, IsEmpty());
   const std::vector<std::string> frames = framesFrom(1);
@@ -158,7 +158,7 @@ TEST_F(PenReplayToVelsimTest, PlaysAsRecordedAndReportsAsJson) {
   const Finished first = velctl(replayOf(RECORDED_STROKE, {"--json"}));
   const Finished second = velctl(replayOf(strokeFile(kPress), {"--json"}));
 
-  EXPECT_EQ(first.status, velctl::kExitOk) << first.err;
+  EXPECT_EQ(first.status, velctl::kExitDone) << first.err;
   EXPECT_EQ(json::parse(first.out, nullptr, false), json({{"file", RECORDED_STROKE},
                                                           {"port", port()},
                                                           {"device", 1},
@@ -166,7 +166,7 @@ TEST_F(PenReplayToVelsimTest, PlaysAsRecordedAndReportsAsJson) {
                                                           {"frames", 239}}));
   EXPECT_EQ(linesOf(first.out).size(), 1u);
   EXPECT_THAT(framesFrom(1), ElementsAreArray(framesOf(RECORDED_STROKE, 1)));
-  EXPECT_EQ(second.status, velctl::kExitOk) << second.err;
+  EXPECT_EQ(second.status, velctl::kExitDone) << second.err;
   EXPECT_EQ(json::parse(second.out, nullptr, false)["device"], 2);
   EXPECT_THAT(framesFrom(2),
               ElementsAre("frame 1  device 2  x 11  y -3  pressure 512/1024  rotation 0.0  tilt 7 0"
@@ -183,7 +183,7 @@ TEST_F(PenReplayToVelsimTest, SeveralCanPlayAtOnce) {
   }
 
   for (const std::unique_ptr<Process>& replay : replays) {
-    EXPECT_EQ(replay->wait().status, velctl::kExitOk) << replay->err();
+    EXPECT_EQ(replay->wait().status, velctl::kExitDone) << replay->err();
   }
   for (const int device : {1, 2, 3}) {
     EXPECT_THAT(framesFrom(device), ElementsAreArray(framesOf(file, device)));
@@ -199,7 +199,7 @@ TEST_F(PenReplayToVelsimTest, EndsWhenTheServiceDies) {
   killVelsim();
   const Finished failed = replay.wait();
 
-  EXPECT_EQ(failed.status, velctl::kExitNoAnswer);
+  EXPECT_EQ(failed.status, velctl::kExitNoReply);
   EXPECT_EQ(failed.err, "velctl: pen replay: " + port() +
                             ": the far end has closed the port; 1 frame sent of 2\n");
 }
@@ -245,7 +245,7 @@ TEST_F(PenReplayToPeerTest, NeedsNoBus) {
             "frame 1  device 5  x 11  y -3  pressure 512/1024  rotation 0.0  tilt 7 0  "
             "NEW|INRANGE|PRIMARY|CONFIDENCE|UPDATE");
   const Finished replayed = wait();
-  EXPECT_EQ(replayed.status, velctl::kExitOk) << replayed.err;
+  EXPECT_EQ(replayed.status, velctl::kExitDone) << replayed.err;
   EXPECT_EQ(replayed.out,
             folder() + "/stroke.jsonl: 1 frame sent to " + port() + " for device 5\n");
   EXPECT_THAT(replayed.err, IsEmpty());
@@ -265,7 +265,7 @@ TEST_F(PenReplayToPeerTest, FindsTheDeviceNumberAmongOtherMessagesAndInPortions)
   }
 
   EXPECT_EQ(decoded(farEnd.readAll()).devId, 5);
-  EXPECT_EQ(wait().status, velctl::kExitOk);
+  EXPECT_EQ(wait().status, velctl::kExitDone);
 }
 
 TEST_F(PenReplayToPeerTest, KeepsThePausesOfTheRecording) {
@@ -280,7 +280,7 @@ TEST_F(PenReplayToPeerTest, KeepsThePausesOfTheRecording) {
 
   EXPECT_EQ(farEnd.readAll().size(), 4 * penframe::kFrameSize);
   EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(900));
-  EXPECT_EQ(wait().status, velctl::kExitOk);
+  EXPECT_EQ(wait().status, velctl::kExitDone);
 }
 
 TEST_F(PenReplayToPeerTest, SkipsThePausesAtOnce) {
@@ -292,7 +292,7 @@ TEST_F(PenReplayToPeerTest, SkipsThePausesAtOnce) {
   farEnd.write(kDeviceNumber5);
 
   EXPECT_EQ(farEnd.readAll().size(), (1 + kPatienceSeconds) * penframe::kFrameSize);
-  EXPECT_EQ(wait().status, velctl::kExitOk);
+  EXPECT_EQ(wait().status, velctl::kExitDone);
 }
 
 TEST_F(PenReplayToPeerTest, FailsWithoutADeviceNumber) {
@@ -303,7 +303,7 @@ TEST_F(PenReplayToPeerTest, FailsWithoutADeviceNumber) {
 
   const Finished failed = wait();
 
-  EXPECT_EQ(failed.status, velctl::kExitNoAnswer);
+  EXPECT_EQ(failed.status, velctl::kExitNoReply);
   EXPECT_THAT(failed.out, IsEmpty());
   EXPECT_EQ(failed.err, "velctl: pen replay: " + port() +
                             ": the far end has not given the pen a device number within 1 s; "
@@ -320,7 +320,7 @@ TEST_F(PenReplayToPeerTest, FailsWhenThePortTakesNothing) {
 
   const Finished failed = wait();
 
-  EXPECT_EQ(failed.status, velctl::kExitNoAnswer);
+  EXPECT_EQ(failed.status, velctl::kExitNoReply);
   EXPECT_THAT(failed.err, HasSubstr(": the port has taken nothing for 1 s; --wait waits longer; "));
   const json report = json::parse(failed.out, nullptr, false);
   EXPECT_EQ(report["events"], kMoreThanASocketHolds);
@@ -335,7 +335,7 @@ TEST_F(PenReplayToPeerTest, ReportsAPortThatIsClosedBeforeTheStroke) {
   farEnd.close();
   const Finished failed = wait();
 
-  EXPECT_EQ(failed.status, velctl::kExitNoAnswer);
+  EXPECT_EQ(failed.status, velctl::kExitNoReply);
   EXPECT_THAT(failed.out, IsEmpty());
   EXPECT_EQ(failed.err, "velctl: pen replay: " + port() + ": the far end has closed the port\n");
 }
@@ -350,7 +350,7 @@ TEST_F(PenReplayToPeerTest, ReportsTheProgressWhenThePortIsClosedInAPause) {
   farEnd.close();
   const Finished failed = wait();
 
-  EXPECT_EQ(failed.status, velctl::kExitNoAnswer);
+  EXPECT_EQ(failed.status, velctl::kExitNoReply);
   EXPECT_EQ(json::parse(failed.out, nullptr, false), json({{"file", folder() + "/stroke.jsonl"},
                                                            {"port", port()},
                                                            {"device", 5},
@@ -370,7 +370,7 @@ TEST_F(PenReplayToPeerTest, APortThatIsClosedDuringAWriteDoesNotEndTheProcess) {
   farEnd.close();
   const Finished failed = wait();
 
-  EXPECT_EQ(failed.status, velctl::kExitNoAnswer);
+  EXPECT_EQ(failed.status, velctl::kExitNoReply);
   EXPECT_THAT(failed.err, HasSubstr(": the far end has closed the port; "));
 }
 
@@ -442,7 +442,7 @@ TEST_F(PenReplayToPeerTest, TheLibraryLogsWhenAskedTo) {
 
   farEnd.write(kDeviceNumber5);
 
-  EXPECT_EQ(wait().status, velctl::kExitOk);
+  EXPECT_EQ(wait().status, velctl::kExitDone);
   std::ifstream log(folder() + "/data/velproxy.log");
   EXPECT_THAT(std::string(std::istreambuf_iterator<char>(log), {}),
               HasSubstr("size:194, devId:5,cmd: 2000, reqId:1,type:92,"));
@@ -458,7 +458,7 @@ TEST_F(PenReplayToPeerTest, ReportsThatStandardOutputCannotBeWritten) {
   farEnd.write(kDeviceNumber5);
 
   EXPECT_EQ(farEnd.readAll().size(), penframe::kFrameSize);
-  EXPECT_EQ(replay.wait().status, velctl::kExitOutputFailed);
+  EXPECT_EQ(replay.wait().status, velctl::kExitOutputLost);
 }
 
 // --- Without a far end ---------------------------------------------------------------------------
