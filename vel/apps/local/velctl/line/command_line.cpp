@@ -196,16 +196,6 @@ class Parser {
   }
 
  private:
-  // Some nouns are commands by themselves.
-  static std::string summaryOf(const Noun& noun) {
-    for (const Command& command : commands()) {
-      if (command.path == noun.name) {
-        return command.summary;
-      }
-    }
-    return noun.summary;
-  }
-
   void addNoun(const Noun& noun) {
     CLI::App* group = nullptr;
     for (const Command& command : commands()) {
