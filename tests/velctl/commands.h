@@ -16,10 +16,11 @@ using scripted::Reply;
 
 // The meaning of the integer that the service answers.
 enum class Answer {
-  kStatus,      // anything but 0 is a refusal
-  kContent,     // the value that the user has asked for, or the beginning of a list
-  kIgnored,     // the library does not return it
-  kNotAwaited,  // the library does not wait for it, nor for an error
+  kStatus,           // anything but 0 is a refusal
+  kStatusOfContent,  // the same, before the content that the user has asked for
+  kContent,          // the value that the user has asked for, or the beginning of a list
+  kIgnored,          // the library does not return it
+  kNotAwaited,       // the library does not wait for it, nor for an error
 };
 
 // The request whose reply shows that the service has received those before it.
@@ -52,6 +53,10 @@ struct Command {
     return *this;
   }
 
+  bool hasStatus() const { return answer == Answer::kStatus || answer == Answer::kStatusOfContent; }
+  bool hasContent() const {
+    return answer == Answer::kContent || answer == Answer::kStatusOfContent;
+  }
   // The bus method of the command's own request.
   std::string method() const;
 

@@ -151,7 +151,7 @@ TEST_P(CommandTest, PrintsNoMoreThanDataWhenItIsQuiet) {
   const Ran json = runAs(Form::kJson, " --quiet");
 
   EXPECT_EQ(text.status, velctl::kExitDone);
-  EXPECT_EQ(text.out, command().answer == Answer::kContent ? command().text + '\n' : "");
+  EXPECT_EQ(text.out, command().hasContent() ? command().text + '\n' : "");
   EXPECT_EQ(json.out, command().json + '\n');
   EXPECT_THAT(text.err + json.err, IsEmpty());
 }
@@ -204,7 +204,7 @@ class CommandWithStatusTest : public CommandTest {};
 
 TEST_P(CommandWithStatusTest, ReportsARefusalAndTheMeaningOfItsStatus) {
   const Reply refusal = Reply().int32(7);
-  if (command().answer != Answer::kStatus) {
+  if (!command().hasStatus()) {
     expectSuccess(refusal, Form::kText);
     expectSuccess(refusal, Form::kJson);
     return;
@@ -218,7 +218,7 @@ TEST_P(CommandWithStatusTest, ReportsARefusalAndTheMeaningOfItsStatus) {
 }
 
 TEST_P(CommandWithStatusTest, ReportsARefusalWhoseStatusHasNoMeaning) {
-  if (command().answer != Answer::kStatus) {
+  if (!command().hasStatus()) {
     return;
   }
   bus.answer(command().method(), Reply().int32(-1));

@@ -303,6 +303,23 @@ std::string mistakeOf(const CLI::App& app, std::vector<std::string> unknown,
   return printableLines(uncapitalized(error.what()));
 }
 
+// "--vm" and "" in place of "--vm=": the parser would take the next argument for its value.
+std::vector<std::string> withEmptyValues(const std::vector<std::string>& arguments) {
+  std::vector<std::string> changed;
+  bool isBehindSeparator = false;
+  for (const std::string& argument : arguments) {
+    isBehindSeparator = isBehindSeparator || argument == "--";
+    const bool isEmptyValue = !isBehindSeparator && argument.size() > 3 &&
+                              argument.rfind("--", 0) == 0 &&
+                              argument.find('=') == argument.size() - 1;
+    changed.push_back(isEmptyValue ? argument.substr(0, argument.size() - 1) : argument);
+    if (isEmptyValue) {
+      changed.emplace_back();
+    }
+  }
+  return changed;
+}
+
 }  // namespace
 
 const std::vector<Parameter>& globalOptions() {
@@ -334,7 +351,8 @@ std::vector<std::string> nearest(const std::string& word, const std::vector<std:
 ParsedLine parseLine(const std::vector<std::string>& arguments) {
   Parser parser(arguments);
   ParsedLine line;
-  std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
+  std::vector<std::string> reversed = withEmptyValues(arguments);
+  std::reverse(reversed.begin(), reversed.end());
   try {
     // The parser takes them from the end.
     parser.app().parse(reversed);
