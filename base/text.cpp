@@ -72,7 +72,7 @@ std::string counted(std::size_t count, std::string_view noun) {
 std::string joined(const std::vector<std::string>& names, std::string_view separator) {
   std::string text;
   for (const std::string& name : names) {
-    if (!text.empty()) {
+    if (&name != &names.front()) {
       text += separator;
     }
     text += name;

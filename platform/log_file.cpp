@@ -168,6 +168,30 @@ Result<LogFile> LogFile::open(const std::string& directory) {
               : Result<LogFile>(file.failed());
 }
 
+Result<void> LogFile::check(const std::string& directory) {
+  const Result<LogFile> log = open(directory);
+  if (!log) {
+    return log.failed();
+  }
+  // Another file: lines of other processes stand before and behind those of this one.
+  const std::string name = log->directory_ + "/velproxy.check." + std::to_string(::getpid());
+  ::unlink(name.c_str());  // of a process that was killed
+  const Descriptor file(
+      ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kFileMode));
+  if (!file) {
+    return Failed{reasonOf(errno)};
+  }
+  const std::string bytes(kMostKept, '\n');
+  const ssize_t written = ::write(file.number(), bytes.data(), bytes.size());
+  const int error = errno;
+  ::unlink(name.c_str());
+  if (written != static_cast<ssize_t>(bytes.size())) {
+    return Failed{"nothing can be written there: " +
+                  (written < 0 ? reasonOf(error) : std::string("the disk is full"))};
+  }
+  return {};
+}
+
 LogFile::LogFile(std::string directory, Descriptor file)
     : directory_(std::move(directory)), file_(std::move(file)) {}
 

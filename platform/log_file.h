@@ -29,6 +29,10 @@ class LogFile {
   // Creates the directory and the file if they are missing.
   static base::Result<LogFile> open(const std::string& directory);
 
+  // Whether a log is possible in the directory: as open(), and whether lines can be written there.
+  // Leaves no other file than open() does.
+  static base::Result<void> check(const std::string& directory);
+
   // Takes a line, which ends with a newline. The lines are written by flush(), or when they come
   // to 4096 bytes.
   void append(std::string_view line);

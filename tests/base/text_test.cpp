@@ -58,6 +58,7 @@ TEST(JoinedTest, PutsTheSeparatorBetweenNames) {
   EXPECT_EQ(base::joined({"camera"}), "camera");
   EXPECT_EQ(base::joined({"camera", "tablet"}), "camera, tablet");
   EXPECT_EQ(base::joined({"a", "", "c"}, "|"), "a||c");
+  EXPECT_EQ(base::joined({"", "b", ""}, "|"), "|b|");
 }
 
 TEST(QuotedTest, PutsTheTextInQuotationMarks) {

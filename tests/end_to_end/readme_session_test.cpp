@@ -50,7 +50,7 @@ std::string mark(std::size_t step) {
 }
 
 std::string scriptOf(const std::vector<Step>& steps) {
-  std::string script = "exec 2>&1\n";
+  std::string script = "exec 2>&1\ncd \"$HOME\"\n";
   for (std::size_t i = 0; i < steps.size(); ++i) {
     script += "printf '%s\\n' '" + mark(i).substr(0, mark(i).size() - 1) + "'\n";
     script += steps[i].line + '\n';

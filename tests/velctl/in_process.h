@@ -10,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "bus/dbus/service_check.h"
 #include "tests/scripted_bus/scripted_bus.h"
 #include "tests/velctl/blocks.h"
 #include "tests/velctl/words.h"
@@ -39,6 +40,8 @@ std::string errorJson(velctl::ExitCode status, const std::string& operation,
 
 // Whether services of the scripted bus listen at sockets of their own; false when a test begins.
 extern bool isBusDirect;
+// What an examination of the way to the service finds: all is well when a test begins.
+extern qxbus::ServiceCheck wayToService;
 
 // The bus can be reached, and every method of its service answers int32 0, but getVmListSize and
 // getVmList, which know kVm.

@@ -35,8 +35,9 @@ inline constexpr ExitMeaning kExitMeanings[] = {
     {kExitNoBus, "no-bus", "the message bus cannot be reached"},
     {kExitNoService, "no-service", "no service on the bus, or no listener at the pen port"},
     {kExitNoReply, "no-reply", "no reply, answer or event in time"},
-    {kExitRefused, "refused", "the service answered with a status other than 0, or the library "
-                              "refused to send the request"},
+    {kExitRefused, "refused",
+     "the service answered with a status other than 0, or the library "
+     "refused to send the request"},
     {kExitUnknown, "unknown", "no VM or thing of this name or number, or several of this name"},
     {kExitOutputLost, "output-lost", "standard output cannot be written"},
     {kExitErrorReply, "error-reply", "the service answered with an error, or without a value"},

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "vel/apps/local/velctl/exit_codes.h"
+#include "vel/apps/local/velctl/output/json.h"
 
 namespace velctl {
 
@@ -26,10 +27,20 @@ class Failure : public std::runtime_error {
   // Of the request that has failed; empty: there was none.
   const std::string& method() const { return method_; }
 
+  // The same failure of a command that has a part of its answer: the members stand before the error
+  // in the JSON form. Its text form is written before the failure is thrown.
+  Failure with(Json members) const {
+    Failure failure = *this;
+    failure.known_ = std::move(members);
+    return failure;
+  }
+  const Json& known() const { return known_; }
+
  private:
   ExitCode code_;
   std::optional<std::int32_t> status_;
   std::string method_;
+  Json known_ = Json::object();
 };
 
 // Nobody reads standard output any longer.

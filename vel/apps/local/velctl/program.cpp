@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "base/printable.h"
+#include "vel/apps/local/velctl/completion/entry.h"
 #include "vel/apps/local/velctl/failure.h"
 #include "vel/apps/local/velctl/line/command_line.h"
 #include "vel/apps/local/velctl/output/field.h"
@@ -36,8 +37,7 @@ ExitCode report(const Output& output, const ParsedLine& line, const Failure& fai
     error["operation"] = failure.method();
   }
   if (failure.status()) {
-    addMember(error,
-              {"status", Type::kMeaning, velprotocol::Legend("", velprotocol::kStatuses)},
+    addMember(error, {"status", Type::kMeaning, velprotocol::Legend("", velprotocol::kStatuses)},
               *failure.status());
   }
   // A mistake on the line begins with the words of the line.
@@ -47,18 +47,23 @@ ExitCode report(const Output& output, const ParsedLine& line, const Failure& fai
                                                            : message);
   Output::message(message);
   if (failure.code() != kExitOutputLost) {
-    output.json({{"error", error}});
+    Json json = failure.known();
+    json["error"] = error;
+    output.json(json);
   }
   return failure.code();
 }
 
-void run(const Output& output, const ParsedLine& line) {
+ExitCode run(const Output& output, const ParsedLine& line) {
   if (!line.mistake.empty()) {
     throw Failure(kExitUsage, line.mistake);
   }
   if (!line.help.empty()) {
     output.text(line.help);
-    return;
+    return kExitDone;
+  }
+  if (line.command->action.runAlone) {
+    return line.command->action.runAlone(line, output);
   }
   chooseLogLevel(line.isVerbose);
   if (line.bus) {
@@ -69,6 +74,7 @@ void run(const Output& output, const ParsedLine& line) {
   try {
     invocation.resolve();
     line.command->action.run(invocation);
+    return kExitDone;
   } catch (const Interrupted&) {
     invocation.fail(kExitInterrupted, "interrupted");
   } catch (const TimeOver&) {
@@ -79,12 +85,15 @@ void run(const Output& output, const ParsedLine& line) {
 }  // namespace
 
 ExitCode runCommandLine(const std::vector<std::string>& arguments, int dataDescriptor) {
+  if (asksForCandidates(arguments)) {
+    writeCandidates(arguments, Output(dataDescriptor, Form::kText, true));
+    return kExitDone;
+  }
   const ParsedLine line = parseLine(arguments);
   const Output output(dataDescriptor, line.isJson ? Form::kJson : Form::kText, line.isQuiet);
   try {
     try {
-      run(output, line);
-      return kExitDone;
+      return run(output, line);
     } catch (const Failure& failure) {
       return report(output, line, failure);
     } catch (const std::exception& error) {

@@ -8,9 +8,11 @@ namespace {
 using Commands = std::vector<Command>();
 
 constexpr Commands* kCommands[] = {
-    &watchCommands,    &vmCommands,      &deviceCommands,         &newDeviceCommands,
-    &policyCommands,   &printerCommands, &sharedPrinterCommands,  &queueCommands,
-    &joystickCommands, &penCommands,     &serviceCommandCommands, &serviceCommands,
+    &statusCommands,  &doctorCommands,         &waitCommands,      &watchCommands,
+    &vmCommands,      &deviceCommands,         &newDeviceCommands, &policyCommands,
+    &printerCommands, &sharedPrinterCommands,  &queueCommands,     &joystickCommands,
+    &penCommands,     &serviceCommandCommands, &serviceCommands,
+    &velctlCommands,
 };
 
 }  // namespace
@@ -18,7 +20,10 @@ constexpr Commands* kCommands[] = {
 // In the order of the help.
 const std::vector<Noun>& nouns() {
   static const auto& all = *new std::vector<Noun>{
+      {"status", ""},
+      {"doctor", ""},
       {"watch", "Events"},
+      {"wait", "Wait until the service, a device or a printer is there"},
       {"vm", "VM sessions"},
       {"device", "Devices of this machine and of the network"},
       {"printer", "Printers, and their redirection into VMs"},
@@ -45,6 +50,9 @@ const std::vector<Noun>& nouns() {
       {"command", "Commands of the service"},
       {"self-test", "Self-tests of the service"},
       {"service", "The service itself"},
+      {"shell", ""},
+      {"completion", ""},
+      {"help", ""},
   };
   return all;
 }

@@ -10,6 +10,9 @@
 
 namespace velctl {
 
+std::vector<Command> statusCommands();
+std::vector<Command> doctorCommands();
+std::vector<Command> waitCommands();
 std::vector<Command> vmCommands();
 std::vector<Command> deviceCommands();
 std::vector<Command> joystickCommands();
@@ -21,6 +24,7 @@ std::vector<Command> queueCommands();
 std::vector<Command> serviceCommandCommands();
 std::vector<Command> serviceCommands();
 std::vector<Command> sharedPrinterCommands();
+std::vector<Command> velctlCommands();
 std::vector<Command> watchCommands();
 
 // Rows beside others of their noun, in sources of their own.

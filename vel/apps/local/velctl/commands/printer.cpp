@@ -102,7 +102,7 @@ std::vector<Command> networkPrinters() {
        "printer network list"},
       {"network-printer show",
        "Show one network printer in full",
-       {text("NAME", "Name of the printer").silent()},
+       {thing(Kind::kNetworkPrinter, "NAME", "Name of the printer").silent()},
        shows("getNetworkPrinterList", "network printer", "velctl network-printer list",
              networkPrinterFields(), &networkPrinterNamed),
        {{"network-printer show Office", "The printer with the name Office"}}},
@@ -117,7 +117,7 @@ std::vector<Command> networkPrinters() {
        "printer network add"},
       {"network-printer remove",
        "Remove a network printer",
-       {text("NAME", "Name of the printer")},
+       {thing(Kind::kNetworkPrinter, "NAME", "Name of the printer")},
        asks(
            "deleteNetworkPrinter",
            [](const vel::Client& client, const Values& values) {
@@ -129,7 +129,7 @@ std::vector<Command> networkPrinters() {
        "printer network delete"},
       {"network-printer rename",
        "Rename a network printer",
-       {text("OLD-NAME", "Present name of the printer").notEmpty(),
+       {thing(Kind::kNetworkPrinter, "OLD-NAME", "Present name of the printer").notEmpty(),
         text("NEW-NAME", "New name of the printer").notEmpty()},
        asks(
            "renameNetworkPrinter",

@@ -368,6 +368,13 @@ std::string onceOrLimit(const Arguments& arguments) {
              : "";
 }
 
+Parameter deviceOption() {
+  Parameter parameter = deviceArgument().optional().unresolved();
+  parameter.name = "--device";
+  parameter.help = "Only events of this device, by number or name";
+  return parameter;
+}
+
 }  // namespace
 
 std::vector<Command> watchCommands() {
@@ -382,8 +389,7 @@ std::vector<Command> watchCommands() {
             .repeated()
             .unresolved(),
         choice("--kind", eventKinds(), "Only events of this kind; may be repeated").repeated(),
-        thing(Kind::kDevice, "--device", "Only events of this device, by number or name")
-            .unresolved(),
+        deviceOption(),
         flag("--once", "End after the first event"),
         wholeNumber("--limit", 1, std::numeric_limits<std::uint32_t>::max(),
                     "End after so many events"),

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "vel/apps/local/velctl/exit_codes.h"
 #include "vel/apps/local/velctl/line/arguments.h"
 #include "vel/apps/local/velctl/line/parameter.h"
 #include "vel/apps/local/velctl/output/field.h"
@@ -14,6 +15,8 @@
 namespace velctl {
 
 class Invocation;
+class Output;
+struct ParsedLine;
 
 // A line of the JSON form that reports an event.
 struct EventLine {
@@ -35,6 +38,8 @@ struct Action {
   std::string methodBySource = {};
   // Lines before the answer, or in its place.
   std::vector<EventLine> events = {};
+  // In place of run, of a command that runs others: handles signals itself.
+  ExitCode (*runAlone)(const ParsedLine& line, const Output& output) = nullptr;
 };
 
 struct Example {

@@ -175,6 +175,8 @@ class Parser {
       }
       if (!group) {
         group = app_.add_subcommand(first, noun.summary)->require_subcommand(1);
+        // By itself it has that of velctl.
+        group->footer("");
       }
       addCommand(*group->add_subcommand(verb, command.summary), command);
     }
@@ -390,6 +392,10 @@ ParsedLine parseLine(const std::vector<std::string>& arguments) {
   }
   if (const auto bus = global.find("--bus"); bus != global.end()) {
     line.bus = bus->second.front();
+  }
+  for (const auto& [name, texts] : global) {
+    line.globalWords.push_back(name);
+    line.globalWords.insert(line.globalWords.end(), texts.begin(), texts.end());
   }
   return line;
 }

@@ -32,6 +32,8 @@ struct ParsedLine {
   bool isVerbose = false;
   std::optional<std::chrono::milliseconds> timeout;
   std::optional<std::string> bus;
+  // The global options among the arguments, for other commands.
+  std::vector<std::string> globalWords;
 };
 
 // Arguments without the name of the program.

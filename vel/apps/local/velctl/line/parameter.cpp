@@ -320,6 +320,8 @@ std::string mistakeIn(const Parameter& parameter, const std::string& text) {
       break;
     }
     case Kind::kText:
+    case Kind::kCommand:
+    case Kind::kNetworkPrinter:
     case Kind::kFlag:
     case Kind::kAddress:
     case Kind::kVm:

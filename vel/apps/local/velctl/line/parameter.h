@@ -21,12 +21,14 @@ enum class Kind {
   kFlag,
   kUnsigned,
   kSigned,
-  kSeconds,  // decimals allowed
-  kUsbId,    // 046d:0825
+  kSeconds,   // decimals allowed
+  kUsbId,     // 046d:0825
   kUsbBytes,  // 16 hexadecimal digits
-  kAddress,  // of another machine
+  kAddress,   // of another machine
   kPath,
   kChoice,
+  kCommand,         // words of a command of velctl
+  kNetworkPrinter,  // by its name only
   // Things of the service, by name or number:
   kVm,
   kDevice,
@@ -48,8 +50,8 @@ struct Parameter {
   bool isRequired = false;
   // May be given several times.
   bool isRepeated = false;
-  // Steers velctl and is no part of the request, or must not be shown: it stands neither in the JSON
-  // form nor in messages.
+  // Steers velctl and is no part of the request, or must not be shown: it stands neither in the
+  // JSON form nor in messages.
   bool isSilent = false;
   // The command itself finds out what the text names.
   bool isUnresolved = false;

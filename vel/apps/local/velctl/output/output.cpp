@@ -7,6 +7,7 @@
 
 #include "base/text.h"
 #include "vel/apps/local/velctl/failure.h"
+#include "vel/apps/local/velctl/output/printable_json.h"
 #include "vel/apps/local/velctl/run/interruption.h"
 
 namespace velctl {
@@ -22,7 +23,7 @@ void Output::line(const std::string& text, const Json& json) const {
 void Output::json(const Json& json) const {
   if (form_ == Form::kJson) {
     // Names come from the service and need not be UTF-8, which JSON must be.
-    text(json.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n');
+    text(printableJson(json.dump(-1, ' ', false, Json::error_handler_t::replace)) + '\n');
   }
 }
 

@@ -10,7 +10,6 @@ namespace velctl {
 namespace {
 
 constexpr std::size_t kBytesPerLine = 16;
-constexpr char kReplacement[] = "\xEF\xBF\xBD";
 
 }  // namespace
 
@@ -26,16 +25,7 @@ std::string printableInQuotes(std::string_view text) {
 }
 
 Json jsonText(std::string_view text) {
-  std::string kept;
-  while (!text.empty()) {
-    const base::Utf8Character character = base::firstCharacter(text);
-    // JSON has escapes for the first 32 characters.
-    const bool isKept =
-        base::isPrintable(character) || (character.isValid && character.code < 0x20);
-    kept += isKept ? text.substr(0, character.length) : std::string_view(kReplacement);
-    text.remove_prefix(character.length);
-  }
-  return kept;
+  return base::replacedUtf8(std::string(text));
 }
 
 std::string hexDump(std::string_view bytes) {

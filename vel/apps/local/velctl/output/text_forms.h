@@ -19,8 +19,7 @@ std::string printableLines(std::string_view text);
 // "text", printable.
 std::string printableInQuotes(std::string_view text);
 
-// The text for JSON. Control characters above ASCII and others that a terminal obeys, which JSON
-// does not escape, become U+FFFD, and so do bytes that are not UTF-8.
+// The text for JSON, with U+FFFD in place of each byte that is not UTF-8.
 Json jsonText(std::string_view text);
 
 // Bytes as characters.

@@ -15,10 +15,6 @@
 namespace velctl {
 namespace {
 
-bool isThing(Kind kind) {
-  return kind >= Kind::kVm;
-}
-
 bool isUsb(Kind kind) {
   return kind == Kind::kUsbId || kind == Kind::kUsbBytes;
 }

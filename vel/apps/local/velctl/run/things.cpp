@@ -1,5 +1,7 @@
 #include "vel/apps/local/velctl/run/things.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace velctl {
@@ -44,6 +46,11 @@ const Words& wordsOf(Kind kind) {
 
 }  // namespace
 
+bool isThing(Kind kind) {
+  return std::any_of(std::begin(kWords), std::end(kWords),
+                     [kind](const Words& words) { return words.kind == kind; });
+}
+
 vel::Result<std::vector<Thing>> thingsOf(Kind kind, const vel::Client& client) {
   const auto byNumber = [](const auto& record) { return record.number.value(); };
   const auto byIndex = [](const auto& record) { return record.index.value(); };
@@ -61,6 +68,8 @@ vel::Result<std::vector<Thing>> thingsOf(Kind kind, const vel::Client& client) {
       return named(client.joysticks(), byIndex);
     case Kind::kMapping:
       return named(client.joystickMappings(), byIndex);
+    case Kind::kNetworkPrinter:
+      return named(client.networkPrinters(), [](const vel::NetworkPrinter&) { return 0U; });
     default:
       return std::vector<Thing>();
   }

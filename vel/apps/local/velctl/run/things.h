@@ -17,6 +17,9 @@ struct Thing {
   std::uint64_t number = 0;
 };
 
+// Things that have numbers, too.
+bool isThing(Kind kind);
+
 // What a parameter of this kind may name, as the service knows it now.
 vel::Result<std::vector<Thing>> thingsOf(Kind kind, const vel::Client& client);
 
