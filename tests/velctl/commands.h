@@ -16,11 +16,10 @@ using scripted::Reply;
 
 // The meaning of the integer that the service answers.
 enum class Answer {
-  kStatus,           // anything but 0 is a refusal
-  kStatusOfContent,  // the same, before the content that the user has asked for
-  kContent,          // the value that the user has asked for, or the beginning of a list
-  kIgnored,          // the library does not return it
-  kNotAwaited,       // the library does not wait for it, nor for an error
+  kStatus,      // anything but 0 is a refusal
+  kContent,     // the value that the user has asked for, or the beginning of a list
+  kIgnored,     // the library does not return it
+  kNotAwaited,  // the library does not wait for it, nor for an error
 };
 
 // The request whose reply shows that the service has received those before it.
@@ -38,6 +37,7 @@ struct Command {
   }
   Command& reads(Answer meaning) {
     answer = meaning;
+    hasData = meaning == Answer::kContent;
     return *this;
   }
   Command& answered(Reply itsReply) {
@@ -53,10 +53,12 @@ struct Command {
     return *this;
   }
 
-  bool hasStatus() const { return answer == Answer::kStatus || answer == Answer::kStatusOfContent; }
-  bool hasContent() const {
-    return answer == Answer::kContent || answer == Answer::kStatusOfContent;
+  // Prints data, also when it is quiet.
+  Command& givesData() {
+    hasData = true;
+    return *this;
   }
+
   // The bus method of the command's own request.
   std::string method() const;
 
@@ -64,6 +66,7 @@ struct Command {
   std::string line;
   std::vector<std::string> requests;
   Answer answer = Answer::kStatus;
+  bool hasData = false;
   Reply reply = Reply().int32(0);
   std::string text;
   std::string json;

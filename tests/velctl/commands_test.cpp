@@ -4,6 +4,7 @@
 #include "tests/velctl/commands.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <iterator>
 #include <map>
 #include <set>
@@ -14,6 +15,8 @@
 
 namespace velctl_tests {
 namespace {
+
+namespace fs = std::filesystem;
 
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -50,26 +53,27 @@ Sources sourcesOf(velprotocol::Subject subject) {
   using velprotocol::Subject;
   switch (subject) {
     case Subject::kService:
-      return {"reset.cpp", "session_commands.cpp"};
+      return {"service.cpp", "service_commands.cpp"};
     case Subject::kVms:
       return {"vm.cpp", "session_commands.cpp"};
     case Subject::kPrinters:
       return {"printer.cpp", "printer_commands.cpp"};
-    case Subject::kDevices:
     case Subject::kNetworkDevices:
+      return {"new_device.cpp", "device_commands.cpp"};
+    case Subject::kDevices:
       return {"device.cpp", "device_commands.cpp"};
     case Subject::kPolicies:
       return {"policy.cpp", "policy_commands.cpp"};
     case Subject::kCommands:
-      return {"exec.cpp", "service_commands.cpp"};
+      return {"command.cpp", "waiting_commands.cpp"};
     case Subject::kQuality:
-      return {"quality.cpp", "service_commands.cpp"};
+      return {"service.cpp", "service_commands.cpp"};
     case Subject::kDiagnosis:
-      return {"diagnose.cpp", "service_commands.cpp"};
+      return {"diagnose.cpp", "waiting_commands.cpp"};
     case Subject::kSharedPrinters:
-      return {"printer_shared.cpp", "printer_commands.cpp"};
+      return {"printer_shared.cpp", "waiting_commands.cpp"};
     case Subject::kPrintQueues:
-      return {"printer_queue.cpp", "printer_commands.cpp"};
+      return {"queue.cpp", "printer_commands.cpp"};
     case Subject::kNewDevices:
       return {"new_device.cpp", "device_commands.cpp"};
     case Subject::kJoysticks:
@@ -151,7 +155,7 @@ TEST_P(CommandTest, PrintsNoMoreThanDataWhenItIsQuiet) {
   const Ran json = runAs(Form::kJson, " --quiet");
 
   EXPECT_EQ(text.status, velctl::kExitDone);
-  EXPECT_EQ(text.out, command().hasContent() ? command().text + '\n' : "");
+  EXPECT_EQ(text.out, command().hasData ? command().text + '\n' : "");
   EXPECT_EQ(json.out, command().json + '\n');
   EXPECT_THAT(text.err + json.err, IsEmpty());
 }
@@ -204,7 +208,7 @@ class CommandWithStatusTest : public CommandTest {};
 
 TEST_P(CommandWithStatusTest, ReportsARefusalAndTheMeaningOfItsStatus) {
   const Reply refusal = Reply().int32(7);
-  if (!command().hasStatus()) {
+  if (command().answer != Answer::kStatus) {
     expectSuccess(refusal, Form::kText);
     expectSuccess(refusal, Form::kJson);
     return;
@@ -218,7 +222,7 @@ TEST_P(CommandWithStatusTest, ReportsARefusalAndTheMeaningOfItsStatus) {
 }
 
 TEST_P(CommandWithStatusTest, ReportsARefusalWhoseStatusHasNoMeaning) {
-  if (!command().hasStatus()) {
+  if (command().answer != Answer::kStatus) {
     return;
   }
   bus.answer(command().method(), Reply().int32(-1));
@@ -289,6 +293,9 @@ TEST(CommandsTest, EveryCommandOfVelctlHasTests) {
       {"wait service", "tests/velctl/wait_test.cpp"},
       {"wait device", "tests/velctl/wait_test.cpp"},
       {"wait printer", "tests/velctl/wait_test.cpp"},
+      {"shell", "tests/velctl/shell/velctl_shell_test.cpp"},
+      {"help", "tests/velctl/bad_usage_test.cpp"},
+      {"completion", "tests/velctl/shell/completion_test.cpp"},
       {"pen replay", "tests/end_to_end/pen_replay_test.cpp"},
       {"joystick watch", "tests/velctl/watch_test.cpp"},
       {"watch", "tests/velctl/watch_test.cpp"},
@@ -304,6 +311,7 @@ TEST(CommandsTest, EveryCommandOfVelctlHasTests) {
         << "velctl " << name << " needs a row in tests/velctl/*_commands.cpp";
   }
   for (const auto& [name, file] : testedElsewhere) {
+    EXPECT_TRUE(fs::exists(fs::path(REPOSITORY) / file)) << file;
     EXPECT_THAT(names, testing::Contains(name)) << "velctl has no such command";
   }
 }
@@ -319,6 +327,9 @@ TEST(CommandsTest, EveryMethodOfTheServiceHasACommandThatIsTested) {
 
   for (const velprotocol::Method& method : velprotocol::kMethods) {
     const Sources sources = sourcesOf(method.subject);
+    EXPECT_TRUE(fs::exists(fs::path(REPOSITORY) / "vel/apps/local/velctl/commands" /
+                           sources.command));
+    EXPECT_TRUE(fs::exists(fs::path(REPOSITORY) / "tests/velctl" / sources.row));
     EXPECT_EQ(tested.count(std::string(method.name)), 1u)
         << method.name << " needs a command, for example in vel/apps/local/velctl/commands/"
         << sources.command << ", and a row in tests/velctl/" << sources.row;

@@ -1,5 +1,6 @@
 #include "tests/velctl/right_lines.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 
@@ -30,7 +31,15 @@ constexpr char kHuge[] = "99999999999999999999999999999999999999";
 
 RightLine RightLine::with(const std::string& parameter, const std::string& value) const {
   RightLine changed = *this;
-  changed.values_[parameter] = value;
+  std::vector<std::string>& values = changed.values_[parameter];
+  values.resize(std::max(values.size(), std::size_t{1}));
+  values.front() = value;
+  return changed;
+}
+
+RightLine RightLine::withOneMore(const std::string& parameter, const std::string& value) const {
+  RightLine changed = *this;
+  changed.values_[parameter].push_back(value);
   return changed;
 }
 
@@ -51,9 +60,11 @@ std::vector<std::string> RightLine::words() const {
     if (parameter.kind == Kind::kFlag) {
       words.push_back(parameter.name);
     } else if (parameter.isOption()) {
-      words.push_back(parameter.name + '=' + value->second);
+      for (const std::string& text : value->second) {
+        words.push_back(parameter.name + '=' + text);
+      }
     } else {
-      positional.push_back(value->second);
+      positional.insert(positional.end(), value->second.begin(), value->second.end());
     }
   }
   if (!positional.empty()) {
@@ -70,10 +81,13 @@ RightLine rightLineOf(const velctl::Command& command) {
       line = line.with(parameter.name, rightValueOf(parameter));
     }
   }
-  // Commands with a rule may need one more.
+  // Commands with a rule may need more.
   for (const Parameter& parameter : command.parameters) {
     if (velctl::parseLine(line.words()).mistake.empty()) {
       break;
+    }
+    for (int i = 0; parameter.isRequired && parameter.isRepeated && i < 2; ++i) {
+      line = line.withOneMore(parameter.name, rightValueOf(parameter));
     }
     if (!parameter.isRequired && parameter.kind != Kind::kFlag) {
       const RightLine longer = line.with(parameter.name, rightValueOf(parameter));
@@ -175,6 +189,8 @@ std::vector<std::string> wrongValuesOf(const Parameter& parameter) {
       }
       break;
     case Kind::kVm:
+    case Kind::kNetworkPrinter:
+    case Kind::kCommand:
     case Kind::kFlag:
       break;
   }

@@ -15,8 +15,10 @@ class RightLine {
  public:
   explicit RightLine(const velctl::Command& command) : command_(&command) {}
 
-  // The same line with another value of a parameter, or without it.
+  // The same line with another value of a parameter, the first of several, or without it.
   RightLine with(const std::string& parameter, const std::string& value) const;
+  // With one value more of a parameter that may be given several times.
+  RightLine withOneMore(const std::string& parameter, const std::string& value) const;
   RightLine without(const std::string& parameter) const;
 
   bool has(const std::string& parameter) const { return values_.count(parameter) != 0; }
@@ -26,7 +28,7 @@ class RightLine {
 
  private:
   const velctl::Command* command_;
-  std::map<std::string, std::string> values_;
+  std::map<std::string, std::vector<std::string>> values_;
 };
 
 // The line with the parameters that the command needs.

@@ -1,10 +1,13 @@
 #include "tests/velctl/stories.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <iterator>
 #include <sstream>
 
 #include <nlohmann/json.hpp>
+
+#include "vel/protocol/meanings.h"
 
 namespace velctl_tests {
 namespace {
@@ -35,8 +38,27 @@ std::string operation(const std::string& method, const std::string& members) {
   return R"({"operation":")" + method + "\"," + members + '}';
 }
 
+// The error in the JSON form, as far as it has members of its own.
+std::string errorWithoutText(const std::string& out) {
+  nlohmann::ordered_json printed = nlohmann::ordered_json::parse(out, nullptr, false);
+  if (!printed.is_object() || !printed.contains("error")) {
+    return out;
+  }
+  printed["error"].erase("text");
+  const std::string error = printed["error"].dump();
+  return error.substr(0, error.size() - 1);
+}
+
 std::string nameOrNull(const std::string& vm) {
   return vm.empty() ? "null" : '"' + vm + '"';
+}
+
+// 2,"statusName":"attached"
+template <std::size_t count>
+std::string withName(const std::string& member, const velprotocol::Meaning (&meanings)[count],
+                     int number) {
+  return std::to_string(number) + ",\"" + member +
+         "Name\":" + nameOrNull(std::string(velprotocol::wordIn(meanings, number)));
 }
 
 }  // namespace
@@ -93,15 +115,17 @@ Step fails(const std::string& method, const std::string& command, velctl::ExitCo
 }
 
 Step refuses(const std::string& method, const std::string& command, int status) {
+  const std::string word(velprotocol::wordIn(velprotocol::kStatuses, status));
   return fails(method, command, velctl::kExitRefused,
-               "the service answered status " + std::to_string(status) + "; ");
+               "the service refused with status " + word + " (" + std::to_string(status) + "): ");
 }
 
-Step refusesInJson(const std::string& method, const std::string& command, int status,
-                   const std::string& members) {
+Step refusesInJson(const std::string& method, const std::string& command, int status) {
   Step step = refuses(method, command, status);
   step.form = Form::kJson;
-  step.out = operation(method, members + R"("status":)" + std::to_string(status)) + '\n';
+  step.out = R"({"kind":"refused","exitStatus":6,"operation":")" + method + R"(","status":)" +
+             withName("status", velprotocol::kStatuses, status);
+  step.normalize = &errorWithoutText;
   return step;
 }
 
@@ -110,7 +134,7 @@ Step notes(const std::string& method, const std::string& command, const std::str
 }
 
 Step knows(const std::string& word, const std::string& answer) {
-  Step step = shows("dovelcmd", "exec run 7 " + word + " --wait 600",
+  Step step = shows("dovelcmd", "command run 7 " + word + " --wait 600",
                     R"({"id":7,"command":")" + word + R"(","answer":)" + answer + '}');
   step.form = Form::kJson;
   step.normalize = &answerIn;
@@ -121,19 +145,37 @@ Step controls(const std::string& line, const std::string& answer) {
   return shows("", line, answer);
 }
 
-std::string deviceJson(int number, int status, int policy, const std::string& policyText,
-                       int vmNumber, const std::string& vm, const std::string& name) {
-  return R"({"device":)" + std::to_string(number) + R"(,"status":)" + std::to_string(status) +
-         R"(,"policy":)" + std::to_string(policy) + R"(,"policyText":")" + policyText +
-         R"(","vmNumber":)" + std::to_string(vmNumber) + R"(,"vm":)" + nameOrNull(vm) +
-         R"(,"name":")" + name + "\"}";
+std::string deviceMembers(int number, int status, int policy, const std::string& policyText,
+                          const std::string& vm, int vmNumber, const std::string& name, int type) {
+  // As velsim makes the ids of its devices.
+  const std::uint64_t source = (std::uint64_t{0x7e57} << 48) |
+                               (static_cast<std::uint64_t>(type) << 32) |
+                               static_cast<std::uint64_t>(number);
+  return R"("device":)" + std::to_string(number) + R"(,"status":)" +
+         withName("status", velprotocol::kDeviceStatuses, status) + R"(,"policy":)" +
+         withName("policy", velprotocol::kLocalPolicies, policy) + R"(,"policyText":")" +
+         policyText + R"(","vm":)" + nameOrNull(vm) + R"(,"vmNumber":)" + std::to_string(vmNumber) +
+         R"(,"name":")" + name + R"(","source":")" + std::to_string(source) +
+         R"(","usbId":"7e57:000)" + std::to_string(type) + R"(","type":)" +
+         withName("type", velprotocol::kDeviceTypes, type) + R"(,"isMounted":)" +
+         (type == 1 ? "true" : "false");
 }
 
-std::string printerJson(int number, int status, int vmNumber, const std::string& vm,
+std::string deviceJson(int number, int status, int policy, const std::string& policyText,
+                       const std::string& vm, int vmNumber, const std::string& name, int type) {
+  return '{' + deviceMembers(number, status, policy, policyText, vm, vmNumber, name, type) + '}';
+}
+
+std::string printerMembers(int number, int status, const std::string& vm, int vmNumber,
+                           const std::string& name) {
+  return R"("printer":)" + std::to_string(number) + R"(,"status":)" +
+         withName("status", velprotocol::kDeviceStatuses, status) + R"(,"vm":)" + nameOrNull(vm) +
+         R"(,"vmNumber":)" + std::to_string(vmNumber) + R"(,"name":")" + name + '"';
+}
+
+std::string printerJson(int number, int status, const std::string& vm, int vmNumber,
                         const std::string& name) {
-  return R"({"printer":)" + std::to_string(number) + R"(,"status":)" + std::to_string(status) +
-         R"(,"vmNumber":)" + std::to_string(vmNumber) + R"(,"vm":)" + nameOrNull(vm) +
-         R"(,"name":")" + name + "\"}";
+  return '{' + printerMembers(number, status, vm, vmNumber, name) + '}';
 }
 
 const std::vector<Story>& stories() {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "vel/apps/local/velctl/exit_codes.h"
-#include "vel/apps/local/velctl/output.h"
+#include "vel/apps/local/velctl/output/output.h"
 
 namespace velctl_tests {
 
@@ -54,9 +54,8 @@ Step showsJsonInAnyOrder(const std::string& method, const std::string& command,
 
 // velsim answers with a status other than 0.
 Step refuses(const std::string& method, const std::string& command, int status);
-// The same with --json, whose members end before the status.
-Step refusesInJson(const std::string& method, const std::string& command, int status,
-                   const std::string& members);
+// The same with --json.
+Step refusesInJson(const std::string& method, const std::string& command, int status);
 
 // The command ends with an exit status, prints nothing, and reports the error.
 Step fails(const std::string& method, const std::string& command, velctl::ExitCode status,
@@ -73,14 +72,20 @@ Step controls(const std::string& line, const std::string& printed);
 
 // --- JSON of records -----------------------------------------------------------------------------
 
-// vm is empty for a VM whose name velctl has not learned, and for none.
+// vm is empty for none. type is the last digit of velsim's product id as well.
+std::string deviceMembers(int number, int status, int policy, const std::string& policyText,
+                          const std::string& vm, int vmNumber, const std::string& name, int type);
 std::string deviceJson(int number, int status, int policy, const std::string& policyText,
-                       int vmNumber, const std::string& vm, const std::string& name);
-std::string printerJson(int number, int status, int vmNumber, const std::string& vm,
+                       const std::string& vm, int vmNumber, const std::string& name, int type);
+std::string printerMembers(int number, int status, const std::string& vm, int vmNumber,
+                           const std::string& name);
+std::string printerJson(int number, int status, const std::string& vm, int vmNumber,
                         const std::string& name);
 
-constexpr char kForWin11[] = R"("vm":"win11","number":101,)";
-constexpr char kForWin10[] = R"("vm":"win10","number":102,)";
+constexpr char kForWin11[] = R"("vm":"win11","vmNumber":101,)";
+constexpr char kForWin10[] = R"("vm":"win10","vmNumber":102,)";
+// The end of the JSON form of a request that has succeeded.
+constexpr char kOk[] = R"("status":0,"statusName":"ok")";
 
 // --- Stories -------------------------------------------------------------------------------------
 

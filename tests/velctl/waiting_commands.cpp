@@ -22,7 +22,7 @@ std::vector<Command> waitingCommands() {
                       R"("device":65535,"text":"fine"})"),
       Command("SharedPrinterSearch", "shared-printer search 10.0.0.7:631")
           .sends(R"(searchSharePrinter(string "10.0.0.7:631"))")
-          .reads(Answer::kStatusOfContent)
+          .givesData()
           .answered(Reply()
                         .int32(0)
                         .int32(2)

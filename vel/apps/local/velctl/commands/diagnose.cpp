@@ -157,7 +157,7 @@ Command diagnoseCommand() {
            {"device diagnose 12 --vm win11 --follow 60 --until fine",
             "Wait until the service finds no trouble any longer"}},
           "",
-          "diagnose source, diagnose device",
+          "diagnose device, diagnose source",
           &diagnosisRule};
 }
 

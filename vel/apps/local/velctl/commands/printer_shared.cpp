@@ -74,29 +74,26 @@ std::string mistakeInAddress(const std::string& text) {
 // --- Shared printers on this machine -------------------------------------------------------------
 
 std::string threeForEach(const Arguments& arguments) {
-  const auto more = arguments.find("MORE");
-  return more == arguments.end() || more->second.size() % kTextsPerPrinter == 0
+  return arguments.at("PRINTER").size() % kTextsPerPrinter == 0
              ? ""
              : "each printer needs an address, a name and a description; give \"\" where there is "
                "none";
 }
 
-std::vector<vel::SharedPrinter> printersIn(const Values& values) {
-  std::vector<vel::SharedPrinter> printers = {
-      {values.text("ADDRESS"), values.text("NAME"), values.text("DESCRIPTION")}};
-  const std::vector<std::string> more = values.texts("MORE");
-  for (std::size_t i = 0; i + kTextsPerPrinter <= more.size(); i += kTextsPerPrinter) {
-    printers.push_back({more[i], more[i + 1], more[i + 2]});
+std::vector<vel::SharedPrinter> printersIn(const std::vector<std::string>& texts) {
+  std::vector<vel::SharedPrinter> printers;
+  for (std::size_t i = 0; i + kTextsPerPrinter <= texts.size(); i += kTextsPerPrinter) {
+    printers.push_back({texts[i], texts[i + 1], texts[i + 2]});
   }
   return printers;
 }
 
 void addSharedPrinters(Invocation& invocation) {
   invocation.check(invocation.call([](const vel::Client& client, const Values& values) {
-    return client.addSharedPrinters(printersIn(values));
+    return client.addSharedPrinters(printersIn(values.texts("PRINTER")));
   }));
   Json elements = Json::array();
-  for (const vel::SharedPrinter& printer : printersIn(invocation.values())) {
+  for (const vel::SharedPrinter& printer : printersIn(invocation.values().texts("PRINTER"))) {
     elements.push_back(jsonOf(sharedPrinterFields(), printer));
   }
   const std::string text = base::counted(elements.size(), "printer") + " added";
@@ -136,11 +133,7 @@ std::vector<Command> sharedPrinterCommands() {
        "printer shared stop"},
       {"shared-printer add",
        "Add shared printers, as a search shows them",
-       {text("ADDRESS", "Address of the printer").silent().atMost(kLongestText),
-        text("NAME", "Name of the printer").silent().atMost(kLongestText),
-        text("DESCRIPTION", "Description of the printer").silent().atMost(kLongestText),
-        text("MORE", "Address, name and description of further printers")
-            .optional()
+       {text("PRINTER", "Address, name and description of each printer, one after the other")
             .repeated()
             .silent()
             .atMost(kLongestText)},

@@ -82,10 +82,42 @@ std::string describedHelp(const Parameter& parameter) {
   return text;
 }
 
+// What keeps the parser from taking a text apart; no argument of a process contains it.
+constexpr char kGuard = '\0';
+
+std::string withoutGuard(std::string text) {
+  text.erase(std::remove(text.begin(), text.end(), kGuard), text.end());
+  return text;
+}
+
+// The arguments for the parser, which takes "[a,b]" for two texts and, behind "--name=", the next
+// argument for its value.
+std::vector<std::string> guarded(const std::vector<std::string>& arguments) {
+  std::vector<std::string> prepared;
+  bool hasOptions = true;
+  for (const std::string& argument : arguments) {
+    hasOptions = hasOptions && argument != "--";
+    const bool isOption = hasOptions && argument.rfind("--", 0) == 0;
+    if (isOption && argument.find('=') == argument.size() - 1) {
+      prepared.push_back(argument.substr(0, argument.size() - 1));
+      prepared.emplace_back();
+    } else if (!argument.empty() && argument.front() == '[') {
+      prepared.push_back(argument + kGuard);
+    } else {
+      prepared.push_back(argument);
+    }
+  }
+  return prepared;
+}
+
 // Adds a parameter, whose texts go into the arguments.
 void addParameter(CLI::App& app, const Parameter& parameter, Arguments& arguments) {
   const auto take = [&arguments, &parameter](const CLI::results_t& texts) {
-    arguments[parameter.name] = texts;
+    std::vector<std::string>& given = arguments[parameter.name];
+    given.clear();
+    for (const std::string& text : texts) {
+      given.push_back(withoutGuard(text));
+    }
     return true;
   };
   const std::string names =
@@ -102,7 +134,8 @@ void addParameter(CLI::App& app, const Parameter& parameter, Arguments& argument
   option->expected(1, parameter.isRepeated ? kAny : 1);
   // An option is repeated with its values: what stands behind its first value is another argument.
   option->allow_extra_args(parameter.isRepeated && !parameter.isOption());
-  option->check([&parameter](const std::string& text) { return mistakeIn(parameter, text); });
+  option->check(
+      [&parameter](const std::string& text) { return mistakeIn(parameter, withoutGuard(text)); });
 }
 
 bool has(const std::vector<std::string>& words, const std::string& word) {
@@ -299,27 +332,10 @@ std::string mistakeOf(const CLI::App& app, std::vector<std::string> unknown,
   // The parser notices that a command is missing before it notices another word in its place.
   if (app.get_require_subcommand_min() > 0) {
     return unknown.empty() ? "a command is missing"
-                           : "unknown command " + printableInQuotes(unknown.front()) +
+                           : "unknown command " + printableInQuotes(withoutGuard(unknown.front())) +
                                  suggestion(unknown.front(), namesInside(app));
   }
-  return printableLines(uncapitalized(error.what()));
-}
-
-// "--vm" and "" in place of "--vm=": the parser would take the next argument for its value.
-std::vector<std::string> withEmptyValues(const std::vector<std::string>& arguments) {
-  std::vector<std::string> changed;
-  bool isBehindSeparator = false;
-  for (const std::string& argument : arguments) {
-    isBehindSeparator = isBehindSeparator || argument == "--";
-    const bool isEmptyValue = !isBehindSeparator && argument.size() > 3 &&
-                              argument.rfind("--", 0) == 0 &&
-                              argument.find('=') == argument.size() - 1;
-    changed.push_back(isEmptyValue ? argument.substr(0, argument.size() - 1) : argument);
-    if (isEmptyValue) {
-      changed.emplace_back();
-    }
-  }
-  return changed;
+  return printableLines(uncapitalized(withoutGuard(error.what())));
 }
 
 }  // namespace
@@ -353,7 +369,7 @@ std::vector<std::string> nearest(const std::string& word, const std::vector<std:
 ParsedLine parseLine(const std::vector<std::string>& arguments) {
   Parser parser(arguments);
   ParsedLine line;
-  std::vector<std::string> reversed = withEmptyValues(arguments);
+  std::vector<std::string> reversed = guarded(arguments);
   std::reverse(reversed.begin(), reversed.end());
   try {
     // The parser takes them from the end.

@@ -1,45 +1,14 @@
-// velctl against velsim, as a user sees it.
+// The stories, one step after the other, against velsim.
 
 #include <algorithm>
-#include <csignal>
-#include <memory>
-#include <sstream>
-#include <utility>
 
-#include "base/text.h"
-#include "tests/velctl/process_test.h"
 #include "tests/velctl/stories.h"
+#include "tests/velctl/velsim_test.h"
 
 namespace velctl_tests {
 namespace {
 
 using ::testing::HasSubstr;
-using velsim_testing::VelsimProcess;
-
-class VelsimTest : public ProcessTest {
- protected:
-  void SetUp() override {
-    ASSERT_NO_THROW(velsim_ = std::make_unique<VelsimProcess>(processes::velsimOptions(bus(), {})));
-  }
-
-  void TearDown() override { EXPECT_EQ(velsim_->stop(), 0) << velsim_->log(); }
-
-  std::size_t logSize() const { return velsim_->log().size(); }
-  // Waits until velsim has logged a request that begins with this text, after the first seen bytes
-  // of its log.
-  bool isAsked(const std::string& request, std::size_t seen = 0) const {
-    return comesTrue(
-        [&] { return velsim_->log().find("velsim: " + request, seen) != std::string::npos; });
-  }
-
-  // A control command of velsim, and its answer.
-  std::string type(const std::string& line) { return velsim_->control(line); }
-
- private:
-  std::unique_ptr<VelsimProcess> velsim_;
-};
-
-// --- Stories -------------------------------------------------------------------------------------
 
 class StoryTest : public VelsimTest, public ::testing::WithParamInterface<Story> {
  protected:
