@@ -265,7 +265,12 @@ class Watch {
       return;
     }
     isWriting_ = true;
-    output().line(lineOf(seen), jsonOf(seen));
+    // Only one of them: events may come faster than both can be made.
+    if (output().form() == Form::kJson) {
+      output().json(jsonOf(seen));
+    } else {
+      output().text(lineOf(seen) + '\n');
+    }
     isWriting_ = false;
   }
 
@@ -389,8 +394,7 @@ std::vector<Command> watchCommands() {
             .repeated()
             .unresolved(),
         choice("--kind", eventKinds(), "Only events of this kind; may be repeated").repeated(),
-        deviceOption(),
-        flag("--once", "End after the first event"),
+        deviceOption(), flag("--once", "End after the first event"),
         wholeNumber("--limit", 1, std::numeric_limits<std::uint32_t>::max(),
                     "End after so many events"),
         text("--exec",

@@ -6,7 +6,6 @@
 
 #include "base/printable.h"
 #include "base/text.h"
-#include "vel/apps/local/velctl/output/field.h"
 #include "vel/apps/local/velctl/output/records.h"
 #include "vel/apps/local/velctl/output/text_forms.h"
 #include "vel/apps/local/velctl/output/time_forms.h"
