@@ -6,7 +6,6 @@
 namespace velctl {
 
 vel::Result<TimedCalls> timeCalls(const Invocation& invocation) {
-  using Clock = std::chrono::steady_clock;
   return invocation.session().call(
       {std::string("waiting for the answer to ") + kTimedMethod, timeLimitOf(kTimedMethod)},
       [](const vel::Client& client) -> vel::Result<TimedCalls> {
@@ -15,11 +14,11 @@ vel::Result<TimedCalls> timeCalls(const Invocation& invocation) {
           return vel::unexpected<vel::Error>(connected.error());
         }
         TimedCalls calls;
-        std::vector<Clock::duration> times;
+        std::vector<std::chrono::steady_clock::duration> times;
         for (int i = 0; i < kTimedCalls; ++i) {
-          const Clock::time_point start = Clock::now();
+          const std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
           vel::Result<std::vector<vel::Vm>> vms = client.vms();
-          times.push_back(Clock::now() - start);
+          times.push_back(std::chrono::steady_clock::now() - start);
           if (!vms) {
             return vel::unexpected<vel::Error>(vms.error());
           }

@@ -10,7 +10,7 @@
 namespace velctl {
 namespace {
 
-constexpr std::chrono::milliseconds kLimit{2000};
+constexpr std::chrono::milliseconds kPsLimit{2000};
 constexpr std::string_view kBlank = " \t\r\n";
 
 std::string_view trimmed(std::string_view text) {
@@ -60,8 +60,8 @@ std::optional<ProcessFacts> parseProcessFacts(std::string_view line) {
 }
 
 std::optional<ProcessFacts> processFactsOf(pid_t process) {
-  const auto line =
-      base::outputOf({"ps", "-o", "etime=", "-o", "comm=", "-p", std::to_string(process)}, kLimit);
+  const auto line = base::outputOf(
+      {"ps", "-o", "etime=", "-o", "comm=", "-p", std::to_string(process)}, kPsLimit);
   return line ? parseProcessFacts(*line) : std::nullopt;
 }
 

@@ -19,7 +19,7 @@ using qxbus::ServiceCheck;
 using State = CheckedLink::State;
 
 // As long as the library waits for a bus.
-constexpr std::chrono::milliseconds kLimit{2000};
+constexpr std::chrono::milliseconds kCheckLimit{2000};
 
 constexpr char kStartService[] = "start velserviced, or velsim to try without hardware";
 
@@ -153,9 +153,10 @@ Failure failureOf(const std::string& command, const CheckedLink& link) {
 
 qxbus::ServiceCheck checkWay(const Invocation& invocation) {
   return invocation.valueOf(invocation.session().await(
-      {"examining the way to the service", std::chrono::ceil<std::chrono::seconds>(kLimit)}, [] {
+      {"examining the way to the service", std::chrono::ceil<std::chrono::seconds>(kCheckLimit)},
+      [] {
         return vel::Result<qxbus::ServiceCheck>(
-            qxbus::checkService(velprotocol::kServiceName, "", kLimit));
+            qxbus::checkService(velprotocol::kServiceName, "", kCheckLimit));
       }));
 }
 

@@ -18,7 +18,7 @@ namespace {
 
 using State = CheckedLink::State;
 
-constexpr char kListName[] = "links";
+constexpr char kLinksName[] = "links";
 constexpr char kPenPort[] = "--pen-port";
 
 const std::vector<Field<CheckedLink>>& linkFields() {
@@ -128,10 +128,10 @@ void examine(Invocation& invocation) {
 
   std::vector<std::pair<std::string, Cell>> lines;
   Json json = Json::object();
-  json[kListName] = Json::array();
+  json[kLinksName] = Json::array();
   for (const CheckedLink& link : links) {
     lines.emplace_back(link.name, cellOf(link));
-    json[kListName].push_back(jsonOf(linkFields(), link));
+    json[kLinksName].push_back(jsonOf(linkFields(), link));
   }
   const std::string text = fieldsText(lines, invocation.output().terminal());
   const CheckedLink* const broken = firstWrong(links);
@@ -149,7 +149,7 @@ void examine(Invocation& invocation) {
 
 std::vector<Command> doctorCommands() {
   Action action = runs("", &examine);
-  action.list = kListName;
+  action.list = kLinksName;
   action.elements = membersOf(linkFields());
   return {
       {"doctor",

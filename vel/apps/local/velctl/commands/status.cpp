@@ -18,7 +18,7 @@
 namespace velctl {
 namespace {
 
-constexpr char kListName[] = "vms";
+constexpr char kVmsName[] = "vms";
 
 // What is known so far.
 struct Status {
@@ -152,12 +152,12 @@ std::string textOf(const VmStatus& status) {
 Json jsonOf(const Status& status) {
   Json json = jsonOf(statusFields(), status);
   if (!status.calls) {
-    json[kListName] = nullptr;
+    json[kVmsName] = nullptr;
     return json;
   }
-  json[kListName] = Json::array();
+  json[kVmsName] = Json::array();
   for (const VmStatus& vm : vmsOf(status)) {
-    json[kListName].push_back(jsonOf(vmStatusFields(), vm));
+    json[kVmsName].push_back(jsonOf(vmStatusFields(), vm));
   }
   return json;
 }
@@ -257,7 +257,7 @@ void showStatus(Invocation& invocation) {
 
 std::vector<Command> statusCommands() {
   Action action = runs("", &showStatus, membersOf(statusFields()));
-  action.list = kListName;
+  action.list = kVmsName;
   action.elements = membersOf(vmStatusFields());
   return {
       {"status",

@@ -29,7 +29,7 @@ using News = Inbox<std::optional<Record>>;
 
 // Holds what runs on other threads, which a command that is interrupted does not wait for.
 template <typename Record>
-struct Watch {
+struct RecordWatch {
   News<Record> news;
   std::vector<vel::Subscription> subscriptions;
 };
@@ -44,9 +44,9 @@ struct Source {
 
 // A search for a record.
 template <typename Record>
-class Search {
+class RecordSearch {
  public:
-  virtual ~Search() = default;
+  virtual ~RecordSearch() = default;
   // In all records that there are. Called first, and again whenever the service has been away.
   virtual std::optional<Record> findIn(const std::vector<Record>& records) {
     const auto found = std::find_if(records.begin(), records.end(),
@@ -63,22 +63,27 @@ bool isAway(vel::ErrorKind kind) {
          kind == vel::ErrorKind::kNoReply;
 }
 
-// The service reports events of a VM to clients that have named it.
-vel::Result<void> nameAllVms(const vel::Client& client) {
+// The service reports events of a VM to clients that have named it. wanted: a VM, by name or
+// number, that must be among them, because nothing reports a new one.
+vel::Result<void> nameAllVms(const vel::Client& client, const std::optional<std::string>& wanted) {
   const vel::Result<std::vector<vel::Vm>> vms = client.vms();
   if (!vms) {
     return vel::unexpected<vel::Error>(vms.error());
   }
+  bool isThere = !wanted;
   for (const vel::Vm& vm : *vms) {
+    isThere = isThere || vm.name == *wanted || std::to_string(vm.number.value()) == *wanted;
     static_cast<void>(client.vmNumber(vm.name));
   }
-  return {};
+  return isThere ? vel::Result<void>()
+                 : vel::unexpected<vel::Error>(
+                       vel::Error(vel::ErrorKind::kUnknownVm, "getVmList", "unknown VM"));
 }
 
 // Subscribes before the first look, so that no change is missed.
 template <typename Record>
 void subscribe(const Invocation& invocation, const Session::Activity& activity,
-               const Source<Record>& source, const std::shared_ptr<Watch<Record>>& watch) {
+               const Source<Record>& source, const std::shared_ptr<RecordWatch<Record>>& watch) {
   invocation.check(invocation.session().call(activity, [source, watch](const vel::Client& client) {
     // A dropped event is noticed by the next look.
     watch->subscriptions.push_back(source.subscribe(
@@ -93,19 +98,20 @@ void subscribe(const Invocation& invocation, const Session::Activity& activity,
 
 template <typename Record>
 Record waitFor(const Invocation& invocation, const std::string& text, const Source<Record>& source,
-               Search<Record>& search) {
+               RecordSearch<Record>& search) {
   Session& session = invocation.session();
   const Session::Activity activity{text, std::chrono::seconds(0)};
-  const auto watch = std::make_shared<Watch<Record>>();
+  const auto watch = std::make_shared<RecordWatch<Record>>();
   subscribe(invocation, activity, source, watch);
   Progress progress(text, activity.limit, session.output().isQuiet());
   for (;;) {
-    const vel::Result<std::vector<Record>> records = session.call(
-        activity,
-        [list = source.list](const vel::Client& client) -> vel::Result<std::vector<Record>> {
-          const vel::Result<void> named = nameAllVms(client);
-          return named ? list(client) : vel::unexpected<vel::Error>(named.error());
-        });
+    const vel::Result<std::vector<Record>> records =
+        session.call(activity,
+                     [list = source.list, vm = invocation.values().optionalText("--vm")](
+                         const vel::Client& client) -> vel::Result<std::vector<Record>> {
+                       const vel::Result<void> named = nameAllVms(client, vm);
+                       return named ? list(client) : vel::unexpected<vel::Error>(named.error());
+                     });
     if (records) {
       if (std::optional<Record> found = search.findIn(*records)) {
         return *std::move(found);
@@ -158,7 +164,7 @@ bool isNamed(const Record& record, const std::optional<std::string>& name) {
   return !name || record.name == *name || std::to_string(record.number.value()) == *name;
 }
 
-class DeviceSearch : public Search<vel::Device> {
+class DeviceSearch : public RecordSearch<vel::Device> {
  public:
   explicit DeviceSearch(const Values& values)
       : device_(values.optionalText("DEVICE")),
@@ -198,27 +204,8 @@ constexpr Source<vel::Device> kDevices = {
     },
     [](const vel::Client& client) { return client.localDevices(); }};
 
-// The VM must exist: nothing reports a new one.
-void checkVm(const Invocation& invocation, const std::string& vm) {
-  const vel::Result<std::vector<vel::Vm>> vms =
-      invocation.call([](const vel::Client& client, const Values&) { return client.vms(); });
-  if (!vms) {
-    return;
-  }
-  const bool isKnown = std::any_of(vms->begin(), vms->end(), [&vm](const vel::Vm& each) {
-    return each.name == vm || std::to_string(each.number.value()) == vm;
-  });
-  if (!isKnown) {
-    invocation.fail(kExitUnknown,
-                    "the service has no VM of this name; velctl vm list shows its VMs");
-  }
-}
-
 void waitForDevice(Invocation& invocation) {
   const Values& values = invocation.values();
-  if (const auto vm = values.optionalText("--vm")) {
-    checkVm(invocation, *vm);
-  }
   DeviceSearch search(values);
   std::vector<vel::Device> found = {
       waitFor(invocation, "waiting for the device", kDevices, search)};
@@ -228,7 +215,7 @@ void waitForDevice(Invocation& invocation) {
 
 // --- Printers ------------------------------------------------------------------------------------
 
-class PrinterSearch : public Search<vel::Printer> {
+class PrinterSearch : public RecordSearch<vel::Printer> {
  public:
   explicit PrinterSearch(const Values& values)
       : printer_(values.optionalText("PRINTER")),
@@ -245,7 +232,7 @@ class PrinterSearch : public Search<vel::Printer> {
 };
 
 // A printer with another status than at first. One that is not there counts as gone.
-class PrinterChange : public Search<vel::Printer> {
+class PrinterChange : public RecordSearch<vel::Printer> {
  public:
   explicit PrinterChange(const Values& values) : printer_(values.optionalText("PRINTER")) {}
 
@@ -266,7 +253,7 @@ class PrinterChange : public Search<vel::Printer> {
         return gone;
       }
     }
-    return Search::findIn(printers);
+    return RecordSearch::findIn(printers);
   }
 
   bool isThat(const vel::Printer& printer) const override {
@@ -290,9 +277,9 @@ constexpr Source<vel::Printer> kPrinters = {
 
 void waitForPrinter(Invocation& invocation) {
   const Values& values = invocation.values();
-  const std::unique_ptr<Search<vel::Printer>> search =
+  const std::unique_ptr<RecordSearch<vel::Printer>> search =
       values.has("--changed")
-          ? std::unique_ptr<Search<vel::Printer>>(std::make_unique<PrinterChange>(values))
+          ? std::unique_ptr<RecordSearch<vel::Printer>>(std::make_unique<PrinterChange>(values))
           : std::make_unique<PrinterSearch>(values);
   std::vector<vel::Printer> found = {
       waitFor(invocation, "waiting for the printer", kPrinters, *search)};
