@@ -129,8 +129,8 @@ TEST_P(RecorderTest, TheDeathOfTheServiceIsADeathToItsClientsAndItsReturnAReturn
   Process watch(velctlOptionsAt(recorder, {"watch", "win11"}));
   ASSERT_TRUE(isWatching(watch)) << watch.err();
   const std::string diedAndReturned =
-      "service     the service is gone, and with it the session of win11\n"
-      "service     the service is there, with the VM win11\n";
+      "service     the service is gone, and with it the sessions of win11\n"
+      "service     the service is there, with the VMs win11\n";
 
   service.kill();
   EXPECT_TRUE(comesTrue([&] { return recorder.log().find("has gone") != std::string::npos; }));

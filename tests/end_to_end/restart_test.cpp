@@ -23,10 +23,8 @@ std::size_t occurrences(const std::string& text, const std::string& part) {
 }
 
 std::string goneAndBack(const std::string& vms) {
-  const bool isOne = vms.find(',') == std::string::npos;
-  return "service     the service is gone, and with it the " +
-         std::string(isOne ? "session of " : "sessions of ") + vms +
-         "\nservice     the service is there, with the " + (isOne ? "VM " : "VMs ") + vms + "\n";
+  return "service     the service is gone, and with it the sessions of " + vms +
+         "\nservice     the service is there, with the VMs " + vms + "\n";
 }
 
 class RestartTest : public EndToEndTestWithService {
@@ -69,7 +67,7 @@ TEST_F(RestartTest, AWatchReportsOnlyItsVmsWithOneObjectPerLineInJson) {
   EXPECT_EQ(withoutWatchTimes(finished.out),
             R"({"event":"service","state":"gone","vms":["ubuntu","win11"],"reason":null})"
             "\n"
-            R"({"event":"service","state":"there","vms":["ubuntu","win11"],"reason":null})"
+            R"({"event":"service","state":"back","vms":["ubuntu","win11"],"reason":null})"
             "\n");
 }
 
@@ -108,7 +106,7 @@ TEST_F(RestartTest, AWatchReportsADeathAtOnceAndEndsWithSuccessWhileTheServiceIs
 
   EXPECT_EQ(finished.status, velctl::kExitDone) << finished.err;
   EXPECT_EQ(withoutWatchTimes(finished.out),
-            "service     the service is gone, and with it the session of win11\n");
+            "service     the service is gone, and with it the sessions of win11\n");
 }
 
 TEST_F(RestartTest, ANewServiceKnowsNothingOfTheOldOne) {

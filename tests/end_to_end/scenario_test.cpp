@@ -72,7 +72,7 @@ TEST_P(ScenarioTest, ClientsSeeADeathAndAReturnWhileVelsimRunsOn) {
   EXPECT_EQ(processes::run(client({"device", "list"})).status, velctl::kExitNoService);
   EXPECT_EQ(velsim()->control("step"), "1 step, 1 left, at 10800000 ms");
   EXPECT_THAT(watch.readLine(),
-              EndsWith("service     the service is gone, and with it the session of records"));
+              EndsWith("service     the service is gone, and with it the sessions of records"));
 
   EXPECT_THAT(velctlOut({"device", "list"}), HasSubstr("Front camera"));
   EXPECT_EQ(velsim()->control("step"), "1 step, 0 left, at 14400000 ms");
