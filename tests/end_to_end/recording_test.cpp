@@ -111,8 +111,8 @@ TEST_P(RecorderTest, PassesCallsErrorsAndEventsOnAndWritesThem) {
 
   EXPECT_TRUE(comesTrue([&] {
     const std::string seen = watch.out();
-    return seen.find("device plugged in (4): 16 \"Stick\"") != std::string::npos &&
-           seen.find(" (64): 16 \"Stick\"") != std::string::npos;
+    return seen.find("device plugged in (4): 31 \"Stick\"") != std::string::npos &&
+           seen.find(" (64): 31 \"Stick\"") != std::string::npos;
   })) << watch.out();
   watch.end(SIGINT);
   EXPECT_EQ(recorder.stop(), 0);

@@ -145,7 +145,8 @@ TEST_F(VelctlProcessTest, RefusesAVmThatTheServiceDoesNotHaveAndSendsNothing) {
 
     EXPECT_EQ(refused.status, velctl::kExitUnknown);
     EXPECT_THAT(refused.out, IsEmpty());
-    EXPECT_THAT(refused.err, HasSubstr(" for \"nosuch\": the service has no VM of this name;"));
+    EXPECT_THAT(refused.err, HasSubstr("\"nosuch\""));
+    EXPECT_THAT(refused.err, HasSubstr("; velctl vm list shows its VMs\n"));
     EXPECT_THAT(newRequests(), Not(HasSubstr("(int32 101")));
   }
 }
