@@ -49,13 +49,24 @@ std::string repeated(const std::string& text, int times) {
   return all;
 }
 
-std::vector<std::string> linesOf(const std::string& text) {
+std::vector<std::string> replayLines(const std::string& text) {
   std::vector<std::string> lines;
   std::istringstream stream(text);
   for (std::string line; std::getline(stream, line);) {
     lines.push_back(line);
   }
   return lines;
+}
+
+// The objects of the JSON form, the last of which may report a failure.
+json firstIn(const Finished& finished) {
+  const std::vector<std::string> lines = replayLines(finished.out);
+  return lines.empty() ? json() : json::parse(lines.front(), nullptr, false);
+}
+std::string kindOfFailure(const Finished& finished) {
+  const std::vector<std::string> lines = replayLines(finished.out);
+  const json last = lines.empty() ? json() : json::parse(lines.back(), nullptr, false);
+  return last.is_object() ? last.value("/error/kind"_json_pointer, "") : "";
 }
 
 // The lines that velsim logs for the frames of a recorded stroke.
@@ -116,7 +127,7 @@ class PenReplayToVelsimTest : public PenReplayTest {
     const std::string prefix = "velsim: ";
     const std::string ofDevice = "  device " + std::to_string(device) + "  ";
     std::vector<std::string> frames;
-    for (const std::string& line : linesOf(velsimLog())) {
+    for (const std::string& line : replayLines(velsimLog())) {
       if (line.find(prefix + "frame ") == 0 && line.find(ofDevice) != std::string::npos) {
         frames.push_back(line.substr(prefix.size()));
       }
@@ -128,7 +139,7 @@ class PenReplayToVelsimTest : public PenReplayTest {
 TEST_F(PenReplayToVelsimTest, ARecordedStrokeArrivesFrameByFrame) {
   const Finished replayed = velctl(replayOf(RECORDED_STROKE, {"--at-once"}));
 
-  EXPECT_EQ(replayed.status, velctl::kExitOk) << replayed.err;
+  EXPECT_EQ(replayed.status, velctl::kExitDone) << replayed.err;
   EXPECT_EQ(replayed.out, RECORDED_STROKE ": 239 frames sent to " + port() + " for device 1\n");
   EXPECT_THAT(replayed.err, IsEmpty());
   const std::vector<std::string> frames = framesFrom(1);
@@ -158,15 +169,15 @@ TEST_F(PenReplayToVelsimTest, PlaysAsRecordedAndReportsAsJson) {
   const Finished first = velctl(replayOf(RECORDED_STROKE, {"--json"}));
   const Finished second = velctl(replayOf(strokeFile(kPress), {"--json"}));
 
-  EXPECT_EQ(first.status, velctl::kExitOk) << first.err;
+  EXPECT_EQ(first.status, velctl::kExitDone) << first.err;
   EXPECT_EQ(json::parse(first.out, nullptr, false), json({{"file", RECORDED_STROKE},
                                                           {"port", port()},
                                                           {"device", 1},
                                                           {"events", 239},
                                                           {"frames", 239}}));
-  EXPECT_EQ(linesOf(first.out).size(), 1u);
+  EXPECT_EQ(replayLines(first.out).size(), 1u);
   EXPECT_THAT(framesFrom(1), ElementsAreArray(framesOf(RECORDED_STROKE, 1)));
-  EXPECT_EQ(second.status, velctl::kExitOk) << second.err;
+  EXPECT_EQ(second.status, velctl::kExitDone) << second.err;
   EXPECT_EQ(json::parse(second.out, nullptr, false)["device"], 2);
   EXPECT_THAT(framesFrom(2),
               ElementsAre("frame 1  device 2  x 11  y -3  pressure 512/1024  rotation 0.0  tilt 7 0"
@@ -183,7 +194,7 @@ TEST_F(PenReplayToVelsimTest, SeveralCanPlayAtOnce) {
   }
 
   for (const std::unique_ptr<Process>& replay : replays) {
-    EXPECT_EQ(replay->wait().status, velctl::kExitOk) << replay->err();
+    EXPECT_EQ(replay->wait().status, velctl::kExitDone) << replay->err();
   }
   for (const int device : {1, 2, 3}) {
     EXPECT_THAT(framesFrom(device), ElementsAreArray(framesOf(file, device)));
@@ -199,7 +210,7 @@ TEST_F(PenReplayToVelsimTest, EndsWhenTheServiceDies) {
   killVelsim();
   const Finished failed = replay.wait();
 
-  EXPECT_EQ(failed.status, velctl::kExitNoAnswer);
+  EXPECT_EQ(failed.status, velctl::kExitNoReply);
   EXPECT_EQ(failed.err, "velctl: pen replay: " + port() +
                             ": the far end has closed the port; 1 frame sent of 2\n");
 }
@@ -245,7 +256,7 @@ TEST_F(PenReplayToPeerTest, NeedsNoBus) {
             "frame 1  device 5  x 11  y -3  pressure 512/1024  rotation 0.0  tilt 7 0  "
             "NEW|INRANGE|PRIMARY|CONFIDENCE|UPDATE");
   const Finished replayed = wait();
-  EXPECT_EQ(replayed.status, velctl::kExitOk) << replayed.err;
+  EXPECT_EQ(replayed.status, velctl::kExitDone) << replayed.err;
   EXPECT_EQ(replayed.out,
             folder() + "/stroke.jsonl: 1 frame sent to " + port() + " for device 5\n");
   EXPECT_THAT(replayed.err, IsEmpty());
@@ -265,7 +276,7 @@ TEST_F(PenReplayToPeerTest, FindsTheDeviceNumberAmongOtherMessagesAndInPortions)
   }
 
   EXPECT_EQ(decoded(farEnd.readAll()).devId, 5);
-  EXPECT_EQ(wait().status, velctl::kExitOk);
+  EXPECT_EQ(wait().status, velctl::kExitDone);
 }
 
 TEST_F(PenReplayToPeerTest, KeepsThePausesOfTheRecording) {
@@ -280,7 +291,7 @@ TEST_F(PenReplayToPeerTest, KeepsThePausesOfTheRecording) {
 
   EXPECT_EQ(farEnd.readAll().size(), 4 * penframe::kFrameSize);
   EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(900));
-  EXPECT_EQ(wait().status, velctl::kExitOk);
+  EXPECT_EQ(wait().status, velctl::kExitDone);
 }
 
 TEST_F(PenReplayToPeerTest, SkipsThePausesAtOnce) {
@@ -292,7 +303,7 @@ TEST_F(PenReplayToPeerTest, SkipsThePausesAtOnce) {
   farEnd.write(kDeviceNumber5);
 
   EXPECT_EQ(farEnd.readAll().size(), (1 + kPatienceSeconds) * penframe::kFrameSize);
-  EXPECT_EQ(wait().status, velctl::kExitOk);
+  EXPECT_EQ(wait().status, velctl::kExitDone);
 }
 
 TEST_F(PenReplayToPeerTest, FailsWithoutADeviceNumber) {
@@ -303,8 +314,8 @@ TEST_F(PenReplayToPeerTest, FailsWithoutADeviceNumber) {
 
   const Finished failed = wait();
 
-  EXPECT_EQ(failed.status, velctl::kExitNoAnswer);
-  EXPECT_THAT(failed.out, IsEmpty());
+  EXPECT_EQ(failed.status, velctl::kExitNoReply);
+  EXPECT_EQ(kindOfFailure(failed), "no-reply");
   EXPECT_EQ(failed.err, "velctl: pen replay: " + port() +
                             ": the far end has not given the pen a device number within 1 s; "
                             "--wait waits longer\n");
@@ -320,9 +331,9 @@ TEST_F(PenReplayToPeerTest, FailsWhenThePortTakesNothing) {
 
   const Finished failed = wait();
 
-  EXPECT_EQ(failed.status, velctl::kExitNoAnswer);
+  EXPECT_EQ(failed.status, velctl::kExitNoReply);
   EXPECT_THAT(failed.err, HasSubstr(": the port has taken nothing for 1 s; --wait waits longer; "));
-  const json report = json::parse(failed.out, nullptr, false);
+  const json report = firstIn(failed);
   EXPECT_EQ(report["events"], kMoreThanASocketHolds);
   EXPECT_EQ(report["frames"], farEnd.readAll().size() / penframe::kFrameSize);
 }
@@ -335,7 +346,7 @@ TEST_F(PenReplayToPeerTest, ReportsAPortThatIsClosedBeforeTheStroke) {
   farEnd.close();
   const Finished failed = wait();
 
-  EXPECT_EQ(failed.status, velctl::kExitNoAnswer);
+  EXPECT_EQ(failed.status, velctl::kExitNoReply);
   EXPECT_THAT(failed.out, IsEmpty());
   EXPECT_EQ(failed.err, "velctl: pen replay: " + port() + ": the far end has closed the port\n");
 }
@@ -350,12 +361,12 @@ TEST_F(PenReplayToPeerTest, ReportsTheProgressWhenThePortIsClosedInAPause) {
   farEnd.close();
   const Finished failed = wait();
 
-  EXPECT_EQ(failed.status, velctl::kExitNoAnswer);
-  EXPECT_EQ(json::parse(failed.out, nullptr, false), json({{"file", folder() + "/stroke.jsonl"},
-                                                           {"port", port()},
-                                                           {"device", 5},
-                                                           {"events", 2},
-                                                           {"frames", 1}}));
+  EXPECT_EQ(failed.status, velctl::kExitNoReply);
+  EXPECT_EQ(firstIn(failed), json({{"file", folder() + "/stroke.jsonl"},
+                                   {"port", port()},
+                                   {"device", 5},
+                                   {"events", 2},
+                                   {"frames", 1}}));
   EXPECT_EQ(failed.err, "velctl: pen replay: " + port() +
                             ": the far end has closed the port; 1 frame sent of 2\n");
 }
@@ -370,7 +381,7 @@ TEST_F(PenReplayToPeerTest, APortThatIsClosedDuringAWriteDoesNotEndTheProcess) {
   farEnd.close();
   const Finished failed = wait();
 
-  EXPECT_EQ(failed.status, velctl::kExitNoAnswer);
+  EXPECT_EQ(failed.status, velctl::kExitNoReply);
   EXPECT_THAT(failed.err, HasSubstr(": the far end has closed the port; "));
 }
 
@@ -390,9 +401,25 @@ TEST_F(PenReplayToPeerTest, LiftsThePenWhenInterrupted) {
               "INRANGE|PRIMARY|CONFIDENCE|UPDATE");
     const Finished interrupted = wait();
     EXPECT_EQ(interrupted.status, velctl::kExitInterrupted);
-    EXPECT_EQ(json::parse(interrupted.out, nullptr, false)["frames"], 2);
+    EXPECT_EQ(firstIn(interrupted)["frames"], 2);
+    EXPECT_EQ(kindOfFailure(interrupted), "interrupted");
     EXPECT_EQ(interrupted.err, "velctl: pen replay: interrupted; 2 frames sent of 2\n");
   }
+}
+
+TEST_F(PenReplayToPeerTest, LiftsThePenWhenItsTimeIsOver) {
+  start(std::string(kPress) + kMoveAfterALongPause, {"--json", "--timeout", "1"});
+  PortPeer farEnd = accept();
+  ASSERT_TRUE(farEnd);
+  farEnd.write(kDeviceNumber5);
+
+  EXPECT_EQ(farEnd.readAll().size(), 2 * penframe::kFrameSize);
+
+  const Finished finished = wait();
+  EXPECT_EQ(finished.status, velctl::kExitNoReply);
+  EXPECT_EQ(finished.err,
+            "velctl: pen replay: not done within the time of --timeout; 2 frames "
+            "sent of 2\n");
 }
 
 TEST_F(PenReplayToPeerTest, HasNothingToLiftWhenThePenIsUp) {
@@ -442,7 +469,7 @@ TEST_F(PenReplayToPeerTest, TheLibraryLogsWhenAskedTo) {
 
   farEnd.write(kDeviceNumber5);
 
-  EXPECT_EQ(wait().status, velctl::kExitOk);
+  EXPECT_EQ(wait().status, velctl::kExitDone);
   std::ifstream log(folder() + "/data/velproxy.log");
   EXPECT_THAT(std::string(std::istreambuf_iterator<char>(log), {}),
               HasSubstr("size:194, devId:5,cmd: 2000, reqId:1,type:92,"));
@@ -458,7 +485,7 @@ TEST_F(PenReplayToPeerTest, ReportsThatStandardOutputCannotBeWritten) {
   farEnd.write(kDeviceNumber5);
 
   EXPECT_EQ(farEnd.readAll().size(), penframe::kFrameSize);
-  EXPECT_EQ(replay.wait().status, velctl::kExitOutputFailed);
+  EXPECT_EQ(replay.wait().status, velctl::kExitOutputLost);
 }
 
 // --- Without a far end ---------------------------------------------------------------------------
@@ -469,7 +496,7 @@ class PenReplayWithoutPortTest : public PenReplayTest {
     const Finished failed = velctl(replayOf(RECORDED_STROKE, {"--json"}));
 
     EXPECT_EQ(failed.status, velctl::kExitNoService);
-    EXPECT_THAT(failed.out, IsEmpty());
+    EXPECT_EQ(kindOfFailure(failed), "no-service");
     EXPECT_EQ(failed.err, "velctl: pen replay: " + port() +
                               ": the port cannot be reached: " + reason +
                               "; start its listener, or velsim --pen-port to try without "
@@ -512,7 +539,7 @@ TEST_F(PenReplayWithoutPortTest, ReportsTheMistakeInTheStroke) {
     const Finished refused = velctl(replayOf(strokeFile(row.text), {"--json"}));
 
     EXPECT_EQ(refused.status, velctl::kExitUsage);
-    EXPECT_THAT(refused.out, IsEmpty());
+    EXPECT_EQ(kindOfFailure(refused), "usage");
     EXPECT_THAT(refused.err, HasSubstr("velctl: " + folder() + "/stroke.jsonl" + row.error));
   }
 }
@@ -536,12 +563,13 @@ TEST_F(PenReplayWithoutPortTest, RefusesWrongCommandLines) {
   const std::string longPath = folder() + "/" + std::string(200, 'x');
   const Row rows[] = {
       {{"pen"}, "velctl pen: a command is missing; see velctl pen --help\n"},
-      {{"pen", "replay"}, "velctl pen replay: file is required; "},
+      {{"pen", "replay"}, "velctl pen replay: FILE is required; "},
       {{"pen", "replay", "a"}, "velctl pen replay: --port is required; "},
-      {{"pen", "replay", "a", "--port", ""}, "--port: the path of the socket is empty; "},
+      {{"pen", "replay", "a", "--port", ""}, "--port: must not be empty; "},
       {{"pen", "replay", "a", "--port", longPath},
        "--port: " + longPath + ": the path of a socket has at most "},
-      {{"pen", "replay", "a", "--port", "b", "--wait", "soon"}, "--wait: soon: must be a number "},
+      {{"pen", "replay", "a", "--port", "b", "--wait", "soon"},
+       "--wait: \"soon\" must be a number of seconds"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.error);
@@ -551,7 +579,7 @@ TEST_F(PenReplayWithoutPortTest, RefusesWrongCommandLines) {
     EXPECT_EQ(refused.status, velctl::kExitUsage);
     EXPECT_THAT(refused.out, IsEmpty());
     EXPECT_THAT(refused.err, HasSubstr(row.error));
-    EXPECT_EQ(linesOf(refused.err).size(), 1u);
+    EXPECT_EQ(replayLines(refused.err).size(), 1u);
   }
 }
 

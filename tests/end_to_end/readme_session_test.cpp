@@ -16,20 +16,20 @@ using testing::Not;
 using testing::SizeIs;
 
 // A line that the reader types, and the lines that follow it.
-struct Step {
+struct ShownStep {
   std::string line;
   std::string printed;
 };
 
-std::string contentOf(const fs::path& path) {
+std::string textOfFile(const fs::path& path) {
   std::ostringstream content;
   content << std::ifstream(path).rdbuf();
   return content.str();
 }
 
 // All steps of a document, from its blocks of the kind "console".
-std::vector<Step> stepsIn(const std::string& document) {
-  std::vector<Step> steps;
+std::vector<ShownStep> stepsIn(const std::string& document) {
+  std::vector<ShownStep> steps;
   bool isInside = false;
   std::istringstream lines(document);
   for (std::string line; std::getline(lines, line);) {
@@ -45,30 +45,30 @@ std::vector<Step> stepsIn(const std::string& document) {
 }
 
 // What a shell prints for all lines, one after the other; line i begins behind its mark.
-std::string mark(std::size_t step) {
+std::string stepMark(std::size_t step) {
   return "--- step " + std::to_string(step) + " ---\n";
 }
 
-std::string scriptOf(const std::vector<Step>& steps) {
+std::string scriptOf(const std::vector<ShownStep>& steps) {
   std::string script = "exec 2>&1\ncd \"$HOME\"\n";
   for (std::size_t i = 0; i < steps.size(); ++i) {
-    script += "printf '%s\\n' '" + mark(i).substr(0, mark(i).size() - 1) + "'\n";
+    script += "printf '%s\\n' '" + stepMark(i).substr(0, stepMark(i).size() - 1) + "'\n";
     script += steps[i].line + '\n';
   }
   return script;
 }
 
 std::string printedBy(std::size_t step, const std::string& all) {
-  const std::size_t begin = all.find(mark(step));
+  const std::size_t begin = all.find(stepMark(step));
   if (begin == std::string::npos) {
     return "(the session has not come so far)";
   }
-  const std::size_t text = begin + mark(step).size();
-  const std::size_t end = all.find(mark(step + 1), text);
+  const std::size_t text = begin + stepMark(step).size();
+  const std::size_t end = all.find(stepMark(step + 1), text);
   return all.substr(text, end == std::string::npos ? end : end - text);
 }
 
-std::vector<std::string> linesOf(const std::string& text) {
+std::vector<std::string> sessionLines(const std::string& text) {
   std::vector<std::string> lines;
   std::istringstream stream(text);
   for (std::string line; std::getline(stream, line);) {
@@ -89,15 +89,15 @@ bool isLike(const std::string& shown, const std::string& line) {
 }
 
 bool areLike(const std::string& shown, const std::string& printed) {
-  const std::vector<std::string> expected = linesOf(shown);
-  const std::vector<std::string> actual = linesOf(printed);
+  const std::vector<std::string> expected = sessionLines(shown);
+  const std::vector<std::string> actual = sessionLines(printed);
   return std::equal(expected.begin(), expected.end(), actual.begin(), actual.end(), isLike);
 }
 
 class ReadmeSessionTest : public EndToEndTest {};
 
 TEST_F(ReadmeSessionTest, PrintsWhatItShows) {
-  const std::vector<Step> steps = stepsIn(contentOf(fs::path(REPOSITORY) / "README.md"));
+  const std::vector<ShownStep> steps = stepsIn(textOfFile(fs::path(REPOSITORY) / "README.md"));
   ASSERT_THAT(steps, Not(SizeIs(0)));
   Process::Options shell = onABareMachine(options({"sh", "-c", scriptOf(steps)}));
   const std::string path = shell.environment.count("PATH") != 0 ? shell.environment["PATH"]

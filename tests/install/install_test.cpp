@@ -142,7 +142,10 @@ TEST_F(InstallTest, TheInstalledFilesNameNoPlaceOfThisBuild) {
   int files = 0;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(prefix())) {
     const std::string path = entry.path().string();
-    if (!entry.is_regular_file() || entry.path().extension() == ".a") {
+    // Debugging information names sources.
+    const bool isCompiled =
+        entry.path().extension() == ".a" || entry.path().parent_path() == prefix() + "/bin";
+    if (!entry.is_regular_file() || isCompiled) {
       continue;
     }
     ++files;
@@ -152,6 +155,21 @@ TEST_F(InstallTest, TheInstalledFilesNameNoPlaceOfThisBuild) {
     EXPECT_THAT(text.str(), Not(HasSubstr(kSource))) << path;
   }
   EXPECT_GT(files, 30);
+}
+
+TEST_F(InstallTest, TheProgramsAreThereWithTheirPagesAndCompletions) {
+  for (const char* const file :
+       {"bin/velctl", "bin/velsim", "share/man/man1/velctl.1", "share/man/man1/velsim.1",
+        "share/bash-completion/completions/velctl", "share/zsh/site-functions/_velctl",
+        "share/fish/vendor_completions.d/velctl.fish"}) {
+    EXPECT_TRUE(std::filesystem::is_regular_file(prefix() + '/' + file)) << file;
+  }
+  Process::Options velctl;
+  velctl.command = {prefix() + "/bin/velctl", "completion", "fish"};
+  std::ifstream script(prefix() + "/share/fish/vendor_completions.d/velctl.fish");
+  std::stringstream text;
+  text << script.rdbuf();
+  EXPECT_EQ(processes::run(velctl).out, text.str());
 }
 
 }  // namespace

@@ -299,6 +299,9 @@ TEST(CommandsTest, EveryCommandOfVelctlHasTests) {
       {"pen replay", "tests/end_to_end/pen_replay_test.cpp"},
       {"joystick watch", "tests/velctl/watch_test.cpp"},
       {"watch", "tests/velctl/watch_test.cpp"},
+      {"shell", "tests/velctl/shell/velctl_shell_test.cpp"},
+      {"completion", "tests/velctl/shell/other_shells_test.cpp"},
+      {"help", "tests/velctl/shell/velctl_help_test.cpp"},
   };
   const std::vector<std::string> names = commandNames();
   ASSERT_THAT(names, testing::Contains("device attach"));

@@ -180,6 +180,7 @@ std::vector<std::string> wrongValuesOf(const Parameter& parameter) {
                 "10.0.0.7:", "10.0.0.7:65536", "localhost",  "\xff",       kHuge};
       break;
     case Kind::kText:
+    case Kind::kNetworkPrinter:
       if (!parameter.mayBeEmpty) {
         values.emplace_back("");
       }
@@ -189,7 +190,6 @@ std::vector<std::string> wrongValuesOf(const Parameter& parameter) {
       }
       break;
     case Kind::kVm:
-    case Kind::kNetworkPrinter:
     case Kind::kCommand:
     case Kind::kFlag:
       break;

@@ -141,6 +141,16 @@ TEST_F(BashTest, CompletesInsideQuotations) {
   EXPECT_EQ(bash.after("velctl device show Front\\ c\t"), R"(velctl device show Front\ camera )");
 }
 
+TEST_F(BashTest, CompletesFileNamesWhereAFileIsMeant) {
+  write("stroke of a pen.jsonl", "");
+  TypedLines bash = this->bash();
+  bash.run("cd");
+
+  EXPECT_EQ(bash.after("velctl pen replay str\t"),
+            R"(velctl pen replay stroke\ of\ a\ pen.jsonl )");
+  EXPECT_EQ(bash.after("velctl device show str\t"), "velctl device show str");
+}
+
 TEST_F(BashTest, ANameIsNeverRun) {
   plug("$(touch $HOME/ran)");
   plug("`touch $HOME/ran`");
@@ -177,6 +187,14 @@ TEST_F(ZshTest, CompletesCommandsOptionsAndNames) {
   EXPECT_EQ(zsh.after("velctl device list --vm=debi\t"), "velctl device list --vm=debian ");
 }
 
+TEST_F(ZshTest, CompletesFileNamesWhereAFileIsMeant) {
+  write("stroke of a pen.jsonl", "");
+  TypedLines zsh = this->zsh();
+  zsh.run("cd");
+
+  EXPECT_EQ(zsh.after("velctl pen replay str\t"), R"(velctl pen replay stroke\ of\ a\ pen.jsonl )");
+}
+
 TEST_F(ZshTest, ShowsWhatEachWordMeans) {
   TypedLines zsh = this->zsh();
 
@@ -211,6 +229,13 @@ TEST_F(FishTest, CompletesCommandsOptionsAndNames) {
   EXPECT_THAT(offers("velctl device list --js"),
               testing::ElementsAre(HasSubstr("--json\tWrite data as JSON")));
   EXPECT_THAT(offers("velctl completion "), IsSupersetOf({"bash", "fish", "zsh"}));
+}
+
+TEST_F(FishTest, CompletesFileNamesWhereAFileIsMeant) {
+  write("stroke of a pen.jsonl", "");
+
+  EXPECT_THAT(offers("cd $HOME; velctl pen replay " + file("str").string()),
+              testing::ElementsAre(testing::StartsWith(file("stroke of a pen.jsonl").string())));
 }
 
 TEST_F(FishTest, ANameIsNeverRun) {

@@ -192,6 +192,17 @@ TEST_F(ShellAtTerminalTest, TabCompletesCommandsAndNames) {
   EXPECT_TRUE(shows("name        Front camera")) << text();
 }
 
+TEST_F(ShellAtTerminalTest, TabCompletesFileNamesWhereAFileIsMeant) {
+  std::filesystem::create_directory(file("my strokes"));
+  write("my strokes/one.jsonl", "");
+  start();
+
+  type("pen replay " + file("my").string() + "\\ s\t\t");
+
+  EXPECT_TRUE(shows("trokes/")) << text();
+  EXPECT_TRUE(shows("one.jsonl ")) << text();
+}
+
 TEST_F(ShellAtTerminalTest, TabListsSeveralCandidatesWithTheirMeaning) {
   start();
 

@@ -18,12 +18,6 @@ class Invocation;
 class Output;
 struct ParsedLine;
 
-// A line of the JSON form that reports an event.
-struct EventLine {
-  std::string event;
-  std::vector<Member> members;
-};
-
 // What a command does, and what its JSON form has behind the parameters. actions.h makes them.
 struct Action {
   // Of the bus, and "operation" in the JSON form; empty: the command has no request of its own.

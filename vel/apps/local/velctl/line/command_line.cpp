@@ -28,22 +28,42 @@ std::pair<std::string, std::string> nounAndVerb(const std::string& path) {
                                     : std::pair(path.substr(0, blank), path.substr(blank + 1));
 }
 
+// A noun that is a command by itself has the summary of that.
+const std::string& summaryOf(const Noun& noun) {
+  for (const Command& command : commands()) {
+    if (command.path == noun.name) {
+      return command.summary;
+    }
+  }
+  return noun.summary;
+}
+
+// A line of a list: a name, and behind it the meaning, in further lines where it needs them.
+std::string listed(std::string name, const std::string& meaning, std::size_t column) {
+  constexpr std::size_t kWidth = 80;
+  std::string text;
+  std::string line = "  " + std::move(name);
+  line.resize(std::max(line.size() + 1, column), ' ');
+  std::istringstream words(meaning);
+  for (std::string word; words >> word;) {
+    if (line.size() + word.size() > kWidth && line.size() > column) {
+      text += line.substr(0, line.find_last_not_of(' ') + 1) + '\n';
+      line.assign(column, ' ');
+    }
+    line += word + ' ';
+  }
+  return text + line.substr(0, line.find_last_not_of(' ') + 1) + '\n';
+}
+
 std::string footer() {
-  std::string text =
-      "Data goes to standard output, messages go to standard error.\n"
-      "\n"
-      "Environment:\n"
-      "  QXBUS_ADDRESS   Address of the bus, or direct:PATH, the socket of the service (default:\n"
-      "                  the session bus, without one direct:)\n"
-      "  QX_APP_DATA     Folder of the log\n"
-      "  QX_LOG_LEVEL    debug, info, error or off (default: error)\n"
-      "  NO_COLOR        No colours\n"
-      "\n"
-      "Exit status:\n";
+  std::string text = "Data goes to standard output, messages go to standard error.\n\nEnvironment:\n";
+  for (const EnvironmentVariable& variable : kEnvironment) {
+    text += listed(std::string(variable.name), std::string(variable.meaning), 18);
+  }
+  text += "\nExit status:\n";
   for (const ExitMeaning& each : kExitMeanings) {
-    std::string line = "  " + std::to_string(each.code) + ' ' + std::string(each.name);
-    line.resize(std::max(line.size() + 1, std::size_t{20}), ' ');
-    text += line + std::string(each.meaning) + '\n';
+    text += listed(std::to_string(each.code) + ' ' + std::string(each.name),
+                   std::string(each.meaning), 20);
   }
   text += "\nvelctl help COMMAND shows a command.\n";
   return text;
@@ -59,25 +79,6 @@ std::string examplesOf(const Command& command) {
     for (const Example& example : command.examples) {
       text += "  velctl " + example.line + "\n      " + example.meaning + '\n';
     }
-  }
-  return text;
-}
-
-std::string describedHelp(const Parameter& parameter) {
-  std::string text = parameter.help;
-  if (parameter.legend) {
-    std::vector<std::string> words;
-    for (const velprotocol::Meaning& meaning : *parameter.legend) {
-      words.push_back(std::string(meaning.word) + " (" + std::to_string(meaning.number) + ")");
-    }
-    text += ": " + base::joined(words);
-  }
-  if (!parameter.choices.empty()) {
-    text += ": " + base::joined(parameter.choices);
-  }
-  if (parameter.fallback) {
-    text += parameter.fallback->empty() ? " (default: this machine)"
-                                        : " (default: " + *parameter.fallback + ")";
   }
   return text;
 }
@@ -360,6 +361,25 @@ const std::vector<Parameter>& globalOptions() {
   return options;
 }
 
+std::string describedHelp(const Parameter& parameter) {
+  std::string text = parameter.help;
+  if (parameter.legend) {
+    std::vector<std::string> words;
+    for (const velprotocol::Meaning& meaning : *parameter.legend) {
+      words.push_back(std::string(meaning.word) + " (" + std::to_string(meaning.number) + ")");
+    }
+    text += ": " + base::joined(words);
+  }
+  if (!parameter.choices.empty()) {
+    text += ": " + base::joined(parameter.choices);
+  }
+  if (parameter.fallback) {
+    text += parameter.fallback->empty() ? " (default: this machine)"
+                                        : " (default: " + *parameter.fallback + ")";
+  }
+  return text;
+}
+
 std::vector<std::string> nearest(const std::string& word, const std::vector<std::string>& words) {
   // One slip in a short word, two in a longer one.
   const std::size_t most = word.size() <= 4 ? 1 : 2;
@@ -389,6 +409,9 @@ ParsedLine parseLine(const std::vector<std::string>& arguments) {
     line.help = std::string(version.what()) + '\n';
   } catch (const CLI::Success&) {  // --help
     line.help = parser.helpOf(parser.named());
+    // The parser ends it with empty lines.
+    line.help.resize(line.help.find_last_not_of('\n') + 1);
+    line.help += '\n';
   } catch (const CLI::ParseError& error) {
     const CLI::App& app = parser.named();
     const std::string path = pathOf(app);

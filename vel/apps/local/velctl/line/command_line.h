@@ -6,6 +6,7 @@
 #include <chrono>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "vel/apps/local/velctl/line/arguments.h"
@@ -15,6 +16,24 @@ namespace velctl {
 
 // The options that every command has.
 const std::vector<Parameter>& globalOptions();
+
+// The help of a parameter with its values and its default.
+std::string describedHelp(const Parameter& parameter);
+
+struct EnvironmentVariable {
+  std::string_view name;
+  std::string_view meaning;
+};
+
+inline constexpr EnvironmentVariable kEnvironment[] = {
+    {"QXBUS_ADDRESS",
+     "Address of the bus, or direct:PATH, the socket of the service (default: the session "
+     "bus, without one direct:)"},
+    {"QX_APP_DATA", "Folder of the log and of the history of velctl shell"},
+    {"QX_LOG_LEVEL", "debug, info, error or off (default: error)"},
+    {"NO_COLOR", "No colours, unless it is empty"},
+    {"COLUMNS", "Width of the terminal (default: that of its window)"},
+};
 
 struct ParsedLine {
   // Null: there is nothing to run, but a text to show or a mistake.
