@@ -62,6 +62,7 @@ struct Command {
 
 struct Noun {
   std::string name;
+  // Empty: of a command of one word, which has its own.
   std::string summary;
 };
 
