@@ -49,13 +49,24 @@ std::string repeated(const std::string& text, int times) {
   return all;
 }
 
-std::vector<std::string> linesOf(const std::string& text) {
+std::vector<std::string> replayLines(const std::string& text) {
   std::vector<std::string> lines;
   std::istringstream stream(text);
   for (std::string line; std::getline(stream, line);) {
     lines.push_back(line);
   }
   return lines;
+}
+
+// The objects of the JSON form, the last of which may report a failure.
+json firstIn(const Finished& finished) {
+  const std::vector<std::string> lines = replayLines(finished.out);
+  return lines.empty() ? json() : json::parse(lines.front(), nullptr, false);
+}
+std::string kindOfFailure(const Finished& finished) {
+  const std::vector<std::string> lines = replayLines(finished.out);
+  const json last = lines.empty() ? json() : json::parse(lines.back(), nullptr, false);
+  return last.is_object() ? last.value("/error/kind"_json_pointer, "") : "";
 }
 
 // The lines that velsim logs for the frames of a recorded stroke.
@@ -116,7 +127,7 @@ class PenReplayToVelsimTest : public PenReplayTest {
     const std::string prefix = "velsim: ";
     const std::string ofDevice = "  device " + std::to_string(device) + "  ";
     std::vector<std::string> frames;
-    for (const std::string& line : linesOf(velsimLog())) {
+    for (const std::string& line : replayLines(velsimLog())) {
       if (line.find(prefix + "frame ") == 0 && line.find(ofDevice) != std::string::npos) {
         frames.push_back(line.substr(prefix.size()));
       }
@@ -164,7 +175,7 @@ TEST_F(PenReplayToVelsimTest, PlaysAsRecordedAndReportsAsJson) {
                                                           {"device", 1},
                                                           {"events", 239},
                                                           {"frames", 239}}));
-  EXPECT_EQ(linesOf(first.out).size(), 1u);
+  EXPECT_EQ(replayLines(first.out).size(), 1u);
   EXPECT_THAT(framesFrom(1), ElementsAreArray(framesOf(RECORDED_STROKE, 1)));
   EXPECT_EQ(second.status, velctl::kExitDone) << second.err;
   EXPECT_EQ(json::parse(second.out, nullptr, false)["device"], 2);
@@ -304,7 +315,7 @@ TEST_F(PenReplayToPeerTest, FailsWithoutADeviceNumber) {
   const Finished failed = wait();
 
   EXPECT_EQ(failed.status, velctl::kExitNoReply);
-  EXPECT_THAT(failed.out, IsEmpty());
+  EXPECT_EQ(kindOfFailure(failed), "no-reply");
   EXPECT_EQ(failed.err, "velctl: pen replay: " + port() +
                             ": the far end has not given the pen a device number within 1 s; "
                             "--wait waits longer\n");
@@ -322,7 +333,7 @@ TEST_F(PenReplayToPeerTest, FailsWhenThePortTakesNothing) {
 
   EXPECT_EQ(failed.status, velctl::kExitNoReply);
   EXPECT_THAT(failed.err, HasSubstr(": the port has taken nothing for 1 s; --wait waits longer; "));
-  const json report = json::parse(failed.out, nullptr, false);
+  const json report = firstIn(failed);
   EXPECT_EQ(report["events"], kMoreThanASocketHolds);
   EXPECT_EQ(report["frames"], farEnd.readAll().size() / penframe::kFrameSize);
 }
@@ -351,11 +362,11 @@ TEST_F(PenReplayToPeerTest, ReportsTheProgressWhenThePortIsClosedInAPause) {
   const Finished failed = wait();
 
   EXPECT_EQ(failed.status, velctl::kExitNoReply);
-  EXPECT_EQ(json::parse(failed.out, nullptr, false), json({{"file", folder() + "/stroke.jsonl"},
-                                                           {"port", port()},
-                                                           {"device", 5},
-                                                           {"events", 2},
-                                                           {"frames", 1}}));
+  EXPECT_EQ(firstIn(failed), json({{"file", folder() + "/stroke.jsonl"},
+                                   {"port", port()},
+                                   {"device", 5},
+                                   {"events", 2},
+                                   {"frames", 1}}));
   EXPECT_EQ(failed.err, "velctl: pen replay: " + port() +
                             ": the far end has closed the port; 1 frame sent of 2\n");
 }
@@ -390,9 +401,25 @@ TEST_F(PenReplayToPeerTest, LiftsThePenWhenInterrupted) {
               "INRANGE|PRIMARY|CONFIDENCE|UPDATE");
     const Finished interrupted = wait();
     EXPECT_EQ(interrupted.status, velctl::kExitInterrupted);
-    EXPECT_EQ(json::parse(interrupted.out, nullptr, false)["frames"], 2);
+    EXPECT_EQ(firstIn(interrupted)["frames"], 2);
+    EXPECT_EQ(kindOfFailure(interrupted), "interrupted");
     EXPECT_EQ(interrupted.err, "velctl: pen replay: interrupted; 2 frames sent of 2\n");
   }
+}
+
+TEST_F(PenReplayToPeerTest, LiftsThePenWhenItsTimeIsOver) {
+  start(std::string(kPress) + kMoveAfterALongPause, {"--json", "--timeout", "1"});
+  PortPeer farEnd = accept();
+  ASSERT_TRUE(farEnd);
+  farEnd.write(kDeviceNumber5);
+
+  EXPECT_EQ(farEnd.readAll().size(), 2 * penframe::kFrameSize);
+
+  const Finished finished = wait();
+  EXPECT_EQ(finished.status, velctl::kExitNoReply);
+  EXPECT_EQ(finished.err,
+            "velctl: pen replay: not done within the time of --timeout; 2 frames "
+            "sent of 2\n");
 }
 
 TEST_F(PenReplayToPeerTest, HasNothingToLiftWhenThePenIsUp) {
@@ -469,7 +496,7 @@ class PenReplayWithoutPortTest : public PenReplayTest {
     const Finished failed = velctl(replayOf(RECORDED_STROKE, {"--json"}));
 
     EXPECT_EQ(failed.status, velctl::kExitNoService);
-    EXPECT_THAT(failed.out, IsEmpty());
+    EXPECT_EQ(kindOfFailure(failed), "no-service");
     EXPECT_EQ(failed.err, "velctl: pen replay: " + port() +
                               ": the port cannot be reached: " + reason +
                               "; start its listener, or velsim --pen-port to try without "
@@ -512,7 +539,7 @@ TEST_F(PenReplayWithoutPortTest, ReportsTheMistakeInTheStroke) {
     const Finished refused = velctl(replayOf(strokeFile(row.text), {"--json"}));
 
     EXPECT_EQ(refused.status, velctl::kExitUsage);
-    EXPECT_THAT(refused.out, IsEmpty());
+    EXPECT_EQ(kindOfFailure(refused), "usage");
     EXPECT_THAT(refused.err, HasSubstr("velctl: " + folder() + "/stroke.jsonl" + row.error));
   }
 }
@@ -536,12 +563,13 @@ TEST_F(PenReplayWithoutPortTest, RefusesWrongCommandLines) {
   const std::string longPath = folder() + "/" + std::string(200, 'x');
   const Row rows[] = {
       {{"pen"}, "velctl pen: a command is missing; see velctl pen --help\n"},
-      {{"pen", "replay"}, "velctl pen replay: file is required; "},
+      {{"pen", "replay"}, "velctl pen replay: FILE is required; "},
       {{"pen", "replay", "a"}, "velctl pen replay: --port is required; "},
-      {{"pen", "replay", "a", "--port", ""}, "--port: the path of the socket is empty; "},
+      {{"pen", "replay", "a", "--port", ""}, "--port: must not be empty; "},
       {{"pen", "replay", "a", "--port", longPath},
        "--port: " + longPath + ": the path of a socket has at most "},
-      {{"pen", "replay", "a", "--port", "b", "--wait", "soon"}, "--wait: soon: must be a number "},
+      {{"pen", "replay", "a", "--port", "b", "--wait", "soon"},
+       "--wait: \"soon\" must be a number of seconds"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.error);
@@ -551,7 +579,7 @@ TEST_F(PenReplayWithoutPortTest, RefusesWrongCommandLines) {
     EXPECT_EQ(refused.status, velctl::kExitUsage);
     EXPECT_THAT(refused.out, IsEmpty());
     EXPECT_THAT(refused.err, HasSubstr(row.error));
-    EXPECT_EQ(linesOf(refused.err).size(), 1u);
+    EXPECT_EQ(replayLines(refused.err).size(), 1u);
   }
 }
 

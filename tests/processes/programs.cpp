@@ -28,6 +28,12 @@ std::string withoutTimes(const std::string& log) {
   return std::regex_replace(log, time, "$1");
 }
 
+std::string withoutWatchTimes(const std::string& out) {
+  static const std::regex column("(^|\n)[0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3}  ");
+  static const std::regex member(R"("time":"[-0-9]{10}T[0-9:.]{12}[-+Z0-9:]*",)");
+  return std::regex_replace(std::regex_replace(out, column, "$1"), member, "");
+}
+
 std::vector<std::string> with(std::vector<std::string> arguments, const std::string& last) {
   arguments.push_back(last);
   return arguments;

@@ -23,6 +23,9 @@ bool isReady(const Process& velsim);
 // A log of velsim without the times of its lines.
 std::string withoutTimes(const std::string& log);
 
+// The output of velctl watch without the times of its lines, in either form.
+std::string withoutWatchTimes(const std::string& out);
+
 // Arguments with one more.
 std::vector<std::string> with(std::vector<std::string> arguments, const std::string& last);
 

@@ -488,6 +488,14 @@ TEST_F(InProcessTest, TheCommandHelpShowsTheSame) {
   EXPECT_EQ(velctl("help device").out, velctl("device --help").out);
 }
 
+TEST_F(InProcessTest, TheHelpSaysWhatEachFirstWordIsFor) {
+  const Ran help = velctl("--help");
+
+  for (const velctl::Noun& noun : velctl::nouns()) {
+    EXPECT_THAT(help.out, testing::ContainsRegex("\n  " + noun.name + "  +[A-Z]"));
+  }
+}
+
 TEST_F(InProcessTest, TheHelpHasEveryExitStatus) {
   const Ran help = velctl("--help");
   // Long meanings have several lines.

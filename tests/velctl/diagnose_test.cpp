@@ -1,10 +1,11 @@
-// velctl diagnose: the answer, and the progress before and after the answer.
+// velctl device diagnose: the answer, and the progress before and after the answer.
 
 #include <csignal>
 #include <cstdint>
 #include <string>
 
 #include "tests/velctl/process_test.h"
+#include "tests/velctl/seen_lines.h"
 
 namespace velctl_tests {
 namespace {
@@ -24,8 +25,8 @@ class DiagnoseTest : public FakeServiceTest {
   }
 
   std::vector<std::string> command(const std::vector<std::string>& more = {}) const {
-    std::vector<std::string> arguments = {"diagnose", "source", std::to_string(kSource), "--vm",
-                                          "win11"};
+    std::vector<std::string> arguments = {"device", "diagnose", "--source", std::to_string(kSource),
+                                          "--vm",   "win11"};
     arguments.insert(arguments.end(), more.begin(), more.end());
     return arguments;
   }
@@ -37,18 +38,20 @@ TEST_F(DiagnoseTest, ProgressIsShownBeforeTheAnswer) {
   ASSERT_TRUE(comesTrue([&] { return service().requests().size() == 1; })) << diagnose.err();
 
   emitProgress(kSource, 1, "look\x1bing");
-  const std::string progress =
-      R"({"event":"diagnosis","vm":"win11","id":72623859790382856,"status":1,)"
-      R"("text":"look\u001bing"})"
-      "\n";
-  EXPECT_TRUE(comesTrue([&] { return diagnose.out() == progress; })) << diagnose.out();
+  EXPECT_TRUE(comesTrue([&] { return !seenLines(diagnose.out()).empty(); })) << diagnose.out();
   service().release();
 
   const Finished finished = diagnose.wait();
-  EXPECT_EQ(finished.status, velctl::kExitOk) << finished.err;
-  EXPECT_EQ(finished.out, progress + R"({"operation":"diagnose","vm":"win11","number":101,)"
-                                     R"("source":72623859790382856,"text":"well"})"
-                                     "\n");
+  EXPECT_EQ(finished.status, velctl::kExitDone) << finished.err;
+  const std::vector<std::string> lines = seenLines(finished.out);
+  ASSERT_EQ(lines.size(), 2u);
+  EXPECT_EQ(lines[0], R"({"event":"diagnosis","code":9,"codeName":"diagnosis","vm":"win11",)"
+                      R"("vmNumber":101,"id":"72623859790382856","device":null,"name":null,)"
+                      R"("status":1,"statusName":"running","text":"look\u001bing"})");
+  EXPECT_THAT(finished.out,
+              ::testing::EndsWith(R"({"operation":"diagnose","vm":"win11","vmNumber":101,)"
+                                  R"("source":"72623859790382856","text":"well"})"
+                                  "\n"));
 }
 
 TEST_F(DiagnoseTest, ProgressIsFollowedAfterTheAnswerUntilItIsFinal) {
@@ -60,19 +63,19 @@ TEST_F(DiagnoseTest, ProgressIsFollowedAfterTheAnswerUntilItIsFinal) {
   emitProgress(kSource, 100, "all");
 
   const Finished finished = diagnose.wait();
-  EXPECT_EQ(finished.status, velctl::kExitOk);
-  EXPECT_EQ(finished.out, "well\nstatus 50: half\\x1b\nstatus 100: all\n");
+  EXPECT_EQ(finished.status, velctl::kExitDone);
+  EXPECT_EQ(finished.out, "well\n50: half\\x1b\n100: all\n");
 }
 
 TEST_F(DiagnoseTest, FinalProgressMayComeBeforeTheAnswer) {
   service().before("diagnose", [this] { emitProgress(kSource, 100, "all"); });
   service().hold("diagnose");
   Process diagnose(options(command({"--follow", "600", "--until", "100"})));
-  ASSERT_TRUE(comesTrue([&] { return diagnose.out() == "status 100: all\n"; })) << diagnose.err();
+  ASSERT_TRUE(comesTrue([&] { return diagnose.out() == "100: all\n"; })) << diagnose.err();
 
   service().release();
 
-  EXPECT_EQ(diagnose.wait().out, "status 100: all\nwell\n");
+  EXPECT_EQ(diagnose.wait().out, "100: all\nwell\n");
 }
 
 TEST_F(DiagnoseTest, ProgressOfOtherDiagnosesIsLeftOut) {
@@ -82,26 +85,28 @@ TEST_F(DiagnoseTest, ProgressOfOtherDiagnosesIsLeftOut) {
   emitProgress(kSource + 1, 100, "other");
   emitProgress(kSource, 100, "all");
 
-  EXPECT_EQ(diagnose.wait().out, "well\nstatus 100: all\n");
+  EXPECT_EQ(diagnose.wait().out, "well\n100: all\n");
 }
 
 TEST_F(DiagnoseTest, ProgressThatNeverBecomesFinalIsAnError) {
   const Finished finished = velctl(command({"--follow", "0", "--until", "100"}));
 
-  EXPECT_EQ(finished.status, velctl::kExitNoAnswer);
+  EXPECT_EQ(finished.status, velctl::kExitNoReply);
   EXPECT_EQ(finished.out, "well\n");
-  EXPECT_THAT(finished.err, HasSubstr("velctl: diagnose for \"win11\": no progress with status 100 "
-                                      "within 0 s of the answer; --follow waits longer\n"));
+  EXPECT_THAT(
+      finished.err,
+      HasSubstr("velctl: diagnose 72623859790382856 for \"win11\": no progress with status 100 "
+                "within 0 s of the answer; --follow waits longer\n"));
 }
 
 TEST_F(DiagnoseTest, ADeviceIsKnownByItsNumber) {
   service().answer("diagnoseDevice", qxbus::Values{std::string("fine")});
-  Process diagnose(options("diagnose device 12 --vm win11 --follow 600 --until 100"));
+  Process diagnose(options("device diagnose 12 --vm win11 --follow 600 --until 100"));
   ASSERT_TRUE(comesTrue([&] { return diagnose.out() == "fine\n"; })) << diagnose.err();
 
   emitProgress(12, 100, "all");
 
-  EXPECT_EQ(diagnose.wait().out, "fine\nstatus 100: all\n");
+  EXPECT_EQ(diagnose.wait().out, "fine\n100: all\n");
 }
 
 TEST_F(DiagnoseTest, FollowingCanBeInterrupted) {
@@ -111,12 +116,44 @@ TEST_F(DiagnoseTest, FollowingCanBeInterrupted) {
   EXPECT_EQ(diagnose.end(SIGINT).status, 128 + SIGINT);
 }
 
+TEST_F(DiagnoseTest, AStatusHasAMeaningAndMayBeNamedByIt) {
+  Process diagnose(options(command({"--follow", "600", "--until", "fine"})));
+  ASSERT_TRUE(comesTrue([&] { return diagnose.out() == "well\n"; })) << diagnose.err();
+
+  emitProgress(kSource, 1, "looking");
+  emitProgress(kSource, 0, "found nothing");
+
+  EXPECT_EQ(diagnose.wait().out, "well\nrunning (1): looking\nfine (0): found nothing\n");
+}
+
+TEST_F(DiagnoseTest, ATimeoutEndsItWhileItWaitsAndWhileItFollows) {
+  const Finished following = velctl(command({"--follow", "600", "--timeout", "1"}));
+  service().hold("diagnose");
+  const Finished waiting = velctl(command({"--timeout", "0.2"}));
+
+  EXPECT_EQ(following.out, "well\n");
+  for (const Finished& finished : {following, waiting}) {
+    EXPECT_EQ(finished.status, velctl::kExitNoReply);
+    EXPECT_THAT(finished.err, HasSubstr(": not done within the time of --timeout\n"));
+  }
+}
+
+TEST_F(DiagnoseTest, NeedsAVmAndOneDevice) {
+  for (const char* const line :
+       {"device diagnose 12", "device diagnose 12 --vm ''", "device diagnose --vm win11",
+        "device diagnose 12 --source 7 --vm win11", "device diagnose 12 --vm win11 --until good"}) {
+    SCOPED_TRACE(line);
+    EXPECT_EQ(velctl(line).status, velctl::kExitUsage);
+  }
+  EXPECT_TRUE(service().requests().empty());
+}
+
 TEST_F(DiagnoseTest, FailsWhenItsProgressCannotBeWritten) {
   service().before("diagnose", [this] { emitProgress(kSource, 1, "x"); });
   Process::Options closed = options(command());
   closed.isOutClosed = true;
 
-  EXPECT_EQ(run(closed).status, velctl::kExitOutputFailed);
+  EXPECT_EQ(run(closed).status, velctl::kExitOutputLost);
 }
 
 }  // namespace

@@ -58,14 +58,14 @@ class TerminalTest : public FakeServiceTest {
 };
 
 TEST_F(TerminalTest, ALongCommandShowsTheElapsedTimeAndThenRemovesTheLine) {
-  Process search(onTerminal(terminal(), {"printer", "queue", "search"}));
+  Process search(onTerminal(terminal(), {"queue", "search"}));
 
   EXPECT_TRUE(shows(terminal(), "velctl: searching for printers, 2 s of at most 30"))
       << terminal().text();
   service().release();
 
   const Finished finished = search.wait();
-  EXPECT_EQ(finished.status, velctl::kExitOk);
+  EXPECT_EQ(finished.status, velctl::kExitDone);
   EXPECT_EQ(finished.out, "found\n");
   EXPECT_TRUE(shows(terminal(), "velctl: searching for printers, 1 s of at most 30\r"));
   // Later seconds may have needed more.
@@ -74,8 +74,8 @@ TEST_F(TerminalTest, ALongCommandShowsTheElapsedTimeAndThenRemovesTheLine) {
   EXPECT_TRUE(showsLast(terminal(), std::string(columns, ' ') + '\r')) << terminal().text();
 }
 
-TEST_F(TerminalTest, ALongCommandEndsAtOnceWhenInterruptedAndLeavesTheLineWhole) {
-  Process search(onTerminal(terminal(), {"printer", "queue", "search"}));
+TEST_F(TerminalTest, ALongCommandEndsAtOnceWhenInterruptedAndRemovesTheLine) {
+  Process search(onTerminal(terminal(), {"queue", "search"}));
   ASSERT_TRUE(shows(terminal(), ", 1 s of at most 30")) << terminal().text();
 
   // The service still holds the request.
@@ -83,7 +83,33 @@ TEST_F(TerminalTest, ALongCommandEndsAtOnceWhenInterruptedAndLeavesTheLineWhole)
 
   EXPECT_EQ(finished.status, 128 + SIGINT);
   EXPECT_THAT(finished.out, IsEmpty());
-  EXPECT_TRUE(showsLast(terminal(), " s of at most 30\r\n")) << terminal().text();
+  EXPECT_TRUE(showsLast(terminal(), " \rvelctl: searchAllPrinter: interrupted\r\n"))
+      << terminal().text();
+}
+
+TEST_F(TerminalTest, TheLineIsCutToTheWidthOfTheTerminal) {
+  Process::Options narrow = onTerminal(terminal(), {"queue", "search"});
+  narrow.environment["COLUMNS"] = "30";
+  Process search(narrow);
+
+  // One column stays free: a whole line would begin another.
+  EXPECT_TRUE(shows(terminal(), "velctl: searching for printe\xE2\x80\xA6")) << terminal().text();
+  service().release();
+
+  EXPECT_EQ(search.wait().status, velctl::kExitDone);
+  EXPECT_TRUE(showsLast(terminal(), '\r' + std::string(29, ' ') + '\r')) << terminal().text();
+}
+
+TEST_F(TerminalTest, AWatchThatWaitsForTheServiceShowsThat) {
+  stopService();
+  Process watch(onTerminal(terminal(), {"watch"}));
+
+  EXPECT_TRUE(shows(terminal(), "velctl: waiting for the service, 2 s")) << terminal().text();
+  startService();
+
+  EXPECT_TRUE(shows(terminal(), " \rvelctl: watching win11; interrupt to end\r\n"))
+      << terminal().text();
+  EXPECT_EQ(watch.end(SIGINT).status, velctl::kExitDone);
 }
 
 // Each has a terminal of its own, and they wait at the same time.
@@ -96,32 +122,34 @@ TEST_F(TerminalTest, EveryCommandThatTakesLongShowsThatAndCanBeInterrupted) {
   const std::string answer = "waiting for the answer to the command";
   const Row rows[] = {
       {"searchSharePrinter",
-       {"printer", "shared", "search", "10.0.0.7"},
+       {"shared-printer", "search", "10.0.0.7"},
        "searching for shared printers, 1 s of at most 10"},
       {"getPrinterDriverlList",
-       {"printer", "queue", "drivers", "a"},
+       {"queue", "drivers", "a"},
        "looking for drivers, 1 s of at most 30"},
       {"autoAddPrinter",
-       {"printer", "queue", "auto-add", "a", "b", "c"},
+       {"queue", "auto-add", "a", "b", "c"},
        "adding the printer, 1 s of at most 30"},
       {"printTestPage",
-       {"printer", "queue", "test-page", "a"},
+       {"queue", "test-page", "a"},
        "waiting for the test page, 1 s of at most 10"},
       {"ConfigPrinterCommand",
        {"printer", "command", "1", "1", "--vm", "win11"},
        answer + ", 1 s of at most 10"},
       {"configNewDeviceAsConnect",
-       {"new-device", "connect", "1", "--vm", "win11"},
+       {"new-device", "attach", "1", "--vm", "win11"},
        "attaching the device, 1 s of at most 10"},
       {"ConfigUdisks2Command",
-       {"new-device", "storage", "1", "1", "--vm", "win11"},
+       {"storage", "command", "1", "1", "--vm", "win11"},
        answer + ", 1 s of at most 10"},
-      {"diagnose", {"diagnose", "source", "1", "--vm", "win11"}, "diagnosing, 1 s of at most 10"},
+      {"diagnose",
+       {"device", "diagnose", "--source", "1", "--vm", "win11"},
+       "diagnosing, 1 s of at most 10"},
       {"diagnoseDevice",
-       {"diagnose", "device", "1", "--vm", "win11"},
+       {"device", "diagnose", "1", "--vm", "win11"},
        "diagnosing, 1 s of at most 10"},
       {"none: the service has accepted it",
-       {"exec", "run", "1", "--wait", "600"},
+       {"command", "run", "1", "--wait", "600"},
        answer + ", 1 s of at most 600"},
   };
   std::vector<std::unique_ptr<Terminal>> terminals;
@@ -138,12 +166,13 @@ TEST_F(TerminalTest, EveryCommandThatTakesLongShowsThatAndCanBeInterrupted) {
     const Finished finished = processes[i]->end(SIGINT);
     EXPECT_EQ(finished.status, velctl::kExitInterrupted);
     EXPECT_THAT(finished.out, IsEmpty());
-    EXPECT_TRUE(showsLast(*terminals[i], "\r\n")) << terminals[i]->text();
+    EXPECT_TRUE(shows(*terminals[i], " \rvelctl: ")) << terminals[i]->text();
+    EXPECT_TRUE(shows(*terminals[i], ": interrupted")) << terminals[i]->text();
   }
 }
 
 TEST_F(TerminalTest, ALongCommandEndsAtOnceWhenInterruptedWithoutATerminal) {
-  Process search(options("printer queue search"));
+  Process search(options("queue search"));
   ASSERT_TRUE(comesTrue([&] { return service().requests().size() == 1; }));
 
   const Finished finished = search.end(SIGINT);
@@ -153,14 +182,14 @@ TEST_F(TerminalTest, ALongCommandEndsAtOnceWhenInterruptedWithoutATerminal) {
 }
 
 TEST_F(TerminalTest, OnlyATerminalShowsTheElapsedTime) {
-  Process watched(onTerminal(terminal(), {"printer", "queue", "search"}));
-  Process unwatched(options("printer queue search"));
+  Process watched(onTerminal(terminal(), {"queue", "search"}));
+  Process unwatched(options("queue search"));
   ASSERT_TRUE(comesTrue([&] { return service().requests().size() == 2; }));
   // Both have been waiting for as long.
   ASSERT_TRUE(shows(terminal(), ", 2 s of at most 30"));
   service().release();
 
-  EXPECT_EQ(watched.wait().status, velctl::kExitOk);
+  EXPECT_EQ(watched.wait().status, velctl::kExitDone);
   const Finished finished = unwatched.wait();
   EXPECT_EQ(finished.out, "found\n");
   EXPECT_THAT(finished.err, Not(HasSubstr("searching for printers")));
@@ -169,17 +198,17 @@ TEST_F(TerminalTest, OnlyATerminalShowsTheElapsedTime) {
 TEST_F(TerminalTest, ProgressOfADiagnosisHasALineOfItsOwn) {
   service().answer("diagnose", qxbus::Values{std::string("well")});
   service().hold("diagnose");
-  Process diagnose(onTerminal(terminal(),
-                              {"diagnose", "source", "7", "--vm", "win11", "--follow", "0"},
-                              ">\"$TERMINAL\" 2>&1"));
+  Process diagnose(onTerminal(
+      terminal(), {"device", "diagnose", "--source", "7", "--vm", "win11", "--follow", "0"},
+      ">\"$TERMINAL\" 2>&1"));
   ASSERT_TRUE(shows(terminal(), "velctl: diagnosing, 1 s of at most 10"));
 
   service().emit({std::int32_t{0}, std::int32_t{9}, diagnosisBlock(7, 1, kVmNumber, "looking")});
 
-  EXPECT_TRUE(shows(terminal(), " \rstatus 1: looking\r\n")) << terminal().text();
+  EXPECT_TRUE(shows(terminal(), " \rrunning (1): looking\r\n")) << terminal().text();
   service().release();
   EXPECT_TRUE(shows(terminal(), "well\r\n"));
-  EXPECT_EQ(diagnose.wait().status, velctl::kExitOk);
+  EXPECT_EQ(diagnose.wait().status, velctl::kExitDone);
 }
 
 }  // namespace

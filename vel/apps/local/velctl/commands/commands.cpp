@@ -22,7 +22,7 @@ const std::vector<Noun>& nouns() {
   static const auto& all = *new std::vector<Noun>{
       {"status", ""},
       {"doctor", ""},
-      {"watch", "Events"},
+      {"watch", ""},
       {"wait", "Wait until the service, a device or a printer is there"},
       {"vm", "VM sessions"},
       {"device", "Devices of this machine and of the network"},

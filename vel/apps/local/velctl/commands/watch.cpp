@@ -26,8 +26,6 @@ using Events = Inbox<SeenEvent>;
 constexpr char kService[] = "service";
 // Between two looks for a service that is away.
 constexpr std::chrono::seconds kLookInterval{1};
-// Between two requests for the devices, when events name one by an unknown number.
-constexpr std::chrono::seconds kDevicesInterval{1};
 
 bool has(const std::vector<std::string>& texts, const std::string& text) {
   return std::find(texts.begin(), texts.end(), text) != texts.end();
@@ -105,19 +103,20 @@ class Arrivals {
   std::vector<vel::Subscription> subscriptions_;
 };
 
-struct LearnedVms {
-  std::vector<std::string> names;
-  std::vector<std::string> unknown;
+struct Learned {
+  std::vector<std::string> vms;
+  std::vector<std::string> unknownVms;
+  std::vector<vel::Device> devices;
 };
 
 // Asks for the numbers of the VMs to watch, all or those named: the library drops events of VMs
-// whose numbers it has not learned.
-vel::Result<LearnedVms> learnVms(const vel::Client& client, const std::vector<std::string>& named) {
+// whose numbers it has not learned. And for the devices, which some events name by numbers only.
+vel::Result<Learned> learnFrom(const vel::Client& client, const std::vector<std::string>& named) {
   const vel::Result<std::vector<vel::Vm>> vms = client.vms();
   if (!vms) {
     return vel::unexpected<vel::Error>(vms.error());
   }
-  LearnedVms learned;
+  Learned learned;
   for (const vel::Vm& vm : *vms) {
     const std::string number = std::to_string(vm.number.value());
     if (named.empty() || has(named, vm.name) || has(named, number)) {
@@ -125,7 +124,7 @@ vel::Result<LearnedVms> learnVms(const vel::Client& client, const std::vector<st
       if (!known && !absenceIn(known.error()).empty()) {
         return vel::unexpected<vel::Error>(known.error());
       }
-      learned.names.push_back(vm.name);
+      learned.vms.push_back(vm.name);
     }
   }
   for (const std::string& name : named) {
@@ -133,11 +132,13 @@ vel::Result<LearnedVms> learnVms(const vel::Client& client, const std::vector<st
                            return vm.name == name || std::to_string(vm.number.value()) == name;
                          });
     if (!isKnown) {
-      learned.unknown.push_back(printableInQuotes(name));
+      learned.unknownVms.push_back(printableInQuotes(name));
     } else if (name.empty()) {
-      learned.names.push_back(name);
+      learned.vms.push_back(name);
     }
   }
+  // Without them their numbers are shown, which is no reason to fail.
+  learned.devices = received(client.localDevices());
   return learned;
 }
 
@@ -264,24 +265,32 @@ class Watch {
       return;
     }
     isWriting_ = true;
-    output().line(lineOf(seen), jsonOf(seen));
+    // Only one of them: events may come faster than both can be made.
+    if (output().form() == Form::kJson) {
+      output().json(jsonOf(seen));
+    } else {
+      output().text(lineOf(seen) + '\n');
+    }
     isWriting_ = false;
   }
 
   void learn() {
-    const auto vms = invocation_.session().call(
-        {}, [named = filter_.vms](const vel::Client& client) { return learnVms(client, named); });
-    if (!vms) {
+    const auto learned = invocation_.session().call(
+        {}, [named = filter_.vms](const vel::Client& client) { return learnFrom(client, named); });
+    if (!learned) {
       // A service that has died meanwhile reports that as an event.
-      const bool isAbsent = !absenceIn(vms.error()).empty() || !isThere();
+      const bool isAbsent = !absenceIn(learned.error()).empty() || !isThere();
       if (isAbsent) {
         return;
       }
-      invocation_.fail(vms.error());
+      invocation_.fail(learned.error());
     }
-    if (!vms->unknown.empty()) {
-      const std::string text =
-          "the service has no VM " + base::joined(vms->unknown) + "; velctl vm list shows its VMs";
+    for (const vel::Device& device : learned->devices) {
+      devices_[device.number.value()] = device;
+    }
+    if (!learned->unknownVms.empty()) {
+      const std::string text = "the service has no VM " + base::joined(learned->unknownVms) +
+                               "; velctl vm list shows its VMs";
       if (!hasLearned_) {
         invocation_.fail(kExitUnknown, text);
       }
@@ -289,7 +298,7 @@ class Watch {
     }
     if (!std::exchange(hasLearned_, true)) {
       std::vector<std::string> names;
-      for (const std::string& vm : vms->names) {
+      for (const std::string& vm : learned->vms) {
         names.push_back(displayName(vm));
       }
       output().note("watching " + (names.empty() ? displayName("") : base::joined(names)) +
@@ -304,27 +313,13 @@ class Watch {
   }
 
   // The device with a number or a source id.
-  std::optional<vel::Device> deviceOf(std::uint64_t id) {
-    const auto known = [this, id]() -> std::optional<vel::Device> {
-      for (const auto& [number, device] : devices_) {
-        if (number == id || device.source.value() == id) {
-          return device;
-        }
+  std::optional<vel::Device> deviceOf(std::uint64_t id) const {
+    for (const auto& [number, device] : devices_) {
+      if (number == id || device.source.value() == id) {
+        return device;
       }
-      return std::nullopt;
-    };
-    std::optional<vel::Device> device = known();
-    if (!device && isServiceThere_ && Clock::now() >= nextDevices_) {
-      nextDevices_ = Clock::now() + kDevicesInterval;
-      // Without the devices the number is shown, which is no reason to end.
-      const auto devices = invocation_.session().call(
-          {}, [](const vel::Client& client) { return client.localDevices(); });
-      for (const vel::Device& each : received(devices)) {
-        devices_.emplace(each.number.value(), each);
-      }
-      device = known();
     }
-    return device;
+    return std::nullopt;
   }
 
   bool isDeviceWanted(const SeenEvent& seen) const {
@@ -363,8 +358,8 @@ class Watch {
   bool isWriting_ = false;
   Progress idle_{"", std::chrono::seconds(0), true};
   std::optional<Progress> progress_;  // while the service is away
+  // As the service has listed them, and as events have shown them since.
   std::map<std::uint16_t, vel::Device> devices_;
-  Clock::time_point nextDevices_ = Clock::time_point::min();
 };
 
 void watch(Invocation& invocation) {
@@ -376,6 +371,13 @@ std::string onceOrLimit(const Arguments& arguments) {
   return arguments.count("--once") != 0 && arguments.count("--limit") != 0
              ? "give --once or --limit, not both"
              : "";
+}
+
+Parameter deviceOption() {
+  Parameter parameter = deviceArgument().optional().unresolved();
+  parameter.name = "--device";
+  parameter.help = "Only events of this device, by number or name";
+  return parameter;
 }
 
 }  // namespace
@@ -392,9 +394,7 @@ std::vector<Command> watchCommands() {
             .repeated()
             .unresolved(),
         choice("--kind", eventKinds(), "Only events of this kind; may be repeated").repeated(),
-        thing(Kind::kDevice, "--device", "Only events of this device, by number or name")
-            .unresolved(),
-        flag("--once", "End after the first event"),
+        deviceOption(), flag("--once", "End after the first event"),
         wholeNumber("--limit", 1, std::numeric_limits<std::uint32_t>::max(),
                     "End after so many events"),
         text("--exec",

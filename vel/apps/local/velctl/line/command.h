@@ -18,12 +18,6 @@ class Invocation;
 class Output;
 struct ParsedLine;
 
-// A line of the JSON form that reports an event.
-struct EventLine {
-  std::string event;
-  std::vector<Member> members;
-};
-
 // What a command does, and what its JSON form has behind the parameters. actions.h makes them.
 struct Action {
   // Of the bus, and "operation" in the JSON form; empty: the command has no request of its own.
@@ -70,6 +64,7 @@ struct Command {
 
 struct Noun {
   std::string name;
+  // Empty: of a command of one word, which has its own.
   std::string summary;
 };
 

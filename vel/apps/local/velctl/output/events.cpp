@@ -6,7 +6,6 @@
 
 #include "base/printable.h"
 #include "base/text.h"
-#include "vel/apps/local/velctl/output/field.h"
 #include "vel/apps/local/velctl/output/records.h"
 #include "vel/apps/local/velctl/output/text_forms.h"
 #include "vel/apps/local/velctl/output/time_forms.h"
@@ -59,7 +58,9 @@ std::string vmText(const AnyEvent& event) {
 const std::vector<Field<vel::NewDeviceEvent>>& newDeviceFields() {
   using Record = vel::NewDeviceEvent;
   static const auto& fields = *new std::vector<Field<Record>>{
-      {{"source", Type::kLong}, "", [](const Record& event) -> Json { return event.source.value(); }},
+      {{"source", Type::kLong},
+       "",
+       [](const Record& event) -> Json { return event.source.value(); }},
       {{"usbId", Type::kText}, "", [](const Record& event) -> Json { return toText(event.usb); }},
       {{"name", Type::kText}, "", [](const Record& event) -> Json { return event.name; }},
       {{"isSuccess", Type::kBoolean},
@@ -129,23 +130,21 @@ std::string changeText(const ServiceChange& change) {
 
 Json membersOfEvent(const SeenEvent& seen) {
   return std::visit(
-      Overloaded{[](const vel::DeviceEvent& event) { return jsonOf(deviceFields(), event.device); },
-                 [](const vel::PrinterEvent& event) {
-                   return jsonOf(printerFields(), event.printer);
-                 },
-                 [](const vel::NewDeviceEvent& event) { return jsonOf(newDeviceFields(), event); },
-                 [&seen](const vel::DiagnosisEvent&) { return jsonOf(diagnosisFields(), seen); },
-                 [](const vel::CommandEvent& event) { return answerJson(event.answer); },
-                 [](const ServiceChange& change) {
-                   Json vms = Json::array();
-                   for (const std::string& vm : change.vms) {
-                     vms.push_back(jsonText(vm));
-                   }
-                   return Json{
-                       {"state", wordOf(change.state)},
-                       {"vms", vms},
-                       {"reason", change.reason.empty() ? Json() : jsonText(change.reason)}};
-                 }},
+      Overloaded{
+          [](const vel::DeviceEvent& event) { return jsonOf(deviceFields(), event.device); },
+          [](const vel::PrinterEvent& event) { return jsonOf(printerFields(), event.printer); },
+          [](const vel::NewDeviceEvent& event) { return jsonOf(newDeviceFields(), event); },
+          [&seen](const vel::DiagnosisEvent&) { return jsonOf(diagnosisFields(), seen); },
+          [](const vel::CommandEvent& event) { return answerJson(event.answer); },
+          [](const ServiceChange& change) {
+            Json vms = Json::array();
+            for (const std::string& vm : change.vms) {
+              vms.push_back(jsonText(vm));
+            }
+            return Json{{"state", wordOf(change.state)},
+                        {"vms", vms},
+                        {"reason", change.reason.empty() ? Json() : jsonText(change.reason)}};
+          }},
       seen.event);
 }
 
@@ -187,8 +186,7 @@ EventLine eventLine(const std::string& event, const std::vector<Member>& members
 }  // namespace
 
 const std::vector<std::string>& eventKinds() {
-  static const auto& kinds =
-      *new std::vector<std::string>(std::begin(kKinds), std::end(kKinds));
+  static const auto& kinds = *new std::vector<std::string>(std::begin(kKinds), std::end(kKinds));
   return kinds;
 }
 
@@ -240,7 +238,8 @@ std::string describe(const SeenEvent& seen) {
                    status(event) + vm + ": " + base::printable(event.text);
           },
           [&](const vel::CommandEvent& event) {
-            const std::string_view answer = withoutEnd(event.answer ? *event.answer : "");
+            const std::string_view answer =
+                event.answer ? withoutEnd(*event.answer) : std::string_view();
             return codeText(event.code) + ": " +
                    (answer.empty()   ? "empty"
                     : isText(answer) ? base::printable(answer)

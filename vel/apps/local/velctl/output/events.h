@@ -9,7 +9,7 @@
 #include <variant>
 #include <vector>
 
-#include "vel/apps/local/velctl/line/command.h"
+#include "vel/apps/local/velctl/output/field.h"
 #include "vel/apps/local/velctl/output/json.h"
 #include "vel/client/client.h"
 

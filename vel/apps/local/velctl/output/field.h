@@ -33,6 +33,12 @@ struct Member {
   std::optional<velprotocol::Legend> legend = {};
 };
 
+// A line of the JSON form that reports an event.
+struct EventLine {
+  std::string event;
+  std::vector<Member> members;
+};
+
 // A member of a record, and its place in a table of such records.
 template <typename Record>
 struct Field {
