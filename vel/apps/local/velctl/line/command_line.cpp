@@ -149,15 +149,6 @@ std::string pathOf(const CLI::App& app) {
   return outer ? pathOf(*outer) + ' ' + app.get_name() : app.get_name();
 }
 
-std::string summaryOf(const Noun& noun) {
-  for (const Command& command : commands()) {
-    if (command.path == noun.name) {
-      return command.summary;
-    }
-  }
-  return noun.summary;
-}
-
 // The parser of all commands, and what it has found. Of nouns that do not occur in the arguments it
 // knows the names only.
 class Parser {
