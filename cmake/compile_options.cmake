@@ -9,6 +9,15 @@ if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
   target_compile_options(velproxy_options INTERFACE -Wthread-safety -Wthread-safety-beta)
 endif()
 
+# A faster linker, where there is one, for what nobody installs.
+if(PROJECT_IS_TOP_LEVEL AND CMAKE_BUILD_TYPE STREQUAL "Debug")
+  include(CheckLinkerFlag)
+  check_linker_flag(CXX -fuse-ld=lld VELPROXY_HAS_LLD)
+  if(VELPROXY_HAS_LLD)
+    add_link_options(-fuse-ld=lld)
+  endif()
+endif()
+
 # Sanitizers and coverage change code generation, so third-party code built here needs them too.
 if(VELPROXY_SANITIZE)
   add_compile_options(-fsanitize=${VELPROXY_SANITIZE} -fno-omit-frame-pointer
