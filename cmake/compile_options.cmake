@@ -23,6 +23,12 @@ if(VELPROXY_SANITIZE)
   add_compile_options(-fsanitize=${VELPROXY_SANITIZE} -fno-omit-frame-pointer
                       -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${VELPROXY_SANITIZE})
+  # The standard library checks its arguments itself.
+  add_compile_definitions(_GLIBCXX_ASSERTIONS)
+  # A third of the code would be checks inside other projects' templates.
+  if(CMAKE_CXX_COMPILER_ID MATCHES Clang AND VELPROXY_SANITIZE MATCHES undefined)
+    add_compile_options(-fsanitize-ignorelist=${CMAKE_CURRENT_LIST_DIR}/sanitizer_ignore.txt)
+  endif()
 endif()
 if(VELPROXY_COVERAGE)
   target_compile_options(velproxy_options INTERFACE --coverage -fprofile-update=atomic)
