@@ -1,4 +1,4 @@
-#include "vel/apps/local/velctl/display.h"
+#include "vel/apps/local/velctl/output/text_forms.h"
 
 #include <string>
 #include <string_view>
@@ -10,7 +10,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-TEST(DisplayTest, JsonTextIsTheTextAndUtf8) {
+TEST(TextFormsTest, JsonTextIsTheTextAndUtf8) {
   struct Row {
     std::string_view text;
     std::string_view json;
@@ -32,17 +32,17 @@ TEST(DisplayTest, JsonTextIsTheTextAndUtf8) {
   }
 }
 
-TEST(DisplayTest, LinesKeepTheirNewlinesAndTabsExceptTheLastNewline) {
+TEST(TextFormsTest, LinesKeepTheirNewlinesAndTabsExceptTheLastNewline) {
   EXPECT_EQ(printableLines("a\tb\nc\x1b\n\n"), "a\tb\nc\\x1b\n");
   EXPECT_EQ(printableLines("\n"), "");
   EXPECT_EQ(printableLines(""), "");
 }
 
-TEST(DisplayTest, ATextInQuotesIsPrintable) {
+TEST(TextFormsTest, ATextInQuotesIsPrintable) {
   EXPECT_EQ(printableInQuotes("a\x1b\"b"), "\"a\\x1b\"b\"");
 }
 
-TEST(DisplayTest, BytesAreShownInLinesOfSixteen) {
+TEST(TextFormsTest, BytesAreShownInLinesOfSixteen) {
   EXPECT_EQ(hexDump(""), "");
   EXPECT_EQ(hexDump("0123456789abcdef"),
             "0000  30 31 32 33 34 35 36 37 38 39 61 62 63 64 65 66  |0123456789abcdef|");
@@ -57,26 +57,6 @@ TEST(DisplayTest, BytesAreShownInLinesOfSixteen) {
             "0000  2e 2e 2e 2e 2e 2e 2e 2e 2e 2e 2e 2e 2e 2e 2e 2e  |................|\n"
             "*\n"
             "0020  2e 2e 2e 2e 2e 2e 2e 2e 2e 2e 2e 2e 2e 2e 2e 2e  |................|");
-}
-
-TEST(DisplayTest, ColumnsOfATableAreAsWideAsTheirCells) {
-  Table table({"A", "LONGER", "C"});
-  table.add({"\xc3\xa4\xc3\xa4\xc3\xa4", "1", "x"});
-  table.add({"1", "2", ""});
-
-  EXPECT_EQ(table.text(),
-            "A    LONGER  C\n"
-            "\xc3\xa4\xc3\xa4\xc3\xa4  1       x\n"
-            "1    2       ");
-}
-
-TEST(DisplayTest, ATableMayHaveNoHeadings) {
-  Table table;
-  EXPECT_EQ(table.text(), "");
-  table.add({"win11", "101"});
-  table.add({"debian", "104"});
-
-  EXPECT_EQ(table.text(), "win11   101\ndebian  104");
 }
 
 }  // namespace
