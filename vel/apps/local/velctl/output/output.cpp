@@ -7,8 +7,8 @@
 
 #include "base/text.h"
 #include "vel/apps/local/velctl/failure.h"
+#include "vel/apps/local/velctl/output/interruption.h"
 #include "vel/apps/local/velctl/output/printable_json.h"
-#include "vel/apps/local/velctl/run/interruption.h"
 
 namespace velctl {
 

@@ -14,9 +14,9 @@
 #include <utility>
 
 #include "platform/mutex.h"
+#include "vel/apps/local/velctl/output/interruption.h"
 #include "vel/apps/local/velctl/output/output.h"
 #include "vel/apps/local/velctl/run/inbox.h"
-#include "vel/apps/local/velctl/run/interruption.h"
 #include "vel/apps/local/velctl/run/output_end.h"
 #include "vel/apps/local/velctl/run/progress.h"
 #include "vel/client/client.h"
@@ -105,8 +105,7 @@ class Session {
   template <typename Operation>
   auto call(const Activity& activity, Operation operation)
       -> std::invoke_result_t<Operation, const vel::Client&> {
-    return await(activity,
-                 [operation = std::move(operation)] { return operation(vel::Client()); });
+    return await(activity, [operation = std::move(operation)] { return operation(vel::Client()); });
   }
 
   // Calls a function that returns a vel::Result on another thread, and waits for its result.

@@ -1,4 +1,4 @@
-#include "vel/apps/local/velctl/run/interruption.h"
+#include "vel/apps/local/velctl/output/interruption.h"
 
 #include <atomic>
 #include <cerrno>

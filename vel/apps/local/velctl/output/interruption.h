@@ -1,7 +1,7 @@
 // SIGINT and SIGTERM as requests to stop.
 
-#ifndef VEL_APPS_LOCAL_VELCTL_RUN_INTERRUPTION_H
-#define VEL_APPS_LOCAL_VELCTL_RUN_INTERRUPTION_H
+#ifndef VEL_APPS_LOCAL_VELCTL_OUTPUT_INTERRUPTION_H
+#define VEL_APPS_LOCAL_VELCTL_OUTPUT_INTERRUPTION_H
 
 #include <csignal>
 #include <functional>
@@ -54,4 +54,4 @@ int writeInterruptibly(int descriptor, std::string_view data);
 
 }  // namespace velctl
 
-#endif  // VEL_APPS_LOCAL_VELCTL_RUN_INTERRUPTION_H
+#endif  // VEL_APPS_LOCAL_VELCTL_OUTPUT_INTERRUPTION_H
