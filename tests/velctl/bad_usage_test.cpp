@@ -336,6 +336,8 @@ TEST_F(BadUsageTest, AMistypedWordSuggestsTheNearOnes) {
        "velctl device: unknown command \"connect-it\"; see velctl device "},
       {{"device", "list", "--jsno"},
        "velctl device list: unknown option --jsno; did you mean --json?; "},
+      {{"--vm", "win11", "device", "list"}, "--vm must stand behind the command; "},
+      {{"--bus", "", "device", "list"}, "--bus: must not be empty; "},
       {{"device", "attach", "12", "--vn", "win11"}, "unknown option --vn; did you mean --vm?; "},
       {{"xyzzy"}, "velctl: unknown command \"xyzzy\"; see velctl --help"},
   };

@@ -330,8 +330,8 @@ TEST(CommandsTest, EveryMethodOfTheServiceHasACommandThatIsTested) {
 
   for (const velprotocol::Method& method : velprotocol::kMethods) {
     const Sources sources = sourcesOf(method.subject);
-    EXPECT_TRUE(fs::exists(fs::path(REPOSITORY) / "vel/apps/local/velctl/commands" /
-                           sources.command));
+    EXPECT_TRUE(
+        fs::exists(fs::path(REPOSITORY) / "vel/apps/local/velctl/commands" / sources.command));
     EXPECT_TRUE(fs::exists(fs::path(REPOSITORY) / "tests/velctl" / sources.row));
     EXPECT_EQ(tested.count(std::string(method.name)), 1u)
         << method.name << " needs a command, for example in vel/apps/local/velctl/commands/"

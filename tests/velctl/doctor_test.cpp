@@ -222,6 +222,26 @@ TEST_P(DoctorTest, FindsAServiceThatDoesNotAnswer) {
               "getVmList: ", "the service hangs");
 }
 
+TEST_P(DoctorTest, SaysWhatItKnowsWhenTheTimeIsOver) {
+  startVelsim();
+  velsim().control("fault getVmList * no-answer");
+
+  expectWrong(velctl("doctor --json --timeout 0.5"), "call", velctl::kExitNoReply,
+              "getVmList: no answer within the time of --timeout", "the service hangs");
+
+  const Finished status = velctl("status --json --timeout 0.5");
+  EXPECT_EQ(status.status, velctl::kExitNoReply);
+  EXPECT_EQ(jsonOf(status)["service"], "not answering");
+  EXPECT_TRUE(jsonOf(status)["process"].is_number());
+}
+
+TEST_P(DoctorTest, NamesTheOptionThatTheAddressComesFrom) {
+  const Finished finished = velctl("doctor --json --bus direct:/nowhere/vel");
+
+  EXPECT_THAT(link(jsonOf(finished), "address")["text"].get<std::string>(),
+              HasSubstr("direct:/nowhere/vel, from --bus"));
+}
+
 TEST_P(DoctorTest, FindsAServiceThatAnswersWithErrors) {
   startVelsim();
   velsim().control("fault getVmList * error \"out of order\"");

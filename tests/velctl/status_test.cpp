@@ -120,9 +120,9 @@ TEST_F(StatusTest, WithoutABusInBetweenTheWayIsThatOfTheService) {
 
   wayToService.broken = BusLink::kConnection;
   wayToService.reason = "no service listens";
-  EXPECT_EQ(
-      status(velctl::kExitNoService, "absent", "no service listens; the program that listened there")["bus"],
-      "direct");
+  EXPECT_EQ(status(velctl::kExitNoService, "absent",
+                   "no service listens; the program that listened there")["bus"],
+            "direct");
 }
 
 }  // namespace

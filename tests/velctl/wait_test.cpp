@@ -15,6 +15,8 @@ class WaitTest : public StateTest {
   std::unique_ptr<Process> waitThatHasLooked(const std::string& line, const std::string& method) {
     auto process = std::make_unique<Process>(options(line));
     EXPECT_TRUE(hasLooked(*process, method)) << process->err();
+    // The answer to a later request shows that the one to the look has been sent, too.
+    EXPECT_EQ(velctl("vm list").status, velctl::kExitDone);
     return process;
   }
   bool hasLooked(Process& process, const std::string& method) {
@@ -289,6 +291,15 @@ TEST_P(WaitTest, SeesTheChangeOfAPrinterThatHappenedWhileTheServiceWasAway) {
   velsim().start();
 
   EXPECT_EQ(shownBy(*wait)["statusName"], "available");
+}
+
+TEST_P(WaitTest, EndsAtOnceForAPrinterThatIsGone) {
+  startVelsim();
+
+  const Json json = jsonOf(velctl("wait printer 'No such printer' --status gone --json"));
+
+  EXPECT_EQ(json["statusName"], "gone");
+  EXPECT_EQ(json["name"], "No such printer");
 }
 
 TEST_P(WaitTest, TakesOneAimForAPrinter) {

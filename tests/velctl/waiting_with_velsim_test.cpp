@@ -53,6 +53,14 @@ class WaitingTest : public ProcessTest, public ::testing::WithParamInterface<Way
         [&] { return velsim_->log().find("velsim: " + request) != std::string::npos; });
   }
 
+  bool isAskedTwice(const std::string& request) const {
+    return comesTrue([&] {
+      const std::string log = velsim_->log();
+      const std::size_t first = log.find(request);
+      return first != std::string::npos && log.find(request, first + 1) != std::string::npos;
+    });
+  }
+
  private:
   std::string address() {
     return GetParam() == Way::kDaemon ? bus().address()
@@ -155,6 +163,20 @@ TEST_P(WatchOfVelsimTest, ShowsWhatOtherClientsDo) {
   expectEvents(
       {"command     answer to a command (66): "
        "{\"id\":7,\"command\":\"usb\",\"answer\":{\"usb\":[]}}, VM win11"});
+}
+
+// The service reports events of a VM to clients that have named it, and no event names a new VM.
+TEST_P(WaitingTest, AWatchAndAWaitLearnOfAVmThatComesWhileTheyRun) {
+  Process watch(on("watch --once --kind device"));
+  ASSERT_TRUE(isWatching(watch)) << watch.err();
+  Process wait(on("wait device 'Drawing tablet' --attached"));
+  EXPECT_THAT(type("vm add fresh"), HasSubstr("added VM "));
+  EXPECT_TRUE(isAskedTwice("getVmListSize(vmId \"fresh\")"));
+
+  EXPECT_EQ(runVelctl("device attach 13 --vm fresh").status, velctl::kExitDone);
+
+  EXPECT_THAT(watch.wait().out, HasSubstr("13 \"Drawing tablet\", attached (2)"));
+  EXPECT_THAT(wait.wait().out, HasSubstr("attached (2)"));
 }
 
 TEST_P(WaitingTest, AWatchGoesOnWithTheNextService) {
@@ -275,10 +297,9 @@ TEST_P(WaitingTest, ASearchForSharedPrintersIsStoppedByAnotherVelctl) {
     EXPECT_EQ(stopped.out, form.empty() ? "search stopped\n"
                                         : "{\"operation\":\"stopSearchSharePrinter\",\"status\":0,"
                                           "\"statusName\":\"ok\"}\n");
-    EXPECT_THAT(searched.out,
-                form.empty() ? ::testing::IsEmpty().operator ::testing::Matcher<std::string>()
-                             : ::testing::Matcher<std::string>(
-                                   HasSubstr(R"("status":16,"statusName":"search-stopped",)")));
+    const std::string error = R"("status":16,"statusName":"search-stopped",)";
+    EXPECT_EQ(searched.out.empty(), form.empty());
+    EXPECT_THAT(searched.out, HasSubstr(form.empty() ? "" : error));
     EXPECT_THAT(searched.err, HasSubstr("the service refused with status search-stopped (16): "));
   }
 }

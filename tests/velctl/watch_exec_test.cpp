@@ -57,6 +57,18 @@ TEST_F(WatchExecTest, TheCommandReadsTheEventAndWritesToTheStreamsOfTheWatch) {
   EXPECT_THAT(finished.err, ::testing::EndsWith("interrupt to end\nheard\nheard\n"));
 }
 
+TEST_F(WatchExecTest, AHostileNameDoesNotReachTheTerminalRawThroughTheCommand) {
+  Process watch(watching("cat", {"--once"}));
+  ASSERT_TRUE(isWatching(watch)) << watch.err();
+
+  service().emit({std::int32_t{0}, std::int32_t{1},
+                  printerBlock(1, 1, 0, "a\xE2\x80\xAE\xC2\x9B\xE2\x80\x8B")});
+
+  const std::string out = watch.wait().out;
+  EXPECT_THAT(out, HasSubstr(R"("name":"a\u202e\u009b\u200b")"));
+  EXPECT_THAT(out, Not(HasSubstr("\xE2")));
+}
+
 TEST_F(WatchExecTest, CommandsRunOneAfterTheOtherAndASlowOneLosesNoEvent) {
   // Ends only when the test has sent all events.
   const std::string gate = file("gate");

@@ -297,6 +297,16 @@ TEST_F(ScriptedWatchTest, EndsAfterAsManyEventsAsAreWanted) {
   }
 }
 
+TEST_F(ScriptedWatchTest, AnInterruptBeforeTheWantedEventsIsNoSuccess) {
+  Process watch(options("watch --once --json"));
+  ASSERT_TRUE(isWatching(watch));
+
+  const Finished finished = watch.end(SIGINT);
+
+  EXPECT_EQ(finished.status, velctl::kExitInterrupted);
+  EXPECT_THAT(finished.out, HasSubstr(R"({"error":{"kind":"interrupted","exitStatus":130,)"));
+}
+
 TEST_F(ScriptedWatchTest, ATimeoutEndsItAndIsAFailureOnlyBeforeTheWantedEvents) {
   const Finished watch = velctl("watch --timeout 0.2");
   EXPECT_EQ(watch.status, velctl::kExitDone) << watch.err;

@@ -259,10 +259,10 @@ void setNumber(std::string* message, std::size_t at, std::uint32_t number) {
 
 // Has the header say the size that the message has.
 void repairSize(std::string* message) {
-  const auto order = static_cast<ByteOrder>(message->front());
   if (message->size() < 16) {
     return;
   }
+  const auto order = static_cast<ByteOrder>(message->front());
   const std::size_t fields = qxbus::wire::load<std::uint32_t>(message->data() + 12, order);
   const std::size_t header = (16 + fields + 7) / 8 * 8;
   if (header <= message->size()) {

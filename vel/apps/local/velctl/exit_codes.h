@@ -29,7 +29,7 @@ struct ExitMeaning {
 };
 
 inline constexpr ExitMeaning kExitMeanings[] = {
-    {kExitDone, "done", "done; also a watch that was interrupted, which is how it ends"},
+    {kExitDone, "done", "done; also a watch without a limit that was interrupted"},
     {kExitFailed, "failed", "a defect of velctl, or the system has run out of something"},
     {kExitUsage, "usage", "wrong command line, or wrong content of a file or standard input"},
     {kExitNoBus, "no-bus", "the message bus cannot be reached"},

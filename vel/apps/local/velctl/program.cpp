@@ -43,8 +43,8 @@ ExitCode report(const Output& output, const ParsedLine& line, const Failure& fai
   // A mistake on the line begins with the words of the line.
   constexpr std::string_view kProgram = "velctl: ";
   const std::string message = (line.mistake.empty() ? std::string(kProgram) : "") + text;
-  error["text"] = jsonText(message.rfind(kProgram, 0) == 0 ? message.substr(kProgram.size())
-                                                           : message);
+  error["text"] =
+      jsonText(message.rfind(kProgram, 0) == 0 ? message.substr(kProgram.size()) : message);
   Output::message(message);
   if (failure.code() != kExitOutputLost) {
     Json json = failure.known();
@@ -70,6 +70,7 @@ ExitCode run(const Output& output, const ParsedLine& line) {
     ::setenv("QXBUS_ADDRESS", line.bus->c_str(), 1);
   }
   Session session(output, line.timeout);
+  session.setBus(line.bus.value_or(""));
   Invocation invocation(*line.command, line.arguments, session);
   try {
     invocation.resolve();

@@ -154,9 +154,9 @@ Failure failureOf(const std::string& command, const CheckedLink& link) {
 qxbus::ServiceCheck checkWay(const Invocation& invocation) {
   return invocation.valueOf(invocation.session().await(
       {"examining the way to the service", std::chrono::ceil<std::chrono::seconds>(kCheckLimit)},
-      [] {
+      [bus = invocation.session().bus()] {
         return vel::Result<qxbus::ServiceCheck>(
-            qxbus::checkService(velprotocol::kServiceName, "", kCheckLimit));
+            qxbus::checkService(velprotocol::kServiceName, bus, kCheckLimit));
       }));
 }
 

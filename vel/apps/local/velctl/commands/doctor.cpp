@@ -47,7 +47,14 @@ CheckedLink checkCall(Invocation& invocation, const CheckedLink* broken) {
   if (broken) {
     return {kName, State::kSkipped, "because of " + broken->name, ""};
   }
-  const vel::Result<TimedCalls> calls = timeCalls(invocation);
+  vel::Result<TimedCalls> calls = TimedCalls();
+  try {
+    calls = timeCalls(invocation);
+  } catch (const TimeOver&) {
+    return wrong(kName, kExitNoReply,
+                 std::string(kTimedMethod) + ": no answer within the time of --timeout",
+                 "the service hangs: end it and start it; see the service's log");
+  }
   if (calls) {
     return {kName, State::kOk,
             std::string(kTimedMethod) + " is answered in " + durationText(calls->median), ""};

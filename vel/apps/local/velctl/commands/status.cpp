@@ -231,7 +231,16 @@ void showStatus(Invocation& invocation) {
     fail(invocation, status, failureOf("status", *wrong));
   }
   invocation.setMethod(kTimedMethod);
-  const vel::Result<TimedCalls> calls = timeCalls(invocation);
+  vel::Result<TimedCalls> calls = TimedCalls();
+  try {
+    calls = timeCalls(invocation);
+  } catch (const TimeOver&) {
+    status.service = "not answering";
+    fail(
+        invocation, status,
+        Failure(kExitNoReply, invocation.description() + ": no answer within the time of --timeout",
+                std::nullopt, kTimedMethod));
+  }
   if (!calls) {
     try {
       invocation.fail(calls.error());

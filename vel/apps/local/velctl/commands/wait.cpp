@@ -22,6 +22,7 @@ namespace {
 
 // The library looks for a service that has died; for one that never was there, nothing looks.
 constexpr std::chrono::milliseconds kRetryInterval{500};
+constexpr std::chrono::milliseconds kNewVmInterval{2000};
 
 // What has come meanwhile: a record of an event, or none when the service has gone or returned.
 template <typename Record>
@@ -119,8 +120,8 @@ Record waitFor(const Invocation& invocation, const std::string& text, const Sour
     } else if (!isAway(records.error().kind())) {
       invocation.check(records);
     }
-    const auto until =
-        records ? Session::Clock::time_point::max() : Session::Clock::now() + kRetryInterval;
+    // Events of a VM come to clients that have named it, and no event reports a new one.
+    const auto until = Session::Clock::now() + (records ? kNewVmInterval : kRetryInterval);
     for (;;) {
       const auto item = session.next(watch->news, progress, until);
       const bool isEvent = item && *item && watch->news.droppedBefore() == 0;
@@ -220,6 +221,19 @@ class PrinterSearch : public RecordSearch<vel::Printer> {
   explicit PrinterSearch(const Values& values)
       : printer_(values.optionalText("PRINTER")),
         status_(values.optionalNumber<std::int32_t>("--status")) {}
+
+  // A list has no printer that is gone.
+  std::optional<vel::Printer> findIn(const std::vector<vel::Printer>& printers) override {
+    std::optional<vel::Printer> found = RecordSearch::findIn(printers);
+    const bool isGoneWanted = status_ == vel::number(vel::DeviceStatus::kGone) && printer_;
+    const bool isThere =
+        std::any_of(printers.begin(), printers.end(),
+                    [this](const vel::Printer& printer) { return isNamed(printer, printer_); });
+    if (!found && isGoneWanted && !isThere) {
+      found.emplace().name = *printer_;
+    }
+    return found;
+  }
 
   bool isThat(const vel::Printer& printer) const override {
     return isNamed(printer, printer_) && (status_ ? vel::number(printer.status) == *status_

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/printable.h"
 #include "base/text.h"
 #include "vel/apps/local/velctl/commands/commands.h"
 #include "vel/apps/local/velctl/output/events.h"
@@ -26,6 +27,8 @@ using Events = Inbox<SeenEvent>;
 constexpr char kService[] = "service";
 // Between two looks for a service that is away.
 constexpr std::chrono::seconds kLookInterval{1};
+// A VM that comes while the service runs is found so often.
+constexpr std::chrono::seconds kLearnInterval{2};
 
 bool has(const std::vector<std::string>& texts, const std::string& text) {
   return std::find(texts.begin(), texts.end(), text) != texts.end();
@@ -169,6 +172,10 @@ class Watch {
     } catch (const Interrupted&) {
       // The event in hand is lost as well.
       noteDropped(arrivals_->events().remaining() + (isWriting_ ? 1 : 0));
+      // The events that the user waits for have not come.
+      if (limit_) {
+        throw;
+      }
     } catch (const OutputClosed&) {
       // As good an end as any.
     } catch (const TimeOver&) {
@@ -201,15 +208,25 @@ class Watch {
   }
 
   void next() {
-    const auto seen = invocation_.session().next(
-        arrivals_->events(), isServiceThere_ ? idle_ : *progress_,
-        isServiceThere_ ? Clock::time_point::max() : Clock::now() + kLookInterval);
+    const auto seen =
+        invocation_.session().next(arrivals_->events(), isServiceThere_ ? idle_ : *progress_,
+                                   isServiceThere_ ? nextLearning_ : Clock::now() + kLookInterval);
     if (seen) {
       noteDropped(arrivals_->events().droppedBefore());
       take(*seen);
-    } else {
+    } else if (!isServiceThere_) {
       lookForService();
     }
+    if (isServiceThere_ && Clock::now() >= nextLearning_) {
+      nextLearning_ = Clock::now() + kLearnInterval;
+      learnNewVms();
+    }
+  }
+
+  // The service reports events of a VM to clients that have named it, and no event a new VM.
+  void learnNewVms() const {
+    static_cast<void>(invocation_.session().call(
+        {}, [named = filter_.vms](const vel::Client& client) { return learnFrom(client, named); }));
   }
 
   // After a death the connection brings the return as an event.
@@ -227,7 +244,11 @@ class Watch {
       return;
     }
     if (const auto* const event = std::get_if<vel::DeviceEvent>(&seen.event)) {
-      devices_[event->device.number.value()] = event->device;
+      if (event->device.status == vel::DeviceStatus::kGone) {
+        devices_.erase(event->device.number.value());
+      } else {
+        devices_[event->device.number.value()] = event->device;
+      }
     } else if (const auto* const diagnosis = std::get_if<vel::DiagnosisEvent>(&seen.event)) {
       seen.device = deviceOf(diagnosis->id);
     } else if (const auto* const result = std::get_if<vel::NewDeviceEvent>(&seen.event)) {
@@ -281,6 +302,10 @@ class Watch {
       // A service that has died meanwhile reports that as an event.
       const bool isAbsent = !absenceIn(learned.error()).empty() || !isThere();
       if (isAbsent) {
+        return;
+      }
+      if (hasLearned_) {
+        output().note(base::printable(learned.error().message()));
         return;
       }
       invocation_.fail(learned.error());
@@ -353,6 +378,7 @@ class Watch {
   const std::shared_ptr<Arrivals> arrivals_;
   std::uint32_t count_ = 0;
   bool isServiceThere_ = true;
+  Clock::time_point nextLearning_ = Clock::now() + kLearnInterval;
   bool hasDied_ = false;
   bool hasLearned_ = false;
   bool isWriting_ = false;
@@ -408,7 +434,8 @@ std::vector<Command> watchCommands() {
         {"watch --exec 'jq -r .name >> names'", "Hand each event to a command"}},
        "An interrupt, a closed pipe and --timeout end a watch with exit status 0; with --once or "
        "--limit,\n"
-       "--timeout ends it with exit status 5. When the service is gone, the watch says so and goes "
+       "an interrupt ends it with exit status 130 and --timeout with 5. When the service is gone, "
+       "the watch says so and goes "
        "on with the\n"
        "next. This counts as an event for --once and --limit only with --kind service.\n"
        "\n"

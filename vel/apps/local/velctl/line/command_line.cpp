@@ -56,7 +56,8 @@ std::string listed(std::string name, const std::string& meaning, std::size_t col
 }
 
 std::string footer() {
-  std::string text = "Data goes to standard output, messages go to standard error.\n\nEnvironment:\n";
+  std::string text =
+      "Data goes to standard output, messages go to standard error.\n\nEnvironment:\n";
   for (const EnvironmentVariable& variable : kEnvironment) {
     text += listed(std::string(variable.name), std::string(variable.meaning), 18);
   }
@@ -190,7 +191,8 @@ class Parser {
     const CLI::App* const outer = app.get_parent();
     std::string help = app.help(outer ? pathOf(*outer) : "");
     if (outer) {
-      help += globalHelp();
+      help.resize(help.find_last_not_of('\n') + 1);
+      help += '\n' + globalHelp();
     }
     return help;
   }
@@ -326,6 +328,9 @@ std::string mistakeOf(const CLI::App& app, std::vector<std::string> unknown,
   // It marks the end of the options, and was understood.
   unknown.erase(std::remove(unknown.begin(), unknown.end(), "--"), unknown.end());
   const bool isOption = !unknown.empty() && unknown.front().rfind('-', 0) == 0;
+  if (isOption && has(optionsOf(app), unknown.front())) {
+    return unknown.front() + " must stand behind the command";
+  }
   if (isOption) {
     return "unknown option " + printableLines(unknown.front()) +
            suggestion(unknown.front(), optionsOf(app));
@@ -346,7 +351,7 @@ const std::vector<Parameter>& globalOptions() {
       flag("--json", "Write data as JSON, one object per line"),
       flag("--quiet", "Write data and errors only"),
       thing(Kind::kSeconds, "--timeout", "Give up after so many seconds"),
-      thing(Kind::kText, "--bus", "Address of the bus, as in QXBUS_ADDRESS"),
+      thing(Kind::kText, "--bus", "Address of the bus, as in QXBUS_ADDRESS").notEmpty(),
       flag("--verbose", "Log every step of the library, not only errors").withLetter("-v"),
   };
   return options;
@@ -421,8 +426,11 @@ ParsedLine parseLine(const std::vector<std::string>& arguments) {
   }
   const Arguments& global = parser.global();
   // A mistake may come before the parser has reached them.
-  line.isJson = has(arguments, "--json");
-  line.isQuiet = has(arguments, "--quiet");
+  const auto isGiven = [&](const char* option) {
+    return global.count(option) != 0 || (!line.mistake.empty() && has(arguments, option));
+  };
+  line.isJson = isGiven("--json");
+  line.isQuiet = isGiven("--quiet");
   line.isVerbose = global.count("--verbose") != 0;
   if (const auto timeout = global.find("--timeout"); timeout != global.end()) {
     constexpr double kMsPerSecond = 1000;

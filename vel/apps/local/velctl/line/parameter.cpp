@@ -289,8 +289,8 @@ std::string mistakeIn(const Parameter& parameter, const std::string& text) {
     case Kind::kJoystick:
     case Kind::kMapping: {
       // Anything else is a name, but a number that is too large, or negative, is a slip.
-      const bool isNumber =
-          text.find_first_not_of("0123456789", text.front() == '-' ? 1 : 0) == std::string::npos;
+      const std::size_t first = !text.empty() && text.front() == '-' ? 1 : 0;
+      const bool isNumber = text.find_first_not_of("0123456789", first) == std::string::npos;
       mistake = text.empty() || (isNumber && !numberIn(parameter, text))
                     ? shown + " must be a number from 0 to " + std::to_string(parameter.most) +
                           ", decimal or 0x..., or a name"

@@ -16,7 +16,7 @@ std::string_view wordIn(const std::optional<velprotocol::Legend>& legend, std::i
 
 Style styleOf(std::string_view word) {
   constexpr std::string_view kGood[] = {"attached", "allowed", "fine", "running"};
-  constexpr std::string_view kBad[] = {"forbidden", "denied", "fault", "out-of-paper",
+  constexpr std::string_view kBad[] = {"forbidden", "denied",     "fault",  "out-of-paper",
                                        "paper-jam", "out-of-ink", "offline"};
   const auto has = [word](const auto& words) {
     return std::find(std::begin(words), std::end(words), word) != std::end(words);
@@ -80,9 +80,12 @@ Cell cellOf(const Member& member, const Json& value) {
     case Type::kMeaning: {
       const auto number = value.get<std::int64_t>();
       const std::string_view word = wordIn(member.legend, number);
-      return word.empty() ? Cell(std::to_string(number))
-                          : Cell(std::string(word) + " (" + std::to_string(number) + ")",
-                                 styleOf(word));
+      Cell cell = word.empty() ? Cell(std::to_string(number))
+                               : Cell(std::string(word) + " (" + std::to_string(number) + ")",
+                                      styleOf(word));
+      // The number is at its end.
+      cell.isWhole = true;
+      return cell;
     }
     case Type::kVm:
       return vmText(value);

@@ -58,7 +58,7 @@ void measure(const Table::Row& row, bool isHeading, std::vector<Column>* columns
     column.width = std::max(column.width, width);
     if (isHeading) {
       column.least = std::max(column.least, width);
-    } else if (!row[i].text.empty() && !isNumber(row[i].text)) {
+    } else if (!row[i].text.empty() && !row[i].isWhole && !isNumber(row[i].text)) {
       column.hasTexts = true;
     }
   }

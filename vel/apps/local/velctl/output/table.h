@@ -17,6 +17,7 @@ enum class Style { kPlain, kHeading, kGood, kWarning, kBad, kFaint };
 struct Cell {
   std::string text;  // printable already
   Style style = Style::kPlain;
+  bool isWhole = false;  // never cut, as a number
 
   // NOLINTBEGIN(google-explicit-constructor): rows are lists of texts.
   Cell(std::string given) : text(std::move(given)) {}

@@ -11,6 +11,7 @@
 
 #include "base/pipe.h"
 #include "base/spawning.h"
+#include "vel/apps/local/velctl/output/printable_json.h"
 #include "vel/apps/local/velctl/output/text_forms.h"
 
 namespace velctl {
@@ -59,7 +60,9 @@ void EventCommand::run(const Json& event) const {
   }
   // Shared, because functions are copied.
   const auto input = std::make_shared<base::Descriptor>(std::move(pipe.writeEnd));
-  const std::string text = event.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
+  // The command may show it on the terminal.
+  const std::string text =
+      printableJson(event.dump(-1, ' ', false, Json::error_handler_t::replace)) + '\n';
   const auto end = session_.await({}, [input, text, pid = *pid]() -> vel::Result<int> {
     writeAll(*input, text);
     *input = base::Descriptor();

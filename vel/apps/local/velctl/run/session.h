@@ -65,6 +65,9 @@ class Session {
 
   const Output& output() const { return output_; }
   std::optional<std::chrono::milliseconds> timeout() const { return timeout_; }
+  // The address of --bus; empty without it.
+  const std::string& bus() const { return bus_; }
+  void setBus(const std::string& address) { bus_ = address; }
 
   // Calls a function when the command is to stop, on another thread, at once if it is already;
   // until the result ends.
@@ -138,6 +141,7 @@ class Session {
 
   const Output& output_;
   const std::optional<std::chrono::milliseconds> timeout_;
+  std::string bus_;
   const Clock::time_point deadline_;
   mutable platform::Mutex mutex_;
   Stop stopped_ QX_GUARDED_BY(mutex_) = Stop::kNone;
