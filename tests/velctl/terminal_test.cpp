@@ -211,5 +211,42 @@ TEST_F(TerminalTest, ProgressOfADiagnosisHasALineOfItsOwn) {
   EXPECT_EQ(diagnose.wait().status, velctl::kExitDone);
 }
 
+// A table as wide as the terminal: names are cut, numbers and their meanings are not.
+TEST_F(TerminalTest, ATableFitsTheTerminal) {
+  service().answer(
+      "getDeviceList",
+      qxbus::Values{std::int32_t{2},
+                    deviceBlock(12, 2, 1, 0, "前面摄像头 with a wide and long name", ""),
+                    deviceBlock(7, 1, 0, 0, "Tablet", "")});
+  struct Row {
+    const char* columns;
+    std::string shown;
+  };
+  const std::string wide =
+      "NUMBER  STATUS         POLICY       VM  NAME\r\n"
+      "12      attached (2)   allowed (1)  -   前面摄像头 with a wide and long name\r\n"
+      "7       available (1)  none (0)     -   Tablet\r\n";
+  const std::string narrow =
+      "NUMBER  STATUS         POLICY       VM  NAME\r\n"
+      "12      attached (2)   allowed (1)  -   前面摄像头 wit…\r\n"
+      "7       available (1)  none (0)     -   Tablet\r\n";
+  const std::string narrowest =
+      "NUMBER  STATUS         POLICY       VM  NAME\r\n"
+      "12      attached (2)   allowed (1)  -   前面摄…\r\n"
+      "7       available (1)  none (0)     -   Tablet\r\n";
+  for (const Row& row : {Row{"120", wide}, Row{"55", narrow}, Row{"40", narrowest}}) {
+    SCOPED_TRACE(row.columns);
+    Terminal own;
+    Process::Options list = onTerminal(own, {"device", "list"}, ">\"$TERMINAL\"");
+    list.environment["COLUMNS"] = row.columns;
+    list.environment["NO_COLOR"] = "1";
+
+    EXPECT_EQ(processes::run(list).status, velctl::kExitDone);
+
+    EXPECT_TRUE(shows(own, "Tablet\r\n"));
+    EXPECT_EQ(own.text(), row.shown);
+  }
+}
+
 }  // namespace
 }  // namespace velctl_tests
