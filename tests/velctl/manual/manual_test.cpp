@@ -30,7 +30,9 @@ TEST(ManualTest, IsThePageInTheFolderOfDocuments) {
 TEST(ManualTest, ShowsEachCommandExampleAndExitStatus) {
   processes::Process::Options options;
   options.command = {"man", "-l", VELCTL_MANUAL};
-  options.environment = {{"MANWIDTH", "1000"}, {"LC_ALL", "C.UTF-8"}, {"MANPAGER", "cat"},
+  options.environment = {{"MANWIDTH", "1000"},
+                         {"LC_ALL", "C.UTF-8"},
+                         {"MANPAGER", "cat"},
                          {"MAN_KEEP_FORMATTING", ""}};
   const processes::Finished page = processes::run(options);
   if (page.status == 127) {

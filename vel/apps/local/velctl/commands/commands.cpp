@@ -11,8 +11,7 @@ constexpr Commands* kCommands[] = {
     &statusCommands,  &doctorCommands,         &waitCommands,      &watchCommands,
     &vmCommands,      &deviceCommands,         &newDeviceCommands, &policyCommands,
     &printerCommands, &sharedPrinterCommands,  &queueCommands,     &joystickCommands,
-    &penCommands,     &serviceCommandCommands, &serviceCommands,
-    &velctlCommands,
+    &penCommands,     &serviceCommandCommands, &serviceCommands,   &velctlCommands,
 };
 
 }  // namespace

@@ -167,8 +167,8 @@ std::vector<Command> doctorCommands() {
        action,
        {{"doctor", "Examine everything but the pen port"},
         {"doctor --pen-port /tmp/pen", "The pen port, too"}},
-       "Each link is ok, wrong, or skipped because of an earlier one. Of the first one that is\n"
-       "wrong the exit status tells the kind; 0: nothing is wrong.\n"
+       "Each link is ok, wrong, or skipped because of an earlier one. The exit status is that of\n"
+       "the first one that is wrong; 0: nothing is wrong.\n"
        "\n"
        "  address     where the bus, or the service, is to be found\n"
        "  socket      the file that the address names is a socket\n"

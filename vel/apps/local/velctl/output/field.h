@@ -18,7 +18,7 @@ namespace velctl {
 enum class Type {
   kText,
   kInteger,
-  kLong,     // 64 bits: a text in JSON
+  kLong,  // 64 bits: a text in JSON
   kBoolean,
   kMeaning,  // an integer; a second member NAMEName has its word, or null
   kVm,       // two members: vm, a name or null, and vmNumber

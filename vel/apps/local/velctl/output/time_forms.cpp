@@ -9,14 +9,13 @@ namespace {
 std::string milliseconds(std::chrono::system_clock::time_point time) {
   using Milliseconds = std::chrono::milliseconds;
   constexpr Milliseconds::rep kPerSecond = 1000;
-  const auto rest =
-      std::chrono::floor<Milliseconds>(time).time_since_epoch().count() % kPerSecond;
+  const auto rest = std::chrono::floor<Milliseconds>(time).time_since_epoch().count() % kPerSecond;
   return '.' + std::to_string(kPerSecond + rest).substr(1);
 }
 
 std::string formatted(std::chrono::system_clock::time_point time, const char* format) {
-  const std::time_t seconds = std::chrono::system_clock::to_time_t(
-      std::chrono::floor<std::chrono::seconds>(time));
+  const std::time_t seconds =
+      std::chrono::system_clock::to_time_t(std::chrono::floor<std::chrono::seconds>(time));
   std::tm local = {};
   ::localtime_r(&seconds, &local);
   char text[64] = {};

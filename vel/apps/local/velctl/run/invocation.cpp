@@ -99,9 +99,7 @@ Invocation::Invocation(const Command& command, const Arguments& arguments, Sessi
   const Action& action = command.action;
   const bool isBySource = !action.methodBySource.empty() && arguments.count("--source") != 0;
   const bool isLocal = !action.methodOfLocal.empty() && arguments.count("--local") != 0;
-  setMethod(isBySource ? action.methodBySource
-            : isLocal  ? action.methodOfLocal
-                       : action.method);
+  setMethod(isBySource ? action.methodBySource : isLocal ? action.methodOfLocal : action.method);
 }
 
 // --- The request ---------------------------------------------------------------------------------

@@ -1,4 +1,4 @@
-// The end of whoever reads the output.
+// The end of the program that reads the output.
 
 #ifndef VEL_APPS_LOCAL_VELCTL_RUN_OUTPUT_END_H
 #define VEL_APPS_LOCAL_VELCTL_RUN_OUTPUT_END_H
@@ -11,7 +11,7 @@
 
 namespace velctl {
 
-// While it lives, writing to a pipe that nobody reads fails with EPIPE instead of ending the
+// While it lives, writing to a pipe that has no reader fails with EPIPE instead of ending the
 // process, and such a pipe is noticed also while nothing is written.
 class OutputEnd {
  public:

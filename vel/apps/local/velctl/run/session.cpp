@@ -25,8 +25,8 @@ Session::StopListener::~StopListener() {
 }
 
 void Session::stopWithOutput() {
-  outputEnd_ = std::make_unique<OutputEnd>(output_.descriptor(),
-                                           [this] { stop(Stop::kOutputClosed); });
+  outputEnd_ =
+      std::make_unique<OutputEnd>(output_.descriptor(), [this] { stop(Stop::kOutputClosed); });
 }
 
 void Session::stop(Stop reason) {

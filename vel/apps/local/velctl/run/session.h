@@ -124,7 +124,7 @@ class Session {
     return background.task().get();
   }
 
-  // From now on the command also stops when nobody reads its data any longer: next() throws
+  // From now on the command also stops when its data has no reader any longer: next() throws
   // OutputClosed then.
   void stopWithOutput();
 
