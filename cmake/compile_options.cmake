@@ -31,6 +31,13 @@ if(VELPROXY_SANITIZE)
   endif()
 endif()
 if(VELPROXY_COVERAGE)
-  target_compile_options(velproxy_options INTERFACE --coverage -fprofile-update=atomic)
-  add_link_options(--coverage)
+  if(NOT CMAKE_CXX_COMPILER_ID MATCHES Clang)
+    message(FATAL_ERROR "VELPROXY_COVERAGE needs clang++")
+  endif()
+  # The last option lets a process that is killed leave its counters: scripts/coverage maps them to a
+  # file.
+  target_compile_options(velproxy_options INTERFACE
+    -fprofile-instr-generate -fcoverage-mapping -fprofile-update=atomic
+    "SHELL:-mllvm -runtime-counter-relocation")
+  add_link_options(-fprofile-instr-generate)
 endif()
