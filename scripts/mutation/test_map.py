@@ -1,6 +1,7 @@
 """Which test executes which line, in which program."""
 
 import bisect
+import hashlib
 import os
 import pickle
 import re
@@ -19,10 +20,11 @@ class Map:
     seconds  test -> its time
     broken   tests that fail without a mutant
     lines    file -> line -> [(test, program)...]
+    sums     file -> check sum of its content, by which a later run knows whether its lines have moved
     """
 
-    def __init__(self, seconds, broken, lines):
-        self.seconds, self.broken, self.lines = seconds, broken, lines
+    def __init__(self, seconds, broken, lines, sums):
+        self.seconds, self.broken, self.lines, self.sums = seconds, broken, lines, sums
 
     @staticmethod
     def gather(tree, name, test):
@@ -50,19 +52,29 @@ class Map:
         for file in os.listdir(directory):
             if file.endswith(".blocks"):
                 os.remove(os.path.join(directory, file))
-        gathered = Map(seconds, broken, lines)
+        gathered = Map(seconds, broken, lines, {file: _sum(tree, file) for file in lines})
         with open(os.path.join(tree.directory, "executed", name + ".map"), "wb") as file:
             pickle.dump(gathered, file)
         return gathered
 
     @staticmethod
     def load(tree, name):
-        """None if there is none yet."""
+        """None if there is none yet, or if the sources have changed since."""
         try:
             with open(os.path.join(tree.directory, "executed", name + ".map"), "rb") as file:
-                return pickle.load(file)
+                loaded = pickle.load(file)
         except FileNotFoundError:
             return None
+        same = all(_sum(tree, file) == sum for file, sum in loaded.sums.items())
+        return loaded if same else None
+
+
+def _sum(tree, file):
+    try:
+        with open(os.path.join(tree.source, file), "rb") as content:
+            return hashlib.sha1(content.read()).hexdigest()
+    except FileNotFoundError:
+        return ""
 
 
 def _lines(tree, directory, test_names):
@@ -93,14 +105,14 @@ def _lines_of_blocks(tree, directory, program):
     in_order = [addresses[number] for number in order]
     found = {}
     path = os.path.join(tree.build, tree.program_path(program))
-    for address, name, line in _rows(path, tree.source):
+    for address, name, line in rows(path, tree.source):
         at = bisect.bisect_right(in_order, address) - 1
         if at >= 0:
             found.setdefault(order[at], set()).add((name, line))
     return found
 
 
-def _rows(program, source):
+def rows(program, source):
     """(address, file, line) of the lines in the sources."""
     dump = subprocess.Popen(["llvm-dwarfdump", "--debug-line", program], stdout=subprocess.PIPE,
                             text=True, errors="replace")

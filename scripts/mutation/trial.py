@@ -10,6 +10,8 @@ import subprocess
 import tempfile
 import time
 
+from test_map import rows
+
 # Tests that take together no longer than this are run first, of each program.
 QUICK_S = 2.0
 # Time limit of tests: their measured time, times a factor for a busy machine, and as much again for
@@ -37,7 +39,7 @@ class Trial:
         self.folder = tempfile.mkdtemp(prefix="vm", dir="/tmp")
         # Some tests run programs as another user.
         os.chmod(self.folder, 0o755)
-        self.originals = {}
+        self.lines_with_code = {}
         # Processes that tests leave behind become children of this one, which ends them.
         ctypes.CDLL(None).prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0)
 
@@ -47,47 +49,45 @@ class Trial:
     # --- Tests of a mutant -------------------------------------------------------------------------
 
     def tests_of(self, mutant):
-        """(program of tests, test) -> the programs that execute the place, or None for the whole file
-        when no code belongs to the place."""
+        """(program of tests, test) -> the programs that execute the place."""
         first, last = mutant.statement
         for lines in ([mutant.line], range(first, last + 1)):
-            found, has_code = {}, False
-            for name, gathered in self.maps.items():
-                of_file = gathered.lines.get(mutant.file, {})
-                for line in lines:
-                    has_code = has_code or line in of_file
-                    for test, program in of_file.get(line, ()):
-                        found.setdefault((name, test), set()).add(program)
+            found, has_code = self.that_execute(mutant.file, lines)
             if has_code:
                 return found
-        if self.has_code_in_range(mutant):
+        if self.has_code(mutant.file, range(first, last + 1)):
             return {}
-        found = {}
-        for name, gathered in self.maps.items():
-            for executed in gathered.lines.get(mutant.file, {}).values():
-                for test, program in executed:
-                    found.setdefault((name, test), set()).add(program)
+        # A constant, or a declaration: whatever executes the file, or a source that includes it.
+        found, has_code = self.that_execute(mutant.file, None)
+        if not has_code:
+            for each in self.tree.dependents(mutant.file):
+                source = os.path.relpath(self.tree.compile_command(each)[-1], self.tree.source)
+                for test, programs in self.that_execute(source, None)[0].items():
+                    found.setdefault(test, set()).update(programs)
         return found
 
-    def has_code_in_range(self, mutant):
-        """Whether the compiler makes code for the statement, which no test executes."""
-        path = os.path.join(self.tree.source, mutant.file)
-        if not mutant.file.endswith(".cpp"):
+    def that_execute(self, file, lines):
+        """As tests_of(), for lines or a whole file; and whether these lines are known to be code."""
+        found, has_code = {}, False
+        for name, gathered in self.maps.items():
+            of_file = gathered.lines.get(file, {})
+            for line in of_file.keys() if lines is None else lines:
+                has_code = has_code or line in of_file
+                for test, program in of_file.get(line, ()):
+                    found.setdefault((name, test), set()).add(program)
+        return found, has_code
+
+    def has_code(self, file, lines):
+        """Whether the compiler makes code for the lines of a source, which no test executes."""
+        if not file.endswith(".cpp"):
             return False
-        if mutant.file not in self.originals:
-            lines = set()
+        if file not in self.lines_with_code:
             output = os.path.join(self.folder, "lines.o")
-            words = self.command(self.tree.object_of(mutant.file), path, output, ["-gline-tables-only"])
-            self.run(words, 300)
-            dump = subprocess.run(["llvm-dwarfdump", "--debug-line", output], stdout=subprocess.PIPE,
-                                  text=True, errors="replace", check=False).stdout
-            for text in dump.splitlines():
-                words = text.split()
-                if text.startswith("0x"):
-                    lines.add(int(words[1]))
-            self.originals[mutant.file] = lines
-        first, last = mutant.statement
-        return any(line in self.originals[mutant.file] for line in range(first, last + 1))
+            self.run(self.command(self.tree.object_of(file), os.path.join(self.tree.source, file),
+                                  output, ["-gline-tables-only"]), 300)
+            self.lines_with_code[file] = {line for _, of, line in rows(output, self.tree.source)
+                                          if of == file}
+        return any(line in self.lines_with_code[file] for line in lines)
 
     def plan(self, found):
         """[(program of tests, [test...], programs to link, seconds)...]: quick tests first."""
@@ -189,6 +189,13 @@ class Trial:
             compiled[original] = output
             if mutant.kind == "lock" and not self.run(self.checked(original, path), 300):
                 return "noticed", "the compiler's check of locks"
+        else:
+            dependents = [each for each in self.tree.dependents(mutant.file) if "/tests/" not in each
+                          and not each.startswith("tests/")]
+            if dependents and not self.run(
+                    self.command(dependents[0], self.tree.compile_command(dependents[0])[-1],
+                                 os.path.join(self.folder, "mutant.o"), []), 300):
+                return "not compiled", ""
         found = self.tests_of(mutant)
         if not found:
             return self.survived(mutant, path, "no test executes the line")

@@ -6,9 +6,13 @@
 #include <functional>
 #include <future>
 #include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
 
 #include <QCoreApplication>
 #include <QEventLoop>
+#include <QTabletEvent>
 #include <QThread>
 #include <QTimer>
 
@@ -190,6 +194,12 @@ TEST_F(QtTest, AnExecutorThatWasNeverUsedLeavesNothing) {
   loop.run([] {});
 }
 
+TEST_F(QtTest, AnExecutorThatEndsInItsLoopLeavesNothing) {
+  LoopThread loop;
+  loop.run([&] { const vel::Executor executor = vel::on(loop.thread()); });
+  loop.run([] {});
+}
+
 TEST_F(QtTest, ATaskCallsBackInTheLoop) {
   bus.answer("searchAllPrinter", Reply().string("P1"));
   const QObject object;
@@ -200,6 +210,34 @@ TEST_F(QtTest, ATaskCallsBackInTheLoop) {
 
   EXPECT_TRUE(loopUntil([&] { return !found.empty(); }));
   EXPECT_EQ(found, "P1");
+}
+
+// --- Events of Qt -------------------------------------------------------------------------------
+
+TEST_F(ClientTest, APenEventIsWrittenAtItsOwnPositionOrAtAnother) {
+  std::vector<Bytes> frames;
+  client.openPort("space.port.2", true,
+                  [&](const std::string&, unsigned int length, unsigned char* bytes) {
+                    frames.push_back(bytesOf(bytes, length));
+                    return 0U;
+                  });
+  // The far end gives the pen its device number.
+  ASSERT_TRUE(client.receivePortData("space.port.2", {0x27, 5, 0x35, 8, 0, 0, 0, 0}));
+  QTabletEvent event(QEvent::TabletMove, QPointF(30, 40), QPointF(), QTabletEvent::Stylus,
+                     QTabletEvent::Pen, 0, 0, 0, 0, 0, 0, Qt::NoModifier, 1, Qt::LeftButton,
+                     Qt::LeftButton);
+
+  EXPECT_TRUE(client.sendPen(event));
+  EXPECT_TRUE(client.sendPen(event, 7, 8));
+  EXPECT_TRUE(client.sendPen(event, std::nullopt, 9));
+
+  std::vector<std::pair<int, int>> positions;
+  for (const Bytes& frame : frames) {
+    // The packet begins at 20; its position is at 50.
+    positions.emplace_back(frame.at(20 + 50), frame.at(20 + 54));
+  }
+  EXPECT_THAT(positions,
+              testing::ElementsAre(std::pair(30, 40), std::pair(7, 8), std::pair(30, 9)));
 }
 
 }  // namespace

@@ -340,6 +340,38 @@ TEST_F(SubscriptionsTest, AnExceptionOfOneIsLoggedAndSkipsNoOther) {
 
 // --- The other kinds of events ------------------------------------------------------------------
 
+TEST_F(SubscriptionsTest, TwoExceptionsSkipNoOther) {
+  const auto throwing = [](const vel::DeviceEvent&) { throw std::runtime_error("of the client"); };
+  const auto first = client.onDevice(throwing);
+  const auto second = client.onDevice(throwing);
+  const auto noted = client.onDevice(noteName());
+
+  emitDevice("Camera");
+
+  EXPECT_THAT(names, ElementsAre("Camera"));
+  EXPECT_EQ(log.errors().size(), 1U);
+}
+
+TEST_F(SubscriptionsTest, OneThatHasNotBegunHasEnded) {
+  vel::Subscription none;
+
+  none.stop();
+
+  EXPECT_TRUE(none.end());
+  EXPECT_TRUE(none.outcome());
+  EXPECT_FALSE(none);
+}
+
+TEST_F(SubscriptionsTest, OneThatIsAssignedToItselfGoesOn) {
+  vel::Subscription subscription = client.onDevice(noteName());
+  vel::Subscription& same = subscription;
+
+  subscription = std::move(same);
+  emitDevice("Camera");
+
+  EXPECT_THAT(names, ElementsAre("Camera"));
+}
+
 TEST_F(SubscriptionsTest, APrinterEventHasItsPrinter) {
   std::vector<vel::PrinterEvent> events;
   const auto noted = client.onPrinter([&](const vel::PrinterEvent& e) { events.push_back(e); });

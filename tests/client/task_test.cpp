@@ -1,8 +1,13 @@
 // Operations on threads of their own.
 
 #include <atomic>
+#include <cstdio>
+#include <cstdlib>
 #include <stdexcept>
 #include <thread>
+
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include "tests/client/client_test.h"
 
@@ -66,6 +71,8 @@ TEST_F(TaskTest, CancellingReportsWhyTheServiceHasNotStopped) {
   bus.answer("stopSearchSharePrinter", Reply::error("no"));
   EXPECT_EQ(task.cancel().error().message(), "stopSearchSharePrinter: no");
   bus.answer("stopSearchSharePrinter", Reply::error("late", MESSAGE_TYPE_NO_REPLY));
+  EXPECT_EQ(task.cancel().error().kind(), vel::ErrorKind::kNoReply);
+  bus.answer("stopSearchSharePrinter", Reply::error("gone", MESSAGE_TYPE_DISCONNECTED));
   EXPECT_EQ(task.cancel().error().kind(), vel::ErrorKind::kNoReply);
   bus.setRegistered(false);
   EXPECT_EQ(task.cancel().error().kind(), vel::ErrorKind::kNoService);
@@ -227,6 +234,34 @@ TEST_F(TaskTest, AReplyWithoutAStatusDoesNotConfirmThatTheSearchHasStopped) {
   EXPECT_EQ(task.cancel().error().kind(), vel::ErrorKind::kBadReply);
 
   search.open();
+}
+
+TEST_F(TaskTest, MayBeDetachedTwice) {
+  search.open();
+  Search task = client.startSharedPrinterSearch("10.0.0.7");
+
+  task.detach();
+  task.detach();
+
+  EXPECT_TRUE(task.get());
+}
+
+TEST_F(TaskTest, FailsWhenTheSystemHasNoThreadLeft) {
+  GTEST_FLAG_SET(death_test_style, "fast");
+  const auto startWithoutThreads = [this] {
+    // The superuser's processes are not limited.
+    const rlimit none = {0, 0};
+    if ((::geteuid() == 0 && ::setuid(65534) != 0) || ::setrlimit(RLIMIT_NPROC, &none) != 0) {
+      std::_Exit(2);
+    }
+    const Search task = client.startSharedPrinterSearch("10.0.0.7");
+    const bool hasFailed =
+        task.isReady() && !task.get() && task.get().error().kind() == vel::ErrorKind::kNoThread;
+    std::fputs(hasFailed ? task.get().error().message().c_str() : "a thread", stderr);
+    std::_Exit(hasFailed && bus.requests().empty() ? 0 : 1);
+  };
+
+  EXPECT_EXIT(startWithoutThreads(), testing::ExitedWithCode(0), "thread");
 }
 
 }  // namespace

@@ -91,8 +91,16 @@ TEST(NumbersTest, AreOrderedAndMayBeKeys) {
     order.push_back(position);
   }
   EXPECT_THAT(order, ElementsAre(1, 2, 3));
+  EXPECT_TRUE((vel::UsbId{1, 2}) == (vel::UsbId{1, 2}));
+  EXPECT_TRUE((vel::UsbId{1, 2}) != (vel::UsbId{2, 2}));
+  EXPECT_TRUE((vel::UsbId{1, 2}) != (vel::UsbId{1, 3}));
   const std::unordered_set<vel::UsbId> hashed = {{1, 2}, {2, 1}, {1, 2}};
   EXPECT_EQ(hashed.size(), 2U);
+}
+
+TEST(ErrorKindTest, HasANameForPeople) {
+  EXPECT_EQ(vel::nameOf(vel::ErrorKind::kNoThread), "no thread");
+  EXPECT_EQ(vel::nameOf(static_cast<vel::ErrorKind>(1000)), "") << "of a later version";
 }
 
 }  // namespace
