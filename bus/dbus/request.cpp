@@ -10,11 +10,6 @@ namespace qxbus {
 Request::Request(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 Request::Request(Request&&) noexcept = default;
 
-Request& Request::operator=(Request&& other) noexcept {
-  std::swap(impl_, other.impl_);
-  return *this;
-}
-
 Request::~Request() {
   if (impl_) {
     fail(impl_->method + " was not answered");

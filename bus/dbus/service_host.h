@@ -27,7 +27,6 @@ class Request {
   struct Impl;
   explicit Request(std::unique_ptr<Impl> impl);
   Request(Request&&) noexcept;
-  Request& operator=(Request&&) noexcept;
   ~Request();
 
   const std::string& method() const;

@@ -23,7 +23,6 @@ class Worker::Queue {
  public:
   void run() {
     platform::MutexLock lock(mutex_);
-    thread_ = std::this_thread::get_id();
     for (;;) {
       while (!isStopped_ && tasks_.empty()) {
         changed_.wait(lock);
@@ -33,14 +32,11 @@ class Worker::Queue {
       }
       std::function<void()> task = std::move(tasks_.front());
       tasks_.pop_front();
-      isRunning_ = true;
       lock.unlock();
       task();
       // The task's captures, too, are destroyed outside the lock.
       task = nullptr;
       lock.lock();
-      isRunning_ = false;
-      idle_.notifyAll();
     }
   }
 
@@ -63,21 +59,11 @@ class Worker::Queue {
     changed_.notifyOne();
   }
 
-  void waitForTask() {
-    platform::MutexLock lock(mutex_);
-    while (isRunning_ && thread_ != std::this_thread::get_id()) {
-      idle_.wait(lock);
-    }
-  }
-
  private:
   platform::Mutex mutex_;
   platform::Condition changed_;
-  platform::Condition idle_;
   std::deque<std::function<void()>> tasks_ QX_GUARDED_BY(mutex_);
-  std::thread::id thread_ QX_GUARDED_BY(mutex_);
   bool hadTask_ QX_GUARDED_BY(mutex_) = false;
-  bool isRunning_ QX_GUARDED_BY(mutex_) = false;
   bool isStopped_ QX_GUARDED_BY(mutex_) = false;
 };
 
@@ -96,11 +82,6 @@ void Worker::post(std::function<void()> task) {
   if (queue_->post(std::move(task)) && start_) {
     start_([queue = queue_] { queue->run(); });
   }
-}
-
-void Worker::finish() {
-  queue_->stop();
-  queue_->waitForTask();
 }
 
 }  // namespace qxbus

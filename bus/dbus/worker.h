@@ -33,10 +33,6 @@ class Worker {
 
   void post(std::function<void()> task);
 
-  // Drops the tasks that have not begun and takes no more; waits for the task that is running,
-  // unless called from inside it.
-  void finish();
-
  private:
   class Queue;
   std::shared_ptr<Queue> queue_;

@@ -143,11 +143,6 @@ void Loop::finish(Wait* wait) {
   lastTurn_ = Clock::now();
 }
 
-bool Loop::isFinished(const Wait& wait) const {
-  const platform::MutexLock lock(mutex_);
-  return wait.isDone_;
-}
-
 void Loop::runWhenIdle() {
   platform::MutexLock lock(mutex_);
   unsigned long turnsSeen = 0;

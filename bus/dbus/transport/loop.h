@@ -84,7 +84,6 @@ class Loop : public std::enable_shared_from_this<Loop> {
   // returns    whether it was finished
   bool runUntilFinished(Wait* wait, Clock::time_point deadline);
   void finish(Wait* wait);
-  bool isFinished(const Wait& wait) const;
 
  private:
   Loop() = default;
