@@ -61,12 +61,15 @@ class Hub : public VelDiagnoseNotify {
  public:
   // The hub of a proxy, which is registered. Waits for a callback that runs when it registers.
   static Hub& of(qx::VelProxy& proxy) {
-    static auto* const mutex = new platform::Mutex;
-    static auto* const hubs = new std::map<qx::VelProxy*, std::unique_ptr<Hub>>;
+    struct Hubs {
+      platform::Mutex mutex;
+      std::map<qx::VelProxy*, std::unique_ptr<Hub>> all QX_GUARDED_BY(mutex);
+    };
+    static auto* const hubs = new Hubs;
     Hub* hub = nullptr;
     {
-      const platform::MutexLock lock(*mutex);
-      std::unique_ptr<Hub>& known = (*hubs)[&proxy];
+      const platform::MutexLock lock(hubs->mutex);
+      std::unique_ptr<Hub>& known = hubs->all[&proxy];
       if (!known) {
         known.reset(new Hub(proxy));
       }

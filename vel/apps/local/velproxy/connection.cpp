@@ -40,14 +40,17 @@ platform::Mutex& creationMutex() {
 // may free the listeners that it has removed, so the library never reads the list: it only keeps
 // the listeners reachable, so that leak checkers do not report them.
 QXBusEventCallback* newListener(std::function<void(std::shared_ptr<QXBusMessage>)> handler) {
-  static auto* const mutex = new platform::Mutex;
-  static auto* const listeners = new std::vector<QXBusEventCallback*>;
+  struct Listeners {
+    platform::Mutex mutex;
+    std::vector<QXBusEventCallback*> all QX_GUARDED_BY(mutex);
+  };
+  static auto* const listeners = new Listeners;
   auto* const listener = new QXBusEventCallback;
   listener->handler = [handler = std::move(handler)](const std::shared_ptr<QXBusMessage>& event) {
     withoutExceptions([&] { handler(event); });
   };
-  const platform::MutexLock lock(*mutex);
-  listeners->push_back(listener);
+  const platform::MutexLock lock(listeners->mutex);
+  listeners->all.push_back(listener);
   return listener;
 }
 
