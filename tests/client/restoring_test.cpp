@@ -1,6 +1,8 @@
 // What is repeated for a new service when the first attempt fails.
 
 #include <atomic>
+#include <chrono>
+#include <future>
 
 #include "tests/client/client_test.h"
 
@@ -53,6 +55,31 @@ TEST_F(RestoringTest, AVmIsNamedToTheThirdServiceWhenTheSecondDiesMeanwhile) {
 
   ASSERT_EQ(returns.size(), 2U);
   EXPECT_EQ(client.vmName(vel::VmNumber(7)), "win11") << "its events arrive";
+}
+
+TEST_F(RestoringTest, AVmWhoseNumberComesFromAServiceThatHasDiedIsNamedToTheNextOne) {
+  client.vmNumber("win11");
+  std::atomic<int> deaths{0};
+  std::promise<void> diedAgain;
+  const auto death = client.onServiceDeath([&](const vel::ServiceDeath&) {
+    if (++deaths == 2) {
+      diedAgain.set_value();
+    }
+  });
+  timeline.when("Error onServiceDeath: vel serviced death", [this] { bus.setRegistered(true); });
+  Gate answer = timeline.hold("return getVmListSize()");
+  bus.serviceDies();
+  ASSERT_TRUE(answer.isReached());
+
+  bus.serviceDies();
+  ASSERT_EQ(diedAgain.get_future().wait_for(std::chrono::minutes(1)), std::future_status::ready);
+  answer.open();
+  bus.waitForDeaths();
+
+  ASSERT_EQ(returns.size(), 2U);
+  ASSERT_EQ(returns[0].failures.size(), 1U);
+  EXPECT_EQ(returns[0].failures[0].message(), "getVmListSize: the service has died again");
+  EXPECT_THAT(returns[1].vms, ElementsAre("win11"));
 }
 
 TEST_F(RestoringTest, AVmThatTheServiceDoesNotKnowIsForgotten) {

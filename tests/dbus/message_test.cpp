@@ -49,6 +49,30 @@ TEST_F(MessageOverDBus, CarriesEveryTypeToItsEdges) {
   EXPECT_EQ(bytesOf(*reply, 9), "\0\x01\xFF"s);
 }
 
+TEST_F(MessageOverDBus, CanBeReadBeforeItIsSent) {
+  const MessageRef message = proxy_->makeMethodCallMessage("echo");
+  message->appendInt16(-1);
+  message->appendString("text");
+  message->appendBytes("\0\x01\xFF", 3);
+
+  EXPECT_EQ(message->argCount(), 3);
+  EXPECT_EQ(message->getInt32(0), -1);
+  EXPECT_EQ(message->getString(1), "text");
+  EXPECT_EQ(bytesOf(*message, 2), "\0\x01\xFF"s);
+}
+
+TEST_F(MessageOverDBus, ThatWasReceivedTakesMoreArguments) {
+  const MessageRef reply = echo({std::int32_t{7}, "text"s});
+  ASSERT_THAT(reply, IsReply());
+
+  reply->appendInt32(8);
+
+  EXPECT_EQ(reply->argCount(), 3);
+  EXPECT_EQ(reply->getInt32(0), 7);
+  EXPECT_EQ(reply->getString(1), "text");
+  EXPECT_EQ(reply->getInt32(2), 8);
+}
+
 TEST_F(MessageOverDBus, CarriesDoubles) {
   const double values[] = {0.0, -0.0, 1.5, std::numeric_limits<double>::infinity(),
                            std::numeric_limits<double>::denorm_min()};

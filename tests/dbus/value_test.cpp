@@ -156,10 +156,10 @@ TEST(Arguments, AreDescribedOnOneLine) {
   const std::string text =
       qxbus::describe({std::int16_t{-1}, std::uint16_t{65535}, std::int32_t{7},
                        std::uint32_t{4294967295}, std::uint64_t{8}, std::int64_t{-9}, 0.5,
-                       "a \"b\"\n"s, Bytes{1, 2, 255}, Bytes{}, Bytes(1000, 3)});
+                       "a \"b\"\n\\"s, Bytes{1, 2, 255}, Bytes{}, Bytes(1000, 3)});
 
   EXPECT_THAT(text, HasSubstr("int16 -1, uint16 65535, int32 7, uint32 4294967295, uint64 8, "
-                              "int64 -9, double 0.500000, string \"a \\\"b\\\"\\x0a\", "));
+                              "int64 -9, double 0.500000, string \"a \\\"b\\\"\\x0a\\\\\", "));
   EXPECT_THAT(text, HasSubstr("bytes[3] 01 02 ff, bytes[0], bytes[1000] 03"));
   EXPECT_THAT(text, testing::Not(HasSubstr("\n")));
   EXPECT_LT(text.size(), 400u);

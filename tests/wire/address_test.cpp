@@ -33,8 +33,13 @@ const char* emptyEnvironment(const char* /*name*/) {
   return nullptr;
 }
 
+const char* environmentOfEmptyValues(const char* /*name*/) {
+  return "";
+}
+
 constexpr System kEverything = {environment, true, true};
 constexpr System kNothing = {emptyEnvironment, false, false};
+constexpr System kEmptyValues = {environmentOfEmptyValues, false, false};
 
 // The argument of connect() without the family.
 std::string nameOf(const SocketAddress& address) {
@@ -120,6 +125,7 @@ const RefusedRow kRefused[] = {
     {"OnePlaceTwice", "unix:path=/a,path=/b", kEverything, "a client needs one of"},
     {"Runtime", "unix:runtime=no", kEverything, "can only be \"yes\""},
     {"NoRuntimeDirectory", "unix:runtime=yes", kNothing, "XDG_RUNTIME_DIR is not set"},
+    {"EmptyRuntimeDirectory", "unix:runtime=yes", kEmptyValues, "XDG_RUNTIME_DIR is not set"},
     {"NoAbstractSockets", "unix:abstract=a", kNothing, "this system has no abstract sockets"},
     {"NoLaunchd", "launchd:env=SOCKET", kNothing, "this system has no launchd"},
     {"NoVariable", "launchd:", kEverything, "\"env\", which names a variable, is missing"},

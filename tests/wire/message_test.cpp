@@ -3,6 +3,8 @@
 
 #include "bus/dbus/wire/message.h"
 
+#include <cstddef>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -206,6 +208,17 @@ TEST(ArrayTest, OfHeaderFieldsMayNotBeLarger) {
 
   EXPECT_EQ(readMessage(bytes, &message), Fault::kArraySize);
   EXPECT_EQ(wiretest::parsedByLibdbus(bytes), nullptr);
+}
+
+TEST(FaultTest, HasAReasonOfItsOwn) {
+  std::set<std::string> reasons;
+  constexpr int kFaults = static_cast<int>(Fault::kArgument) + 1;
+  for (int fault = 0; fault < kFaults; ++fault) {
+    reasons.insert(reasonOf(static_cast<Fault>(fault)));
+  }
+
+  EXPECT_EQ(reasons.size(), std::size_t{kFaults});
+  EXPECT_STREQ(reasonOf(static_cast<Fault>(kFaults)), "the message is malformed");
 }
 
 }  // namespace
