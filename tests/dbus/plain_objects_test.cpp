@@ -2,6 +2,7 @@
 // in good order gives.
 
 #include <atomic>
+#include <chrono>
 
 #include "bus/dbus/plain_call.h"
 #include "tests/dbus/dbus_test.h"
@@ -123,6 +124,14 @@ TEST_F(PlainCallTest, NamesTheServiceThatIsNotThere) {
 
   EXPECT_EQ(reply.kind, PlainReply::Kind::kNoService);
   EXPECT_THAT(reply.text, HasSubstr("nosuch"));
+}
+
+TEST_F(PlainObjectTest, IsCalledForAsLongAsTheCallerSays) {
+  const PlainReply reply = qxbus::callPlain("", {"vel", kLampPath, kLampInterface, "dark", "", {}},
+                                            std::chrono::milliseconds(0));
+
+  EXPECT_EQ(reply.kind, PlainReply::Kind::kNoReply);
+  EXPECT_EQ(reply.text, "no reply in time");
 }
 
 TEST_F(PlainCallTest, NamesTheBusThatIsNotThere) {

@@ -1,12 +1,15 @@
 // A service must run as this user or root.
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
 
 #include <unistd.h>
 
+#include "bus/dbus/plain_call.h"
+#include "bus/dbus/service_client.h"
 #include "tests/dbus/dbus_test.h"
 #include "tests/dbus/raw_peer.h"
 
@@ -128,6 +131,23 @@ TEST_F(AnotherUser, FillsNoLogWithItsBroadcasts) {
   ASSERT_TRUE(any->waitFor(5));
   EXPECT_EQ(safe->size(), 0u);
   EXPECT_EQ(linesWith(kOtherUser), 1);
+  EXPECT_THAT(loggedLines(), Contains(AllOf(HasSubstr("broadcast events of :"),
+                                            HasSubstr(" are refused: "), HasSubstr(kOtherUser))));
+}
+
+TEST_F(AnotherUser, GetsNoRequestsThatAProgramPassesOn) {
+  const auto client = qxbus::ServiceClient::attach("", "vel", {});
+
+  ASSERT_FALSE(client);
+  EXPECT_THAT(client.reason(), HasSubstr("qx.bus.vel belongs to another user"));
+}
+
+TEST_F(AnotherUser, GetsNoPlainCalls) {
+  const qxbus::PlainReply reply = qxbus::callPlain(
+      "", {"vel", "/lamp", "qx.bus.Lamp", "switch", "", {}}, std::chrono::seconds(10));
+
+  EXPECT_EQ(reply.kind, qxbus::PlainReply::Kind::kNoService);
+  EXPECT_THAT(reply.text, HasSubstr("qx.bus.vel belongs to another user"));
 }
 
 #if defined(__linux__)
