@@ -142,6 +142,8 @@ TEST_F(ServiceCallbackTest, DoesNotRunForAnObjectThatEndsWhileItWaits) {
   Gate pause = timeline.hold("pause");
   bus.serviceDies();
   ASSERT_TRUE(pause.isReached());
+  // The pause may be that of the instance, which dies too.
+  ASSERT_TRUE(timeline.waitFor("gone watcher"));
   Background destruction([this] {
     proxy.reset();
     return 0;
