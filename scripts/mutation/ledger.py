@@ -40,6 +40,10 @@ class Ledger:
         with open(self.path, "a", encoding="utf-8") as file:
             file.write(json.dumps(verdict) + "\n")
 
+    def keep(self, keys):
+        """Forgets the verdicts of other mutants; the file keeps them."""
+        self.verdicts = {key: verdict for key, verdict in self.verdicts.items() if key in keys}
+
     def report(self, reasons):
         rooms = {}
         for verdict in self.verdicts.values():

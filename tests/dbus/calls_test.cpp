@@ -1,6 +1,8 @@
 // Calls: their replies, failures and deadlines.
 
 #include <atomic>
+#include <chrono>
+#include <ctime>
 #include <thread>
 
 #include "tests/dbus/dbus_test.h"
@@ -148,6 +150,19 @@ TEST_F(CallOverDBus, EndsAtItsDeadline) {
     EXPECT_GE(took, Milliseconds(timeoutMs));
     EXPECT_LT(took, Milliseconds(timeoutMs) + kLate);
   }
+}
+
+TEST_F(CallOverDBus, TakesNoProcessorTimeWhileItWaits) {
+  const auto usedByThisThread = [] {
+    timespec used = {};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+    return std::chrono::seconds(used.tv_sec) + std::chrono::nanoseconds(used.tv_nsec);
+  };
+  const auto before = usedByThisThread();
+
+  EXPECT_THAT(call(*proxy_, "hold", {}, 400), IsNoReply());
+
+  EXPECT_LT(usedByThisThread() - before, Milliseconds(40));
 }
 
 TEST_F(CallOverDBus, EndsAtItsDeadlineWhileAnotherCallWaitsLonger) {

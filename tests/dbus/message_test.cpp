@@ -194,7 +194,9 @@ TEST_F(MessageOverDBus, ThatIsTooLargeForTheBusFails) {
   const MessageRef oneBlock = proxy_->makeMethodCallMessage("echo");
   oneBlock->appendBytes(std::vector<char>(70 * kMegabyte).data(), static_cast<int>(70 * kMegabyte));
 
-  EXPECT_THAT(proxy_->callWithReplyBlocking(oneBlock, 10000), IsDisconnected());
+  const MessageRef refused = proxy_->callWithReplyBlocking(oneBlock, 10000);
+  EXPECT_THAT(refused, IsDisconnected());
+  EXPECT_THAT(refused->getString(0), HasSubstr("the arguments of echo are too large for the bus"));
   EXPECT_THAT(echo({half, half}), IsDisconnected());
   EXPECT_THAT(echo({std::string(70 * kMegabyte, 'x')}), IsDisconnected());
   proxy_->callWithReply(
