@@ -147,6 +147,7 @@ TEST_F(CallOverDBus, EndsAtItsDeadline) {
     const Milliseconds took = since(begun);
 
     EXPECT_THAT(reply, IsNoReply());
+    EXPECT_EQ(reply->getString(0), "hold: no reply in time");
     EXPECT_GE(took, Milliseconds(timeoutMs));
     EXPECT_LT(took, Milliseconds(timeoutMs) + kLate);
   }
@@ -329,6 +330,7 @@ TEST_F(CallOverDBus, FailsWhenTheServiceDiesBeforeItsReply) {
   caller.join();
 
   EXPECT_THAT(reply, IsDisconnected());
+  EXPECT_THAT(reply->getString(0), testing::StartsWith("never: "));
   ASSERT_TRUE(replies_->waitFor(1));
   EXPECT_THAT(replies_->items(), ElementsAre(IsDisconnected()));
 }
