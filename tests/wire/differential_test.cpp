@@ -8,7 +8,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <string>
-#include <string_view>
 
 #include <dbus/dbus.h>
 #include <gmock/gmock.h>
@@ -16,6 +15,7 @@
 
 #include "base/text.h"
 #include "bus/dbus/wire/message.h"
+#include "tests/wire/comparison.h"
 #include "tests/wire/generator.h"
 #include "tests/wire/libdbus.h"
 #include "tests/wire/random.h"
@@ -33,47 +33,17 @@ std::uint64_t setting(const char* name, std::uint64_t otherwise) {
   return text ? base::parseDecimalAs<std::uint64_t>(text).value_or(otherwise) : otherwise;
 }
 
-struct Verdicts {
-  std::uint64_t valid = 0;
-  std::uint64_t invalid = 0;
-  std::uint64_t unframed = 0;
-};
-
-// The difference between the codec and libdbus; empty when there is none.
-std::string compare(std::string_view bytes, Verdicts* verdicts) {
-  const Frame frame = frameOf(bytes);
-  const int needed =
-      dbus_message_demarshal_bytes_needed(bytes.data(), static_cast<int>(bytes.size()));
-  if (frame.fault != Fault::kNone || needed < 0) {
-    ++verdicts->unframed;
-    return (frame.fault != Fault::kNone) == (needed < 0) ? "" : "the frame's verdict";
-  }
-  if (frame.size != static_cast<std::size_t>(needed)) {
-    return "the size of the message";
-  }
-  // libdbus reads bytes behind the message as another one.
-  bytes = bytes.substr(0, frame.size);
-  Message ours;
-  const Fault fault = readMessage(bytes, &ours);
-  const wiretest::DBusMessageRef theirs = wiretest::parsedByLibdbus(bytes);
-  if ((fault == Fault::kNone) != (theirs != nullptr)) {
-    return std::string("the verdict; the codec says that ") + reasonOf(fault);
-  }
-  ++(theirs ? verdicts->valid : verdicts->invalid);
-  return theirs ? wiretest::difference(ours, theirs.get()) : "";
-}
-
 TEST(DifferentialTest, RandomMessagesReadAsInLibdbus) {
   const std::uint64_t cases = setting("WIRE_CASES", WIRE_CASES);
   const std::uint64_t seed = setting("WIRE_SEED", 1);
-  Verdicts verdicts;
+  wiretest::Verdicts verdicts;
 
   for (std::uint64_t i = 0; i < cases; i += kCasesOfAMessage) {
     Random random(seed + i);
     const std::string original = wiretest::randomMessage(&random);
     std::string bytes = original;
     for (std::uint64_t k = 0; k < kCasesOfAMessage; ++k) {
-      const std::string found = compare(bytes, &verdicts);
+      const std::string found = wiretest::compareMessage(bytes, &verdicts);
       ASSERT_EQ(found, "") << "WIRE_SEED=" << seed + i << ", message " << k << ": "
                            << base::hexOf(bytes);
       bytes = wiretest::mutated(original, &random);

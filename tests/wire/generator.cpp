@@ -257,19 +257,6 @@ void setNumber(std::string* message, std::size_t at, std::uint32_t number) {
   }
 }
 
-// Has the header say the size that the message has.
-void repairSize(std::string* message) {
-  if (message->size() < 16) {
-    return;
-  }
-  const auto order = static_cast<ByteOrder>(message->front());
-  const std::size_t fields = qxbus::wire::load<std::uint32_t>(message->data() + 12, order);
-  const std::size_t header = (16 + fields + 7) / 8 * 8;
-  if (header <= message->size()) {
-    setNumber(message, 4, static_cast<std::uint32_t>(message->size() - header));
-  }
-}
-
 void mutate(std::string* message, Random* random) {
   static constexpr unsigned char kBytes[] = {0,   1,   2,   4,   8,   'a', '(',  ')',
                                              '{', 'v', 's', 'l', 'B', '/', 0x7F, 0xFF};
@@ -309,6 +296,18 @@ void mutate(std::string* message, Random* random) {
 }
 
 }  // namespace
+
+void repairSize(std::string* message) {
+  if (message->size() < 16) {
+    return;
+  }
+  const auto order = static_cast<ByteOrder>(message->front());
+  const std::size_t fields = qxbus::wire::load<std::uint32_t>(message->data() + 12, order);
+  const std::size_t header = (16 + fields + 7) / 8 * 8;
+  if (header <= message->size()) {
+    setNumber(message, 4, static_cast<std::uint32_t>(message->size() - header));
+  }
+}
 
 std::string randomText(Random* random) {
   static constexpr const char* kCharacters[] = {"a",

@@ -17,6 +17,9 @@ std::string randomMessage(Random* random);
 // Makes one to three changes. In most cases the size in the header is corrected afterwards.
 std::string mutated(std::string message, Random* random);
 
+// Has the header say the size that the message has.
+void repairSize(std::string* message);
+
 std::string randomText(Random* random);
 std::string randomObjectPath(Random* random);
 std::string randomInterface(Random* random);
