@@ -57,11 +57,13 @@ class Line {
  public:
   explicit Line(const std::string& text) {
     try {
-      object_ = Json::parse(text);
+      object_ = Json::parse(text, refuseDeepNesting);
     } catch (const Json::parse_error& error) {
       throw LineError("not JSON at column " + std::to_string(error.byte) +
                       "; each line is one event, such as {\"event\": \"move\", \"x\": 1, "
                       "\"y\": 2}");
+    } catch (const Json::out_of_range&) {
+      throw LineError("a number is too large");
     }
     if (!object_.is_object()) {
       throw LineError("not a JSON object but " + shown(object_));
@@ -115,6 +117,15 @@ class Line {
   }
 
  private:
+  // Values within each other are copied and shown by functions that call themselves.
+  static bool refuseDeepNesting(int depth, Json::parse_event_t /*event*/, Json& /*value*/) {
+    constexpr int kDeepest = 32;
+    if (depth > kDeepest) {
+      throw LineError("arrays or objects are nested too deeply");
+    }
+    return true;
+  }
+
   Json take(const char* key) {
     rest_.erase(key);
     return object_.value(key, Json());

@@ -134,6 +134,7 @@ INSTANTIATE_TEST_SUITE_P(
         BadLine{R"({"event": "move", "x": 1, "y": 2, "ms": -1})",
                 "\"ms\" is -1, not a number from 0 to 10000"},
         BadLine{R"({"event": "move", "x": 1, "y": 2, "presure": 0})", "unknown key \"presure\""},
+        BadLine{R"({"event": "move", "x": 1e999, "y": 2})", "a number is too large"},
         BadLine{R"({"event": "move", "x": [1,2,3,4,5,6,7,8,9,10,11,12,13,14,15,16,17], "y": 2})",
                 "\"x\" is [1,2,3,4,5,6,7,8,9,10,11,12,13,14,15,16,..., not a number from -32768 to "
                 "32767"}));
@@ -156,7 +157,17 @@ TEST(StrokeFileTest, MayHoldAnyBytes) {
   EXPECT_THAT(errorOf("{\"event\": \"\xFF\xFE\", \"x\": 1, \"y\": 2}"),
               testing::StartsWith("a.jsonl:1: not JSON at column"));
   EXPECT_THAT(errorOf(std::string("\0\0", 2)), testing::StartsWith("a.jsonl:1: not JSON at"));
-  EXPECT_THAT(errorOf(std::string(100000, '[')), testing::StartsWith("a.jsonl:1: not JSON at"));
+}
+
+// It overflowed the stack: values within each other were copied by a function that calls itself.
+TEST(StrokeFileTest, MustNotBeNestedDeeply) {
+  const std::string opening(100000, '[');
+  const std::string closing(100000, ']');
+  const char* const error = "a.jsonl:1: arrays or objects are nested too deeply";
+
+  EXPECT_EQ(errorOf(opening), error);
+  EXPECT_EQ(errorOf(opening + closing), error);
+  EXPECT_EQ(errorOf(R"({"event": )" + opening + closing + R"(, "x": 1, "y": 2})"), error);
 }
 
 TEST(StrokeFileTest, IsOpenedByItsName) {
