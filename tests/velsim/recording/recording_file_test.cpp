@@ -318,6 +318,13 @@ TEST_F(RecordingFileTest, NoFileIsTooStrange) {
   EXPECT_THAT(mistakesIn(kHeader + '\n' + std::string(100000, '[') + '\n'),
               ElementsAre(StartsWith(":2: ")));
   EXPECT_EQ(mistakesIn(kHeader + '\n' + std::string(5000, '\n')).size(), 100u);
+  // It overflowed the stack: the version was written into the message by a function that calls
+  // itself.
+  const std::string deep = std::string(100000, '[') + std::string(100000, ']');
+  EXPECT_THAT(mistakesIn(R"({"velsim":"recording","version":)" + deep + "}\n"),
+              ElementsAre(":1: version: must be 1, which this velsim reads, got an array"));
+  EXPECT_THAT(mistakesIn(R"({"velsim":)" + deep + R"(,"version":1})"),
+              ElementsAre(StartsWith(":1: is no header of a recording")));
 }
 
 }  // namespace

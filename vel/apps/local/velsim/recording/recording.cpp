@@ -178,6 +178,14 @@ base::Result<json> objectIn(const std::string& line) {
   return object;
 }
 
+// A value as JSON, and arrays and objects by their type: they may be nested deeper than the stack
+// allows to write them.
+std::string shownValue(const json& value) {
+  return value.is_structured()
+             ? std::string("an ") + value.type_name()
+             : base::printable(value.dump(-1, ' ', true, json::error_handler_t::replace));
+}
+
 }  // namespace
 
 std::string headerJson(const std::string& from, bool isWithSecrets) {
@@ -193,13 +201,15 @@ base::Result<void> checkHeader(const std::string& line) {
   if (!header) {
     return header.failed();
   }
-  if (header->value("velsim", json()) != "recording") {
+  const auto name = header->find("velsim");
+  if (name == header->end() || *name != "recording") {
     return base::Failed{"is no header of a recording: it must hold \"velsim\":\"recording\""};
   }
-  const json version = header->value("version", json());
-  if (version != kRecordingVersion) {
+  const auto version = header->find("version");
+  if (version == header->end() || *version != kRecordingVersion) {
     return base::Failed{"version: must be " + std::to_string(kRecordingVersion) +
-                        ", which this velsim reads, got " + base::printable(version.dump())};
+                        ", which this velsim reads, got " +
+                        (version == header->end() ? "nothing" : shownValue(*version))};
   }
   return {};
 }

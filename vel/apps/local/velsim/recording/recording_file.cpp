@@ -136,16 +136,21 @@ std::chrono::microseconds RecordingWriter::now() const {
 
 std::vector<RecordedLine> readRecording(const std::string& path,
                                         std::vector<std::string>* mistakes) {
-  std::vector<RecordedLine> lines;
   std::ifstream file(path);
+  if (!file) {
+    mistakes->push_back(failedAt(path, "read").reason);
+    return {};
+  }
+  return readRecording(file, path, mistakes);
+}
+
+std::vector<RecordedLine> readRecording(std::istream& file, const std::string& path,
+                                        std::vector<std::string>* mistakes) {
+  std::vector<RecordedLine> lines;
   int number = 0;
   const auto add = [&](const std::string& text) {
     mistakes->push_back(base::printable(path) + ':' + std::to_string(number) + ": " + text);
   };
-  if (!file) {
-    mistakes->push_back(failedAt(path, "read").reason);
-    return lines;
-  }
   LineChecks checks;
   for (std::string text; mistakes->size() < kMostMistakes && std::getline(file, text);) {
     ++number;

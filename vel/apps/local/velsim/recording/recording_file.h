@@ -4,6 +4,7 @@
 #define VEL_APPS_LOCAL_VELSIM_RECORDING_RECORDING_FILE_H
 
 #include <chrono>
+#include <iosfwd>
 #include <string>
 #include <vector>
 
@@ -59,6 +60,9 @@ class RecordingWriter {
 // mistakes   gets all of them, as "FILE:LINE: TEXT", at most a hundred; then the result is of no
 // use
 std::vector<RecordedLine> readRecording(const std::string& path,
+                                        std::vector<std::string>* mistakes);
+// The same for the content of a file.
+std::vector<RecordedLine> readRecording(std::istream& file, const std::string& path,
                                         std::vector<std::string>* mistakes);
 
 }  // namespace velsim
