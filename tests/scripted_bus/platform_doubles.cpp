@@ -75,6 +75,14 @@ void setDataPath(const std::string& path) {
 }  // namespace scripted
 
 extern "C" void norvoLogPrint(int channel, int level, const char* tag, const char* format, ...) {
+  if (!scripted::RecordedLog::the().isKeeping()) {
+    va_list unkept;
+    va_start(unkept, format);
+    char text[256];
+    std::vsnprintf(text, sizeof text, format, unkept);
+    va_end(unkept);
+    return;
+  }
   scripted::LogLine line{
       channel, level, tag ? tag : "(null)",      format ? format : "(null)", "", "",
       "",      0,     std::this_thread::get_id()};

@@ -9,6 +9,7 @@
 #ifndef TESTS_SCRIPTED_BUS_PLATFORM_DOUBLES_H
 #define TESTS_SCRIPTED_BUS_PLATFORM_DOUBLES_H
 
+#include <atomic>
 #include <string>
 #include <thread>
 #include <vector>
@@ -68,7 +69,12 @@ class RecordedLog {
   void add(LogLine line);
   void clear();
 
+  // false: lines are formatted and forgotten, and are no events on the timeline.
+  void setKeeping(bool keeping) { isKeeping_.store(keeping); }
+  bool isKeeping() const { return isKeeping_.load(); }
+
  private:
+  std::atomic<bool> isKeeping_{true};
   mutable platform::Mutex mutex_;
   std::vector<LogLine> lines_ QX_GUARDED_BY(mutex_);
 };

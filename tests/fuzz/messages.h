@@ -1,0 +1,99 @@
+// Messages of a service that sends what it likes: any arguments, blocks of any size.
+
+#ifndef TESTS_FUZZ_MESSAGES_H
+#define TESTS_FUZZ_MESSAGES_H
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <map>
+#include <string>
+
+#include "tests/fuzz/input.h"
+#include "tests/scripted_bus/platform_doubles.h"
+#include "tests/scripted_bus/scripted_bus.h"
+#include "tests/scripted_bus/timeline.h"
+#include "vel/apps/local/velproxy/vel_proxy.h"
+
+namespace fuzz {
+
+// Often one with a meaning, or at an edge.
+inline std::int32_t int32In(Input& input) {
+  constexpr std::int32_t kKnown[] = {0,  1,   2,  3,
+                                     4,  5,   6,  7,
+                                     8,  9,   10, 64,
+                                     65, 66,  -1, std::numeric_limits<std::int32_t>::max(),
+                                     11, 300, 67, std::numeric_limits<std::int32_t>::min()};
+  const std::size_t choice = input.byte();
+  return choice < std::size(kKnown) ? kKnown[choice] : input.number<std::int32_t>();
+}
+
+// A block: sent bytes, or one byte repeated, so that long blocks need no long input.
+inline scripted::Bytes blockIn(Input& input) {
+  const bool isRepeated = input.flag();
+  if (isRepeated) {
+    const std::size_t size = input.number<std::uint16_t>() & 0xFFF;
+    return scripted::Bytes(size, input.byte());
+  }
+  const std::string_view bytes = input.piece();
+  return scripted::Bytes(bytes.begin(), bytes.end());
+}
+
+inline scripted::Argument argumentIn(Input& input) {
+  switch (input.below(9)) {
+    case 0:
+      return input.number<std::int16_t>();
+    case 1:
+    case 2:
+      return int32In(input);
+    case 3:
+      return input.number<std::uint64_t>();
+    case 4:
+      return input.number<std::int64_t>();
+    case 5:
+      return input.number<double>();
+    case 6:
+      return std::string(input.piece());
+    default:
+      return blockIn(input);
+  }
+}
+
+inline scripted::Reply anyMessageIn(Input& input) {
+  scripted::Reply message;
+  for (std::size_t count = input.below(8); count > 0; --count) {
+    message.arguments.push_back(argumentIn(input));
+  }
+  return message;
+}
+
+// The instance of the process on a bus that knows these VMs. The log keeps no lines, which would
+// take most of the time.
+inline qx::VelProxy& proxyThatKnows(const std::map<std::string, unsigned int>& vms) {
+  scripted::RecordedLog::the().setKeeping(false);
+  scripted::ScriptedBus::the().reset();
+  qx::VelProxy* const instance = qx::VelProxy::getInstance();
+  for (const auto& [name, number] : vms) {
+    scripted::ScriptedBus::the().knowsVm(name, number);
+    instance->GetVmIdInt(name);
+  }
+  return *instance;
+}
+
+// Otherwise the records of the doubles would grow with each input.
+inline void forgetRecords() {
+  scripted::Timeline::the().clear();
+  scripted::ScriptedBus::the().clear();
+}
+
+// The value that a getter of the scripted bus returns.
+template <typename Value>
+Value valueAt(const scripted::Reply& message, std::size_t index) {
+  const Value* const value =
+      index < message.arguments.size() ? std::get_if<Value>(&message.arguments[index]) : nullptr;
+  return value ? *value : Value();
+}
+
+}  // namespace fuzz
+
+#endif  // TESTS_FUZZ_MESSAGES_H
