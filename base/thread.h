@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstddef>
 #include <functional>
+#include <new>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -65,6 +66,9 @@ inline Result<std::thread> startThread(const char* name, std::function<void()> t
     });
   } catch (const std::system_error& error) {
     return Failed{"the system cannot start another thread: " + error.code().message()};
+  } catch (const std::bad_alloc&) {
+    // As short as a text that takes no memory.
+    return Failed{"no memory"};
   }
 }
 

@@ -22,6 +22,12 @@ struct Viewer {
 
 }  // namespace
 
+Arguments Arguments::ofText(std::string text) {
+  Arguments arguments;
+  arguments.values_.emplace_back(std::move(text));
+  return arguments;
+}
+
 Arguments::Arguments(Received message) : message_(std::move(message)) {
   std::size_t count = 0;
   wire::Argument argument;
@@ -55,17 +61,20 @@ void Arguments::append(Value value) {
 }
 
 void Arguments::write(wire::MessageWriter* writer) const {
-  wire::appendValues(writer, views_.empty() ? values_ : values());
+  if (views_.empty()) {
+    wire::appendValues(writer, values_);
+  } else {
+    wire::appendValues(writer, values());
+  }
 }
 
+// One by one, and never as copies of a Value: libstdc++ 12 crashes when the copy of a variant ends
+// in std::bad_alloc.
 Values Arguments::values() const {
-  if (views_.empty()) {
-    return values_;
-  }
   Values values;
-  values.reserve(views_.size());
-  for (const wire::Argument& view : views_) {
-    values.push_back(wire::valueOf(view));
+  values.reserve(static_cast<std::size_t>(size()));
+  for (int index = 0; index < size(); ++index) {
+    values.push_back(wire::valueOf(*at(index)));
   }
   return values;
 }

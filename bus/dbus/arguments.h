@@ -18,6 +18,8 @@ namespace qxbus {
 class Arguments {
  public:
   explicit Arguments(Values values = {}) : values_(std::move(values)) {}
+  // One text.
+  static Arguments ofText(std::string text);
   // A message with a valid body.
   explicit Arguments(Received message);
 

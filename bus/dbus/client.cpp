@@ -1,6 +1,7 @@
 #include "bus/dbus/client.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 #include <variant>
 
@@ -423,7 +424,11 @@ void Client::post(Signals signals) {
   threads_->postEvent(
       [self = shared_from_this(), size, held = std::make_shared<Signals>(std::move(taken))] {
         for (Signal& signal : *held) {
-          self->dispatch(signal);
+          try {
+            self->dispatch(signal);
+          } catch (const std::bad_alloc&) {
+            ++self->dropped_;
+          }
           signal = {};
         }
         self->waitingSize_ -= size;

@@ -3,6 +3,8 @@
 #include <chrono>
 #include <thread>
 
+#include "base/memory.h"
+
 namespace qxbus {
 namespace {
 
@@ -17,14 +19,17 @@ HandlerThreads::HandlerThreads()
       completions_([this](const std::function<void()>& run) { start("qxbus-done", run); }) {}
 
 void HandlerThreads::start(const char* name, const std::function<void()>& task) {
-  if (startDetached(name, task)) {
+  const auto started = base::onceThereIsMemory([&] { return startDetached(name, task); });
+  if (started) {
     return;
   }
-  starter_.post([name, task] {
-    while (!startDetached(name, task)) {
-      std::this_thread::sleep_for(kThreadRetry);
-    }
-  });
+  starter_.post(base::onceThereIsMemory([&]() -> std::function<void()> {
+    return [name, task] {
+      while (!base::onceThereIsMemory([&] { return startDetached(name, task); })) {
+        std::this_thread::sleep_for(kThreadRetry);
+      }
+    };
+  }));
 }
 
 }  // namespace qxbus

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <list>
+#include <new>
 #include <utility>
 #include <variant>
 
@@ -87,8 +88,11 @@ class Question {
   Question(Connection& connection, wire::MessageWriter call) : connection_(connection) {
     connection_.start(&call, kDaemonName, &call_);
   }
+  ~Question() { connection_.abandon(&call_); }
+  Question(const Question&) = delete;
+  Question& operator=(const Question&) = delete;
 
-  // To be called once, before the question is destroyed.
+  // To be called once.
   Outcome outcome(Clock::time_point deadline) { return connection_.await(&call_, deadline); }
   // In place of outcome().
   base::Result<Received> answer(Clock::time_point deadline) { return replyOf(outcome(deadline)); }
@@ -351,7 +355,11 @@ void Link::identify(const std::string& uniqueName, Clock::time_point deadline,
                 const auto user = firstArgument<std::uint32_t>(replyOf(std::move(outcome)));
                 const std::shared_ptr<Link> self = weak.lock();
                 if (self && user) {
-                  self->remember(uniqueName, *user);
+                  try {
+                    self->remember(uniqueName, *user);
+                  } catch (const std::bad_alloc&) {
+                    // Asked for again next time.
+                  }
                 }
                 answer(user ? std::optional<uid_t>(*user) : std::nullopt);
               });

@@ -137,7 +137,7 @@ std::shared_ptr<QXBusMessage> makeMessage(QXBusMessageType type, std::string nam
 }
 
 std::shared_ptr<QXBusMessage> notSent(const std::string& text) {
-  return makeMessage(MESSAGE_TYPE_DISCONNECTED, kDisconnectedError, Arguments({text}));
+  return makeMessage(MESSAGE_TYPE_DISCONNECTED, kDisconnectedError, Arguments::ofText(text));
 }
 
 std::shared_ptr<QXBusMessage> messageFrom(Outcome outcome, const std::string& method) {
@@ -150,13 +150,13 @@ std::shared_ptr<QXBusMessage> messageFrom(Outcome outcome, const std::string& me
       Arguments arguments(std::move(outcome.reply));
       auto error = makeMessage(MESSAGE_TYPE_ERROR, std::move(name), std::move(arguments));
       if (error->getString(0).empty()) {
-        error->impl().arguments = Arguments({text});
+        error->impl().arguments = Arguments::ofText(text);
       }
       return error;
     }
     case Outcome::Kind::kNoReply:
       return makeMessage(MESSAGE_TYPE_NO_REPLY, kNoReplyError,
-                         Arguments({method + ": " + outcome.text}));
+                         Arguments::ofText(method + ": " + outcome.text));
     default:
       return notSent(method + ": " + outcome.text);
   }

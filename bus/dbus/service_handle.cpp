@@ -1,9 +1,11 @@
 #include "bus/dbus/service_handle.h"
 
 #include <algorithm>
+#include <new>
 #include <optional>
 #include <utility>
 
+#include "base/memory.h"
 #include "base/text.h"
 #include "bus/dbus/message_impl.h"
 #include "bus/dbus/names.h"
@@ -33,6 +35,22 @@ wire::MessageWriter& requestWriter() {
   return writer;
 }
 
+// A call that does not wait. All that its end needs is there before it is sent, so that the end
+// does not depend on memory.
+struct Completion {
+  std::function<void(std::shared_ptr<QXBusMessage>)> done;
+  std::string method;
+  Outcome outcome;
+  std::shared_ptr<QXBusMessage> failure;  // in place of an outcome
+
+  void run() {
+    if (!failure) {
+      failure = base::onceThereIsMemory([this] { return messageFrom(outcome, method); });
+    }
+    done(failure);
+  }
+};
+
 }  // namespace
 
 ServiceHandle::ServiceHandle(std::shared_ptr<HandlerThreads> threads, std::shared_ptr<Link> link,
@@ -45,7 +63,11 @@ ServiceHandle::ServiceHandle(std::shared_ptr<HandlerThreads> threads, std::share
 
 ServiceHandle::~ServiceHandle() {
   for (const std::string& rule : rules_) {
-    link_->removeMatch(rule);
+    try {
+      link_->removeMatch(rule);
+    } catch (const std::bad_alloc&) {
+      // The rule stands until the connection ends; its events are of no interest to anyone.
+    }
   }
 }
 
@@ -128,16 +150,20 @@ void ServiceHandle::call(QXBusMessage& message, int timeoutMs,
                          std::function<void(std::shared_ptr<QXBusMessage>)> done) {
   wire::MessageWriter& request = requestWriter();
   const auto destination = encode(message, &request);
+  const auto completion = std::make_shared<Completion>();
+  completion->method = message.impl().name;
+  completion->done = std::move(done);
+  std::function<void()> task = [completion] { completion->run(); };
   if (!destination) {
-    threads_->postCompletion(
-        [done = std::move(done), failed = notSent(destination.reason())] { done(failed); });
+    completion->failure = notSent(destination.reason());
+    threads_->postCompletion(std::move(task));
     return;
   }
   link_->connection()->call(
       &request, *destination, deadlineAfter(timeoutMs),
-      [threads = threads_, done = std::move(done), method = message.impl().name](Outcome outcome) {
-        threads->postCompletion(
-            [done, reply = messageFrom(std::move(outcome), method)] { done(reply); });
+      [threads = threads_, completion, task = std::move(task)](Outcome outcome) mutable {
+        completion->outcome = std::move(outcome);
+        threads->postCompletion(std::move(task));
       });
 }
 
@@ -164,15 +190,17 @@ void ServiceHandle::reportDeath() {
   }
   // The callback stays here until a thread has it: an interface that is released before is not
   // notified any more.
-  threads_->runDeath([weak = weak_from_this()] {
-    std::function<void()> callback;
-    if (const std::shared_ptr<ServiceHandle> self = weak.lock()) {
-      callback = self->takeDeathCallback();
-    }
-    if (callback) {
-      callback();
-    }
-  });
+  threads_->runDeath(base::onceThereIsMemory([this]() -> std::function<void()> {
+    return [weak = weak_from_this()] {
+      std::function<void()> callback;
+      if (const std::shared_ptr<ServiceHandle> self = weak.lock()) {
+        callback = self->takeDeathCallback();
+      }
+      if (callback) {
+        callback();
+      }
+    };
+  }));
 }
 
 std::function<void()> ServiceHandle::takeDeathCallback() {

@@ -3,6 +3,7 @@
 #ifndef BUS_DBUS_SHARED_ATTEMPT_H
 #define BUS_DBUS_SHARED_ATTEMPT_H
 
+#include <exception>
 #include <functional>
 #include <future>
 
@@ -26,9 +27,15 @@ class SharedAttempt {
     running_ = promise.get_future().share();
     lock.unlock();
     const End end(*this);
-    Result result = attempt();
-    promise.set_value(result);
-    return result;
+    try {
+      Result result = attempt();
+      promise.set_value(result);
+      return result;
+    } catch (...) {
+      // Out of memory; those who wait are told so, too.
+      promise.set_exception(std::current_exception());
+      throw;
+    }
   }
 
  private:

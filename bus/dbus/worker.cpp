@@ -4,6 +4,7 @@
 #include <thread>
 #include <utility>
 
+#include "base/memory.h"
 #include "base/thread.h"
 #include "platform/mutex.h"
 
@@ -40,11 +41,11 @@ class Worker::Queue {
     }
   }
 
-  // Returns whether this was the first task.
-  bool post(std::function<void()> task) {
+  // Returns whether this was the first task. Takes the task, unless there is no memory for it.
+  bool post(std::function<void()>* task) {
     const platform::MutexLock lock(mutex_);
     if (!isStopped_) {
-      tasks_.push_back(std::move(task));
+      tasks_.push_back(std::move(*task));
       changed_.notifyOne();
     }
     return !std::exchange(hadTask_, true);
@@ -72,15 +73,19 @@ Worker::Worker(const char* name)
     : queue_(std::make_shared<Queue>()),
       started_(startDetached(name, [queue = queue_] { queue->run(); })) {}
 
-Worker::Worker(Start start) : queue_(std::make_shared<Queue>()), start_(std::move(start)) {}
+Worker::Worker(Start start)
+    : queue_(std::make_shared<Queue>()),
+      start_(std::move(start)),
+      run_([queue = queue_] { queue->run(); }) {}
 
 Worker::~Worker() {
   queue_->stop();
 }
 
 void Worker::post(std::function<void()> task) {
-  if (queue_->post(std::move(task)) && start_) {
-    start_([queue = queue_] { queue->run(); });
+  const bool isFirst = base::onceThereIsMemory([&] { return queue_->post(&task); });
+  if (isFirst && start_) {
+    start_(run_);
   }
 }
 

@@ -31,13 +31,15 @@ class Worker {
   // A failure when the system had no thread left: no task will run.
   const base::Result<void>& started() const { return started_; }
 
+  // Waits while there is no memory for it: no task is lost.
   void post(std::function<void()> task);
 
  private:
   class Queue;
   std::shared_ptr<Queue> queue_;
   base::Result<void> started_;
-  const Start start_;  // null when the thread runs from the beginning
+  const Start start_;                // null when the thread runs from the beginning
+  const std::function<void()> run_;  // what it starts
 };
 
 }  // namespace qxbus

@@ -45,6 +45,13 @@ TEST(ChaosDaemon, ThreadsAreBoundedWhileTheServiceCrashesEverySecond) {
   expectEveryPromiseKept(chaos({"--bus", "daemon", "--crashes", "10", "--slack", CHAOS_SLACK}));
 }
 
+// An allocation that failed once ended the process, kept the turn to read for ever, or left a proxy
+// bound to a service that had died.
+TEST(ChaosDaemon, AllocationsOfTheLibraryMayFail) {
+  expectEveryPromiseKept(
+      chaos({"--bus", "daemon", "--seconds", "5", "--faults", "memory", "--slack", CHAOS_SLACK}));
+}
+
 // The program itself: a run that never fails would show nothing.
 TEST(ChaosReport, AnOperationBeyondItsLimitEndsTheRunWithItsSeedAndItsSteps) {
   const Finished finished = chaos({"--seconds", "30", "--faults", "stop", "--slack=-100000"});

@@ -25,7 +25,7 @@ class ClientActor {
     while (!run_.isEnding) {
       const std::size_t choice = random_.below(100);
       if (choice < 72) {
-        operation(*qx::VelProxy::getInstance());
+        operation(instance_);
       } else if (choice < 82) {
         registerForDevices();
       } else if (choice < 88) {
@@ -67,7 +67,7 @@ class ClientActor {
   }
 
   void registerForDevices() {
-    qx::VelProxy& proxy = *qx::VelProxy::getInstance();
+    qx::VelProxy& proxy = instance_;
     void* const userData = run_.registrations.begin();
     if (random_.chance(70)) {
       call("RegisterDeviceCallback", kRegistering,
@@ -85,7 +85,7 @@ class ClientActor {
   }
 
   void registerForVm() {
-    qx::VelProxy& proxy = *qx::VelProxy::getInstance();
+    qx::VelProxy& proxy = instance_;
     const std::string vm = name_;
     void* const userData = run_.registrations.begin();
     call("RegisterCallback", kRegistering, [&] { proxy.RegisterCallback(vm, onVm, userData); });
@@ -95,7 +95,7 @@ class ClientActor {
 
   // There is one printer callback, so one actor has it.
   void registerForPrinters() {
-    qx::VelProxy& proxy = *qx::VelProxy::getInstance();
+    qx::VelProxy& proxy = instance_;
     void* const userData = run_.registrations.begin();
     call("RegisterPrinterCallback", kRegistering,
          [&] { proxy.RegisterPrinterCallback(onPrinter, userData); });
@@ -131,6 +131,7 @@ class ClientActor {
   }
 
   Run& run_;
+  qx::VelProxy& instance_ = *qx::VelProxy::getInstance();
   const std::string name_;
   const bool isFirst_;
   Random random_;

@@ -12,7 +12,6 @@
 namespace chaos {
 namespace {
 
-constexpr unsigned kOneAllocationOf = 400;
 constexpr std::size_t kMostFileBytes = 100000;
 
 // Of the answers of velsim: docs/faults.md.
@@ -65,13 +64,12 @@ std::vector<InjuryName> Injuries::names() {
 
 Injuries::Injuries(Run& run, const std::set<std::string>& names) : run_(run), random_(run.seed) {
   std::copy_if(all().begin(), all().end(), std::back_inserter(chosen_), [&](const Injury& injury) {
-    const bool isNamed =
-        names.empty() ? injury.treat != &Injuries::useUpMemory : names.count(injury.name.name) > 0;
-    return isNamed && (run.world.hasDaemon() || !injury.needsDaemon);
+    return (names.empty() || names.count(injury.name.name) > 0) &&
+           (run.world.hasDaemon() || !injury.needsDaemon);
   });
-  qx::VelProxy::getInstance()->RegisterServiceCallback(onService, &run_);
+  instance_.RegisterServiceCallback(onService, &run_);
   probe_ = run_.registrations.begin();
-  qx::VelProxy::getInstance()->RegisterDeviceCallback(onInstanceDevice, probe_);
+  instance_.RegisterDeviceCallback(onInstanceDevice, probe_);
   registerWatched();
 }
 
@@ -112,8 +110,7 @@ void Injuries::settle() {
 
 void Injuries::finish() {
   killService();
-  qx::VelProxy* const proxy = qx::VelProxy::getInstance();
-  proxy->RegisterServiceCallback(nullptr, &run_);
+  instance_.RegisterServiceCallback(nullptr, &run_);
 }
 
 // --- The service ---------------------------------------------------------------------------------
@@ -253,7 +250,7 @@ Injuries::Death Injuries::useUpDescriptors() {
 
 // A connection whose bytes find no memory may be given up, which is a death.
 Injuries::Death Injuries::useUpMemory() {
-  failAllocations(random_.next(), kOneAllocationOf);
+  failAllocations(random_.next(), static_cast<unsigned>(40 + random_.below(1000)));
   pause(800);
   if (random_.chance(50)) {
     note("kill without memory");

@@ -82,6 +82,7 @@ class Injuries {
   void awaitCodes(Death death, Clock::time_point deadline);
 
   Run& run_;
+  qx::VelProxy& instance_ = *qx::VelProxy::getInstance();
   Random random_;
   std::vector<Injury> chosen_;
   std::vector<void*> watched_;

@@ -23,7 +23,6 @@ std::string watchedName(std::size_t number) {
 }  // namespace
 
 void Injuries::registerWatched() {
-  qx::VelProxy* const proxy = qx::VelProxy::getInstance();
   for (void* const ended : watched_) {
     run_.registrations.end(ended);
   }
@@ -31,7 +30,7 @@ void Injuries::registerWatched() {
   for (std::size_t number = 0; number < kWatched; ++number) {
     watched_.push_back(run_.registrations.begin());
     const Watchdog::Watch watch(run_.watchdog, "RegisterCallback", kRecovery);
-    proxy->RegisterCallback(watchedName(number), onVm, watched_.back());
+    instance_.RegisterCallback(watchedName(number), onVm, watched_.back());
   }
 }
 
@@ -52,11 +51,10 @@ void Injuries::settleCalls() {
 }
 
 void Injuries::awaitCalls(Clock::time_point deadline) {
-  qx::VelProxy* const proxy = qx::VelProxy::getInstance();
   for (;;) {
     qx::VelError error;
     called(run_, "CheckCameraAuthStat of the check", kConnecting + Milliseconds(3000), [&] {
-      proxy->CheckCameraAuthStat();
+      instance_.CheckCameraAuthStat();
       error = qx::VelProxy::lastError();
     });
     if (error.kind == qx::VelError::Kind::kNone) {

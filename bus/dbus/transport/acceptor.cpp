@@ -100,6 +100,7 @@ class Acceptor::Handshake : public Loop::Source {
   short events() const override { return POLLIN; }
   Clock::time_point due() const override { return end_; }
   void onTime() override { close(); }
+  void abandon() override { close(); }
 
   void onReady(short /*events*/) override {
     const Inbox::Space space = inbox_.space();

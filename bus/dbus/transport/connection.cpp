@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <new>
 #include <unordered_map>
 #include <utility>
 
 #include <poll.h>
 #include <sys/socket.h>
 
+#include "base/memory.h"
 #include "base/would_block.h"
 #include "bus/dbus/transport/dial.h"
 
@@ -17,6 +19,8 @@ namespace {
 
 constexpr char kConnectionGone[] = "the connection to the bus is gone";
 constexpr char kFaulty[] = "the reply is malformed: the connection is given up";
+// Short enough to take no memory.
+constexpr char kNoMemory[] = "no memory";
 constexpr char kTooLarge[] = "the message is larger than D-Bus allows";
 // What has been sent before the end may take this long to go out; and what came before it, to come.
 constexpr std::chrono::seconds kLastWords{1};
@@ -103,9 +107,34 @@ class Connection::Core : public Loop::Source {
     return std::min(nextDeadline_, closeDeadline_);
   }
   void onTime() override;
+  void abandon() override { end(); }
 
  private:
-  using Finished = std::vector<std::pair<Pending, Outcome>>;
+  // Calls that are over. They are finished in any case, also without memory for what else is read.
+  class Finished {
+   public:
+    explicit Finished(Loop& loop) : loop_(loop) {}
+    ~Finished() { finishAll(); }
+    Finished(const Finished&) = delete;
+    Finished& operator=(const Finished&) = delete;
+
+    void reserve(std::size_t count) { calls_.reserve(count); }
+    // There must be room for it. Returns the call, with an outcome to be replaced.
+    std::pair<Pending, Outcome>& add(Pending call) {
+      return calls_.emplace_back(std::move(call),
+                                 Outcome{Outcome::Kind::kDisconnected, {}, kNoMemory});
+    }
+    void finishAll() {
+      for (auto& [call, outcome] : calls_) {
+        finish(loop_, &call, std::move(outcome));
+      }
+      calls_.clear();
+    }
+
+   private:
+    Loop& loop_;
+    std::vector<std::pair<Pending, Outcome>> calls_;
+  };
 
   static void finish(Loop& loop, Pending* call, Outcome outcome) {
     if (call->wait) {
@@ -116,6 +145,7 @@ class Connection::Core : public Loop::Source {
     }
   }
 
+  bool keep(std::string_view bytes) QX_REQUIRES(outMutex_);
   bool flush() QX_REQUIRES(outMutex_);
   void breakOff(int error) QX_REQUIRES(outMutex_);
   void read();
@@ -175,12 +205,11 @@ bool Connection::Core::send(std::string_view bytes) {
     if (bytes.empty()) {
       return true;
     }
-    unsent_ = bytes;
-  } else {
-    unsent_ += bytes;
-    if (!flush()) {
+    if (!keep(bytes)) {
       return false;
     }
+  } else if (!keep(bytes) || !flush()) {
+    return false;
   }
   hasUnsent_ = !unsent_.empty();
   if (unsent_.size() - flushed_ > kMostUnsent) {
@@ -191,6 +220,17 @@ bool Connection::Core::send(std::string_view bytes) {
     loop_->wake();
   }
   return true;
+}
+
+// False when there is no memory for bytes behind which others would make no sense.
+bool Connection::Core::keep(std::string_view bytes) {
+  try {
+    unsent_ += bytes;
+    return true;
+  } catch (const std::bad_alloc&) {
+    breakOff(ENOMEM);
+    return false;
+  }
 }
 
 // The thread that reads finds the end, and what came before it.
@@ -324,16 +364,20 @@ void Connection::Core::onTime() {
     takeMessages();
   }
   const Clock::time_point now = Clock::now();
-  Finished finished;
+  Finished finished(*loop_);
   bool isOver = false;
   {
     const platform::MutexLock lock(callMutex_);
     isOver = closeDeadline_ <= now;
+    if (nextDeadline_ <= now) {
+      finished.reserve(pending_.size());
+    }
     nextDeadline_ = Clock::time_point::max();
     for (auto call = pending_.begin(); call != pending_.end();) {
       if (!call->second.wait && call->second.deadline <= now) {
-        finished.emplace_back(std::move(call->second), Outcome::noReply());
+        auto& over = finished.add(std::move(call->second));
         call = pending_.erase(call);
+        over.second = Outcome::noReply();
       } else {
         nextDeadline_ =
             call->second.wait ? nextDeadline_ : std::min(nextDeadline_, call->second.deadline);
@@ -341,9 +385,7 @@ void Connection::Core::onTime() {
       }
     }
   }
-  for (auto& [call, outcome] : finished) {
-    finish(*loop_, &call, std::move(outcome));
-  }
+  finished.finishAll();
   if ((isOver || isTaken_) && isOpen_) {
     end();
   }
@@ -406,7 +448,8 @@ std::optional<Connection::Core::Pending> Connection::Core::takeAnswered(const wi
 
 // Finishes the calls whose replies have come, and hands on the rest.
 void Connection::Core::sort(std::vector<Received>* read) {
-  Finished finished;
+  Finished finished(*loop_);
+  finished.reserve(read->size());
   std::vector<Received> messages;
   bool isFaulty = false;
   std::size_t events = 0;
@@ -426,9 +469,9 @@ void Connection::Core::sort(std::vector<Received>* read) {
     isFaulty =
         interest == Interest::kChecked && wire::checkBody(received.message) != wire::Fault::kNone;
     if (answered) {
-      Outcome outcome = isFaulty ? Outcome::disconnected(kFaulty)
-                                 : Outcome::replied(std::move(received), answered->destination);
-      finished.emplace_back(std::move(*answered), std::move(outcome));
+      auto& [call, outcome] = finished.add(std::move(*answered));
+      outcome = isFaulty ? Outcome::disconnected(kFaulty)
+                         : Outcome::replied(std::move(received), call.destination);
     } else if (!isFaulty) {
       events += header.type == wire::MessageType::kSignal ? 1 : 0;
       messages.push_back(std::move(received));
@@ -442,9 +485,7 @@ void Connection::Core::sort(std::vector<Received>* read) {
     handlers_.onMessages(std::move(messages));
   }
   loop_->letEventsGather(events);
-  for (auto& [call, outcome] : finished) {
-    finish(*loop_, &call, std::move(outcome));
-  }
+  finished.finishAll();
   if (isFaulty) {
     end();
   }
@@ -471,10 +512,11 @@ void Connection::Core::end() {
     abandoned.swap(pending_);
   }
   for (auto& [serial, call] : abandoned) {
-    finish(*loop_, &call, Outcome::disconnected(kConnectionGone));
+    finish(*loop_, &call,
+           base::onceThereIsMemory([] { return Outcome::disconnected(kConnectionGone); }));
   }
   if (handlers_.onLost) {
-    handlers_.onLost();
+    base::onceThereIsMemory(handlers_.onLost);
   }
   // What the handlers hold may in turn hold this connection.
   handlers_ = {};
@@ -505,12 +547,18 @@ base::Result<std::shared_ptr<Connection>> Connection::open(const std::string& ad
   if (!loop) {
     return loop.failed();
   }
-  const base::Peer peer = base::peerOf(dialed->socket);
-  auto core = std::make_shared<Core>(*loop, true, std::move(dialed->socket),
-                                     std::move(dialed->inbox), std::move(handlers));
-  core->hold(dialed->lastWords);
-  (*loop)->add(core);
-  return std::shared_ptr<Connection>(new Connection(*loop, std::move(core), peer));
+  try {
+    const base::Peer peer = base::peerOf(dialed->socket);
+    auto core = std::make_shared<Core>(*loop, true, std::move(dialed->socket),
+                                       std::move(dialed->inbox), std::move(handlers));
+    core->hold(dialed->lastWords);
+    std::shared_ptr<Connection> connection(new Connection(*loop, core, peer));
+    (*loop)->add(std::move(core));
+    return connection;
+  } catch (const std::bad_alloc&) {
+    (*loop)->stop();
+    throw;
+  }
 }
 
 std::shared_ptr<Connection> Connection::adopt(std::shared_ptr<Loop> loop, base::Socket socket,
@@ -538,8 +586,8 @@ bool Connection::flush(Clock::time_point deadline) {
 void Connection::start(wire::MessageWriter* message, const std::string& destination, Call* call) {
   call->serial_ = core_->newSerial();
   const auto fail = [call](const char* reason) {
-    call->outcome_ = Outcome::disconnected(reason);
     call->isOver_ = true;
+    call->outcome_ = Outcome::disconnected(reason);
   };
   if (message->finish(call->serial_) != wire::Fault::kNone) {
     fail(kTooLarge);
@@ -551,6 +599,7 @@ void Connection::start(wire::MessageWriter* message, const std::string& destinat
     fail(kConnectionGone);
     return;
   }
+  call->isOver_ = false;
   if (!core_->send(message->bytes()) && core_->forget(call->serial_)) {
     fail(kConnectionGone);
   }
@@ -560,14 +609,27 @@ Outcome Connection::await(Call* call, Clock::time_point deadline) {
   if (call->isOver_) {
     return std::move(call->outcome_);
   }
-  if (!loop_->runUntilFinished(&call->wait_, deadline)) {
-    if (core_->forget(call->serial_)) {
-      return Outcome::noReply();
-    }
-    // Its reply has been found, and is being handed over.
-    loop_->runUntilFinished(&call->wait_, Clock::time_point::max());
+  if (!loop_->runUntilFinished(&call->wait_, deadline) && !handedOver(call)) {
+    return Outcome::noReply();
   }
+  call->isOver_ = true;
   return std::move(call->outcome_);
+}
+
+void Connection::abandon(Call* call) {
+  if (!call->isOver_) {
+    handedOver(call);
+  }
+}
+
+// Ends a call. Whether its reply had been found, and was being handed over: then waits for it.
+bool Connection::handedOver(Call* call) {
+  call->isOver_ = true;
+  if (core_->forget(call->serial_)) {
+    return false;
+  }
+  loop_->runUntilFinished(&call->wait_, Clock::time_point::max());
+  return true;
 }
 
 Outcome Connection::call(wire::MessageWriter* message, const std::string& destination,

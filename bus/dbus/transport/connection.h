@@ -94,16 +94,19 @@ class Connection {
     std::uint32_t serial_ = 0;
     Loop::Wait wait_;
     Outcome outcome_;
-    bool isOver_ = false;  // it could not be sent
+    bool isOver_ = true;  // not started, or awaited, or it could not be sent
   };
 
-  // Sends a method call. await() must follow, before the call is destroyed.
+  // Sends a method call. await() or abandon() must follow, before the call is destroyed, unless
+  // this ends in an exception.
   //
   // destination  as in the message
   void start(wire::MessageWriter* message, const std::string& destination, Call* call);
   // Waits for the reply.
   Outcome await(Call* call, Clock::time_point deadline);
-  // Both.
+  // In place of await(): the reply is of no interest any more. No effect on a call that is over.
+  void abandon(Call* call);
+  // Start and await.
   Outcome call(wire::MessageWriter* message, const std::string& destination,
                Clock::time_point deadline);
 
@@ -115,6 +118,8 @@ class Connection {
   class Core;
 
   Connection(std::shared_ptr<Loop> loop, std::shared_ptr<Core> core, const base::Peer& peer);
+
+  bool handedOver(Call* call);
 
   const std::shared_ptr<Loop> loop_;
   const std::shared_ptr<Core> core_;

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <climits>
+#include <new>
 #include <utility>
 
+#include "base/memory.h"
 #include "base/thread.h"
 
 namespace qxbus {
@@ -38,6 +40,16 @@ int pollTimeout(Clock::time_point deadline) {
   // Rounded up: a poll that ends before the deadline would be repeated.
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - now).count();
   return static_cast<int>(std::clamp<std::chrono::milliseconds::rep>(left, 0, INT_MAX));
+}
+
+// Runs a part of a source's work. Without memory the source ends: what it has read is incomplete.
+template <typename Work>
+void orAbandon(Loop::Source& source, const Work& work) {
+  try {
+    work(source);
+  } catch (const std::bad_alloc&) {
+    source.abandon();
+  }
 }
 
 }  // namespace
@@ -90,9 +102,9 @@ bool Loop::runUntilFinished(Wait* wait, Clock::time_point deadline) {
   platform::MutexLock lock(mutex_);
   while (!wait->isDone_ && Clock::now() < deadline) {
     if (isTaken_) {
-      const auto place = waiting_.insert(waiting_.end(), wait);
+      waiting_.append(*wait);
       wait->changed_.waitUntil(lock, deadline);
-      waiting_.erase(place);
+      waiting_.remove(*wait);
       continue;
     }
     takeTurn();
@@ -114,7 +126,7 @@ void Loop::passOn() {
   if (isTaken_) {
     return;
   }
-  for (Wait* const next : waiting_) {
+  for (Wait* next = waiting_.first(); next; next = waiting_.behind(*next)) {
     if (!next->isDone_) {
       next->changed_.notifyOne();
       return;
@@ -199,7 +211,8 @@ void Loop::gather(std::size_t events, platform::MutexLock& lock) {
   }
 }
 
-Clock::time_point Loop::collect(std::vector<std::shared_ptr<Source>>* sources) {
+// Notes what to poll, and returns when the next source is due.
+Clock::time_point Loop::collect() {
   const platform::MutexLock lock(mutex_);
   sources_.erase(std::remove_if(sources_.begin(), sources_.end(),
                                 [](const auto& source) { return source->descriptor() < 0; }),
@@ -210,21 +223,19 @@ Clock::time_point Loop::collect(std::vector<std::shared_ptr<Source>>* sources) {
     wake();
     free_.notifyOne();
   }
-  *sources = sources_;
+  polledSources_ = sources_;
+  polled_.assign(1, {wake_.readEnd(), POLLIN, 0});
   Clock::time_point due = Clock::time_point::max();
-  for (const std::shared_ptr<Source>& source : *sources) {
+  for (const std::shared_ptr<Source>& source : polledSources_) {
+    polled_.push_back({source->descriptor(), source->events(), 0});
     due = std::min(due, source->due());
   }
   return due;
 }
 
-// One poll, and what it has brought.
+// One poll, and what it has brought. Throws nothing: the turn must not be lost.
 void Loop::step(Clock::time_point deadline) {
-  const Clock::time_point due = collect(&polledSources_);
-  polled_.assign(1, {wake_.readEnd(), POLLIN, 0});
-  for (const std::shared_ptr<Source>& source : polledSources_) {
-    polled_.push_back({source->descriptor(), source->events(), 0});
-  }
+  const Clock::time_point due = base::onceThereIsMemory([this] { return collect(); });
   ::poll(polled_.data(), static_cast<nfds_t>(polled_.size()), pollTimeout(std::min(due, deadline)));
   if (polled_.front().revents != 0) {
     wake_.drain();
@@ -232,13 +243,13 @@ void Loop::step(Clock::time_point deadline) {
   for (std::size_t i = 0; i < polledSources_.size(); ++i) {
     const short ready = polled_[i + 1].revents;
     if (ready != 0) {
-      polledSources_[i]->onReady(ready);
+      orAbandon(*polledSources_[i], [ready](Source& source) { source.onReady(ready); });
     }
   }
   if (due != Clock::time_point::max() && Clock::now() >= due) {
     for (const std::shared_ptr<Source>& source : polledSources_) {
       if (source->due() <= Clock::now()) {
-        source->onTime();
+        orAbandon(*source, [](Source& timed) { timed.onTime(); });
       }
     }
   }

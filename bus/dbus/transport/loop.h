@@ -18,13 +18,13 @@
 #define BUS_DBUS_TRANSPORT_LOOP_H
 
 #include <chrono>
-#include <list>
 #include <memory>
 #include <thread>
 #include <vector>
 
 #include <poll.h>
 
+#include "base/chain.h"
 #include "base/result.h"
 #include "base/self_pipe.h"
 #include "platform/mutex.h"
@@ -47,10 +47,13 @@ class Loop : public std::enable_shared_from_this<Loop> {
     // When onTime() is due; Clock::time_point::max() for never.
     virtual Clock::time_point due() const { return Clock::time_point::max(); }
     virtual void onTime() {}
+    // One of the two has ended in std::bad_alloc, and the source is not what it was. Must not
+    // throw.
+    virtual void abandon() {}
   };
 
   // What a thread waits for: finish() ends the wait.
-  class Wait {
+  class Wait : public base::Chain<Wait>::Place {
    public:
     Wait() = default;
     Wait(const Wait&) = delete;
@@ -92,7 +95,7 @@ class Loop : public std::enable_shared_from_this<Loop> {
   void gather(std::size_t events, platform::MutexLock& lock) QX_REQUIRES(mutex_);
   void takeTurn() QX_REQUIRES(mutex_);
   void step(Clock::time_point deadline);
-  Clock::time_point collect(std::vector<std::shared_ptr<Source>>* sources);
+  Clock::time_point collect();
   void passOn() QX_REQUIRES(mutex_);
 
   base::SelfPipe wake_;
@@ -107,7 +110,7 @@ class Loop : public std::enable_shared_from_this<Loop> {
 
   mutable platform::Mutex mutex_;
   std::vector<std::shared_ptr<Source>> sources_ QX_GUARDED_BY(mutex_);
-  std::list<Wait*> waiting_ QX_GUARDED_BY(mutex_);  // without the turn
+  base::Chain<Wait> waiting_ QX_GUARDED_BY(mutex_);  // without the turn
   bool isTaken_ QX_GUARDED_BY(mutex_) = false;
   std::thread::id reader_ QX_GUARDED_BY(mutex_);  // while the turn is taken
   Clock::time_point lastTurn_ QX_GUARDED_BY(mutex_) = {};

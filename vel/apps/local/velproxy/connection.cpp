@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <memory>
 #include <vector>
 
+#include "base/memory.h"
 #include "platform/app_data_path.h"
 #include "vel/apps/local/velproxy/internal/client_code.h"
 #include "vel/apps/local/velproxy/internal/error_report.h"
@@ -45,13 +47,13 @@ QXBusEventCallback* newListener(std::function<void(std::shared_ptr<QXBusMessage>
     std::vector<QXBusEventCallback*> all QX_GUARDED_BY(mutex);
   };
   static auto* const listeners = new Listeners;
-  auto* const listener = new QXBusEventCallback;
+  auto listener = std::make_unique<QXBusEventCallback>();
   listener->handler = [handler = std::move(handler)](const std::shared_ptr<QXBusMessage>& event) {
     withoutExceptions([&] { handler(event); });
   };
   const platform::MutexLock lock(listeners->mutex);
-  listeners->all.push_back(listener);
-  return listener;
+  listeners->all.push_back(listener.get());
+  return listener.release();
 }
 
 }  // namespace
@@ -142,7 +144,17 @@ unsigned int VelProxy::Init() {
   }
   failedInitReason_ = kNoServiceOnTheBus;
   std::atomic_store(&interface_, interface);
+  try {
+    return listenTo(*interface);
+  } catch (...) {
+    // Out of memory. The death of this connection would not be noticed.
+    std::atomic_store(&interface_, {});
+    eventListener_ = nullptr;
+    throw;
+  }
+}
 
+unsigned int VelProxy::listenTo(QXBusProxyInterface& interface) {
   eventListener_ =
       newListener([this, lifetime = lifetime_](const std::shared_ptr<QXBusMessage>& event) {
         const Lifetime::Visit visit(lifetime);
@@ -150,10 +162,10 @@ unsigned int VelProxy::Init() {
           HandleEvent(event);
         }
       });
-  VEL_DEBUG("init callback : %p", static_cast<void*>(eventListener_));
-  interface->addEventListener(velprotocol::kServiceEvent, eventListener_,
-                              QXBUS_SECURITY_SAME_USER_OR_ROOT);
-  interface->setDeathCallback([this, lifetime = lifetime_] {
+  VEL_DEBUG_AT("Init", __LINE__, "init callback : %p", static_cast<void*>(eventListener_));
+  interface.addEventListener(velprotocol::kServiceEvent, eventListener_,
+                             QXBUS_SECURITY_SAME_USER_OR_ROOT);
+  interface.setDeathCallback([this, lifetime = lifetime_] {
     const Lifetime::Visit visit(lifetime);
     if (visit) {
       withoutExceptions([this] { onServiceDeath(); });
@@ -197,22 +209,27 @@ unsigned int VelProxy::ResetService() {
   return RemoteCall(*this).method("resetService").answer() ? 0 : kFailed;
 }
 
+// The VMs whose numbers were known, in ascending order.
+std::vector<std::string> VelProxy::forgetVmIds() {
+  std::vector<std::string> vmIds;
+  const platform::MutexLock lock(vmIdMutex_);
+  for (const auto& [number, vmId] : vmIds_) {
+    vmIds.push_back(vmId);
+  }
+  std::sort(vmIds.begin(), vmIds.end());
+  vmIds_.clear();
+  ++vmIdGeneration_;
+  return vmIds;
+}
+
+// A death is handled to its end also while there is no memory: this thread may wait.
 void VelProxy::onServiceDeath() {
   const ErrorReport report;
   // A callback below may destroy the object: no member may be used after that.
   const std::shared_ptr<Lifetime> lifetime = lifetime_;
   const Lifetime::Visit visit(lifetime);
   VEL_ERROR("vel serviced death");
-  std::vector<std::string> vmIds;
-  {
-    const platform::MutexLock lock(vmIdMutex_);
-    for (const auto& [number, vmId] : vmIds_) {
-      vmIds.push_back(vmId);
-    }
-    vmIds_.clear();
-    ++vmIdGeneration_;
-  }
-  std::sort(vmIds.begin(), vmIds.end());
+  const std::vector<std::string> vmIds = base::onceThereIsMemory([this] { return forgetVmIds(); });
   ReleaseService();
   serviceChanged(ServiceState::kGone, vmIds);
 
@@ -237,7 +254,7 @@ void VelProxy::onServiceDeath() {
       // failure.
       const platform::MutexLock attempt(instance->callMutex_);
     }
-    instance->Init();
+    base::onceThereIsMemory([instance] { return instance->Init(); });
   }
   endSessions(lifetime, polls);
   if (!lifetime->hasEnded() && polls < kMostPolls) {
@@ -250,7 +267,9 @@ void VelProxy::endSessions(const std::shared_ptr<Lifetime>& lifetime, int polls)
   Lifetime::Visit visit(lifetime);
   platform::MutexLock lock(callbackMutex_);
   visit.setLock(lock);
-  const std::map<std::string, VmRegistration> ended = vmCallbacks_;
+  // The analysis does not see the lock inside the function.
+  const std::map<std::string, VmRegistration> ended =
+      base::onceThereIsMemory([this]() QX_NO_THREAD_SAFETY_ANALYSIS { return vmCallbacks_; });
   for (const auto& [vmId, registration] : ended) {
     if (lifetime->hasEnded()) {
       return;
@@ -288,11 +307,10 @@ bool VelProxy::CheckServiceCallback(void* userData) const {
 }
 
 void VelProxy::serviceChanged(ServiceState state, const std::vector<std::string>& vmIds) {
-  std::map<void*, ServiceCallback> callbacks;
-  {
+  const std::map<void*, ServiceCallback> callbacks = base::onceThereIsMemory([this] {
     const platform::MutexLock lock(serviceMutex_);
-    callbacks = serviceCallbacks_;
-  }
+    return serviceCallbacks_;
+  });
   for (const auto& [userData, callback] : callbacks) {
     withoutExceptions(
         [&, callback = callback, userData = userData] { callback(state, vmIds, userData); });
@@ -305,7 +323,9 @@ std::shared_ptr<QXBusProxyInterface> VelProxy::currentInterface() const {
 
 bool VelProxy::isServiceRegistered() const {
   QXBusSerivceManager* const manager = serviceManager_.load();
-  return manager && manager->isServiceRegistered(velprotocol::kServiceName);
+  return manager && base::onceThereIsMemory([manager] {
+           return manager->isServiceRegistered(velprotocol::kServiceName);
+         });
 }
 
 }  // namespace qx

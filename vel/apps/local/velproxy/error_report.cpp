@@ -1,5 +1,6 @@
 #include "vel/apps/local/velproxy/internal/error_report.h"
 
+#include <new>
 #include <utility>
 
 #include "vel/apps/local/velproxy/vel_proxy.h"
@@ -9,18 +10,20 @@ namespace {
 
 using Kind = VelError::Kind;
 
-// A pointer that survives the thread's other thread-local objects: destructors of the client's
-// statics may still call operations, which then make a new account.
+// A place and a pointer that survive the thread's other thread-local objects: destructors of the
+// client's statics may still call operations, which then make a new account. It takes no memory,
+// because destructors use it.
+alignas(OperationAccount) thread_local unsigned char placeOfAccount[sizeof(OperationAccount)];
 thread_local OperationAccount* threadAccount = nullptr;
 thread_local bool hasCleaner = false;
 
 struct Cleaner {
-  ~Cleaner() { delete std::exchange(threadAccount, nullptr); }
+  ~Cleaner() { std::exchange(threadAccount, nullptr)->~OperationAccount(); }
 };
 
 OperationAccount& accountOfThisThread() {
   if (!threadAccount) {
-    threadAccount = new OperationAccount;
+    threadAccount = new (placeOfAccount) OperationAccount;
     if (!hasCleaner) {
       hasCleaner = true;
       static thread_local const Cleaner cleaner;
@@ -81,7 +84,8 @@ void ErrorReport::failLookUp(const VelError& lookUp, const std::string& vmId) {
   }
 }
 
-LastErrorKeeper::LastErrorKeeper() : last_(accountOfThisThread()), kept_(last_) {}
+LastErrorKeeper::LastErrorKeeper()
+    : last_(accountOfThisThread()), kept_(std::exchange(last_, {})) {}
 
 LastErrorKeeper::~LastErrorKeeper() {
   last_ = std::move(kept_);

@@ -1,6 +1,5 @@
 #include "vel/apps/local/velproxy/internal/lifetime.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace qx {
@@ -8,7 +7,7 @@ namespace qx {
 Lifetime::Visit::Visit(std::shared_ptr<Lifetime> lifetime) : lifetime_(std::move(lifetime)) {
   const platform::MutexLock lock(lifetime_->mutex_);
   if (!lifetime_->hasEnded_) {
-    lifetime_->visits_.push_back(this);
+    lifetime_->visits_.append(*this);
     isListed_ = true;
   }
 }
@@ -16,7 +15,7 @@ Lifetime::Visit::Visit(std::shared_ptr<Lifetime> lifetime) : lifetime_(std::move
 Lifetime::Visit::~Visit() {
   if (isListed_) {
     const platform::MutexLock lock(lifetime_->mutex_);
-    lifetime_->visits_.remove(this);
+    lifetime_->visits_.remove(*this);
     lifetime_->changed_.notifyAll();
   }
 }
@@ -45,7 +44,12 @@ void Lifetime::waitForEnd(std::chrono::seconds duration) {
 }
 
 bool Lifetime::hasOtherVisitors() {
-  return !std::all_of(visits_.begin(), visits_.end(), &isOfThisThread);
+  for (const Visit* visit = visits_.first(); visit; visit = visits_.behind(*visit)) {
+    if (!isOfThisThread(visit)) {
+      return true;
+    }
+  }
+  return false;
 }
 
 bool Lifetime::isOfThisThread(const Visit* visit) {
@@ -54,7 +58,7 @@ bool Lifetime::isOfThisThread(const Visit* visit) {
 
 // The analysis cannot follow a lock that another function has constructed.
 void Lifetime::releaseLocksOfThisThread() QX_NO_THREAD_SAFETY_ANALYSIS {
-  for (Visit* const visit : visits_) {
+  for (Visit* visit = visits_.first(); visit; visit = visits_.behind(*visit)) {
     if (isOfThisThread(visit) && visit->lock_) {
       std::exchange(visit->lock_, nullptr)->unlock();
     }

@@ -27,7 +27,8 @@
 // MEMORY     Records that a returned list points to are malloc'ed, each exactly as long as the
 //            service sent it, and yours: FreeDeviceList, FreePolicyList or free. A record may be
 //            shorter than its type: lastRecordLengths() has the lengths.
-// ERRORS     Nothing throws, unless memory runs out. Statuses are the service's own, passed on
+// ERRORS     Nothing throws, unless memory runs out: std::bad_alloc, of which destructors are free.
+// Statuses are the service's own, passed on
 //            unchanged; -1 (0xFFFFFFFF) also stands for "no answer": no service, an error reply, or
 //            the time has passed. Lists are empty and texts "" then, unless the operation says
 //            otherwise. lastError() gives the reason; the log has it, too.
@@ -819,6 +820,9 @@ class VelProxy {
 
   std::shared_ptr<QXBusProxyInterface> currentInterface() const;
   bool isServiceRegistered() const;
+  // The last steps of Init. An exception leaves listeners that are of no use.
+  unsigned int listenTo(QXBusProxyInterface& interface) QX_REQUIRES(callMutex_);
+  std::vector<std::string> forgetVmIds();
   // Calls the callbacks of the service's state, in ascending order of user data.
   void serviceChanged(ServiceState state, const std::vector<std::string>& vmIds);
   // The last step of a death: calls the callbacks of RegisterCallback.

@@ -2,10 +2,10 @@
 #define VEL_APPS_LOCAL_VELPROXY_INTERNAL_LIFETIME_H
 
 #include <chrono>
-#include <list>
 #include <memory>
 #include <thread>
 
+#include "base/chain.h"
 #include "platform/mutex.h"
 
 namespace qx {
@@ -18,7 +18,7 @@ namespace qx {
 class Lifetime {
  public:
   // Work for the object by the thread that constructs the visit.
-  class Visit {
+  class Visit : public base::Chain<Visit>::Place {
    public:
     explicit Visit(std::shared_ptr<Lifetime> lifetime);
     ~Visit();
@@ -55,7 +55,7 @@ class Lifetime {
   platform::Mutex mutex_;
   platform::Condition changed_;
   bool hasEnded_ QX_GUARDED_BY(mutex_) = false;
-  std::list<Visit*> visits_ QX_GUARDED_BY(mutex_);
+  base::Chain<Visit> visits_ QX_GUARDED_BY(mutex_);
 };
 
 }  // namespace qx
