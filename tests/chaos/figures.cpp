@@ -21,9 +21,9 @@ long entriesOf(const std::string& directory) {
 Usage usageOf(pid_t process) {
   Usage usage;
 #if defined(__linux__)
-  const std::string home = "/proc/" + (process == 0 ? "self" : std::to_string(process));
-  usage.descriptors = entriesOf(home + "/fd");
-  std::ifstream status(home + "/status");
+  const std::string processEntry = "/proc/" + (process == 0 ? "self" : std::to_string(process));
+  usage.descriptors = entriesOf(processEntry + "/fd");
+  std::ifstream status(processEntry + "/status");
   for (std::string line; std::getline(status, line);) {
     std::sscanf(line.c_str(), "Threads: %ld", &usage.threads);
     std::sscanf(line.c_str(), "VmRSS: %ld", &usage.residentKiB);
