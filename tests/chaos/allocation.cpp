@@ -25,7 +25,7 @@ std::atomic<std::uint64_t> failures{0};
 std::atomic<long long> blocksInUse{0};
 std::atomic<long long> bytesInUse{0};
 
-bool isThreadOfTheBus() {
+[[maybe_unused]] bool isThreadOfTheBus() {
 #if defined(__GLIBC__)
   if (home == kUnknown) {
     char name[16] = {};
@@ -36,11 +36,11 @@ bool isThreadOfTheBus() {
   return home == kInside;
 }
 
-bool isInside() {
+[[maybe_unused]] bool isInside() {
   return place == kInside || (place == kUnknown && isThreadOfTheBus());
 }
 
-bool mustFail() {
+[[maybe_unused]] bool mustFail() {
   const unsigned oneOf = odds.load(std::memory_order_relaxed);
   if (oneOf == 0 || !isInside()) {
     return false;
@@ -51,7 +51,7 @@ bool mustFail() {
   return (mixed >> 32) % oneOf == 0;
 }
 
-long long sizeOf([[maybe_unused]] void* block) {
+[[maybe_unused]] long long sizeOf([[maybe_unused]] void* block) {
 #if defined(__GLIBC__)
   return static_cast<long long>(::malloc_usable_size(block));
 #else
@@ -85,6 +85,8 @@ Memory memory() {
 
 }  // namespace chaos
 
+// A sanitizer has its own.
+#if defined(CHAOS_OWN_MEMORY)
 void* operator new(std::size_t size) {
   void* const block = chaos::mustFail() ? nullptr : std::malloc(size > 0 ? size : 1);
   if (!block) {
@@ -107,3 +109,4 @@ void operator delete(void* block) noexcept {
 void operator delete(void* block, std::size_t /*size*/) noexcept {
   operator delete(block);
 }
+#endif
