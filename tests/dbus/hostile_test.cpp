@@ -2,24 +2,20 @@
 
 #include <csignal>
 #include <fstream>
+#include <set>
 #include <sstream>
 #include <thread>
 
-#include <stdlib.h>
 #include <sys/socket.h>
 #include <unistd.h>
 #if defined(__linux__)
 #include <sys/resource.h>
 #endif
 
-#include "base/text.h"
 #include "base/unix_socket.h"
-#include "bus/dbus/client.h"
-#include "bus/dbus/message_impl.h"
+#include "bus/dbus/link.h"
 #include "bus/dbus/transport/connection.h"
-#include "bus/dbus/wire/message_writer.h"
-#include "bus/dbus/wire/values.h"
-#include "tests/dbus/dbus_test.h"
+#include "tests/dbus/hostile_test.h"
 #include "tests/dbus/odd_sockets.h"
 
 namespace {
@@ -31,37 +27,9 @@ using testing::Contains;
 using testing::HasSubstr;
 using testing::Not;
 
-std::string serialized(const qxbus::wire::Header& header, const qxbus::Values& values = {}) {
-  MessageWriter writer;
-  writer.start(header);
-  qxbus::wire::appendValues(&writer, values);
-  EXPECT_EQ(writer.finish(1), qxbus::wire::Fault::kNone);
-  return std::string(writer.bytes());
-}
-
-qxbus::wire::Header headerOf(MessageType type, std::string_view interface,
-                             std::string_view member) {
-  qxbus::wire::Header header;
-  header.type = type;
-  header.path = kVelPath;
-  header.interface = interface;
-  header.member = member;
-  header.signature = "av";
-  return header;
-}
-
 std::string signalOf(std::string_view interface, std::string_view member,
                      const qxbus::Values& values = {}) {
   return serialized(headerOf(MessageType::kSignal, interface, member), values);
-}
-
-// To the first call of a connection.
-std::string firstReply(std::string_view signature = "", const qxbus::Values& values = {}) {
-  qxbus::wire::Header header;
-  header.type = MessageType::kMethodReturn;
-  header.replySerial = 1;
-  header.signature = signature;
-  return serialized(header, values);
 }
 
 std::string repeated(const std::string& text, int times) {
@@ -72,37 +40,7 @@ std::string repeated(const std::string& text, int times) {
   return all;
 }
 
-class HostileTest : public DBusTest {
- protected:
-  HostileTest() {
-    if (!::mkdtemp(directory_.data())) {
-      throw std::runtime_error("no temporary directory");
-    }
-  }
-  ~HostileTest() override { std::filesystem::remove_all(directory_); }
-
-  std::string socket() const { return directory_ + "/vel"; }
-  std::string address() const { return "direct:" + socket(); }
-
-  // Whether a well-behaved client is served.
-  bool isServed() const {
-    const auto client = qxbus::Client::connect(address());
-    const auto service = client ? (*client)->handleOn("vel", kSafe) : nullptr;
-    const auto request = qxbus::makeMessage(MESSAGE_TYPE_METHOD_CALL, "echo");
-    return service && service->call(*request, 10000)->type() == MESSAGE_TYPE_METHOD_RETURN;
-  }
-
- private:
-  std::string directory_ =
-      (std::filesystem::temp_directory_path() / "hostile-test.XXXXXX").string();
-};
-
 // --- Clients -------------------------------------------------------------------------------------
-
-std::string authenticated() {
-  return std::string(1, '\0') + "AUTH EXTERNAL " + base::hexOf(std::to_string(::geteuid())) +
-         "\r\nBEGIN\r\n";
-}
 
 std::string echoCall(const qxbus::Values& values) {
   return serialized(headerOf(MessageType::kMethodCall, kVelName, "echo"), values);
@@ -130,20 +68,20 @@ void PrintTo(const Attack& attack, std::ostream* stream) {
   *stream << attack.name;
 }
 
+// As much of the bytes as the service takes.
+void send(const base::Socket& client, const std::string& bytes) {
+  const auto* const all = reinterpret_cast<const unsigned char*>(bytes.data());
+  for (std::size_t sent = 0; sent < bytes.size();) {
+    const ssize_t more = base::sendSome(client, all + sent, bytes.size() - sent);
+    if (more < 0 && errno != EAGAIN) {
+      return;
+    }
+    sent += more > 0 ? static_cast<std::size_t>(more) : 0;
+  }
+}
+
 class HostileClient : public HostileTest, public testing::WithParamInterface<Attack> {
  protected:
-  // As much of the bytes as the service takes.
-  static void send(const base::Socket& client, const std::string& bytes) {
-    const auto* const all = reinterpret_cast<const unsigned char*>(bytes.data());
-    for (std::size_t sent = 0; sent < bytes.size();) {
-      const ssize_t more = base::sendSome(client, all + sent, bytes.size() - sent);
-      if (more < 0 && errno != EAGAIN) {
-        return;
-      }
-      sent += more > 0 ? static_cast<std::size_t>(more) : 0;
-    }
-  }
-
   const qxbus::ServiceHost host_{address(), "vel", {{"echo", [](qxbus::Request request) {
                                                        request.reply(request.arguments());
                                                      }}}};
@@ -161,6 +99,29 @@ TEST_P(HostileClient, HarmsNobody) {
   EXPECT_TRUE(isServed());
 }
 
+class ClaimedName : public HostileTest {};
+
+// The names of direct clients are the service's own count of them.
+TEST_F(ClaimedName, IsNotThatOfAClient) {
+  const auto senders = std::make_shared<Record<std::string>>();
+  const qxbus::ServiceHost host(
+      "direct:" + directory() + "/named", "vel",
+      {{"echo", [senders](const qxbus::Request& request) { senders->add(request.sender()); }}});
+  qxbus::wire::Header call = headerOf(MessageType::kMethodCall, kVelName, "echo");
+  std::vector<base::Socket> clients;
+  for (const char* const claimed : {"qx.bus.vel", ":1.1", "org.freedesktop.DBus"}) {
+    call.sender = claimed;
+    clients.push_back(base::newSocket());
+    ASSERT_EQ(base::connectTo(clients.back(), directory() + "/named"), 0);
+    send(clients.back(), authenticated() + serialized(call));
+  }
+
+  ASSERT_TRUE(senders->waitFor(3));
+  const std::vector<std::string> seen = senders->items();
+  EXPECT_EQ(std::set<std::string>(seen.begin(), seen.end()).size(), 3u);
+  EXPECT_THAT(seen, testing::Each(testing::StartsWith(std::string(qxbus::kPeerName) + '.')));
+}
+
 std::vector<Attack> attacks() {
   const std::string call = echoCall({std::string("text")});
   return {
@@ -176,7 +137,7 @@ std::vector<Attack> attacks() {
       {"AnAnnouncementOfTooMuch", authenticated() + announced(0xffffffff)},
       {"AMalformedBody", authenticated() + withLastByte(call, 'x')},
       {"SignalsAndReplies",
-       authenticated() + repeated(signalOf(kVelName, "velevent") + firstReply(), 1000)},
+       authenticated() + repeated(signalOf(kVelName, "velevent") + replyTo(1), 1000)},
       {"RepliesThatItNeverReads",
        authenticated() + repeated(echoCall({std::string(64 * 1024, 'x')}), 300)},
   };
@@ -274,7 +235,7 @@ TEST_F(HostileService, ThatNeverStopsSendingKeepsNoCallerPastItsDeadline) {
 }
 
 TEST_F(HostileService, ThatSendsHalfAReplyEndsTheCallAtItsDeadline) {
-  const std::string reply = firstReply("s", {std::string("text")});
+  const std::string reply = replyTo(1, "s", {std::string("text")});
   const PlayedService service(socket(), [&reply](int connection) {
     sendAll(connection, reply.substr(0, reply.size() - 1));
     awaitEnd(connection);
@@ -284,7 +245,7 @@ TEST_F(HostileService, ThatSendsHalfAReplyEndsTheCallAtItsDeadline) {
 }
 
 TEST_F(HostileService, ThatSendsAMalformedReplyIsLostForThisReason) {
-  const std::string reply = withLastByte(firstReply("s", {std::string("text")}), 'x');
+  const std::string reply = withLastByte(replyTo(1, "s", {std::string("text")}), 'x');
   // The end of the connection would be another reason.
   const PlayedService service(socket(), [&reply](int connection) {
     sendAll(connection, reply);
@@ -339,7 +300,7 @@ TEST_F(HostileService, ThatSendsLargeMessagesNobodyWantsIsUnderstoodBehindThem) 
       {std::string(kMegabyte, 'x')});
   const std::string small = signalOf(kVelName, "small");
   const PlayedService service(socket(), [&](int connection) {
-    sendAll(connection, small + large + small + late + large + small + firstReply());
+    sendAll(connection, small + large + small + late + large + small + replyTo(1));
     char byte = 0;
     while (::recv(connection, &byte, 1, 0) == 1) {
     }
@@ -407,10 +368,40 @@ TEST_F(HostileService, OfAnotherUserIsRefused) {
   EXPECT_EQ(safe->size(), 0u);
 }
 
+// A service that is reached without a bus is no bus: what it says in the name of one has no effect.
+TEST_F(HostileService, CannotSpeakForABus) {
+  qxbus::wire::Header forged =
+      headerOf(MessageType::kSignal, "org.freedesktop.DBus", "NameOwnerChanged");
+  forged.path = "/org/freedesktop/DBus";
+  forged.sender = "org.freedesktop.DBus";
+  forged.signature = "sss";
+  const std::string death =
+      serialized(forged, {std::string(kVelName), std::string(qxbus::kPeerName), std::string()});
+  const PlayedService service(socket(), [&death](int connection) {
+    char call[1000];
+    ::recv(connection, call, sizeof call, 0);
+    sendAll(connection, replyTo(1));
+    ::recv(connection, call, sizeof call, 0);
+    sendAll(connection, death + replyTo(2));
+    awaitEnd(connection);
+  });
+  const auto client = qxbus::Client::connect(address());
+  ASSERT_TRUE(client);
+  const auto handle = (*client)->handleOn("vel", kSafe);
+  ASSERT_TRUE(handle);
+  const auto deaths = std::make_shared<Record<std::string>>();
+  handle->setDeathCallback([deaths] { deaths->add("death"); });
+
+  EXPECT_THAT(handle->call(*qxbus::makeMessage(MESSAGE_TYPE_METHOD_CALL, "echo"), 10000),
+              IsReply());
+
+  EXPECT_TRUE(deaths->stays(0));
+}
+
 // The first event may come together with the answer that makes the connection.
 TEST_F(HostileService, MaySendABroadcastBeforeAnythingElse) {
   const PlayedService service(socket(), [](int connection) {
-    sendAll(connection, signalOf("qx.bus.Broadcast", "early") + firstReply());
+    sendAll(connection, signalOf("qx.bus.Broadcast", "early") + replyTo(1));
     char byte = 0;
     while (::recv(connection, &byte, 1, 0) == 1) {
     }

@@ -3,14 +3,12 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
-#include <fstream>
 
 #include <unistd.h>
 
 #include "bus/dbus/plain_call.h"
 #include "bus/dbus/service_client.h"
-#include "tests/dbus/dbus_test.h"
+#include "tests/dbus/hostile_test.h"
 #include "tests/dbus/raw_peer.h"
 
 namespace {
@@ -151,19 +149,6 @@ TEST_F(AnotherUser, GetsNoPlainCalls) {
 }
 
 #if defined(__linux__)
-// The most memory that this process has had since the last call, in megabytes.
-long takePeakMemory() {
-  long peak = -1;
-  std::string line;
-  for (std::ifstream status("/proc/self/status"); std::getline(status, line);) {
-    if (line.rfind("VmHWM:", 0) == 0) {
-      peak = std::atol(line.c_str() + line.find(':') + 1) / 1024;
-    }
-  }
-  std::ofstream("/proc/self/clear_refs") << 5;
-  return peak;
-}
-
 TEST_F(AnotherUser, TakesNoMemoryWithALargeBroadcast) {
   const std::string name = newBroadcastName();
   const auto safe = broadcastsTo(manager(), lastingListener(nullptr), name, kSafe);

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <deque>
 #include <exception>
 #include <optional>
 #include <random>
 #include <utility>
+#include <vector>
 
 #include <poll.h>
 #include <unistd.h>
@@ -18,6 +18,9 @@
 
 namespace qxbus {
 namespace {
+
+// In one turn of the loop.
+constexpr int kMostAccepts = 16;
 
 // As many digits as a D-Bus server's guid has.
 std::string newGuid() {
@@ -40,8 +43,10 @@ std::optional<std::uint32_t> admitted(const base::Socket& socket) {
 
 class Acceptor::Core : public Loop::Source, public std::enable_shared_from_this<Core> {
  public:
-  Core(std::shared_ptr<Loop> loop, const std::string& path, OnClient onClient)
+  Core(std::shared_ptr<Loop> loop, const std::string& path, OnClient onClient,
+       Clock::duration handshakeTime)
       : loop_(std::move(loop)),
+        handshakeTime_(handshakeTime),
         listener_(std::in_place, path),
         descriptor_(listener_->descriptor()),
         onClient_(std::move(onClient)) {}
@@ -74,14 +79,18 @@ class Acceptor::Core : public Loop::Source, public std::enable_shared_from_this<
   }
 
  private:
+  // For one more.
+  void makeRoom();
+
   const std::shared_ptr<Loop> loop_;
+  const Clock::duration handshakeTime_;
   const std::string guid_ = newGuid();
   platform::Mutex mutex_;
   std::optional<base::Listener> listener_ QX_GUARDED_BY(mutex_);
   std::atomic<int> descriptor_;
   OnClient onClient_ QX_GUARDED_BY(mutex_);
   // Used by the thread that reads. Some may have ended.
-  std::deque<std::weak_ptr<Handshake>> handshakes_;
+  std::vector<std::weak_ptr<Handshake>> handshakes_;
   // A client that cannot be accepted stays in the queue, and a poll would report it for ever.
   Clock::time_point restEnd_ = Clock::time_point::max();
 };
@@ -89,12 +98,13 @@ class Acceptor::Core : public Loop::Source, public std::enable_shared_from_this<
 // A client that has not authenticated yet.
 class Acceptor::Handshake : public Loop::Source {
  public:
-  Handshake(std::shared_ptr<Core> acceptor, base::Socket socket, const std::string& guid)
+  Handshake(std::shared_ptr<Core> acceptor, base::Socket socket, const std::string& guid,
+            Clock::time_point end)
       : acceptor_(std::move(acceptor)),
         socket_(std::move(socket)),
         descriptor_(socket_.number()),
         server_(admitted(socket_), guid),
-        end_(Clock::now() + kHandshakeTime) {}
+        end_(end) {}
 
   int descriptor() const override { return descriptor_; }
   short events() const override { return POLLIN; }
@@ -131,6 +141,8 @@ class Acceptor::Handshake : public Loop::Source {
   }
 
   bool isOver() const { return descriptor_ < 0; }
+  // It has shown who it is, and has still to begin.
+  bool isAdmitted() const { return server_.isAdmitted(); }
   void close() {
     descriptor_ = -1;
     socket_ = base::Socket();
@@ -151,7 +163,9 @@ void Acceptor::Core::onReady(short events) {
     descriptor_ = -1;
     return;
   }
-  for (;;) {
+  // Those that wait come in the next turn: whoever connects all the time must not keep the thread
+  // from those who are at it.
+  for (int accepts = 0; accepts < kMostAccepts; ++accepts) {
     base::Socket client;
     int error = 0;
     {
@@ -169,28 +183,37 @@ void Acceptor::Core::onReady(short events) {
       }
       return;
     }
-    const auto isOver = [](const std::weak_ptr<Handshake>& weak) {
-      const std::shared_ptr<Handshake> handshake = weak.lock();
-      return !handshake || handshake->isOver();
-    };
-    handshakes_.erase(std::remove_if(handshakes_.begin(), handshakes_.end(), isOver),
-                      handshakes_.end());
-    if (handshakes_.size() >= kMostHandshakes) {
-      if (const std::shared_ptr<Handshake> oldest = handshakes_.front().lock()) {
-        oldest->close();
-      }
-    }
-    auto handshake = std::make_shared<Handshake>(shared_from_this(), std::move(client), guid_);
+    makeRoom();
+    auto handshake = std::make_shared<Handshake>(shared_from_this(), std::move(client), guid_,
+                                                 Clock::now() + handshakeTime_);
     handshakes_.push_back(handshake);
     loop_->add(std::move(handshake));
   }
 }
 
+void Acceptor::Core::makeRoom() {
+  // Holds none of them longer than this: each holds this object.
+  std::vector<std::shared_ptr<Handshake>> going;
+  for (const std::weak_ptr<Handshake>& weak : handshakes_) {
+    if (std::shared_ptr<Handshake> handshake = weak.lock(); handshake && !handshake->isOver()) {
+      going.push_back(std::move(handshake));
+    }
+  }
+  if (going.size() >= kMostHandshakes) {
+    const auto silent = std::find_if(
+        going.begin(), going.end(), [](const auto& handshake) { return !handshake->isAdmitted(); });
+    const auto closed = silent != going.end() ? silent : going.begin();
+    (*closed)->close();
+    going.erase(closed);
+  }
+  handshakes_.assign(going.begin(), going.end());
+}
+
 base::Result<std::unique_ptr<Acceptor>> Acceptor::listen(std::shared_ptr<Loop> loop,
-                                                         const std::string& path,
-                                                         OnClient onClient) {
+                                                         const std::string& path, OnClient onClient,
+                                                         Clock::duration handshakeTime) {
   try {
-    auto core = std::make_shared<Core>(loop, path, std::move(onClient));
+    auto core = std::make_shared<Core>(loop, path, std::move(onClient), handshakeTime);
     loop->add(core);
     return std::unique_ptr<Acceptor>(new Acceptor(std::move(core)));
   } catch (const std::exception& error) {

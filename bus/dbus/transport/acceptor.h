@@ -15,9 +15,9 @@
 namespace qxbus {
 
 // Only clients of this user and of root are admitted; the system says who they are. Clients that do
-// not authenticate within kHandshakeTime are closed; so is the oldest of them when another comes
-// while kMostHandshakes are at it. When the system has no descriptor left, clients wait until it
-// has: it is asked every kRest.
+// not authenticate in time are closed. When another client comes while kMostHandshakes are at it,
+// the oldest is closed, of those first that have not shown who they are. When the system has no
+// descriptor left, clients wait until it has: it is asked every kRest.
 //
 // THREADS   Works on the thread that reads the loop.
 class Acceptor {
@@ -31,8 +31,9 @@ class Acceptor {
 
   // Replaces a socket without a listener. Fails when a program listens there, or the
   // path cannot be used.
-  static base::Result<std::unique_ptr<Acceptor>> listen(std::shared_ptr<Loop> loop,
-                                                        const std::string& path, OnClient onClient);
+  static base::Result<std::unique_ptr<Acceptor>> listen(
+      std::shared_ptr<Loop> loop, const std::string& path, OnClient onClient,
+      Clock::duration handshakeTime = kHandshakeTime);
   // Removes the socket. A client may still be handed over by a call that is running.
   ~Acceptor();
 

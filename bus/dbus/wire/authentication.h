@@ -93,6 +93,9 @@ class ServerAuthentication final : public Authentication {
   // guid       of this server: 32 hexadecimal digits
   ServerAuthentication(std::optional<std::uint32_t> user, std::string guid);
 
+  // The client is who it says, and has only to begin.
+  bool isAdmitted() const { return expected_ == Expected::kBegin; }
+
  private:
   enum class Expected { kAuth, kData, kBegin };
 
