@@ -54,6 +54,18 @@ TEST_F(ForgedSignal, AddressedToTheClientIsNoEvent) {
   expectOnlyTheServicesOwnEvent();
 }
 
+// The bus writes the name of the sender into each message, over any other.
+TEST_F(ForgedSignal, WithTheSenderFieldOfTheServiceIsNoEvent) {
+  for (const std::string& sender : {std::string(kVelName), stranger_.ownerOf(kVelName)}) {
+    const DBusMessageRef forged(dbus_message_new_signal(kVelPath, kVelName, "velevent"));
+    dbus_message_set_sender(forged.get(), sender.c_str());
+    stranger_.send(forged);
+  }
+  stranger_.sync();
+
+  expectOnlyTheServicesOwnEvent();
+}
+
 TEST_F(ForgedSignal, OfAConnectionThatOwnsAnotherServiceIsNoEvent) {
   ASSERT_TRUE(stranger_.own("qx.bus.other"));
   const ProxyRef other = proxyOf("other");
