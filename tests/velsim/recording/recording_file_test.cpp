@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -205,6 +206,73 @@ TEST_F(RecordingFileTest, OnlyItsUserCanReadIt) {
   struct stat state = {};
   ASSERT_EQ(::stat(path().c_str(), &state), 0);
   EXPECT_EQ(state.st_mode & 0777, 0600u);
+}
+
+TEST_F(RecordingFileTest, OnlyItsUserCanReadAnEmptyFileThatWasThere) {
+  write("");
+  ASSERT_EQ(::chmod(path().c_str(), 0644), 0);
+
+  ASSERT_TRUE(RecordingWriter::create(path(), "direct:", false));
+
+  struct stat state = {};
+  ASSERT_EQ(::stat(path().c_str(), &state), 0);
+  EXPECT_EQ(state.st_mode & 0777, 0600u);
+}
+
+TEST_F(RecordingFileTest, ALinkOfTheUserIsFollowed) {
+  const std::string target = path() + ".target";
+  std::ofstream(target) << "";
+  fs::create_symlink(target, path());
+
+  ASSERT_TRUE(RecordingWriter::create(path(), "direct:", false));
+
+  EXPECT_GT(fs::file_size(target), 0u);
+}
+
+TEST_F(RecordingFileTest, ALinkThatLeadsNowhereIsNotFollowed) {
+  const std::string target = path() + ".target";
+  fs::create_symlink(target, path());
+
+  EXPECT_FALSE(RecordingWriter::create(path(), "direct:", false));
+
+  EXPECT_FALSE(fs::exists(target));
+}
+
+// What another user puts at the path, in a directory that all can write to.
+TEST_F(RecordingFileTest, WhatAnotherUserHasPutAtThePathIsRefused) {
+  if (::geteuid() != 0) {
+    GTEST_SKIP() << "only root can give a file away";
+  }
+  constexpr uid_t kAnotherUser = 65534;
+  const std::string target = path() + ".target";
+  const auto refusal = [this] {
+    const auto writer = RecordingWriter::create(path(), "direct:", false);
+    fs::remove(path());
+    return writer.reason();
+  };
+  const std::string refused = "will not write to " + path() + ": another user has put it there";
+
+  // To read the recording.
+  write("");
+  ASSERT_EQ(::chown(path().c_str(), kAnotherUser, kAnotherUser), 0);
+  EXPECT_EQ(refusal(), refused);
+  // The same, further away.
+  std::ofstream(target) << "";
+  ASSERT_EQ(::chown(target.c_str(), kAnotherUser, kAnotherUser), 0);
+  fs::create_symlink(target, path());
+  EXPECT_EQ(refusal(), "will not write to " + path() + ": it belongs to another user");
+  // To have it written into a file of the user.
+  fs::remove(target);
+  std::ofstream(target) << "";
+  fs::create_symlink(target, path());
+  ASSERT_EQ(::lchown(path().c_str(), kAnotherUser, kAnotherUser), 0);
+  EXPECT_EQ(refusal(), refused);
+  // Or to keep velsim waiting.
+  ASSERT_EQ(::mkfifo(path().c_str(), 0666), 0);
+  ASSERT_EQ(::chown(path().c_str(), kAnotherUser, kAnotherUser), 0);
+  EXPECT_EQ(refusal(), refused);
+
+  EXPECT_EQ(fs::file_size(target), 0u);
 }
 
 TEST_F(RecordingFileTest, AFileThatHoldsSomethingIsNotOverwritten) {

@@ -65,23 +65,54 @@ class LineChecks {
   std::map<std::uint64_t, bool> ended_;
 };
 
+base::Failed refusedAt(const std::string& path, const std::string& reason) {
+  return base::Failed{"will not write to " + base::printable(path) + ": " + reason};
+}
+
+// Makes the file, or takes what is there: an empty file of this user, a pipe, a terminal. In a
+// directory that others can write to, another user may have put something at the path, to read or
+// to misplace the recording.
+base::Result<base::Descriptor> openPrivately(const std::string& path) {
+  constexpr mode_t kMode = S_IRUSR | S_IWUSR;
+  constexpr int kFlags = O_WRONLY | O_APPEND | O_CLOEXEC;
+  base::Descriptor made(::open(path.c_str(), kFlags | O_CREAT | O_EXCL | O_NOFOLLOW, kMode));
+  if (made || errno != EEXIST) {
+    return made ? base::Result<base::Descriptor>(std::move(made)) : failedAt(path, "write");
+  }
+  struct stat state = {};
+  // Of a link as well; root's are those of the system, such as /dev/stdout.
+  if (::lstat(path.c_str(), &state) == 0 && state.st_uid != ::geteuid() && state.st_uid != 0) {
+    return refusedAt(path, "another user has put it there");
+  }
+  base::Descriptor file(::open(path.c_str(), kFlags));
+  if (!file || ::fstat(file.number(), &state) != 0) {
+    return failedAt(path, "write");
+  }
+  if (!S_ISREG(state.st_mode)) {
+    return file;
+  }
+  if (state.st_uid != ::geteuid()) {
+    return refusedAt(path, "it belongs to another user");
+  }
+  if (state.st_size > 0) {
+    return base::Failed{"will not overwrite " + base::printable(path) +
+                        ": remove it, or name another file"};
+  }
+  return ::fchmod(file.number(), kMode) == 0 ? base::Result<base::Descriptor>(std::move(file))
+                                             : failedAt(path, "write");
+}
+
 }  // namespace
 
 base::Result<std::unique_ptr<RecordingWriter>> RecordingWriter::create(const std::string& path,
                                                                        const std::string& from,
                                                                        bool isWithSecrets) {
-  base::Descriptor file(
-      ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, S_IRUSR | S_IWUSR));
+  base::Result<base::Descriptor> file = openPrivately(path);
   if (!file) {
-    return failedAt(path, "write");
-  }
-  struct stat state = {};
-  if (::fstat(file.number(), &state) == 0 && S_ISREG(state.st_mode) && state.st_size > 0) {
-    return base::Failed{"will not overwrite " + base::printable(path) +
-                        ": remove it, or name another file"};
+    return file.failed();
   }
   std::unique_ptr<RecordingWriter> writer(
-      new RecordingWriter(path, std::move(file), isWithSecrets));
+      new RecordingWriter(path, std::move(*file), isWithSecrets));
   const platform::MutexLock lock(writer->mutex_);
   if (const auto written = writer->write(headerJson(from, isWithSecrets)); !written) {
     return written.failed();

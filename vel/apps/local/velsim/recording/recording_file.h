@@ -21,7 +21,7 @@ namespace velsim {
 class RecordingWriter {
  public:
   // Makes the file, which only this user can read, and writes the header. A file that holds
-  // something already is not overwritten.
+  // something already is not overwritten; what another user has put at the path is refused.
   //
   // from       where the service is, for people
   static base::Result<std::unique_ptr<RecordingWriter>> create(const std::string& path,
