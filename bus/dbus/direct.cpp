@@ -43,6 +43,20 @@ std::string directoryIn(const std::string& address) {
   return path.back() == '/' ? path.substr(0, path.size() - 1) : "";
 }
 
+// A directory in another user's would be replaced at that user's will, and be in its way. Root's
+// are for all.
+base::Result<void> checkParent(const std::string& directory) {
+  const std::size_t slash = directory.rfind('/');
+  const std::string parent =
+      slash == std::string::npos ? "." : directory.substr(0, slash == 0 ? 1 : slash);
+  struct stat status = {};
+  if (::stat(parent.c_str(), &status) == 0 && status.st_uid != ::geteuid() && status.st_uid != 0) {
+    return base::Failed{directory + ": is not made, because " + parent + " belongs to user " +
+                        std::to_string(status.st_uid) + "; choose another address"};
+  }
+  return {};
+}
+
 }  // namespace
 
 bool isDirectAddress(const std::string& address) {
@@ -59,10 +73,15 @@ base::Result<void> makeDirectDirectory(const std::string& address) {
   if (directory.empty()) {
     return {};
   }
-  if (::mkdir(directory.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
-    return base::Failed{directory + ": " + std::generic_category().message(errno)};
-  }
   struct stat status = {};
+  if (::lstat(directory.c_str(), &status) != 0) {
+    if (const auto checked = checkParent(directory); !checked) {
+      return checked;
+    }
+    if (::mkdir(directory.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
+      return base::Failed{directory + ": " + std::generic_category().message(errno)};
+    }
+  }
   const bool isOurs = ::lstat(directory.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
                       status.st_uid == ::geteuid() && (status.st_mode & (S_IRWXG | S_IRWXO)) == 0;
   if (!isOurs) {

@@ -21,7 +21,8 @@ std::string directSocket(const std::string& address, const std::string& service)
 // Makes the directory of the sockets, which only this user can enter, unless the address names a
 // socket.
 //
-// returns    a failure when the directory belongs to another user, or others can enter it
+// returns    a failure when the directory belongs to another user, or others can enter it; or when
+//            it would have to be made in the directory of another user
 base::Result<void> makeDirectDirectory(const std::string& address);
 
 }  // namespace qxbus
