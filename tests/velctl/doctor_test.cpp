@@ -18,8 +18,6 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-constexpr char kStranger[] = "65534";
-
 class DoctorTest : public StateTest {
  protected:
   // Of a bus that cannot be reached; without one, of the service.
@@ -62,15 +60,8 @@ class DoctorTest : public StateTest {
 
   Finished asStranger(const std::string& line) const {
     Process::Options stranger = options(line);
-    stranger.command.insert(stranger.command.begin(),
-                            {"setpriv", std::string("--reuid=") + kStranger, "--clear-groups"});
+    stranger.command = asAStranger(stranger.command);
     return processes::run(stranger);
-  }
-  static bool canBeAStranger() {
-    Process::Options options;
-    options.command = {"setpriv", std::string("--reuid=") + kStranger, "--clear-groups",
-                       VELCTL_PATH, "--version"};
-    return ::geteuid() == 0 && processes::run(options).status == 0;
   }
 };
 
@@ -199,8 +190,7 @@ TEST_P(DoctorTest, FindsAServiceOfAnotherUser) {
   if (isDirect() || !canBeAStranger()) {
     GTEST_SKIP() << "needs a bus, root, and setpriv to become another user";
   }
-  Process::Options other = bus().options(
-      {"setpriv", std::string("--reuid=") + kStranger, "--clear-groups", VELSIM_PATH});
+  const Process::Options other = bus().options(asAStranger({VELSIM_PATH}));
   const Process stranger(other);
   ASSERT_TRUE(processes::isReady(stranger)) << stranger.err();
 

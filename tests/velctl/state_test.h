@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include <unistd.h>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -30,6 +32,22 @@ enum class Way { kBus, kDirect };
 
 inline std::string nameOfWay(const testing::TestParamInfo<Way>& info) {
   return info.param == Way::kBus ? "OverABus" : "Direct";
+}
+
+inline constexpr char kStranger[] = "65534";
+
+// The command as another user; it needs root.
+inline std::vector<std::string> asAStranger(const std::vector<std::string>& command) {
+  std::vector<std::string> all = {"setpriv", std::string("--reuid=") + kStranger, "--clear-groups"};
+  all.insert(all.end(), command.begin(), command.end());
+  return all;
+}
+
+// Whether it works here, and the stranger can run programs of the build.
+inline bool canBeAStranger() {
+  Process::Options options;
+  options.command = asAStranger({VELCTL_PATH, "--version"});
+  return ::geteuid() == 0 && processes::run(options).status == 0;
 }
 
 class StateTest : public testing::TestWithParam<Way> {
