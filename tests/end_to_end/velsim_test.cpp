@@ -116,6 +116,14 @@ TEST_F(VelsimTest, LogsEachRequestOnOneLine) {
                         "velsim: startManager(vm 101 \"win11\") -> ok\n"));
 }
 
+TEST_F(VelsimTest, LogsTextsOfClientsAsTheyAreWithoutEffect) {
+  callVel("getVmListSize", {"string:%n%s%1$n\x1b[2J\nvelsim: forged"});
+
+  EXPECT_THAT(
+      settledVelsimLog(),
+      HasSubstr("\nvelsim: getVmListSize(vmId \"%n%s%1$n\\x1b[2J\\x0avelsim: forged\") -> "));
+}
+
 TEST_F(VelsimTest, TheNameCannotBeTakenTwice) {
   const Finished second = run(options({VELSIM_PATH}));
 

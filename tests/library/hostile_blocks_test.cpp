@@ -612,6 +612,18 @@ TEST_F(HostileEventTest, ANameThatFillsItsFieldIsLoggedUpToItsEnd) {
               ElementsAre(testing::HasSubstr(",name:" + name + name + ", code:c, ")));
 }
 
+TEST_F(HostileEventTest, ADirectiveInANameIsLoggedAsText) {
+  const std::string name = "%n%s%1$n%99999d";
+  Bytes device(700, 0);
+  std::copy(name.begin(), name.end(), device.begin() + 296);
+  taker.length = device.size();
+
+  emit(4, device);
+
+  EXPECT_THAT(log.summariesOf("DeviceBaseInfoNotify"),
+              ElementsAre(testing::HasSubstr(", name:" + name + " cmd[4]")));
+}
+
 TEST_F(HostileEventTest, ADiagnosisNeedsItsFixedFields) {
   for (std::size_t size = 0; size < 16; ++size) {
     SCOPED_TRACE(size);

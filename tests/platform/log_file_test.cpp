@@ -371,4 +371,13 @@ TEST_F(LogFileTest, ANameCannotForgeALine) {
                               "[VEL_LOG] forged\\x1b[2J\" gone")));
 }
 
+TEST_F(LogFileTest, ADirectiveInANameIsText) {
+  standardErrorOf([this] {
+    pellamLogInit(directory.path().c_str());
+    norvoLogPrint(0, kError, "VEL_LOG", "device \"%s\" gone", "%n%s%1$n{}");
+  });
+
+  EXPECT_THAT(allLines(), ElementsAre(EndsWith("[VEL_LOG] device \"%n%s%1$n{}\" gone")));
+}
+
 }  // namespace

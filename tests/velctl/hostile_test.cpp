@@ -150,6 +150,16 @@ TEST_F(HostileTest, ANameOfSeveralLinesStandsInOne) {
             "12      available (1)  none (0)  -   a\\x0a13  attached\\x09b\n");
 }
 
+TEST_F(HostileTest, DirectivesInANameAreText) {
+  const std::string name = "%n%s%1$n%99999d {0}";
+  bus.answer("getDeviceList", Reply().int32(1).bytes(deviceBlock(12, 1, 0, 0, name, "")));
+  bus.answer("connectDevice", Reply::error(name));
+  bus.knowsVm("win11", 7);
+
+  EXPECT_THAT(velctl("device list").out, HasSubstr("  -   " + name + "\n"));
+  EXPECT_THAT(velctl("device attach 12 --vm win11").err, HasSubstr(name));
+}
+
 TEST_F(HostileTest, TheReasonsOfErrorsAreHarmless) {
   for (const Command& command : commands()) {
     SCOPED_TRACE(command.name);
