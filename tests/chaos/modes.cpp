@@ -177,10 +177,11 @@ int restart(const Options& options, Run& run) {
   return report(options, figures);
 }
 
+// One thread for each death may wait: it looks for the service every 2 s, and may find it dead
+// again each time.
 int crash(const Options& options, Run& run) {
-  // Those of this program and of the bus, and one for each death of the 5 s that one may wait;
-  // twice as many on a machine that is busy.
-  constexpr long kMostThreads = 50;
+  constexpr long kThreadsOfTheRun = 24;
+  constexpr Milliseconds kRest{30000};
 
   const Peaks peaks;
   Injuries injuries(run, {});
@@ -195,10 +196,16 @@ int crash(const Options& options, Run& run) {
     }
     injuries.settle();
     run.isEnding = true;
-    injuries.finish();
+  }
+  const Clock::time_point end = Clock::now() + kRest;
+  while (usageOf().threads > kThreadsOfTheRun && Clock::now() < end) {
+    std::this_thread::sleep_for(kSampling);
   }
   setFigures(run, injuries, peaks, &figures);
-  if (peaks.threads() > kMostThreads) {
+  const long left = usageOf().threads;
+  figures.set("threads in the end", static_cast<double>(left));
+  injuries.finish();
+  if (peaks.threads() > options.crashes + kThreadsOfTheRun || left > kThreadsOfTheRun) {
     Journal::get().fail("threads are bounded while the service crashes: " + figures.json());
   }
   return report(options, figures);
