@@ -16,6 +16,7 @@
 #include "tests/library/blocks.h"
 #include "tests/library/diagnosis.h"
 #include "tests/library/proxy_test.h"
+#include "tests/under_sanitizer.h"
 
 namespace {
 
@@ -25,18 +26,10 @@ using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kIsSanitized = true;
-#elif defined(__has_feature)
-constexpr bool kIsSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
-#else
-constexpr bool kIsSanitized = false;
-#endif
-
 // Whether an allocation has this size. Without a sanitizer it may be somewhat larger.
 testing::AssertionResult isAsLongAs(const void* allocation, std::size_t size) {
   const std::size_t usable = malloc_usable_size(const_cast<void*>(allocation));
-  const std::size_t most = kIsSanitized ? size : size + 64;
+  const std::size_t most = kUnderSanitizer ? size : size + 64;
   if (usable < size || usable > most) {
     return testing::AssertionFailure() << usable << " bytes instead of " << size;
   }

@@ -2,7 +2,7 @@
 // lists, records and texts.
 //
 //   SCENARIO_SEED     first seed, in place of 1. A failure shows the seed of its scenario.
-//   SCENARIO_COUNT    number of scenarios, in place of 200
+//   SCENARIO_COUNT    number of scenarios, in place of 200, or of 40 under a sanitizer
 
 #include <cstdlib>
 #include <cstring>
@@ -14,6 +14,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/processes/process.h"
+#include "tests/under_sanitizer.h"
 #include "tests/velsim/scenario/random_scenarios.h"
 #include "vel/apps/local/velproxy/vel_proxy.h"
 #include "vel/apps/local/velsim/bus_service.h"
@@ -27,7 +28,7 @@ namespace velsim {
 namespace {
 
 // Each connects anew.
-constexpr std::uint64_t kUsualCount = 200;
+constexpr std::uint64_t kUsualCount = kUnderSanitizer ? 40 : 200;
 
 std::uint64_t fromEnvironment(const char* name, std::uint64_t usual) {
   const char* const text = std::getenv(name);

@@ -10,6 +10,7 @@
 
 #include <unistd.h>
 
+#include "tests/under_sanitizer.h"
 #include "tests/velsim/scenario/random_scenarios.h"
 #include "tests/velsim/service/simulated_service.h"
 #include "vel/apps/local/velsim/control.h"
@@ -21,7 +22,7 @@ namespace {
 
 using qxbus::Values;
 
-constexpr int kScenarios = RANDOM_SCENARIOS;
+constexpr int kScenarios = kUnderSanitizer ? 300 : 10'000;
 
 std::uint64_t firstSeed() {
   const char* const seed = std::getenv("SCENARIO_SEED");

@@ -114,14 +114,8 @@ class Session {
   // Calls a function that returns a vel::Result on another thread, and waits for its result.
   template <typename Function>
   auto await(const Activity& activity, Function function) -> std::invoke_result_t<Function> {
-    using Value = typename std::invoke_result_t<Function>::value_type;
-    struct Ended {};
-    const auto ends = std::make_shared<Inbox<Ended>>();
-    const Background<Value> background(
-        {std::move(function), {}, [ends](const auto&) { ends->addAlways({}); }, {}});
-    Progress progress(activity.text, activity.limit, output_.isQuiet());
-    static_cast<void>(next(*ends, progress));
-    return background.task().get();
+    using Result = std::invoke_result_t<Function>;
+    return awaitResult<typename Result::value_type>(activity, std::move(function));
   }
 
   // From now on the command also stops when its data has no reader any longer: next() throws
@@ -134,8 +128,20 @@ class Session {
   Clock::time_point deadline() const { return deadline_; }
 
  private:
+  struct Ended {};
   enum class Stop { kNone, kInterrupted, kOutputClosed };
 
+  // Compiled once for each type of result, and not for each of the many functions.
+  template <typename Value>
+  vel::Result<Value> awaitResult(const Activity& activity,
+                                 std::function<vel::Result<Value>()> function) {
+    const auto ends = std::make_shared<Inbox<Ended>>();
+    const Background<Value> background(vel::Task<Value>(
+        std::move(function), {}, [ends](const auto&) { ends->addAlways({}); }, {}));
+    Progress progress(activity.text, activity.limit, output_.isQuiet());
+    static_cast<void>(next(*ends, progress));
+    return background.task().get();
+  }
   void stop(Stop reason) QX_EXCLUDES(mutex_);
   Clock::time_point wakeTime(const Progress& progress, Clock::time_point until) const;
 
