@@ -27,11 +27,11 @@
 // MEMORY     Records that a returned list points to are malloc'ed, each exactly as long as the
 //            service sent it, and yours: FreeDeviceList, FreePolicyList or free. A record may be
 //            shorter than its type: lastRecordLengths() has the lengths.
-// ERRORS     Nothing throws, unless memory runs out: std::bad_alloc, of which destructors are free.
-// Statuses are the service's own, passed on
-//            unchanged; -1 (0xFFFFFFFF) also stands for "no answer": no service, an error reply, or
-//            the time has passed. Lists are empty and texts "" then, unless the operation says
-//            otherwise. lastError() gives the reason; the log has it, too.
+// ERRORS     When memory runs out, an operation may end in std::bad_alloc, and a destructor may not.
+//            Nothing else throws. Statuses are the service's own, passed on unchanged; -1
+//            (0xFFFFFFFF) also stands for "no answer": no service, an error reply, or the time has
+//            passed. Lists are empty and texts "" then, unless the operation says otherwise.
+//            lastError() gives the reason; the log has it, too.
 // VM IDS     vmId is the client's name of a VM. On the bus travels the service's number for it; an
 //            empty name, and one that the service does not know, travels as 0.
 // BUS        int16, int32, uint64, string and bytes are the argument types of bus/qxbus.h. `vm` is
