@@ -38,7 +38,7 @@ class Squatted : public HostileTest {
 };
 
 TEST_F(Squatted, DirectoryThatOthersCanEnterIsRefused) {
-  for (const mode_t mode : {0755, 0710, 0701}) {
+  for (const mode_t mode : {0755U, 0710U, 0701U}) {
     fs::remove(place());
     ASSERT_EQ(::mkdir(place().c_str(), mode), 0);
     ASSERT_EQ(::chmod(place().c_str(), mode), 0);
