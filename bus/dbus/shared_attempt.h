@@ -32,7 +32,7 @@ class SharedAttempt {
       promise.set_value(result);
       return result;
     } catch (...) {
-      // Out of memory; those who wait are told so, too.
+      // Out of memory, which is the outcome for those who wait, too.
       promise.set_exception(std::current_exception());
       throw;
     }

@@ -85,25 +85,25 @@ void Injuries::awaitEvents(Clock::time_point deadline) {
 }
 
 void Injuries::awaitCodes(Death death, Clock::time_point deadline) {
-  const auto told = [this] {
+  const auto reported = [this] {
     return std::count_if(watched_.begin(), watched_.end(),
                          [this](void* each) { return run_.registrations.codes(each) == 1; });
   };
   const auto all = static_cast<std::ptrdiff_t>(kWatched);
   if (death == Death::kMaybe) {
-    death = told() > 0 || run_.gone != run_.back || run_.gone != deathsBefore_ ? Death::kYes
-                                                                               : Death::kNo;
+    death = reported() > 0 || run_.gone != run_.back || run_.gone != deathsBefore_ ? Death::kYes
+                                                                                   : Death::kNo;
   }
   if (death == Death::kNo) {
-    if (told() != 0 || run_.gone != deathsBefore_) {
+    if (reported() != 0 || run_.gone != deathsBefore_) {
       Journal::get().fail("code 5 for a death only: the service has not died");
     }
     return;
   }
-  while (told() != all || run_.gone != run_.back || run_.gone == deathsBefore_) {
+  while (reported() != all || run_.gone != run_.back || run_.gone == deathsBefore_) {
     if (Clock::now() > deadline) {
       Journal::get().fail("code 5 once for each registration and death: of " + std::to_string(all) +
-                          " registrations, " + std::to_string(told()) +
+                          " registrations, " + std::to_string(reported()) +
                           " have got it; deaths reported " + std::to_string(run_.gone) +
                           ", returns " + std::to_string(run_.back));
     }

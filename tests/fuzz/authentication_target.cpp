@@ -121,8 +121,8 @@ void checkServer(const std::vector<std::string_view>& pieces, const std::string&
 void checkRefusedUser(const std::vector<std::string_view>& pieces) {
   ServerAuthentication server(std::nullopt, "0123456789abcdef0123456789abcdef");
   const Outcome ours = converse(&server, pieces);
-  require(ours.state != AuthenticationState::kDone, "nobody is admitted");
-  require(ours.answer.find("OK") == std::string::npos, "nobody is told so");
+  require(ours.state != AuthenticationState::kDone, "no client is admitted");
+  require(ours.answer.find("OK") == std::string::npos, "no client learns so");
 }
 
 // --- Client --------------------------------------------------------------------------------------

@@ -173,8 +173,8 @@ void checkVms(qx::VelProxy& proxy, const Reply& reply) {
 // --- All other operations ------------------------------------------------------------------------
 
 // Lists have rows of their own above, because the rows of these tests read records as if they were
-// complete. DoVelCmd writes a line to standard output. GetVmIdInt knows the number, and asks
-// nobody.
+// complete. DoVelCmd writes a line to standard output. GetVmIdInt knows the number, and sends
+// nothing.
 bool isCheckedAbove(const RemoteOperation& operation) {
   const auto isMethod = [&](const ListRow& row) { return operation.method() == row.method; };
   return std::any_of(std::begin(kLists), std::end(kLists), isMethod) ||

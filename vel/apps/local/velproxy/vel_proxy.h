@@ -27,7 +27,7 @@
 // MEMORY     Records that a returned list points to are malloc'ed, each exactly as long as the
 //            service sent it, and yours: FreeDeviceList, FreePolicyList or free. A record may be
 //            shorter than its type: lastRecordLengths() has the lengths.
-// ERRORS     When memory runs out, an operation may end in std::bad_alloc, and a destructor may not.
+// ERRORS     When memory runs out, an operation may end in std::bad_alloc, a destructor may not.
 //            Nothing else throws. Statuses are the service's own, passed on unchanged; -1
 //            (0xFFFFFFFF) also stands for "no answer": no service, an error reply, or the time has
 //            passed. Lists are empty and texts "" then, unless the operation says otherwise.
