@@ -163,8 +163,8 @@ void Acceptor::Core::onReady(short events) {
     descriptor_ = -1;
     return;
   }
-  // Those that wait come in the next turn: whoever connects all the time must not keep the thread
-  // from those who are at it.
+  // Those that wait come in the next turn: a client that connects all the time must not keep the
+  // thread from those who are at it.
   for (int accepts = 0; accepts < kMostAccepts; ++accepts) {
     base::Socket client;
     int error = 0;
