@@ -24,7 +24,8 @@ constexpr std::chrono::seconds kEnough{20};
 
 class PlainObjectTest : public DBusTest {
  protected:
-  // "switch" gives its text back, "dark" refuses, "number" breaks its own promise.
+  // "switch" gives its text back, "dark" refuses, "number" breaks its own promise, "mute" never
+  // answers.
   PlainObjectTest()
       : host_("", "vel",
               {{"echo", [](qxbus::Request request) { request.reply(request.arguments()); }}},
@@ -35,7 +36,8 @@ class PlainObjectTest : public DBusTest {
                   [](qxbus::Request request) { request.reply(request.arguments()); }},
                  {"dark", "", "s", [](qxbus::Request request) { request.fail("no bulb"); }},
                  {"number", "", "s",
-                  [](qxbus::Request request) { request.reply({std::int32_t{7}}); }}}}}) {}
+                  [](qxbus::Request request) { request.reply({std::int32_t{7}}); }},
+                 {"mute", "", "s", [](const qxbus::Request&) {}}}}}) {}
 
   RawPeer& client() {
     if (!client_) {
@@ -127,7 +129,7 @@ TEST_F(PlainCallTest, NamesTheServiceThatIsNotThere) {
 }
 
 TEST_F(PlainObjectTest, IsCalledForAsLongAsTheCallerSays) {
-  const PlainReply reply = qxbus::callPlain("", {"vel", kLampPath, kLampInterface, "dark", "", {}},
+  const PlainReply reply = qxbus::callPlain("", {"vel", kLampPath, kLampInterface, "mute", "", {}},
                                             std::chrono::milliseconds(0));
 
   EXPECT_EQ(reply.kind, PlainReply::Kind::kNoReply);
