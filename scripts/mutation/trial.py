@@ -111,7 +111,7 @@ class Trial:
 
     # --- Compiling ---------------------------------------------------------------------------------
 
-    def command(self, object_path, source, output, more):
+    def command(self, object_path, source, output, more, is_mutant=True):
         """Compiles a source into an object: without notes of what is executed, without warnings."""
         words = [word for word in self.tree.compile_command(object_path)
                  if not word.startswith("-fsanitize-coverage") and word != "-gline-tables-only"]
@@ -125,8 +125,9 @@ class Trial:
             del words[at - 1:at + 3]
         # Headers of the mutant are found before those of the tree.
         overlay = os.path.join(self.folder, "source")
+        first = ["-iquote", overlay] if is_mutant else []
         at = words.index("-o")
-        return [words[0], "-iquote", overlay, f"-fmacro-prefix-map={overlay}={self.tree.source}",
+        return [words[0], *first, f"-fmacro-prefix-map={overlay}={self.tree.source}",
                 *words[1:at], "-w", *more, "-o", output, "-c", source]
 
     def run(self, words, limit_s):
@@ -231,19 +232,31 @@ class Trial:
     def survived(self, mutant, path, by):
         """Equal code, optimized, means that the mutant is no mistake at all."""
         if mutant.file.endswith(".cpp"):
-            original = self.tree.object_of(mutant.file)
-            contents = []
-            for source, name in ((os.path.join(self.tree.source, mutant.file), "a.o"), (path, "b.o")):
-                output = os.path.join(self.folder, name)
-                if not self.run(self.command(original, source, output, ["-O2"]), 600):
-                    return "survived", by
-                subprocess.run(["strip", "--strip-unneeded", "--remove-section=.comment", output],
-                               check=False)
-                with open(output, "rb") as file:
-                    contents.append(file.read())
-            if contents[0] == contents[1]:
-                return "equivalent", "the same code"
-        return "survived", by
+            objects = [self.tree.object_of(mutant.file)]
+        else:
+            # Those of the product.
+            objects = [each for each in self.tree.dependents(mutant.file)
+                       if not each.startswith("tests/")]
+        if not objects or len(objects) > MOST_OBJECTS:
+            return "survived", by
+        for each in objects:
+            source = self.tree.compile_command(each)[-1]
+            if not self.is_same_code(each, source, path if source.endswith(mutant.file) else source):
+                return "survived", by
+        return "equivalent", "the same code"
+
+    def is_same_code(self, object_path, source, changed):
+        """Whether a source and its mutant, which may be in a header, give the same optimized object."""
+        contents = []
+        for each, name, is_mutant in ((source, "a.o", False), (changed, "b.o", True)):
+            output = os.path.join(self.folder, name)
+            if not self.run(self.command(object_path, each, output, ["-O2"], is_mutant), 600):
+                return False
+            subprocess.run(["strip", "--strip-unneeded", "--remove-section=.comment", output],
+                           check=False)
+            with open(output, "rb") as file:
+                contents.append(file.read())
+        return contents[0] == contents[1]
 
     def run_tests(self, name, tests, linked, seconds):
         """What noticed the mutant, or nothing."""

@@ -9,6 +9,8 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include "bus/dbus/transport/inbox.h"
+
 namespace dbustest {
 namespace {
 
@@ -126,6 +128,28 @@ bool sendAll(int connection, std::string_view bytes) {
     bytes.remove_prefix(static_cast<std::size_t>(sent));
   }
   return true;
+}
+
+void answerAll(int connection,
+               const std::function<std::string(const qxbus::wire::Header& message)>& answerTo) {
+  qxbus::Inbox inbox;
+  for (;;) {
+    const qxbus::Inbox::Space space = inbox.space();
+    const ssize_t count = ::recv(connection, space.bytes, space.size, 0);
+    if (count <= 0) {
+      return;
+    }
+    inbox.filled(static_cast<std::size_t>(count));
+    std::vector<qxbus::Received> messages;
+    if (inbox.take(&messages) != qxbus::wire::Fault::kNone) {
+      return;
+    }
+    for (const qxbus::Received& message : messages) {
+      if (!sendAll(connection, answerTo(message.header()))) {
+        return;
+      }
+    }
+  }
 }
 
 PlayedService::PlayedService(const std::filesystem::path& path, Part part)

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "base/self_pipe.h"
+#include "bus/dbus/wire/message.h"
 
 namespace dbustest {
 
@@ -88,6 +89,11 @@ class AnsweringSocket {
 
 // Sends all of it to a socket that blocks. False when the other end is gone.
 bool sendAll(int connection, std::string_view bytes);
+
+// Reads the messages that come and sends what the function returns for each, until the connection
+// ends.
+void answerAll(int connection,
+               const std::function<std::string(const qxbus::wire::Header& message)>& answerTo);
 
 // Authenticates each client in place of a service or a bus, and does with its connection what the
 // test says. The connection ends with the function, or with this object.

@@ -164,6 +164,10 @@ TEST(Arguments, AreDescribedOnOneLine) {
   EXPECT_THAT(text, testing::Not(HasSubstr("\n")));
   EXPECT_LT(text.size(), 400u);
   EXPECT_EQ(qxbus::describe({}), "");
+  EXPECT_EQ(qxbus::describe({Bytes(16, 0)}),
+            "bytes[16] 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00");
+  EXPECT_EQ(qxbus::describe({Bytes(17, 0)}),
+            "bytes[17] 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 ...");
 }
 
 }  // namespace

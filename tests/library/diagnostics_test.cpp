@@ -336,6 +336,7 @@ TEST_P(DiagnosisTest, WithoutListenerIsRefusedUnlogged) {
 
   EXPECT_EQ(run("win11", nullptr), kNoDiagnosis);
 
+  EXPECT_EQ(qx::VelProxy::lastError().text, "there is no object to notify");
   EXPECT_THAT(timeline.all(), IsEmpty());
   EXPECT_THAT(bus.madeMessages(), IsEmpty());
 }

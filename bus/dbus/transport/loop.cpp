@@ -224,10 +224,10 @@ Clock::time_point Loop::collect() {
     free_.notifyOne();
   }
   polledSources_ = sources_;
-  polled_.assign(1, {wake_.readEnd(), POLLIN, 0});
+  polled_.assign(1, {wake_.readEnd(), POLLIN, {}});
   Clock::time_point due = Clock::time_point::max();
   for (const std::shared_ptr<Source>& source : polledSources_) {
-    polled_.push_back({source->descriptor(), source->events(), 0});
+    polled_.push_back({source->descriptor(), source->events(), {}});
     due = std::min(due, source->due());
   }
   return due;

@@ -19,7 +19,8 @@ struct Received {
   // The memory that keeping it takes, apart from what it shares with the message before it.
   std::size_t costBehind(const Received* before) const {
     constexpr std::size_t kBesidesItsBytes = 512;
-    return kBesidesItsBytes + (before && before->memory == memory ? 0 : memorySize);
+    const bool isShared = before && before->memory == memory;
+    return isShared ? kBesidesItsBytes : kBesidesItsBytes + memorySize;
   }
   const wire::Header& header() const { return message.header; }
 };
