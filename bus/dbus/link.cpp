@@ -238,35 +238,38 @@ bool Link::isOpen() const {
 
 // --- The bus daemon ------------------------------------------------------------------------------
 
-base::Result<Link::Owner> Link::find(const std::string& busName, std::vector<std::string>* rules,
+base::Result<Link::Owner> Link::find(const std::string& busName, std::vector<std::string> rules,
+                                     std::vector<std::string>* standing,
                                      Clock::time_point deadline) const {
   const std::shared_ptr<Connection> bus = connection();
   if (isDirect_) {
     return isOpen() ? Owner{kPeerName, bus->peer().user} : Owner{};
   }
+  standing->reserve(rules.size());
   std::list<Question> matching;
-  for (const std::string& rule : *rules) {
+  for (std::string& rule : rules) {
     matching.emplace_back(*bus, callOf("AddMatch", rule));
+    standing->push_back(std::move(rule));
   }
   Question name(*bus, callOf("GetNameOwner", busName));
   Question user(*bus, callOf("GetConnectionUnixUser", busName));
 
-  base::Result<Owner> found = Owner{};
-  auto rule = rules->begin();
+  std::optional<Outcome> unmatched;
+  auto rule = standing->begin();
   for (Question& question : matching) {
     Outcome outcome = question.outcome(deadline);
-    rule = outcome.kind == Outcome::Kind::kError ? rules->erase(rule) : rule + 1;
-    if (const auto matched = replyOf(std::move(outcome)); !matched) {
-      found = matched.failed();
+    rule = outcome.kind == Outcome::Kind::kError ? standing->erase(rule) : rule + 1;
+    if (outcome.kind != Outcome::Kind::kReturn) {
+      unmatched = std::move(outcome);
     }
   }
   const auto named = name.answer(deadline);
   const auto number = firstArgument<std::uint32_t>(user.answer(deadline));
-  if (found) {
-    found->name = firstArgument<std::string_view>(named).value_or("");
-    found->user = number ? std::optional<uid_t>(*number) : std::nullopt;
+  if (unmatched) {
+    return replyOf(std::move(*unmatched)).failed();
   }
-  return found;
+  return Owner{std::string(firstArgument<std::string_view>(named).value_or("")),
+               number ? std::optional<uid_t>(*number) : std::nullopt};
 }
 
 void Link::removeMatch(const std::string& rule) const {

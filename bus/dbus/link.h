@@ -81,11 +81,16 @@ class Link : public std::enable_shared_from_this<Link> {
   // once. The signals come from before the owner was asked for. The user is that of a later owner
   // when the name has changed hands meanwhile, which a rule should report.
   //
-  // rules      those that the daemon has refused are removed: another handle may have the same
-  //            ones, and must not lose them to a removeMatch()
+  // standing   empty; gets the rules that the daemon has been sent and has not refused, also when
+  //            this function ends in an exception. Another handle may have the same ones, and must
+  //            not lose them to a removeMatch() of what was never added.
   // returns    a failure when the daemon refuses a rule or does not answer
-  base::Result<Owner> find(const std::string& busName, std::vector<std::string>* rules,
-                           Clock::time_point deadline) const;
+  base::Result<Owner> find(const std::string& busName, std::vector<std::string> rules,
+                           std::vector<std::string>* standing, Clock::time_point deadline) const;
+  base::Result<Owner> find(const std::string& busName, Clock::time_point deadline) const {
+    std::vector<std::string> none;
+    return find(busName, {}, &none, deadline);
+  }
   // Does not wait.
   void removeMatch(const std::string& rule) const;
   base::Result<void> requestName(const std::string& busName, Clock::time_point deadline) const;

@@ -28,8 +28,7 @@ PlainReply callPlain(const std::string& address, const PlainCall& call,
     return failed(PlainReply::Kind::kNoService, link.reason());
   }
   const std::string busName = busNameOf(call.service);
-  std::vector<std::string> noRules;
-  const auto owner = (*link)->find(busName, &noRules, connecting);
+  const auto owner = (*link)->find(busName, connecting);
   if (!owner) {
     return failed(PlainReply::Kind::kNoService, owner.reason());
   }

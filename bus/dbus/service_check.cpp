@@ -93,8 +93,7 @@ void checkOwner(const std::string& service, const Link& link, Clock::time_point 
     check->reason = reason;
   };
   const std::string busName = busNameOf(service);
-  std::vector<std::string> noRules;
-  const auto owner = link.find(busName, &noRules, deadline);
+  const auto owner = link.find(busName, deadline);
   if (!owner) {
     return fail(BusLink::kService, owner.reason());
   }

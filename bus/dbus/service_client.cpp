@@ -49,11 +49,13 @@ class ServiceClient::Core : public std::enable_shared_from_this<Core> {
     }
     const std::shared_ptr<Link> link = *connected;
     // The rules stand before the owner is asked for, so that no change and no event is missed.
-    std::vector<std::string> rules = {std::string("type='signal',sender='") + kDaemonName +
-                                          "',interface='" + kDaemonName + "',member='" +
-                                          kOwnerChanged + "',arg0='" + busName_ + "'",
-                                      "type='signal',sender='" + busName_ + "'"};
-    const auto owner = link->find(busName_, &rules, deadline);
+    std::vector<std::string> standing;  // until the connection ends
+    const auto owner =
+        link->find(busName_,
+                   {std::string("type='signal',sender='") + kDaemonName + "',interface='" +
+                        kDaemonName + "',member='" + kOwnerChanged + "',arg0='" + busName_ + "'",
+                    "type='signal',sender='" + busName_ + "'"},
+                   &standing, deadline);
     if (!owner) {
       return owner.failed();
     }

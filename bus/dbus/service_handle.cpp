@@ -74,8 +74,8 @@ ServiceHandle::~ServiceHandle() {
 base::Result<void> ServiceHandle::attach(QXBusSecurityFlags flags, Clock::time_point deadline) {
   // The rules stand before the owner is asked for, so that no change and no event is missed. The
   // daemon takes one request after the other.
-  rules_ = {ownerRule(busName_), eventRule(busName_, path_)};
-  const auto found = link_->find(busName_, &rules_, deadline);
+  const auto found =
+      link_->find(busName_, {ownerRule(busName_), eventRule(busName_, path_)}, &rules_, deadline);
   if (!found) {
     return found.failed();
   }

@@ -26,6 +26,10 @@
 //   bus_process losses VARIABLE=VALUE
 //       connects to service "vel", uses it, and loses the connection, a thousand times; prints how
 //       many more descriptors, threads and blocks of memory are in use
+//   bus_process memory VARIABLE=VALUE
+//       takes two interfaces of a service, the second while one allocation fails: the first, the
+//       second and so on until none does; prints how often, and how many ends of the service its
+//       first interface has missed
 //   bus_process absent VARIABLE=VALUE
 //       prints how many more blocks of memory are in use after 200 asks for a service that is
 //       absent
@@ -71,6 +75,8 @@ namespace {
 
 // Stays at 0 in a program that cannot count.
 std::atomic<long> blocksInUse{0};
+// So many allocations of this thread until one fails; negative for none.
+thread_local long untilFailure = -1;
 
 void say(const std::string& line) {
   std::printf("%s\n", line.c_str());
@@ -349,6 +355,42 @@ int askForWhatIsAbsent() {
   return 0;
 }
 
+// Whether the interface learns that the service ends.
+bool learnsOfTheEnd(const std::shared_ptr<QXBusProxyInterface>& proxy,
+                    std::unique_ptr<qxbus::ServiceHost> host) {
+  const auto reported = std::make_shared<std::promise<void>>();
+  proxy->setDeathCallback([reported] { reported->set_value(); });
+  host.reset();
+  constexpr std::chrono::seconds kEnough{20};
+  return reported->get_future().wait_for(kEnough) == std::future_status::ready;
+}
+
+int takeInterfacesWithoutMemory() {
+  QXBusSerivceManager* const manager = QXBusSerivceManager::initSync(-1);
+  int failures = 0;
+  int missed = 0;
+  for (bool hasFailed = true; hasFailed; ++failures) {
+    const std::string service = "vel" + std::to_string(failures);
+    auto host = std::make_unique<qxbus::ServiceHost>("", service, std::vector<qxbus::Method>());
+    const auto take = [&] {
+      return manager->getServiceProxyInterface(service, QXBUS_SECURITY_SAME_USER_OR_ROOT, 1);
+    };
+    const std::shared_ptr<QXBusProxyInterface> first = take();
+    untilFailure = failures;
+    try {
+      take();
+    } catch (const std::bad_alloc&) {
+      // What it may end in.
+    }
+    hasFailed = untilFailure < 0;
+    untilFailure = -1;
+    missed += learnsOfTheEnd(first, std::move(host)) ? 0 : 1;
+  }
+  say(std::to_string(failures - 1));
+  say(std::to_string(missed));
+  return 0;
+}
+
 // --- Losses --------------------------------------------------------------------------------------
 
 // 0 where there is no such directory.
@@ -489,6 +531,9 @@ int run(int argc, char** argv) {
   if (mode == "losses") {
     return loseConnections();
   }
+  if (mode == "memory") {
+    return takeInterfacesWithoutMemory();
+  }
   if (mode == "absent") {
     return askForWhatIsAbsent();
   }
@@ -511,7 +556,8 @@ extern "C" void norvoLogPrint(int /*channel*/, int /*level*/, const char* /*tag*
 
 #if defined(COUNTS_BLOCKS)
 void* operator new(std::size_t size) {
-  void* const block = std::malloc(size);
+  const bool mustFail = untilFailure >= 0 && untilFailure-- == 0;
+  void* const block = mustFail ? nullptr : std::malloc(size);
   if (!block) {
     throw std::bad_alloc();
   }
