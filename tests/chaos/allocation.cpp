@@ -15,7 +15,7 @@ namespace {
 
 enum Place : int { kUnknown, kInside, kOutside };
 
-thread_local int place = kUnknown;
+thread_local int placeNow = kUnknown;
 thread_local int home = kUnknown;  // of a thread without a scope
 thread_local std::uint64_t drawn = 0;
 
@@ -37,7 +37,7 @@ std::atomic<long long> bytesInUse{0};
 }
 
 [[maybe_unused]] bool isInside() {
-  return place == kInside || (place == kUnknown && isThreadOfTheBus());
+  return placeNow == kInside || (placeNow == kUnknown && isThreadOfTheBus());
 }
 
 [[maybe_unused]] bool mustFail() {
@@ -61,17 +61,17 @@ std::atomic<long long> bytesInUse{0};
 
 }  // namespace
 
-InsideLibrary::InsideLibrary() : before_(place) {
-  place = kInside;
+InsideLibrary::InsideLibrary() : before_(placeNow) {
+  placeNow = kInside;
 }
 InsideLibrary::~InsideLibrary() {
-  place = before_;
+  placeNow = before_;
 }
-OutsideLibrary::OutsideLibrary() : before_(place) {
-  place = kOutside;
+OutsideLibrary::OutsideLibrary() : before_(placeNow) {
+  placeNow = kOutside;
 }
 OutsideLibrary::~OutsideLibrary() {
-  place = before_;
+  placeNow = before_;
 }
 
 void failAllocations(std::uint64_t seed, unsigned oneOf) {

@@ -8,7 +8,7 @@
 namespace chaos {
 namespace {
 
-constexpr Milliseconds kLook{50};
+constexpr Milliseconds kLookAgain{50};
 
 }  // namespace
 
@@ -71,7 +71,7 @@ void Watchdog::leave(std::size_t at) {
 void Watchdog::run() {
   platform::MutexLock lock(mutex_);
   while (!hasEnded_) {
-    changed_.waitUntil(lock, Clock::now() + kLook);
+    changed_.waitUntil(lock, Clock::now() + kLookAgain);
     look();
   }
 }

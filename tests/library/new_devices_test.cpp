@@ -78,7 +78,7 @@ TEST_F(NewDevicesTest, AnErrorWithoutATextIsLoggedWithAnEmptyOne) {
 // --- Registering --------------------------------------------------------------------------------
 
 // A result event whose bytes a test may choose.
-Bytes resultBlock() {
+Bytes chosenResult() {
   Bytes block(300, 0);
   const unsigned short vidAndPid[] = {0x46D, 0xC};
   std::memcpy(block.data(), vidAndPid, sizeof vidAndPid);
@@ -116,7 +116,7 @@ class NewDeviceCallbacksTest : public ProxyTest {
  protected:
   // In ascending order.
   ResultListener listeners[3];
-  Bytes block = resultBlock();
+  Bytes block = chosenResult();
   _ConfigNewDeviceResult* const result = reinterpret_cast<_ConfigNewDeviceResult*>(block.data());
 };
 
