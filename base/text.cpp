@@ -1,5 +1,6 @@
 #include "base/text.h"
 
+#include <algorithm>
 #include <charconv>
 #include <system_error>
 
@@ -67,6 +68,10 @@ std::string counted(std::size_t count, std::string_view noun) {
   std::string text = std::to_string(count) + ' ';
   text += noun;
   return count == 1 ? text : text + 's';
+}
+
+bool contains(const std::vector<std::string>& texts, const std::string& text) {
+  return std::find(texts.begin(), texts.end(), text) != texts.end();
 }
 
 std::string joined(const std::vector<std::string>& names, std::string_view separator) {

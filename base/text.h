@@ -37,6 +37,9 @@ std::optional<std::string> parseHex(std::string_view digits);
 // "1 frame", "2 frames".
 std::string counted(std::size_t count, std::string_view noun);
 
+// Whether one of the texts is this one.
+bool contains(const std::vector<std::string>& texts, const std::string& text);
+
 // "camera, tablet, printer".
 std::string joined(const std::vector<std::string>& names, std::string_view separator = ", ");
 

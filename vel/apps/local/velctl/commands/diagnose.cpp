@@ -27,7 +27,7 @@ velprotocol::Legend diagnosisStatuses() {
 
 // Progress; nullopt stands for the end of the request. A request that has been given up may still
 // use it.
-struct Arrivals {
+struct DiagnosisArrivals {
   Inbox<std::optional<SeenEvent>> inbox;
   // The last: its callback uses the inbox.
   vel::Subscription subscription;
@@ -69,7 +69,7 @@ class Diagnosis {
  private:
   // Progress comes while the request still waits for its answer.
   static void subscribe(const vel::Client& client, const Values& values, bool isBySource,
-                        const std::shared_ptr<Arrivals>& arrivals) {
+                        const std::shared_ptr<DiagnosisArrivals>& arrivals) {
     const std::uint64_t subject =
         isBySource ? values.source("--source").value() : values.device().value();
     arrivals->subscription =
@@ -124,7 +124,7 @@ class Diagnosis {
 
   Invocation& invocation_;
   const bool isBySource_;
-  const std::shared_ptr<Arrivals> arrivals_ = std::make_shared<Arrivals>();
+  const std::shared_ptr<DiagnosisArrivals> arrivals_ = std::make_shared<DiagnosisArrivals>();
   bool wasFinal_ = false;
 };
 

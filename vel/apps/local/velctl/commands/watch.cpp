@@ -30,10 +30,6 @@ constexpr std::chrono::seconds kLookInterval{1};
 // A VM that comes while the service runs is found so often.
 constexpr std::chrono::seconds kLearnInterval{2};
 
-bool has(const std::vector<std::string>& texts, const std::string& text) {
-  return std::find(texts.begin(), texts.end(), text) != texts.end();
-}
-
 // Which events the user wants, as far as an event alone shows it.
 struct Filter {
   explicit Filter(const Values& values) : kinds(values.texts("--kind")), vms(values.texts("--vm")) {
@@ -42,14 +38,17 @@ struct Filter {
     }
   }
 
-  bool isKindWanted(const std::string& kind) const { return kinds.empty() || has(kinds, kind); }
+  bool isKindWanted(const std::string& kind) const {
+    return kinds.empty() || base::contains(kinds, kind);
+  }
 
   bool isVmWanted(const AnyEvent& event) const {
     const EventVm vm = vmOf(event);
     if (vms.empty() || vm.number == vel::VmNumber()) {
-      return vms.empty() || has(vms, "");
+      return vms.empty() || base::contains(vms, "");
     }
-    return (!vm.name.empty() && has(vms, vm.name)) || has(vms, std::to_string(vm.number.value()));
+    return (!vm.name.empty() && base::contains(vms, vm.name)) ||
+           base::contains(vms, std::to_string(vm.number.value()));
   }
 
   std::vector<std::string> kinds;  // empty: all
@@ -122,7 +121,7 @@ vel::Result<Learned> learnFrom(const vel::Client& client, const std::vector<std:
   Learned learned;
   for (const vel::Vm& vm : *vms) {
     const std::string number = std::to_string(vm.number.value());
-    if (named.empty() || has(named, vm.name) || has(named, number)) {
+    if (named.empty() || base::contains(named, vm.name) || base::contains(named, number)) {
       const vel::Result<vel::VmNumber> known = client.vmNumber(vm.name);
       if (!known && !absenceIn(known.error()).empty()) {
         return vel::unexpected<vel::Error>(known.error());
@@ -267,7 +266,7 @@ class Watch {
       output().note(describe(seen));
     }
     // Otherwise the watch would end with a restart of the service.
-    count_ += has(filter_.kinds, kService) ? 1 : 0;
+    count_ += base::contains(filter_.kinds, kService) ? 1 : 0;
     if (change.state == ServiceChange::State::kBack) {
       isServiceThere_ = true;
       hasDied_ = false;

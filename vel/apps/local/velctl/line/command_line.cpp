@@ -140,10 +140,6 @@ void addParameter(CLI::App& app, const Parameter& parameter, Arguments& argument
       [&parameter](const std::string& text) { return mistakeIn(parameter, withoutGuard(text)); });
 }
 
-bool has(const std::vector<std::string>& words, const std::string& word) {
-  return std::find(words.begin(), words.end(), word) != words.end();
-}
-
 // "velctl device attach"
 std::string pathOf(const CLI::App& app) {
   const CLI::App* const outer = app.get_parent();
@@ -165,7 +161,7 @@ class Parser {
       addParameter(app_, option, global_);
     }
     for (const Noun& noun : nouns()) {
-      if (has(arguments, noun.name)) {
+      if (base::contains(arguments, noun.name)) {
         addNoun(noun);
       } else {
         app_.add_subcommand(noun.name, summaryOf(noun));
@@ -328,7 +324,7 @@ std::string mistakeOf(const CLI::App& app, std::vector<std::string> unknown,
   // It marks the end of the options, and was understood.
   unknown.erase(std::remove(unknown.begin(), unknown.end(), "--"), unknown.end());
   const bool isOption = !unknown.empty() && unknown.front().rfind('-', 0) == 0;
-  if (isOption && has(optionsOf(app), unknown.front())) {
+  if (isOption && base::contains(optionsOf(app), unknown.front())) {
     return unknown.front() + " must stand behind the command";
   }
   if (isOption) {
@@ -427,7 +423,8 @@ ParsedLine parseLine(const std::vector<std::string>& arguments) {
   const Arguments& global = parser.global();
   // A mistake may come before the parser has reached them.
   const auto isGiven = [&](const char* option) {
-    return global.count(option) != 0 || (!line.mistake.empty() && has(arguments, option));
+    return global.count(option) != 0 ||
+           (!line.mistake.empty() && base::contains(arguments, option));
   };
   line.isJson = isGiven("--json");
   line.isQuiet = isGiven("--quiet");

@@ -35,7 +35,7 @@ constexpr Words kWords[] = {
     {Kind::kMapping, "mapping", "velctl mapping list", "getJoystickMappingList"},
 };
 
-const Words& wordsOf(Kind kind) {
+const Words& wordsFor(Kind kind) {
   for (const Words& words : kWords) {
     if (words.kind == kind) {
       return words;
@@ -76,15 +76,15 @@ vel::Result<std::vector<Thing>> thingsOf(Kind kind, const vel::Client& client) {
 }
 
 std::string nounOf(Kind kind) {
-  return wordsOf(kind).noun;
+  return wordsFor(kind).noun;
 }
 
 std::string listingOf(Kind kind) {
-  return wordsOf(kind).listing;
+  return wordsFor(kind).listing;
 }
 
 std::string listMethodOf(Kind kind) {
-  return wordsOf(kind).method;
+  return wordsFor(kind).method;
 }
 
 }  // namespace velctl

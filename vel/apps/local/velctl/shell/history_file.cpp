@@ -24,7 +24,7 @@ base::Descriptor openPrivately(const std::string& path, int flags) {
 }
 
 // Lines are short, and a line that was written in part is dropped by load().
-bool writeAll(const base::Descriptor& file, const std::string& text) {
+bool writeOnce(const base::Descriptor& file, const std::string& text) {
   return ::write(file.number(), text.data(), text.size()) == static_cast<ssize_t>(text.size());
 }
 
@@ -61,7 +61,7 @@ std::vector<std::string> HistoryFile::load() const {
   }
   const base::Descriptor replacement = openPrivately(shorter, O_WRONLY | O_CREAT | O_EXCL);
   if (replacement &&
-      (!writeAll(replacement, kept) || std::rename(shorter.c_str(), path_.c_str()) != 0)) {
+      (!writeOnce(replacement, kept) || std::rename(shorter.c_str(), path_.c_str()) != 0)) {
     ::unlink(shorter.c_str());
   }
   return lines;
@@ -71,7 +71,7 @@ void HistoryFile::append(const std::string& line) const {
   const base::Descriptor file =
       path_.empty() ? base::Descriptor() : openPrivately(path_, O_WRONLY | O_APPEND | O_CREAT);
   if (file && base::printable(line) == line) {
-    static_cast<void>(writeAll(file, line + '\n'));
+    static_cast<void>(writeOnce(file, line + '\n'));
   }
 }
 
