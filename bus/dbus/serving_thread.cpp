@@ -1,6 +1,6 @@
 #include "bus/dbus/serving_thread.h"
 
-#include <deque>
+#include <list>
 #include <thread>
 #include <utility>
 
@@ -13,8 +13,9 @@ struct ServingThread::State {
   explicit State(std::shared_ptr<Loop> served) : loop(std::move(served)) {}
 
   void run();
-  // The tasks that are dropped are destroyed by the caller, outside the lock.
-  void stop(std::deque<std::function<void()>>* dropped) QX_REQUIRES(mutex) {
+  // The tasks that are dropped are destroyed by the caller, outside the lock. An empty list takes no
+  // memory, unlike a deque.
+  void stop(std::list<std::function<void()>>* dropped) QX_REQUIRES(mutex) {
     isStopped = true;
     dropped->swap(tasks);
     if (idle) {
@@ -24,7 +25,7 @@ struct ServingThread::State {
 
   const std::shared_ptr<Loop> loop;
   platform::Mutex mutex;
-  std::deque<std::function<void()>> tasks QX_GUARDED_BY(mutex);
+  std::list<std::function<void()>> tasks QX_GUARDED_BY(mutex);
   Loop::Wait* idle QX_GUARDED_BY(mutex) = nullptr;  // while there is no task
   std::thread::id thread QX_GUARDED_BY(mutex);
   bool isRunning QX_GUARDED_BY(mutex) = false;
@@ -69,13 +70,13 @@ base::Result<std::unique_ptr<ServingThread>> ServingThread::start(std::shared_pt
 }
 
 ServingThread::~ServingThread() {
-  std::deque<std::function<void()>> dropped;
+  std::list<std::function<void()>> dropped;
   const platform::MutexLock lock(state_->mutex);
   state_->stop(&dropped);
 }
 
 void ServingThread::finish() {
-  std::deque<std::function<void()>> dropped;
+  std::list<std::function<void()>> dropped;
   platform::MutexLock lock(state_->mutex);
   state_->stop(&dropped);
   if (state_->thread != std::this_thread::get_id()) {

@@ -1,6 +1,6 @@
 #include "bus/dbus/worker.h"
 
-#include <deque>
+#include <list>
 #include <thread>
 #include <utility>
 
@@ -44,16 +44,14 @@ class Worker::Queue {
   // Returns whether this was the first task. Takes the task, unless there is no memory for it.
   bool post(std::function<void()>* task) {
     const platform::MutexLock lock(mutex_);
-    if (!isStopped_) {
-      tasks_.push_back(std::move(*task));
-      changed_.notifyOne();
-    }
+    tasks_.push_back(std::move(*task));
+    changed_.notifyOne();
     return !std::exchange(hadTask_, true);
   }
 
   void stop() {
-    // Destroyed outside the lock.
-    std::deque<std::function<void()>> dropped;
+    // Destroyed outside the lock. An empty list takes no memory, unlike a deque.
+    std::list<std::function<void()>> dropped;
     const platform::MutexLock lock(mutex_);
     isStopped_ = true;
     dropped.swap(tasks_);
@@ -63,7 +61,7 @@ class Worker::Queue {
  private:
   platform::Mutex mutex_;
   platform::Condition changed_;
-  std::deque<std::function<void()>> tasks_ QX_GUARDED_BY(mutex_);
+  std::list<std::function<void()>> tasks_ QX_GUARDED_BY(mutex_);
   bool hadTask_ QX_GUARDED_BY(mutex_) = false;
   bool isStopped_ QX_GUARDED_BY(mutex_) = false;
 };

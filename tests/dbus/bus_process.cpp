@@ -11,6 +11,15 @@
 //       "reason: " and the reason of the last failure
 //   bus_process threads VARIABLE=VALUE
 //       runs out of threads, see runOutOfThreads
+//   bus_process scarce ADDRESS
+//       starts a service at a direct address with few threads, and looks for it with few
+//       descriptors; prints "no limit" when it cannot run out of threads, or each reason of a
+//       failure once, "running" when the service starts at last, and an empty line
+//   bus_process allocations ADDRESS
+//       connects to service "vel" at a direct address and calls it, over and over, while each
+//       allocation fails once; prints "uncounted" when none can fail, or how many have failed,
+//       "called" when a call succeeds at last, then "not sent" and "lost" when there is no memory
+//       for what a connection leaves unsent
 //   bus_process close VARIABLE=VALUE all|sockets
 //       closes its own descriptors; prints "death" and "there" when it has noticed, and connected
 //       again
@@ -22,7 +31,7 @@
 //   bus_process check VARIABLE=VALUE [UID]
 //       checks the way to service "vel", as another user if one is given; prints the source of the
 //       address, the link that is broken, and the file that has to do with it: numbers of enum
-//       values, -1 for none, and an empty line for no file
+//       values, -1 for none, and an empty line for no file; then the path of the last socket
 //   bus_process losses VARIABLE=VALUE
 //       connects to service "vel", uses it, and loses the connection, a thousand times; prints how
 //       many more descriptors, threads and blocks of memory are in use
@@ -51,8 +60,10 @@
 #include <string>
 #include <system_error>
 #include <thread>
+#include <utility>
 #include <vector>
 
+#include <fcntl.h>
 #include <grp.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -63,7 +74,10 @@
 #endif
 
 #include "base/text.h"
+#include "base/unix_socket.h"
 #include "bus/dbus/bus_failure.h"
+#include "bus/dbus/client.h"
+#include "bus/dbus/message_impl.h"
 #include "bus/dbus/service_check.h"
 #include "bus/dbus/service_host.h"
 #include "bus/dbus/transport/connection.h"
@@ -253,6 +267,108 @@ void runOutOfThreads() {
   tryWithFewThreads([manager] { manager->isServiceRegistered("vel"); });
   liftLimit();
   say(manager->isServiceRegistered("vel") ? "there" : "not there");
+}
+
+// --- Out of anything -----------------------------------------------------------------------------
+
+int serveScarcely(const std::string& address) {
+  constexpr unsigned int kNobody = 65534;
+  if ((::geteuid() == 0 && !become(kNobody)) || !limitProcesses(1) || canStartThread()) {
+    say("no limit");
+    return 0;
+  }
+  std::set<std::string> reasons;
+  const auto serveOnce = [&] {
+    try {
+      const qxbus::ServiceHost host(address, "vel", {});
+      return true;
+    } catch (const std::runtime_error& error) {
+      reasons.insert(error.what());
+      return false;
+    }
+  };
+  tryWithFewThreads([&] { serveOnce(); });
+  liftLimit();
+  rlimit descriptors = {};
+  ::getrlimit(RLIMIT_NOFILE, &descriptors);
+  const rlimit all = descriptors;
+  constexpr rlim_t kFew = 20;
+  for (descriptors.rlim_cur = 3; descriptors.rlim_cur < kFew; ++descriptors.rlim_cur) {
+    ::setrlimit(RLIMIT_NOFILE, &descriptors);
+    serveOnce();
+    reasons.insert(qxbus::checkService("vel", address, std::chrono::milliseconds(1000)).reason);
+  }
+  ::setrlimit(RLIMIT_NOFILE, &all);
+  for (const std::string& reason : reasons) {
+    if (!reason.empty()) {
+      say(reason);
+    }
+  }
+  say(serveOnce() ? "running" : "not running");
+  say("");
+  return 0;
+}
+
+// Makes the action run until it has had all the memory that it asks for. Each time another
+// allocation fails, the next one. Returns how many have failed.
+long failEachAllocation(const std::function<void()>& action) {
+  for (long failures = 0;; ++failures) {
+    untilFailure = failures;
+    try {
+      action();
+    } catch (const std::bad_alloc&) {
+      continue;
+    }
+    if (std::exchange(untilFailure, -1) >= 0) {
+      return failures;
+    }
+  }
+}
+
+bool callOnce(const std::string& address) {
+  const auto client = qxbus::Client::connect(address);
+  const auto service =
+      client ? (*client)->handleOn("vel", QXBUS_SECURITY_SAME_USER_OR_ROOT) : nullptr;
+  const auto request = qxbus::makeMessage(MESSAGE_TYPE_METHOD_CALL, "echo");
+  return service && service->call(*request, 10000)->type() == MESSAGE_TYPE_METHOD_RETURN;
+}
+
+int runOutOfMemory(const std::string& address) {
+  const long before = blocksInUse;
+  if (before == 0) {
+    say("uncounted");
+    return 0;
+  }
+  say(std::to_string(failEachAllocation([&] { callOnce(address); })));
+  say(callOnce(address) ? "called" : "not called");
+
+  int ends[2] = {};
+  if (::socketpair(AF_UNIX, SOCK_STREAM, 0, ends) != 0 ||
+      ::fcntl(ends[0], F_SETFL, O_NONBLOCK) != 0) {
+    return 1;
+  }
+  std::promise<void> lost;
+  qxbus::Connection::Handlers handlers;
+  handlers.onLost = [&lost] { lost.set_value(); };
+  const auto loop = qxbus::Loop::start("qxbus-io");
+  const auto connection =
+      qxbus::Connection::adopt(*loop, base::Socket(ends[0]), qxbus::Inbox(), std::move(handlers));
+  qxbus::wire::Header header;
+  header.type = qxbus::wire::MessageType::kSignal;
+  header.path = "/large";
+  header.interface = "some.interface";
+  header.member = "large";
+  header.signature = "ay";
+  qxbus::wire::MessageWriter message;
+  message.start(header);
+  message.appendBytes(std::string(std::size_t{8} * 1024 * 1024, 'x'));
+  untilFailure = 0;
+  say(connection->send(&message) ? "sent" : "not sent");
+  lost.get_future().wait();
+  say("lost");
+  (*loop)->stop();
+  ::close(ends[1]);
+  return 0;
 }
 
 // --- Descriptors ---------------------------------------------------------------------------------
@@ -491,6 +607,7 @@ int check(const char* user) {
   say(std::to_string(checked.broken ? static_cast<int>(*checked.broken) : -1));
   const bool hasFile = !checked.sockets.empty() && checked.sockets.back().file;
   say(hasFile ? checked.sockets.back().file->path : "");
+  say(checked.sockets.empty() ? "" : checked.sockets.back().path);
   return 0;
 }
 
@@ -498,6 +615,14 @@ int run(int argc, char** argv) {
   const std::string mode = argc > 1 ? argv[1] : "";
   if (mode == "connect-as" && argc > 3) {
     return connectAs(argv[2], static_cast<unsigned int>(std::strtoul(argv[3], nullptr, 10)));
+  }
+  if (mode == "scarce" && argc > 2) {
+    serveScarcely(argv[2]);
+    // As in mode "threads".
+    ::_exit(0);
+  }
+  if (mode == "allocations" && argc > 2) {
+    return runOutOfMemory(argv[2]);
   }
   if (mode == "serve" && argc > 3) {
     if (argc > 4 && !become(static_cast<unsigned int>(std::strtoul(argv[4], nullptr, 10)))) {

@@ -1,8 +1,10 @@
 // A system that runs out of threads, descriptors or memory.
 
 #include <csignal>
+#include <cstdlib>
+#include <filesystem>
 
-#include "tests/dbus/dbus_test.h"
+#include "tests/dbus/hostile_test.h"
 
 namespace {
 
@@ -88,6 +90,47 @@ TEST_F(ScarceSystem, TakesNoNewsFromOneInterfaceWhenAnotherFindsNoMemory) {
   }
   EXPECT_GT(std::atoi(failures.c_str()), 20);
   EXPECT_EQ(process.readLine(), "0") << "deaths were not reported";
+}
+
+// --- Without a bus -------------------------------------------------------------------------------
+
+class ScarceService : public HostileTest {};
+
+TEST_F(ScarceService, SaysWhatTheSystemIsOutOf) {
+  std::filesystem::permissions(directory(), std::filesystem::perms(0777));
+  Process process(helper({BUS_PROCESS, "scarce", address()}));
+
+  std::vector<std::string> lines;
+  for (std::string line = process.readLine(); !line.empty(); line = process.readLine()) {
+    lines.push_back(line);
+  }
+
+  if (lines == std::vector<std::string>{"no limit"}) {
+    GTEST_SKIP() << "this system does not limit threads";
+  }
+  EXPECT_THAT(lines, testing::IsSupersetOf({testing::HasSubstr("cannot start another thread"),
+                                            testing::HasSubstr("no pipe left"),
+                                            testing::HasSubstr("Too many open files")}));
+  EXPECT_EQ(lines.back(), "running");
+}
+
+class ScarceMemory : public HostileTest {};
+
+// Whatever failed, nothing is left of it: neither a lock that is held nor a turn to read.
+TEST_F(ScarceMemory, MayFailAtEachAllocationOfACaller) {
+  const qxbus::ServiceHost host(
+      address(), "vel",
+      {{"echo", [](qxbus::Request request) { request.reply(request.arguments()); }}});
+  Process process(helper({BUS_PROCESS, "allocations", address()}));
+  const std::string failed = process.readLine();
+  if (failed == "uncounted") {
+    GTEST_SKIP() << "no allocation can fail in this build";
+  }
+
+  EXPECT_GT(std::atoi(failed.c_str()), 10);
+  EXPECT_EQ(process.readLine(), "called");
+  EXPECT_EQ(process.readLine(), "not sent");
+  EXPECT_EQ(process.readLine(), "lost");
 }
 
 }  // namespace
