@@ -58,9 +58,6 @@ Client::Client(std::string address)
       threads_(std::make_shared<HandlerThreads>()) {}
 
 base::Result<std::shared_ptr<Client>> Client::connect(std::string address) {
-  if (address.empty()) {
-    address = busAddress();
-  }
   std::shared_ptr<Client> client(new Client(std::move(address)));
   if (const auto started = client->threads_->started(); !started) {
     setBusFailure(started.reason());
@@ -113,16 +110,15 @@ Client::Linked Client::linkTo(const std::string& service, Clock::time_point dead
 base::Result<void> Client::overLink(
     const std::string& service, Clock::time_point deadline,
     const std::function<bool(const std::shared_ptr<Link>&)>& request) {
-  for (const bool isLastTry : {false, true}) {
+  for (bool isFirstTry = true;; isFirstTry = false) {
     const Linked linked = linkTo(service, deadline);
     if (!linked) {
       return linked.failed();
     }
-    if (request(*linked) || isLastTry || (*linked)->isOpen()) {
-      break;
+    if (request(*linked) || !isFirstTry || (*linked)->isOpen()) {
+      return {};
     }
   }
-  return {};
 }
 
 Connection::Handlers Client::handlersOf(const std::weak_ptr<Link>& link) {
@@ -363,10 +359,9 @@ void Client::onBroadcast(const std::shared_ptr<Link>& link, Received message, Si
     link->identify(sender, deadlineAfter(kBusTimeoutMs),
                    [weak = weak_from_this(), weakLink = std::weak_ptr<Link>(link),
                     sender](std::optional<uid_t> identified) {
-                     const std::shared_ptr<Client> self = weak.lock();
-                     const std::shared_ptr<Link> asked = weakLink.lock();
-                     if (self && asked) {
-                       self->onIdentified(asked, sender, identified);
+                     if (const std::shared_ptr<Client> self = weak.lock()) {
+                       // The broadcasts that wait hold their link.
+                       self->onIdentified(weakLink.lock(), sender, identified);
                      }
                    });
   }
@@ -377,13 +372,10 @@ void Client::onIdentified(const std::shared_ptr<Link>& link, const std::string& 
   Signals held;
   {
     const platform::MutexLock lock(mutex_);
-    const auto waiting = unidentified_.find({link.get(), sender});
-    if (waiting == unidentified_.end()) {
-      return;
-    }
-    held = std::move(waiting->second.held);
-    unidentifiedSize_ -= waiting->second.size;
-    unidentified_.erase(waiting);
+    // There once for each answer.
+    const auto waiting = unidentified_.extract({link.get(), sender});
+    held = std::move(waiting.mapped().held);
+    unidentifiedSize_ -= waiting.mapped().size;
   }
   const std::string reason = refusalOf(user);
   if (!reason.empty()) {

@@ -31,7 +31,7 @@ namespace qxbus {
 
 class Client : public std::enable_shared_from_this<Client> {
  public:
-  // An empty address stands for busAddress(). A direct address needs no service that runs already.
+  // A direct address needs no service that runs already.
   static base::Result<std::shared_ptr<Client>> connect(std::string address);
 
   bool isServiceRegistered(const std::string& service);

@@ -118,6 +118,26 @@ std::optional<T> firstArgument(const base::Result<Received>& reply) {
   return value ? std::optional<T>(*value) : std::nullopt;
 }
 
+// Who owns a name, and as which user: two questions at once.
+class OwnerQuestion {
+ public:
+  OwnerQuestion(Connection& bus, const std::string& busName)
+      : name_(bus, callOf("GetNameOwner", busName)),
+        user_(bus, callOf("GetConnectionUnixUser", busName)) {}
+
+  // To be called once.
+  Link::Owner answer(Clock::time_point deadline) {
+    const auto named = name_.answer(deadline);
+    const auto number = firstArgument<std::uint32_t>(user_.answer(deadline));
+    return {std::string(firstArgument<std::string_view>(named).value_or("")),
+            number ? std::optional<uid_t>(*number) : std::nullopt};
+  }
+
+ private:
+  Question name_;
+  Question user_;
+};
+
 }  // namespace
 
 std::string busFailure() {
@@ -226,9 +246,8 @@ std::shared_ptr<Connection> Link::connection() const {
 }
 
 bool Link::isAlive(Clock::time_point deadline) const {
-  const std::shared_ptr<Connection> open = connection();
-  return open && open->isOpen() &&
-         (!isDirect_ || static_cast<bool>(ask(*open, callToPeer("Ping"), deadline)));
+  return isOpen() &&
+         (!isDirect_ || static_cast<bool>(ask(*connection(), callToPeer("Ping"), deadline)));
 }
 
 bool Link::isOpen() const {
@@ -241,19 +260,17 @@ bool Link::isOpen() const {
 base::Result<Link::Owner> Link::find(const std::string& busName, std::vector<std::string> rules,
                                      std::vector<std::string>* standing,
                                      Clock::time_point deadline) const {
-  const std::shared_ptr<Connection> bus = connection();
   if (isDirect_) {
-    return isOpen() ? Owner{kPeerName, bus->peer().user} : Owner{};
+    return directOwner();
   }
+  const std::shared_ptr<Connection> bus = connection();
   standing->reserve(rules.size());
   std::list<Question> matching;
   for (std::string& rule : rules) {
     matching.emplace_back(*bus, callOf("AddMatch", rule));
     standing->push_back(std::move(rule));
   }
-  Question name(*bus, callOf("GetNameOwner", busName));
-  Question user(*bus, callOf("GetConnectionUnixUser", busName));
-
+  OwnerQuestion asked(*bus, busName);
   std::optional<Outcome> unmatched;
   auto rule = standing->begin();
   for (Question& question : matching) {
@@ -263,13 +280,21 @@ base::Result<Link::Owner> Link::find(const std::string& busName, std::vector<std
       unmatched = std::move(outcome);
     }
   }
-  const auto named = name.answer(deadline);
-  const auto number = firstArgument<std::uint32_t>(user.answer(deadline));
+  Owner owner = asked.answer(deadline);
   if (unmatched) {
     return replyOf(std::move(*unmatched)).failed();
   }
-  return Owner{std::string(firstArgument<std::string_view>(named).value_or("")),
-               number ? std::optional<uid_t>(*number) : std::nullopt};
+  return owner;
+}
+
+Link::Owner Link::ownerOf(const std::string& busName, Clock::time_point deadline) const {
+  return isDirect_ ? directOwner() : OwnerQuestion(*connection(), busName).answer(deadline);
+}
+
+// The service itself.
+Link::Owner Link::directOwner() const {
+  const std::shared_ptr<Connection> open = connection();
+  return open->isOpen() ? Owner{kPeerName, open->peer().user} : Owner{};
 }
 
 void Link::removeMatch(const std::string& rule) const {

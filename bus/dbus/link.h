@@ -87,10 +87,8 @@ class Link : public std::enable_shared_from_this<Link> {
   // returns    a failure when the daemon refuses a rule or does not answer
   base::Result<Owner> find(const std::string& busName, std::vector<std::string> rules,
                            std::vector<std::string>* standing, Clock::time_point deadline) const;
-  base::Result<Owner> find(const std::string& busName, Clock::time_point deadline) const {
-    std::vector<std::string> none;
-    return find(busName, {}, &none, deadline);
-  }
+  // The same without signals. Without an answer the name has no owner.
+  Owner ownerOf(const std::string& busName, Clock::time_point deadline) const;
   // Does not wait.
   void removeMatch(const std::string& rule) const;
   base::Result<void> requestName(const std::string& busName, Clock::time_point deadline) const;
@@ -118,6 +116,7 @@ class Link : public std::enable_shared_from_this<Link> {
 
  private:
   explicit Link(bool isDirect) : isDirect_(isDirect) {}
+  Owner directOwner() const;
 
   static base::Result<std::shared_ptr<Link>> attempt(
       std::string address, const std::string& service, const std::string& rule,

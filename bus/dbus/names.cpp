@@ -54,9 +54,8 @@ std::string objectPathOf(const std::string& service) {
 }
 
 bool isServiceName(const std::string& service) {
-  // An object path allows fewer characters than a bus name, an interface fewer than either.
-  return wire::isInterfaceName(busNameOf(service)) && wire::isBusName(busNameOf(service)) &&
-         wire::isObjectPath(objectPathOf(service));
+  // What an interface may be called, a bus and an object path may be called, too.
+  return wire::isInterfaceName(busNameOf(service));
 }
 
 bool isMemberName(const std::string& member) {

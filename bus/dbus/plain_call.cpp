@@ -28,20 +28,17 @@ PlainReply callPlain(const std::string& address, const PlainCall& call,
     return failed(PlainReply::Kind::kNoService, link.reason());
   }
   const std::string busName = busNameOf(call.service);
-  const auto owner = (*link)->find(busName, connecting);
-  if (!owner) {
-    return failed(PlainReply::Kind::kNoService, owner.reason());
-  }
-  if (owner->name.empty()) {
+  const Link::Owner owner = (*link)->ownerOf(busName, connecting);
+  if (owner.name.empty()) {
     return failed(PlainReply::Kind::kNoService, busName + " has no owner");
   }
-  if (owner->user) {
-    (*link)->remember(owner->name, *owner->user);
+  if (owner.user) {
+    (*link)->remember(owner.name, *owner.user);
   }
-  if (!(*link)->isTrusted(owner->name, "service " + base::quoted(call.service), connecting)) {
+  if (!(*link)->isTrusted(owner.name, "service " + base::quoted(call.service), connecting)) {
     return failed(PlainReply::Kind::kNoService, busName + " belongs to another user");
   }
-  const std::string destination = (*link)->destinationOf(owner->name);
+  const std::string destination = (*link)->destinationOf(owner.name);
   wire::Header header;
   header.type = wire::MessageType::kMethodCall;
   header.flags = wire::kNoAutoStart;
@@ -63,11 +60,9 @@ PlainReply callPlain(const std::string& address, const PlainCall& call,
       return {PlainReply::Kind::kReturn, wire::readValues(outcome.reply.message), ""};
     case Outcome::Kind::kError:
       return failed(PlainReply::Kind::kError, errorText(outcome.reply));
-    case Outcome::Kind::kNoReply:
-    case Outcome::Kind::kDisconnected:
-      break;
+    default:
+      return failed(PlainReply::Kind::kNoReply, outcome.text);
   }
-  return failed(PlainReply::Kind::kNoReply, outcome.text);
 }
 
 }  // namespace qxbus

@@ -93,16 +93,13 @@ void checkOwner(const std::string& service, const Link& link, Clock::time_point 
     check->reason = reason;
   };
   const std::string busName = busNameOf(service);
-  const auto owner = link.find(busName, deadline);
-  if (!owner) {
-    return fail(BusLink::kService, owner.reason());
-  }
-  if (owner->name.empty()) {
+  const Link::Owner owner = link.ownerOf(busName, deadline);
+  if (owner.name.empty()) {
     return fail(BusLink::kService, busName + " has no owner");
   }
-  check->user = owner->user;
-  check->process = link.processOf(owner->name, deadline);
-  if (const std::string refusal = refusalOf(owner->user); !refusal.empty()) {
+  check->user = owner.user;
+  check->process = link.processOf(owner.name, deadline);
+  if (const std::string refusal = refusalOf(owner.user); !refusal.empty()) {
     fail(BusLink::kServiceUser, refusal);
   }
 }

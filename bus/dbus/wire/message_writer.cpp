@@ -154,7 +154,7 @@ char* MessageWriter::place(std::string_view type, std::size_t alignment, std::si
   const std::size_t start = buffer_.size();
   const std::size_t padding = paddingAt(start + signatureSize, alignment);
   const std::size_t end = start + signatureSize + padding + size;
-  if (size > kLargestMessage || end > kLargestMessage) {
+  if (end > kLargestMessage) {
     fail(Fault::kMessageSize);
   } else if (isList() && end - listStart_ > kLargestArray) {
     fail(Fault::kArraySize);
