@@ -13,8 +13,8 @@ struct ServingThread::State {
   explicit State(std::shared_ptr<Loop> served) : loop(std::move(served)) {}
 
   void run();
-  // The tasks that are dropped are destroyed by the caller, outside the lock. An empty list takes no
-  // memory, unlike a deque.
+  // The tasks that are dropped are destroyed by the caller, outside the lock. An empty list takes
+  // no memory, unlike a deque.
   void stop(std::list<std::function<void()>>* dropped) QX_REQUIRES(mutex) {
     isStopped = true;
     dropped->swap(tasks);

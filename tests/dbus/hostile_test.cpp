@@ -1,5 +1,6 @@
 // Other ends of direct connections that do what no D-Bus library does.
 
+#include <atomic>
 #include <csignal>
 #include <fstream>
 #include <set>
@@ -284,6 +285,48 @@ TEST_F(HostileService, ThatTakesNothingMoreIsLostThoughItStaysConnected) {
   EXPECT_EQ(call(), qxbus::Outcome::Kind::kDisconnected);
 
   EXPECT_TRUE(lost->wait(Milliseconds(5000)));
+}
+
+// What it still sends is nobody's.
+TEST_F(HostileService, ThatTakesNothingMoreIsReplacedThoughItStillSends) {
+  const auto mayDeafen = std::make_shared<Gate>();
+  const auto isDeaf = std::make_shared<Gate>();
+  std::vector<std::thread> flooding;
+  {
+    const auto connections = std::make_shared<std::atomic<int>>(0);
+    const PlayedService service(socket(), [&, connections](int connection) {
+      char ping[1000];
+      if (++*connections > 1) {
+        for (std::uint32_t serial = 1; ::recv(connection, ping, sizeof ping, 0) > 0; ++serial) {
+          sendAll(connection, replyTo(serial));
+        }
+        return;
+      }
+      ::recv(connection, ping, sizeof ping, 0);
+      sendAll(connection, replyTo(1));
+      mayDeafen->wait();
+      // It stays open when this function ends.
+      flooding.emplace_back([isDeaf, kept = ::dup(connection)] {
+        ::shutdown(kept, SHUT_RD);
+        isDeaf->open();
+        const std::string many = repeated(signalOf(kVelName, "velevent"), 500);
+        while (sendAll(kept, many)) {
+        }
+        ::close(kept);
+      });
+    });
+    const auto client = qxbus::Client::connect(address());
+    ASSERT_TRUE(client);
+    ASSERT_TRUE((*client)->isServiceRegistered("vel"));
+    mayDeafen->open();
+    ASSERT_TRUE(isDeaf->wait());
+
+    EXPECT_TRUE((*client)->isServiceRegistered("vel"));
+    EXPECT_EQ(*connections, 2);
+    // The old connection is closed.
+    flooding.at(0).join();
+    EXPECT_TRUE((*client)->isServiceRegistered("vel"));
+  }
 }
 
 // A message that is not kept is left out to its last byte.

@@ -17,16 +17,9 @@
 #include "bus/dbus/wire/message_writer.h"
 #include "bus/dbus/wire/values.h"
 #include "tests/dbus/dbus_test.h"
+#include "tests/dbus/played_daemon.h"
 
 namespace dbustest {
-
-inline std::string serialized(const qxbus::wire::Header& header, const qxbus::Values& values = {}) {
-  qxbus::wire::MessageWriter writer;
-  writer.start(header);
-  qxbus::wire::appendValues(&writer, values);
-  EXPECT_EQ(writer.finish(1), qxbus::wire::Fault::kNone);
-  return std::string(writer.bytes());
-}
 
 inline qxbus::wire::Header headerOf(qxbus::wire::MessageType type, std::string_view interface,
                                     std::string_view member) {

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 
+#include "bus/dbus/message_impl.h"
 #include "tests/dbus/dbus_test.h"
 
 namespace {
@@ -315,6 +316,25 @@ TEST_F(MessageOverDBus, SaysItsTypeAndCanBeShownOnOneLine) {
   EXPECT_THAT(reply->toDebugString(), HasSubstr("7"));
   EXPECT_THAT(reply->toDebugString(), Not(HasSubstr("\n")));
   EXPECT_THAT(error->toDebugString(), HasSubstr("why not"));
+  for (const QXBusMessageType failure : {MESSAGE_TYPE_NO_REPLY, MESSAGE_TYPE_DISCONNECTED}) {
+    const MessageRef failed =
+        qxbus::makeMessage(failure, "some.Error", qxbus::Arguments::ofText("the reason"));
+    EXPECT_EQ(failed->toDebugString(), "error some.Error(string \"the reason\")");
+  }
+}
+
+// As a program does that passes messages on.
+TEST_F(MessageOverDBus, ThatWasReceivedCanBeSentAgain) {
+  const auto heard = std::make_shared<Messages>();
+  proxy_->addEventListener(
+      "echo", lastingListener([heard](const MessageRef& event) { heard->add(event); }), kSafe);
+  service_.emit("echo", {std::int32_t{7}, "seven"s});
+  ASSERT_TRUE(heard->waitFor(1));
+
+  const MessageRef reply = proxy_->callWithReplyBlocking(heard->items()[0], 10000);
+
+  EXPECT_EQ(reply->getInt32(0), 7);
+  EXPECT_EQ(reply->getString(1), "seven");
 }
 
 }  // namespace

@@ -69,6 +69,17 @@ INSTANTIATE_TEST_SUITE_P(
                  kDaemon, Kind::kError}),
     [](const auto& each) { return each.param.name; });
 
+TEST(TextOfAnError, MayBeBytes) {
+  const dbustest::DBusMessageRef error = reply(DBUS_MESSAGE_TYPE_ERROR, kPeer);
+  dbus_message_set_error_name(error.get(), DBUS_ERROR_FAILED);
+  const char bytes[] = {'n', 'o', '\xff'};
+  const char* const first = bytes;
+  ASSERT_TRUE(dbus_message_append_args(error.get(), DBUS_TYPE_ARRAY, DBUS_TYPE_BYTE, &first, 3,
+                                       DBUS_TYPE_INVALID));
+
+  EXPECT_EQ(qxbus::errorText(dbustest::receivedFrom(error.get())), "no\xff");
+}
+
 TEST(NormalReply, IsTheReply) {
   const Outcome outcome = Outcome::replied(
       dbustest::receivedFrom(reply(DBUS_MESSAGE_TYPE_METHOD_RETURN, kPeer).get()), kPeer);

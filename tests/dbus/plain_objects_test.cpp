@@ -90,6 +90,15 @@ TEST_F(PlainObjectTest, StandsBesideTheObjectOfTheService) {
             DBUS_ERROR_UNKNOWN_INTERFACE);
 }
 
+TEST_F(PlainObjectTest, IsNotFoundByIntrospectionWhereItIsNot) {
+  constexpr char kIntrospectable[] = "org.freedesktop.DBus.Introspectable";
+
+  EXPECT_EQ(errorNameOf(client().call(kVelName, "/nowhere", kIntrospectable, "Introspect")),
+            DBUS_ERROR_UNKNOWN_OBJECT);
+  EXPECT_EQ(errorNameOf(client().call(kVelName, kLampPath, kIntrospectable, "Inspect")),
+            DBUS_ERROR_UNKNOWN_INTERFACE);
+}
+
 TEST_F(PlainObjectTest, IsFoundByIntrospectionFromTheRoot) {
   const auto xmlOf = [this](const std::string& path) {
     return firstText(
@@ -197,7 +206,10 @@ TEST_F(AnswerInTroubleTest, AFlushGivesUpOnAClientThatDoesNotRead) {
   client.call("", kVelPath, kVelName, "echo");
 
   service.emit("velevent", {qxbus::Bytes(8 * kMegabyte)});
+  RawPeer next(directAddress(), RawPeer::Place::kAtAService);
+  next.call("", kVelPath, kVelName, "echo");
 
+  // The next one is there in time.
   EXPECT_FALSE(service.host().flush(std::chrono::milliseconds(20)));
 }
 

@@ -28,7 +28,7 @@ using Source = qxbus::BusAddress::Source;
 
 constexpr std::chrono::milliseconds kLongLimit{10000};
 constexpr std::chrono::milliseconds kShortLimit{300};
-constexpr unsigned int kStranger = 65534;
+constexpr unsigned int kAnotherUid = 65534;
 
 class ServiceCheckOverDBus : public DBusTest {
  protected:
@@ -52,6 +52,7 @@ class ServiceCheckOverDBus : public DBusTest {
     Source source;
     int broken;
     std::string file;
+    std::string socket;
   };
   static Printed checkedInAProcess(const std::string& assignment, const std::string& user = "") {
     std::vector<std::string> command = {BUS_PROCESS, "check", assignment};
@@ -63,6 +64,7 @@ class ServiceCheckOverDBus : public DBusTest {
     printed.source = static_cast<Source>(std::atoi(process.readLine().c_str()));
     printed.broken = std::atoi(process.readLine().c_str());
     printed.file = process.readLine();
+    printed.socket = process.readLine();
     EXPECT_EQ(process.wait().status, 0);
     return printed;
   }
@@ -147,6 +149,30 @@ TEST_F(ServiceCheckOverDBus, FindsTheSocketThatIsMissing) {
   EXPECT_EQ(check.sockets[0].file, std::nullopt);
 }
 
+TEST_F(ServiceCheckOverDBus, FindsThePathThatLeadsNowhere) {
+  std::ofstream(pathIn("file")) << "text";
+  std::filesystem::create_symlink(pathIn("loop"), pathIn("loop"));
+  for (const char* const path : {"file/bus", "loop/bus", "no/bus"}) {
+    const ServiceCheck check = checkService("vel", addressOf(pathIn(path)), kLongLimit);
+
+    EXPECT_THAT(check.broken, Optional(BusLink::kSocket)) << path;
+    EXPECT_THAT(check.reason, HasSubstr(pathIn(path)));
+  }
+}
+
+#if defined(__linux__)
+TEST_F(ServiceCheckOverDBus, FindsNoFileForASocketWithoutOne) {
+  NEEDS_DAEMON();
+
+  const ServiceCheck check =
+      checkService("vel", "unix:abstract=" + pathIn("nothing").string(), kLongLimit);
+
+  EXPECT_THAT(check.broken, Optional(BusLink::kConnection));
+  ASSERT_THAT(check.sockets, SizeIs(1));
+  EXPECT_EQ(check.sockets[0].file, std::nullopt);
+}
+#endif
+
 TEST_F(ServiceCheckOverDBus, FindsTheFileThatIsNoSocket) {
   std::ofstream(pathIn("file")) << "text";
 
@@ -166,7 +192,7 @@ TEST_F(ServiceCheckOverDBus, FindsTheDirectoryThatKeepsTheUserOut) {
   const ListeningSocket socket(pathIn("locked/inner/bus"), 1);
 
   const Printed printed = checkedInAProcess(
-      "QXBUS_ADDRESS=" + addressOf(pathIn("locked/inner/bus")), std::to_string(kStranger));
+      "QXBUS_ADDRESS=" + addressOf(pathIn("locked/inner/bus")), std::to_string(kAnotherUid));
 
   EXPECT_EQ(printed.broken, static_cast<int>(BusLink::kPermission));
   EXPECT_EQ(printed.file, pathIn("locked"));
@@ -180,7 +206,7 @@ TEST_F(ServiceCheckOverDBus, FindsTheSocketThatKeepsTheUserOut) {
   ::chmod(pathIn("bus").c_str(), 0600);
 
   const Printed printed =
-      checkedInAProcess("QXBUS_ADDRESS=" + addressOf(pathIn("bus")), std::to_string(kStranger));
+      checkedInAProcess("QXBUS_ADDRESS=" + addressOf(pathIn("bus")), std::to_string(kAnotherUid));
 
   EXPECT_EQ(printed.broken, static_cast<int>(BusLink::kPermission));
   EXPECT_EQ(printed.file, pathIn("bus"));
@@ -272,15 +298,15 @@ TEST_F(ServiceCheckOverDBus, FindsTheServiceOfAnotherUser) {
     GTEST_SKIP() << "needs root to start a service as another user";
   }
   Process stranger(
-      helper({BUS_PROCESS, "serve", bus().address(), "vel", std::to_string(kStranger)}));
+      helper({BUS_PROCESS, "serve", bus().address(), "vel", std::to_string(kAnotherUid)}));
   ASSERT_EQ(stranger.readLine(), "running");
 
   const ServiceCheck check = checkService("vel", "", kLongLimit);
 
   EXPECT_THAT(check.broken, Optional(BusLink::kServiceUser));
-  EXPECT_THAT(check.user, Optional(kStranger));
+  EXPECT_THAT(check.user, Optional(kAnotherUid));
   EXPECT_THAT(check.process, Optional(stranger.pid()));
-  EXPECT_THAT(check.reason, HasSubstr(std::to_string(kStranger)));
+  EXPECT_THAT(check.reason, HasSubstr(std::to_string(kAnotherUid)));
 }
 
 TEST_F(ServiceCheckOverDBus, SaysWhereTheAddressComesFrom) {
@@ -292,10 +318,23 @@ TEST_F(ServiceCheckOverDBus, SaysWhereTheAddressComesFrom) {
   EXPECT_EQ(checkedInAProcess("DBUS_SESSION_BUS_ADDRESS=" + other).source,
             Source::kSessionVariable);
   EXPECT_EQ(checkedInAProcess("XDG_RUNTIME_DIR=" + runtime).source, Source::kDefault);
+  EXPECT_EQ(checkedInAProcess("XDG_RUNTIME_DIR=" + runtime).socket, runtime + "/velproxy/vel");
 #if !defined(__APPLE__)
   const AnsweringSocket refusing(runtime + "/bus", {}, AnsweringSocket::Afterwards::kClose);
   EXPECT_EQ(checkedInAProcess("XDG_RUNTIME_DIR=" + runtime).source, Source::kSessionSocket);
 #endif
 }
+
+#if !defined(__APPLE__)
+TEST_F(ServiceCheckOverDBus, LooksInTheDirectoryForAllWhereTheUserHasNone) {
+  const std::string place = "/tmp/velproxy-" + std::to_string(::geteuid()) + "/vel";
+
+  for (const char* const nothing : {"XDG_RUNTIME_DIR=", "HOME="}) {
+    const Printed printed = checkedInAProcess(nothing);
+    EXPECT_EQ(printed.source, Source::kDefault);
+    EXPECT_EQ(printed.socket, place);
+  }
+}
+#endif
 
 }  // namespace

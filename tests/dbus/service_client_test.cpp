@@ -2,8 +2,11 @@
 
 #include "bus/dbus/service_client.h"
 
-#include "tests/dbus/dbus_test.h"
-#include "tests/dbus/waiting.h"
+#include <atomic>
+#include <thread>
+
+#include "tests/dbus/hostile_test.h"
+#include "tests/dbus/played_daemon.h"
 
 namespace {
 
@@ -147,6 +150,181 @@ TEST_F(ServiceClientOverDBus, AMethodWithoutANameTakesTheCallsOfAllOthers) {
   ASSERT_TRUE(seen.replies.waitFor(2));
   EXPECT_EQ(seen.replies.items()[0].values, qxbus::Values{std::string("unheardOf")});
   EXPECT_EQ(seen.replies.items()[1].values, qxbus::Values{std::string("known")});
+}
+
+TEST_F(ServiceClientOverDBus, NeedsNoHandlers) {
+  auto service = std::make_unique<TestService>(kService);
+  const auto client = ServiceClient::attach("", kService, {});
+  ASSERT_TRUE(client) << client.reason();
+
+  service->emit("velevent", {});
+  call(**client, "echo", {});
+  ASSERT_TRUE(seen.replies.waitFor(1));
+  service.reset();
+
+  EXPECT_TRUE(waitUntil([this, &client] {
+    const std::size_t before = seen.replies.size();
+    call(**client, "echo", {});
+    return seen.replies.waitFor(before + 1) &&
+           seen.replies.items()[before].kind == ServiceReply::Kind::kDisconnected;
+  }));
+}
+
+TEST_F(ServiceClientOverDBus, SaysThatArgumentsAreTooLarge) {
+  const TestService service(kService);
+  const auto client = attached();
+  ASSERT_TRUE(client);
+
+  call(*client, "echo", {qxbus::Bytes(64 * kMegabyte)});
+
+  ASSERT_EQ(seen.replies.size(), 1u);
+  EXPECT_EQ(seen.replies.items()[0].kind, ServiceReply::Kind::kError);
+  EXPECT_THAT(seen.replies.items()[0].text, HasSubstr("too large for the bus"));
+}
+
+// --- Buses that leave nothing to chance ----------------------------------------------------------
+
+class PassingClient : public HostileTest {
+ protected:
+  struct Seen {
+    Record<std::string> events;
+    Record<int> ends;
+    Record<ServiceReply> replies;
+  };
+
+  std::unique_ptr<ServiceClient> attachedTo(const PlayedDaemon& bus) {
+    ServiceClient::Handlers handlers;
+    handlers.onEvent = [this](const std::string& name, bool, const qxbus::Values&) {
+      seen_.events.add(name);
+    };
+    handlers.onGone = [this] { seen_.ends.add(1); };
+    auto client = ServiceClient::attach(bus.address(), "vel", std::move(handlers));
+    EXPECT_TRUE(client) << client.reason();
+    return client ? std::move(*client) : nullptr;
+  }
+
+  // Whether all has been read that was sent before.
+  bool hasReadAll(ServiceClient& client) {
+    const std::size_t before = seen_.replies.size();
+    client.call("echo", {}, [this](const ServiceReply& reply) { seen_.replies.add(reply); });
+    return seen_.replies.waitFor(before + 1);
+  }
+
+  static std::string ownerChange(std::string_view sender, const std::string& name,
+                                 const std::string& from) {
+    return signalFrom(sender, kBusPath, kBus, "NameOwnerChanged", "sss",
+                      {name, from, std::string()});
+  }
+  static std::string event(std::string_view name, std::string_view sender = PlayedDaemon::kOwner) {
+    return signalFrom(sender, kVelPath, kVelName, name);
+  }
+
+  Seen seen_;
+};
+
+TEST_F(PassingClient, HearsWhatItsServiceSentBeforeItWasFound) {
+  PlayedDaemon bus(socket(),
+                   {{"GetNameOwner", [](PlayedDaemon& early, const PlayedDaemon::Call& call) {
+                       early.send(event("early"));
+                       early.reply(call, "s", {std::string(PlayedDaemon::kOwner)});
+                     }}});
+  const auto client = attachedTo(bus);
+  ASSERT_TRUE(client);
+
+  bus.send(event("late"));
+
+  EXPECT_TRUE(seen_.events.waitFor(2));
+  EXPECT_THAT(seen_.events.items(), ElementsAre("early", "late"));
+}
+
+TEST_F(PassingClient, HearsNothingThatIsNotItsServices) {
+  PlayedDaemon bus(socket());
+  const auto client = attachedTo(bus);
+  ASSERT_TRUE(client);
+  qxbus::wire::Header call;
+  call.type = qxbus::wire::MessageType::kMethodCall;
+  call.sender = PlayedDaemon::kOwner;
+  call.path = kVelPath;
+  call.interface = kVelName;
+  call.member = "call";
+
+  bus.send(serialized(call));
+  bus.send(event("anothers", ":1.9"));
+  bus.send(signalFrom(PlayedDaemon::kOwner, "/qx/bus/lamp", kVelName, "elsewhere"));
+  bus.send(signalFrom(PlayedDaemon::kOwner, kVelPath, "qx.bus.lamp", "otherwise"));
+  bus.send(signalFrom(kBus, kBusPath, kBus, "NameAcquired", "s", {std::string(":1.1")}));
+  bus.send(ownerChange(":1.9", kVelName, PlayedDaemon::kOwner));
+  bus.send(ownerChange(kBus, "qx.bus.lamp", PlayedDaemon::kOwner));
+  bus.send(ownerChange(kBus, kVelName, ":1.6"));
+  bus.send(event("its"));
+
+  ASSERT_TRUE(hasReadAll(*client));
+  EXPECT_THAT(seen_.events.items(), ElementsAre("its"));
+  EXPECT_EQ(seen_.ends.size(), 0u);
+}
+
+TEST_F(PassingClient, HearsOfOneEndWhenTheBusEndsAfterItsService) {
+  PlayedDaemon bus(socket());
+  const auto client = attachedTo(bus);
+  ASSERT_TRUE(client);
+
+  bus.send(ownerChange(kBus, kVelName, PlayedDaemon::kOwner));
+  ASSERT_TRUE(seen_.ends.waitFor(1));
+  bus.close();
+
+  EXPECT_TRUE(seen_.ends.stays(1));
+}
+
+TEST_F(PassingClient, MayBeGoneBeforeTheBusHasConfirmedTheEnd) {
+  Record<PlayedDaemon::Call> pings;
+  PlayedDaemon bus(
+      socket(),
+      {{"Ping", [&pings](PlayedDaemon&, const PlayedDaemon::Call& call) { pings.add(call); }}});
+  auto client = attachedTo(bus);
+  ASSERT_TRUE(client);
+  bus.send(ownerChange(kBus, kVelName, PlayedDaemon::kOwner));
+  ASSERT_TRUE(pings.waitFor(1));
+
+  client.reset();
+  bus.reply(pings.items()[0]);
+
+  EXPECT_TRUE(seen_.ends.stays(0));
+}
+
+// Its connection is read until it is closed.
+TEST_F(PassingClient, MayBeGoneWhileEventsStream) {
+  PlayedDaemon bus(socket());
+  auto client = attachedTo(bus);
+  ASSERT_TRUE(client);
+  std::atomic<bool> isOver{false};
+  std::thread streaming([&] {
+    std::string many;
+    for (int i = 0; i < 500; ++i) {
+      many += event("stream");
+    }
+    while (!isOver) {
+      bus.send(many);
+    }
+  });
+  ASSERT_TRUE(seen_.events.waitFor(1000));
+
+  client.reset();
+  const std::size_t heard = seen_.events.size();
+
+  EXPECT_TRUE(seen_.events.stays(heard));
+  isOver = true;
+  streaming.join();
+}
+
+TEST_F(PassingClient, IsNotMadeWhenTheBusWillNotSendEvents) {
+  const PlayedDaemon bus(socket(),
+                         {{"AddMatch", [](PlayedDaemon& refusing, const PlayedDaemon::Call& call) {
+                             refusing.refuse(call, "too many rules");
+                           }}});
+
+  const auto client = ServiceClient::attach(bus.address(), "vel", {});
+
+  EXPECT_THAT(client.reason(), HasSubstr("too many rules"));
 }
 
 }  // namespace

@@ -170,6 +170,13 @@ TEST_F(ServiceHostOverDBus, FailsWithOneText) {
   EXPECT_EQ(firstText(reply), "no desktop connected");
 }
 
+TEST_F(ServiceHostOverDBus, FailsInCharactersThatEveryoneCanRead) {
+  const TestService service(
+      "vel", {{"refuse", [](qxbus::Request request) { request.fail("n\x7fo \xff\x01!"); }}});
+
+  EXPECT_EQ(firstText(ask("refuse")), R"(n?o ??!)");
+}
+
 TEST_F(ServiceHostOverDBus, NamesTheMethodThatItDoesNotHave) {
   const TestService service;
 

@@ -70,6 +70,47 @@ TEST_F(Squatted, LinkInPlaceOfTheDirectoryIsRefused) {
   EXPECT_TRUE(fs::is_empty(directory() + "/real"));
 }
 
+TEST_F(Squatted, LinkThatLeadsNowhereInPlaceOfTheDirectoryIsRefused) {
+  fs::create_symlink(directory() + "/nowhere", place());
+
+  EXPECT_THAT(obstacleAt(inDirectory()), HasSubstr("must be a directory that only this user"));
+  // Here the name leads to what the link leads to.
+  EXPECT_THAT(obstacleAt(inDirectory() + "/"),
+              HasSubstr("must be a directory that only this user"));
+  EXPECT_FALSE(fs::exists(directory() + "/nowhere"));
+}
+
+TEST_F(Squatted, DirectoryThatCannotBeMadeIsNamed) {
+  const std::string tooLong = "/" + std::string(300, 'x');
+
+  EXPECT_EQ(obstacleAt("direct:" + tooLong + "/"), tooLong + ": File name too long");
+  EXPECT_EQ(obstacleAt("direct:" + place() + "/deeper/"),
+            place() + "/deeper: No such file or directory");
+}
+
+TEST_F(Squatted, DirectoryMayBeHere) {
+  const fs::path before = fs::current_path();
+  fs::current_path(directory());
+
+  EXPECT_EQ(obstacleAt("direct:here/"), "");
+
+  EXPECT_TRUE(fs::is_directory(directory() + "/here"));
+  fs::current_path(before);
+}
+
+// As in /tmp.
+TEST_F(Squatted, DirectoryIsMadeInOneOfRootForAnyUser) {
+  if (::geteuid() != 0) {
+    GTEST_SKIP() << "needs root to start a service as another user";
+  }
+  fs::permissions(directory(), fs::perms(0777));
+  Process service(
+      helper({BUS_PROCESS, "serve", inDirectory(), "vel", std::to_string(kAnotherUser)}));
+
+  EXPECT_EQ(service.readLine(), "running");
+  EXPECT_TRUE(fs::is_directory(place()));
+}
+
 // As with the environment of another user, which sudo may keep: the directory would be the other
 // user's obstacle from then on, and the other user could replace it.
 TEST_F(Squatted, DirectoryIsNotMadeInOneOfAnotherUser) {

@@ -202,6 +202,22 @@ TEST(ArgumentReaderTest, ReadsNothingOutsideOfAFaultyBody) {
   }
 }
 
+TEST(ArgumentReaderTest, ReadsNothingOutsideOfAFaultyList) {
+  Encoder list(kHostOrder);
+  list.number(0, 4);
+  list.signature("i");
+  list.number(1, 4);
+  list.setLength(0, 4);
+  const std::string whole = list.bytes();
+  for (std::size_t size = 0; size < whole.size(); ++size) {
+    const std::vector<char> cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
+    ArgumentReader arguments(messageOf("av", {cut.data(), cut.size()}, kHostOrder));
+    Argument argument;
+
+    EXPECT_FALSE(arguments.next(&argument)) << "cut to " << size;
+  }
+}
+
 TEST(ArgumentReaderTest, ReadsNoValueOfAFaultyVariant) {
   for (const char* const signature : {"", "a", "(", "a{", "yy"}) {
     Encoder encoder(kHostOrder);

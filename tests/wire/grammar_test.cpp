@@ -204,6 +204,11 @@ TEST(GrammarTest, NamesWithNulAreRefused) {
   EXPECT_FALSE(isText("\0long enough for eight at once"s));
 }
 
+TEST(GrammarTest, ASingleTypeIsNoLongerThanASignatureMayBe) {
+  EXPECT_TRUE(isSingleType('(' + std::string(253, 'i') + ')'));
+  EXPECT_FALSE(isSingleType('(' + std::string(254, 'i') + ')'));
+}
+
 TEST(GrammarTest, AStringIsUtf8) {
   for (const char* const valid : {"", "a", "more than eight characters", "gr\xC3\xBC\xC3\x9F",
                                   "\xF4\x8F\xBF\xBF", "\xEF\xBF\xBF"}) {
@@ -223,6 +228,9 @@ TEST(GrammarTest, TheFirstTypeOfASignatureEndsWithItsLastBracket) {
   EXPECT_EQ(lengthOfFirstType("aays"), 3u);
   EXPECT_EQ(lengthOfFirstType("a{s(iv)}i"), 8u);
   EXPECT_EQ(lengthOfFirstType("(i(s)ai)v"), 8u);
+  // What is no signature has no further type.
+  EXPECT_EQ(lengthOfFirstType("aa"), 2u);
+  EXPECT_EQ(lengthOfFirstType("(i"), 2u);
 }
 
 // --- Random texts --------------------------------------------------------------------------------
