@@ -53,6 +53,12 @@ TEST(CountedTest, AddsAnSUnlessThereIsOne) {
   EXPECT_EQ(base::counted(2, "frame"), "2 frames");
 }
 
+TEST(ContainsTest, LooksForAWholeText) {
+  EXPECT_TRUE(base::contains({"camera", "tablet"}, "tablet"));
+  EXPECT_FALSE(base::contains({"camera", "tablet"}, "tab"));
+  EXPECT_FALSE(base::contains({}, ""));
+}
+
 TEST(JoinedTest, PutsTheSeparatorBetweenNames) {
   EXPECT_EQ(base::joined({}), "");
   EXPECT_EQ(base::joined({"camera"}), "camera");
