@@ -3,6 +3,7 @@
 #include <atomic>
 #include <chrono>
 #include <future>
+#include <utility>
 
 #include "tests/client/client_test.h"
 
@@ -76,7 +77,11 @@ TEST_F(RestoringTest, AVmWhoseNumberComesFromAServiceThatHasDiedIsNamedToTheNext
   answer.open();
   bus.waitForDeaths();
 
+  // Each death has a thread of its own, and either of them may be the first to report the return.
   ASSERT_EQ(returns.size(), 2U);
+  if (returns[0].failures.empty()) {
+    std::swap(returns[0], returns[1]);
+  }
   ASSERT_EQ(returns[0].failures.size(), 1U);
   EXPECT_EQ(returns[0].failures[0].message(), "getVmListSize: the service has died again");
   EXPECT_THAT(returns[1].vms, ElementsAre("win11"));
