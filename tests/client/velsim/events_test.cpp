@@ -30,20 +30,22 @@ class VelsimEventsTest : public VelsimTest {
 };
 
 TEST_F(VelsimEventsTest, DevicesComeAndGo) {
-  velsim().control("plug camera \"Front camera\"");
-  expectEvent("device plugged in vm 0 \"\": 31 \"Front camera\" available none \"\" vm 0 \"\"");
+  // "plugged in NUMBER"
+  const std::string answer = velsim().control("plug camera \"Front camera\"");
+  const std::string number = answer.substr(answer.rfind(' ') + 1);
+  const vel::DeviceNumber camera(static_cast<std::uint16_t>(std::stoul(number)));
+  expectEvent("device plugged in vm 0 \"\": " + number +
+              " \"Front camera\" available none \"\" vm 0 \"\"");
 
-  EXPECT_THAT(client.attach(kWindows, vel::DeviceNumber(31)), Succeeds());
-  expectEvent(
-      "device attached vm 101 \"win11\": 31 \"Front camera\" attached none \"\" vm 101 "
-      "\"win11\"");
-  EXPECT_THAT(client.detach(kWindows, vel::DeviceNumber(31)), Succeeds());
-  expectEvent("device detached vm 101 \"win11\": 31 \"Front camera\" available");
-  EXPECT_THAT(client.setLocalPolicy(vel::DeviceNumber(31), vel::LocalPolicy::kAllowed, "Door", "t"),
-              Succeeds());
-  expectEvent("device changed vm 0 \"\": 31 \"Door\" available allowed \"t\"");
-  velsim().control("unplug 31");
-  expectEvent("device unplugged vm 0 \"\": 31 \"Door\" gone");
+  EXPECT_THAT(client.attach(kWindows, camera), Succeeds());
+  expectEvent("device attached vm 101 \"win11\": " + number +
+              " \"Front camera\" attached none \"\" vm 101 \"win11\"");
+  EXPECT_THAT(client.detach(kWindows, camera), Succeeds());
+  expectEvent("device detached vm 101 \"win11\": " + number + " \"Front camera\" available");
+  EXPECT_THAT(client.setLocalPolicy(camera, vel::LocalPolicy::kAllowed, "Door", "t"), Succeeds());
+  expectEvent("device changed vm 0 \"\": " + number + " \"Door\" available allowed \"t\"");
+  velsim().control("unplug " + number);
+  expectEvent("device unplugged vm 0 \"\": " + number + " \"Door\" gone");
 }
 
 TEST_F(VelsimEventsTest, StorageIsMounted) {

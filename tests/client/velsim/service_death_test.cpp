@@ -43,6 +43,7 @@ TEST_F(VelsimTest, AServiceThatDiesIsReportedAndItsEventsArriveAgain) {
       [] { return velsim().log().find("getVmListSize") != std::string::npos; }));
   velsim().control("plug camera \"Front camera\"");
   EXPECT_TRUE(events.contain("device plugged in vm 0 \"\": 31 \"Front camera\"")) << events.all();
+  velsim().control("unplug 31");
 }
 
 }  // namespace
