@@ -78,7 +78,8 @@ struct SessionEnd {
   std::string vm;
 };
 
-// A service is there again, and the client connected to it.
+// A service is there again, and the client connected to it. When a service dies soon after the one
+// before it, their returns may be reported in either order.
 struct ServiceReturn {
   // Those of the ServiceDeath that the new service knows, and those of an earlier one that the
   // service in between could not be asked for: their events arrive again. Their sessions
