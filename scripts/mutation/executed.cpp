@@ -170,6 +170,10 @@ extern "C" void __sanitizer_cov_pcs_init(const std::uintptr_t* begin, const std:
     return;
   }
   const std::string path = directory() + '/' + program() + ".addresses";
+  if (access(path.c_str(), F_OK) == 0) {
+    // From another process, which may have written more than this one may.
+    return;
+  }
   const std::string unfinished = path + '.' + std::to_string(getpid());
   std::FILE* const file = std::fopen(unfinished.c_str(), "wb");
   if (!file) {

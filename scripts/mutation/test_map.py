@@ -6,6 +6,7 @@ import os
 import pickle
 import re
 import shutil
+import signal
 import struct
 import subprocess
 
@@ -38,7 +39,7 @@ class Map:
             try:
                 subprocess.run(test["command"], cwd=test["directory"], env=environment, stdout=file,
                                stderr=file, stdin=subprocess.DEVNULL, timeout=GATHER_LIMIT_S,
-                               check=False)
+                               check=False, preexec_fn=take_interrupts)
             except subprocess.TimeoutExpired as error:
                 raise Failure(f"{name} takes too long; its output is in {output}") from error
         try:
@@ -46,6 +47,9 @@ class Map:
                 times = [line.split(" ", 2) for line in file.read().splitlines()]
         except FileNotFoundError as error:
             raise Failure(f"{name} has run no test; its output is in {output}") from error
+        with open(output, encoding="utf-8", errors="replace") as file:
+            if not re.search(r"^\[=+\] \d+ tests? from .* ran\.", file.read(), re.MULTILINE):
+                raise Failure(f"{name} has not run to its end; its output is in {output}")
         seconds = {test: int(ms) / 1000 for ms, result, test in times if result == "passed"}
         broken = {test for _, result, test in times if result == "failed"}
         lines = _lines(tree, directory, {test.replace("/", ","): test for test in seconds})
@@ -67,6 +71,12 @@ class Map:
             return None
         same = all(_sum(tree, file) == sum for file, sum in loaded.sums.items())
         return loaded if same else None
+
+
+def take_interrupts():
+    """A shell has the programs in its background ignore them, and so would the tests' programs."""
+    signal.signal(signal.SIGINT, signal.SIG_DFL)
+    signal.signal(signal.SIGQUIT, signal.SIG_DFL)
 
 
 def _sum(tree, file):

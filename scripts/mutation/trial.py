@@ -10,7 +10,7 @@ import subprocess
 import tempfile
 import time
 
-from test_map import rows
+from test_map import rows, take_interrupts
 
 # Tests that take together no longer than this are run first, of each program.
 QUICK_S = 2.0
@@ -304,6 +304,7 @@ class Trial:
 
 
 def _limits():
+    take_interrupts()
     resource.setrlimit(resource.RLIMIT_AS, (MEMORY, MEMORY))
     resource.setrlimit(resource.RLIMIT_FSIZE, (FILE_SIZE, FILE_SIZE))
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))

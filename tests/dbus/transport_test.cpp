@@ -164,6 +164,25 @@ TEST_F(ATransport, DeliversWhatWasSentBeforeItWasReleased) {
   EXPECT_EQ(last, message.bytes().size());
 }
 
+// It may leave 256 MiB.
+TEST_F(ATransport, GivesUpAnEndThatLeavesTooMuchUnread) {
+  const auto gate = std::make_shared<Gate>();
+  const PlayedService service(socket(), [gate](int /*connection*/) { gate->wait(); });
+  const OpenAtScopeExit openAtScopeExit(gate);
+  const auto connection =
+      qxbus::Connection::open(service.address(), {}, qxbus::deadlineAfter(10000));
+  ASSERT_TRUE(connection) << connection.reason();
+  MessageWriter message =
+      messageOf(MessageType::kSignal, "velevent", {qxbus::Bytes(60 * kMegabyte)});
+
+  int taken = 0;
+  while (taken < 10 && (*connection)->send(&message)) {
+    ++taken;
+  }
+
+  EXPECT_EQ(taken, 4);
+}
+
 // The reply finds its call by this number.
 TEST_F(ATransport, NumbersItsMessagesAllDifferently) {
   constexpr std::size_t kMessages = 65537;
