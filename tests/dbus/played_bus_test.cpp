@@ -152,6 +152,7 @@ TEST_F(PlayedBus, MayTakeItsTimeToNameASenderWhoseBroadcastsWaitMeanwhile) {
 
   ASSERT_TRUE(heard->waitFor(2));
   EXPECT_TRUE(heard->stays(2));
+  EXPECT_GT(heard->items()[1]->getString(0).size(), 11 * kMegabyte);
 }
 
 // A stranger that sees the connection appear may call before it has its name.

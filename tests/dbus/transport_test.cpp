@@ -139,9 +139,11 @@ MessageWriter messageOf(MessageType type, std::string_view member,
 // More than the socket takes at once. On a busy machine a second may be too short once.
 TEST_F(ATransport, DeliversWhatWasSentBeforeItWasReleased) {
   MessageWriter message =
-      messageOf(MessageType::kSignal, "velevent", {std::string(kMegabyte / 2, 'x')});
+      messageOf(MessageType::kSignal, "velevent", {std::string(8 * kMegabyte, 'x')});
+  const auto released = std::make_shared<Record<bool>>();
   const auto received = std::make_shared<Record<std::size_t>>();
-  const PlayedService service(socket(), [received](int connection) {
+  const PlayedService service(socket(), [released, received](int connection) {
+    released->waitFor(received->size() + 1);
     std::vector<char> bytes(kMegabyte);
     std::size_t total = 0;
     for (ssize_t count = 1; count > 0;) {
@@ -157,6 +159,9 @@ TEST_F(ATransport, DeliversWhatWasSentBeforeItWasReleased) {
     ASSERT_TRUE(connection) << connection.reason();
     EXPECT_TRUE((*connection)->send(&message));
     connection->reset();
+    // Time to end it too early.
+    std::this_thread::sleep_for(kSilence);
+    released->add(true);
     ASSERT_TRUE(received->waitFor(attempt));
     last = received->items().back();
   }
@@ -255,7 +260,8 @@ TEST_F(ATransport, LeavesTheClientsOfASocketThatHasTakenItsNumber) {
   ASSERT_EQ(::dup2(other.descriptor(), number), number);
   const base::Socket client = base::newSocket();
   ASSERT_EQ(base::connectTo(client, directory() + "/other"), 0);
-  std::this_thread::sleep_for(kSilence);
+  // An acceptor that has rested would try again.
+  std::this_thread::sleep_for(3 * qxbus::Acceptor::kRest);
 
   EXPECT_TRUE(other.accept());
   (*loop)->stop();

@@ -31,6 +31,14 @@ TEST_F(LogLinesTest, ARefusalIsInWords) {
             R"(connectDevice(vm 9999, device 12 "Built-in camera") -> refused: unknown vm (1))");
 }
 
+TEST_F(LogLinesTest, AReplyOfMoreThanAStatusShowsBoth) {
+  const RequestLine line(simulator, "searchSharePrinter", {"10.0.0.7"});
+  const qxbus::Values reply = {int32(0), int32(1), "10.0.0.7", "Hall", "colour"};
+
+  EXPECT_EQ(line.with(reply).text,
+            R"(searchSharePrinter(address "10.0.0.7") -> ok, count 1, list ["10.0.0.7" "Hall"])");
+}
+
 TEST_F(LogLinesTest, ASourceIdIsANumberWithANameAlsoWhenItTravelsAsBytes) {
   EXPECT_EQ(textOfRequest("connectDeviceBySrcId", {int32(kWin11), uint64(kCameraSource)}),
             "connectDeviceBySrcId(vm 101 \"win11\", sourceId " + std::to_string(kCameraSource) +

@@ -43,7 +43,7 @@ Inbox::Space Inbox::space() {
   const std::size_t needed = wire::frameOf(rest()).size;
   if (needed > capacity_ - begin_) {
     begin(std::max(needed, kChunk));
-  } else if (needed <= end_ - begin_ && capacity_ - end_ < kLeastSpace) {
+  } else if (rest().size() >= needed && capacity_ - end_ < kLeastSpace) {
     begin(kChunk);
   }
   return {chunk_.get() + end_, capacity_ - end_};

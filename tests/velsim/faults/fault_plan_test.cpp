@@ -53,6 +53,27 @@ TEST(CallRangeTest, OtherTextsAreRefused) {
   }
 }
 
+TEST(FaultTest, ANumberMayBeAsLargeAsItsKindAllows) {
+  Fault fault;
+  fault.kind = FaultKind::kDelay;
+  const std::uint64_t most = rowOf(fault.kind).most;
+
+  fault.number = most;
+  EXPECT_EQ(refusalOf(fault), "");
+
+  fault.number = most + 1;
+  EXPECT_EQ(refusalOf(fault), "delay: at most " + std::to_string(most));
+}
+
+TEST(FaultTest, TheSchemaOfScenariosDescribesEachKindAsTheHelpDoes) {
+  std::ifstream file(SCENARIO_SCHEMA);
+  const std::string schema(std::istreambuf_iterator<char>(file), {});
+
+  for (const FaultKindRow& row : faultKinds()) {
+    EXPECT_THAT(schema, HasSubstr(std::string("\"description\": \"") + row.help + '"'));
+  }
+}
+
 // --- Files ---------------------------------------------------------------------------------------
 
 std::vector<Fault> readFrom(const std::string& text, std::vector<std::string>* lines) {

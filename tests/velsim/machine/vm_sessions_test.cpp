@@ -49,6 +49,17 @@ TEST_F(VmSessionsTest, NothingCanBeDoneWithAVmThatDoesNotExist) {
   EXPECT_FALSE(vms.focus());
 }
 
+TEST_F(VmSessionsTest, AVmThatIsRemovedTakesItsOwnFocusWithIt) {
+  vms.setFocus(vm, true, 55);
+
+  vms.remove("ubuntu");
+  ASSERT_TRUE(vms.focus());
+  EXPECT_EQ(vms.focus()->vm, vm);
+
+  vms.remove("win11");
+  EXPECT_FALSE(vms.focus());
+}
+
 TEST_F(VmSessionsTest, ConnectingStoresTheLatestParameters) {
   EXPECT_EQ(vms.connect(vm, {1, 2, 3}), Status::kOk);
   EXPECT_EQ(vms.connect(vm, {4, 5, 6}), Status::kOk);

@@ -15,6 +15,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "vel/apps/local/velsim/recording/value_json.h"
+
 namespace velsim {
 namespace {
 
@@ -393,6 +395,11 @@ TEST_F(RecordingFileTest, NoFileIsTooStrange) {
               ElementsAre(":1: version: must be 1, which this velsim reads, got an array"));
   EXPECT_THAT(mistakesIn(R"({"velsim":)" + deep + R"(,"version":1})"),
               ElementsAre(StartsWith(":1: is no header of a recording")));
+}
+
+// So that a person can read it, and that both tools agree on the line.
+TEST(ValueJsonTest, TextsOfALineAreInUtf8) {
+  EXPECT_EQ(velsim::lineOf(OrderedJson("T\xC3\xBCr")), "\"T\xC3\xBCr\"");
 }
 
 }  // namespace

@@ -52,6 +52,13 @@ class PrintersTest : public SimulatedServiceTest {
   }
 };
 
+TEST_F(PrintersTest, ANumberIsComparedInAllItsBits) {
+  EXPECT_EQ(connect(kWin11, kLaser + 256), Status::kUnknownPrinter);
+  connect(kWin11, kLaser);
+  EXPECT_EQ(disconnect(kWin11, kLaser + 256), Status::kUnknownPrinter);
+  EXPECT_EQ(printer(kLaser).vm, kWin11);
+}
+
 TEST_F(PrintersTest, ConnectingAndDisconnectingNotifiesTheVm) {
   EXPECT_EQ(connect(kWin11, kLaser), Status::kOk);
   EXPECT_EQ(printer(kLaser).vm, kWin11);

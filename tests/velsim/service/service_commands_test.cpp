@@ -135,6 +135,15 @@ TEST_F(ServiceCommandsTest, ShowDevicesAndPrinters) {
   EXPECT_EQ(printers.at(2).at("extra"), "duplex");
 }
 
+TEST_F(ServiceCommandsTest, ShowTheTroubleOfAPrinterThatHasOne) {
+  const json well = run("printers").at("printers").at(0);
+  EXPECT_FALSE(well.contains("trouble"));
+
+  machine().printers.setTrouble(well.at("number"), PrinterTrouble::kPaperJam);
+
+  EXPECT_EQ(run("printers").at("printers").at(0).at("trouble"), "paper-jam");
+}
+
 TEST_F(ServiceCommandsTest, ShowPoliciesAndJoysticks) {
   call("setAutoConnect", {int32(0), int16(2), int16(1)});
   machine().policies.setPopupCard(3, 4);
