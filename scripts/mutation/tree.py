@@ -77,10 +77,13 @@ class Tree:
         if not os.path.exists(allowed):
             with open(allowed, "w", encoding="utf-8") as file:
                 file.write(ALLOWED)
+        # In one step: another run may be linking with it.
         notes = os.path.join(self.directory, "executed.o")
+        unfinished = f"{notes}.{os.getpid()}"
         output_of(["clang++", "-std=c++17", "-O1", "-Wall", "-c",
-                   os.path.join(HERE, "executed.cpp"), "-o", notes])
-        output_of(["objcopy", "--wildcard", "--weaken-symbol=_ZN*7testing*", notes])
+                   os.path.join(HERE, "executed.cpp"), "-o", unfinished])
+        output_of(["objcopy", "--wildcard", "--weaken-symbol=_ZN*7testing*", unfinished])
+        os.replace(unfinished, notes)
         flags = ("-gline-tables-only -fsanitize-coverage=trace-pc-guard,pc-table"
                  f" -fsanitize-coverage-allowlist={allowed}"
                  " -mllvm -sanitizer-coverage-prune-blocks=0")

@@ -14,6 +14,8 @@ from test_map import rows, take_interrupts
 
 # Tests that take together no longer than this are run first, of each program.
 QUICK_S = 2.0
+# Of the others so many are run at once.
+PART_S = 15.0
 # Time limit of tests: their measured time, times a factor for a busy machine, and as much again for
 # programs that start slowly.
 FACTOR, GRACE_S = 6, 25
@@ -93,18 +95,16 @@ class Trial:
         """[(program of tests, [test...], programs to link, seconds)...]: quick tests first."""
         quick, slow = [], []
         for name, gathered in self.maps.items():
-            tests = sorted((gathered.seconds[test], test) for of, test in found if of == name)
-            if not tests:
-                continue
-            total, early, late = 0.0, [], []
-            for seconds, test in tests:
-                total += seconds
-                (early if total <= QUICK_S or not early else late).append((seconds, test))
-            for part, list_of_parts in ((early, quick), (late, slow)):
-                if part:
-                    programs = set().union(*(found[(name, test)] for _, test in part))
-                    list_of_parts.append((name, [test for _, test in part], programs,
-                                          sum(seconds for seconds, _ in part)))
+            parts, most = [], QUICK_S
+            for seconds, test in sorted((gathered.seconds[test], test)
+                                        for of, test in found if of == name):
+                if not parts or parts[-1][3] + seconds > most:
+                    most = PART_S if parts else QUICK_S
+                    parts.append((name, [], set(), 0.0))
+                _, tests, programs, total = parts[-1]
+                parts[-1] = (name, [*tests, test], programs | found[(name, test)], total + seconds)
+            quick += parts[:1]
+            slow += parts[1:]
         # A link takes about half a second.
         return [part for parts in (quick, slow)
                 for part in sorted(parts, key=lambda part: part[3] + 0.5 * len(part[2]))]
