@@ -257,8 +257,13 @@ void handle(qx::VelProxy& proxy, const scripted::Reply& event, bool isBroadcast,
 }
 
 void run(Input& input) {
-  static qx::VelProxy& proxy = proxyThatKnows({{kVmNames[0], static_cast<unsigned int>(kVms[0])},
-                                               {kVmNames[1], static_cast<unsigned int>(kVms[1])}});
+  // Broadcasts go to the instance of the process.
+  static qx::VelProxy& proxy = []() -> qx::VelProxy& {
+    qx::VelProxy& instance = *qx::VelProxy::getInstance();
+    teachVms(instance, {{kVmNames[0], static_cast<unsigned int>(kVms[0])},
+                        {kVmNames[1], static_cast<unsigned int>(kVms[1])}});
+    return instance;
+  }();
   static Registered registered;
   unregisterAll(proxy, &registered);
   world() = World();

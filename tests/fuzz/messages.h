@@ -67,17 +67,18 @@ inline scripted::Reply anyMessageIn(Input& input) {
   return message;
 }
 
-// The instance of the process on a bus that knows these VMs. The log keeps no lines, which would
-// take most of the time.
-inline qx::VelProxy& proxyThatKnows(const std::map<std::string, unsigned int>& vms) {
+// Lets a proxy learn the numbers of these VMs from the bus. The log keeps no lines, which would take
+// most of the time.
+//
+// proxy    of one target alone: another would teach it VMs of its own
+inline void teachVms(qx::VelProxy& proxy, const std::map<std::string, unsigned int>& vms) {
   scripted::RecordedLog::the().setKeeping(false);
   scripted::ScriptedBus::the().reset();
-  qx::VelProxy* const instance = qx::VelProxy::getInstance();
+  proxy.Init();
   for (const auto& [name, number] : vms) {
     scripted::ScriptedBus::the().knowsVm(name, number);
-    instance->GetVmIdInt(name);
+    proxy.GetVmIdInt(name);
   }
-  return *instance;
 }
 
 // Otherwise the records of the doubles would grow with each input.

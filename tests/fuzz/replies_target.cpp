@@ -252,7 +252,11 @@ void runOne(Input& input, qx::VelProxy& proxy) {
 }
 
 void run(Input& input) {
-  static qx::VelProxy& proxy = proxyThatKnows({{kVm, kVmNumber}});
+  static qx::VelProxy& proxy = []() -> qx::VelProxy& {
+    static auto* const own = new qx::VelProxy;
+    teachVms(*own, {{kVm, kVmNumber}});
+    return *own;
+  }();
   constexpr int kMostReplies = 8;
   for (int i = 0; i < kMostReplies && !input.isEmpty(); ++i) {
     runOne(input, proxy);
