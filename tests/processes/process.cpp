@@ -70,6 +70,10 @@ struct Streams {
 #if defined(__linux__)
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
 #endif
+  // Who runs the tests may ignore them: a script that starts them in its background, or nohup.
+  for (const int number : {SIGINT, SIGQUIT, SIGHUP}) {
+    std::signal(number, SIG_DFL);
+  }
   ::dup2(streams.in, STDIN_FILENO);
   if (streams.out < 0) {
     ::close(STDOUT_FILENO);
