@@ -84,6 +84,8 @@ void Journal::fail(const std::string& promise) {
   }
   std::fprintf(stderr, "  the same choices again: %s\n", command_.c_str());
   std::fflush(stderr);
+  // A service that has been stopped would never notice the end of this process.
+  ::kill(0, SIGCONT);
   if (std::getenv("CHAOS_ABORT")) {
     std::signal(SIGABRT, SIG_DFL);
     std::abort();

@@ -32,7 +32,7 @@ class VelsimPenPortTest : public EndToEndTest {
 TEST_F(VelsimPenPortTest, IsOpenWhenVelsimIsReadyAndGoneWhenItHasStopped) {
   for (const int signal : {SIGINT, SIGTERM}) {
     startVelsim({"--pen-port", port()});
-    EXPECT_THAT(velsimLog(), HasSubstr("velsim: pen port at " + port() + "\n"));
+    EXPECT_TRUE(velsimLogs("velsim: pen port at " + port() + "\n")) << velsimLog();
     EXPECT_EQ(PortPeer::connectedTo(port()).read(kMessageSize),
               std::string(kFirstNumber, kMessageSize));
 
