@@ -297,7 +297,8 @@ class Trial:
                 ended = process.wait(limit_s)
             except subprocess.TimeoutExpired:
                 ended = None
-            end_group(process)
+            finally:
+                end_group(process)
         end_children()
         with open(output, "rb") as file:
             return file.read()[-200000:].decode(errors="replace"), ended

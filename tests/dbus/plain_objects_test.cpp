@@ -37,7 +37,9 @@ class PlainObjectTest : public DBusTest {
                  {"dark", "", "s", [](qxbus::Request request) { request.fail("no bulb"); }},
                  {"number", "", "s",
                   [](qxbus::Request request) { request.reply({std::int32_t{7}}); }},
-                 {"mute", "", "s", [](const qxbus::Request&) {}}}}}) {}
+                 {"mute", "", "s", [this](qxbus::Request request) {
+                    unanswered_.push_back(std::move(request));
+                  }}}}}) {}
 
   RawPeer& client() {
     if (!client_) {
@@ -56,6 +58,7 @@ class PlainObjectTest : public DBusTest {
   }
 
  private:
+  std::vector<qxbus::Request> unanswered_;  // a request that is dropped is answered with an error
   qxbus::ServiceHost host_;
   std::unique_ptr<RawPeer> client_;
 };
