@@ -294,7 +294,7 @@ TEST_F(HostileService, ThatTakesNothingMoreIsLostThoughItStaysConnected) {
   EXPECT_TRUE(lost->wait(Milliseconds(5000)));
 }
 
-// What it still sends is nobody's.
+// What it still sends belongs to no call.
 TEST_F(HostileService, ThatTakesNothingMoreIsReplacedThoughItStillSends) {
   const auto mayDeafen = std::make_shared<Gate>();
   const auto isDeaf = std::make_shared<Gate>();

@@ -56,7 +56,7 @@ class PlayedDaemon {
   PlayedService service_;
 };
 
-// A message that nobody has sent yet; its number is 1.
+// A message before it is sent; its number is 1.
 std::string serialized(const qxbus::wire::Header& header, const qxbus::Values& values = {});
 
 // A signal of a sender on that bus.

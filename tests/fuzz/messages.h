@@ -67,8 +67,8 @@ inline scripted::Reply anyMessageIn(Input& input) {
   return message;
 }
 
-// Lets a proxy learn the numbers of these VMs from the bus. The log keeps no lines, which would take
-// most of the time.
+// Lets a proxy learn the numbers of these VMs from the bus. The log keeps no lines, which would
+// take most of the time.
 //
 // proxy    of one target alone: another would teach it VMs of its own
 inline void teachVms(qx::VelProxy& proxy, const std::map<std::string, unsigned int>& vms) {
