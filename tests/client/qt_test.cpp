@@ -200,6 +200,31 @@ TEST_F(QtTest, AnExecutorThatEndsInItsLoopLeavesNothing) {
   loop.run([] {});
 }
 
+TEST_F(QtTest, WhatWaitsRunsAfterTheEndOfItsExecutor) {
+  const QObject object;
+  bool hasRun = false;
+  {
+    const vel::Executor executor = vel::on(object);
+    executor([&] { hasRun = true; });
+  }
+
+  EXPECT_TRUE(loopUntil([&] { return hasRun; }));
+}
+
+// The task's thread has ended before its callback's loop runs.
+TEST_F(QtTest, ATaskThatHasEndedCallsBackInTheLoop) {
+  const QObject object;
+  bool hasCalled = false;
+  {
+    const vel::Task<std::string> task =
+        client.start([](const vel::Client&) { return vel::Result<std::string>("P1"); },
+                     [&](const vel::Result<std::string>&) { hasCalled = true; }, vel::on(object));
+  }
+  EXPECT_FALSE(hasCalled);
+
+  EXPECT_TRUE(loopUntil([&] { return hasCalled; }));
+}
+
 TEST_F(QtTest, ATaskCallsBackInTheLoop) {
   bus.answer("searchAllPrinter", Reply().string("P1"));
   const QObject object;

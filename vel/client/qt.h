@@ -22,18 +22,39 @@ inline namespace VEL_CLIENT_VARIANT {
 
 namespace internal {
 
-inline Executor onLoopOf(QThread* thread) {
-  const std::shared_ptr<QObject> receiver(new QObject, [](QObject* ended) {
-    // An event of the object may be what is being handled. Without a loop, nothing would delete it.
-    if (ended->thread() == QThread::currentThread() && ended->thread()->loopLevel() == 0) {
-      delete ended;
+// An object in a thread, whose events are actions.
+class LoopReceiver {
+ public:
+  explicit LoopReceiver(QThread* thread) { object_->moveToThread(thread); }
+  // An object takes along what waits for it, and an event of it may be what is being handled.
+  // Deleted later, it goes behind what waits; without a loop it would stay.
+  ~LoopReceiver() {
+    const bool isIdle = posted_.use_count() == 1;
+    const QThread* thread = object_->thread();
+    if (isIdle && thread == QThread::currentThread() && thread->loopLevel() == 0) {
+      delete object_;
     } else {
-      ended->deleteLater();
+      object_->deleteLater();
     }
-  });
-  receiver->moveToThread(thread);
-  return [receiver](Action action) {
-    QMetaObject::invokeMethod(receiver.get(), std::move(action), Qt::QueuedConnection);
+  }
+  LoopReceiver(const LoopReceiver&) = delete;
+  LoopReceiver& operator=(const LoopReceiver&) = delete;
+
+  void post(Action action) const {
+    QMetaObject::invokeMethod(
+        object_, [action = std::move(action), posted = posted_] { action(); },
+        Qt::QueuedConnection);
+  }
+
+ private:
+  QObject* const object_ = new QObject;
+  // Each action that waits or runs has a copy.
+  const std::shared_ptr<const char> posted_ = std::make_shared<const char>();
+};
+
+inline Executor onLoopOf(QThread* thread) {
+  return [receiver = std::make_shared<const LoopReceiver>(thread)](Action action) {
+    receiver->post(std::move(action));
   };
 }
 
