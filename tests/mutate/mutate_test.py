@@ -12,8 +12,9 @@ import sys
 import tempfile
 import unittest
 
+import results
+
 RESULTS, REPOSITORY = sys.argv[1:]
-sys.dont_write_bytecode = True
 sys.path.insert(0, os.path.join(REPOSITORY, "scripts", "mutation"))
 
 from ledger import Ledger, accepted_survivors  # noqa: E402
@@ -148,11 +149,4 @@ class CoverageTest(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    result = unittest.main(argv=sys.argv[:1], exit=False).result
-    os.makedirs(os.path.dirname(RESULTS), exist_ok=True)
-    with open(RESULTS, "w", encoding="utf-8") as results:
-        failures = len(result.failures) + len(result.errors)
-        results.write(f'<testsuites>\n  <testsuite name="MutateTest" tests="{result.testsRun}"'
-                      f' failures="{failures}" disabled="0" skipped="0">\n'
-                      "  </testsuite>\n</testsuites>\n")
-    sys.exit(not result.wasSuccessful())
+    results.main("MutateTest", RESULTS)

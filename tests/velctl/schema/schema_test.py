@@ -14,6 +14,7 @@ import time
 import unittest
 
 import jsonschema
+import results
 
 RESULTS, SCHEMA, VELCTL, VELSIM, SCHEMA_DOC = sys.argv[1:]
 KINDS = {1: "failed", 2: "usage", 3: "no-bus", 4: "no-service", 5: "no-reply", 6: "refused",
@@ -115,11 +116,4 @@ class SchemaTest(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    result = unittest.main(argv=sys.argv[:1], exit=False).result
-    os.makedirs(os.path.dirname(RESULTS), exist_ok=True)
-    with open(RESULTS, "w", encoding="utf-8") as results:
-        failures = len(result.failures) + len(result.errors)
-        results.write(f'<testsuites>\n  <testsuite name="VelctlSchemaTest" tests="{result.testsRun}"'
-                      f' failures="{failures}" disabled="0" skipped="0">\n'
-                      "  </testsuite>\n</testsuites>\n")
-    sys.exit(not result.wasSuccessful())
+    results.main("VelctlSchemaTest", RESULTS)

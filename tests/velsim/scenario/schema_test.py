@@ -7,11 +7,11 @@ RESULTS gets the numbers of tests, as GoogleTest writes them.
 
 import copy
 import json
-import os
 import sys
 import unittest
 
 import jsonschema
+import results
 
 RESULTS, SCHEMA, *RIGHT = sys.argv[1:]
 
@@ -69,11 +69,4 @@ class SchemaTest(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    result = unittest.main(argv=sys.argv[:1], exit=False).result
-    os.makedirs(os.path.dirname(RESULTS), exist_ok=True)
-    with open(RESULTS, "w", encoding="utf-8") as results:
-        failures = len(result.failures) + len(result.errors)
-        results.write(f'<testsuites>\n  <testsuite name="SchemaTest" tests="{result.testsRun}"'
-                      f' failures="{failures}" disabled="0" skipped="0">\n'
-                      "  </testsuite>\n</testsuites>\n")
-    sys.exit(not result.wasSuccessful())
+    results.main("SchemaTest", RESULTS)
