@@ -39,7 +39,8 @@ TEST_P(PathsTest, Exist) {
 INSTANTIATE_TEST_SUITE_P(Documents, PathsTest,
                          testing::Values("README.md", "CHANGELOG.md", "docs/architecture.md",
                                          "docs/adding-an-operation.md", "docs/client.md",
-                                         "docs/coverage.md", "docs/fuzzing.md", "docs/protocol.md",
+                                         "docs/coverage.md", "docs/first-hour.md",
+                                         "docs/fuzzing.md", "docs/porting.md", "docs/protocol.md",
                                          "docs/security.md"),
                          [](const testing::TestParamInfo<const char*>& document) {
                            std::string name = fs::path(document.param).stem().string();

@@ -21,8 +21,9 @@ constexpr char kIntroduction[] = R"(# Protocol of the service "vel"
 
 <!-- Generated from vel/protocol/: edit the headers there, not this file. -->
 
-The methods that the service answers, the events that it sends, and the records in both. `velsim`
-is a service that keeps to this protocol; `vel/protocol/` states it for the compiler.
+For those who write a service, or another client: the methods that the service answers, the events that
+it sends, and the numbers in both. [records.md](records.md) has the records, byte by byte. `velsim` is a
+service that keeps to this protocol; `vel/protocol/` states it for the compiler.
 [Over D-Bus](architecture.md#over-d-bus) describes how a call, a reply and an event travel.
 
 - A call and a reply hold arguments by position. The service should refuse a call whose arguments
@@ -37,8 +38,6 @@ is a service that keeps to this protocol; `vel/protocol/` states it for the comp
 - `count`, then a group in parentheses: the group follows count times. In the answer to a client an
   empty block ends a list early. Arguments in brackets may be missing.
 - `unused` is 0. `bytes[8]` named sourceId is a uint64.
-- All numbers in blocks are little-endian.
-
 )";
 
 constexpr char kMethodsHead[] = "| method | arguments | reply | limit | |\n|---|---|---|---|---|\n";
@@ -52,12 +51,23 @@ that is not listed for a NewDeviceResult.
 
 )";
 
-constexpr char kRecordsIntroduction[] = R"(
-## Records
+constexpr char kRecordsIntroduction[] = R"(# Records and frames, byte by byte
 
-A record is one block of bytes. *client* marks the fields that the client library reads or writes:
-every service must keep to their places. *service* marks bytes that the client library passes on
-unread; the meaning given is velsim's. A text ends at its first NUL, or where its field ends.
+<!-- Generated from vel/protocol/: edit the headers there, not this file. -->
+
+A record is one block of bytes in a call, a reply or an event of the service; [protocol.md](protocol.md)
+names the record of each. A frame travels through the pen port of a client. The tables give every byte.
+
+- Numbers are little-endian. A text ends at its first NUL, or where its field ends.
+- *client* marks the fields that the client library reads or writes: every service must keep to their places.
+- *service* marks bytes that the client library passes on unread; the meaning given is velsim's.
+
+| record | bytes | in |
+|---|---|---|
+)";
+
+constexpr char kRecordsHeading[] = R"(
+## Records
 )";
 
 constexpr char kFramesIntroduction[] = R"(
@@ -79,16 +89,19 @@ std::string code(std::string_view text) {
   return "`" + std::string(text) + "`";
 }
 
-std::string link(std::string_view heading) {
+constexpr char kRecordsFile[] = "records.md";
+
+// A heading of records.md; with an empty file, of the same document.
+std::string link(std::string_view heading, const char* file = "") {
   std::string anchor(heading);
   std::transform(anchor.begin(), anchor.end(), anchor.begin(),
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return "[" + std::string(heading) + "](#" + anchor + ")";
+  return "[" + std::string(heading) + "](" + file + "#" + anchor + ")";
 }
 
 std::string typeOf(const Argument& argument) {
   if (argument.record) {
-    return link(argument.record->name());
+    return link(argument.record->name(), kRecordsFile);
   }
   const std::string type(nameOf(argument.type));
   return argument.size != 0 ? type + "[" + std::to_string(argument.size) + "]" : type;
@@ -156,7 +169,7 @@ std::string events() {
   text += "| code | event | record | signal | |\n|---|---|---|---|---|\n";
   for (const Event& event : kEvents) {
     text += "| " + std::to_string(static_cast<std::int32_t>(event.code)) + " | " +
-            std::string(event.name) + " | " + link(event.record->name()) + " | " +
+            std::string(event.name) + " | " + link(event.record->name(), kRecordsFile) + " | " +
             code(event.sent == Sent::kBroadcast ? kBroadcastEvent : kServiceEvent) + " | " +
             std::string(event.meaning) + " |\n";
   }
@@ -213,6 +226,52 @@ std::string layoutsOf(const Layout* const (&layouts)[count]) {
   return text;
 }
 
+// The methods and events that carry a record.
+std::string usesOf(const Layout& layout) {
+  std::string uses;
+  const auto add = [&uses](const std::string& use) {
+    if (uses.find(use) == std::string::npos) {
+      uses += (uses.empty() ? "" : ", ") + use;
+    }
+  };
+  for (const Method& method : kMethods) {
+    for (const std::string_view notation : {method.arguments, method.reply}) {
+      const ArgumentList arguments(notation);
+      for (std::size_t i = 0; i < arguments.size(); ++i) {
+        if (arguments[i].record == &layout) {
+          add(code(method.name));
+        }
+      }
+    }
+  }
+  for (const Event& event : kEvents) {
+    if (event.record == &layout) {
+      add("event " + std::to_string(static_cast<std::int32_t>(event.code)));
+    }
+  }
+  return uses;
+}
+
+std::string bytesOf(const Layout& layout) {
+  const std::string size = std::to_string(layout.size());
+  if (layout.isOpenEnded()) {
+    return size + " and the text";
+  }
+  return layout.blockSize() == BlockSize::kExact ? size : size + " of velsim";
+}
+
+std::string overview() {
+  std::string text;
+  for (const Layout* const layout : kRecords) {
+    text +=
+        "| " + link(layout->name()) + " | " + bytesOf(*layout) + " | " + usesOf(*layout) + " |\n";
+  }
+  for (const Layout* const layout : kFrames) {
+    text += "| " + link(layout->name()) + " | " + bytesOf(*layout) + " | the pen port |\n";
+  }
+  return text;
+}
+
 std::string numbers() {
   std::string text;
   for (const Legend& legend : kLegends) {
@@ -227,9 +286,13 @@ std::string numbers() {
 
 }  // namespace
 
-std::string document() {
-  return kIntroduction + methods() + events() + kRecordsIntroduction + layoutsOf(kRecords) +
-         kFramesIntroduction + layoutsOf(kFrames) + kNumbersIntroduction + numbers();
+std::string protocolDocument() {
+  return kIntroduction + methods() + events() + kNumbersIntroduction + numbers();
+}
+
+std::string recordsDocument() {
+  return kRecordsIntroduction + overview() + kRecordsHeading + layoutsOf(kRecords) +
+         kFramesIntroduction + layoutsOf(kFrames);
 }
 
 }  // namespace velprotocol

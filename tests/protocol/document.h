@@ -1,4 +1,4 @@
-// docs/protocol.md, made from the headers of vel/protocol/.
+// docs/protocol.md and docs/records.md, made from the headers of vel/protocol/.
 
 #ifndef TESTS_PROTOCOL_DOCUMENT_H
 #define TESTS_PROTOCOL_DOCUMENT_H
@@ -7,7 +7,8 @@
 
 namespace velprotocol {
 
-std::string document();
+std::string protocolDocument();
+std::string recordsDocument();
 
 }  // namespace velprotocol
 

@@ -31,18 +31,27 @@ std::string firstDifference(const std::string& text, const std::string& other) {
   return line;
 }
 
-TEST(DocumentTest, IsTheOneInTheRepository) {
-  const std::string kept = contentsOf(PROTOCOL_DOCUMENT);
+void expectInRepository(const std::string& name, const std::string& document) {
+  const std::string kept = contentsOf(std::string(DOCUMENTS) + '/' + name);
 
-  EXPECT_TRUE(kept == document()) << "docs/protocol.md is stale. Write it anew with\n"
-                                     "  cmake --build --preset dev --target protocol_document\n"
-                                     "The first line that differs should be\n  "
-                                  << firstDifference(document(), kept);
+  EXPECT_TRUE(kept == document) << name
+                                << " is stale. Write it anew with\n"
+                                   "  cmake --build --preset dev --target protocol_document\n"
+                                   "The first line that differs should be\n  "
+                                << firstDifference(document, kept);
+}
+
+TEST(DocumentTest, IsTheOneInTheRepository) {
+  expectInRepository("protocol.md", protocolDocument());
+}
+
+TEST(DocumentTest, OfRecordsIsTheOneInTheRepository) {
+  expectInRepository("records.md", recordsDocument());
 }
 
 TEST(DocumentTest, HasARowForEachMethod) {
   for (const Method& method : kMethods) {
-    EXPECT_THAT(document(), HasSubstr("| `" + std::string(method.name) + "` |"))
+    EXPECT_THAT(protocolDocument(), HasSubstr("| `" + std::string(method.name) + "` |"))
         << "the subject of " << method.name << " has no section in tests/protocol/document.cpp";
   }
 }

@@ -1,0 +1,235 @@
+"""What the documents state, compared with the tree: links, code, commands, exit statuses, log lines.
+
+usage: pages_test.py RESULTS REPOSITORY
+
+RESULTS gets the numbers of tests, as GoogleTest writes them. Nothing is read from a network.
+"""
+
+import json
+import os
+import re
+import subprocess
+import sys
+import unittest
+
+import results
+
+RESULTS, REPOSITORY = sys.argv[1:]
+sys.path.insert(0, os.path.join(REPOSITORY, "scripts", "docs"))
+
+from pages import anchors_of, blocks_of, documents, links_of  # noqa: E402
+
+
+def read(path):
+    with open(os.path.join(REPOSITORY, path), encoding="utf-8") as file:
+        return file.read()
+
+
+def sources(*folders):
+    for top in folders:
+        for folder, _, names in os.walk(os.path.join(REPOSITORY, top)):
+            for name in sorted(names):
+                if name.endswith((".h", ".cpp")):
+                    yield read(os.path.join(folder, name))
+
+
+DOCUMENTS = {path: read(path) for path in documents(REPOSITORY)}
+BLOCKS = [(path, block) for path, text in DOCUMENTS.items() for block in blocks_of(text)]
+TROUBLE = DOCUMENTS["docs/troubleshooting.md"]
+
+
+def joined(literals):
+    """The text of string literals that stand beside each other."""
+    return "".join(re.findall(r'"((?:[^"\\]|\\.)*)"', literals))
+
+
+class LinksTest(unittest.TestCase):
+    def test_each_leads_to_a_file_and_a_heading(self):
+        count = 0
+        for path, text in DOCUMENTS.items():
+            for link in links_of(text):
+                if re.match(r"[a-z]+:", link.target):
+                    continue
+                count += 1
+                with self.subTest(f"{path}:{link.line}: {link.target}"):
+                    file, _, anchor = link.target.partition("#")
+                    target = os.path.normpath(os.path.join(os.path.dirname(path), file)) if file else path
+                    self.assertTrue(os.path.exists(os.path.join(REPOSITORY, target)), "no such file")
+                    if anchor:
+                        self.assertIn(anchor, anchors_of(read(target)))
+        self.assertGreater(count, 100)
+
+    def test_each_page_is_reached_from_the_readme(self):
+        reached, waiting = set(), ["README.md"]
+        while waiting:
+            path = waiting.pop()
+            reached.add(path)
+            for link in links_of(DOCUMENTS[path]):
+                target = os.path.normpath(os.path.join(os.path.dirname(path),
+                                                       link.target.partition("#")[0]))
+                if target in DOCUMENTS and target not in reached:
+                    waiting.append(target)
+        self.assertEqual({path for path in DOCUMENTS if path.startswith("docs/")} - reached, set())
+
+
+class CodeTest(unittest.TestCase):
+    def test_each_kind_of_block_is_tested_in_some_way(self):
+        kinds = {"", "console", "cmake", "cpp", "cpp fragment", "cpp excerpt", "cpp sketch", "json", "text"}
+        for path, block in BLOCKS:
+            self.assertIn(block.kind, kinds, f"{path}:{block.line}")
+
+    def test_each_program_is_built(self):
+        programs = []
+        for path in DOCUMENTS:
+            of_page = [block for each, block in BLOCKS if each == path and block.kind == "cpp"]
+            for number, block in enumerate(of_page):
+                self.assertIn("int main(", block.text, f'{path}:{block.line}: is it a "cpp fragment"?')
+                programs.append((path, str(number)))
+        built = re.findall(r"^add_program_of\((\S+) (\d+) ", read("tests/end_to_end/CMakeLists.txt"), re.M)
+        self.assertEqual(sorted(programs), sorted(built))
+
+    def test_each_excerpt_stands_in_the_tree(self):
+        lines = "\n".join(sources("vel", "bus", "base", "platform", "pen", "tests/scripted_bus"))
+        tree = re.sub(r"\s+", " ", lines)
+        for path, block in BLOCKS:
+            if block.kind == "cpp excerpt":
+                self.assertIn(re.sub(r"\s+", " ", block.text.strip()), tree, f"{path}:{block.line}")
+
+    def test_only_the_guide_for_new_operations_sketches_what_does_not_exist(self):
+        self.assertEqual({path for path, block in BLOCKS if block.kind == "cpp sketch"},
+                         {"docs/adding-an-operation.md"})
+
+    def test_json_is_json(self):
+        for path, block in BLOCKS:
+            if block.kind == "json":
+                with self.subTest(f"{path}:{block.line}"):
+                    text = block.text.strip()
+                    json.loads(text if text[0] in "{[" else "{" + text + "}")
+
+
+class CommandsTest(unittest.TestCase):
+    """Commands that a test does not run, because they build or take long: do they exist?"""
+
+    def setUp(self):
+        presets = json.loads(read("CMakePresets.json"))
+        self.presets = {each["name"] for each in presets["configurePresets"] if not each.get("hidden")}
+        self.cmake = ""
+        for folder, folders, names in os.walk(REPOSITORY):
+            folders[:] = [each for each in folders if each not in ("build", ".git")]
+            self.cmake += "".join(read(os.path.join(folder, name)) for name in names
+                                  if name == "CMakeLists.txt" or name.endswith(".cmake"))
+        self.manuals = {name: read(f"docs/{name}.1").replace("\\-", "-") for name in ("velsim", "velctl")}
+
+    def check(self, words):
+        program = words[0]
+        options = [word.split("=")[0] for word in words[1:] if word.startswith("--")]
+        if program in ("cmake", "ctest"):
+            for option, value in zip(words, words[1:]):
+                if option == "--preset":
+                    self.assertIn(value, self.presets)
+            if "--target" in words:
+                for target in words[words.index("--target") + 1:]:
+                    if target.startswith("-"):
+                        break
+                    self.assertTrue(re.search(rf"\b{re.escape(target)}\b", self.cmake), target)
+            return
+        name = os.path.basename(program)
+        if program.startswith("build/"):
+            preset, *rest = program.split("/")[1:]
+            self.assertIn(preset, self.presets)
+            self.assertTrue(os.path.isdir(os.path.join(REPOSITORY, *rest[:-1])), program)
+            self.assertTrue(re.search(rf"\b{re.escape(name)}\b", self.cmake), name)
+        if name in self.manuals:
+            for option in options:
+                self.assertTrue(option in self.manuals[name], option)
+        elif os.path.isfile(os.path.join(REPOSITORY, program)):
+            self.assertTrue(os.access(os.path.join(REPOSITORY, program), os.X_OK), program)
+            text = read(program)
+            for option in options:
+                self.assertTrue(option in text, f"{program} does not know {option}")
+        elif program.startswith(("./", "scripts/", "benchmarks/")):
+            self.fail(f"there is no {program}")
+
+    def test_scripts_targets_presets_and_options_exist(self):
+        count = 0
+        for path, block in BLOCKS:
+            if block.kind not in ("", "console"):
+                continue
+            for line in block.text.splitlines():
+                if block.kind == "console" and not line.startswith("$ "):
+                    continue
+                line = re.sub(r"  +\S.*$", "", line.lstrip("$ "))
+                for part in re.split(r"\s*(?:&&|\|\||[;|&])\s*", line):
+                    command = [each for each in part.split() if not re.match(r"\w+=", each)]
+                    if command:
+                        with self.subTest(f"{path}:{block.line}: {line}"):
+                            self.check(command)
+                            count += 1
+        self.assertGreater(count, 50)
+
+
+class TroubleshootingTest(unittest.TestCase):
+    def rows(self, heading):
+        """The rows of the table below a heading, as lists of cells."""
+        part = TROUBLE.split(f"# {heading}\n")[1].split("\n#")[0]
+        return [[cell.strip() for cell in line.strip("|").split(" | ")]
+                for line in part.splitlines() if line.startswith("| ")][1:]
+
+    def test_has_every_exit_status_of_velctl(self):
+        text = read("vel/apps/local/velctl/exit_codes.h")
+        numbers = dict(re.findall(r"(kExit\w+) = (\d+)", text))
+        table = text.split("kExitMeanings[] = {")[1].split("};")[0]
+        expected = []
+        for code, rest in re.findall(r"\{(kExit\w+), (.*?)\}", table, re.S):
+            name, meaning = re.match(r'"([^"]*)",\s*(.*)', rest, re.S).groups()
+            expected.append([numbers[code], f"`{name}`", joined(meaning)])
+        self.assertEqual([row[:3] for row in self.rows("velctl")], expected)
+        self.assertEqual(len(expected), len(numbers))
+
+    def check_comments(self, heading, path):
+        expected = re.findall(r"kExit\w+ = (\d+),\s*// (.*)", read(path))
+        self.assertGreater(len(expected), 3)
+        self.assertEqual([tuple(row[:2]) for row in self.rows(heading)], expected)
+
+    def test_has_every_exit_status_of_velsim(self):
+        self.check_comments("velsim", "vel/apps/local/velsim/exit_codes.h")
+
+    def test_has_every_exit_status_of_penpad(self):
+        self.check_comments("penpad", "examples/penpad/exit_codes.h")
+
+    def test_has_every_error_line_of_the_log(self):
+        lines = {"cannot log to ..."}
+        self.assertIn('"cannot log to "', read("platform/log.cpp"))
+        for text in sources("vel/apps/local/velproxy"):
+            lines |= set(re.findall(r'VEL_ERROR(?:_FORMAT)?\(\s*"([^"]*)"', text))
+            lines |= set(re.findall(r'VEL_ERROR_AT\([^,()]*,[^,()]*,\s*"([^"]*)"', text))
+        for text in sources("bus/dbus"):
+            for call in re.findall(r"\blogError\((.*?)\);", text, re.S):
+                parts = [part.strip() for part in call.split(" + ")]
+                lines.add("".join(part[1:-1] if part[0] == '"' else "..." for part in parts))
+        lines -= {"const std::string& text", "..."}
+        self.assertGreater(len(lines), 25)
+        described = [re.findall(r"`([^`]*)`", row[0])[0] for row in self.rows("By line of the log")]
+        self.assertEqual(sorted(described), sorted(lines))
+
+    def test_has_every_reason_of_the_library(self):
+        reasons = set()
+        for text in sources("vel/apps/local/velproxy"):
+            reasons |= set(re.findall(r'refuse\("([^"]*)"', text))
+            reasons |= set(re.findall(r'fail\((?:VelError::)?Kind::\w+,\s*"([^"]*)"\)', text))
+            reasons |= set(re.findall(r'k(?:NoServiceOnTheBus|BusUnreachable)\[\] = "([^"]*)"', text))
+            reasons |= set(re.findall(r'return fail\("([^"]*)"', text))
+        self.assertGreater(len(reasons), 15)
+        described = {row[0] for row in self.rows("By reason")}
+        self.assertEqual(reasons - described, set())
+
+
+class PicturesTest(unittest.TestCase):
+    def test_the_architecture_is_that_of_the_tree(self):
+        finished = subprocess.run([os.path.join(REPOSITORY, "scripts", "architecture-picture"), "--check"],
+                                  capture_output=True, text=True, check=False)
+        self.assertEqual(finished.returncode, 0, finished.stderr)
+
+
+if __name__ == "__main__":
+    results.main("PagesTest", RESULTS)
