@@ -1,6 +1,6 @@
 """What the documents state, compared with the tree: links, code, commands, exit statuses, log lines.
 
-usage: pages_test.py RESULTS REPOSITORY
+usage: pages_test.py RESULTS REPOSITORY BUILD
 
 RESULTS gets the numbers of tests, as GoogleTest writes them. Nothing is read from a network.
 """
@@ -14,7 +14,7 @@ import unittest
 
 import results
 
-RESULTS, REPOSITORY = sys.argv[1:]
+RESULTS, REPOSITORY, BUILD = sys.argv[1:]
 sys.path.insert(0, os.path.join(REPOSITORY, "scripts", "docs"))
 
 from pages import anchors_of, blocks_of, documents, links_of  # noqa: E402
@@ -225,10 +225,16 @@ class TroubleshootingTest(unittest.TestCase):
 
 
 class PicturesTest(unittest.TestCase):
-    def test_the_architecture_is_that_of_the_tree(self):
-        finished = subprocess.run([os.path.join(REPOSITORY, "scripts", "architecture-picture"), "--check"],
+    def check(self, script, *arguments):
+        finished = subprocess.run([os.path.join(REPOSITORY, "scripts", script), "--check", *arguments],
                                   capture_output=True, text=True, check=False)
         self.assertEqual(finished.returncode, 0, finished.stderr)
+
+    def test_the_architecture_is_that_of_the_tree(self):
+        self.check("architecture-picture")
+
+    def test_the_session_of_the_readme_is_what_the_programs_print(self):
+        self.check("readme-picture", BUILD)
 
 
 if __name__ == "__main__":

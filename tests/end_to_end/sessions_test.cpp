@@ -1,6 +1,8 @@
-// The terminal session that README.md shows: each of its lines, with what it prints.
+// The terminal sessions in the documents: each line that a reader types, with what it prints. Those
+// of one document are one session.
 
 #include <algorithm>
+#include <cctype>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -12,8 +14,6 @@ namespace end_to_end {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::Not;
-using testing::SizeIs;
 
 // A line that the reader types, and the lines that follow it.
 struct ShownStep {
@@ -42,6 +42,25 @@ std::vector<ShownStep> stepsIn(const std::string& document) {
     }
   }
   return steps;
+}
+
+// The documents that show a session, by their paths from the root of the tree.
+std::vector<std::string> documentsWithSessions() {
+  const fs::path root = REPOSITORY;
+  std::vector<fs::path> files = {root / "README.md"};
+  for (const char* const folder : {"docs", "examples"}) {
+    for (const auto& entry : fs::recursive_directory_iterator(root / folder)) {
+      files.push_back(entry.path());
+    }
+  }
+  std::vector<std::string> documents;
+  for (const fs::path& file : files) {
+    if (file.extension() == ".md" && !stepsIn(textOfFile(file)).empty()) {
+      documents.push_back(file.lexically_relative(root).generic_string());
+    }
+  }
+  std::sort(documents.begin(), documents.end());
+  return documents;
 }
 
 // What a shell prints for all lines, one after the other; line i begins behind its mark.
@@ -94,11 +113,11 @@ bool areLike(const std::string& shown, const std::string& printed) {
   return std::equal(expected.begin(), expected.end(), actual.begin(), actual.end(), isLike);
 }
 
-class ReadmeSessionTest : public EndToEndTest {};
+class SessionTest : public EndToEndTest, public testing::WithParamInterface<std::string> {};
 
-TEST_F(ReadmeSessionTest, PrintsWhatItShows) {
-  const std::vector<ShownStep> steps = stepsIn(textOfFile(fs::path(REPOSITORY) / "README.md"));
-  ASSERT_THAT(steps, Not(SizeIs(0)));
+TEST_P(SessionTest, PrintsWhatItShows) {
+  const fs::path root = REPOSITORY;
+  const std::vector<ShownStep> steps = stepsIn(textOfFile(root / GetParam()));
   Process::Options shell = onABareMachine(options({"sh", "-c", scriptOf(steps)}));
   const std::string path = shell.environment.count("PATH") != 0 ? shell.environment["PATH"]
                                                                 : std::string(::getenv("PATH"));
@@ -106,17 +125,29 @@ TEST_F(ReadmeSessionTest, PrintsWhatItShows) {
                               fs::path(VELCTL_PATH).parent_path().string() + ':' + path;
   shell.environment["HOME"] = folder();
   shell.environment["TMPDIR"] = folder();
+  // As in a clone, where readers are.
+  fs::create_directory_symlink(root / "examples", fs::path(folder()) / "examples");
 
   const Finished session = processes::run(shell);
 
   for (std::size_t i = 0; i < steps.size(); ++i) {
     const std::string printed = printedBy(i, session.out);
-    EXPECT_TRUE(areLike(steps[i].printed, printed))
-        << "$ " << steps[i].line << "\nREADME.md shows:\n"
-        << steps[i].printed << "and it printed:\n"
-        << printed;
+    EXPECT_TRUE(areLike(steps[i].printed, printed)) << "$ " << steps[i].line << '\n'
+                                                    << GetParam() << " shows:\n"
+                                                    << steps[i].printed << "and it printed:\n"
+                                                    << printed;
   }
 }
+
+INSTANTIATE_TEST_SUITE_P(Documents, SessionTest, testing::ValuesIn(documentsWithSessions()),
+                         [](const testing::TestParamInfo<std::string>& document) {
+                           std::string name = document.param;
+                           std::replace_if(
+                               name.begin(), name.end(),
+                               [](char c) { return !std::isalnum(static_cast<unsigned char>(c)); },
+                               '_');
+                           return name;
+                         });
 
 }  // namespace
 }  // namespace end_to_end
