@@ -51,12 +51,15 @@ bool isThere(const std::string& program) {
 }
 
 // What a program of the consumer says about a device that velsim has.
-std::string outputOf(const std::string& program) {
+std::string outputOf(const std::string& program, const std::string& libraryFolder = "") {
   const velsim_testing::VelsimProcess velsim;
   Process::Options options;
   options.command = {program};
   options.environment["QXBUS_ADDRESS"] = velsim.address();
   options.environment["HOME"] = folder();
+  if (!libraryFolder.empty()) {
+    options.environment["LD_LIBRARY_PATH"] = libraryFolder;
+  }
   const Finished result = processes::run(options);
   EXPECT_EQ(result.status, 0) << result.err;
   return result.out;
@@ -65,6 +68,8 @@ std::string outputOf(const std::string& program) {
 class InstallTest : public testing::Test {
  protected:
   static std::string prefix() { return folder() + "/tree"; }
+  // Where the shared library is: each system has a name of its own for the folder.
+  static std::string libraries() { return prefix() + "/" LIBRARY_FOLDER; }
 
   // Installs once, and moves the tree: its files must not name the place.
   static void SetUpTestSuite() {
@@ -113,6 +118,9 @@ TEST_P(ConsumerTest, BuildsInEachVersionOfTheLanguageWithoutAWarningAndRuns) {
     EXPECT_NE(output.find("expected: Memory stick\n", first + 1), std::string::npos) << output;
   }
   EXPECT_THAT(outputs["17"], Not(HasSubstr("with_std_expected")));
+  Process::Options ownBus;
+  ownBus.command = {build + "/own_bus"};
+  EXPECT_THAT(processes::run(ownBus).out, testing::EndsWith("-1: no service on the bus\n"));
   // With a library that has std::expected, the program has both.
   if (outputs["23"].find("with_std_expected") != std::string::npos) {
     EXPECT_THAT(outputs["mixed"], HasSubstr("with_tl_expected"));
@@ -129,13 +137,49 @@ INSTANTIATE_TEST_SUITE_P(All, ConsumerTest, testing::ValuesIn(std::vector<const 
                            return name;
                          });
 
-// The whole library would be compiled anew: a source against its targets shows that they are there.
-TEST_F(InstallTest, AddSubdirectoryGivesTheSameTargets) {
-  std::vector<std::string> configure = configuring("subdirectory", COMPILER);
-  configure.push_back("-DVELPROXY_SOURCE=" + std::string(kSource));
+TEST_F(InstallTest, APackageOfPkgConfigIsEnough) {
+  if (!isThere("pkg-config")) {
+    GTEST_SKIP() << "there is no pkg-config";
+  }
+  const std::string program = folder() + "/with_pkg_config";
+  const std::string compile =
+      "set -e; export PKG_CONFIG_PATH=\"$1/pkgconfig\"; flags=$(pkg-config --cflags --libs "
+      "velproxy);"
+      "$2 $3 -std=c++17 -Wall -Wextra -Werror -o \"$4\" \"$5/main.cpp\" \"$5/watcher.cpp\" $flags";
+  ASSERT_NO_FATAL_FAILURE(succeed({"sh", "-c", compile, "sh", libraries(), COMPILER, COMPILER_FLAGS,
+                                   program, std::string(kSource) + "/tests/consumer"}));
+
+  EXPECT_THAT(outputOf(program, libraries()), HasSubstr("expected: Memory stick\n"));
+}
+
+// A client that builds velproxy with its own program, from sources.
+TEST_F(InstallTest, FetchContentGivesTheSameTargets) {
+  const std::string build = folder() + "/fetched";
+  std::vector<std::string> configure = configuring("fetched", COMPILER);
+  configure.insert(configure.end(),
+                   {"-DVELPROXY_SOURCE=" + std::string(kSource), "-DCMAKE_UNITY_BUILD=ON",
+                    "-DCMAKE_UNITY_BUILD_BATCH_SIZE=50"});
   ASSERT_NO_FATAL_FAILURE(succeed(configure));
-  ASSERT_NO_FATAL_FAILURE(
-      succeed({CMAKE_PROGRAM, "--build", folder() + "/subdirectory", "--target", "watcher_17"}));
+  ASSERT_NO_FATAL_FAILURE(succeed({CMAKE_PROGRAM, "--build", build, "--target", "consumer_17"}));
+
+  EXPECT_THAT(outputOf(build + "/consumer_17"), HasSubstr("expected: Memory stick\n"));
+}
+
+TEST_F(InstallTest, UninstallingLeavesNothing) {
+  const std::string place = folder() + "/uninstalled";
+  ASSERT_NO_FATAL_FAILURE(succeed({CMAKE_PROGRAM, "--install", kBuild, "--prefix", place}));
+  ASSERT_TRUE(std::filesystem::exists(place + "/bin/velctl"));
+
+  ASSERT_NO_FATAL_FAILURE(succeed({CMAKE_PROGRAM, "-D", "MANIFESTS=" + std::string(kBuild), "-P",
+                                   std::string(kSource) + "/cmake/uninstall.cmake"}));
+
+  std::vector<std::string> left;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(place)) {
+    if (!entry.is_directory()) {
+      left.push_back(entry.path());
+    }
+  }
+  EXPECT_THAT(left, testing::IsEmpty());
 }
 
 TEST_F(InstallTest, TheInstalledFilesNameNoPlaceOfThisBuild) {
@@ -143,8 +187,9 @@ TEST_F(InstallTest, TheInstalledFilesNameNoPlaceOfThisBuild) {
   for (const auto& entry : std::filesystem::recursive_directory_iterator(prefix())) {
     const std::string path = entry.path().string();
     // Debugging information names sources.
-    const bool isCompiled =
-        entry.path().extension() == ".a" || entry.path().parent_path() == prefix() + "/bin";
+    const bool isCompiled = entry.path().extension() == ".a" ||
+                            entry.path().filename().string().find(".so") != std::string::npos ||
+                            entry.path().parent_path() == prefix() + "/bin";
     if (!entry.is_regular_file() || isCompiled) {
       continue;
     }
