@@ -16,4 +16,10 @@ constexpr bool kUnderSanitizer = true;
 constexpr bool kUnderSanitizer = false;
 #endif
 
+#if defined(__SANITIZE_THREAD__) || TESTS_HAVE_FEATURE(thread_sanitizer)
+constexpr bool kUnderThreadSanitizer = true;
+#else
+constexpr bool kUnderThreadSanitizer = false;
+#endif
+
 #endif  // TESTS_UNDER_SANITIZER_H

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "tests/client/client_test.h"
+#include "tests/under_sanitizer.h"
 
 namespace {
 
@@ -247,9 +248,9 @@ TEST_F(TaskTest, MayBeDetachedTwice) {
 }
 
 TEST_F(TaskTest, FailsWhenTheSystemHasNoThreadLeft) {
-  // In a program that begins anew: threads of the tests before may not have ended yet, and the race
-  // detector allows no thread to start behind a fork beside others.
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  // Threads of the tests before may not have ended yet, and the race detector allows no thread to
+  // start behind a fork beside others: there the program begins anew, which takes it long.
+  GTEST_FLAG_SET(death_test_style, kUnderThreadSanitizer ? "threadsafe" : "fast");
   const auto startWithoutThreads = [this] {
     // The superuser's processes are not limited.
     const rlimit none = {0, 0};
