@@ -31,15 +31,19 @@ function(describe component name section summary text)
 endfunction()
 set(runtime_package libvelproxy${PROJECT_VERSION_MAJOR})
 describe(runtime ${runtime_package} libs "client library of the peripheral-device service"
-  "Lets a desktop client manage printers, USB devices, pens and joysticks of its machine for remote
-virtual machines. The service of the machine does the work; this is how a client asks for it.")
+"Lets a desktop client manage printers, USB devices, pens and joysticks of
+its machine for remote virtual machines. The service of the machine does the
+work; this is how a client asks for it.")
 describe(development libvelproxy-dev libdevel
   "client library of the peripheral-device service, to develop with"
-  "Headers, archives and the packages of CMake and pkg-config. The headers of vel::Client are for
-C++17 and later.")
+"Headers, archives and the packages of CMake and pkg-config. The headers of
+vel::Client are for C++17 and later.")
 describe(tools velproxy-tools utils "simulated peripheral-device service, and a command line"
-  "velsim takes the place of the service on a machine without devices. velctl calls every operation of
-the service from the command line, and finds out why one does not work.")
+"velsim takes the place of the service on a machine without devices. velctl
+calls every operation of the service from the command line, and finds out why
+one does not work.")
+# In place of scripts that call ldconfig.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_LIST_DIR}/triggers)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
     "${runtime_package} (= ${PROJECT_VERSION}-1), libexpected-dev")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)

@@ -6,9 +6,12 @@ import importlib.util
 import os
 import pathlib
 import subprocess
+import sys
 import tarfile
 import tempfile
 import unittest
+
+import results
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 SCRIPT = ROOT / "scripts/release"
@@ -81,4 +84,4 @@ class Archive(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main()
+    results.main("Release", sys.argv[1])
