@@ -8,8 +8,10 @@ RESULTS gets the numbers of tests, as GoogleTest writes them. Nothing is read fr
 import json
 import os
 import re
+import shutil
 import subprocess
 import sys
+import tempfile
 import unittest
 
 import results
@@ -222,6 +224,18 @@ class TroubleshootingTest(unittest.TestCase):
         self.assertGreater(len(reasons), 15)
         described = {row[0] for row in self.rows("By reason")}
         self.assertEqual(reasons - described, set())
+
+
+class SiteTest(unittest.TestCase):
+    @unittest.skipUnless(shutil.which("doxygen") and shutil.which("cmark-gfm"),
+                         "scripts/install-dependencies --docs")
+    def test_is_built_without_a_warning_and_each_link_leads_somewhere(self):
+        with tempfile.TemporaryDirectory() as folder:
+            built = subprocess.run([os.path.join(REPOSITORY, "scripts", "build-docs"), folder + "/site"],
+                                   stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False)
+            self.assertEqual(built.returncode, 0, built.stdout)
+            with open(folder + "/site/index.html", encoding="utf-8") as file:
+                self.assertIn("session.svg", file.read())
 
 
 class PicturesTest(unittest.TestCase):
