@@ -23,6 +23,8 @@ check_pie_supported(LANGUAGES CXX)
 
 # Sanitizers have checks of their own.
 if(VELPROXY_HARDENING AND NOT VELPROXY_SANITIZE)
+  # A flag without an effect, on which clang warns, is none.
+  set(CMAKE_REQUIRED_FLAGS -Werror)
   foreach(flag -fstack-protector-strong -fstack-clash-protection -fcf-protection)
     string(MAKE_C_IDENTIFIER "VELPROXY_HAS${flag}" has)
     check_cxx_compiler_flag(${flag} ${has})
@@ -30,6 +32,7 @@ if(VELPROXY_HARDENING AND NOT VELPROXY_SANITIZE)
       list(APPEND VELPROXY_HARDENED_COMPILING ${flag})
     endif()
   endforeach()
+  unset(CMAKE_REQUIRED_FLAGS)
 
   # The checks of sizes need the optimizer. Some compilers define a level themselves.
   set(source "#include <cstring>

@@ -27,7 +27,9 @@ std::optional<FileFacts> factsOf(const std::string& path, bool* isSocket = nullp
   if (isSocket) {
     *isSocket = S_ISSOCK(status.st_mode);
   }
-  return FileFacts{path, status.st_uid, status.st_gid, status.st_mode & kPermissionBits};
+  // Where mode_t is shorter than int, the operator gives an int.
+  const auto mode = static_cast<mode_t>(status.st_mode & kPermissionBits);
+  return FileFacts{path, status.st_uid, status.st_gid, mode};
 }
 
 bool isAllowed(const std::string& path, int access) {

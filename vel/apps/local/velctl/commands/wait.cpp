@@ -260,7 +260,7 @@ class PrinterChange : public RecordSearch<vel::Printer> {
     for (const auto& [number, first] : first_) {
       const bool isThere =
           std::any_of(printers.begin(), printers.end(),
-                      [&first = first](const auto& each) { return each.number == first.number; });
+                      [&gone = first](const auto& each) { return each.number == gone.number; });
       if (!isThere && isNamed(first, printer_)) {
         vel::Printer gone = first;
         gone.status = vel::DeviceStatus::kGone;

@@ -26,8 +26,7 @@ template <typename Record, typename After>
 void callEach(const std::map<void*, int (*)(unsigned short, Record, void*)>& callbacks,
               unsigned short code, const Record& record, After after) {
   for (const auto& [userData, callback] : callbacks) {
-    withoutExceptions(
-        [&, callback = callback, userData = userData] { callback(code, record, userData); });
+    withoutExceptions([&, call = callback, data = userData] { call(code, record, data); });
     after(userData);
   }
 }
