@@ -43,6 +43,7 @@ set(velproxy_headers
     bus/qxbus.h
     platform/app_data_path.h
     platform/log.h
+    platform/monotonic_wait.h
     platform/mutex.h
     vel/apps/local/velproxy/callbacks.h
     vel/apps/local/velproxy/records.h

@@ -18,6 +18,8 @@
 #include <condition_variable>
 #include <mutex>
 
+#include "platform/monotonic_wait.h"
+
 #if defined(__clang__)
 #define QX_THREAD_SAFETY_(annotation) __attribute__((annotation))
 #else
@@ -83,7 +85,7 @@ class QX_SCOPED_LOCK MutexLock {
 //   while (tasks_.empty()) { changed_.wait(lock); }
 class Condition {
  public:
-  using Clock = std::chrono::steady_clock;
+  using Clock = MonotonicClock;
 
   Condition() = default;
   Condition(const Condition&) = delete;
@@ -96,10 +98,19 @@ class Condition {
       wait(lock);
       return true;
     }
+#if defined(__APPLE__)
+    return platform::waitUntil(condition_.native_handle(), lock.lock_.mutex()->native_handle(),
+                               deadline);
+#else
     return condition_.wait_until(lock.lock_, deadline) == std::cv_status::no_timeout;
+#endif
   }
-  void notifyOne() { condition_.notify_one(); }
-  void notifyAll() { condition_.notify_all(); }
+  void notifyOne() {
+    condition_.notify_one();
+  }
+  void notifyAll() {
+    condition_.notify_all();
+  }
 
  private:
   std::condition_variable condition_;

@@ -19,6 +19,7 @@
 #include "base/thread.h"
 #include "vel/client/error.h"
 #include "vel/client/executor.h"
+#include "vel/client/internal/task_end.h"
 
 namespace vel {
 inline namespace VEL_CLIENT_VARIANT {
@@ -43,12 +44,14 @@ class [[nodiscard]] Task {
       : cancel_(std::move(cancel)) {
     auto promise = std::make_shared<std::promise<Result<Value>>>();
     result_ = promise->get_future().share();
-    const auto finish = [promise, done = std::move(done), executor = std::move(executor),
+    const auto finish = [promise, end = end_, done = std::move(done),
+                         executor = std::move(executor),
                          result = result_](const std::function<Result<Value>()>& produce) {
       try {
-        promise->set_value(produce());
+        Result<Value> produced = produce();
+        end->publish([&] { promise->set_value(std::move(produced)); });
       } catch (...) {
-        promise->set_exception(std::current_exception());
+        end->publish([&] { promise->set_exception(std::current_exception()); });
         return;
       }
       if (!done) {
@@ -78,6 +81,7 @@ class [[nodiscard]] Task {
       finish();
       cancel_ = std::move(other.cancel_);
       result_ = std::move(other.result_);
+      end_ = std::move(other.end_);
       thread_ = std::move(other.thread_);
     }
     return *this;
@@ -101,7 +105,7 @@ class [[nodiscard]] Task {
 
   // Whether the result is there within so long a time.
   bool isReady(std::chrono::milliseconds within = std::chrono::milliseconds(0)) const {
-    return result_.wait_for(within) == std::future_status::ready;
+    return end_->comesWithin(within);
   }
 
   // Whether the service can end the operation early.
@@ -143,6 +147,7 @@ class [[nodiscard]] Task {
 
   Cancel cancel_;
   std::shared_future<Result<Value>> result_;
+  std::shared_ptr<internal::TaskEnd> end_ = std::make_shared<internal::TaskEnd>();
   std::thread thread_;
 };
 
