@@ -4,11 +4,9 @@
 #include <cstdlib>
 #include <utility>
 
-#include <sys/stat.h>
-
 #include "bus/dbus/direct.h"
 #include "bus/dbus/service_check.h"
-#include "bus/dbus/wire/address.h"
+#include "bus/dbus/session_bus.h"
 #include "bus/dbus/wire/grammar.h"
 
 namespace qxbus {
@@ -20,26 +18,6 @@ std::string environment(const char* name) {
   const char* const value = std::getenv(name);
   return value ? value : "";
 }
-
-bool isSocket(const std::string& path) {
-  struct stat status = {};
-  return ::stat(path.c_str(), &status) == 0 && S_ISSOCK(status.st_mode);
-}
-
-#if !defined(__APPLE__)
-// Where a session without the variable has its bus. A bus is never started from here.
-std::string sessionBus() {
-  const std::string runtime = environment("XDG_RUNTIME_DIR");
-  return !runtime.empty() && isSocket(runtime + "/bus")
-             ? "unix:path=" + wire::escaped(runtime + "/bus")
-             : "";
-}
-#else
-std::string sessionBus() {
-  constexpr char kVariable[] = "DBUS_LAUNCHD_SESSION_BUS_SOCKET";
-  return isSocket(environment(kVariable)) ? std::string("launchd:env=") + kVariable : "";
-}
-#endif
 
 }  // namespace
 

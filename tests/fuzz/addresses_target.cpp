@@ -1,6 +1,10 @@
 // Addresses of a bus, held against libdbus: a list, and a text as the value of a key.
 // Covers: bus/dbus/wire/address.cpp
 
+#include <optional>
+#include <string>
+#include <string_view>
+
 #include "bus/dbus/wire/address.h"
 #include "tests/fuzz/target.h"
 #include "tests/wire/comparison.h"
@@ -10,6 +14,10 @@ namespace {
 
 const char* environment(const char* name) {
   return std::string_view(name) == "SOCKET" ? "/launchd/socket" : "/run/user/7";
+}
+
+std::optional<std::string> launchdVariable(const std::string& name) {
+  return name == "LAUNCHD" ? std::optional<std::string>("/asked/socket") : std::nullopt;
 }
 
 void run(Input& input) {
@@ -23,7 +31,8 @@ void run(Input& input) {
   }
 
   for (const bool hasEverything : {false, true}) {
-    const qxbus::wire::System system = {environment, hasEverything, hasEverything};
+    const qxbus::wire::System system = {environment, hasEverything,
+                                        hasEverything ? launchdVariable : nullptr};
     const auto addresses = qxbus::wire::parseAddresses(list, system);
     require(addresses ? !addresses->usable.empty() : !addresses.reason().empty(),
             "there is a usable address, or a reason");

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -37,9 +38,15 @@ const char* environmentOfEmptyValues(const char* /*name*/) {
   return "";
 }
 
-constexpr System kEverything = {environment, true, true};
-constexpr System kNothing = {emptyEnvironment, false, false};
-constexpr System kEmptyValues = {environmentOfEmptyValues, false, false};
+std::optional<std::string> launchdVariable(const std::string& name) {
+  return name == "SOCKET" || name == "LAUNCHD" ? std::optional<std::string>("/asked/socket")
+                                               : std::nullopt;
+}
+
+constexpr System kEverything = {environment, true, launchdVariable};
+constexpr System kNothing = {emptyEnvironment, false, nullptr};
+constexpr System kEmptyValues = {environmentOfEmptyValues, false, nullptr};
+constexpr System kEmptyMac = {environmentOfEmptyValues, false, launchdVariable};
 
 // The argument of connect() without the family.
 std::string nameOf(const SocketAddress& address) {
@@ -67,7 +74,8 @@ const Row kUsable[] = {
     {"AbstractName", "unix:abstract=/tmp/bus", "\0/tmp/bus"s, ""},
     {"AbstractNameWithNul", "unix:abstract=a%00b", "\0a\0b"s, ""},
     {"RuntimeDirectory", "unix:runtime=yes", "/run/user/7/bus\0"s, ""},
-    {"Launchd", "launchd:env=SOCKET", "/launchd/socket\0"s, ""},
+    {"LaunchdsVariableInTheEnvironment", "launchd:env=SOCKET", "/launchd/socket\0"s, ""},
+    {"LaunchdsVariable", "launchd:env=LAUNCHD", "/asked/socket\0"s, ""},
 };
 
 class UsableAddressTest : public testing::TestWithParam<Row> {};
@@ -87,6 +95,13 @@ TEST_P(UsableAddressTest, HasASocket) {
 
 INSTANTIATE_TEST_SUITE_P(Addresses, UsableAddressTest, testing::ValuesIn(kUsable),
                          [](const auto& tested) { return tested.param.name; });
+
+TEST(AddressTest, LaunchdIsAskedForAVariableThatIsEmptyHere) {
+  const auto addresses = parseAddresses("launchd:env=SOCKET", kEmptyMac);
+
+  ASSERT_TRUE(addresses) << addresses.reason();
+  EXPECT_EQ(nameOf(addresses->usable.at(0)), "/asked/socket\0"s);
+}
 
 TEST(AddressTest, AListKeepsItsOrder) {
   const auto addresses =

@@ -20,7 +20,7 @@ using namespace qxbus::wire;
 const char* emptyEnvironment(const char* /*name*/) {
   return nullptr;
 }
-constexpr System kSystem = {emptyEnvironment, true, false};
+constexpr System kSystem = {emptyEnvironment, true, nullptr};
 
 class ParsedByLibdbus {
  public:

@@ -7,6 +7,7 @@
 #include <optional>
 #include <utility>
 
+#include "base/launchd.h"
 #include "base/text.h"
 
 namespace qxbus::wire {
@@ -168,15 +169,19 @@ Result<SocketAddress> unixSocket(const Entry& entry, const System& system) {
 }
 
 Result<SocketAddress> launchdSocket(const Entry& entry, const System& system) {
-  if (!system.hasLaunchd) {
+  if (!system.launchdVariable) {
     return Failed{"this system has no launchd"};
   }
   const std::string* const variable = entry.value("env");
   if (!variable) {
     return Failed{"\"env\", which names a variable, is missing"};
   }
-  const char* const path = system.environment(variable->c_str());
-  return path ? socketAddressOf(path) : Failed{"the variable " + *variable + " is not set"};
+  // Programs that launchd has started have its variables.
+  if (const char* const path = system.environment(variable->c_str()); path && *path != '\0') {
+    return socketAddressOf(path);
+  }
+  const std::optional<std::string> path = system.launchdVariable(*variable);
+  return path ? socketAddressOf(*path) : Failed{"the variable " + *variable + " is not set"};
 }
 
 Result<SocketAddress> resolve(const Entry& entry, const System& system) {
@@ -203,7 +208,7 @@ System System::current() {
   system.hasAbstractSockets = true;
 #endif
 #if defined(__APPLE__)
-  system.hasLaunchd = true;
+  system.launchdVariable = [](const std::string& name) { return base::launchdVariable(name); };
 #endif
   return system;
 }

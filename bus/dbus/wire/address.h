@@ -1,12 +1,13 @@
 // D-Bus addresses: "unix:path=/run/user/1000/bus,guid=...;unix:abstract=/tmp/bus".
 //
 // A list names several sockets, and a client tries one after the other. Supported are Unix sockets
-// by path, by abstract name and in the user's runtime directory, and the socket of launchd. Every
-// other transport is refused by name.
+// by path, by abstract name and in the user's runtime directory, and the socket that a variable of
+// launchd names. Every other transport is refused by name.
 
 #ifndef BUS_DBUS_WIRE_ADDRESS_H
 #define BUS_DBUS_WIRE_ADDRESS_H
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -34,7 +35,8 @@ struct SocketAddresses {
 struct System {
   const char* (*environment)(const char* name);  // null when the variable is not set
   bool hasAbstractSockets;
-  bool hasLaunchd;
+  // Asks launchd for a variable; null on a system without launchd.
+  std::optional<std::string> (*launchdVariable)(const std::string& name);
 
   static System current();
 };
