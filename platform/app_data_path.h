@@ -10,7 +10,8 @@
 //
 // The environment variable QX_APP_DATA is its name, unless empty. By default the directory is
 // ~/Library/Application Support/velproxy on macOS and $XDG_DATA_HOME/velproxy elsewhere, where
-// XDG_DATA_HOME is ~/.local/share by default.
+// XDG_DATA_HOME is ~/.local/share by default. The log of the default directory has one of its own
+// on macOS: see log.h.
 std::string GetAppDataPath();
 
 #endif  // PLATFORM_APP_DATA_PATH_H

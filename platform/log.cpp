@@ -17,6 +17,7 @@
 #include "base/printable.h"
 #include "platform/log_file.h"
 #include "platform/mutex.h"
+#include "platform/user_directories.h"
 
 namespace {
 
@@ -235,11 +236,11 @@ extern "C" void pellamLogInit(const char* directory) {
   Log& log = theLog();
   const platform::MutexLock lock(log.mutex);
   log.leastLevel = levelFromEnvironment();
-  if (log.file && log.directory == directory) {
-    return;
-  }
   try {
-    openFile(log, directory);
+    const std::string place = platform::logDirectory(directory);
+    if (!log.file || log.directory != place) {
+      openFile(log, place);
+    }
   } catch (const std::exception&) {
     // Out of memory: the log stays as it is.
   }

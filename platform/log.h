@@ -33,6 +33,9 @@ void norvoLogPrint(int channel, int level, const char* tag, const char* format, 
 // used, or a symbolic link in its place or in the file's, is reported on standard error, once, and
 // error lines go there.
 //
+// On macOS, where logs have a place of their own, ~/Library/Logs/velproxy takes the place of the
+// directory that GetAppDataPath() has by default.
+//
 // A second call with the same directory changes nothing.
 void pellamLogInit(const char* directory);
 

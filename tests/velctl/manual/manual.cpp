@@ -188,12 +188,12 @@ every command writes JSON, one object a line, and so does every failure.
 constexpr char kEnd[] = R"(.SH FILES
 .TP
 .I $XDG_DATA_HOME/velproxy/velproxy.log
-The log of the library, without XDG_DATA_HOME in ~/.local/share; on macOS in ~/Library/Application Support.
+The log of the library, without XDG_DATA_HOME in ~/.local/share; on macOS in ~/Library/Logs/velproxy.
 .TP
 .I $XDG_DATA_HOME/velproxy/velctl_history
 The lines of
 .BR "velctl shell" ,
-for their user alone.
+for their user alone; on macOS in ~/Library/Application Support/velproxy.
 .SH SEE ALSO
 .BR velsim (1)
 )";

@@ -8,6 +8,7 @@
 #include "base/unix_socket.h"
 #include "platform/app_data_path.h"
 #include "platform/log_file.h"
+#include "platform/user_directories.h"
 #include "vel/apps/local/velctl/checks/call_time.h"
 #include "vel/apps/local/velctl/checks/way_to_service.h"
 #include "vel/apps/local/velctl/commands/commands.h"
@@ -86,7 +87,7 @@ std::string freeSpaceIn(const std::string& directory) {
 
 CheckedLink checkLog() {
   constexpr char kName[] = "log";
-  const std::string directory = GetAppDataPath();
+  const std::string directory = platform::logDirectory(GetAppDataPath());
   if (directory.empty()) {
     return wrong(kName, kExitFailed, "the directory of the log has no name or cannot be made",
                  "set QX_APP_DATA to a directory of this user");

@@ -79,7 +79,7 @@ std::vector<Command> velctlCommands() {
        "a\n"
        "file or a pipe, the exit status is that of the last command that failed. The history is "
        "the\n"
-       "file velctl_history in the folder of the log. It has no line with the word token."},
+       "file velctl_history in the user's data folder. It has no line with the word token."},
       {"completion",
        "Print the completion of velctl for a shell",
        {choice("SHELL", completedShells(), "The shell")},

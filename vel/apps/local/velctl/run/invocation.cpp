@@ -9,6 +9,7 @@
 #include "base/text.h"
 #include "bus/dbus/bus_failure.h"
 #include "platform/app_data_path.h"
+#include "platform/user_directories.h"
 #include "vel/apps/local/velctl/output/text_forms.h"
 #include "vel/apps/local/velctl/run/things.h"
 
@@ -296,7 +297,7 @@ std::string Invocation::filledIn(const std::string& text) const {
 // --- Failures ------------------------------------------------------------------------------------
 
 std::string Invocation::logs() {
-  const std::string log = GetAppDataPath();
+  const std::string log = platform::logDirectory(GetAppDataPath());
   return "; see the service's log" + (log.empty() ? "" : ", or the log in " + log);
 }
 
