@@ -109,6 +109,42 @@ class CodeTest(unittest.TestCase):
                     json.loads(text if text[0] in "{[" else "{" + text + "}")
 
 
+class CMakeTest(unittest.TestCase):
+    """The samples of CMake, as projects beside a folder velproxy with this tree."""
+
+    def configure(self, text):
+        cache = dict(re.findall(r"^(CMAKE_[A-Z_]+):\w+=(.*)$", read(os.path.join(BUILD, "CMakeCache.txt")), re.M))
+        if "project(" not in text:
+            text = ("cmake_minimum_required(VERSION 3.25)\nproject(client LANGUAGES CXX)\n"
+                    "add_executable(your_client client.cpp)\n" + text)
+        with tempfile.TemporaryDirectory() as folder:
+            os.symlink(REPOSITORY, os.path.join(folder, "velproxy"))
+            for source in re.findall(r"\w+\.cpp", text):
+                with open(os.path.join(folder, source), "w", encoding="utf-8") as file:
+                    file.write("int main() {}\n")
+            with open(os.path.join(folder, "CMakeLists.txt"), "w", encoding="utf-8") as file:
+                file.write(text.replace("/path/of/velproxy", REPOSITORY))
+            finished = subprocess.run(
+                [cache["CMAKE_COMMAND"], "-G", cache["CMAKE_GENERATOR"], "-S", folder, "-B", folder + "/build",
+                 "-DCMAKE_CXX_COMPILER=" + cache["CMAKE_CXX_COMPILER"]],
+                stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False)
+            self.assertEqual(finished.returncode, 0, finished.stdout)
+
+    def test_each_sample_configures(self):
+        version = re.search(r"^project\(velproxy VERSION (\d+\.\d+)", read("CMakeLists.txt"), re.M)[1]
+        count = 0
+        for path, block in BLOCKS:
+            if block.kind == "cmake":
+                with self.subTest(f"{path}:{block.line}"):
+                    if "find_package(velproxy" in block.text:
+                        # install_tests build and run such a project.
+                        self.assertIn(f"find_package(velproxy {version} REQUIRED)", block.text)
+                    else:
+                        self.configure(block.text)
+                    count += 1
+        self.assertGreater(count, 3)
+
+
 class CommandsTest(unittest.TestCase):
     """Commands that a test does not run, because they build or take long: do they exist?"""
 
@@ -136,7 +172,7 @@ class CommandsTest(unittest.TestCase):
                     self.assertTrue(re.search(rf"\b{re.escape(target)}\b", self.cmake), target)
             return
         name = os.path.basename(program)
-        if program.startswith("build/"):
+        if program.startswith("build/") and program.count("/") > 1:
             preset, *rest = program.split("/")[1:]
             self.assertIn(preset, self.presets)
             self.assertTrue(os.path.isdir(os.path.join(REPOSITORY, *rest[:-1])), program)
