@@ -11,6 +11,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/processes/private_bus.h"
 #include "tests/processes/process.h"
 #include "vel/apps/local/velsim/testing/velsim_process.h"
 
@@ -63,6 +64,13 @@ std::string outputOf(const std::string& program, const std::string& libraryFolde
   const Finished result = processes::run(options);
   EXPECT_EQ(result.status, 0) << result.err;
   return result.out;
+}
+
+std::string contentOf(const std::string& path) {
+  std::ifstream file(path);
+  std::stringstream text;
+  text << file.rdbuf();
+  return text.str();
 }
 
 class InstallTest : public testing::Test {
@@ -190,14 +198,12 @@ TEST_F(InstallTest, TheInstalledFilesNameNoPlaceOfThisBuild) {
     const bool isCompiled = entry.path().extension() == ".a" ||
                             entry.path().filename().string().find(".so") != std::string::npos ||
                             entry.path().parent_path() == prefix() + "/bin";
-    if (!entry.is_regular_file() || isCompiled) {
+    // What a system starts has to name the program.
+    if (!entry.is_regular_file() || isCompiled || entry.path().extension() == ".service") {
       continue;
     }
     ++files;
-    std::ifstream file(path);
-    std::stringstream text;
-    text << file.rdbuf();
-    EXPECT_THAT(text.str(), Not(HasSubstr(kSource))) << path;
+    EXPECT_THAT(contentOf(path), Not(HasSubstr(kSource))) << path;
   }
   EXPECT_GT(files, 30);
 }
@@ -211,10 +217,94 @@ TEST_F(InstallTest, TheProgramsAreThereWithTheirPagesAndCompletions) {
   }
   Process::Options velctl;
   velctl.command = {prefix() + "/bin/velctl", "completion", "fish"};
-  std::ifstream script(prefix() + "/share/fish/vendor_completions.d/velctl.fish");
-  std::stringstream text;
-  text << script.rdbuf();
-  EXPECT_EQ(processes::run(velctl).out, text.str());
+  EXPECT_EQ(processes::run(velctl).out,
+            contentOf(prefix() + "/share/fish/vendor_completions.d/velctl.fish"));
+}
+
+// A bus starts velsim when it is asked to, where the file of the installed tree is put in its way.
+TEST_F(InstallTest, ABusCanStartVelsim) {
+  processes::PrivateBus bus;
+  bus.kill();
+  // The tree has been moved; the file names the place where it was installed.
+  std::string file = contentOf(prefix() + "/share/velproxy/dbus-1/services/qx.bus.vel.service");
+  const std::string before = folder() + "/before/";
+  ASSERT_THAT(file, HasSubstr("Exec=" + before + "bin/velsim\n"));
+  file.replace(file.find(before), before.size(), prefix() + "/");
+  std::ofstream(bus.serviceDirectory() / "qx.bus.vel.service") << file;
+  bus.start();
+
+  const Finished asked = processes::run(
+      bus.options({"dbus-send", "--bus=" + bus.address(), "--print-reply",
+                   "--dest=org.freedesktop.DBus", "/org/freedesktop/DBus",
+                   "org.freedesktop.DBus.StartServiceByName", "string:qx.bus.vel", "uint32:0"}));
+
+  EXPECT_EQ(asked.status, 0) << asked.err;
+  const Finished list = processes::run(bus.options({prefix() + "/bin/velctl", "vm", "list"}));
+  EXPECT_THAT(list.out, HasSubstr("win11")) << list.err;
+  const Finished ended = processes::run(bus.options({prefix() + "/bin/velsim", "ctl", "quit"}));
+  EXPECT_EQ(ended.status, 0) << ended.err;
+}
+
+TEST_F(InstallTest, TheServiceFileOfTheUserStartsTheInstalledVelsim) {
+  EXPECT_THAT(contentOf(prefix() + "/lib/systemd/user/velsim.service"),
+              HasSubstr("ExecStart=" + folder() + "/before/bin/velsim\n"));
+}
+
+// --- Packages -----------------------------------------------------------------------------------
+
+class PackageTest : public InstallTest {
+ protected:
+  static std::string packages() { return folder() + "/packages"; }
+
+  static void SetUpTestSuite() {
+    std::filesystem::remove_all(packages());
+    std::filesystem::create_directories(packages());
+    if (isThere("dpkg-shlibdeps")) {
+      succeed({"sh", "-c", "cd \"$1\" && cpack -G DEB -B \"$2\"", "sh", kBuild, packages()});
+    }
+  }
+  void SetUp() override {
+    if (!isThere("dpkg-shlibdeps")) {
+      GTEST_SKIP() << "there is no dpkg-dev";
+    }
+  }
+
+  static std::string path(const std::string& package) {
+    for (const auto& entry : std::filesystem::directory_iterator(packages())) {
+      if (entry.path().filename().string().rfind(package + "_", 0) == 0) {
+        return entry.path();
+      }
+    }
+    return package + " is missing";
+  }
+  static std::string control(const std::string& package, const std::string& field) {
+    return finished({"dpkg-deb", "--field", path(package), field}).out;
+  }
+};
+
+TEST_F(PackageTest, EachNeedsWhatItsFilesNeed) {
+  EXPECT_THAT(control("libvelproxy0", "Depends"), HasSubstr("libqt5core5a"));
+  EXPECT_THAT(control("libvelproxy-dev", "Depends"), HasSubstr("libvelproxy0 (= "));
+  EXPECT_THAT(control("velproxy-tools", "Depends"), HasSubstr("libedit2"));
+}
+
+TEST_F(PackageTest, TogetherTheyAreAWorkingTree) {
+  const std::string root = packages() + "/root";
+  for (const char* const package : {"libvelproxy0", "libvelproxy-dev", "velproxy-tools"}) {
+    ASSERT_NO_FATAL_FAILURE(succeed({"dpkg-deb", "--extract", path(package), root}));
+    for (const char* const file : {"/copyright", "/changelog.Debian.gz"}) {
+      EXPECT_TRUE(std::filesystem::exists(root + "/usr/share/doc/" + package + file)) << package;
+    }
+  }
+
+  EXPECT_EQ(finished({root + "/usr/bin/velctl", "--version"}).status, 0);
+  EXPECT_TRUE(std::filesystem::exists(root + "/usr/share/man/man1/velctl.1.gz"));
+  // Linkers find the shared library through the name without a version, loaders through the SONAME.
+  const std::string libraries = root + "/usr/" LIBRARY_FOLDER;
+  EXPECT_TRUE(
+      std::filesystem::equivalent(libraries + "/libvelproxy.so", libraries + "/libvelproxy.so.0"));
+  EXPECT_THAT(contentOf(root + "/usr/lib/systemd/user/velsim.service"),
+              HasSubstr("ExecStart=/usr/bin/velsim\n"));
 }
 
 }  // namespace
