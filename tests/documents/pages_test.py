@@ -262,6 +262,16 @@ class TroubleshootingTest(unittest.TestCase):
         self.assertEqual(reasons - described, set())
 
 
+class ThreadsTest(unittest.TestCase):
+    def test_each_thread_that_a_page_or_a_picture_names_is_one_of_the_sources(self):
+        tree = "\n".join(sources("bus", "vel", "platform"))
+        text = DOCUMENTS["docs/threading.md"] + read("docs/threading.svg")
+        names = set(re.findall(r"\b(?:qxbus-[a-z]+|vel-task)\b", text))
+        self.assertGreater(len(names), 4)
+        for name in names:
+            self.assertTrue(f'"{name}"' in tree, name)
+
+
 class SiteTest(unittest.TestCase):
     @unittest.skipUnless(shutil.which("doxygen") and shutil.which("cmark-gfm"),
                          "scripts/install-dependencies --docs")
