@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 #include <stdexcept>
 #include <vector>
 
@@ -15,13 +16,9 @@ namespace {
 
 using scripted::Bytes;
 
-// The VMs that the proxy knows, by number.
-constexpr int kVms[] = {7, std::numeric_limits<int>::min()};
-const char* const kVmNames[] = {"win11", "linux9"};
-
 // --- Callbacks -----------------------------------------------------------------------------------
 
-enum class Kind { kPrinter, kDevice, kNewDevice, kCommand, kDiagnosis };
+using Kind = EventKind;
 
 struct Call {
   Kind kind;
@@ -194,31 +191,18 @@ void unregisterAll(qx::VelProxy& proxy, Registered* registered) {
 // --- The calls that an event should make, worked out from the event alone ------------------------
 
 std::vector<Call> expectedCalls(const scripted::Reply& event, const Registered& registered) {
-  const int vm = valueAt<std::int32_t>(event, 0);
-  const int code = valueAt<std::int32_t>(event, 1);
-  const Bytes block = valueAt<Bytes>(event, 2);
+  const auto code = static_cast<unsigned short>(valueAt<std::int32_t>(event, 1));
+  const std::optional<Kind> kind = kindOf(event);
   std::vector<Call> calls;
-  if (vm != 0 && vm != kVms[0] && vm != kVms[1]) {
-    return calls;
-  }
-  const auto narrow = static_cast<unsigned short>(code);
-  const bool isDevice = (code >= 4 && code <= 7) || code == 10 || code == 64 || code == 65;
-  if (code == 1) {
-    if (registered.printer && !block.empty()) {
-      calls.push_back({Kind::kPrinter, narrow, userData});
-    }
-  } else if (code == 9) {
-    if (registered.diagnosis && block.size() >= 16) {
-      calls.push_back({Kind::kDiagnosis, narrow, nullptr});
-    }
-  } else if (code == 66) {
-    if (registered.command) {
-      calls.push_back({Kind::kCommand, narrow, userData});
-    }
-  } else if (!block.empty()) {
+  if ((kind == Kind::kPrinter && registered.printer) ||
+      (kind == Kind::kCommand && registered.command)) {
+    calls.push_back({*kind, code, userData});
+  } else if (kind == Kind::kDiagnosis && registered.diagnosis) {
+    calls.push_back({*kind, code, nullptr});
+  } else if (kind == Kind::kDevice || kind == Kind::kNewDevice) {
     for (std::size_t i = 0; i < std::size(userData); ++i) {
-      if (isDevice ? registered.devices[i] : registered.newDevices[i]) {
-        calls.push_back({isDevice ? Kind::kDevice : Kind::kNewDevice, narrow, userData + i});
+      if (kind == Kind::kDevice ? registered.devices[i] : registered.newDevices[i]) {
+        calls.push_back({*kind, code, userData + i});
       }
     }
   }
@@ -226,19 +210,6 @@ std::vector<Call> expectedCalls(const scripted::Reply& event, const Registered& 
 }
 
 // --- The target ----------------------------------------------------------------------------------
-
-scripted::Reply eventIn(Input& input) {
-  constexpr std::size_t kAnyArguments = 3;
-  const std::size_t kind = input.below(16);
-  if (kind == kAnyArguments) {
-    return anyMessageIn(input);
-  }
-  scripted::Reply event;
-  event.int32(kind < std::size(kVms) ? kVms[kind] : kind == 2 ? int32In(input) : 0);
-  event.int32(int32In(input));
-  event.bytes(blockIn(input));
-  return event;
-}
 
 void handle(qx::VelProxy& proxy, const scripted::Reply& event, bool isBroadcast,
             const Registered& registered) {

@@ -7,7 +7,10 @@
 #include <cstdint>
 #include <limits>
 #include <map>
+#include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "tests/fuzz/input.h"
 #include "tests/scripted_bus/platform_doubles.h"
@@ -93,6 +96,98 @@ Value valueAt(const scripted::Reply& message, std::size_t index) {
   const Value* const value =
       index < message.arguments.size() ? std::get_if<Value>(&message.arguments[index]) : nullptr;
   return value ? *value : Value();
+}
+
+// --- Replies -------------------------------------------------------------------------------------
+
+inline bool isNormal(const scripted::Reply& reply) {
+  return !reply.isMissing && reply.type == MESSAGE_TYPE_METHOD_RETURN;
+}
+
+using Records = std::vector<scripted::Bytes>;
+
+// What the service sent: the blocks up to the count or the first empty one.
+inline Records sentRecords(const scripted::Reply& reply) {
+  Records records;
+  const int count = isNormal(reply) ? valueAt<std::int32_t>(reply, 0) : 0;
+  for (int i = 0; i < count; ++i) {
+    scripted::Bytes block = valueAt<scripted::Bytes>(reply, static_cast<std::size_t>(i) + 1);
+    if (block.empty()) {
+      break;
+    }
+    records.push_back(std::move(block));
+  }
+  return records;
+}
+
+// Most replies look like lists, as otherwise hardly any would be long.
+inline scripted::Reply replyIn(Input& input) {
+  scripted::Reply reply;
+  switch (input.below(8)) {
+    case 0:
+      return scripted::Reply::missing();
+    case 1:
+      return scripted::Reply::error(std::string(input.piece()), input.number<std::int16_t>());
+    case 2:
+    case 3:
+      return anyMessageIn(input);
+    case 4: {
+      reply.int32(input.flag() ? 0 : int32In(input)).int32(int32In(input));
+      for (std::size_t count = input.below(20); count > 0; --count) {
+        reply.string(std::string(input.piece()));
+      }
+      return reply;
+    }
+    default: {
+      reply.int32(int32In(input));
+      for (std::size_t count = input.below(8); count > 0; --count) {
+        reply.bytes(blockIn(input));
+      }
+      return reply;
+    }
+  }
+}
+
+// --- Events --------------------------------------------------------------------------------------
+
+// The VMs that the proxy knows, by number.
+inline constexpr int kVms[] = {7, std::numeric_limits<int>::min()};
+inline constexpr const char* kVmNames[] = {"win11", "linux9"};
+
+inline scripted::Reply eventIn(Input& input) {
+  constexpr std::size_t kAnyArguments = 3;
+  const std::size_t kind = input.below(16);
+  if (kind == kAnyArguments) {
+    return anyMessageIn(input);
+  }
+  scripted::Reply event;
+  event.int32(kind < std::size(kVms) ? kVms[kind] : kind == 2 ? int32In(input) : 0);
+  event.int32(int32In(input));
+  event.bytes(blockIn(input));
+  return event;
+}
+
+enum class EventKind { kPrinter, kDevice, kNewDevice, kCommand, kDiagnosis };
+
+// Whose callbacks an event reaches, worked out from the event alone; nullopt: none.
+inline std::optional<EventKind> kindOf(const scripted::Reply& event) {
+  const int vm = valueAt<std::int32_t>(event, 0);
+  const int code = valueAt<std::int32_t>(event, 1);
+  const std::size_t size = valueAt<scripted::Bytes>(event, 2).size();
+  if (vm != 0 && vm != kVms[0] && vm != kVms[1]) {
+    return std::nullopt;
+  }
+  if (code == 66) {
+    return EventKind::kCommand;
+  }
+  if (code == 9) {
+    return size >= 16 ? std::optional(EventKind::kDiagnosis) : std::nullopt;
+  }
+  if (size == 0) {
+    return std::nullopt;
+  }
+  const bool isDevice = (code >= 4 && code <= 7) || code == 10 || code == 64 || code == 65;
+  return code == 1 ? EventKind::kPrinter : isDevice ? EventKind::kDevice : EventKind::kNewDevice;
 }
 
 }  // namespace fuzz

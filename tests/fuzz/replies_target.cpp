@@ -20,27 +20,8 @@ namespace {
 
 using scripted::Bytes;
 using scripted::Reply;
-using Records = std::vector<Bytes>;
-
-bool isNormal(const Reply& reply) {
-  return !reply.isMissing && reply.type == MESSAGE_TYPE_METHOD_RETURN;
-}
 
 // --- Lists of records ----------------------------------------------------------------------------
-
-// What the service sent: the blocks up to the count or the first empty one.
-Records sentRecords(const Reply& reply) {
-  Records records;
-  const int count = isNormal(reply) ? valueAt<std::int32_t>(reply, 0) : 0;
-  for (int i = 0; i < count; ++i) {
-    Bytes block = valueAt<Bytes>(reply, static_cast<std::size_t>(i) + 1);
-    if (block.empty()) {
-      break;
-    }
-    records.push_back(std::move(block));
-  }
-  return records;
-}
 
 // The records of a list, each as long as the library says, and freed.
 template <typename Record>
@@ -205,34 +186,6 @@ void checkOperation(const RemoteOperation& operation, qx::VelProxy& proxy, const
 }
 
 // --- The target ----------------------------------------------------------------------------------
-
-// Most replies look like lists, as otherwise hardly any would be long.
-Reply replyIn(Input& input) {
-  Reply reply;
-  switch (input.below(8)) {
-    case 0:
-      return Reply::missing();
-    case 1:
-      return Reply::error(std::string(input.piece()), input.number<std::int16_t>());
-    case 2:
-    case 3:
-      return anyMessageIn(input);
-    case 4: {
-      reply.int32(input.flag() ? 0 : int32In(input)).int32(int32In(input));
-      for (std::size_t count = input.below(20); count > 0; --count) {
-        reply.string(std::string(input.piece()));
-      }
-      return reply;
-    }
-    default: {
-      reply.int32(int32In(input));
-      for (std::size_t count = input.below(8); count > 0; --count) {
-        reply.bytes(blockIn(input));
-      }
-      return reply;
-    }
-  }
-}
 
 void runOne(Input& input, qx::VelProxy& proxy) {
   const std::size_t choice = input.below(std::size(kLists) + 2 + otherOperations().size());
