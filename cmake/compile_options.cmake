@@ -9,6 +9,11 @@ if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
   target_compile_options(velproxy_options INTERFACE -Wthread-safety -Wthread-safety-beta)
 endif()
 
+# Functions that the least version of macOS lacks.
+if(APPLE)
+  target_compile_options(velproxy_options INTERFACE -Wunguarded-availability)
+endif()
+
 # A faster linker, where there is one, for what nobody installs.
 if(PROJECT_IS_TOP_LEVEL AND CMAKE_BUILD_TYPE STREQUAL "Debug")
   include(CheckLinkerFlag)

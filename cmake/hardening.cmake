@@ -53,12 +53,15 @@ if(VELPROXY_HARDENING AND NOT VELPROXY_SANITIZE)
   endforeach()
 
   # Tables of addresses that nobody can write once the program runs, and a stack that is no code.
-  foreach(word relro now noexecstack)
-    check_linker_flag(CXX LINKER:-z,${word} VELPROXY_HAS_LINKER_${word})
-    if(VELPROXY_HAS_LINKER_${word})
-      list(APPEND VELPROXY_HARDENED_LINKING LINKER:-z,${word})
-    endif()
-  endforeach()
+  # macOS has both in any case.
+  if(CMAKE_EXECUTABLE_FORMAT STREQUAL "ELF")
+    foreach(word relro now noexecstack)
+      check_linker_flag(CXX LINKER:-z,${word} VELPROXY_HAS_LINKER_${word})
+      if(VELPROXY_HAS_LINKER_${word})
+        list(APPEND VELPROXY_HARDENED_LINKING LINKER:-z,${word})
+      endif()
+    endforeach()
+  endif()
 endif()
 
 # Programs to debug are compiled as often as possible, and run by nobody else.
