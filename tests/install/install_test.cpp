@@ -255,17 +255,19 @@ TEST_F(InstallTest, TheServiceFileOfTheUserStartsTheInstalledVelsim) {
 class PackageTest : public InstallTest {
  protected:
   static std::string packages() { return folder() + "/packages"; }
+  // cpack asks the second for the type of each file.
+  static bool canPackage() { return isThere("dpkg-shlibdeps") && isThere("file"); }
 
   static void SetUpTestSuite() {
     std::filesystem::remove_all(packages());
     std::filesystem::create_directories(packages());
-    if (isThere("dpkg-shlibdeps")) {
+    if (canPackage()) {
       succeed({"sh", "-c", "cd \"$1\" && cpack -G DEB -B \"$2\"", "sh", kBuild, packages()});
     }
   }
   void SetUp() override {
-    if (!isThere("dpkg-shlibdeps")) {
-      GTEST_SKIP() << "there is no dpkg-dev";
+    if (!canPackage()) {
+      GTEST_SKIP() << "the tools of packages are not there";
     }
   }
 
