@@ -211,12 +211,29 @@ int crash(const Options& options, Run& run) {
   return report(options, figures);
 }
 
+// Ends a world also after an exception.
+class WorldEnd {
+ public:
+  explicit WorldEnd(Run& run) : run_(run) {}
+  ~WorldEnd() {
+    run_.isEnding = true;
+    run_.world.end();
+  }
+  WorldEnd(const WorldEnd&) = delete;
+  WorldEnd& operator=(const WorldEnd&) = delete;
+
+ private:
+  Run& run_;
+};
+
 }  // namespace
 
 int run(const Options& options) {
   Journal::get().begin(options.seed, options.command);
   limitDescriptors(kMostDescriptors);
-  Run run(options.seed, options.bus, Milliseconds(options.slackMs));
+  // Never destroyed: its callbacks hear of the last death, too, until the process ends.
+  Run& run = *new Run(options.seed, options.bus, Milliseconds(options.slackMs));
+  const WorldEnd end(run);
   if (options.restarts > 0) {
     return restart(options, run);
   }

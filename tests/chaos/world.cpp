@@ -27,7 +27,7 @@ World::World(Bus bus) {
   velsim_->exportAddress();
 }
 
-World::~World() {
+void World::end() {
   velsim_.reset();
   bus_.reset();
   std::error_code ignored;

@@ -29,10 +29,13 @@ class World {
  public:
   // Makes a directory, and starts bus and service. Sets the environment of the library.
   explicit World(Bus bus);
-  ~World();
+  ~World() { end(); }
 
   World(const World&) = delete;
   World& operator=(const World&) = delete;
+
+  // Ends service and bus, and removes the directory.
+  void end();
 
   bool hasDaemon() const { return bus_ != nullptr; }
   const std::filesystem::path& logDirectory() const { return logDirectory_; }
