@@ -57,13 +57,27 @@ std::string outputOf(const std::string& program, const std::string& libraryFolde
   Process::Options options;
   options.command = {program};
   options.environment["QXBUS_ADDRESS"] = velsim.address();
-  options.environment["HOME"] = folder();
+  options.environment["HOME"] = std::filesystem::path(program).parent_path();
   if (!libraryFolder.empty()) {
     options.environment["LD_LIBRARY_PATH"] = libraryFolder;
   }
   const Finished result = processes::run(options);
   EXPECT_EQ(result.status, 0) << result.err;
   return result.out;
+}
+
+// Configures the consumer in a folder.
+std::vector<std::string> configuring(const std::string& build, const std::string& compiler) {
+  return {CMAKE_PROGRAM,
+          "-S",
+          std::string(kSource) + "/tests/consumer",
+          "-B",
+          build,
+          "-G",
+          GENERATOR,
+          "-DCMAKE_CXX_COMPILER=" + compiler,
+          "-DCMAKE_CXX_COMPILER_LAUNCHER=" COMPILER_LAUNCHER,
+          "-DCMAKE_CXX_FLAGS=" COMPILER_FLAGS};
 }
 
 std::string contentOf(const std::string& path) {
@@ -86,20 +100,6 @@ class InstallTest : public testing::Test {
     succeed({CMAKE_PROGRAM, "--install", kBuild, "--prefix", folder() + "/before"});
     std::filesystem::rename(folder() + "/before", prefix());
   }
-
-  static std::vector<std::string> configuring(const std::string& build,
-                                              const std::string& compiler) {
-    return {CMAKE_PROGRAM,
-            "-S",
-            std::string(kSource) + "/tests/consumer",
-            "-B",
-            folder() + "/" + build,
-            "-G",
-            GENERATOR,
-            "-DCMAKE_CXX_COMPILER=" + compiler,
-            "-DCMAKE_CXX_COMPILER_LAUNCHER=" COMPILER_LAUNCHER,
-            "-DCMAKE_CXX_FLAGS=" COMPILER_FLAGS};
-  }
 };
 
 class ConsumerTest : public InstallTest, public testing::WithParamInterface<const char*> {};
@@ -110,7 +110,7 @@ TEST_P(ConsumerTest, BuildsInEachVersionOfTheLanguageWithoutAWarningAndRuns) {
     GTEST_SKIP() << "there is no " << compiler;
   }
   const std::string build = folder() + "/" + compiler;
-  std::vector<std::string> configure = configuring(compiler, compiler);
+  std::vector<std::string> configure = configuring(build, compiler);
   configure.push_back("-DCMAKE_PREFIX_PATH=" + prefix());
   ASSERT_NO_FATAL_FAILURE(succeed(configure));
   ASSERT_NO_FATAL_FAILURE(succeed({CMAKE_PROGRAM, "--build", build}));
@@ -158,19 +158,6 @@ TEST_F(InstallTest, APackageOfPkgConfigIsEnough) {
                                    program, std::string(kSource) + "/tests/consumer"}));
 
   EXPECT_THAT(outputOf(program, libraries()), HasSubstr("expected: Memory stick\n"));
-}
-
-// A client that builds velproxy with its own program, from sources.
-TEST_F(InstallTest, FetchContentGivesTheSameTargets) {
-  const std::string build = folder() + "/fetched";
-  std::vector<std::string> configure = configuring("fetched", COMPILER);
-  configure.insert(configure.end(),
-                   {"-DVELPROXY_SOURCE=" + std::string(kSource), "-DCMAKE_UNITY_BUILD=ON",
-                    "-DCMAKE_UNITY_BUILD_BATCH_SIZE=50"});
-  ASSERT_NO_FATAL_FAILURE(succeed(configure));
-  ASSERT_NO_FATAL_FAILURE(succeed({CMAKE_PROGRAM, "--build", build, "--target", "consumer_17"}));
-
-  EXPECT_THAT(outputOf(build + "/consumer_17"), HasSubstr("expected: Memory stick\n"));
 }
 
 TEST_F(InstallTest, UninstallingLeavesNothing) {
@@ -248,6 +235,23 @@ TEST_F(InstallTest, ABusCanStartVelsim) {
 TEST_F(InstallTest, TheServiceFileOfTheUserStartsTheInstalledVelsim) {
   EXPECT_THAT(contentOf(prefix() + "/lib/systemd/user/velsim.service"),
               HasSubstr("ExecStart=" + folder() + "/before/bin/velsim\n"));
+}
+
+// --- Sources ------------------------------------------------------------------------------------
+
+// A client that builds velproxy with its own program, from sources.
+TEST(FetchContentTest, GivesTheSameTargets) {
+  // Beside the other one, which tests of another process may be making anew.
+  const std::string build = std::string(kBuild) + "/fetch-content-test";
+  std::filesystem::remove_all(build);
+  std::vector<std::string> configure = configuring(build, COMPILER);
+  configure.insert(configure.end(),
+                   {"-DVELPROXY_SOURCE=" + std::string(kSource), "-DCMAKE_UNITY_BUILD=ON",
+                    "-DCMAKE_UNITY_BUILD_BATCH_SIZE=50"});
+  ASSERT_NO_FATAL_FAILURE(succeed(configure));
+  ASSERT_NO_FATAL_FAILURE(succeed({CMAKE_PROGRAM, "--build", build, "--target", "consumer_17"}));
+
+  EXPECT_THAT(outputOf(build + "/consumer_17"), HasSubstr("expected: Memory stick\n"));
 }
 
 // --- Packages -----------------------------------------------------------------------------------
