@@ -68,7 +68,7 @@ configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/velproxy-config.cmake.in
                               ${PROJECT_BINARY_DIR}/velproxy-config.cmake
                               INSTALL_DESTINATION ${package})
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/velproxy-config-version.cmake
-                                 COMPATIBILITY SameMinorVersion)
+                                 COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/velproxy-config.cmake
               ${PROJECT_BINARY_DIR}/velproxy-config-version.cmake
         DESTINATION ${package} COMPONENT development)

@@ -52,6 +52,7 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS libvelproxy-dev)
 # What Debian wants of each package beside its files.
 set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/prepare_package.cmake)
 set(CPACK_VELPROXY_COPYRIGHT ${CMAKE_CURRENT_LIST_DIR}/copyright)
+set(CPACK_VELPROXY_BUILD_FOLDER ${PROJECT_BINARY_DIR})
 set(CPACK_VELPROXY_MAN_FOLDER ${CMAKE_INSTALL_MANDIR})
 
 include(CPack)

@@ -24,3 +24,8 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
   execute_process(COMMAND gzip --best --no-name --force ${documents}/changelog.Debian ${pages}
                   COMMAND_ERROR_IS_FATAL ANY)
 endforeach()
+
+# The lists that packing leaves name files of the packages, which are not `uninstall`'s to remove.
+foreach(component IN LISTS CPACK_COMPONENTS_ALL)
+  file(REMOVE "${CPACK_VELPROXY_BUILD_FOLDER}/install_manifest_${component}.txt")
+endforeach()

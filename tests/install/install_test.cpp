@@ -161,7 +161,8 @@ TEST_F(InstallTest, APackageOfPkgConfigIsEnough) {
 }
 
 TEST_F(InstallTest, UninstallingLeavesNothing) {
-  const std::string place = folder() + "/uninstalled";
+  // With a letter and a character that scripts may take apart.
+  const std::string place = folder() + "/gelöscht [1]";
   ASSERT_NO_FATAL_FAILURE(succeed({CMAKE_PROGRAM, "--install", kBuild, "--prefix", place}));
   ASSERT_TRUE(std::filesystem::exists(place + "/bin/velctl"));
 
@@ -215,7 +216,7 @@ TEST_F(InstallTest, ABusCanStartVelsim) {
   // The tree has been moved; the file names the place where it was installed.
   std::string file = contentOf(prefix() + "/share/velproxy/dbus-1/services/qx.bus.vel.service");
   const std::string before = folder() + "/before/";
-  ASSERT_THAT(file, HasSubstr("Exec=" + before + "bin/velsim\n"));
+  ASSERT_THAT(file, HasSubstr("Exec=\"" + before + "bin/velsim\"\n"));
   file.replace(file.find(before), before.size(), prefix() + "/");
   std::ofstream(bus.serviceDirectory() / "qx.bus.vel.service") << file;
   bus.start();
@@ -234,7 +235,7 @@ TEST_F(InstallTest, ABusCanStartVelsim) {
 
 TEST_F(InstallTest, TheServiceFileOfTheUserStartsTheInstalledVelsim) {
   EXPECT_THAT(contentOf(prefix() + "/lib/systemd/user/velsim.service"),
-              HasSubstr("ExecStart=" + folder() + "/before/bin/velsim\n"));
+              HasSubstr("ExecStart=\"" + folder() + "/before/bin/velsim\"\n"));
 }
 
 // --- Sources ------------------------------------------------------------------------------------
@@ -249,9 +250,13 @@ TEST(FetchContentTest, GivesTheSameTargets) {
                    {"-DVELPROXY_SOURCE=" + std::string(kSource), "-DCMAKE_UNITY_BUILD=ON",
                     "-DCMAKE_UNITY_BUILD_BATCH_SIZE=50"});
   ASSERT_NO_FATAL_FAILURE(succeed(configure));
-  ASSERT_NO_FATAL_FAILURE(succeed({CMAKE_PROGRAM, "--build", build, "--target", "consumer_17"}));
+  ASSERT_NO_FATAL_FAILURE(
+      succeed({CMAKE_PROGRAM, "--build", build, "--target", "consumer_17", "own_bus"}));
 
   EXPECT_THAT(outputOf(build + "/consumer_17"), HasSubstr("expected: Memory stick\n"));
+  Process::Options ownBus;
+  ownBus.command = {build + "/own_bus"};
+  EXPECT_THAT(processes::run(ownBus).out, testing::EndsWith("-1: no service on the bus\n"));
 }
 
 // --- Packages -----------------------------------------------------------------------------------
@@ -310,7 +315,7 @@ TEST_F(PackageTest, TogetherTheyAreAWorkingTree) {
   EXPECT_TRUE(
       std::filesystem::equivalent(libraries + "/libvelproxy.so", libraries + "/libvelproxy.so.0"));
   EXPECT_THAT(contentOf(root + "/usr/lib/systemd/user/velsim.service"),
-              HasSubstr("ExecStart=/usr/bin/velsim\n"));
+              HasSubstr("ExecStart=\"/usr/bin/velsim\"\n"));
 }
 
 }  // namespace

@@ -67,7 +67,8 @@ class Archive(unittest.TestCase):
                                GIT_CONFIG_VALUE_0="*")
             subprocess.run(["git", "clone", "--quiet", str(ROOT), str(clone)], check=True, env=environment)
             sums = []
-            for tree, mask in ((ROOT, 0o022), (clone, 0o077)):
+            for tree, mask, lines in ((ROOT, 0o022, "false"), (clone, 0o077, "true")):
+                environment.update(GIT_CONFIG_COUNT="2", GIT_CONFIG_KEY_1="core.autocrlf", GIT_CONFIG_VALUE_1=lines)
                 place = pathlib.Path(folder) / str(mask)
                 place.mkdir()
                 said = subprocess.run([SCRIPT if tree == ROOT else tree / "scripts/release", "archive", place],
