@@ -1,8 +1,10 @@
 // Subscriptions: what their callbacks receive, where they run, and how they end.
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -205,6 +207,41 @@ TEST_F(RunningCallbackTest, EndingWaitsForIt) {
 
   EXPECT_TRUE(ender.result());
   EXPECT_TRUE(watched.expired()) << "what the callback has captured ends with the subscription";
+}
+
+// Its destructor takes its time.
+class SlowEnd {
+ public:
+  explicit SlowEnd(std::atomic<bool>& hasEnded) : hasEnded_(hasEnded) {}
+  ~SlowEnd() {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    hasEnded_ = true;
+  }
+  SlowEnd(const SlowEnd&) = delete;
+  SlowEnd& operator=(const SlowEnd&) = delete;
+
+ private:
+  std::atomic<bool>& hasEnded_;
+};
+
+TEST_F(RunningCallbackTest, EndingWaitsUntilWhatItHasCapturedHasEnded) {
+  gate.open();
+  event.result();
+  std::atomic<bool> hasEnded{false};
+  Gate second;
+  vel::Subscription slow =
+      client.onPrinter([pass = second.pass(), kept = std::make_shared<SlowEnd>(hasEnded)](
+                           const vel::PrinterEvent&) { pass(); });
+  Background<void> printer(
+      [this] { bus.emit("velevent", eventOf(vel::EventCode::kPrinterChanged, Bytes(144))); });
+  ASSERT_TRUE(second.isReached());
+  Background<bool> ender([&] { return slow.end(); });
+  EXPECT_FALSE(ender.isDoneSoon());
+
+  second.open();
+
+  EXPECT_TRUE(ender.result());
+  EXPECT_TRUE(hasEnded);
 }
 
 TEST_F(RunningCallbackTest, StoppingDoesNotWaitForIt) {

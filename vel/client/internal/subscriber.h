@@ -59,7 +59,9 @@ class SubscriberBase {
         idle_.wait(lock);
       }
     }
-    dropped = takeUnused();
+    if (running_ == 0) {
+      dropped = std::exchange(callback_, nullptr);
+    }
     return running_ == 0;
   }
 
@@ -98,10 +100,15 @@ class SubscriberBase {
       if (!callback_) {
         return;
       }
-      std::shared_ptr<const void> dropped;
-      const platform::MutexLock lock(subscriber_.mutex_);
+      platform::MutexLock lock(subscriber_.mutex_);
+      if (!subscriber_.isActive_ && subscriber_.running_ == 1) {
+        // What the callback has captured ends before the run does, which end() waits for.
+        std::shared_ptr<const void> dropped = std::exchange(subscriber_.callback_, nullptr);
+        lock.unlock();
+        dropped.reset();
+        lock.lock();
+      }
       --subscriber_.running_;
-      dropped = subscriber_.takeUnused();
       subscriber_.idle_.notifyAll();
     }
     Run(const Run&) = delete;
@@ -116,11 +123,6 @@ class SubscriberBase {
   };
 
  private:
-  // The callback, once it can never run again.
-  std::shared_ptr<const void> takeUnused() QX_REQUIRES(mutex_) {
-    return !isActive_ && running_ == 0 ? std::exchange(callback_, nullptr) : nullptr;
-  }
-
   mutable platform::Mutex mutex_;
   platform::Condition idle_;
   std::function<Result<void>()> stopped_ QX_GUARDED_BY(mutex_);
