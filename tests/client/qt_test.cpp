@@ -50,7 +50,7 @@ class LoopThread {
 
 // Runs the loop of this thread until a condition holds; false when it takes too long.
 bool loopUntil(const std::function<bool()>& condition) {
-  constexpr int kPatienceMs = 60000;
+  constexpr int kPatienceMs = 240000;
   QTimer patience;
   patience.setSingleShot(true);
   patience.start(kPatienceMs);

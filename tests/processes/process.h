@@ -16,7 +16,7 @@ namespace processes {
 
 // Much longer than anything takes, also on a busy machine under a sanitizer. A test that waits this
 // long has failed.
-constexpr int kPatienceSeconds = 60;
+constexpr int kPatienceSeconds = 240;
 
 // Waits until the condition is true; false when it has not become true in time.
 bool comesTrue(const std::function<bool()>& condition);

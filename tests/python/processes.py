@@ -6,7 +6,7 @@ import threading
 import time
 
 # Only for what goes wrong: every wait ends as soon as it can.
-LIMIT = 60
+LIMIT = 240
 
 
 class Program:
