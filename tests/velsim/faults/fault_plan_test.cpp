@@ -128,6 +128,17 @@ TEST(FaultReaderTest, NamesTheLineAndTheMistake) {
   EXPECT_THAT(mistakes[5], HasSubstr("file:7: [5].method: delay concerns calls, not events"));
 }
 
+TEST(FaultReaderTest, AMistakeDoesNotMakeTheOtherMembersUnknown) {
+  std::vector<std::string> mistakes;
+
+  const std::vector<Fault> faults =
+      readFrom(R"([{"fault": "delay", "calls": "0", "ms": 500}])", &mistakes);
+
+  EXPECT_THAT(faults, IsEmpty());
+  ASSERT_EQ(mistakes.size(), 1u);
+  EXPECT_THAT(mistakes[0], HasSubstr("[0].calls: expected calls such as"));
+}
+
 // --- While velsim runs ---------------------------------------------------------------------------
 
 class FaultCommandsTest : public SimulatedServiceTest {

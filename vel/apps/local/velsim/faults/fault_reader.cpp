@@ -27,13 +27,16 @@ std::optional<Fault> readFault(const JsonNode& node, Mistakes& mistakes) {
   const JsonNode* const callsNode = object.find("calls");
   const auto calls = readText(callsNode, mistakes, 1, kLongestText);
   Fault fault;
+  bool isWrong = false;
   if (calls) {
     const auto range = parseCallRange(*calls);
-    if (!range) {
+    if (range) {
+      fault.calls = *range;
+    } else {
       mistakes.add(*callsNode, range.reason());
-      return std::nullopt;
+      // What is not read would be called unknown.
+      isWrong = true;
     }
-    fault.calls = *range;
   }
   if (!word) {
     return std::nullopt;
@@ -49,9 +52,9 @@ std::optional<Fault> readFault(const JsonNode& node, Mistakes& mistakes) {
   }
   if (const std::string refusal = refusalOf(fault); !refusal.empty()) {
     mistakes.add(methodNode ? *methodNode : node, refusal);
-    return std::nullopt;
+    isWrong = true;
   }
-  return fault;
+  return isWrong ? std::nullopt : std::optional(std::move(fault));
 }
 
 }  // namespace
