@@ -238,6 +238,21 @@ TEST_F(InstallTest, TheServiceFileOfTheUserStartsTheInstalledVelsim) {
               HasSubstr("ExecStart=\"" + folder() + "/before/bin/velsim\"\n"));
 }
 
+// Characters that mean something in one of the formats.
+TEST_F(InstallTest, TheFilesThatStartVelsimNameAPlaceWithAnyCharacter) {
+  const std::string files = folder() + "/starting-files";
+  ASSERT_NO_FATAL_FAILURE(succeed(
+      {CMAKE_PROGRAM, "-DVELSIM_PATH=/50% of \"R&D\" <x> \\/velsim", "-DSTARTING_FILES=" + files,
+       "-P", std::string(kSource) + "/packaging/write_starting_files.cmake"}));
+
+  EXPECT_THAT(contentOf(files + "/velsim.service"),
+              HasSubstr("\"/50%% of \\\"R&D\\\" <x> \\\\/velsim\"\n"));
+  EXPECT_THAT(contentOf(files + "/qx.bus.vel.service"),
+              HasSubstr("\"/50% of \\\"R&D\\\" <x> \\\\/velsim\"\n"));
+  EXPECT_THAT(contentOf(files + "/velproxy.velsim.plist"),
+              HasSubstr("<string>/50% of \"R&amp;D\" &lt;x&gt; \\/velsim</string>\n"));
+}
+
 // --- Sources ------------------------------------------------------------------------------------
 
 // A client that builds velproxy with its own program, from sources.

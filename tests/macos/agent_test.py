@@ -1,6 +1,5 @@
 """velsim as an agent of launchd: the file that describes it, and the command in it."""
 
-import os
 import pathlib
 import plistlib
 import subprocess
@@ -10,17 +9,20 @@ import unittest
 
 import results
 
-RESULTS, TEMPLATE = sys.argv[1:3]
-PLACE = "/a place/bin/velsim"
+RESULTS, CMAKE, SCRIPT = sys.argv[1:]
+PLACE = "/a place/<R&D>/bin/velsim"
+FILE = "velproxy.velsim.plist"
 
 
 class Agent(unittest.TestCase):
     def setUp(self):
-        text = pathlib.Path(TEMPLATE).read_text(encoding="utf-8")
-        self.agent = plistlib.loads(text.replace("@VELSIM_PATH@", PLACE).encode())
+        with tempfile.TemporaryDirectory() as folder:
+            subprocess.run([CMAKE, f"-DVELSIM_PATH={PLACE}", f"-DSTARTING_FILES={folder}", "-P", SCRIPT],
+                           check=True)
+            self.agent = plistlib.loads(pathlib.Path(folder, FILE).read_bytes())
 
     def test_is_a_well_formed_description_with_the_name_of_its_file(self):
-        self.assertEqual(self.agent["Label"] + ".plist.in", os.path.basename(TEMPLATE))
+        self.assertEqual(self.agent["Label"] + ".plist", FILE)
         self.assertEqual(self.agent["ProgramArguments"][-1], PLACE)
 
     def test_starts_again_after_a_crash_only(self):
