@@ -1,11 +1,8 @@
 #include "vel/apps/local/velctl/line/command_line.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstdlib>
-#include <functional>
 #include <memory>
-#include <numeric>
 #include <sstream>
 #include <string_view>
 #include <utility>
@@ -14,6 +11,7 @@
 
 #include "base/text.h"
 #include "vel/apps/local/velctl/exit_codes.h"
+#include "vel/apps/local/velctl/line/mistakes.h"
 #include "vel/apps/local/velctl/output/text_forms.h"
 
 namespace velctl {
@@ -84,14 +82,6 @@ std::string examplesOf(const Command& command) {
   return text;
 }
 
-// What keeps the parser from taking a text apart; no argument of a process contains it.
-constexpr char kGuard = '\0';
-
-std::string withoutGuard(std::string text) {
-  text.erase(std::remove(text.begin(), text.end(), kGuard), text.end());
-  return text;
-}
-
 // The arguments for the parser, which takes "[a,b]" for two texts and, behind "--name=", the next
 // argument for its value.
 std::vector<std::string> guarded(const std::vector<std::string>& arguments) {
@@ -140,30 +130,34 @@ void addParameter(CLI::App& app, const Parameter& parameter, Arguments& argument
       [&parameter](const std::string& text) { return mistakeIn(parameter, withoutGuard(text)); });
 }
 
-// "velctl device attach"
-std::string pathOf(const CLI::App& app) {
-  const CLI::App* const outer = app.get_parent();
-  return outer ? pathOf(*outer) + ' ' + app.get_name() : app.get_name();
-}
+// The commands that a parser knows.
+enum class Known {
+  // Those whose words occur in the arguments: enough for a line without a mistake, and much less to
+  // set up.
+  kOccurring,
+  // Of the others the names, for help and suggestions.
+  kAll,
+};
 
-// The parser of all commands, and what it has found. Of nouns that do not occur in the arguments it
-// knows the names only.
+// The parser of the commands, and what it has found.
 class Parser {
  public:
-  explicit Parser(const std::vector<std::string>& arguments)
+  Parser(const std::vector<std::string>& arguments, Known known)
       : app_("Controls the peripheral-device service of this machine.", "velctl") {
     app_.fallthrough();
     app_.require_subcommand(1);
     app_.set_version_flag("--version", "velctl " VELCTL_VERSION);
-    app_.get_formatter()->column_width(kHelpColumn);
-    app_.footer(footer());
+    if (known == Known::kAll) {
+      app_.get_formatter()->column_width(kHelpColumn);
+      app_.footer(footer());
+    }
     for (const Parameter& option : globalOptions()) {
       addParameter(app_, option, global_);
     }
     for (const Noun& noun : nouns()) {
       if (base::contains(arguments, noun.name)) {
-        addNoun(noun);
-      } else {
+        addNoun(noun, arguments, known);
+      } else if (known == Known::kAll) {
         app_.add_subcommand(noun.name, summaryOf(noun));
       }
     }
@@ -194,7 +188,7 @@ class Parser {
   }
 
  private:
-  void addNoun(const Noun& noun) {
+  void addNoun(const Noun& noun, const std::vector<std::string>& arguments, Known known) {
     CLI::App* group = nullptr;
     for (const Command& command : commands()) {
       const auto [first, verb] = nounAndVerb(command.path);
@@ -210,7 +204,11 @@ class Parser {
         // By itself it has that of velctl.
         group->footer("");
       }
-      addCommand(*group->add_subcommand(verb, command.summary), command);
+      if (base::contains(arguments, verb)) {
+        addCommand(*group->add_subcommand(verb, command.summary), command);
+      } else if (known == Known::kAll) {
+        group->add_subcommand(verb, command.summary);
+      }
     }
   }
 
@@ -239,106 +237,6 @@ class Parser {
   Arguments arguments_;
   const Command* chosen_ = nullptr;
 };
-
-// --- Mistakes ------------------------------------------------------------------------------------
-
-// How many letters to change, insert, remove or swap with the next, to make one word of another.
-std::size_t distance(const std::string& a, const std::string& b) {
-  std::vector<std::vector<std::size_t>> rows(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
-  std::iota(rows[0].begin(), rows[0].end(), std::size_t{0});
-  for (std::size_t i = 1; i <= a.size(); ++i) {
-    rows[i][0] = i;
-    for (std::size_t j = 1; j <= b.size(); ++j) {
-      const std::size_t change = a[i - 1] == b[j - 1] ? 0 : 1;
-      rows[i][j] = std::min({rows[i - 1][j] + 1, rows[i][j - 1] + 1, rows[i - 1][j - 1] + change});
-      if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1]) {
-        rows[i][j] = std::min(rows[i][j], rows[i - 2][j - 2] + 1);
-      }
-    }
-  }
-  return rows[a.size()][b.size()];
-}
-
-// "; did you mean list or show?"
-std::string suggestion(const std::string& word, const std::vector<std::string>& words) {
-  const std::vector<std::string> near = nearest(word, words);
-  return near.empty() ? "" : "; did you mean " + base::joined(near, " or ") + "?";
-}
-
-// The command that was spelled as the line begins, unless another is: "device connect" is now ...
-std::string newSpelling(const std::vector<std::string>& arguments, const CLI::App& named) {
-  std::string line;
-  for (const std::string& argument : arguments) {
-    line += argument.rfind('-', 0) == 0 ? "" : argument + ' ';
-  }
-  const bool isCommand = named.get_require_subcommand_min() == 0 &&
-                         ("velctl " + line).rfind(pathOf(named) + ' ', 0) == 0;
-  if (isCommand) {
-    return {};
-  }
-  for (const Command& command : commands()) {
-    std::string_view rest = command.formerly;
-    while (!rest.empty()) {
-      const std::string former(rest.substr(0, rest.find(", ")));
-      if (line.rfind(former + ' ', 0) == 0) {
-        return "velctl: \"" + former + "\" is now \"" + command.path + "\"; see velctl " +
-               command.path + " --help";
-      }
-      rest.remove_prefix(std::min(rest.size(), former.size() + 2));
-    }
-  }
-  return {};
-}
-
-// "Could not ..." begins in the middle of a line; names in capitals stay.
-std::string uncapitalized(std::string text) {
-  const bool isWord = text.size() > 1 && std::islower(static_cast<unsigned char>(text[1])) != 0;
-  if (isWord) {
-    text[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[0])));
-  }
-  return text;
-}
-
-std::vector<std::string> namesInside(const CLI::App& app) {
-  std::vector<std::string> names;
-  for (const CLI::App* const inner : app.get_subcommands({})) {
-    names.push_back(inner->get_name());
-  }
-  return names;
-}
-
-std::vector<std::string> optionsOf(const CLI::App& app) {
-  std::vector<std::string> names;
-  for (const CLI::App* each = &app; each; each = each->get_parent()) {
-    for (const CLI::Option* const option : each->get_options()) {
-      for (const std::string& name : option->get_lnames()) {
-        names.push_back("--" + name);
-      }
-    }
-  }
-  return names;
-}
-
-std::string mistakeOf(const CLI::App& app, std::vector<std::string> unknown,
-                      const CLI::ParseError& error) {
-  // It marks the end of the options, and was understood.
-  unknown.erase(std::remove(unknown.begin(), unknown.end(), "--"), unknown.end());
-  const bool isOption = !unknown.empty() && unknown.front().rfind('-', 0) == 0;
-  if (isOption && base::contains(optionsOf(app), unknown.front())) {
-    return unknown.front() + " must stand behind the command";
-  }
-  if (isOption) {
-    return "unknown option " + printableLines(unknown.front()) +
-           suggestion(unknown.front(), optionsOf(app));
-  }
-  // The parser notices that a command is missing before it notices another word in its place.
-  if (app.get_require_subcommand_min() > 0) {
-    return unknown.empty() ? "a command is missing"
-                           : "unknown command " + printableInQuotes(withoutGuard(unknown.front())) +
-                                 suggestion(unknown.front(), namesInside(app));
-  }
-  return printableLines(uncapitalized(withoutGuard(error.what())));
-}
 
 }  // namespace
 
@@ -372,46 +270,47 @@ std::string describedHelp(const Parameter& parameter) {
   return text;
 }
 
-std::vector<std::string> nearest(const std::string& word, const std::vector<std::string>& words) {
-  // One slip in a short word, two in a longer one.
-  const std::size_t most = word.size() <= 4 ? 1 : 2;
-  std::vector<std::string> near;
-  for (std::size_t slips = 0; slips <= most && near.empty(); ++slips) {
-    for (const std::string& each : words) {
-      const bool isBeginning = slips == most && word.size() >= 3 && each.rfind(word, 0) == 0;
-      if (isBeginning || distance(word, each) == slips) {
-        near.push_back(each);
-      }
-    }
-  }
-  return near;
-}
+namespace {
 
-ParsedLine parseLine(const std::vector<std::string>& arguments) {
-  Parser parser(arguments);
-  ParsedLine line;
+// The command and its arguments, or help, or a mistake. False when only a parser that knows all
+// commands can say which.
+bool parse(Parser& parser, Known known, const std::vector<std::string>& arguments,
+           ParsedLine* line) {
   std::vector<std::string> reversed = guarded(arguments);
   std::reverse(reversed.begin(), reversed.end());
   try {
     // The parser takes them from the end.
     parser.app().parse(reversed);
-    line.command = parser.chosen();
-    line.arguments = parser.arguments();
+    line->command = parser.chosen();
+    line->arguments = parser.arguments();
   } catch (const CLI::CallForVersion& version) {
-    line.help = std::string(version.what()) + '\n';
-  } catch (const CLI::Success&) {  // --help
-    line.help = parser.helpOf(parser.named());
-    // The parser ends it with empty lines.
-    line.help.resize(line.help.find_last_not_of('\n') + 1);
-    line.help += '\n';
+    line->help = std::string(version.what()) + '\n';
   } catch (const CLI::ParseError& error) {
+    if (known != Known::kAll) {
+      return false;
+    }
     const CLI::App& app = parser.named();
-    const std::string path = pathOf(app);
-    const std::string changed = newSpelling(arguments, app);
-    line.mistake = changed.empty()
-                       ? path + ": " + mistakeOf(app, parser.app().remaining(true), error) +
-                             "; see " + path + " --help"
-                       : changed;
+    const bool isHelp = dynamic_cast<const CLI::Success*>(&error) != nullptr;
+    if (isHelp) {
+      line->help = parser.helpOf(app);
+      // The parser ends it with empty lines.
+      line->help.resize(line->help.find_last_not_of('\n') + 1);
+      line->help += '\n';
+      return true;
+    }
+    line->mistake = mistakeOf(arguments, app, parser.app().remaining(true), error);
+  }
+  return true;
+}
+
+}  // namespace
+
+ParsedLine parseLine(const std::vector<std::string>& arguments) {
+  ParsedLine line;
+  auto parser = std::make_unique<Parser>(arguments, Known::kOccurring);
+  if (!parse(*parser, Known::kOccurring, arguments, &line)) {
+    parser = std::make_unique<Parser>(arguments, Known::kAll);
+    parse(*parser, Known::kAll, arguments, &line);
   }
   if (line.command && line.command->rule) {
     const std::string broken = line.command->rule(line.arguments);
@@ -420,7 +319,7 @@ ParsedLine parseLine(const std::vector<std::string>& arguments) {
       line.mistake = path + ": " + broken + "; see " + path + " --help";
     }
   }
-  const Arguments& global = parser.global();
+  const Arguments& global = parser->global();
   // A mistake may come before the parser has reached them.
   const auto isGiven = [&](const char* option) {
     return global.count(option) != 0 ||
