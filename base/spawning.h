@@ -29,13 +29,14 @@ class Spawning {
   Spawning() {
     ::posix_spawn_file_actions_init(&actions_);
     ::posix_spawnattr_init(&attributes_);
-    sigset_t signals;
-    sigemptyset(&signals);
-    ::posix_spawnattr_setsigmask(&attributes_, &signals);
+    // Not "signals": that is a macro of Qt, whose clients include this header.
+    sigset_t set;
+    sigemptyset(&set);
+    ::posix_spawnattr_setsigmask(&attributes_, &set);
     for (const int signal : {SIGINT, SIGTERM, SIGPIPE}) {
-      sigaddset(&signals, signal);
+      sigaddset(&set, signal);
     }
-    ::posix_spawnattr_setsigdefault(&attributes_, &signals);
+    ::posix_spawnattr_setsigdefault(&attributes_, &set);
     ::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
   }
   ~Spawning() {
