@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <string_view>
 
 #include <unistd.h>
 
 #include "base/printable.h"
 #include "vel/apps/local/velctl/checks/process_facts.h"
+#include "vel/client/advice.h"
 #include "vel/protocol/names.h"
 
 namespace velctl {
@@ -21,7 +23,7 @@ using State = CheckedLink::State;
 // As long as the library waits for a bus.
 constexpr std::chrono::milliseconds kCheckLimit{2000};
 
-constexpr char kStartService[] = "start velserviced, or velsim to try without hardware";
+constexpr std::string_view kStartService = vel::remedyFor(vel::ErrorKind::kNoService);
 
 struct LinkName {
   BusLink link;
@@ -113,7 +115,7 @@ std::string otherAddress(const ServiceCheck& check) {
 
 std::string remedyOf(const ServiceCheck& check) {
   const CheckedSocket* const socket = decisiveSocket(check);
-  const std::string start = check.isDirect ? kStartService : "start the bus";
+  const std::string start(check.isDirect ? kStartService : "start the bus");
   const std::string whose = check.isDirect ? "the service" : "the bus";
   switch (*check.broken) {
     case BusLink::kAddress:
@@ -134,7 +136,7 @@ std::string remedyOf(const ServiceCheck& check) {
       return whose + " refuses this user, or hangs; run velctl as the user of " + whose +
              ", or end it and start it again";
     case BusLink::kService:
-      return kStartService;
+      return std::string(kStartService);
     case BusLink::kServiceUser:
       return "end that service, and start one as user " + userText(::geteuid()) + " or as root";
   }

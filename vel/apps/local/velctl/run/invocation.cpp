@@ -12,6 +12,7 @@
 #include "platform/user_directories.h"
 #include "vel/apps/local/velctl/output/text_forms.h"
 #include "vel/apps/local/velctl/run/things.h"
+#include "vel/client/advice.h"
 
 namespace velctl {
 namespace {
@@ -309,23 +310,19 @@ void Invocation::fail(const vel::Error& error) const {
   const std::string text = base::printable(error.text());
   switch (error.kind()) {
     case vel::ErrorKind::kNoBus:
-      fail(kExitNoBus,
-           absenceIn(error) + "; start it, or set QXBUS_ADDRESS to the address of another");
+      fail(kExitNoBus, absenceIn(error) + "; " + std::string(vel::remedyFor(error)));
     case vel::ErrorKind::kNoService:
-      fail(kExitNoService,
-           absenceIn(error) + "; start velserviced, or velsim to try without hardware");
+      fail(kExitNoService, absenceIn(error) + "; " + std::string(vel::remedyFor(error)));
     case vel::ErrorKind::kUnknownVm:
       fail(kExitUnknown, "the service has no VM of this name; velctl vm list shows its VMs");
     case vel::ErrorKind::kRefused: {
       const std::int32_t status = error.status().value_or(0);
       const velprotocol::Legend legend("", velprotocol::kStatuses);
-      const auto* const meaning =
-          std::find_if(legend.begin(), legend.end(),
-                       [status](const velprotocol::Meaning& row) { return row.number == status; });
+      const velprotocol::Meaning* const meaning = vel::refusalMeaning(error);
       throw Failure(
           kExitRefused,
           description_ + ": the service refused with status " +
-              (meaning == legend.end()
+              (!meaning
                    ? std::to_string(status) + ", to which it gives the meaning" + logs()
                    : numberWithMeaning(legend, status) + ": " + std::string(meaning->explanation)),
           status, method_);
