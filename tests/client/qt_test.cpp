@@ -11,12 +11,11 @@
 #include <vector>
 
 #include <QCoreApplication>
-#include <QEventLoop>
 #include <QTabletEvent>
 #include <QThread>
-#include <QTimer>
 
 #include "tests/client/client_test.h"
+#include "tests/client/loop_until.h"
 
 namespace {
 
@@ -47,18 +46,6 @@ class LoopThread {
  private:
   QThread thread_;
 };
-
-// Runs the loop of this thread until a condition holds; false when it takes too long.
-bool loopUntil(const std::function<bool()>& condition) {
-  constexpr int kPatienceMs = 240000;
-  QTimer patience;
-  patience.setSingleShot(true);
-  patience.start(kPatienceMs);
-  while (!condition() && patience.isActive()) {
-    QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-  }
-  return condition();
-}
 
 using QtTest = ClientTest;
 

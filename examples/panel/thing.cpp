@@ -1,0 +1,69 @@
+#include "examples/panel/thing.h"
+
+namespace panel {
+
+QString Thing::kind() const {
+  if (!type) {
+    return tr("Printer");
+  }
+  switch (*type) {
+    case vel::DeviceType::kStorage:
+      return tr("Storage");
+    case vel::DeviceType::kCamera:
+      return tr("Camera");
+    case vel::DeviceType::kTablet:
+      return tr("Tablet");
+    case vel::DeviceType::kPrinterClass:
+      return tr("USB printer");
+    case vel::DeviceType::kGeneric:
+      return tr("USB device");
+    case vel::DeviceType::kNetwork:
+      return tr("Network device");
+    case vel::DeviceType::kNetworkPrinter:
+      return tr("Network printer");
+  }
+  return tr("Device");
+}
+
+QString Thing::state() const {
+  switch (status) {
+    case vel::DeviceStatus::kGone:
+      return tr("Gone");
+    case vel::DeviceStatus::kAvailable:
+      return tr("On this machine");
+    case vel::DeviceStatus::kAttached:
+      return vm.empty() ? tr("Attached to a VM") : tr("Attached to %1").arg(shownText(vm));
+    case vel::DeviceStatus::kIgnored:
+      return tr("Ignored");
+    case vel::DeviceStatus::kOutOfPaper:
+      return tr("Out of paper");
+    case vel::DeviceStatus::kPaperJam:
+      return tr("Paper jam");
+    case vel::DeviceStatus::kOutOfInk:
+      return tr("Out of ink");
+    case vel::DeviceStatus::kOffline:
+      return tr("Offline");
+  }
+  return tr("State %1").arg(vel::number(status));
+}
+
+Thing thingOf(const vel::Device& device) {
+  Thing thing;
+  thing.number = device.number;
+  thing.name = shownText(device.name);
+  thing.status = device.status;
+  thing.type = device.type;
+  thing.vm = device.isAttached() ? device.vm : std::string();
+  return thing;
+}
+
+Thing thingOf(const vel::Printer& printer) {
+  Thing thing;
+  thing.number = printer.number;
+  thing.name = shownText(printer.name);
+  thing.status = printer.status;
+  thing.vm = printer.isAttached() ? printer.vm : std::string();
+  return thing;
+}
+
+}  // namespace panel

@@ -1,0 +1,49 @@
+// A device or a printer of this machine, as its card shows it.
+
+#ifndef EXAMPLES_PANEL_THING_H
+#define EXAMPLES_PANEL_THING_H
+
+#include <optional>
+#include <string>
+#include <variant>
+
+#include <QCoreApplication>
+#include <QString>
+
+#include "examples/panel/problem.h"
+#include "vel/client/client.h"
+
+namespace panel {
+
+// Devices and printers are counted each by themselves.
+using Number = std::variant<vel::DeviceNumber, vel::PrinterNumber>;
+
+struct Thing {
+  Q_DECLARE_TR_FUNCTIONS(panel::Thing)
+
+ public:
+  Number number;
+  QString name;
+  vel::DeviceStatus status = vel::DeviceStatus::kGone;
+  std::optional<vel::DeviceType> type;  // none: a printer
+  std::string vm;                       // where it is attached; empty: nowhere, or not known
+
+  // Of the last attaching or detaching.
+  bool isBusy = false;
+  Problem problem;
+
+  bool isAttached() const { return status == vel::DeviceStatus::kAttached; }
+  bool isPrinter() const { return std::holds_alternative<vel::PrinterNumber>(number); }
+
+  // "Camera".
+  QString kind() const;
+  // "Attached to win11".
+  QString state() const;
+};
+
+Thing thingOf(const vel::Device& device);
+Thing thingOf(const vel::Printer& printer);
+
+}  // namespace panel
+
+#endif  // EXAMPLES_PANEL_THING_H

@@ -1,0 +1,283 @@
+// The panel's model: what it knows of the service, and what it does there.
+
+#include "examples/panel/panel_model.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "tests/panel/panel_test.h"
+
+namespace panel {
+namespace {
+
+using Service = PanelModel::Service;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+constexpr std::chrono::milliseconds kRetryInterval{50};
+
+class ModelTest : public PanelTest {
+ protected:
+  bool becomes(Service service) {
+    return loopUntil([&] { return model.service() == service; });
+  }
+  // Runs the loop until the operation has ended.
+  bool ends(const Number& number) {
+    return loopUntil([&] { return isIdle(model, number); });
+  }
+  std::string problemOf(const Number& number) {
+    const Thing* const thing = model.find(number);
+    return thing ? thing->problem.text().toStdString() : "it is gone";
+  }
+  std::string stateOf(const Number& number) {
+    const Thing* const thing = model.find(number);
+    return thing ? thing->state().toStdString() : "it is gone";
+  }
+
+  PanelModel model{kRetryInterval};
+};
+
+TEST_F(ModelTest, ListsVmsDevicesAndPrinters) {
+  EXPECT_EQ(model.service(), Service::kConnecting);
+
+  ASSERT_TRUE(becomes(Service::kReady));
+
+  EXPECT_THAT(model.vms(), ElementsAre("debian", "ubuntu", "win10", "win11"));
+  std::vector<std::string> shown;
+  std::transform(model.things().begin(), model.things().end(), std::back_inserter(shown),
+                 [](const Things::value_type& each) {
+                   const Thing& thing = each.second;
+                   return (thing.kind() + ": " + thing.name + ", " + thing.state()).toStdString();
+                 });
+  EXPECT_THAT(shown, ElementsAre("Storage: Memory stick, On this machine",
+                                 "Camera: Built-in camera, On this machine",
+                                 "Tablet: Drawing tablet, On this machine",
+                                 "USB printer: Label printer, On this machine",
+                                 "USB device: Barcode scanner, On this machine",
+                                 "Printer: Office laser, On this machine",
+                                 "Printer: Photo printer, On this machine"));
+}
+
+// --- Operations ----------------------------------------------------------------------------------
+
+TEST_F(ModelTest, AttachesAndDetaches) {
+  ASSERT_TRUE(becomes(Service::kReady));
+  for (const Number& number : {kCamera, kLaser}) {
+    model.attach(number, "win11");
+    EXPECT_TRUE(model.find(number)->isBusy);
+    EXPECT_TRUE(ends(number));
+    EXPECT_EQ(stateOf(number), "Attached to win11");
+    EXPECT_EQ(problemOf(number), "");
+  }
+  EXPECT_THAT(simulated("Built-in camera"), HasSubstr("in vm 101"));
+  EXPECT_THAT(simulated("Office laser"), HasSubstr("in vm 101"));
+
+  for (const Number& number : {kCamera, kLaser}) {
+    model.detach(number);
+    EXPECT_TRUE(ends(number));
+    EXPECT_EQ(stateOf(number), "On this machine");
+  }
+  EXPECT_THAT(simulated("Built-in camera"), testing::Not(HasSubstr("in vm 101")));
+}
+
+TEST_F(ModelTest, KnowsTheResultWithoutAnEvent) {
+  ASSERT_TRUE(becomes(Service::kReady));
+  // The library drops an event without a record.
+  velsim().control("fault events * empty-blocks");
+
+  model.attach(kCamera, "win11");
+
+  EXPECT_TRUE(ends(kCamera));
+  EXPECT_EQ(stateOf(kCamera), "Attached to win11");
+}
+
+TEST_F(ModelTest, ARefusalHasItsReasonAndWhatToDo) {
+  velsim().control("attach 12 \"ubuntu\"");
+  ASSERT_TRUE(becomes(Service::kReady));
+  EXPECT_EQ(stateOf(kCamera), "Attached to ubuntu");
+
+  model.attach(kCamera, "win11");
+
+  EXPECT_TRUE(ends(kCamera));
+  EXPECT_EQ(problemOf(kCamera),
+            "The service refused: the device is attached, to another VM or at all. Detach it from "
+            "the other VM first.");
+  EXPECT_EQ(stateOf(kCamera), "Attached to ubuntu");
+
+  model.detach(kCamera);
+  EXPECT_TRUE(ends(kCamera));
+  EXPECT_EQ(problemOf(kCamera), "");
+}
+
+TEST_F(ModelTest, AnErrorReplyIsAProblemOfItsThing) {
+  ASSERT_TRUE(becomes(Service::kReady));
+  velsim().control("fault connectDevice 1 error \"the cable is loose\"");
+
+  model.attach(kStick, "win11");
+
+  EXPECT_TRUE(ends(kStick));
+  EXPECT_EQ(problemOf(kStick), "The cable is loose. See the service's log.");
+  EXPECT_EQ(stateOf(kStick), "On this machine");
+  EXPECT_EQ(model.service(), Service::kReady);
+}
+
+TEST_F(ModelTest, WhatTheServiceHasDoneWithoutAnAnswerIsShown) {
+  ASSERT_TRUE(becomes(Service::kReady));
+  velsim().control("fault connectDevice 1 no-answer");
+
+  model.attach(kStick, "win11");
+
+  EXPECT_TRUE(ends(kStick));
+  EXPECT_THAT(problemOf(kStick), HasSubstr("No reply in time. Try again"));
+  EXPECT_TRUE(loopUntil([&] { return isAttached(model, kStick, "win11"); }));
+}
+
+TEST_F(ModelTest, ABusyThingTakesNoOtherOperation) {
+  ASSERT_TRUE(becomes(Service::kReady));
+  velsim().control("fault connectDevice 1 delay 300");
+
+  model.attach(kCamera, "win11");
+  model.attach(kCamera, "ubuntu");
+  model.detach(kCamera);
+
+  EXPECT_TRUE(ends(kCamera));
+  EXPECT_EQ(stateOf(kCamera), "Attached to win11");
+  EXPECT_EQ(problemOf(kCamera), "");
+}
+
+TEST_F(ModelTest, ADeviceThatIsUnpluggedDuringItsOperationIsGone) {
+  ASSERT_TRUE(becomes(Service::kReady));
+  const vel::DeviceNumber plugged = plug("camera \"Front camera\"");
+  ASSERT_TRUE(loopUntil([&] { return model.find(plugged) != nullptr; }));
+  velsim().control("fault connectDevice 1 delay 500");
+
+  model.attach(plugged, "win11");
+  unplug(plugged);
+
+  EXPECT_TRUE(loopUntil([&] { return model.find(plugged) == nullptr; }));
+  model.refresh();
+  int readings = 0;
+  QObject::connect(&model, &PanelModel::thingsChanged, [&] { ++readings; });
+  EXPECT_TRUE(loopUntil([&] { return readings > 0; }));
+  EXPECT_EQ(model.find(plugged), nullptr);
+}
+
+// --- Events --------------------------------------------------------------------------------------
+
+TEST_F(ModelTest, FollowsWhatIsPluggedAndAttachedElsewhere) {
+  ASSERT_TRUE(becomes(Service::kReady));
+
+  const vel::DeviceNumber plugged = plug("camera \"Front camera\"");
+  EXPECT_TRUE(loopUntil([&] { return model.find(plugged) != nullptr; }));
+  velsim().control("attach " + std::to_string(plugged.value()) + " \"win10\"");
+  EXPECT_TRUE(loopUntil([&] { return isAttached(model, plugged, "win10"); }));
+  velsim().control("attach 21 \"debian\"");
+  EXPECT_TRUE(loopUntil([&] { return isAttached(model, kLaser, "debian"); }));
+  velsim().control("detach " + std::to_string(plugged.value()));
+  EXPECT_TRUE(loopUntil([&] { return !model.find(plugged)->isAttached(); }));
+  velsim().control("trouble 22 paper-jam");
+  EXPECT_TRUE(loopUntil([&] { return stateOf(vel::PrinterNumber(22)) == "Paper jam"; }));
+  unplug(plugged);
+  EXPECT_TRUE(loopUntil([&] { return model.find(plugged) == nullptr; }));
+  velsim().control("unplug 21");
+  EXPECT_TRUE(loopUntil([&] { return model.find(kLaser) == nullptr; }));
+  velsim().control("replug 21");
+}
+
+// The list of devices has been answered when the device comes, and arrives behind the event.
+TEST_F(ModelTest, AListDoesNotUndoWhatAnEventHasReportedMeanwhile) {
+  ASSERT_TRUE(becomes(Service::kReady));
+  velsim().control("fault getPrinterList 1 delay 1000");
+  int changes = 0;
+  QObject::connect(&model, &PanelModel::thingsChanged, [&] { ++changes; });
+
+  model.refresh();
+  ASSERT_TRUE(loopUntil([&] {
+    QCoreApplication::postEvent(&model, new QEvent(QEvent::User));
+    return velsim().control("faults").find("met 1") != std::string::npos;
+  }));
+  const vel::DeviceNumber plugged = plug("camera \"Front camera\"");
+
+  EXPECT_TRUE(loopUntil([&] { return changes == 2; }));
+  EXPECT_NE(model.find(plugged), nullptr);
+}
+
+// --- The service ---------------------------------------------------------------------------------
+
+TEST_F(ModelTest, ADeathIsShownAndTheNextServiceIsFound) {
+  ASSERT_TRUE(becomes(Service::kReady));
+  const vel::DeviceNumber plugged = plug("camera \"Front camera\"");
+  ASSERT_TRUE(loopUntil([&] { return model.find(plugged) != nullptr; }));
+
+  velsim().kill();
+
+  ASSERT_TRUE(becomes(Service::kUnavailable));
+  EXPECT_THAT(model.problem().text().toStdString(),
+              HasSubstr("Start velserviced, or velsim to try without hardware."));
+  EXPECT_NE(model.find(plugged), nullptr) << "what was there is still shown";
+  model.attach(kCamera, "win11");
+  EXPECT_FALSE(model.find(kCamera)->isBusy);
+
+  velsim().start();
+
+  ASSERT_TRUE(becomes(Service::kReady));
+  EXPECT_EQ(model.problem().text(), "");
+  EXPECT_EQ(model.find(plugged), nullptr) << "the new service does not have it";
+  const vel::DeviceNumber next = plug("camera \"Front camera\"");
+  EXPECT_TRUE(loopUntil([&] { return model.find(next) != nullptr; }));
+  velsim().control("attach 12 \"ubuntu\"");
+  EXPECT_TRUE(loopUntil([&] { return isAttached(model, kCamera, "ubuntu"); }));
+}
+
+TEST_F(ModelTest, AServiceThatDiesDuringAnOperationLeavesAProblem) {
+  ASSERT_TRUE(becomes(Service::kReady));
+  velsim().control("fault connectDevice 1 death-before");
+
+  model.attach(kCamera, "win11");
+
+  EXPECT_TRUE(becomes(Service::kUnavailable));
+  EXPECT_TRUE(ends(kCamera));
+  EXPECT_NE(problemOf(kCamera), "");
+  velsim().wait();
+  velsim().start();
+  EXPECT_TRUE(becomes(Service::kReady));
+}
+
+TEST_F(ModelTest, AServiceThatHangsIsUnavailableUntilItGoesOn) {
+  ASSERT_TRUE(becomes(Service::kReady));
+  {
+    const Hanging hanging(velsim());
+    model.refresh();
+    ASSERT_TRUE(becomes(Service::kUnavailable));
+    EXPECT_THAT(model.problem().text().toStdString(), HasSubstr("end it and start it"));
+  }
+  EXPECT_TRUE(becomes(Service::kReady));
+}
+
+TEST_F(ModelTest, AServiceThatStartsLaterIsFound) {
+  velsim().kill();
+  const PanelModel late(kRetryInterval);
+  EXPECT_TRUE(loopUntil([&] { return late.service() == Service::kUnavailable; }));
+  EXPECT_TRUE(late.things().empty());
+
+  velsim().start();
+
+  EXPECT_TRUE(loopUntil([&] { return late.service() == Service::kReady; }));
+  EXPECT_NE(late.find(kCamera), nullptr);
+}
+
+TEST_F(ModelTest, MayGoWhileItsCallsRun) {
+  ASSERT_TRUE(becomes(Service::kReady));
+  velsim().control("fault connectDevice 1 delay 300");
+  {
+    PanelModel other(kRetryInterval);
+    PanelModel soonGone(kRetryInterval);
+    ASSERT_TRUE(loopUntil([&] { return other.service() == Service::kReady; }));
+    other.attach(kCamera, "win11");
+  }
+  // The call goes on, and its result finds no one.
+  EXPECT_TRUE(loopUntil([&] { return isAttached(model, kCamera, "win11"); }));
+}
+
+}  // namespace
+}  // namespace panel
