@@ -94,7 +94,7 @@ TEST_F(ModelTest, KnowsTheResultWithoutAnEvent) {
 TEST_F(ModelTest, ARefusalHasItsReasonAndWhatToDo) {
   velsim().control("attach 12 \"ubuntu\"");
   ASSERT_TRUE(becomes(Service::kReady));
-  EXPECT_EQ(stateOf(kCamera), "Attached to ubuntu");
+  ASSERT_TRUE(loopUntil([&] { return isAttached(model, kCamera, "ubuntu"); }));
 
   model.attach(kCamera, "win11");
 

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <string>
 
+#include <sys/wait.h>
+
 #include <gmock/gmock.h>
 
 #include "examples/panel/panel_model.h"
@@ -76,6 +78,9 @@ class Hanging {
  public:
   explicit Hanging(velsim_testing::VelsimProcess& velsim) : velsim_(velsim) {
     velsim_.signal(SIGSTOP);
+    // It may answer until it has stopped.
+    siginfo_t stopped;
+    EXPECT_EQ(::waitid(P_PID, static_cast<id_t>(velsim_.pid()), &stopped, WSTOPPED | WNOWAIT), 0);
   }
   ~Hanging() { velsim_.signal(SIGCONT); }
   Hanging(const Hanging&) = delete;

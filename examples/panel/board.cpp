@@ -1,0 +1,116 @@
+#include "examples/panel/board.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace panel {
+namespace {
+
+// In widths of a letter.
+constexpr int kCardWidth = 34;
+
+}  // namespace
+
+Board::Board(Clicked clicked)
+    : clicked_(std::move(clicked)),
+      sheet_(new QWidget),
+      grid_(new QGridLayout(sheet_)),
+      nothing_(new QLabel(tr("No device or printer matches."))) {
+  nothing_->hide();
+  grid_->setAlignment(Qt::AlignTop);
+  grid_->addWidget(nothing_, 0, 0);
+  setWidget(sheet_);
+  setWidgetResizable(true);
+  setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  // Its cards take the focus.
+  setFocusPolicy(Qt::NoFocus);
+}
+
+Card* Board::card(const Number& number) const {
+  const auto found = cards_.find(number);
+  return found == cards_.end() ? nullptr : found->second.get();
+}
+
+Card& Board::cardOf(const Thing& thing) {
+  std::unique_ptr<Card>& card = cards_[thing.number];
+  if (!card) {
+    card = std::make_unique<Card>();
+    connect(&card->toggle(), &QCheckBox::clicked, this,
+            [this, number = thing.number] { clicked_(number); });
+  }
+  return *card;
+}
+
+void Board::setThings(const Things& things, const Filter& filter, const QString& vm) {
+  for (auto card = cards_.begin(); card != cards_.end();) {
+    if (things.count(card->first) != 0) {
+      ++card;
+    } else {
+      // Another card may get its address.
+      shown_.clear();
+      card = cards_.erase(card);
+    }
+  }
+  std::vector<Card*> shown;
+  for (const auto& [number, thing] : things) {
+    Card& card = cardOf(thing);
+    card.setThing(thing, vm);
+    if (filter(thing)) {
+      shown.push_back(&card);
+    } else {
+      card.hide();
+    }
+  }
+  std::stable_sort(shown.begin(), shown.end(), [](const Card* a, const Card* b) {
+    return QString::localeAwareCompare(a->name(), b->name()) < 0;
+  });
+  if (shown != shown_) {
+    shown_ = std::move(shown);
+    columns_ = 0;
+    arrange();
+  }
+  nothing_->setVisible(shown_.empty());
+}
+
+bool Board::setThing(const Thing& thing, const Filter& filter, const QString& vm) {
+  Card* const changed = card(thing.number);
+  if (!changed || changed->name() != thing.name ||
+      (std::count(shown_.begin(), shown_.end(), changed) != 0) != filter(thing)) {
+    return false;
+  }
+  changed->setThing(thing, vm);
+  return true;
+}
+
+int Board::columnsThatFit() const {
+  return std::max(1, viewport()->width() / (kCardWidth * fontMetrics().averageCharWidth()));
+}
+
+void Board::arrange() {
+  const int columns = columnsThatFit();
+  if (columns == columns_) {
+    return;
+  }
+  columns_ = columns;
+  for (int column = 0; column < std::max(columns, grid_->columnCount()); ++column) {
+    grid_->setColumnStretch(column, column < columns ? 1 : 0);
+  }
+  int place = 0;
+  Card* before = nullptr;
+  for (Card* const card : shown_) {
+    grid_->addWidget(card, place / columns, place % columns);
+    card->setVisible(true);
+    if (before) {
+      setTabOrder(&before->toggle(), &card->toggle());
+    }
+    before = card;
+    ++place;
+  }
+}
+
+void Board::resizeEvent(QResizeEvent* event) {
+  QScrollArea::resizeEvent(event);
+  arrange();
+}
+
+}  // namespace panel

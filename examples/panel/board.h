@@ -1,0 +1,60 @@
+// The cards, in as many columns as there is room for.
+
+#ifndef EXAMPLES_PANEL_BOARD_H
+#define EXAMPLES_PANEL_BOARD_H
+
+#include <functional>
+#include <map>
+#include <memory>
+
+#include <QGridLayout>
+#include <QLabel>
+#include <QScrollArea>
+
+#include "examples/panel/card.h"
+#include "examples/panel/panel_model.h"
+
+namespace panel {
+
+class Board : public QScrollArea {
+  Q_DECLARE_TR_FUNCTIONS(panel::Board)
+
+ public:
+  using Filter = std::function<bool(const Thing&)>;
+  using Clicked = std::function<void(const Number&)>;
+
+  // clicked receives the number of a card whose switch was clicked.
+  explicit Board(Clicked clicked);
+
+  // Shows the things that the filter lets pass.
+  //
+  // vm    where their switches attach to; empty: none is chosen
+  void setThings(const Things& things, const Filter& filter, const QString& vm);
+  // Shows one that has changed. False: the cards, or their order, are not the same any more.
+  bool setThing(const Thing& thing, const Filter& filter, const QString& vm);
+
+  // Null: it has none.
+  Card* card(const Number& number) const;
+  // How many cards pass the filter.
+  int count() const { return static_cast<int>(shown_.size()); }
+
+ protected:
+  void resizeEvent(QResizeEvent* event) override;
+
+ private:
+  Card& cardOf(const Thing& thing);
+  void arrange();
+  int columnsThatFit() const;
+
+  const Clicked clicked_;
+  QWidget* const sheet_;
+  QGridLayout* const grid_;
+  QLabel* const nothing_;
+  std::map<Number, std::unique_ptr<Card>> cards_;
+  std::vector<Card*> shown_;  // in the order of their names
+  int columns_ = 0;
+};
+
+}  // namespace panel
+
+#endif  // EXAMPLES_PANEL_BOARD_H

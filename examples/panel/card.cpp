@@ -1,0 +1,74 @@
+#include "examples/panel/card.h"
+
+#include <QHBoxLayout>
+#include <QVBoxLayout>
+
+namespace panel {
+namespace {
+
+// In widths of a letter.
+constexpr int kLeastWidth = 24;
+
+}  // namespace
+
+Card::Card() {
+  setFrameShape(QFrame::StyledPanel);
+  // A long reason must not take the width of other cards.
+  setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+  setMinimumWidth(kLeastWidth * fontMetrics().averageCharWidth());
+  QFont bold = name_.font();
+  bold.setBold(true);
+  name_.setFont(bold);
+  for (QLabel* const label : {&kind_, &name_, &state_, &problem_}) {
+    // The service chooses names and reasons.
+    label->setTextFormat(Qt::PlainText);
+    label->setWordWrap(true);
+  }
+  // No percentage: the service answers once.
+  progress_.setRange(0, 0);
+  progress_.setTextVisible(false);
+  progress_.setMaximumHeight(fontMetrics().height() / 2);
+  QSizePolicy keepsItsPlace = progress_.sizePolicy();
+  keepsItsPlace.setRetainSizeWhenHidden(true);
+  progress_.setSizePolicy(keepsItsPlace);
+
+  auto* const rows = new QVBoxLayout(this);
+  rows->addWidget(&kind_);
+  rows->addWidget(&name_);
+  rows->addWidget(&state_);
+  auto* const line = new QHBoxLayout;
+  line->addWidget(&switch_);
+  line->addStretch(1);
+  rows->addLayout(line);
+  rows->addWidget(&progress_);
+  rows->addWidget(&problem_);
+  rows->addStretch(1);
+}
+
+void Card::setThing(const Thing& thing, const QString& vm) {
+  kind_.setText(thing.kind());
+  name_.setText(thing.name);
+  state_.setText(thing.state());
+  switch_.setChecked(thing.isAttached());
+  switch_.setText(thing.isAttached() ? tr("Attached")
+                  : vm.isEmpty()     ? tr("Choose a VM to attach to")
+                                     : tr("Attach to %1").arg(vm));
+  // While it is busy it keeps the focus, and does nothing.
+  switch_.setEnabled(thing.isAttached() || !vm.isEmpty() || thing.isBusy);
+  switch_.updateGeometry();
+  progress_.setVisible(thing.isBusy);
+  problem_.setText(thing.problem.text());
+  problem_.setVisible(!thing.problem.isEmpty());
+
+  // A screen reader reads the switch, and should say of which card it is.
+  switch_.setAccessibleName(thing.isAttached()
+                                ? tr("Detach %1 from %2").arg(thing.name, shownText(thing.vm))
+                                : tr("Attach %1 to %2").arg(thing.name, vm));
+  const QString progress = thing.isBusy ? tr("Working") : QString();
+  switch_.setAccessibleDescription(thing.problem.isEmpty() ? progress : thing.problem.text());
+  progress_.setAccessibleName(tr("Progress of %1").arg(thing.name));
+  setAccessibleName(tr("%1, %2").arg(thing.name, thing.kind()));
+  setAccessibleDescription(thing.state());
+}
+
+}  // namespace panel

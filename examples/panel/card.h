@@ -1,0 +1,44 @@
+// The card of a device or a printer: kind, name, state, a switch that attaches it, the progress of
+// that, and the problem that it has left.
+
+#ifndef EXAMPLES_PANEL_CARD_H
+#define EXAMPLES_PANEL_CARD_H
+
+#include <QFrame>
+#include <QLabel>
+#include <QProgressBar>
+
+#include "examples/panel/switch.h"
+#include "examples/panel/thing.h"
+
+namespace panel {
+
+class Card : public QFrame {
+  Q_DECLARE_TR_FUNCTIONS(panel::Card)
+
+ public:
+  Card();
+
+  // vm: where the switch attaches to; empty: none is chosen.
+  void setThing(const Thing& thing, const QString& vm);
+
+  Switch& toggle() { return switch_; }
+  QString name() const { return name_.text(); }
+  QString kind() const { return kind_.text(); }
+  QString state() const { return state_.text(); }
+  // Empty: there is none.
+  QString problem() const { return problem_.text(); }
+  bool isInProgress() const { return progress_.isVisibleTo(this); }
+
+ private:
+  QLabel kind_;
+  QLabel name_;
+  QLabel state_;
+  Switch switch_;
+  QProgressBar progress_;
+  QLabel problem_;
+};
+
+}  // namespace panel
+
+#endif  // EXAMPLES_PANEL_CARD_H

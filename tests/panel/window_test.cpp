@@ -1,0 +1,220 @@
+#include "tests/panel/window_test.h"
+
+#include <QAccessible>
+
+namespace panel {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+TEST_F(WindowTest, ShowsVmsAndACardForEachDeviceAndPrinter) {
+  EXPECT_EQ(banner(), "Connecting to the service\u2026");
+  EXPECT_TRUE(window.hasBanner());
+
+  ASSERT_TRUE(isReady());
+
+  EXPECT_FALSE(window.hasBanner());
+  EXPECT_THAT(vmTexts(), ElementsAre("debian", "ubuntu", "win10", "win11"));
+  EXPECT_THAT(shownCards(),
+              ElementsAre("Barcode scanner", "Built-in camera", "Drawing tablet", "Label printer",
+                          "Memory stick", "Office laser", "Photo printer"));
+  EXPECT_EQ(card(kCamera).kind().toStdString(), "Camera");
+  EXPECT_EQ(stateOf(kCamera), "On this machine");
+  EXPECT_EQ(window.summary().toStdString(), "7 of 7 shown, 0 attached");
+}
+
+TEST_F(WindowTest, TheSwitchAttachesToTheChosenVmAndDetaches) {
+  ASSERT_TRUE(isReady());
+  choose("win10");
+  EXPECT_EQ(card(kCamera).toggle().text().toStdString(), "Attach to win10");
+  for (const Number& number : {kCamera, kLaser}) {
+    click(number);
+    EXPECT_FALSE(card(number).toggle().isChecked()) << "not before the service has done it";
+    EXPECT_TRUE(card(number).isInProgress());
+    EXPECT_TRUE(ends(number));
+
+    EXPECT_FALSE(card(number).isInProgress());
+    EXPECT_TRUE(card(number).toggle().isChecked());
+    EXPECT_EQ(stateOf(number), "Attached to win10");
+  }
+  EXPECT_THAT(simulated("Built-in camera"), HasSubstr("in vm 102"));
+  EXPECT_THAT(vmTexts(), ElementsAre("debian", "ubuntu", "win10 (2)", "win11"));
+  EXPECT_EQ(window.summary().toStdString(), "7 of 7 shown, 2 attached");
+
+  // From where it is, whatever is chosen.
+  choose("ubuntu");
+  click(kCamera);
+  EXPECT_TRUE(ends(kCamera));
+  EXPECT_FALSE(card(kCamera).toggle().isChecked());
+  EXPECT_EQ(stateOf(kCamera), "On this machine");
+  EXPECT_THAT(vmTexts(), ElementsAre("debian", "ubuntu", "win10 (1)", "win11"));
+}
+
+TEST_F(WindowTest, IsUsedByKeyboardAlone) {
+  ASSERT_TRUE(isReady());
+  QTest::keyClick(&window, Qt::Key_V, Qt::AltModifier);
+  ASSERT_EQ(window.focusWidget(), &window.vms());
+  QTest::keyClick(window.focusWidget(), Qt::Key_End);
+  QTest::keyClick(&window, Qt::Key_F, Qt::ControlModifier);
+  ASSERT_EQ(window.focusWidget(), &window.search());
+  QTest::keyClicks(window.focusWidget(), "camera");
+  EXPECT_THAT(shownCards(), ElementsAre("Built-in camera"));
+
+  QTest::keyClick(window.focusWidget(), Qt::Key_Tab);
+  EXPECT_EQ(window.focusWidget(), &window.filter());
+  QTest::keyClick(window.focusWidget(), Qt::Key_Tab);
+  ASSERT_EQ(window.focusWidget(), &card(kCamera).toggle());
+  QTest::keyClick(window.focusWidget(), Qt::Key_Space);
+
+  EXPECT_EQ(window.focusWidget(), &card(kCamera).toggle()) << "while it works";
+  EXPECT_TRUE(ends(kCamera));
+  EXPECT_EQ(stateOf(kCamera), "Attached to win11");
+  EXPECT_EQ(window.focusWidget(), &card(kCamera).toggle());
+  QTest::keyClick(window.focusWidget(), Qt::Key_Escape);
+  EXPECT_EQ(shownCards().size(), 7U);
+}
+
+TEST_F(WindowTest, EverythingThatTakesTheFocusHasANameForAScreenReader) {
+  ASSERT_TRUE(isReady());
+  int count = 0;
+  for (QWidget* const widget : window.findChildren<QWidget*>()) {
+    if (widget->isVisible() && (widget->focusPolicy() & Qt::TabFocus) != 0) {
+      const auto* const accessible = QAccessible::queryAccessibleInterface(widget);
+      ASSERT_NE(accessible, nullptr);
+      EXPECT_FALSE(accessible->text(QAccessible::Name).isEmpty())
+          << widget->metaObject()->className();
+      ++count;
+    }
+  }
+  EXPECT_EQ(count, 10) << "VMs, search, filter and seven switches";
+  const auto* const toggle = QAccessible::queryAccessibleInterface(&card(kCamera).toggle());
+  EXPECT_EQ(toggle->role(), QAccessible::CheckBox);
+  EXPECT_EQ(toggle->text(QAccessible::Name).toStdString(), "Attach Built-in camera to debian");
+}
+
+// --- Failures ------------------------------------------------------------------------------------
+
+TEST_F(WindowTest, TheReasonOfAFailureStandsOnTheCardUntilTheNextAttempt) {
+  ASSERT_TRUE(isReady());
+  velsim().control("fault connectDevice 1 error \"the cable is loose\"");
+
+  click(kStick);
+  EXPECT_TRUE(ends(kStick));
+
+  EXPECT_EQ(problemOf(kStick), "The cable is loose. See the service's log.");
+  EXPECT_FALSE(card(kStick).toggle().isChecked());
+  EXPECT_EQ(problemOf(kCamera), "");
+  QCoreApplication::processEvents();
+  EXPECT_NEAR(card(kStick).width(), card(kCamera).width(), 1);
+  EXPECT_EQ(card(kStick).toggle().accessibleDescription(), card(kStick).problem());
+
+  click(kStick);
+  EXPECT_EQ(problemOf(kStick), "");
+  EXPECT_TRUE(ends(kStick));
+  EXPECT_EQ(stateOf(kStick), "Attached to debian");
+}
+
+TEST_F(WindowTest, ARefusalSaysWhatToDo) {
+  ASSERT_TRUE(isReady());
+  const vel::Result<void> forbidden = vel::Client().setLocalPolicy(
+      std::get<vel::DeviceNumber>(kStick), vel::LocalPolicy::kForbidden, "Memory stick", "");
+  ASSERT_TRUE(forbidden);
+
+  click(kStick);
+  EXPECT_TRUE(ends(kStick));
+
+  EXPECT_EQ(problemOf(kStick),
+            "The service refused: by the policy of the device, or by the user. Change its policy, "
+            "or allow it on this machine.");
+}
+
+TEST_F(WindowTest, AServiceThatDiesGreysTheWindowUntilTheNextOneIsThere) {
+  ASSERT_TRUE(isReady());
+  card(kCamera).toggle().setFocus();
+
+  velsim().kill();
+  ASSERT_TRUE(becomesUnavailable());
+
+  EXPECT_TRUE(window.hasBanner());
+  EXPECT_THAT(banner(), HasSubstr("Start velserviced, or velsim to try without hardware."));
+  EXPECT_FALSE(card(kCamera).toggle().isEnabled());
+  EXPECT_FALSE(window.vms().isEnabled());
+  EXPECT_TRUE(window.retryButton().isEnabled());
+
+  velsim().start();
+  ASSERT_TRUE(isReady());
+
+  EXPECT_FALSE(window.hasBanner());
+  EXPECT_EQ(window.focusWidget(), &card(kCamera).toggle());
+  click(kCamera);
+  EXPECT_TRUE(ends(kCamera));
+  EXPECT_EQ(stateOf(kCamera), "Attached to debian");
+}
+
+// --- Search, filter, events ----------------------------------------------------------------------
+
+TEST_F(WindowTest, SearchAndFilterChooseTheCards) {
+  velsim().control("attach 11 \"ubuntu\"");
+  ASSERT_TRUE(isReady());
+  ASSERT_TRUE(loopUntil([&] { return isAttached(model, kStick, "ubuntu"); }));
+
+  QTest::keyClicks(&window.search(), "PRINTER");
+  EXPECT_THAT(shownCards(), ElementsAre("Label printer", "Office laser", "Photo printer"));
+  EXPECT_EQ(window.summary().toStdString(), "3 of 7 shown, 1 attached");
+  window.search().clear();
+  QTest::keyClicks(&window.search(), "ubuntu");
+  EXPECT_THAT(shownCards(), ElementsAre("Memory stick"));
+  window.search().clear();
+
+  const auto shownWithNextFilter = [&] {
+    QTest::keyClick(&window.filter(), Qt::Key_Down);
+    return shownCards();
+  };
+  EXPECT_EQ(shownWithNextFilter().size(), 5U) << "devices";
+  EXPECT_THAT(shownWithNextFilter(), ElementsAre("Office laser", "Photo printer"));
+  EXPECT_THAT(shownWithNextFilter(), ElementsAre("Memory stick"));
+  // Only those that are attached remain.
+  click(kStick);
+  EXPECT_TRUE(ends(kStick));
+  EXPECT_THAT(shownCards(), ElementsAre());
+  EXPECT_EQ(shownWithNextFilter().size(), 7U) << "not attached";
+}
+
+TEST_F(WindowTest, CardsComeAndGoWithTheirDevices) {
+  ASSERT_TRUE(isReady());
+
+  const vel::DeviceNumber plugged = plug("camera \"A <b>new</b> camera\"");
+  ASSERT_TRUE(appears(plugged));
+
+  EXPECT_EQ(shownCards().front(), "A <b>new</b> camera");
+  click(plugged);
+  EXPECT_TRUE(ends(plugged));
+  EXPECT_EQ(stateOf(plugged), "Attached to debian");
+  unplug(plugged);
+  EXPECT_TRUE(loopUntil([&] { return window.board().card(plugged) == nullptr; }));
+  EXPECT_THAT(vmTexts(), ElementsAre("debian", "ubuntu", "win10", "win11"));
+}
+
+TEST_F(WindowTest, EachOfManyDevicesHasACard) {
+  ASSERT_TRUE(isReady());
+  std::vector<vel::DeviceNumber> numbers;
+  for (int i = 0; i < 50; ++i) {
+    numbers.push_back(plug("generic \"Adapter\""));
+    // The card of one that goes leaves its place to another.
+    if (i % 3 == 0) {
+      unplug(numbers.back());
+      numbers.pop_back();
+    }
+  }
+  ASSERT_TRUE(loopUntil([&] { return window.board().count() == 7 + 33; }));
+  EXPECT_EQ(shownCards().size(), 7U + 33U);
+  for (const vel::DeviceNumber number : numbers) {
+    unplug(number);
+  }
+  EXPECT_TRUE(loopUntil([&] { return window.board().count() == 7; }));
+  EXPECT_EQ(shownCards().size(), 7U);
+}
+
+}  // namespace
+}  // namespace panel
