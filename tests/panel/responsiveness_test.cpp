@@ -1,0 +1,92 @@
+// The window while the service hangs and every call takes its full time.
+
+#include <algorithm>
+#include <iostream>
+
+#include <QElapsedTimer>
+
+#include "tests/panel/window_test.h"
+
+namespace panel {
+namespace {
+
+using testing::HasSubstr;
+
+// The longest time between two turns of the event loop.
+class GapMeter {
+ public:
+  GapMeter() {
+    QObject::connect(&timer_, &QTimer::timeout, [this] { measure(); });
+    timer_.setTimerType(Qt::PreciseTimer);
+    timer_.start(1);
+    sinceTurn_.start();
+  }
+
+  qint64 longestMs() const { return longestMs_; }
+  int turns() const { return turns_; }
+
+ private:
+  void measure() {
+    longestMs_ = std::max(longestMs_, sinceTurn_.restart());
+    ++turns_;
+  }
+
+  QTimer timer_;
+  QElapsedTimer sinceTurn_;
+  qint64 longestMs_ = 0;
+  int turns_ = 0;
+};
+
+TEST_F(WindowTest, TheEventLoopGoesOnWhileEveryCallTakesItsFullTime) {
+  ASSERT_TRUE(isReady());
+  const GapMeter gap;
+  QElapsedTimer time;
+  time.start();
+  {
+    const Hanging hanging(velsim());
+    click(kCamera);
+    click(kLaser);
+    QTest::keyClick(&window, Qt::Key_F5);
+    QTest::keyClicks(&window.search(), "camera");
+    window.search().clear();
+    EXPECT_TRUE(card(kCamera).isInProgress());
+    for (const Number& number : {kCamera, kLaser}) {
+      EXPECT_TRUE(ends(number));
+      EXPECT_THAT(problemOf(number), HasSubstr("No reply in time."));
+    }
+    EXPECT_TRUE(becomesUnavailable());
+    EXPECT_THAT(banner(), HasSubstr("if the service hangs, end it and start it."));
+  }
+  EXPECT_TRUE(isReady());
+
+  RecordProperty("longest_gap_ms", std::to_string(gap.longestMs()));
+  std::cout << "longest gap of the event loop: " << gap.longestMs() << " ms in " << time.elapsed()
+            << " ms\n";
+  const auto limit = vel::Client::timeLimit("connectDevice");
+  EXPECT_GE(time.elapsed(), 2 * limit.count()) << "the calls have not taken their time";
+  // A machine may be busy; a window that waits for one call would be here twice as long.
+  EXPECT_LT(gap.longestMs(), limit.count() / 2);
+}
+
+TEST_F(WindowTest, TheButtonLooksForTheServiceAtOnce) {
+  PanelModel patient(std::chrono::hours(1));
+  Window other(patient);
+  other.show();
+  const auto becomes = [&](PanelModel::Service service) {
+    return loopUntil([&] { return patient.service() == service; });
+  };
+  ASSERT_TRUE(becomes(PanelModel::Service::kReady));
+  {
+    const Hanging hanging(velsim());
+    patient.refresh();
+    ASSERT_TRUE(becomes(PanelModel::Service::kUnavailable));
+  }
+
+  QTest::mouseClick(&other.retryButton(), Qt::LeftButton);
+
+  EXPECT_TRUE(becomes(PanelModel::Service::kReady));
+  EXPECT_FALSE(other.hasBanner());
+}
+
+}  // namespace
+}  // namespace panel
