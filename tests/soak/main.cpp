@@ -186,6 +186,10 @@ int main(int argc, char** argv) {
   app.add_option("--seed", options.seed, "seed of the choice of sessions")->capture_default_str();
   app.add_option("--csv", options.csv, "file for the figures");
   CLI11_PARSE(app, argc, argv);
+  if (options.active < options.threads) {
+    std::fprintf(stderr, "soak: --active must be at least --threads, so that each has a session\n");
+    return EXIT_FAILURE;
+  }
   try {
     return soak::run(options);
   } catch (const std::exception& error) {

@@ -17,4 +17,14 @@ TEST(SoakTest, NothingGrowsInThreeSimulatedHoursWithAThousandSessions) {
   EXPECT_THAT(finished.err, testing::HasSubstr(" 0 calls without success\n"));
 }
 
+TEST(SoakTest, WantsASessionForEachThread) {
+  processes::Process::Options options;
+  options.command = {SOAK_PATH, "--hours", "1", "--threads", "2", "--active", "1"};
+
+  const processes::Finished finished = processes::run(options);
+
+  EXPECT_EQ(finished.status, 1);
+  EXPECT_THAT(finished.err, testing::StartsWith("soak: --active must be at least --threads"));
+}
+
 }  // namespace
