@@ -55,6 +55,12 @@ def blocks_of(text):
     return parts(text)[0]
 
 
+def commands_of(text):
+    """The commands in indented blocks, without what a block says behind each."""
+    return [re.sub(r"(  +| +# ).*$", "", line).strip()
+            for block in blocks_of(text) if block.kind == "" for line in block.text.splitlines() if line.strip()]
+
+
 def links_of(text):
     return [Link(target, number) for number, line in parts(text)[1]
             for target in LINK.findall(re.sub(r"`([^`\[\]]*)`", r"\1", re.sub(r"`[^`]*[\[\]][^`]*`(?!\])", "", line)))]

@@ -286,7 +286,13 @@ class PackageTest : public InstallTest {
     std::filesystem::remove_all(packages());
     std::filesystem::create_directories(packages());
     if (canPackage()) {
-      succeed({"sh", "-c", "cd \"$1\" && cpack -G DEB -B \"$2\"", "sh", kBuild, packages()});
+      // The command of the page, for this build in place of the reader's.
+      const std::string theirs = "build/release";
+      std::string command = "cd " + theirs + " && cpack";
+      ASSERT_THAT(contentOf(std::string(kSource) + "/docs/install.md"),
+                  HasSubstr("\n    " + command + "\n"));
+      command.replace(command.find(theirs), theirs.size(), "\"$1\"");
+      succeed({"sh", "-c", command + " -B \"$2\"", "sh", kBuild, packages()});
     }
   }
   void SetUp() override {
