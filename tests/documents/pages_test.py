@@ -19,7 +19,7 @@ import results
 RESULTS, REPOSITORY, BUILD = sys.argv[1:]
 sys.path.insert(0, os.path.join(REPOSITORY, "scripts", "docs"))
 
-from pages import anchors_of, blocks_of, documents, links_of  # noqa: E402
+from pages import anchors_of, blocks_of, documents, links_of, parts  # noqa: E402
 
 
 def read(path):
@@ -217,6 +217,18 @@ class CommandsTest(unittest.TestCase):
                             self.check(command)
                             count += 1
         self.assertGreater(count, 50)
+
+    def test_those_inside_sentences_too(self):
+        count = 0
+        for path, text in DOCUMENTS.items():
+            prose = "\n".join(line for _, line in parts(text)[1])
+            for span in re.findall(r"(?<!`)`([^`]+)`(?!`)", prose):
+                is_file = re.search(r"^\S+(?:/|\.(?:txt|h|cpp|html|json))$", span)
+                if re.match(r"(\./|scripts/|benchmarks/|build/)|(cmake|ctest|velctl|velsim)\s", span) and not is_file:
+                    with self.subTest(f"{path}: {span}"):
+                        self.check(span.split())
+                        count += 1
+        self.assertGreater(count, 100)
 
 
 class TroubleshootingTest(unittest.TestCase):
