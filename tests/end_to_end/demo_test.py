@@ -129,8 +129,9 @@ class DemoTest(unittest.TestCase):
         # The script handles it when the shell has ended.
         demo.terminate()
         demo.stdin.close()
-        self.assertEqual(demo.wait(LIMIT), 143)
+        output += demo.stdout.read()
         demo.stdout.close()
+        self.assertEqual(demo.wait(LIMIT), 143, output)
         self.expect_nothing_left(output)
 
     def test_explains_a_folder_without_programs(self):
