@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <utility>
 
+#include <QDrag>
+#include <QMimeData>
+
 namespace panel {
 namespace {
 
@@ -31,10 +34,28 @@ Card* Board::card(const Number& number) const {
   return found == cards_.end() ? nullptr : found->second.get();
 }
 
+void Board::startDrag(const Number& number) {
+  if (Card* const dragged = card(number)) {
+    auto* const carried = new QMimeData;
+    carried->setData(kNumberFormat, dragDataOf(number));
+    auto* const drag = new QDrag(this);
+    drag->setMimeData(carried);
+    drag->setPixmap(dragged->grab());
+    drag->exec(Qt::CopyAction);
+  }
+  isDragging_ = false;
+}
+
 Card& Board::cardOf(const Thing& thing) {
   std::unique_ptr<Card>& card = cards_[thing.number];
   if (!card) {
-    card = std::make_unique<Card>();
+    // Later, because the card may be gone before the drag has ended.
+    card = std::make_unique<Card>([this, number = thing.number] {
+      if (!std::exchange(isDragging_, true)) {
+        QMetaObject::invokeMethod(
+            this, [this, number] { startDrag(number); }, Qt::QueuedConnection);
+      }
+    });
     connect(&card->toggle(), &QCheckBox::clicked, this,
             [this, number = thing.number] { clicked_(number); });
   }

@@ -42,6 +42,7 @@ class Board : public QScrollArea {
   void resizeEvent(QResizeEvent* event) override;
 
  private:
+  void startDrag(const Number& number);
   Card& cardOf(const Thing& thing);
   void arrange();
   int columnsThatFit() const;
@@ -53,6 +54,7 @@ class Board : public QScrollArea {
   std::map<Number, std::unique_ptr<Card>> cards_;
   std::vector<Card*> shown_;  // in the order of their names
   int columns_ = 0;
+  bool isDragging_ = false;
 };
 
 }  // namespace panel

@@ -1,6 +1,10 @@
 #include "examples/panel/card.h"
 
+#include <utility>
+
+#include <QApplication>
 #include <QHBoxLayout>
+#include <QMouseEvent>
 #include <QVBoxLayout>
 
 namespace panel {
@@ -11,7 +15,7 @@ constexpr int kLeastWidth = 24;
 
 }  // namespace
 
-Card::Card() {
+Card::Card(Dragged dragged) : dragged_(std::move(dragged)) {
   setFrameShape(QFrame::StyledPanel);
   // A long reason must not take the width of other cards.
   setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
@@ -43,6 +47,18 @@ Card::Card() {
   rows->addWidget(&progress_);
   rows->addWidget(&problem_);
   rows->addStretch(1);
+}
+
+void Card::mousePressEvent(QMouseEvent* event) {
+  pressed_ = event->pos();
+}
+
+void Card::mouseMoveEvent(QMouseEvent* event) {
+  const bool isFar =
+      (event->pos() - pressed_).manhattanLength() >= QApplication::startDragDistance();
+  if (isFar && (event->buttons() & Qt::LeftButton) != 0) {
+    dragged_();
+  }
 }
 
 void Card::setThing(const Thing& thing, const QString& vm) {

@@ -4,6 +4,8 @@
 #ifndef EXAMPLES_PANEL_CARD_H
 #define EXAMPLES_PANEL_CARD_H
 
+#include <functional>
+
 #include <QFrame>
 #include <QLabel>
 #include <QProgressBar>
@@ -17,7 +19,10 @@ class Card : public QFrame {
   Q_DECLARE_TR_FUNCTIONS(panel::Card)
 
  public:
-  Card();
+  using Dragged = std::function<void()>;
+
+  // dragged: the mouse begins to drag the card.
+  explicit Card(Dragged dragged);
 
   // vm: where the switch attaches to; empty: none is chosen.
   void setThing(const Thing& thing, const QString& vm);
@@ -30,7 +35,13 @@ class Card : public QFrame {
   QString problem() const { return problem_.text(); }
   bool isInProgress() const { return progress_.isVisibleTo(this); }
 
+ protected:
+  void mousePressEvent(QMouseEvent* event) override;
+  void mouseMoveEvent(QMouseEvent* event) override;
+
  private:
+  const Dragged dragged_;
+  QPoint pressed_;
   QLabel kind_;
   QLabel name_;
   QLabel state_;

@@ -241,8 +241,19 @@ void PanelModel::apply(const Thing& change) {
 // --- Operations ----------------------------------------------------------------------------------
 
 void PanelModel::attach(const Number& number, const std::string& vm) {
-  run(number, [number, vm](const vel::Client& client) {
-    return std::visit([&](auto each) { return client.attach(vm, each); }, number);
+  const Thing* const thing = find(number);
+  const std::string before = thing && thing->isAttached() ? thing->vm : std::string();
+  if (before == vm) {
+    return;
+  }
+  run(number, [number, vm, before](const vel::Client& client) {
+    return std::visit(
+        [&](auto each) {
+          const vel::Result<void> detached =
+              before.empty() ? vel::Result<void>() : client.detach(before, each);
+          return detached ? client.attach(vm, each) : detached;
+        },
+        number);
   });
 }
 

@@ -54,6 +54,8 @@ class PanelModel : public QObject {
 
   // The thing is busy until the result is there; then it has changed, or has a problem. Nothing
   // happens to one that is busy, nor while the service is not available.
+  //
+  // attach    takes it from another VM first; nothing happens to one that is attached there
   void attach(const Number& number, const std::string& vm);
   void detach(const Number& number);
 

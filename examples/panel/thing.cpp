@@ -47,6 +47,23 @@ QString Thing::state() const {
   return tr("State %1").arg(vel::number(status));
 }
 
+QByteArray dragDataOf(const Number& number) {
+  const bool isPrinter = std::holds_alternative<vel::PrinterNumber>(number);
+  const auto value = std::visit([](auto each) { return each.value(); }, number);
+  return (isPrinter ? "printer " : "device ") + QByteArray::number(value);
+}
+
+std::optional<Number> numberIn(const QByteArray& dragData) {
+  const QList<QByteArray> words = dragData.split(' ');
+  bool isNumber = false;
+  const ushort value = words.back().toUShort(&isNumber);
+  if (words.size() != 2 || !isNumber) {
+    return std::nullopt;
+  }
+  return words.front() == "printer" ? Number(vel::PrinterNumber(value))
+                                    : Number(vel::DeviceNumber(value));
+}
+
 Thing thingOf(const vel::Device& device) {
   Thing thing;
   thing.number = device.number;

@@ -7,6 +7,7 @@
 #include <string>
 #include <variant>
 
+#include <QByteArray>
 #include <QCoreApplication>
 #include <QString>
 
@@ -40,6 +41,12 @@ struct Thing {
   // "Attached to win11".
   QString state() const;
 };
+
+// A number as the data of a drag.
+inline constexpr char kNumberFormat[] = "application/x-panel-number";
+QByteArray dragDataOf(const Number& number);
+// Nothing: the data is not from there.
+std::optional<Number> numberIn(const QByteArray& dragData);
 
 Thing thingOf(const vel::Device& device);
 Thing thingOf(const vel::Printer& printer);

@@ -1,14 +1,11 @@
 #include "examples/panel/window.h"
 
-#include <algorithm>
-#include <iterator>
 #include <map>
 
 #include <QAccessible>
 #include <QHBoxLayout>
 #include <QKeySequence>
 #include <QShortcut>
-#include <QSignalBlocker>
 #include <QSplitter>
 #include <QVBoxLayout>
 
@@ -17,12 +14,12 @@ namespace {
 
 enum Filters { kEverything, kDevices, kPrinters, kAttached, kNotAttached };
 
-constexpr int kNameRole = Qt::UserRole;
-
 }  // namespace
 
 Window::Window(PanelModel& model)
-    : model_(model), board_([this](const Number& number) { toggle(number); }) {
+    : model_(model),
+      vms_([this](const Number& number, const std::string& vm) { model_.attach(number, vm); }),
+      board_([this](const Number& number) { toggle(number); }) {
   setWindowTitle(tr("Devices and printers"));
   layOut();
   addShortcuts();
@@ -56,7 +53,6 @@ void Window::layOut() {
   auto* const left = new QWidget;
   auto* const vmsLabel = new QLabel(tr("&VMs"));
   vmsLabel->setBuddy(&vms_);
-  vms_.setAccessibleName(tr("VMs"));
   auto* const leftRows = new QVBoxLayout(left);
   leftRows->setContentsMargins(0, 0, 0, 0);
   leftRows->addWidget(vmsLabel);
@@ -129,27 +125,8 @@ void Window::showService() {
 
 // --- VMs -----------------------------------------------------------------------------------------
 
-QString Window::chosenVm() const {
-  const QListWidgetItem* const item = vms_.currentItem();
-  return item ? item->data(kNameRole).toString() : QString();
-}
-
 void Window::showVms() {
-  const QString chosen = chosenVm();
-  {
-    const QSignalBlocker blocker(vms_);
-    vms_.clear();
-    for (const std::string& vm : model_.vms()) {
-      auto* const item = new QListWidgetItem(&vms_);
-      item->setData(kNameRole, QString::fromStdString(vm));
-      if (item->data(kNameRole).toString() == chosen) {
-        vms_.setCurrentItem(item);
-      }
-    }
-    if (!vms_.currentItem()) {
-      vms_.setCurrentRow(0);
-    }
-  }
+  vms_.setVms(model_.vms());
   showThings();
 }
 
@@ -175,16 +152,15 @@ bool Window::passes(const Thing& thing) const {
 
 void Window::showThings() {
   board_.setThings(
-      model_.things(), [this](const Thing& thing) { return passes(thing); },
-      shownText(chosenVm().toStdString()));
+      model_.things(), [this](const Thing& thing) { return passes(thing); }, chosenVm());
   showCounts();
 }
 
 void Window::showThing(const Number& number) {
   const Thing* const thing = model_.find(number);
-  const bool isSameOrder = thing && board_.setThing(
-                                        *thing, [this](const Thing& each) { return passes(each); },
-                                        shownText(chosenVm().toStdString()));
+  const bool isSameOrder =
+      thing && board_.setThing(
+                   *thing, [this](const Thing& each) { return passes(each); }, chosenVm());
   if (isSameOrder) {
     showCounts();
   } else {
@@ -196,15 +172,12 @@ void Window::showCounts() {
   std::map<std::string, int> attached;
   int sum = 0;
   for (const auto& [number, thing] : model_.things()) {
-    sum += thing.isAttached() ? 1 : 0;
-    ++attached[thing.vm];
+    if (thing.isAttached()) {
+      ++attached[thing.vm];
+      ++sum;
+    }
   }
-  for (int row = 0; row < vms_.count(); ++row) {
-    QListWidgetItem& item = *vms_.item(row);
-    const std::string vm = item.data(kNameRole).toString().toStdString();
-    const int count = attached.count(vm) != 0 ? attached[vm] : 0;
-    item.setText(count == 0 ? shownText(vm) : tr("%1 (%2)").arg(shownText(vm)).arg(count));
-  }
+  vms_.setCounts(attached);
   summary_.setText(
       tr("%1 of %2 shown, %3 attached").arg(board_.count()).arg(model_.things().size()).arg(sum));
 }
@@ -216,8 +189,8 @@ void Window::toggle(const Number& number) {
   }
   if (thing->isAttached()) {
     model_.detach(number);
-  } else if (!chosenVm().isEmpty()) {
-    model_.attach(number, chosenVm().toStdString());
+  } else if (!vms_.chosen().empty()) {
+    model_.attach(number, vms_.chosen());
   }
 }
 

@@ -10,13 +10,13 @@
 #include <QFrame>
 #include <QLabel>
 #include <QLineEdit>
-#include <QListWidget>
 #include <QPointer>
 #include <QPushButton>
 #include <QWidget>
 
 #include "examples/panel/board.h"
 #include "examples/panel/panel_model.h"
+#include "examples/panel/vm_list.h"
 
 namespace panel {
 
@@ -27,7 +27,7 @@ class Window : public QWidget {
   // The model must outlive the window.
   explicit Window(PanelModel& model);
 
-  QListWidget& vms() { return vms_; }
+  VmList& vms() { return vms_; }
   QLineEdit& search() { return search_; }
   QComboBox& filter() { return filter_; }
   Board& board() { return board_; }
@@ -47,15 +47,14 @@ class Window : public QWidget {
   void showCounts();
   void toggle(const Number& number);
   bool passes(const Thing& thing) const;
-  // Empty: none is chosen.
-  QString chosenVm() const;
+  QString chosenVm() const { return shownText(vms_.chosen()); }
 
   PanelModel& model_;
   QFrame banner_;
   QLabel bannerText_;
   QPushButton retryButton_;
   QWidget content_;
-  QListWidget vms_;
+  VmList vms_;
   QLineEdit search_;
   QComboBox filter_;
   Board board_;

@@ -1,6 +1,9 @@
 #include "tests/panel/window_test.h"
 
 #include <QAccessible>
+#include <QDrag>
+#include <QDropEvent>
+#include <QMimeData>
 
 namespace panel {
 namespace {
@@ -91,6 +94,80 @@ TEST_F(WindowTest, EverythingThatTakesTheFocusHasANameForAScreenReader) {
   const auto* const toggle = QAccessible::queryAccessibleInterface(&card(kCamera).toggle());
   EXPECT_EQ(toggle->role(), QAccessible::CheckBox);
   EXPECT_EQ(toggle->text(QAccessible::Name).toStdString(), "Attach Built-in camera to debian");
+}
+
+// Sees what a drag carries. Qt's offscreen platform ends every drag where it begins, so a test has
+// to drop by itself.
+class DragWatcher : public QObject {
+ public:
+  DragWatcher() { QCoreApplication::instance()->installEventFilter(this); }
+
+  const QByteArray& carried() const { return carried_; }
+
+ protected:
+  bool eventFilter(QObject* watched, QEvent* event) override {
+    const auto* const drag = dynamic_cast<QDrag*>(watched);
+    if (drag && event->type() == QEvent::DeferredDelete) {
+      carried_ = drag->mimeData()->data(kNumberFormat);
+    }
+    return false;
+  }
+
+ private:
+  QByteArray carried_;
+};
+
+TEST_F(WindowTest, ACardIsDraggedOntoAVm) {
+  ASSERT_TRUE(isReady());
+  const DragWatcher watcher;
+  Card& dragged = card(kCamera);
+  QTest::mousePress(&dragged, Qt::LeftButton, Qt::NoModifier, QPoint(8, 8));
+  QTest::mouseMove(&dragged, QPoint(9, 8));
+  QMouseEvent move(QEvent::MouseMove, QPointF(9.0 + QApplication::startDragDistance(), 8),
+                   Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
+  QCoreApplication::sendEvent(&dragged, &move);
+  ASSERT_TRUE(loopUntil([&] { return !watcher.carried().isEmpty(); }));
+  QMimeData carried;
+  carried.setData(kNumberFormat, watcher.carried());
+
+  const auto dropOn = [&](const QMimeData& data, const QPoint& place) {
+    QWidget* const target = window.vms().viewport();
+    QDragEnterEvent enter(place, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(target, &enter);
+    QDragMoveEvent over(place, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(target, &over);
+    if (enter.isAccepted() && over.isAccepted()) {
+      QDropEvent drop(place, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+      QCoreApplication::sendEvent(target, &drop);
+    }
+    return enter.isAccepted() && over.isAccepted();
+  };
+  const auto placeOf = [&](int row) {
+    return window.vms().visualItemRect(window.vms().item(row)).center();
+  };
+
+  EXPECT_TRUE(dropOn(carried, placeOf(1)));
+  EXPECT_TRUE(card(kCamera).isInProgress());
+  EXPECT_TRUE(ends(kCamera));
+  EXPECT_EQ(stateOf(kCamera), "Attached to ubuntu");
+  EXPECT_TRUE(dropOn(carried, placeOf(3)));
+  EXPECT_TRUE(ends(kCamera));
+  EXPECT_EQ(stateOf(kCamera), "Attached to win11");
+  EXPECT_EQ(window.vms().chosen(), "debian") << "a drop chooses nothing";
+
+  // Beside the VMs, and other data.
+  EXPECT_FALSE(dropOn(carried, QPoint(5, window.vms().viewport()->height() - 1)));
+  QMimeData text;
+  text.setText("device 12");
+  EXPECT_FALSE(dropOn(text, placeOf(1)));
+}
+
+TEST_F(WindowTest, OtherDataIsNotTakenForACard) {
+  EXPECT_EQ(numberIn(dragDataOf(kCamera)), kCamera);
+  EXPECT_EQ(numberIn(dragDataOf(kLaser)), kLaser);
+  for (const char* const data : {"", "device", "device x", "device 70000", "device 1 2", " "}) {
+    EXPECT_FALSE(numberIn(data)) << data;
+  }
 }
 
 // --- Failures ------------------------------------------------------------------------------------
