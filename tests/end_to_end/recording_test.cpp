@@ -62,6 +62,17 @@ class RecordingTest : public EndToEndTest {
     return found;
   }
 
+  // How many answers to a method there are. The recorder may still be writing.
+  int answersTo(const std::string& method) const {
+    int found = 0;
+    std::istringstream lines(content());
+    for (std::string line; std::getline(lines, line);) {
+      const bool isReply = line.find("\"kind\":\"reply\"") != std::string::npos;
+      found += isReply && line.find("\"method\":\"" + method + "\",") != std::string::npos ? 1 : 0;
+    }
+    return found;
+  }
+
   VelsimProcess::Options recorderOf(const VelsimProcess& service,
                                     const std::string& address = "") const {
     VelsimProcess::Options options;
@@ -141,6 +152,8 @@ TEST_P(RecorderTest, TheDeathOfTheServiceIsADeathToItsClientsAndItsReturnAReturn
   EXPECT_TRUE(comesTrue([&] {
     return processes::withoutWatchTimes(watch.out()) == diedAndReturned;
   })) << watch.out();
+  // watch asks for the VMs after its line, too; without that answer the recording would lack it.
+  EXPECT_TRUE(comesTrue([&] { return answersTo("getVmList") >= 3; })) << content();
   EXPECT_EQ(processes::withoutWatchTimes(watch.end(SIGINT).out), diedAndReturned);
   EXPECT_EQ(recorder.stop(), 0) << recorder.log();
   EXPECT_EQ(count("gone"), 1u);
