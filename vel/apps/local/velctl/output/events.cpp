@@ -271,7 +271,6 @@ Json jsonOf(const SeenEvent& seen) {
   Json members = membersOfEvent(seen);
   // The VM stands there already.
   members.erase("vm");
-  members.erase("vmNumber");
   json.update(members);
   return json;
 }
