@@ -14,8 +14,8 @@ constexpr int kCardWidth = 34;
 
 }  // namespace
 
-Board::Board(Clicked clicked)
-    : clicked_(std::move(clicked)),
+Board::Board(Actions actions)
+    : actions_(std::move(actions)),
       sheet_(new QWidget),
       grid_(new QGridLayout(sheet_)),
       nothing_(new QLabel(tr("No device or printer matches."))) {
@@ -46,18 +46,23 @@ void Board::startDrag(const Number& number) {
   isDragging_ = false;
 }
 
+Card::Actions Board::actionsOf(const Number& number) {
+  return {[this, number] { actions_.toggle(number); },
+          // Later, because the card may be gone before the drag has ended.
+          [this, number] {
+            if (!std::exchange(isDragging_, true)) {
+              QMetaObject::invokeMethod(
+                  this, [this, number] { startDrag(number); }, Qt::QueuedConnection);
+            }
+          },
+          [this, number](vel::LocalPolicy policy) { actions_.setPolicy(number, policy); },
+          [this, number](bool isOn) { actions_.setAutoConnect(number, isOn); }};
+}
+
 Card& Board::cardOf(const Thing& thing) {
   std::unique_ptr<Card>& card = cards_[thing.number];
   if (!card) {
-    // Later, because the card may be gone before the drag has ended.
-    card = std::make_unique<Card>([this, number = thing.number] {
-      if (!std::exchange(isDragging_, true)) {
-        QMetaObject::invokeMethod(
-            this, [this, number] { startDrag(number); }, Qt::QueuedConnection);
-      }
-    });
-    connect(&card->toggle(), &QCheckBox::clicked, this,
-            [this, number = thing.number] { clicked_(number); });
+    card = std::make_unique<Card>(actionsOf(thing.number));
   }
   return *card;
 }
@@ -122,8 +127,9 @@ void Board::arrange() {
     grid_->addWidget(card, place / columns, place % columns);
     card->setVisible(true);
     if (before) {
-      setTabOrder(&before->toggle(), &card->toggle());
+      setTabOrder(&before->more(), &card->toggle());
     }
+    setTabOrder(&card->toggle(), &card->more());
     before = card;
     ++place;
   }

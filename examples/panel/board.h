@@ -21,10 +21,14 @@ class Board : public QScrollArea {
 
  public:
   using Filter = std::function<bool(const Thing&)>;
-  using Clicked = std::function<void(const Number&)>;
+  // What a person may do with a card.
+  struct Actions {
+    std::function<void(const Number&)> toggle;
+    std::function<void(const Number&, vel::LocalPolicy)> setPolicy;
+    std::function<void(const Number&, bool)> setAutoConnect;
+  };
 
-  // clicked receives the number of a card whose switch was clicked.
-  explicit Board(Clicked clicked);
+  explicit Board(Actions actions);
 
   // Shows the things that the filter lets pass.
   //
@@ -43,11 +47,12 @@ class Board : public QScrollArea {
 
  private:
   void startDrag(const Number& number);
+  Card::Actions actionsOf(const Number& number);
   Card& cardOf(const Thing& thing);
   void arrange();
   int columnsThatFit() const;
 
-  const Clicked clicked_;
+  const Actions actions_;
   QWidget* const sheet_;
   QGridLayout* const grid_;
   QLabel* const nothing_;

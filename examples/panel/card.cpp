@@ -1,8 +1,7 @@
 #include "examples/panel/card.h"
 
-#include <utility>
-
 #include <QApplication>
+#include <QContextMenuEvent>
 #include <QHBoxLayout>
 #include <QMouseEvent>
 #include <QVBoxLayout>
@@ -15,7 +14,9 @@ constexpr int kLeastWidth = 24;
 
 }  // namespace
 
-Card::Card(Dragged dragged) : dragged_(std::move(dragged)) {
+Card::Card(const Actions& actions)
+    : actions_(actions), more_(actions.setPolicy, actions.setAutoConnect) {
+  connect(&switch_, &QCheckBox::clicked, this, actions.toggle);
   setFrameShape(QFrame::StyledPanel);
   // A long reason must not take the width of other cards.
   setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
@@ -43,10 +44,17 @@ Card::Card(Dragged dragged) : dragged_(std::move(dragged)) {
   auto* const line = new QHBoxLayout;
   line->addWidget(&switch_);
   line->addStretch(1);
+  line->addWidget(&more_);
   rows->addLayout(line);
   rows->addWidget(&progress_);
   rows->addWidget(&problem_);
   rows->addStretch(1);
+}
+
+void Card::contextMenuEvent(QContextMenuEvent* event) {
+  if (!more_.isHidden()) {
+    more_.menu().popup(event->globalPos());
+  }
 }
 
 void Card::mousePressEvent(QMouseEvent* event) {
@@ -57,7 +65,7 @@ void Card::mouseMoveEvent(QMouseEvent* event) {
   const bool isFar =
       (event->pos() - pressed_).manhattanLength() >= QApplication::startDragDistance();
   if (isFar && (event->buttons() & Qt::LeftButton) != 0) {
-    dragged_();
+    actions_.drag();
   }
 }
 
@@ -72,6 +80,7 @@ void Card::setThing(const Thing& thing, const QString& vm) {
   // While it is busy it keeps the focus, and does nothing.
   switch_.setEnabled(thing.isAttached() || !vm.isEmpty() || thing.isBusy);
   switch_.updateGeometry();
+  more_.setThing(thing);
   progress_.setVisible(thing.isBusy);
   problem_.setText(thing.problem.text());
   problem_.setVisible(!thing.problem.isEmpty());

@@ -10,6 +10,7 @@
 #include <QLabel>
 #include <QProgressBar>
 
+#include "examples/panel/more_button.h"
 #include "examples/panel/switch.h"
 #include "examples/panel/thing.h"
 
@@ -19,15 +20,21 @@ class Card : public QFrame {
   Q_DECLARE_TR_FUNCTIONS(panel::Card)
 
  public:
-  using Dragged = std::function<void()>;
+  struct Actions {
+    std::function<void()> toggle;
+    std::function<void()> drag;  // the mouse begins to drag the card
+    MoreButton::PolicyChosen setPolicy;
+    MoreButton::AutoConnectChosen setAutoConnect;
+  };
 
-  // dragged: the mouse begins to drag the card.
-  explicit Card(Dragged dragged);
+  // actions: what a person may do with the card.
+  explicit Card(const Actions& actions);
 
   // vm: where the switch attaches to; empty: none is chosen.
   void setThing(const Thing& thing, const QString& vm);
 
   Switch& toggle() { return switch_; }
+  MoreButton& more() { return more_; }
   QString name() const { return name_.text(); }
   QString kind() const { return kind_.text(); }
   QString state() const { return state_.text(); }
@@ -36,16 +43,18 @@ class Card : public QFrame {
   bool isInProgress() const { return progress_.isVisibleTo(this); }
 
  protected:
+  void contextMenuEvent(QContextMenuEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
   void mouseMoveEvent(QMouseEvent* event) override;
 
  private:
-  const Dragged dragged_;
+  const Actions actions_;
   QPoint pressed_;
   QLabel kind_;
   QLabel name_;
   QLabel state_;
   Switch switch_;
+  MoreButton more_;
   QProgressBar progress_;
   QLabel problem_;
 };

@@ -19,6 +19,7 @@ struct PanelModel::Link {
 struct PanelModel::Lists {
   std::vector<std::string> vms;
   std::vector<Thing> things;
+  std::map<vel::DeviceType, bool> autoConnect;
 };
 
 struct PanelModel::Outcome {
@@ -166,6 +167,13 @@ vel::Result<PanelModel::Lists> PanelModel::readLists(const vel::Client& client) 
   }
   for (const vel::Device& device : *devices) {
     lists.things.push_back(thingOf(device));
+    if (lists.autoConnect.count(device.type) == 0) {
+      const auto setting = client.autoConnect(device.type);
+      if (!setting) {
+        return vel::unexpected<vel::Error>(setting.error());
+      }
+      lists.autoConnect[device.type] = *setting != 0;
+    }
   }
   for (const vel::Printer& printer : *printers) {
     lists.things.push_back(thingOf(printer));
@@ -184,9 +192,11 @@ void PanelModel::takeLists(const vel::Result<Lists>& lists) {
   if (!lists) {
     setService(Service::kUnavailable, problemOf(lists.error()));
   } else {
+    autoConnect_ = lists->autoConnect;
     Things things;
     for (const Thing& thing : lists->things) {
       Thing& now = things[thing.number] = thing;
+      now.isAutoConnected = isAutoConnected(now);
       if (const Thing* const before = find(thing.number)) {
         now.isBusy = before->isBusy;
         now.problem = before->problem;
@@ -236,6 +246,12 @@ void PanelModel::apply(const Thing& change) {
   thing = change;
   thing.isBusy = isBusy;
   thing.problem = problem;
+  thing.isAutoConnected = isAutoConnected(thing);
+}
+
+bool PanelModel::isAutoConnected(const Thing& thing) const {
+  const auto setting = thing.type ? autoConnect_.find(*thing.type) : autoConnect_.end();
+  return setting != autoConnect_.end() && setting->second;
 }
 
 // --- Operations ----------------------------------------------------------------------------------
@@ -264,6 +280,29 @@ void PanelModel::detach(const Number& number) {
   });
 }
 
+void PanelModel::setPolicy(const Number& number, vel::LocalPolicy policy) {
+  const Thing* const thing = find(number);
+  const auto* const device = std::get_if<vel::DeviceNumber>(&number);
+  if (thing && device) {
+    run(number, [device = *device, policy, name = thing->fullName,
+                 text = thing->policyText](const vel::Client& client) {
+      return client.setLocalPolicy(device, policy, name, text);
+    });
+  }
+}
+
+void PanelModel::setAutoConnect(const Number& number, bool isOn) {
+  const Thing* const thing = find(number);
+  if (thing && thing->type) {
+    run(
+        number,
+        [type = *thing->type, isOn](const vel::Client& client) {
+          return client.setAutoConnect(type, isOn ? 1 : 0);
+        },
+        Reach::kEverything);
+  }
+}
+
 namespace {
 
 template <typename Record>
@@ -290,7 +329,7 @@ bool hasAnswered(const vel::Result<void>& result) {
 
 }  // namespace
 
-void PanelModel::run(const Number& number, Operation operation) {
+void PanelModel::run(const Number& number, Operation operation, Reach reach) {
   const auto found = things_.find(number);
   if (found == things_.end() || found->second.isBusy || service_ != Service::kReady) {
     return;
@@ -310,16 +349,16 @@ void PanelModel::run(const Number& number, Operation operation) {
     }
     return outcome;
   };
-  const auto finished = [self = QPointer<PanelModel>(this),
-                         number](const vel::Result<Outcome>& outcome) {
+  const auto finished = [self = QPointer<PanelModel>(this), number,
+                         reach](const vel::Result<Outcome>& outcome) {
     if (self) {
-      self->finish(number, outcome ? *outcome : Outcome{outcome.error(), std::nullopt});
+      self->finish(number, outcome ? *outcome : Outcome{outcome.error(), std::nullopt}, reach);
     }
   };
   link_->client.start(operate, finished, executor_).detach();
 }
 
-void PanelModel::finish(const Number& number, const Outcome& outcome) {
+void PanelModel::finish(const Number& number, const Outcome& outcome, Reach reach) {
   // An event is newer than the record, or the same.
   const bool isReported = reported_.count(number) != 0;
   const auto found = things_.find(number);
@@ -333,7 +372,7 @@ void PanelModel::finish(const Number& number, const Outcome& outcome) {
     }
     emit thingChanged(number);
   }
-  if (!outcome.thing) {
+  if (!outcome.thing || reach == Reach::kEverything) {
     // Whether the service is there, and what it has done.
     refresh();
   }

@@ -59,6 +59,11 @@ class PanelModel : public QObject {
   void attach(const Number& number, const std::string& vm);
   void detach(const Number& number);
 
+  // Of a device; nothing happens to a printer.
+  void setPolicy(const Number& number, vel::LocalPolicy policy);
+  // Whether the service attaches devices of this type when they are plugged in.
+  void setAutoConnect(const Number& number, bool isOn);
+
   // Reads everything again. One reading is under way at a time.
   void refresh();
 
@@ -81,8 +86,11 @@ class PanelModel : public QObject {
   void takeChange(const Thing& change);
   void takeDeath();
   void apply(const Thing& change);
-  void run(const Number& number, Operation operation);
-  void finish(const Number& number, const Outcome& outcome);
+  bool isAutoConnected(const Thing& thing) const;
+  // reach: what the operation changes, which is read again behind it
+  enum class Reach { kThing, kEverything };
+  void run(const Number& number, Operation operation, Reach reach = Reach::kThing);
+  void finish(const Number& number, const Outcome& outcome, Reach reach);
   void setService(Service service, const Problem& problem);
 
   // A function for the loop of this object, which does nothing when the object has gone.
@@ -98,6 +106,7 @@ class PanelModel : public QObject {
   Problem problem_;
   std::vector<std::string> vms_;
   Things things_;
+  std::map<vel::DeviceType, bool> autoConnect_;
 
   bool isReading_ = false;
   bool isReadingWanted_ = false;  // after the one that is under way

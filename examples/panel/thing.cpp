@@ -30,7 +30,8 @@ QString Thing::state() const {
     case vel::DeviceStatus::kGone:
       return tr("Gone");
     case vel::DeviceStatus::kAvailable:
-      return tr("On this machine");
+      return policy == vel::LocalPolicy::kForbidden ? tr("On this machine, must not be attached")
+                                                    : tr("On this machine");
     case vel::DeviceStatus::kAttached:
       return vm.empty() ? tr("Attached to a VM") : tr("Attached to %1").arg(shownText(vm));
     case vel::DeviceStatus::kIgnored:
@@ -70,6 +71,9 @@ Thing thingOf(const vel::Device& device) {
   thing.name = shownText(device.name);
   thing.status = device.status;
   thing.type = device.type;
+  thing.policy = device.policy;
+  thing.fullName = device.name;
+  thing.policyText = device.policyText;
   thing.vm = device.isAttached() ? device.vm : std::string();
   return thing;
 }

@@ -27,7 +27,12 @@ struct Thing {
   QString name;
   vel::DeviceStatus status = vel::DeviceStatus::kGone;
   std::optional<vel::DeviceType> type;  // none: a printer
-  std::string vm;                       // where it is attached; empty: nowhere, or not known
+  vel::LocalPolicy policy = vel::LocalPolicy::kNone;
+  bool isAutoConnected = false;  // of its type: the service attaches it when it is plugged in
+  // As the service has them.
+  std::string fullName;
+  std::string policyText;
+  std::string vm;  // where it is attached; empty: nowhere, or not known
 
   // Of the last attaching or detaching.
   bool isBusy = false;

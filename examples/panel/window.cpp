@@ -19,7 +19,11 @@ enum Filters { kEverything, kDevices, kPrinters, kAttached, kNotAttached };
 Window::Window(PanelModel& model)
     : model_(model),
       vms_([this](const Number& number, const std::string& vm) { model_.attach(number, vm); }),
-      board_([this](const Number& number) { toggle(number); }) {
+      board_({[this](const Number& number) { toggle(number); },
+              [this](const Number& number, vel::LocalPolicy policy) {
+                model_.setPolicy(number, policy);
+              },
+              [this](const Number& number, bool isOn) { model_.setAutoConnect(number, isOn); }}) {
   setWindowTitle(tr("Devices and printers"));
   layOut();
   addShortcuts();

@@ -105,6 +105,43 @@ TEST_F(ModelTest, AThingThatIsTakenAndNotAttachedHasAProblem) {
   EXPECT_EQ(problemOf(kCamera), "The cable is loose. See the service's log.");
 }
 
+TEST_F(ModelTest, SetsThePolicyOfADevice) {
+  ASSERT_TRUE(becomes(Service::kReady));
+
+  model.setPolicy(kCamera, vel::LocalPolicy::kForbidden);
+  EXPECT_TRUE(ends(kCamera));
+  EXPECT_EQ(stateOf(kCamera), "On this machine, must not be attached");
+  EXPECT_EQ(model.find(kCamera)->name.toStdString(), "Built-in camera");
+  model.attach(kCamera, "win11");
+  EXPECT_TRUE(ends(kCamera));
+  EXPECT_THAT(problemOf(kCamera), HasSubstr("Change its policy"));
+
+  model.setPolicy(kCamera, vel::LocalPolicy::kNone);
+  EXPECT_TRUE(ends(kCamera));
+  EXPECT_EQ(model.find(kCamera)->policy, vel::LocalPolicy::kNone);
+  EXPECT_EQ(problemOf(kCamera), "");
+  model.setPolicy(kLaser, vel::LocalPolicy::kForbidden);
+  EXPECT_FALSE(model.find(kLaser)->isBusy) << "a printer has no policy";
+}
+
+TEST_F(ModelTest, AutoConnectHoldsForAllDevicesOfAType) {
+  ASSERT_TRUE(becomes(Service::kReady));
+  const vel::DeviceNumber plugged = plug("camera \"Front camera\"");
+  ASSERT_TRUE(loopUntil([&] { return model.find(plugged) != nullptr; }));
+  EXPECT_FALSE(model.find(plugged)->isAutoConnected);
+
+  model.setAutoConnect(kCamera, true);
+
+  EXPECT_TRUE(loopUntil([&] { return model.find(plugged)->isAutoConnected; }));
+  EXPECT_TRUE(model.find(kCamera)->isAutoConnected);
+  EXPECT_FALSE(model.find(kStick)->isAutoConnected);
+  const vel::Result<std::int32_t> setting = vel::Client().autoConnect(vel::DeviceType::kCamera);
+  EXPECT_TRUE(setting && *setting == 1);
+  model.setAutoConnect(kCamera, false);
+  EXPECT_TRUE(loopUntil([&] { return !model.find(plugged)->isAutoConnected; }));
+  unplug(plugged);
+}
+
 TEST_F(ModelTest, KnowsTheResultWithoutAnEvent) {
   ASSERT_TRUE(becomes(Service::kReady));
   // The library drops an event without a record.

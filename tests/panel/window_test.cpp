@@ -90,7 +90,7 @@ TEST_F(WindowTest, EverythingThatTakesTheFocusHasANameForAScreenReader) {
       ++count;
     }
   }
-  EXPECT_EQ(count, 10) << "VMs, search, filter and seven switches";
+  EXPECT_EQ(count, 15) << "VMs, search, filter, seven switches and five menus";
   const auto* const toggle = QAccessible::queryAccessibleInterface(&card(kCamera).toggle());
   EXPECT_EQ(toggle->role(), QAccessible::CheckBox);
   EXPECT_EQ(toggle->text(QAccessible::Name).toStdString(), "Attach Built-in camera to debian");
@@ -160,6 +160,42 @@ TEST_F(WindowTest, ACardIsDraggedOntoAVm) {
   QMimeData text;
   text.setText("device 12");
   EXPECT_FALSE(dropOn(text, placeOf(1)));
+}
+
+TEST_F(WindowTest, TheMenuOfACardSetsPolicyAndAutoConnect) {
+  ASSERT_TRUE(isReady());
+  const auto chooseIn = [&](QAction& action) {
+    QMenu& menu = card(kCamera).more().menu();
+    menu.popup(window.mapToGlobal(QPoint(0, 0)));
+    QTest::mouseClick(&menu, Qt::LeftButton, Qt::NoModifier, menu.actionGeometry(&action).center());
+    EXPECT_FALSE(menu.isVisible());
+    EXPECT_TRUE(card(kCamera).isInProgress());
+    EXPECT_TRUE(ends(kCamera));
+  };
+  MoreButton& more = card(kCamera).more();
+  EXPECT_TRUE(more.policy(vel::LocalPolicy::kNone).isChecked());
+  EXPECT_FALSE(card(kLaser).more().isVisible());
+
+  chooseIn(more.policy(vel::LocalPolicy::kForbidden));
+  EXPECT_EQ(stateOf(kCamera), "On this machine, must not be attached");
+  EXPECT_TRUE(more.policy(vel::LocalPolicy::kForbidden).isChecked());
+  velsim().control("fault setLocalPolicy 1 error \"the disk is full\"");
+  chooseIn(more.policy(vel::LocalPolicy::kAllowed));
+  EXPECT_EQ(problemOf(kCamera), "The disk is full. See the service's log.");
+  EXPECT_TRUE(more.policy(vel::LocalPolicy::kForbidden).isChecked()) << "what the service has";
+
+  chooseIn(more.autoConnect());
+  EXPECT_TRUE(loopUntil([&] { return more.autoConnect().isChecked(); }));
+}
+
+TEST_F(WindowTest, TheContextMenuIsTheSame) {
+  ASSERT_TRUE(isReady());
+  for (const Number& number : {kCamera, kLaser}) {
+    QContextMenuEvent asked(QContextMenuEvent::Mouse, QPoint(8, 8));
+    QCoreApplication::sendEvent(&card(number), &asked);
+    EXPECT_EQ(card(number).more().menu().isVisible(), number == kCamera);
+    card(number).more().menu().close();
+  }
 }
 
 TEST_F(WindowTest, OtherDataIsNotTakenForACard) {
