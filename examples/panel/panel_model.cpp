@@ -359,20 +359,26 @@ void PanelModel::run(const Number& number, Operation operation, Reach reach) {
 }
 
 void PanelModel::finish(const Number& number, const Outcome& outcome, Reach reach) {
-  // An event is newer than the record, or the same.
   const bool isReported = reported_.count(number) != 0;
+  bool isDisputed = false;
   const auto found = things_.find(number);
   if (found != things_.end()) {
-    found->second.isBusy = false;
-    if (outcome.thing && !isReported) {
+    Thing& thing = found->second;
+    thing.isBusy = false;
+    if (outcome.thing) {
+      // The event may be older than the record, or newer.
+      isDisputed = isReported && thing.state() != outcome.thing->state();
       apply(*outcome.thing);
+      if (isReading_) {
+        changes_.push_back(*outcome.thing);
+      }
     }
     if (outcome.failure) {
-      found->second.problem = problemOf(*outcome.failure);
+      thing.problem = problemOf(*outcome.failure);
     }
     emit thingChanged(number);
   }
-  if (!outcome.thing || reach == Reach::kEverything) {
+  if (!outcome.thing || isDisputed || reach == Reach::kEverything) {
     // Whether the service is there, and what it has done.
     refresh();
   }

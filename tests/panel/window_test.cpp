@@ -225,6 +225,7 @@ TEST_F(WindowTest, TheReasonOfAFailureStandsOnTheCardUntilTheNextAttempt) {
   click(kStick);
   EXPECT_EQ(problemOf(kStick), "");
   EXPECT_TRUE(ends(kStick));
+  EXPECT_EQ(problemOf(kStick), "");
   EXPECT_EQ(stateOf(kStick), "Attached to debian");
 }
 
