@@ -179,12 +179,11 @@ void addThings(const Parameter& parameter, const ThingSource& things, Candidates
     const bool isUsable = isUnique && !thing.name.empty() && thing.name.front() != '-' &&
                           base::printable(thing.name) == thing.name &&
                           !numberIn(parameter, thing.name);
-    const bool isNumberTyped = !candidates->word().empty() && candidates->word().front() >= '0' &&
-                               candidates->word().front() <= '9';
     if (isUsable) {
       candidates->add(thing.name, nounOf(parameter.kind) + ' ' + number);
     }
-    if (!isUsable || isNumberTyped) {
+    // A number that has been begun fits; any other word is another's beginning.
+    if (!isUsable || !candidates->word().empty()) {
       candidates->add(number, thing.name);
     }
   }

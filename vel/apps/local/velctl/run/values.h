@@ -52,10 +52,8 @@ class Values {
   // The name of the VM in --vm or VM; empty for this machine, and when none was given.
   std::string vm() const { return has("VM") ? text("VM") : text("--vm"); }
   bool hasVm() const { return has("VM") || has("--vm"); }
-  // The service's number of that VM.
-  vel::VmNumber vmNumber() const {
-    return vel::VmNumber(number<std::uint32_t>(has("VM") ? "VM" : "--vm"));
-  }
+  // The service's number of the VM in --vm.
+  vel::VmNumber vmNumber() const { return vel::VmNumber(number<std::uint32_t>("--vm")); }
 
   vel::DeviceNumber device(const std::string& name = "DEVICE") const {
     return vel::DeviceNumber(number<std::uint16_t>(name));
