@@ -25,6 +25,15 @@ TEST_F(LocalOperationsTest, ConnectingReportsWhatIsMissing) {
   EXPECT_TRUE(unconnected.connect());
 }
 
+// A bus may begin its reason with the method, as after a time-out.
+TEST_F(LocalOperationsTest, AMessageNamesTheMethodOnce) {
+  bus.answer("getDeviceList", Reply::error("getDeviceList: late", MESSAGE_TYPE_NO_REPLY));
+  EXPECT_EQ(client.localDevices().error().message(), "getDeviceList: late");
+
+  bus.answer("getDeviceList", Reply::error("late", MESSAGE_TYPE_NO_REPLY));
+  EXPECT_EQ(client.localDevices().error().message(), "getDeviceList: late");
+}
+
 // Not what was missing at an earlier attempt.
 TEST_F(LocalOperationsTest, AfterDisconnectingTheServiceIsMissing) {
   qx::VelProxy fresh;

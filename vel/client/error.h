@@ -98,7 +98,12 @@ class Error {
   }
 
   // Method and reason on one line: "connectDevice: no service on the bus".
-  std::string message() const { return method_.empty() ? text_ : method_ + ": " + text_; }
+  std::string message() const {
+    const std::string beginning = method_ + ": ";
+    // The bus names the method in some of its reasons.
+    const bool isNamed = method_.empty() || text_.compare(0, beginning.size(), beginning) == 0;
+    return isNamed ? text_ : beginning + text_;
+  }
 
  private:
   ErrorKind kind_;
