@@ -45,7 +45,7 @@ NOT_RUN = {
          "scripts/fuzz --minimize codec"], ANOTHER),
     "docs/install.md": {
         "cmake --preset release && cmake --build --preset release": TREE,
-        "cd build/release && cpack": "install_tests run it as it stands, with a folder for the packages",
+        "cd build/release && cpack": "install_tests runs it as it stands, with a folder for the packages",
         "systemctl --user enable --now velsim": "changes what systemd starts for the user"},
     "docs/macos.md": dict.fromkeys(
         ["scripts/build-macos", "scripts/build-macos --release", "./test --macos"],
