@@ -9,6 +9,7 @@
 namespace panel {
 namespace {
 
+// As bytes: a service may choose names that are no text.
 constexpr int kNameRole = Qt::UserRole;
 
 bool isThing(const QDropEvent& event) {
@@ -23,7 +24,7 @@ VmList::VmList(Dropped dropped) : dropped_(std::move(dropped)) {
 }
 
 std::string VmList::vmOf(const QListWidgetItem* item) {
-  return item ? item->data(kNameRole).toString().toStdString() : std::string();
+  return item ? item->data(kNameRole).toByteArray().toStdString() : std::string();
 }
 
 std::string VmList::chosen() const {
@@ -36,7 +37,7 @@ void VmList::setVms(const std::vector<std::string>& vms) {
   clear();
   for (const std::string& vm : vms) {
     auto* const item = new QListWidgetItem(shownText(vm), this);
-    item->setData(kNameRole, QString::fromStdString(vm));
+    item->setData(kNameRole, QByteArray::fromStdString(vm));
     if (vm == before) {
       setCurrentItem(item);
     }
