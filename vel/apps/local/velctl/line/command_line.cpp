@@ -143,11 +143,11 @@ enum class Known {
 class Parser {
  public:
   Parser(const std::vector<std::string>& arguments, Known known)
-      : app_("Controls the peripheral-device service of this machine.", "velctl") {
+      : known_(known), app_("Controls the peripheral-device service of this machine.", "velctl") {
     app_.fallthrough();
     app_.require_subcommand(1);
     app_.set_version_flag("--version", "velctl " VELCTL_VERSION);
-    if (known == Known::kAll) {
+    if (knowsAll()) {
       app_.get_formatter()->column_width(kHelpColumn);
       app_.footer(footer());
     }
@@ -156,13 +156,14 @@ class Parser {
     }
     for (const Noun& noun : nouns()) {
       if (base::contains(arguments, noun.name)) {
-        addNoun(noun, arguments, known);
-      } else if (known == Known::kAll) {
+        addNoun(noun, arguments);
+      } else if (knowsAll()) {
         app_.add_subcommand(noun.name, summaryOf(noun));
       }
     }
   }
 
+  bool knowsAll() const { return known_ == Known::kAll; }
   const Arguments& global() const { return global_; }
   const Arguments& arguments() const { return arguments_; }
   const Command* chosen() const { return chosen_; }
@@ -188,7 +189,7 @@ class Parser {
   }
 
  private:
-  void addNoun(const Noun& noun, const std::vector<std::string>& arguments, Known known) {
+  void addNoun(const Noun& noun, const std::vector<std::string>& arguments) {
     CLI::App* group = nullptr;
     for (const Command& command : commands()) {
       const auto [first, verb] = nounAndVerb(command.path);
@@ -206,7 +207,7 @@ class Parser {
       }
       if (base::contains(arguments, verb)) {
         addCommand(*group->add_subcommand(verb, command.summary), command);
-      } else if (known == Known::kAll) {
+      } else if (knowsAll()) {
         group->add_subcommand(verb, command.summary);
       }
     }
@@ -232,6 +233,7 @@ class Parser {
     return text;
   }
 
+  const Known known_;
   CLI::App app_;
   Arguments global_;
   Arguments arguments_;
@@ -274,8 +276,7 @@ namespace {
 
 // The command and its arguments, or help, or a mistake. False when only a parser that knows all
 // commands can say which.
-bool parse(Parser& parser, Known known, const std::vector<std::string>& arguments,
-           ParsedLine* line) {
+bool parse(Parser& parser, const std::vector<std::string>& arguments, ParsedLine* line) {
   std::vector<std::string> reversed = guarded(arguments);
   std::reverse(reversed.begin(), reversed.end());
   try {
@@ -286,7 +287,7 @@ bool parse(Parser& parser, Known known, const std::vector<std::string>& argument
   } catch (const CLI::CallForVersion& version) {
     line->help = std::string(version.what()) + '\n';
   } catch (const CLI::ParseError& error) {
-    if (known != Known::kAll) {
+    if (!parser.knowsAll()) {
       return false;
     }
     const CLI::App& app = parser.named();
@@ -308,9 +309,9 @@ bool parse(Parser& parser, Known known, const std::vector<std::string>& argument
 ParsedLine parseLine(const std::vector<std::string>& arguments) {
   ParsedLine line;
   auto parser = std::make_unique<Parser>(arguments, Known::kOccurring);
-  if (!parse(*parser, Known::kOccurring, arguments, &line)) {
+  if (!parse(*parser, arguments, &line)) {
     parser = std::make_unique<Parser>(arguments, Known::kAll);
-    parse(*parser, Known::kAll, arguments, &line);
+    parse(*parser, arguments, &line);
   }
   if (line.command && line.command->rule) {
     const std::string broken = line.command->rule(line.arguments);
