@@ -3,7 +3,7 @@
 #include <QApplication>
 #include <QCommandLineParser>
 
-#include "examples/panel/panel_model.h"
+#include "examples/panel/service/service.h"
 #include "examples/panel/window.h"
 
 int main(int argc, char** argv) {
@@ -17,8 +17,8 @@ int main(int argc, char** argv) {
   parser.addHelpOption();
   parser.process(application);
 
-  panel::PanelModel model;
-  panel::Window window(model);
+  panel::Service service;
+  panel::Window window(service);
   window.show();
   return QApplication::exec();
 }

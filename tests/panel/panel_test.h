@@ -11,7 +11,7 @@
 
 #include <gmock/gmock.h>
 
-#include "examples/panel/panel_model.h"
+#include "examples/panel/things/things_model.h"
 #include "tests/client/loop_until.h"
 #include "vel/apps/local/velsim/testing/velsim_process.h"
 #include "vel/client/client.h"
@@ -63,11 +63,11 @@ class PanelTest : public testing::Test {
     return at == std::string::npos ? "" : list.substr(begin, list.find('\n', at) - begin);
   }
 
-  static bool isAttached(const PanelModel& model, const Number& number, const std::string& vm) {
+  static bool isAttached(const ThingsModel& model, const Number& number, const std::string& vm) {
     const Thing* const thing = model.find(number);
     return thing && thing->isAttached() && thing->vm == vm;
   }
-  static bool isIdle(const PanelModel& model, const Number& number) {
+  static bool isIdle(const ThingsModel& model, const Number& number) {
     const Thing* const thing = model.find(number);
     return thing && !thing->isBusy;
   }

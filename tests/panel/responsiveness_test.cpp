@@ -47,8 +47,8 @@ TEST_F(WindowTest, TheEventLoopGoesOnWhileEveryCallTakesItsFullTime) {
     click(kCamera);
     click(kLaser);
     QTest::keyClick(&window, Qt::Key_F5);
-    QTest::keyClicks(&window.search(), "camera");
-    window.search().clear();
+    QTest::keyClicks(&page.search(), "camera");
+    page.search().clear();
     EXPECT_TRUE(card(kCamera).isInProgress());
     for (const Number& number : {kCamera, kLaser}) {
       EXPECT_TRUE(ends(number));
@@ -69,22 +69,22 @@ TEST_F(WindowTest, TheEventLoopGoesOnWhileEveryCallTakesItsFullTime) {
 }
 
 TEST_F(WindowTest, TheButtonLooksForTheServiceAtOnce) {
-  PanelModel patient(std::chrono::hours(1));
+  Service patient(std::chrono::hours(1));
   Window other(patient);
   other.show();
-  const auto becomes = [&](PanelModel::Service service) {
-    return loopUntil([&] { return patient.service() == service; });
+  const auto becomes = [&](Service::State state) {
+    return loopUntil([&] { return patient.state() == state; });
   };
-  ASSERT_TRUE(becomes(PanelModel::Service::kReady));
+  ASSERT_TRUE(becomes(Service::State::kReady));
   {
     const Hanging hanging(velsim());
     patient.refresh();
-    ASSERT_TRUE(becomes(PanelModel::Service::kUnavailable));
+    ASSERT_TRUE(becomes(Service::State::kUnavailable));
   }
 
   QTest::mouseClick(&other.retryButton(), Qt::LeftButton);
 
-  EXPECT_TRUE(becomes(PanelModel::Service::kReady));
+  EXPECT_TRUE(becomes(Service::State::kReady));
   EXPECT_FALSE(other.hasBanner());
 }
 

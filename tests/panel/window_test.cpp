@@ -24,7 +24,7 @@ TEST_F(WindowTest, ShowsVmsAndACardForEachDeviceAndPrinter) {
                           "Memory stick", "Office laser", "Photo printer"));
   EXPECT_EQ(card(kCamera).kind().toStdString(), "Camera");
   EXPECT_EQ(stateOf(kCamera), "On this machine");
-  EXPECT_EQ(window.summary().toStdString(), "7 of 7 shown, 0 attached");
+  EXPECT_EQ(page.summary().toStdString(), "7 of 7 shown, 0 attached");
 }
 
 TEST_F(WindowTest, TheSwitchAttachesToTheChosenVmAndDetaches) {
@@ -43,7 +43,7 @@ TEST_F(WindowTest, TheSwitchAttachesToTheChosenVmAndDetaches) {
   }
   EXPECT_THAT(simulated("Built-in camera"), HasSubstr("in vm 102"));
   EXPECT_THAT(vmTexts(), ElementsAre("debian", "ubuntu", "win10 (2)", "win11"));
-  EXPECT_EQ(window.summary().toStdString(), "7 of 7 shown, 2 attached");
+  EXPECT_EQ(page.summary().toStdString(), "7 of 7 shown, 2 attached");
 
   // From where it is, whatever is chosen.
   choose("ubuntu");
@@ -60,12 +60,12 @@ TEST_F(WindowTest, IsUsedByKeyboardAlone) {
   ASSERT_EQ(window.focusWidget(), &window.vms());
   QTest::keyClick(window.focusWidget(), Qt::Key_End);
   QTest::keyClick(&window, Qt::Key_F, Qt::ControlModifier);
-  ASSERT_EQ(window.focusWidget(), &window.search());
+  ASSERT_EQ(window.focusWidget(), &page.search());
   QTest::keyClicks(window.focusWidget(), "camera");
   EXPECT_THAT(shownCards(), ElementsAre("Built-in camera"));
 
   QTest::keyClick(window.focusWidget(), Qt::Key_Tab);
-  EXPECT_EQ(window.focusWidget(), &window.filter());
+  EXPECT_EQ(window.focusWidget(), &page.filter());
   QTest::keyClick(window.focusWidget(), Qt::Key_Tab);
   ASSERT_EQ(window.focusWidget(), &card(kCamera).toggle());
   QTest::keyClick(window.focusWidget(), Qt::Key_Space);
@@ -82,7 +82,8 @@ TEST_F(WindowTest, EverythingThatTakesTheFocusHasANameForAScreenReader) {
   ASSERT_TRUE(isReady());
   int count = 0;
   for (QWidget* const widget : window.findChildren<QWidget*>()) {
-    if (widget->isVisible() && (widget->focusPolicy() & Qt::TabFocus) != 0) {
+    if (widget->isVisible() && (widget->focusPolicy() & Qt::TabFocus) != 0 &&
+        !widget->focusProxy()) {
       const auto* const accessible = QAccessible::queryAccessibleInterface(widget);
       ASSERT_NE(accessible, nullptr);
       EXPECT_FALSE(accessible->text(QAccessible::Name).isEmpty())
@@ -90,7 +91,7 @@ TEST_F(WindowTest, EverythingThatTakesTheFocusHasANameForAScreenReader) {
       ++count;
     }
   }
-  EXPECT_EQ(count, 15) << "VMs, search, filter, seven switches and five menus";
+  EXPECT_EQ(count, 16) << "VMs, pages, search, filter, seven switches and five menus";
   const auto* const toggle = QAccessible::queryAccessibleInterface(&card(kCamera).toggle());
   EXPECT_EQ(toggle->role(), QAccessible::CheckBox);
   EXPECT_EQ(toggle->text(QAccessible::Name).toStdString(), "Attach Built-in camera to debian");
@@ -273,16 +274,16 @@ TEST_F(WindowTest, SearchAndFilterChooseTheCards) {
   ASSERT_TRUE(isReady());
   ASSERT_TRUE(loopUntil([&] { return isAttached(model, kStick, "ubuntu"); }));
 
-  QTest::keyClicks(&window.search(), "PRINTER");
+  QTest::keyClicks(&page.search(), "PRINTER");
   EXPECT_THAT(shownCards(), ElementsAre("Label printer", "Office laser", "Photo printer"));
-  EXPECT_EQ(window.summary().toStdString(), "3 of 7 shown, 1 attached");
-  window.search().clear();
-  QTest::keyClicks(&window.search(), "ubuntu");
+  EXPECT_EQ(page.summary().toStdString(), "3 of 7 shown, 1 attached");
+  page.search().clear();
+  QTest::keyClicks(&page.search(), "ubuntu");
   EXPECT_THAT(shownCards(), ElementsAre("Memory stick"));
-  window.search().clear();
+  page.search().clear();
 
   const auto shownWithNextFilter = [&] {
-    QTest::keyClick(&window.filter(), Qt::Key_Down);
+    QTest::keyClick(&page.filter(), Qt::Key_Down);
     return shownCards();
   };
   EXPECT_EQ(shownWithNextFilter().size(), 5U) << "devices";
@@ -306,7 +307,7 @@ TEST_F(WindowTest, CardsComeAndGoWithTheirDevices) {
   EXPECT_TRUE(ends(plugged));
   EXPECT_EQ(stateOf(plugged), "Attached to debian");
   unplug(plugged);
-  EXPECT_TRUE(loopUntil([&] { return window.board().card(plugged) == nullptr; }));
+  EXPECT_TRUE(loopUntil([&] { return page.board().card(plugged) == nullptr; }));
   EXPECT_THAT(vmTexts(), ElementsAre("debian", "ubuntu", "win10", "win11"));
 }
 
@@ -321,12 +322,12 @@ TEST_F(WindowTest, EachOfManyDevicesHasACard) {
       numbers.pop_back();
     }
   }
-  ASSERT_TRUE(loopUntil([&] { return window.board().count() == 7 + 33; }));
+  ASSERT_TRUE(loopUntil([&] { return page.board().count() == 7 + 33; }));
   EXPECT_EQ(shownCards().size(), 7U + 33U);
   for (const vel::DeviceNumber number : numbers) {
     unplug(number);
   }
-  EXPECT_TRUE(loopUntil([&] { return window.board().count() == 7; }));
+  EXPECT_TRUE(loopUntil([&] { return page.board().count() == 7; }));
   EXPECT_EQ(shownCards().size(), 7U);
 }
 

@@ -9,6 +9,7 @@
 
 #include <QTest>
 
+#include "examples/panel/things/things_page.h"
 #include "examples/panel/window.h"
 #include "tests/panel/panel_test.h"
 
@@ -23,21 +24,21 @@ class WindowTest : public PanelTest {
   }
 
   bool isReady() {
-    return loopUntil([&] { return model.service() == PanelModel::Service::kReady; });
+    return loopUntil([&] { return service.isReady(); });
   }
   bool becomesUnavailable() {
-    return loopUntil([&] { return model.service() == PanelModel::Service::kUnavailable; });
+    return loopUntil([&] { return service.state() == Service::State::kUnavailable; });
   }
   // Runs the loop until the operation has ended.
   bool ends(const Number& number) {
     return loopUntil([&] { return isIdle(model, number); });
   }
   bool appears(const Number& number) {
-    return loopUntil([&] { return window.board().card(number) != nullptr; });
+    return loopUntil([&] { return page.board().card(number) != nullptr; });
   }
 
   Card& card(const Number& number) {
-    Card* const found = window.board().card(number);
+    Card* const found = page.board().card(number);
     if (!found) {
       throw std::runtime_error("there is no such card");
     }
@@ -64,7 +65,7 @@ class WindowTest : public PanelTest {
   // The names on the cards that are shown, in the order of the Tab key.
   std::vector<std::string> shownCards() {
     std::vector<std::string> names;
-    QWidget* const first = &window.filter();
+    QWidget* const first = &page.filter();
     for (QWidget* each = first->nextInFocusChain(); each != first;
          each = each->nextInFocusChain()) {
       auto* const toggle = dynamic_cast<Switch*>(each);
@@ -75,8 +76,10 @@ class WindowTest : public PanelTest {
     return names;
   }
 
-  PanelModel model{std::chrono::milliseconds(50)};
-  Window window{model};
+  Service service{std::chrono::milliseconds(50)};
+  Window window{service};
+  ThingsModel& model = window.things();
+  ThingsPage& page = window.pages().page<ThingsPage>();
 };
 
 }  // namespace panel

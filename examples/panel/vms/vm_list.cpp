@@ -1,4 +1,4 @@
-#include "examples/panel/vm_list.h"
+#include "examples/panel/vms/vm_list.h"
 
 #include <utility>
 
@@ -21,6 +21,7 @@ bool isThing(const QDropEvent& event) {
 VmList::VmList(Dropped dropped) : dropped_(std::move(dropped)) {
   setAcceptDrops(true);
   setAccessibleName(tr("VMs"));
+  connect(this, &QListWidget::currentItemChanged, this, &VmList::chosenChanged);
 }
 
 std::string VmList::vmOf(const QListWidgetItem* item) {
@@ -33,18 +34,21 @@ std::string VmList::chosen() const {
 
 void VmList::setVms(const std::vector<std::string>& vms) {
   const std::string before = chosen();
-  const QSignalBlocker blocker(this);
-  clear();
-  for (const std::string& vm : vms) {
-    auto* const item = new QListWidgetItem(shownText(vm), this);
-    item->setData(kNameRole, QByteArray::fromStdString(vm));
-    if (vm == before) {
-      setCurrentItem(item);
+  {
+    const QSignalBlocker blocker(this);
+    clear();
+    for (const std::string& vm : vms) {
+      auto* const item = new QListWidgetItem(shownText(vm), this);
+      item->setData(kNameRole, QByteArray::fromStdString(vm));
+      if (vm == before) {
+        setCurrentItem(item);
+      }
+    }
+    if (!currentItem()) {
+      setCurrentRow(0);
     }
   }
-  if (!currentItem()) {
-    setCurrentRow(0);
-  }
+  emit chosenChanged();
 }
 
 void VmList::setCounts(const std::map<std::string, int>& counts) {

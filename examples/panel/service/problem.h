@@ -1,7 +1,7 @@
 // Why something has failed, in words, and what to do about it.
 
-#ifndef EXAMPLES_PANEL_PROBLEM_H
-#define EXAMPLES_PANEL_PROBLEM_H
+#ifndef EXAMPLES_PANEL_SERVICE_PROBLEM_H
+#define EXAMPLES_PANEL_SERVICE_PROBLEM_H
 
 #include <QString>
 
@@ -27,4 +27,4 @@ QString shownText(const std::string& text);
 
 }  // namespace panel
 
-#endif  // EXAMPLES_PANEL_PROBLEM_H
+#endif  // EXAMPLES_PANEL_SERVICE_PROBLEM_H

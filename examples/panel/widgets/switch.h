@@ -1,8 +1,8 @@
 // A switch: on and off side by side, with a text. To a keyboard and a screen reader it is a check
 // box, but a click does not change it: the program does, when what was asked for is done.
 
-#ifndef EXAMPLES_PANEL_SWITCH_H
-#define EXAMPLES_PANEL_SWITCH_H
+#ifndef EXAMPLES_PANEL_WIDGETS_SWITCH_H
+#define EXAMPLES_PANEL_WIDGETS_SWITCH_H
 
 #include <QCheckBox>
 
@@ -25,4 +25,4 @@ class Switch : public QCheckBox {
 
 }  // namespace panel
 
-#endif  // EXAMPLES_PANEL_SWITCH_H
+#endif  // EXAMPLES_PANEL_WIDGETS_SWITCH_H

@@ -1,4 +1,4 @@
-#include "examples/panel/board.h"
+#include "examples/panel/things/board.h"
 
 #include <algorithm>
 #include <utility>

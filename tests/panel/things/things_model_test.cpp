@@ -1,6 +1,6 @@
-// The panel's model: what it knows of the service, and what it does there.
+// Devices and printers, what happens to them, and to the service meanwhile.
 
-#include "examples/panel/panel_model.h"
+#include "examples/panel/things/things_model.h"
 
 #include <algorithm>
 #include <iterator>
@@ -10,16 +10,18 @@
 namespace panel {
 namespace {
 
-using Service = PanelModel::Service;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
 constexpr std::chrono::milliseconds kRetryInterval{50};
 
-class ModelTest : public PanelTest {
+class ThingsModelTest : public PanelTest {
  protected:
-  bool becomes(Service service) {
-    return loopUntil([&] { return model.service() == service; });
+  bool isReady() {
+    return loopUntil([&] { return service.isReady(); });
+  }
+  bool becomesUnavailable() {
+    return loopUntil([&] { return service.state() == Service::State::kUnavailable; });
   }
   // Runs the loop until the operation has ended.
   bool ends(const Number& number) {
@@ -34,15 +36,16 @@ class ModelTest : public PanelTest {
     return thing ? thing->state().toStdString() : "it is gone";
   }
 
-  PanelModel model{kRetryInterval};
+  Service service{kRetryInterval};
+  ThingsModel model{service};
 };
 
-TEST_F(ModelTest, ListsVmsDevicesAndPrinters) {
-  EXPECT_EQ(model.service(), Service::kConnecting);
+TEST_F(ThingsModelTest, ListsVmsDevicesAndPrinters) {
+  EXPECT_EQ(service.state(), Service::State::kConnecting);
 
-  ASSERT_TRUE(becomes(Service::kReady));
+  ASSERT_TRUE(isReady());
 
-  EXPECT_THAT(model.vms(), ElementsAre("debian", "ubuntu", "win10", "win11"));
+  EXPECT_THAT(service.vms(), ElementsAre("debian", "ubuntu", "win10", "win11"));
   std::vector<std::string> shown;
   std::transform(model.things().begin(), model.things().end(), std::back_inserter(shown),
                  [](const Things::value_type& each) {
@@ -60,8 +63,8 @@ TEST_F(ModelTest, ListsVmsDevicesAndPrinters) {
 
 // --- Operations ----------------------------------------------------------------------------------
 
-TEST_F(ModelTest, AttachesAndDetaches) {
-  ASSERT_TRUE(becomes(Service::kReady));
+TEST_F(ThingsModelTest, AttachesAndDetaches) {
+  ASSERT_TRUE(isReady());
   for (const Number& number : {kCamera, kLaser}) {
     model.attach(number, "win11");
     EXPECT_TRUE(model.find(number)->isBusy);
@@ -80,8 +83,8 @@ TEST_F(ModelTest, AttachesAndDetaches) {
   EXPECT_THAT(simulated("Built-in camera"), testing::Not(HasSubstr("in vm 101")));
 }
 
-TEST_F(ModelTest, TakesAThingFromAnotherVm) {
-  ASSERT_TRUE(becomes(Service::kReady));
+TEST_F(ThingsModelTest, TakesAThingFromAnotherVm) {
+  ASSERT_TRUE(isReady());
   for (const Number& number : {kCamera, kLaser}) {
     for (const char* const vm : {"ubuntu", "win11", "win11"}) {
       model.attach(number, vm);
@@ -92,8 +95,8 @@ TEST_F(ModelTest, TakesAThingFromAnotherVm) {
   }
 }
 
-TEST_F(ModelTest, AThingThatIsTakenAndNotAttachedHasAProblem) {
-  ASSERT_TRUE(becomes(Service::kReady));
+TEST_F(ThingsModelTest, AThingThatIsTakenAndNotAttachedHasAProblem) {
+  ASSERT_TRUE(isReady());
   model.attach(kCamera, "ubuntu");
   ASSERT_TRUE(ends(kCamera));
   velsim().control("fault connectDevice 1 error \"the cable is loose\"");
@@ -105,8 +108,8 @@ TEST_F(ModelTest, AThingThatIsTakenAndNotAttachedHasAProblem) {
   EXPECT_EQ(problemOf(kCamera), "The cable is loose. See the service's log.");
 }
 
-TEST_F(ModelTest, SetsThePolicyOfADevice) {
-  ASSERT_TRUE(becomes(Service::kReady));
+TEST_F(ThingsModelTest, SetsThePolicyOfADevice) {
+  ASSERT_TRUE(isReady());
 
   model.setPolicy(kCamera, vel::LocalPolicy::kForbidden);
   EXPECT_TRUE(ends(kCamera));
@@ -124,8 +127,8 @@ TEST_F(ModelTest, SetsThePolicyOfADevice) {
   EXPECT_FALSE(model.find(kLaser)->isBusy) << "a printer has no policy";
 }
 
-TEST_F(ModelTest, AutoConnectHoldsForAllDevicesOfAType) {
-  ASSERT_TRUE(becomes(Service::kReady));
+TEST_F(ThingsModelTest, AutoConnectHoldsForAllDevicesOfAType) {
+  ASSERT_TRUE(isReady());
   const vel::DeviceNumber plugged = plug("camera \"Front camera\"");
   ASSERT_TRUE(loopUntil([&] { return model.find(plugged) != nullptr; }));
   EXPECT_FALSE(model.find(plugged)->isAutoConnected);
@@ -142,8 +145,8 @@ TEST_F(ModelTest, AutoConnectHoldsForAllDevicesOfAType) {
   unplug(plugged);
 }
 
-TEST_F(ModelTest, KnowsTheResultWithoutAnEvent) {
-  ASSERT_TRUE(becomes(Service::kReady));
+TEST_F(ThingsModelTest, KnowsTheResultWithoutAnEvent) {
+  ASSERT_TRUE(isReady());
   // The library drops an event without a record.
   velsim().control("fault events * empty-blocks");
 
@@ -153,8 +156,8 @@ TEST_F(ModelTest, KnowsTheResultWithoutAnEvent) {
   EXPECT_EQ(stateOf(kCamera), "Attached to win11");
 }
 
-TEST_F(ModelTest, ARefusalHasItsReasonAndWhatToDo) {
-  ASSERT_TRUE(becomes(Service::kReady));
+TEST_F(ThingsModelTest, ARefusalHasItsReasonAndWhatToDo) {
+  ASSERT_TRUE(isReady());
   // The library drops an event without a record, so the model does not know.
   velsim().control("fault events * empty-blocks");
   velsim().control("attach 12 \"ubuntu\"");
@@ -172,8 +175,8 @@ TEST_F(ModelTest, ARefusalHasItsReasonAndWhatToDo) {
   EXPECT_EQ(problemOf(kCamera), "");
 }
 
-TEST_F(ModelTest, AnErrorReplyIsAProblemOfItsThing) {
-  ASSERT_TRUE(becomes(Service::kReady));
+TEST_F(ThingsModelTest, AnErrorReplyIsAProblemOfItsThing) {
+  ASSERT_TRUE(isReady());
   velsim().control("fault connectDevice 1 error \"the cable is loose\"");
 
   model.attach(kStick, "win11");
@@ -181,11 +184,11 @@ TEST_F(ModelTest, AnErrorReplyIsAProblemOfItsThing) {
   EXPECT_TRUE(ends(kStick));
   EXPECT_EQ(problemOf(kStick), "The cable is loose. See the service's log.");
   EXPECT_EQ(stateOf(kStick), "On this machine");
-  EXPECT_EQ(model.service(), Service::kReady);
+  EXPECT_TRUE(service.isReady());
 }
 
-TEST_F(ModelTest, WhatTheServiceHasDoneWithoutAnAnswerIsShown) {
-  ASSERT_TRUE(becomes(Service::kReady));
+TEST_F(ThingsModelTest, WhatTheServiceHasDoneWithoutAnAnswerIsShown) {
+  ASSERT_TRUE(isReady());
   velsim().control("fault connectDevice 1 no-answer");
 
   model.attach(kStick, "win11");
@@ -195,8 +198,8 @@ TEST_F(ModelTest, WhatTheServiceHasDoneWithoutAnAnswerIsShown) {
   EXPECT_TRUE(loopUntil([&] { return isAttached(model, kStick, "win11"); }));
 }
 
-TEST_F(ModelTest, ABusyThingTakesNoOtherOperation) {
-  ASSERT_TRUE(becomes(Service::kReady));
+TEST_F(ThingsModelTest, ABusyThingTakesNoOtherOperation) {
+  ASSERT_TRUE(isReady());
   velsim().control("fault connectDevice 1 delay 300");
 
   model.attach(kCamera, "win11");
@@ -208,8 +211,8 @@ TEST_F(ModelTest, ABusyThingTakesNoOtherOperation) {
   EXPECT_EQ(problemOf(kCamera), "");
 }
 
-TEST_F(ModelTest, ADeviceThatIsUnpluggedDuringItsOperationIsGone) {
-  ASSERT_TRUE(becomes(Service::kReady));
+TEST_F(ThingsModelTest, ADeviceThatIsUnpluggedDuringItsOperationIsGone) {
+  ASSERT_TRUE(isReady());
   const vel::DeviceNumber plugged = plug("camera \"Front camera\"");
   ASSERT_TRUE(loopUntil([&] { return model.find(plugged) != nullptr; }));
   velsim().control("fault connectDevice 1 delay 500");
@@ -218,17 +221,17 @@ TEST_F(ModelTest, ADeviceThatIsUnpluggedDuringItsOperationIsGone) {
   unplug(plugged);
 
   EXPECT_TRUE(loopUntil([&] { return model.find(plugged) == nullptr; }));
-  model.refresh();
+  service.refresh();
   int readings = 0;
-  QObject::connect(&model, &PanelModel::thingsChanged, [&] { ++readings; });
+  QObject::connect(&model, &ThingsModel::thingsChanged, [&] { ++readings; });
   EXPECT_TRUE(loopUntil([&] { return readings > 0; }));
   EXPECT_EQ(model.find(plugged), nullptr);
 }
 
 // --- Events --------------------------------------------------------------------------------------
 
-TEST_F(ModelTest, FollowsWhatIsPluggedAndAttachedElsewhere) {
-  ASSERT_TRUE(becomes(Service::kReady));
+TEST_F(ThingsModelTest, FollowsWhatIsPluggedAndAttachedElsewhere) {
+  ASSERT_TRUE(isReady());
 
   const vel::DeviceNumber plugged = plug("camera \"Front camera\"");
   EXPECT_TRUE(loopUntil([&] { return model.find(plugged) != nullptr; }));
@@ -248,13 +251,13 @@ TEST_F(ModelTest, FollowsWhatIsPluggedAndAttachedElsewhere) {
 }
 
 // The list of devices has been answered when the device comes, and arrives behind the event.
-TEST_F(ModelTest, AListDoesNotUndoWhatAnEventHasReportedMeanwhile) {
-  ASSERT_TRUE(becomes(Service::kReady));
+TEST_F(ThingsModelTest, AListDoesNotUndoWhatAnEventHasReportedMeanwhile) {
+  ASSERT_TRUE(isReady());
   velsim().control("fault getPrinterList 1 delay 1000");
   int changes = 0;
-  QObject::connect(&model, &PanelModel::thingsChanged, [&] { ++changes; });
+  QObject::connect(&model, &ThingsModel::thingsChanged, [&] { ++changes; });
 
-  model.refresh();
+  service.refresh();
   ASSERT_TRUE(loopUntil([&] {
     QCoreApplication::postEvent(&model, new QEvent(QEvent::User));
     return velsim().control("faults").find("met 1") != std::string::npos;
@@ -267,15 +270,15 @@ TEST_F(ModelTest, AListDoesNotUndoWhatAnEventHasReportedMeanwhile) {
 
 // --- The service ---------------------------------------------------------------------------------
 
-TEST_F(ModelTest, ADeathIsShownAndTheNextServiceIsFound) {
-  ASSERT_TRUE(becomes(Service::kReady));
+TEST_F(ThingsModelTest, ADeathIsShownAndTheNextServiceIsFound) {
+  ASSERT_TRUE(isReady());
   const vel::DeviceNumber plugged = plug("camera \"Front camera\"");
   ASSERT_TRUE(loopUntil([&] { return model.find(plugged) != nullptr; }));
 
   velsim().kill();
 
-  ASSERT_TRUE(becomes(Service::kUnavailable));
-  EXPECT_THAT(model.problem().text().toStdString(),
+  ASSERT_TRUE(becomesUnavailable());
+  EXPECT_THAT(service.problem().text().toStdString(),
               HasSubstr("Start velserviced, or velsim to try without hardware."));
   EXPECT_NE(model.find(plugged), nullptr) << "what was there is still shown";
   model.attach(kCamera, "win11");
@@ -283,8 +286,8 @@ TEST_F(ModelTest, ADeathIsShownAndTheNextServiceIsFound) {
 
   velsim().start();
 
-  ASSERT_TRUE(becomes(Service::kReady));
-  EXPECT_EQ(model.problem().text(), "");
+  ASSERT_TRUE(isReady());
+  EXPECT_EQ(service.problem().text(), "");
   EXPECT_EQ(model.find(plugged), nullptr) << "the new service does not have it";
   const vel::DeviceNumber next = plug("camera \"Front camera\"");
   EXPECT_TRUE(loopUntil([&] { return model.find(next) != nullptr; }));
@@ -292,51 +295,54 @@ TEST_F(ModelTest, ADeathIsShownAndTheNextServiceIsFound) {
   EXPECT_TRUE(loopUntil([&] { return isAttached(model, kCamera, "ubuntu"); }));
 }
 
-TEST_F(ModelTest, AServiceThatDiesDuringAnOperationLeavesAProblem) {
-  ASSERT_TRUE(becomes(Service::kReady));
+TEST_F(ThingsModelTest, AServiceThatDiesDuringAnOperationLeavesAProblem) {
+  ASSERT_TRUE(isReady());
   velsim().control("fault connectDevice 1 death-before");
 
   model.attach(kCamera, "win11");
 
-  EXPECT_TRUE(becomes(Service::kUnavailable));
+  EXPECT_TRUE(becomesUnavailable());
   EXPECT_TRUE(ends(kCamera));
   EXPECT_NE(problemOf(kCamera), "");
   velsim().wait();
   velsim().start();
-  EXPECT_TRUE(becomes(Service::kReady));
+  EXPECT_TRUE(isReady());
 }
 
-TEST_F(ModelTest, AServiceThatHangsIsUnavailableUntilItGoesOn) {
-  ASSERT_TRUE(becomes(Service::kReady));
+TEST_F(ThingsModelTest, AServiceThatHangsIsUnavailableUntilItGoesOn) {
+  ASSERT_TRUE(isReady());
   {
     const Hanging hanging(velsim());
-    model.refresh();
-    ASSERT_TRUE(becomes(Service::kUnavailable));
-    EXPECT_THAT(model.problem().text().toStdString(), HasSubstr("end it and start it"));
+    service.refresh();
+    ASSERT_TRUE(becomesUnavailable());
+    EXPECT_THAT(service.problem().text().toStdString(), HasSubstr("end it and start it"));
   }
-  EXPECT_TRUE(becomes(Service::kReady));
+  EXPECT_TRUE(isReady());
 }
 
-TEST_F(ModelTest, AServiceThatStartsLaterIsFound) {
+TEST_F(ThingsModelTest, AServiceThatStartsLaterIsFound) {
   velsim().kill();
-  const PanelModel late(kRetryInterval);
-  EXPECT_TRUE(loopUntil([&] { return late.service() == Service::kUnavailable; }));
-  EXPECT_TRUE(late.things().empty());
+  Service late(kRetryInterval);
+  const ThingsModel things(late);
+  EXPECT_TRUE(loopUntil([&] { return late.state() == Service::State::kUnavailable; }));
+  EXPECT_TRUE(things.things().empty());
 
   velsim().start();
 
-  EXPECT_TRUE(loopUntil([&] { return late.service() == Service::kReady; }));
-  EXPECT_NE(late.find(kCamera), nullptr);
+  EXPECT_TRUE(loopUntil([&] { return late.isReady(); }));
+  EXPECT_NE(things.find(kCamera), nullptr);
 }
 
-TEST_F(ModelTest, MayGoWhileItsCallsRun) {
-  ASSERT_TRUE(becomes(Service::kReady));
+TEST_F(ThingsModelTest, MayGoWhileItsCallsRun) {
+  ASSERT_TRUE(isReady());
   velsim().control("fault connectDevice 1 delay 300");
   {
-    PanelModel other(kRetryInterval);
-    PanelModel soonGone(kRetryInterval);
-    ASSERT_TRUE(loopUntil([&] { return other.service() == Service::kReady; }));
-    other.attach(kCamera, "win11");
+    Service other(kRetryInterval);
+    ThingsModel things(other);
+    Service soonGone(kRetryInterval);
+    const ThingsModel itsThings(soonGone);
+    ASSERT_TRUE(loopUntil([&] { return other.isReady(); }));
+    things.attach(kCamera, "win11");
   }
   // The call goes on, and its result finds no one.
   EXPECT_TRUE(loopUntil([&] { return isAttached(model, kCamera, "win11"); }));

@@ -1,7 +1,7 @@
 // The cards, in as many columns as there is room for.
 
-#ifndef EXAMPLES_PANEL_BOARD_H
-#define EXAMPLES_PANEL_BOARD_H
+#ifndef EXAMPLES_PANEL_THINGS_BOARD_H
+#define EXAMPLES_PANEL_THINGS_BOARD_H
 
 #include <functional>
 #include <map>
@@ -11,8 +11,8 @@
 #include <QLabel>
 #include <QScrollArea>
 
-#include "examples/panel/card.h"
-#include "examples/panel/panel_model.h"
+#include "examples/panel/things/card.h"
+#include "examples/panel/things/things_model.h"
 
 namespace panel {
 
@@ -64,4 +64,4 @@ class Board : public QScrollArea {
 
 }  // namespace panel
 
-#endif  // EXAMPLES_PANEL_BOARD_H
+#endif  // EXAMPLES_PANEL_THINGS_BOARD_H

@@ -1,4 +1,4 @@
-#include "examples/panel/thing.h"
+#include "examples/panel/things/thing.h"
 
 namespace panel {
 

@@ -1,4 +1,4 @@
-#include "examples/panel/more_button.h"
+#include "examples/panel/things/more_button.h"
 
 #include <QActionGroup>
 

@@ -1,4 +1,4 @@
-#include "examples/panel/card.h"
+#include "examples/panel/things/card.h"
 
 #include <QApplication>
 #include <QContextMenuEvent>

@@ -1,8 +1,8 @@
 // The card of a device or a printer: kind, name, state, a switch that attaches it, the progress of
 // that, and the problem that it has left.
 
-#ifndef EXAMPLES_PANEL_CARD_H
-#define EXAMPLES_PANEL_CARD_H
+#ifndef EXAMPLES_PANEL_THINGS_CARD_H
+#define EXAMPLES_PANEL_THINGS_CARD_H
 
 #include <functional>
 
@@ -10,9 +10,9 @@
 #include <QLabel>
 #include <QProgressBar>
 
-#include "examples/panel/more_button.h"
-#include "examples/panel/switch.h"
-#include "examples/panel/thing.h"
+#include "examples/panel/things/more_button.h"
+#include "examples/panel/things/thing.h"
+#include "examples/panel/widgets/switch.h"
 
 namespace panel {
 
@@ -61,4 +61,4 @@ class Card : public QFrame {
 
 }  // namespace panel
 
-#endif  // EXAMPLES_PANEL_CARD_H
+#endif  // EXAMPLES_PANEL_THINGS_CARD_H

@@ -1,22 +1,21 @@
 // The list of VMs, onto which cards are dropped.
 
-#ifndef EXAMPLES_PANEL_VM_LIST_H
-#define EXAMPLES_PANEL_VM_LIST_H
+#ifndef EXAMPLES_PANEL_VMS_VM_LIST_H
+#define EXAMPLES_PANEL_VMS_VM_LIST_H
 
 #include <functional>
 #include <map>
 #include <string>
 #include <vector>
 
-#include <QCoreApplication>
 #include <QListWidget>
 
-#include "examples/panel/thing.h"
+#include "examples/panel/things/thing.h"
 
 namespace panel {
 
 class VmList : public QListWidget {
-  Q_DECLARE_TR_FUNCTIONS(panel::VmList)
+  Q_OBJECT
 
  public:
   using Dropped = std::function<void(const Number& number, const std::string& vm)>;
@@ -29,6 +28,10 @@ class VmList : public QListWidget {
   void setCounts(const std::map<std::string, int>& counts);
   // Empty: none is chosen.
   std::string chosen() const;
+
+ signals:
+  // The list, or the one that is chosen.
+  void chosenChanged();
 
  protected:
   void dragEnterEvent(QDragEnterEvent* event) override;
@@ -45,4 +48,4 @@ class VmList : public QListWidget {
 
 }  // namespace panel
 
-#endif  // EXAMPLES_PANEL_VM_LIST_H
+#endif  // EXAMPLES_PANEL_VMS_VM_LIST_H

@@ -1,4 +1,4 @@
-#include "examples/panel/problem.h"
+#include "examples/panel/service/problem.h"
 
 #include <string>
 #include <string_view>

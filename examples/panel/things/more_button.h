@@ -1,8 +1,8 @@
 // The menu of a device's card: its policy, and whether devices of its kind are attached by
 // themselves.
 
-#ifndef EXAMPLES_PANEL_MORE_BUTTON_H
-#define EXAMPLES_PANEL_MORE_BUTTON_H
+#ifndef EXAMPLES_PANEL_THINGS_MORE_BUTTON_H
+#define EXAMPLES_PANEL_THINGS_MORE_BUTTON_H
 
 #include <functional>
 #include <map>
@@ -11,7 +11,7 @@
 #include <QMenu>
 #include <QToolButton>
 
-#include "examples/panel/thing.h"
+#include "examples/panel/things/thing.h"
 
 namespace panel {
 
@@ -39,4 +39,4 @@ class MoreButton : public QToolButton {
 
 }  // namespace panel
 
-#endif  // EXAMPLES_PANEL_MORE_BUTTON_H
+#endif  // EXAMPLES_PANEL_THINGS_MORE_BUTTON_H

@@ -1,7 +1,7 @@
 // A device or a printer of this machine, as its card shows it.
 
-#ifndef EXAMPLES_PANEL_THING_H
-#define EXAMPLES_PANEL_THING_H
+#ifndef EXAMPLES_PANEL_THINGS_THING_H
+#define EXAMPLES_PANEL_THINGS_THING_H
 
 #include <optional>
 #include <string>
@@ -11,7 +11,7 @@
 #include <QCoreApplication>
 #include <QString>
 
-#include "examples/panel/problem.h"
+#include "examples/panel/service/problem.h"
 #include "vel/client/client.h"
 
 namespace panel {
@@ -58,4 +58,4 @@ Thing thingOf(const vel::Printer& printer);
 
 }  // namespace panel
 
-#endif  // EXAMPLES_PANEL_THING_H
+#endif  // EXAMPLES_PANEL_THINGS_THING_H

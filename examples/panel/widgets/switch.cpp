@@ -1,4 +1,4 @@
-#include "examples/panel/switch.h"
+#include "examples/panel/widgets/switch.h"
 
 #include <algorithm>
 

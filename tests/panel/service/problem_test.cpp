@@ -1,6 +1,6 @@
 // Errors as sentences for people.
 
-#include "examples/panel/problem.h"
+#include "examples/panel/service/problem.h"
 
 #include <set>
 
