@@ -18,16 +18,17 @@ Pages::Pages() {
   const auto onKeys = [this](const QKeySequence& keys, int step) {
     connect(new QShortcut(keys, this), &QShortcut::activated, this, [this, step] { turn(step); });
   };
-  onKeys(Qt::CTRL + Qt::Key_PageDown, 1);
-  onKeys(Qt::CTRL + Qt::Key_PageUp, -1);
+  onKeys(QKeySequence("Ctrl+PgDown"), 1);
+  onKeys(QKeySequence("Ctrl+PgUp"), -1);
 }
 
 void Pages::add(QWidget* page, const QString& title) {
   const int index = addTab(page, title);
   page->setAccessibleName(QString(title).remove('&'));
   if (index < kNumberedPages) {
-    connect(new QShortcut(QKeySequence(Qt::CTRL + Qt::Key_1 + index), this), &QShortcut::activated,
-            this, [this, page] { setCurrentWidget(page); });
+    const QKeySequence keys(QString("Ctrl+%1").arg(index + 1));
+    connect(new QShortcut(keys, this), &QShortcut::activated, this,
+            [this, page] { setCurrentWidget(page); });
   }
 }
 
