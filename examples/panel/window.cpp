@@ -6,6 +6,7 @@
 #include <QSplitter>
 #include <QVBoxLayout>
 
+#include "examples/panel/joysticks/joysticks_page.h"
 #include "examples/panel/things/things_page.h"
 
 namespace panel {
@@ -16,6 +17,7 @@ Window::Window(Service& service)
       vms_([this](const Number& number, const std::string& vm) { things_.attach(number, vm); }) {
   setWindowTitle(tr("Devices and printers"));
   pages_.add(new ThingsPage(things_, vms_), tr("&Devices and printers"));
+  pages_.add(new JoysticksPage(service_), tr("&Joysticks"));
   layOut();
   connect(&service_, &Service::stateChanged, this, [this] { showService(); });
   connect(&service_, &Service::vmsChanged, this, [this] { vms_.setVms(service_.vms()); });

@@ -1,7 +1,6 @@
 #include "examples/panel/service/service.h"
 
 #include <algorithm>
-#include <optional>
 
 #include "vel/client/qt.h"
 
@@ -16,6 +15,7 @@ struct Service::Link {
 
 struct Service::Readout {
   std::optional<vel::Error> failure;
+  std::vector<Subscribe> toSubscribe;  // those that have not begun
   std::vector<std::string> vms;
   std::vector<Take> taken;
 };
@@ -71,59 +71,66 @@ void Service::startReading() {
   const auto subscribes = std::exchange(toSubscribe_, {});
   const auto taken = whileThereIs<vel::Result<Readout>>(
       this, [this, subscribes](const vel::Result<Readout>& readout) {
-        if (readout) {
-          takeAll(*readout);
-        } else {
-          // There was no thread.
-          toSubscribe_.insert(toSubscribe_.begin(), subscribes.begin(), subscribes.end());
-          takeAll({readout.error(), {}, {}});
-        }
+        // The error is that there was no thread.
+        takeAll(readout ? *readout : Readout{readout.error(), subscribes, {}, {}});
       });
   const auto operation = [link = link_, subscribes,
                           readings = readings_]() -> vel::Result<Readout> {
-    return readAll(*link, subscribes, readings);
+    Readout readout;
+    readout.toSubscribe = subscribeAll(*link, subscribes);
+    readout.failure = readAll(*link->client, readings, readout);
+    return readout;
   };
   vel::Task<Readout>(operation, {}, taken, executor_).detach();
 }
 
-Service::Readout Service::readAll(Link& link, const std::vector<Subscribe>& subscribes,
-                                  const std::vector<Reading>& readings) {
+std::vector<Service::Subscribe> Service::subscribeAll(Link& link,
+                                                      const std::vector<Subscribe>& subscribes) {
   if (!link.client) {
     link.client.emplace();
   }
-  const vel::Client& client = *link.client;
+  std::vector<Subscribe> refused;
   for (const Subscribe& begin : subscribes) {
-    link.subscriptions.push_back(begin(client));
+    if (vel::Result<vel::Subscription> subscription = begin(*link.client)) {
+      link.subscriptions.push_back(std::move(*subscription));
+    } else {
+      refused.push_back(begin);
+    }
   }
+  return refused;
+}
+
+std::optional<vel::Error> Service::readAll(const vel::Client& client,
+                                           const std::vector<Reading>& readings, Readout& readout) {
   // Notices a service that is back sooner than the library does.
   if (const vel::Result<void> connected = client.connect(); !connected) {
-    return {connected.error(), {}, {}};
+    return connected.error();
   }
   const auto vms = client.vms();
   if (!vms) {
-    return {vms.error(), {}, {}};
+    return vms.error();
   }
-  Readout readout;
   for (const vel::Vm& vm : *vms) {
     readout.vms.push_back(vm.name);
     // The service reports the events of VMs that have been named to it.
     if (const auto number = client.vmNumber(vm.name); !number) {
-      return {number.error(), {}, {}};
+      return number.error();
     }
   }
   std::sort(readout.vms.begin(), readout.vms.end());
   for (const Reading& reading : readings) {
     const vel::Result<Take> taken = reading(client);
     if (!taken) {
-      return {taken.error(), {}, {}};
+      return taken.error();
     }
     readout.taken.push_back(*taken);
   }
-  return readout;
+  return std::nullopt;
 }
 
 void Service::takeAll(const Readout& readout) {
   isReading_ = false;
+  toSubscribe_.insert(toSubscribe_.begin(), readout.toSubscribe.begin(), readout.toSubscribe.end());
   const bool isWanted = std::exchange(isReadingWanted_, false);
   if (std::exchange(isReadingStale_, false)) {
     refresh();

@@ -12,6 +12,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -66,8 +67,9 @@ class Service : public QObject {
     };
   }
 
-  using Subscribe = std::function<vel::Subscription(const vel::Client&)>;
-  // Begins a subscription on a thread of its own, which lasts as long as this object.
+  using Subscribe = std::function<vel::Result<vel::Subscription>(const vel::Client&)>;
+  // Begins a subscription on a thread of its own, which lasts as long as this object. One that
+  // the service has not granted is tried again when it is read.
   void subscribe(Subscribe begin);
 
   // Adds what the service must have answered before it is ready.
@@ -130,8 +132,11 @@ class Service : public QObject {
 
   void addReading(Reading reading);
   void startReading();
-  static Readout readAll(Link& link, const std::vector<Subscribe>& subscribes,
-                         const std::vector<Reading>& readings);
+  // Returns those that have not begun.
+  static std::vector<Subscribe> subscribeAll(Link& link, const std::vector<Subscribe>& subscribes);
+  // Returns why the service is not ready.
+  static std::optional<vel::Error> readAll(const vel::Client& client,
+                                           const std::vector<Reading>& readings, Readout& readout);
   void takeAll(const Readout& readout);
   void takeDeath();
   void setState(State state, const Problem& problem);

@@ -24,18 +24,6 @@ Card::Card(const Actions& actions)
   QFont bold = name_.font();
   bold.setBold(true);
   name_.setFont(bold);
-  for (QLabel* const label : {&kind_, &name_, &state_, &problem_}) {
-    // The service chooses names and reasons.
-    label->setTextFormat(Qt::PlainText);
-    label->setWordWrap(true);
-  }
-  // No percentage: the service answers once.
-  progress_.setRange(0, 0);
-  progress_.setTextVisible(false);
-  progress_.setMaximumHeight(fontMetrics().height() / 2);
-  QSizePolicy keepsItsPlace = progress_.sizePolicy();
-  keepsItsPlace.setRetainSizeWhenHidden(true);
-  progress_.setSizePolicy(keepsItsPlace);
 
   auto* const rows = new QVBoxLayout(this);
   rows->addWidget(&kind_);
@@ -46,8 +34,7 @@ Card::Card(const Actions& actions)
   line->addStretch(1);
   line->addWidget(&more_);
   rows->addLayout(line);
-  rows->addWidget(&progress_);
-  rows->addWidget(&problem_);
+  rows->addWidget(&status_);
   rows->addStretch(1);
 }
 
@@ -81,9 +68,7 @@ void Card::setThing(const Thing& thing, const QString& vm) {
   switch_.setEnabled(thing.isAttached() || !vm.isEmpty() || thing.isBusy);
   switch_.updateGeometry();
   more_.setThing(thing);
-  progress_.setVisible(thing.isBusy);
-  problem_.setText(thing.problem.text());
-  problem_.setVisible(!thing.problem.isEmpty());
+  status_.set(thing.isBusy, thing.problem, thing.name);
 
   // A screen reader reads the switch, and should say of which card it is.
   switch_.setAccessibleName(thing.isAttached()
@@ -91,7 +76,6 @@ void Card::setThing(const Thing& thing, const QString& vm) {
                                 : tr("Attach %1 to %2").arg(thing.name, vm));
   const QString progress = thing.isBusy ? tr("Working") : QString();
   switch_.setAccessibleDescription(thing.problem.isEmpty() ? progress : thing.problem.text());
-  progress_.setAccessibleName(tr("Progress of %1").arg(thing.name));
   setAccessibleName(tr("%1, %2").arg(thing.name, thing.kind()));
   setAccessibleDescription(thing.state());
 }

@@ -7,8 +7,6 @@
 #include <functional>
 
 #include <QFrame>
-#include <QLabel>
-#include <QProgressBar>
 
 #include "examples/panel/things/more_button.h"
 #include "examples/panel/things/thing.h"
@@ -39,8 +37,8 @@ class Card : public QFrame {
   QString kind() const { return kind_.text(); }
   QString state() const { return state_.text(); }
   // Empty: there is none.
-  QString problem() const { return problem_.text(); }
-  bool isInProgress() const { return progress_.isVisibleTo(this); }
+  QString problem() const { return status_.problem(); }
+  bool isInProgress() const { return status_.isBusy(); }
 
  protected:
   void contextMenuEvent(QContextMenuEvent* event) override;
@@ -50,13 +48,12 @@ class Card : public QFrame {
  private:
   const Actions actions_;
   QPoint pressed_;
-  QLabel kind_;
-  QLabel name_;
-  QLabel state_;
+  PlainLabel kind_;
+  PlainLabel name_;
+  PlainLabel state_;
   Switch switch_;
   MoreButton more_;
-  QProgressBar progress_;
-  QLabel problem_;
+  OperationStatus status_;
 };
 
 }  // namespace panel
