@@ -1,24 +1,90 @@
 // panel: the VMs, devices and printers of the service, in a window.
 
+#include <cstdio>
+
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QSettings>
 
+#include "examples/panel/desktop/language.h"
+#include "examples/panel/desktop/remembered.h"
 #include "examples/panel/service/service.h"
 #include "examples/panel/window.h"
 
-int main(int argc, char** argv) {
-  const QApplication application(argc, argv);
-  QCoreApplication::setApplicationName("panel");
-  QCommandLineParser parser;
-  parser.setApplicationDescription(QCoreApplication::translate(
-      "panel",
-      "Attaches the devices and printers of this machine to VMs. QXBUS_ADDRESS names the "
-      "bus of the service."));
-  parser.addHelpOption();
-  parser.process(application);
+namespace {
 
+constexpr int kExitNotWritten = 4;
+constexpr char kScreenshot[] = "screenshot";
+
+QString text(const char* english) {
+  return QCoreApplication::translate("panel", english);
+}
+
+void readArguments(QCommandLineParser& parser) {
+  parser.setApplicationDescription(
+      text(QT_TRANSLATE_NOOP("panel",
+                             "Attaches the devices and printers of this machine to VMs. "
+                             "QXBUS_ADDRESS names the bus of the service.")));
+  parser.addHelpOption();
+  parser.addOption(
+      {kScreenshot,
+       text(QT_TRANSLATE_NOOP("panel",
+                              "Write a picture of the window to this PNG file and exit; needs no "
+                              "display")),
+       "file"});
+  parser.process(*QCoreApplication::instance());
+}
+
+// A picture needs no display, and Qt asks for the display before it reads the command line.
+void choosePlatform(int argc, char** argv) {
+  for (int i = 1; i < argc; ++i) {
+    if (QByteArray(argv[i]).startsWith(QByteArray("--") + kScreenshot) &&
+        qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+      qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+  }
+}
+
+void save(panel::Window& window, const QString& file) {
+  const bool isSaved = window.grab().save(file, "PNG");
+  if (!isSaved) {
+    std::fprintf(stderr, "panel: %s: cannot write the picture; does the folder exist?\n",
+                 qPrintable(file));
+  }
+  QCoreApplication::exit(isSaved ? 0 : kExitNotWritten);
+}
+
+// As soon as the service has answered, or cannot be reached.
+int takePicture(const QString& file) {
   panel::Service service;
   panel::Window window(service);
+  QObject::connect(
+      &service, &panel::Service::stateChanged, &window, [&] { save(window, file); },
+      Qt::QueuedConnection);
   window.show();
   return QApplication::exec();
+}
+
+int show() {
+  panel::Service service;
+  panel::Window window(service);
+  QSettings settings;
+  const panel::Remembered remembered(window, settings);
+  window.show();
+  return QApplication::exec();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  choosePlatform(argc, argv);
+  QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+  QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+  QCoreApplication::setOrganizationName("velproxy");
+  QCoreApplication::setApplicationName("panel");
+  const QApplication application(argc, argv);
+  const panel::Language language{QLocale()};
+  QCommandLineParser parser;
+  readArguments(parser);
+  return parser.isSet(kScreenshot) ? takePicture(parser.value(kScreenshot)) : show();
 }

@@ -49,6 +49,7 @@ void Window::layOut() {
   leftRows->addWidget(&vms_);
 
   auto* const splitter = new QSplitter;
+  splitter->setObjectName("vms");
   splitter->addWidget(left);
   splitter->addWidget(&pages_);
   splitter->setStretchFactor(1, 1);

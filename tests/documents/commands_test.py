@@ -50,6 +50,10 @@ NOT_RUN = {
     "docs/macos.md": dict.fromkeys(
         ["scripts/build-macos", "scripts/build-macos --release", "./test --macos"],
         "fetches a compiler; ./test --macos is a test of its own"),
+    "examples/panel/translations/README.md": {
+        **dict.fromkeys(["cmake --build --preset dev --target panel_translations",
+                         "cmake --build --preset dev --target panel"], TREE),
+        "linguist examples/panel/translations/panel_de.ts": "a window for a translator"},
     "examples/README.md": {
         "cmake --preset release && cmake --build --preset release --target velsim examples": TREE},
 }

@@ -11,8 +11,12 @@
 namespace panel {
 namespace {
 
+// Reasons that the library and the bus have as bare texts.
+constexpr const char* kReasons[] = {QT_TRANSLATE_NOOP("advice", "no reply in time"),
+                                    QT_TRANSLATE_NOOP("advice", "the service has ended")};
+
 QString translated(std::string_view text) {
-  return QCoreApplication::translate("advice", std::string(text).c_str());
+  return QCoreApplication::translate(kForeignTexts, std::string(text).c_str());
 }
 
 QString sentence(QString phrase) {
@@ -24,14 +28,22 @@ QString sentence(QString phrase) {
 }
 
 QString reasonOf(const vel::Error& error) {
+  static_cast<void>(kReasons);
   if (const velprotocol::Meaning* const meaning = vel::refusalMeaning(error)) {
     return QCoreApplication::translate("panel", "the service refused: %1")
         .arg(translated(meaning->explanation));
   }
+  if (error.status()) {
+    return QCoreApplication::translate("panel", "the service refused with status %1")
+        .arg(*error.status());
+  }
   // The bus names the method in some of its reasons.
   const std::string prefix = error.method() + ": ";
   const bool isPrefixed = error.text().compare(0, prefix.size(), prefix) == 0;
-  return shownText(isPrefixed ? error.text().substr(prefix.size()) : error.text());
+  const std::string text = isPrefixed ? error.text().substr(prefix.size()) : error.text();
+  // The words of the service itself stay as they are.
+  return error.kind() == vel::ErrorKind::kErrorReply ? shownText(text)
+                                                     : shownText(translated(text).toStdString());
 }
 
 }  // namespace

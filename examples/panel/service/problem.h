@@ -19,6 +19,9 @@ struct Problem {
   QString text() const { return remedy.isEmpty() ? reason : reason + ' ' + remedy; }
 };
 
+// Where translations keep the texts that the panel takes from vel::Client.
+inline constexpr char kForeignTexts[] = "advice";
+
 Problem problemOf(const vel::Error& error);
 
 // A text of the service as one line that a label may show: UTF-8, without characters that change
