@@ -8,6 +8,7 @@
 
 #include "examples/panel/desktop/language.h"
 #include "examples/panel/desktop/remembered.h"
+#include "examples/panel/desktop/tray.h"
 #include "examples/panel/service/service.h"
 #include "examples/panel/window.h"
 
@@ -70,6 +71,8 @@ int show() {
   panel::Window window(service);
   QSettings settings;
   const panel::Remembered remembered(window, settings);
+  panel::Tray tray(window, service);
+  QApplication::setWindowIcon(tray.icon().icon());
   window.show();
   return QApplication::exec();
 }

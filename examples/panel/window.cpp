@@ -14,7 +14,9 @@ namespace panel {
 Window::Window(Service& service)
     : service_(service),
       things_(service),
-      vms_([this](const Number& number, const std::string& vm) { things_.attach(number, vm); }) {
+      newDevices_(service, things_),
+      vms_([this](const Number& number, const std::string& vm) { things_.attach(number, vm); }),
+      newDeviceCard_(newDevices_, vms_) {
   setWindowTitle(tr("Devices and printers"));
   pages_.add(new ThingsPage(things_, vms_), tr("&Devices and printers"));
   pages_.add(new JoysticksPage(service_), tr("&Joysticks"));
@@ -48,10 +50,16 @@ void Window::layOut() {
   leftRows->addWidget(vmsLabel);
   leftRows->addWidget(&vms_);
 
+  auto* const right = new QWidget;
+  auto* const rightRows = new QVBoxLayout(right);
+  rightRows->setContentsMargins(0, 0, 0, 0);
+  rightRows->addWidget(&newDeviceCard_);
+  rightRows->addWidget(&pages_, 1);
+
   auto* const splitter = new QSplitter;
   splitter->setObjectName("vms");
   splitter->addWidget(left);
-  splitter->addWidget(&pages_);
+  splitter->addWidget(right);
   splitter->setStretchFactor(1, 1);
   splitter->setChildrenCollapsible(false);
   auto* const contentRows = new QVBoxLayout(&content_);

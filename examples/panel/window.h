@@ -1,4 +1,5 @@
-// The window: VMs on the left, pages on the right, and a banner while the service is not available.
+// The window: VMs on the left, pages on the right, above them a question about a new device, and a
+// banner while the service is not available.
 
 #ifndef EXAMPLES_PANEL_WINDOW_H
 #define EXAMPLES_PANEL_WINDOW_H
@@ -9,6 +10,8 @@
 #include <QPushButton>
 #include <QWidget>
 
+#include "examples/panel/new_devices/new_device_card.h"
+#include "examples/panel/new_devices/new_devices_model.h"
 #include "examples/panel/pages.h"
 #include "examples/panel/service/service.h"
 #include "examples/panel/things/things_model.h"
@@ -25,6 +28,8 @@ class Window : public QWidget {
 
   VmList& vms() { return vms_; }
   ThingsModel& things() { return things_; }
+  NewDevicesModel& newDevices() { return newDevices_; }
+  NewDeviceCard& newDeviceCard() { return newDeviceCard_; }
   Pages& pages() { return pages_; }
   QWidget& content() { return content_; }
   QPushButton& retryButton() { return retryButton_; }
@@ -37,11 +42,13 @@ class Window : public QWidget {
 
   Service& service_;
   ThingsModel things_;
+  NewDevicesModel newDevices_;
   QFrame banner_;
   QLabel bannerText_;
   QPushButton retryButton_;
   QWidget content_;
   VmList vms_;
+  NewDeviceCard newDeviceCard_;
   Pages pages_;
   // What had the focus when the content was greyed.
   QPointer<QWidget> focusBefore_;

@@ -6,6 +6,8 @@
 #include <csignal>
 #include <cstdint>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <sys/wait.h>
 
@@ -35,6 +37,7 @@ class PanelTest : public testing::Test {
       velsim().start();
     }
     velsim().control("clear-faults all");
+    unplugAll();
     const vel::Result<void> reset = vel::Client().reset();
     EXPECT_TRUE(reset) << reset.error().message();
   }
@@ -49,10 +52,26 @@ class PanelTest : public testing::Test {
     // "plugged in NUMBER"
     const std::string answer = velsim().control("plug " + device);
     const std::string number = answer.substr(answer.rfind(' ') + 1);
-    return vel::DeviceNumber(static_cast<std::uint16_t>(std::stoul(number)));
+    plugged().emplace_back(static_cast<std::uint16_t>(std::stoul(number)));
+    return plugged().back();
   }
   static void unplug(vel::DeviceNumber device) {
     velsim().control("unplug " + std::to_string(device.value()));
+  }
+
+  // A reset leaves what is plugged in.
+  static std::vector<vel::DeviceNumber>& plugged() {
+    static std::vector<vel::DeviceNumber> plugged;
+    return plugged;
+  }
+  static void unplugAll() {
+    for (const vel::DeviceNumber device : std::exchange(plugged(), {})) {
+      try {
+        unplug(device);
+      } catch (const velsim_testing::VelsimError&) {
+        // The test has done so, or velsim was started anew.
+      }
+    }
   }
 
   // What velsim itself says of a device or printer.

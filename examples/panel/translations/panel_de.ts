@@ -298,6 +298,72 @@
     </message>
 </context>
 <context>
+    <name>panel::NewDeviceCard</name>
+    <message>
+        <source>Al&amp;ways attach</source>
+        <translation>&amp;Immer verbinden</translation>
+    </message>
+    <message>
+        <source>&amp;Ignore</source>
+        <translation>I&amp;gnorieren</translation>
+    </message>
+    <message>
+        <source>Progress of the new device</source>
+        <translation>Fortschritt des neuen Geräts</translation>
+    </message>
+    <message>
+        <source>New device: %1 (%2). What should happen with it?</source>
+        <translation>Neues Gerät: %1 (%2). Was soll damit geschehen?</translation>
+    </message>
+    <message>
+        <source>&amp;Attach</source>
+        <translation>Ver&amp;binden</translation>
+    </message>
+    <message>
+        <source>&amp;Attach to %1</source>
+        <translation>Mit %1 ver&amp;binden</translation>
+    </message>
+    <message>
+        <source>Also waiting: %1</source>
+        <translation>Außerdem warten: %1</translation>
+    </message>
+    <message>
+        <source>Attach %1 to %2</source>
+        <translation>%1 mit %2 verbinden</translation>
+    </message>
+    <message>
+        <source>Attach %1 to %2, and each of its kind later: %3</source>
+        <translation>%1 mit %2 verbinden, und später jedes dieser Art: %3</translation>
+    </message>
+    <message>
+        <source>Ignore %1</source>
+        <translation>%1 ignorieren</translation>
+    </message>
+</context>
+<context>
+    <name>panel::Notifications</name>
+    <message>
+        <source>%1 was plugged in</source>
+        <translation>%1 wurde eingesteckt</translation>
+    </message>
+    <message>
+        <source>%1 was unplugged</source>
+        <translation>%1 wurde ausgesteckt</translation>
+    </message>
+    <message>
+        <source>%1: %2</source>
+        <translation>%1: %2</translation>
+    </message>
+    <message>
+        <source>Further changes: %1</source>
+        <translation>Weitere Änderungen: %1</translation>
+    </message>
+    <message>
+        <source>Devices and printers</source>
+        <translation>Geräte und Drucker</translation>
+    </message>
+</context>
+<context>
     <name>panel::OperationStatus</name>
     <message>
         <source>Progress of %1</source>
@@ -431,6 +497,25 @@
     <message>
         <source>%1 of %2 shown, %3 attached</source>
         <translation>%1 von %2 gezeigt, %3 verbunden</translation>
+    </message>
+</context>
+<context>
+    <name>panel::Tray</name>
+    <message>
+        <source>&amp;Show window</source>
+        <translation>Fenster &amp;zeigen</translation>
+    </message>
+    <message>
+        <source>&amp;Quit</source>
+        <translation>&amp;Beenden</translation>
+    </message>
+    <message>
+        <source>%1 of %2 attached</source>
+        <translation>%1 von %2 verbunden</translation>
+    </message>
+    <message>
+        <source>The service is not available</source>
+        <translation>Der Dienst ist nicht erreichbar</translation>
     </message>
 </context>
 <context>
