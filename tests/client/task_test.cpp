@@ -63,6 +63,44 @@ TEST_F(TaskTest, CancellingASearchAsksTheServiceWhileTheSearchWaits) {
   search.open();
 }
 
+TEST_F(TaskTest, StoppingAsksTheServiceAndDoesNotWait) {
+  Gate asked = timeline.hold("call stopSearchSharePrinter");
+  const Search task = client.startSharedPrinterSearch("10.0.0.7");
+  ASSERT_TRUE(search.isReached());
+
+  EXPECT_TRUE(task.stop());
+
+  EXPECT_TRUE(asked.isReached()) << "by another thread, while the service does not answer";
+  asked.open();
+  search.open();
+  EXPECT_TRUE(task.get());
+}
+
+TEST_F(TaskTest, StoppingGoesOnUntilTheEnd) {
+  bus.answer("stopSearchSharePrinter", Reply().int32(17));
+  {
+    Search task = client.startSharedPrinterSearch("10.0.0.7");
+    ASSERT_TRUE(search.isReached());
+    EXPECT_TRUE(task.stop());
+    task.detach();
+  }
+
+  EXPECT_TRUE(timeline.waitFor("return stopSearchSharePrinter()", 3));
+  search.open();
+  EXPECT_TRUE(timeline.waitFor("return searchSharePrinter()"));
+}
+
+TEST_F(TaskTest, StoppingAfterTheEndSendsNothing) {
+  search.open();
+  const Search task = client.startSharedPrinterSearch("10.0.0.7");
+  task.get();
+  forget();
+
+  EXPECT_TRUE(task.stop());
+
+  EXPECT_THAT(bus.requests(), IsEmpty());
+}
+
 TEST_F(TaskTest, CancellingReportsWhyTheServiceHasNotStopped) {
   const Search task = client.startSharedPrinterSearch("10.0.0.7");
   ASSERT_TRUE(search.isReached());
@@ -192,6 +230,7 @@ TEST_F(TaskTest, ADiagnosisCannotBeCancelled) {
   ASSERT_TRUE(diagnosis.isReached());
 
   EXPECT_EQ(task.cancel().error().text(), "the service cannot end this operation early");
+  EXPECT_EQ(task.stop().error().text(), "the service cannot end this operation early");
 
   diagnosis.open();
   EXPECT_EQ(task.get(), "{}");

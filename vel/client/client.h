@@ -20,7 +20,9 @@
 // BLOCKING   An operation waits for the answer of the service: at most 3000 ms if its comment names
 //            no other time. It may wait before that for calls of other threads, for connecting, and
 //            for the number of a VM that is used for the first time. The start... operations return
-//            at once and have a thread for as long as they take; no other thread is added.
+//            at once and have a thread for as long as they take, and Task::stop() one until the
+//            operation has ended; no other thread is added. Operations of one proxy wait for each
+//            other: apart() is for slow ones.
 // THREADS    Any thread may call, also inside callbacks. Pen operations belong to one thread.
 // EVENTS     See subscription.h and executor.h. The service reports events of this machine to every
 //            client, and those of a VM to clients that have named it: vms() alone does not,
@@ -75,6 +77,15 @@ class Client {
 
   // A proxy of your own, which must outlive the Client and its subscriptions and tasks.
   explicit Client(qx::VelProxy& proxy) : proxy_(&proxy), hub_(&internal::Hub::of(proxy)) {}
+
+  // A Client for slow operations, on a proxy that all such Clients share: they wait for each other,
+  // and the calls of the process's proxy do not wait for them. Tries to connect, which is not done
+  // again later: make one for each operation, where it may wait.
+  static Client apart() {
+    static auto* const proxy = new qx::VelProxy;
+    proxy->Init();
+    return Client(*proxy);
+  }
 
   // For what the Client does not offer.
   qx::VelProxy& proxy() const { return *proxy_; }

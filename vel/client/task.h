@@ -118,9 +118,26 @@ class [[nodiscard]] Task {
     if (isReady()) {
       return {};
     }
-    return cancel_ ? cancel_()
-                   : unexpected<Error>(Error(ErrorKind::kRefusedArgument, "",
-                                             "the service cannot end this operation early"));
+    return cancel_ ? cancel_() : cannotEnd();
+  }
+
+  // The same without waiting, for threads that must not: another thread asks the service until the
+  // operation has ended, also when the task has gone. Fails when the service cannot end the
+  // operation, and when there is no thread.
+  Result<void> stop() const {
+    if (isReady()) {
+      return {};
+    }
+    if (!cancel_) {
+      return cannotEnd();
+    }
+    base::Result<std::thread> started = base::startThread(
+        "vel-task", [cancel = cancel_, end = end_] { cancelUntil(*end, cancel); });
+    if (!started) {
+      return unexpected<Error>(Error(ErrorKind::kNoThread, "", started.reason()));
+    }
+    started->detach();
+    return {};
   }
 
  private:
@@ -133,14 +150,25 @@ class [[nodiscard]] Task {
       thread_.detach();
       return;
     }
-    // The service does not see an operation that waits for other calls, so it is asked again.
-    while (cancel_ && !isReady()) {
+    if (cancel_) {
+      cancelUntil(*end_, cancel_);
+    }
+    thread_.join();
+  }
+
+  // The service does not see an operation that waits for other calls, so it is asked again.
+  static void cancelUntil(internal::TaskEnd& end, const Cancel& cancel) {
+    while (!end.comesWithin(std::chrono::milliseconds(0))) {
       static_cast<void>(cancel());
-      if (isReady(kBetweenCancels)) {
+      if (end.comesWithin(kBetweenCancels)) {
         break;
       }
     }
-    thread_.join();
+  }
+
+  static Result<void> cannotEnd() {
+    return unexpected<Error>(
+        Error(ErrorKind::kRefusedArgument, "", "the service cannot end this operation early"));
   }
 
   static constexpr std::chrono::milliseconds kBetweenCancels{100};

@@ -19,6 +19,7 @@ enum Refusal : std::int32_t {
   kNotStorage = 11,
   kUnknownPrinter = 12,
   kExists = 13,
+  kSearchStopped = 16,
   kNotSearching = 17,
   kUnknownDriver = 18,
   kUnknownJoystick = 19,
@@ -178,6 +179,22 @@ TEST_F(VelsimOperationsTest, SharedPrinters) {
   EXPECT_THAT(client.addSharedPrinters({studio}), Succeeds());
   EXPECT_THAT(valueOf(client.allPrinters()), HasSubstr("Large format"));
   EXPECT_THAT(client.removeSharedPrinter(studio), Succeeds());
+}
+
+TEST_F(VelsimOperationsTest, OthersDoNotWaitForASlowOneApart) {
+  velsim().control("fault searchSharePrinter 1 delay 4000");
+  const vel::Client apart = vel::Client::apart();
+  const auto search = apart.startSharedPrinterSearch("10.0.0.7");
+  ASSERT_TRUE(processes::comesTrue(
+      [] { return velsim().control("faults").find("met 1") != std::string::npos; }));
+
+  EXPECT_EQ(valueOf(client.localDevices()).size(), 5U);
+
+  EXPECT_FALSE(search.isReady());
+  EXPECT_THAT(search.stop(), Succeeds());
+  EXPECT_THAT(search.get(), IsRefusedWith(kSearchStopped));
+  EXPECT_EQ(&vel::Client::apart().proxy(), &apart.proxy());
+  velsim().control("clear-faults all");
 }
 
 TEST_F(VelsimOperationsTest, PrintQueues) {
