@@ -18,7 +18,7 @@ Window::Window(Service& service)
       vms_([this](const Number& number, const std::string& vm) { things_.attach(number, vm); }),
       newDeviceCard_(newDevices_, vms_) {
   setWindowTitle(tr("Devices and printers"));
-  pages_.add(new ThingsPage(things_, vms_), tr("&Devices and printers"));
+  pages_.add(new ThingsPage(service_, things_, vms_), tr("&Devices and printers"));
   pages_.add(new JoysticksPage(service_), tr("&Joysticks"));
   layOut();
   connect(&service_, &Service::stateChanged, this, [this] { showService(); });

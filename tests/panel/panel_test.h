@@ -42,8 +42,13 @@ class PanelTest : public testing::Test {
     EXPECT_TRUE(reset) << reset.error().message();
   }
 
+  // Its time stands still until "advance" moves it: searches and diagnoses go on then.
   static velsim_testing::VelsimProcess& velsim() {
-    static velsim_testing::VelsimProcess velsim;
+    static velsim_testing::VelsimProcess velsim([] {
+      velsim_testing::VelsimProcess::Options options;
+      options.arguments = {"--step"};
+      return options;
+    }());
     return velsim;
   }
 

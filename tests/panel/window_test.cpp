@@ -189,6 +189,43 @@ TEST_F(WindowTest, TheMenuOfACardSetsPolicyAndAutoConnect) {
   EXPECT_TRUE(loopUntil([&] { return more.autoConnect().isChecked(); }));
 }
 
+TEST_F(WindowTest, TheMenuOfACameraChecksWhetherItMayBeUsed) {
+  ASSERT_TRUE(isReady());
+  MoreButton& more = card(kCamera).more();
+  EXPECT_TRUE(more.checkCamera().isVisible());
+  EXPECT_FALSE(card(kStick).more().checkCamera().isVisible());
+
+  velsim().control("camera deny");
+  more.checkCamera().trigger();
+  EXPECT_TRUE(card(kCamera).isInProgress());
+  EXPECT_TRUE(ends(kCamera));
+  EXPECT_EQ(problemOf(kCamera),
+            "Cameras must not be used on this machine. Allow them in the privacy settings of the "
+            "system.");
+  velsim().control("camera allow");
+  more.checkCamera().trigger();
+  EXPECT_TRUE(ends(kCamera));
+  EXPECT_EQ(problemOf(kCamera), "");
+  EXPECT_EQ(card(kCamera).note().toStdString(), "Cameras may be used.");
+  velsim().control("fault CheckCameraAuthStat 1 error \"the portal is missing\"");
+  more.checkCamera().trigger();
+  EXPECT_TRUE(ends(kCamera));
+  EXPECT_EQ(problemOf(kCamera), "The portal is missing. See the service's log.");
+  EXPECT_EQ(card(kCamera).note().toStdString(), "");
+}
+
+TEST_F(WindowTest, TheMenuOfACardDiagnosesItsDevice) {
+  ASSERT_TRUE(isReady());
+  choose("win11");
+
+  card(kCamera).more().diagnose().trigger();
+
+  ASSERT_NE(page.diagnosis(), nullptr);
+  EXPECT_EQ(page.diagnosis()->windowTitle().toStdString(), "Diagnosis of Built-in camera in win11");
+  QTest::mouseClick(&page.diagnosis()->closeButton(), Qt::LeftButton);
+  EXPECT_FALSE(page.diagnosis()->isVisible());
+}
+
 TEST_F(WindowTest, TheContextMenuIsTheSame) {
   ASSERT_TRUE(isReady());
   for (const Number& number : {kCamera, kLaser}) {

@@ -10,6 +10,7 @@ namespace panel {
 // reading changes it, and the loop between readings.
 struct Service::Link {
   std::optional<vel::Client> client;
+  std::optional<vel::Client> slowClient;
   std::vector<vel::Subscription> subscriptions;
 };
 
@@ -37,6 +38,10 @@ Service::~Service() = default;
 
 const vel::Client& Service::client() const {
   return *link_->client;
+}
+
+const vel::Client& Service::slowClient() const {
+  return *link_->slowClient;
 }
 
 bool Service::isAnswer(const vel::Error& error) {
@@ -88,6 +93,11 @@ std::vector<Service::Subscribe> Service::subscribeAll(Link& link,
                                                       const std::vector<Subscribe>& subscribes) {
   if (!link.client) {
     link.client.emplace();
+  }
+  // Connects it again, which it does not do by itself.
+  const vel::Client apart = vel::Client::apart();
+  if (!link.slowClient) {
+    link.slowClient = apart;
   }
   std::vector<Subscribe> refused;
   for (const Subscribe& begin : subscribes) {

@@ -112,8 +112,17 @@ class Service : public QObject {
     client().start(std::move(operation), finished, executor_).detach();
   }
 
-  // For tasks that are no operation of one call. The service must be ready.
+  // The same for one that may take long: no other operation but slow ones waits for it.
+  template <typename Operation, typename Owner, typename Done>
+  void startSlow(Owner* owner, Operation operation, Done done) {
+    start(
+        owner, [operation](const vel::Client&) { return operation(vel::Client::apart()); },
+        std::move(done));
+  }
+
+  // For other tasks. The service must be ready.
   const vel::Client& client() const;
+  const vel::Client& slowClient() const;
 
   // Whether the service has answered, so that another request may be worth its time.
   static bool isAnswer(const vel::Error& error);

@@ -55,8 +55,10 @@ Card::Actions Board::actionsOf(const Number& number) {
                   this, [this, number] { startDrag(number); }, Qt::QueuedConnection);
             }
           },
-          [this, number](vel::LocalPolicy policy) { actions_.setPolicy(number, policy); },
-          [this, number](bool isOn) { actions_.setAutoConnect(number, isOn); }};
+          {[this, number](vel::LocalPolicy policy) { actions_.setPolicy(number, policy); },
+           [this, number](bool isOn) { actions_.setAutoConnect(number, isOn); },
+           [this, number] { actions_.checkCamera(number); },
+           [this, number] { actions_.diagnose(number); }}};
 }
 
 Card& Board::cardOf(const Thing& thing) {

@@ -26,6 +26,8 @@ class Board : public QScrollArea {
     std::function<void(const Number&)> toggle;
     std::function<void(const Number&, vel::LocalPolicy)> setPolicy;
     std::function<void(const Number&, bool)> setAutoConnect;
+    std::function<void(const Number&)> checkCamera;
+    std::function<void(const Number&)> diagnose;
   };
 
   explicit Board(Actions actions);

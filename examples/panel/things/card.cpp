@@ -14,8 +14,7 @@ constexpr int kLeastWidth = 24;
 
 }  // namespace
 
-Card::Card(const Actions& actions)
-    : actions_(actions), more_(actions.setPolicy, actions.setAutoConnect) {
+Card::Card(const Actions& actions) : actions_(actions), more_(actions.more) {
   connect(&switch_, &QCheckBox::clicked, this, actions.toggle);
   setFrameShape(QFrame::StyledPanel);
   // A long reason must not take the width of other cards.
@@ -29,6 +28,7 @@ Card::Card(const Actions& actions)
   rows->addWidget(&kind_);
   rows->addWidget(&name_);
   rows->addWidget(&state_);
+  rows->addWidget(&note_);
   auto* const line = new QHBoxLayout;
   line->addWidget(&switch_);
   line->addStretch(1);
@@ -60,6 +60,8 @@ void Card::setThing(const Thing& thing, const QString& vm) {
   kind_.setText(thing.kind());
   name_.setText(thing.name);
   state_.setText(thing.state());
+  note_.setText(thing.note);
+  note_.setVisible(!thing.note.isEmpty());
   switch_.setChecked(thing.isAttached());
   switch_.setText(thing.isAttached() ? tr("Attached")
                   : vm.isEmpty()     ? tr("Choose a VM to attach to")
@@ -77,7 +79,8 @@ void Card::setThing(const Thing& thing, const QString& vm) {
   const QString progress = thing.isBusy ? tr("Working") : QString();
   switch_.setAccessibleDescription(thing.problem.isEmpty() ? progress : thing.problem.text());
   setAccessibleName(tr("%1, %2").arg(thing.name, thing.kind()));
-  setAccessibleDescription(thing.state());
+  setAccessibleDescription(thing.note.isEmpty() ? thing.state()
+                                                : thing.state() + ". " + thing.note);
 }
 
 }  // namespace panel

@@ -21,8 +21,7 @@ class Card : public QFrame {
   struct Actions {
     std::function<void()> toggle;
     std::function<void()> drag;  // the mouse begins to drag the card
-    MoreButton::PolicyChosen setPolicy;
-    MoreButton::AutoConnectChosen setAutoConnect;
+    MoreButton::Actions more;
   };
 
   // actions: what a person may do with the card.
@@ -36,6 +35,8 @@ class Card : public QFrame {
   QString name() const { return name_.text(); }
   QString kind() const { return kind_.text(); }
   QString state() const { return state_.text(); }
+  // What a check has found; empty: there was none.
+  QString note() const { return note_.text(); }
   // Empty: there is none.
   QString problem() const { return status_.problem(); }
   bool isInProgress() const { return status_.isBusy(); }
@@ -51,6 +52,7 @@ class Card : public QFrame {
   PlainLabel kind_;
   PlainLabel name_;
   PlainLabel state_;
+  PlainLabel note_;
   Switch switch_;
   MoreButton more_;
   OperationStatus status_;

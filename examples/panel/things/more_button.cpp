@@ -4,8 +4,7 @@
 
 namespace panel {
 
-MoreButton::MoreButton(const PolicyChosen& policyChosen,
-                       const AutoConnectChosen& autoConnectChosen) {
+MoreButton::MoreButton(const Actions& actions) {
   setText(tr("More"));
   setPopupMode(QToolButton::InstantPopup);
   setFocusPolicy(Qt::StrongFocus);
@@ -16,7 +15,8 @@ MoreButton::MoreButton(const PolicyChosen& policyChosen,
     action->setCheckable(true);
     group->addAction(action);
     policies_[policy] = action;
-    connect(action, &QAction::triggered, this, [policyChosen, policy] { policyChosen(policy); });
+    connect(action, &QAction::triggered, this,
+            [setPolicy = actions.setPolicy, policy] { setPolicy(policy); });
   };
   add(vel::LocalPolicy::kNone, tr("&No policy"));
   add(vel::LocalPolicy::kAllowed, tr("May be &attached"));
@@ -24,7 +24,12 @@ MoreButton::MoreButton(const PolicyChosen& policyChosen,
   menu_.addSeparator();
   autoConnect_ = menu_.addAction(QString());
   autoConnect_->setCheckable(true);
-  connect(autoConnect_, &QAction::triggered, this, autoConnectChosen);
+  connect(autoConnect_, &QAction::triggered, this, actions.setAutoConnect);
+  menu_.addSeparator();
+  checkCamera_ = menu_.addAction(tr("Check whether cameras may be &used"));
+  connect(checkCamera_, &QAction::triggered, this, actions.checkCamera);
+  diagnose_ = menu_.addAction(tr("&Diagnose\u2026"));
+  connect(diagnose_, &QAction::triggered, this, actions.diagnose);
 }
 
 void MoreButton::setThing(const Thing& thing) {
@@ -37,6 +42,8 @@ void MoreButton::setThing(const Thing& thing) {
   autoConnect_->setText(tr("Attach &each of its kind when it is plugged in: %1").arg(thing.kind()));
   autoConnect_->setChecked(thing.isAutoConnected);
   autoConnect_->setEnabled(!thing.isBusy);
+  checkCamera_->setVisible(thing.type == vel::DeviceType::kCamera);
+  checkCamera_->setEnabled(!thing.isBusy);
 }
 
 }  // namespace panel

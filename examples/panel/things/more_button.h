@@ -1,5 +1,5 @@
-// The menu of a device's card: its policy, and whether devices of its kind are attached by
-// themselves.
+// The menu of a device's card: its policy, whether devices of its kind are attached by themselves,
+// and what finds out why it does not work.
 
 #ifndef EXAMPLES_PANEL_THINGS_MORE_BUTTON_H
 #define EXAMPLES_PANEL_THINGS_MORE_BUTTON_H
@@ -19,10 +19,14 @@ class MoreButton : public QToolButton {
   Q_DECLARE_TR_FUNCTIONS(panel::MoreButton)
 
  public:
-  using PolicyChosen = std::function<void(vel::LocalPolicy)>;
-  using AutoConnectChosen = std::function<void(bool)>;
+  struct Actions {
+    std::function<void(vel::LocalPolicy)> setPolicy;
+    std::function<void(bool)> setAutoConnect;
+    std::function<void()> checkCamera;
+    std::function<void()> diagnose;
+  };
 
-  MoreButton(const PolicyChosen& policyChosen, const AutoConnectChosen& autoConnectChosen);
+  explicit MoreButton(const Actions& actions);
 
   // Marks what the service has. A choice is marked when the service has taken it.
   void setThing(const Thing& thing);
@@ -30,11 +34,15 @@ class MoreButton : public QToolButton {
   QMenu& menu() { return menu_; }
   QAction& policy(vel::LocalPolicy policy) { return *policies_.at(policy); }
   QAction& autoConnect() { return *autoConnect_; }
+  QAction& checkCamera() { return *checkCamera_; }
+  QAction& diagnose() { return *diagnose_; }
 
  private:
   QMenu menu_;
   std::map<vel::LocalPolicy, QAction*> policies_;
   QAction* autoConnect_ = nullptr;
+  QAction* checkCamera_ = nullptr;
+  QAction* diagnose_ = nullptr;
 };
 
 }  // namespace panel

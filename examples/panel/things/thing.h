@@ -34,9 +34,10 @@ struct Thing {
   std::string policyText;
   std::string vm;  // where it is attached; empty: nowhere, or not known
 
-  // Of the last attaching or detaching.
+  // Of the last operation.
   bool isBusy = false;
   Problem problem;
+  QString note;  // what a check has found
 
   bool isAttached() const { return status == vel::DeviceStatus::kAttached; }
   bool isPrinter() const { return std::holds_alternative<vel::PrinterNumber>(number); }

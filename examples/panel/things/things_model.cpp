@@ -78,6 +78,7 @@ void ThingsModel::takeLists(const Lists& lists) {
     if (const Thing* const before = find(thing.number)) {
       now.isBusy = before->isBusy;
       now.problem = before->problem;
+      now.note = before->note;
     }
   }
   things_ = std::move(things);
@@ -113,8 +114,10 @@ void ThingsModel::apply(const Thing& change) {
   // What an operation has left stays until the next one.
   const bool isBusy = thing.isBusy;
   const Problem problem = thing.isAttached() == change.isAttached() ? thing.problem : Problem();
+  const QString note = thing.note;
   thing = change;
   thing.isBusy = isBusy;
+  thing.note = note;
   thing.problem = problem;
   thing.isAutoConnected = isAutoConnected(thing);
 }
@@ -175,6 +178,44 @@ void ThingsModel::setAutoConnect(const Number& number, bool isOn) {
 
 namespace {
 
+Problem problemOf(vel::CameraStatus status) {
+  switch (status) {
+    case vel::CameraStatus::kAllowed:
+      return {};
+    case vel::CameraStatus::kDenied:
+      return {ThingsModel::tr("Cameras must not be used on this machine."),
+              ThingsModel::tr("Allow them in the privacy settings of the system.")};
+    case vel::CameraStatus::kNone:
+      return {ThingsModel::tr("The service has no camera."),
+              ThingsModel::tr("Check that it is plugged in.")};
+  }
+  return {ThingsModel::tr("The service answered with camera status %1.").arg(vel::number(status)),
+          ThingsModel::tr("See the service's log.")};
+}
+
+}  // namespace
+
+void ThingsModel::checkCamera(const Number& number) {
+  if (!begin(number)) {
+    return;
+  }
+  const auto checked = [this, number](const vel::Result<vel::CameraStatus>& status) {
+    const auto found = things_.find(number);
+    if (found == things_.end()) {
+      return;
+    }
+    Thing& thing = found->second;
+    thing.isBusy = false;
+    thing.problem = status ? problemOf(*status) : panel::problemOf(status.error());
+    thing.note = thing.problem.isEmpty() ? tr("Cameras may be used.") : QString();
+    emit thingChanged(number);
+  };
+  service_.start(
+      this, [](const vel::Client& client) { return client.cameraStatus(); }, checked);
+}
+
+namespace {
+
 template <typename Record>
 bool isThere(const vel::Result<std::vector<Record>>& records) {
   // A record without a status would take the thing away, which is for an event to say.
@@ -193,15 +234,24 @@ std::optional<Thing> read(const vel::Client& client, vel::PrinterNumber number) 
 
 }  // namespace
 
-void ThingsModel::run(const Number& number, Operation operation, Reach reach) {
+bool ThingsModel::begin(const Number& number) {
   const auto found = things_.find(number);
   if (found == things_.end() || found->second.isBusy || !service_.isReady()) {
-    return;
+    return false;
   }
-  found->second.isBusy = true;
-  found->second.problem = {};
+  Thing& thing = found->second;
+  thing.isBusy = true;
+  thing.problem = {};
+  thing.note.clear();
   reported_.erase(number);
   emit thingChanged(number);
+  return true;
+}
+
+void ThingsModel::run(const Number& number, Operation operation, Reach reach) {
+  if (!begin(number)) {
+    return;
+  }
   const auto operate = [number, operation](const vel::Client& client) -> vel::Result<Outcome> {
     const vel::Result<void> result = operation(client);
     Outcome outcome;

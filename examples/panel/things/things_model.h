@@ -44,6 +44,8 @@ class ThingsModel : public QObject {
   void setPolicy(const Number& number, vel::LocalPolicy policy);
   // Whether the service attaches devices of this type when they are plugged in.
   void setAutoConnect(const Number& number, bool isOn);
+  // Whether the service may use the cameras of this machine: a note of this one, or its problem.
+  void checkCamera(const Number& number);
 
  signals:
   // Things have come or gone.
@@ -60,6 +62,8 @@ class ThingsModel : public QObject {
   void takeChange(const Thing& change);
   void apply(const Thing& change);
   bool isAutoConnected(const Thing& thing) const;
+  // Marks it as busy. False: no operation may begin.
+  bool begin(const Number& number);
   // reach: what the operation changes, which is read again behind it
   enum class Reach { kThing, kEverything };
   void run(const Number& number, Operation operation, Reach reach = Reach::kThing);

@@ -14,14 +14,17 @@ enum Filters { kEverything, kDevices, kPrinters, kAttached, kNotAttached };
 
 }  // namespace
 
-ThingsPage::ThingsPage(ThingsModel& model, VmList& vms)
-    : model_(model),
+ThingsPage::ThingsPage(Service& service, ThingsModel& model, VmList& vms)
+    : service_(service),
+      model_(model),
       vms_(vms),
       board_({[this](const Number& number) { toggle(number); },
               [this](const Number& number, vel::LocalPolicy policy) {
                 model_.setPolicy(number, policy);
               },
-              [this](const Number& number, bool isOn) { model_.setAutoConnect(number, isOn); }}) {
+              [this](const Number& number, bool isOn) { model_.setAutoConnect(number, isOn); },
+              [this](const Number& number) { model_.checkCamera(number); },
+              [this](const Number& number) { diagnose(number); }}) {
   layOut();
   addShortcuts();
   connect(&model_, &ThingsModel::thingsChanged, this, [this] { showThings(); });
@@ -108,6 +111,17 @@ void ThingsPage::showCounts() {
   vms_.setCounts(attached);
   summary_.setText(
       tr("%1 of %2 shown, %3 attached").arg(board_.count()).arg(model_.things().size()).arg(sum));
+}
+
+void ThingsPage::diagnose(const Number& number) {
+  const Thing* const thing = model_.find(number);
+  const auto* const device = std::get_if<vel::DeviceNumber>(&number);
+  if (thing && device) {
+    const std::string vm = thing->vm.empty() ? vms_.chosen() : thing->vm;
+    diagnosis_ = new DiagnosisDialog(service_, *device, vm, thing->name, this);
+    diagnosis_->setAttribute(Qt::WA_DeleteOnClose);
+    diagnosis_->show();
+  }
 }
 
 void ThingsPage::toggle(const Number& number) {

@@ -6,8 +6,10 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPointer>
 #include <QWidget>
 
+#include "examples/panel/diagnosis/diagnosis_dialog.h"
 #include "examples/panel/things/board.h"
 #include "examples/panel/things/things_model.h"
 #include "examples/panel/vms/vm_list.h"
@@ -18,13 +20,15 @@ class ThingsPage : public QWidget {
   Q_DECLARE_TR_FUNCTIONS(panel::ThingsPage)
 
  public:
-  // Model and list must outlive the page. The chosen VM is where switches attach to.
-  ThingsPage(ThingsModel& model, VmList& vms);
+  // Service, model and list must outlive the page. The chosen VM is where switches attach to.
+  ThingsPage(Service& service, ThingsModel& model, VmList& vms);
 
   QLineEdit& search() { return search_; }
   QComboBox& filter() { return filter_; }
   Board& board() { return board_; }
   QString summary() const { return summary_.text(); }
+  // The one that was opened last; null: it has gone.
+  DiagnosisDialog* diagnosis() { return diagnosis_; }
 
  private:
   void layOut();
@@ -33,15 +37,18 @@ class ThingsPage : public QWidget {
   void showThing(const Number& number);
   void showCounts();
   void toggle(const Number& number);
+  void diagnose(const Number& number);
   bool passes(const Thing& thing) const;
   QString chosenVm() const { return shownText(vms_.chosen()); }
 
+  Service& service_;
   ThingsModel& model_;
   VmList& vms_;
   QLineEdit search_;
   QComboBox filter_;
   Board board_;
   QLabel summary_;
+  QPointer<DiagnosisDialog> diagnosis_;
 };
 
 }  // namespace panel

@@ -225,6 +225,60 @@
     </message>
 </context>
 <context>
+    <name>panel::Diagnosis</name>
+    <message>
+        <source>The service has not come to a result.</source>
+        <translation>Der Dienst ist zu keinem Ergebnis gekommen.</translation>
+    </message>
+    <message>
+        <source>Diagnose again, or see the service&apos;s log.</source>
+        <translation>Wiederholen Sie die Diagnose, oder sehen Sie im Protokoll des Dienstes nach.</translation>
+    </message>
+    <message>
+        <source>The device is in no VM.</source>
+        <translation>Das Gerät ist in keiner VM.</translation>
+    </message>
+    <message>
+        <source>Attach it to a VM, or choose one.</source>
+        <translation>Verbinden Sie es mit einer VM, oder wählen Sie eine aus.</translation>
+    </message>
+</context>
+<context>
+    <name>panel::DiagnosisDialog</name>
+    <message>
+        <source>Diagnosis of %1</source>
+        <translation>Diagnose von %1</translation>
+    </message>
+    <message>
+        <source>Diagnosis of %1 in %2</source>
+        <translation>Diagnose von %1 in %2</translation>
+    </message>
+    <message>
+        <source>Progress of the diagnosis</source>
+        <translation>Fortschritt der Diagnose</translation>
+    </message>
+    <message>
+        <source>&amp;Diagnose again</source>
+        <translation>&amp;Diagnose wiederholen</translation>
+    </message>
+    <message>
+        <source>&amp;Close</source>
+        <translation>&amp;Schließen</translation>
+    </message>
+    <message>
+        <source>The service has found no trouble.</source>
+        <translation>Der Dienst hat keinen Fehler gefunden.</translation>
+    </message>
+    <message>
+        <source>The service has found trouble: %1.</source>
+        <translation>Der Dienst hat einen Fehler gefunden: %1.</translation>
+    </message>
+    <message>
+        <source>The diagnosis has ended with status %1.</source>
+        <translation>Die Diagnose endete mit dem Status %1.</translation>
+    </message>
+</context>
+<context>
     <name>panel::JoystickCard</name>
     <message>
         <source>Calibrate</source>
@@ -295,6 +349,14 @@
     <message>
         <source>Attach &amp;each of its kind when it is plugged in: %1</source>
         <translation>&amp;Jedes dieser Art beim Einstecken verbinden: %1</translation>
+    </message>
+    <message>
+        <source>Check whether cameras may be &amp;used</source>
+        <translation>Prüfen, ob &amp;Kameras benutzt werden dürfen</translation>
+    </message>
+    <message>
+        <source>&amp;Diagnose…</source>
+        <translation>&amp;Diagnose …</translation>
     </message>
 </context>
 <context>
@@ -458,6 +520,37 @@
     <message>
         <source>State %1</source>
         <translation>Zustand %1</translation>
+    </message>
+</context>
+<context>
+    <name>panel::ThingsModel</name>
+    <message>
+        <source>Cameras must not be used on this machine.</source>
+        <translation>Kameras dürfen auf diesem Rechner nicht benutzt werden.</translation>
+    </message>
+    <message>
+        <source>Allow them in the privacy settings of the system.</source>
+        <translation>Erlauben Sie sie in den Datenschutzeinstellungen des Systems.</translation>
+    </message>
+    <message>
+        <source>The service has no camera.</source>
+        <translation>Der Dienst hat keine Kamera.</translation>
+    </message>
+    <message>
+        <source>Check that it is plugged in.</source>
+        <translation>Prüfen Sie, ob sie angeschlossen ist.</translation>
+    </message>
+    <message>
+        <source>The service answered with camera status %1.</source>
+        <translation>Der Dienst antwortete mit dem Kamerastatus %1.</translation>
+    </message>
+    <message>
+        <source>See the service&apos;s log.</source>
+        <translation>Sehen Sie im Protokoll des Dienstes nach.</translation>
+    </message>
+    <message>
+        <source>Cameras may be used.</source>
+        <translation>Kameras dürfen benutzt werden.</translation>
     </message>
 </context>
 <context>
