@@ -7,6 +7,8 @@
 #include <QVBoxLayout>
 
 #include "examples/panel/joysticks/joysticks_page.h"
+#include "examples/panel/pen/pen_page.h"
+#include "examples/panel/quality/quality_page.h"
 #include "examples/panel/things/things_page.h"
 
 namespace panel {
@@ -20,6 +22,8 @@ Window::Window(Service& service)
   setWindowTitle(tr("Devices and printers"));
   pages_.add(new ThingsPage(service_, things_, vms_), tr("&Devices and printers"));
   pages_.add(new JoysticksPage(service_), tr("&Joysticks"));
+  pages_.add(new PenPage, tr("&Pen"));
+  pages_.add(new QualityPage(service_, vms_), tr("Quali&ty"));
   layOut();
   connect(&service_, &Service::stateChanged, this, [this] { showService(); });
   connect(&service_, &Service::vmsChanged, this, [this] { vms_.setVms(service_.vms()); });

@@ -138,7 +138,7 @@ void Window::send(QTabletEvent* event) {
 }
 
 void Window::receive(const penframe::Frame& frame) {
-  redrawn_.add(sampleOf(frame.packet));
+  redrawn_.add(pencanvas::sampleOf(frame.packet));
   frames_.add(frame);
   table_.scrollToBottom();
 }

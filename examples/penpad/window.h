@@ -12,11 +12,16 @@
 #include <QTableView>
 #include <QWidget>
 
-#include "examples/penpad/drawing_pad.h"
-#include "examples/penpad/frame_table.h"
-#include "examples/penpad/pen_link.h"
+#include "examples/pen_canvas/drawing_pad.h"
+#include "examples/pen_canvas/frame_table.h"
+#include "examples/pen_canvas/pen_link.h"
 
 namespace penpad {
+
+using pencanvas::DrawingPad;
+using pencanvas::FrameTable;
+using pencanvas::Paper;
+using pencanvas::PenLink;
 
 class Window : public QWidget {
  public:

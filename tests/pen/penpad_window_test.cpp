@@ -10,7 +10,7 @@
 
 namespace {
 
-using penpad::FrameTable;
+using pencanvas::FrameTable;
 using testing::HasSubstr;
 
 class WindowTest : public testing::Test {

@@ -440,6 +440,67 @@
     </message>
 </context>
 <context>
+    <name>panel::PenPage</name>
+    <message>
+        <source>Sheet to draw on</source>
+        <translation>Blatt zum Zeichnen</translation>
+    </message>
+    <message>
+        <source>D&amp;raw a sample</source>
+        <translation>P&amp;robe zeichnen</translation>
+    </message>
+    <message>
+        <source>&amp;Clear</source>
+        <translation>&amp;Leeren</translation>
+    </message>
+    <message>
+        <source>Frames that were sent</source>
+        <translation>Gesendete Pakete</translation>
+    </message>
+    <message>
+        <source>Pressure %1 %, tilt %2°, %3°</source>
+        <translation>Druck %1 %, Neigung %2°, %3°</translation>
+    </message>
+    <message>
+        <source>Draw with a pen, or with the mouse</source>
+        <translation>Zeichnen Sie mit dem Stift oder der Maus</translation>
+    </message>
+    <message>
+        <source>%1 frames sent for %2 events</source>
+        <translation>%1 Pakete gesendet für %2 Ereignisse</translation>
+    </message>
+</context>
+<context>
+    <name>panel::Plot</name>
+    <message>
+        <source>%1: %2</source>
+        <translation>%1: %2</translation>
+    </message>
+</context>
+<context>
+    <name>panel::QualityPage</name>
+    <message>
+        <source>Choose a VM to see its bandwidth</source>
+        <translation>Wählen Sie eine VM, um ihre Bandbreite zu sehen</translation>
+    </message>
+    <message>
+        <source>Bandwidth of %1, as its clients report it</source>
+        <translation>Bandbreite von %1, wie ihre Klienten sie melden</translation>
+    </message>
+    <message>
+        <source>No client has reported yet.</source>
+        <translation>Noch hat kein Klient etwas gemeldet.</translation>
+    </message>
+    <message>
+        <source>First figure</source>
+        <translation>Erster Wert</translation>
+    </message>
+    <message>
+        <source>Second figure</source>
+        <translation>Zweiter Wert</translation>
+    </message>
+</context>
+<context>
     <name>panel::Thing</name>
     <message>
         <source>Printer</source>
@@ -647,6 +708,49 @@
     <message>
         <source>&amp;Joysticks</source>
         <translation>&amp;Joysticks</translation>
+    </message>
+    <message>
+        <source>&amp;Pen</source>
+        <translation>&amp;Stift</translation>
+    </message>
+    <message>
+        <source>Quali&amp;ty</source>
+        <translation>Quali&amp;tät</translation>
+    </message>
+</context>
+<context>
+    <name>pencanvas</name>
+    <message>
+        <source>Request</source>
+        <translation>Anfrage</translation>
+    </message>
+    <message>
+        <source>Device</source>
+        <translation>Gerät</translation>
+    </message>
+    <message>
+        <source>x</source>
+        <translation>x</translation>
+    </message>
+    <message>
+        <source>y</source>
+        <translation>y</translation>
+    </message>
+    <message>
+        <source>Pressure</source>
+        <translation>Druck</translation>
+    </message>
+    <message>
+        <source>Tilt</source>
+        <translation>Neigung</translation>
+    </message>
+    <message>
+        <source>Rotation</source>
+        <translation>Drehung</translation>
+    </message>
+    <message>
+        <source>Pointer flags</source>
+        <translation>Zeiger-Merkmale</translation>
     </message>
 </context>
 </TS>

@@ -1,14 +1,18 @@
-#include "examples/penpad/frame_table.h"
+#include "examples/pen_canvas/frame_table.h"
 
+#include <QCoreApplication>
 #include <QString>
 
-namespace penpad {
+namespace pencanvas {
 namespace {
 
 constexpr std::size_t kMostFrames = 5000;
 
 constexpr const char* kHeaders[FrameTable::kColumns] = {
-    "Request", "Device", "x", "y", "Pressure", "Tilt", "Rotation", "Pointer flags"};
+    QT_TRANSLATE_NOOP("pencanvas", "Request"),  QT_TRANSLATE_NOOP("pencanvas", "Device"),
+    QT_TRANSLATE_NOOP("pencanvas", "x"),        QT_TRANSLATE_NOOP("pencanvas", "y"),
+    QT_TRANSLATE_NOOP("pencanvas", "Pressure"), QT_TRANSLATE_NOOP("pencanvas", "Tilt"),
+    QT_TRANSLATE_NOOP("pencanvas", "Rotation"), QT_TRANSLATE_NOOP("pencanvas", "Pointer flags")};
 
 QString cellText(const penframe::Frame& frame, int column) {
   const penframe::Packet& packet = frame.packet;
@@ -79,7 +83,7 @@ QVariant FrameTable::headerData(int section, Qt::Orientation orientation, int ro
     return QVariant();
   }
   if (role == Qt::DisplayRole) {
-    return QString(kHeaders[section]);
+    return QCoreApplication::translate("pencanvas", kHeaders[section]);
   }
   if (role == Qt::TextAlignmentRole) {
     return QVariant(
@@ -88,4 +92,4 @@ QVariant FrameTable::headerData(int section, Qt::Orientation orientation, int ro
   return QVariant();
 }
 
-}  // namespace penpad
+}  // namespace pencanvas

@@ -1,7 +1,7 @@
 // The frames that arrived, one per row.
 
-#ifndef EXAMPLES_PENPAD_FRAME_TABLE_H
-#define EXAMPLES_PENPAD_FRAME_TABLE_H
+#ifndef EXAMPLES_PEN_CANVAS_FRAME_TABLE_H
+#define EXAMPLES_PEN_CANVAS_FRAME_TABLE_H
 
 #include <deque>
 
@@ -9,7 +9,7 @@
 
 #include "pen/pen_frame.h"
 
-namespace penpad {
+namespace pencanvas {
 
 class FrameTable : public QAbstractTableModel {
  public:
@@ -28,6 +28,6 @@ class FrameTable : public QAbstractTableModel {
   std::deque<penframe::Frame> frames_;
 };
 
-}  // namespace penpad
+}  // namespace pencanvas
 
-#endif  // EXAMPLES_PENPAD_FRAME_TABLE_H
+#endif  // EXAMPLES_PEN_CANVAS_FRAME_TABLE_H

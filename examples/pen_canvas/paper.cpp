@@ -1,18 +1,18 @@
-#include "examples/penpad/paper.h"
+#include "examples/pen_canvas/paper.h"
 
 #include <algorithm>
 
 #include <QPaintEvent>
 #include <QPainter>
 
-#include "examples/penpad/colours.h"
-
-namespace penpad {
+namespace pencanvas {
 namespace {
 
 constexpr int kFullPressure = 1024;
 constexpr double kThinnest = 1.5;
 constexpr double kThickening = 10;
+constexpr double kPenRadius = 6;
+constexpr double kPixelsPerDegree = 0.6;
 
 // A stroke of a few hours. The oldest half is removed when there are more.
 constexpr std::size_t kMostSamples = 1000000;
@@ -24,11 +24,13 @@ QPointF middleOf(const QPoint& pixel) {
 }  // namespace
 
 Sample sampleOf(const QTabletEvent& event, bool touches) {
-  return {event.pos(), static_cast<int>(event.pressure() * kFullPressure), touches};
+  return {event.pos(), static_cast<int>(event.pressure() * kFullPressure), touches, event.xTilt(),
+          event.yTilt()};
 }
 
 Sample sampleOf(const penframe::Packet& packet) {
-  return {QPoint(packet.x, packet.y), packet.pressure, penframe::touches(packet)};
+  return {QPoint(packet.x, packet.y), packet.pressure, penframe::touches(packet), packet.tiltX,
+          packet.tiltY};
 }
 
 Paper::Paper(QWidget* parent) : QWidget(parent) {
@@ -48,7 +50,18 @@ void Paper::add(const Sample& sample) {
 void Paper::clear() {
   samples_.clear();
   last_.reset();
-  image_.fill(kPaperColour);
+  image_.fill(colours_.paper);
+  update();
+}
+
+void Paper::setColours(const Colours& colours) {
+  colours_ = colours;
+  redraw();
+  update();
+}
+
+void Paper::setShowsPen(bool showsPen) {
+  showsPen_ = showsPen;
   update();
 }
 
@@ -68,7 +81,7 @@ void Paper::draw(const Sample& sample) {
     const double width = kThinnest + kThickening * pressure / kFullPressure;
     QPainter painter(&image_);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(kInkColour, width, Qt::SolidLine, Qt::RoundCap));
+    painter.setPen(QPen(colours_.ink, width, Qt::SolidLine, Qt::RoundCap));
     // Qt does not draw a line of length 0.
     const QPointF end = middleOf(sample.position);
     painter.drawLine(middleOf(from.position),
@@ -79,30 +92,55 @@ void Paper::draw(const Sample& sample) {
 
 void Paper::paintEvent(QPaintEvent* event) {
   QPainter painter(this);
-  painter.drawImage(event->rect(), image_, event->rect());
-  if (remark_.isEmpty()) {
-    return;
-  }
+  painter.setClipRect(event->rect());
+  painter.drawImage(QPoint(0, 0), image_);
   painter.setRenderHint(QPainter::Antialiasing);
+  if (showsPen_ && last_) {
+    drawPen(painter);
+  }
+  if (!remark_.isEmpty()) {
+    drawRemark(painter);
+  }
+}
+
+void Paper::drawPen(QPainter& painter) const {
+  const double share = std::clamp(last_->pressure / double{kFullPressure}, 0.0, 1.0);
+  const double radius = kPenRadius * (1 + share);
+  const QPointF tip = middleOf(last_->position);
+  const QPointF lean = QPointF(last_->tiltX, last_->tiltY) * kPixelsPerDegree;
+  painter.setBrush(Qt::NoBrush);
+  painter.setPen(QPen(colours_.ink, 1));
+  painter.drawEllipse(tip, radius, radius);
+  painter.setPen(QPen(colours_.ink, 2, Qt::SolidLine, Qt::RoundCap));
+  painter.drawLine(tip, tip + lean);
+}
+
+void Paper::drawRemark(QPainter& painter) const {
   QFont remarkFont = font();
   remarkFont.setPixelSize(13);
   painter.setFont(remarkFont);
   const QRect most = rect().adjusted(48, 24, -48, -24);
   const QRect box = painter.boundingRect(most, Qt::AlignCenter | Qt::TextWordWrap, remark_);
-  painter.setPen(kRemarkEdgeColour);
-  painter.setBrush(kRemarkColour);
+  painter.setPen(colours_.remarkEdge);
+  painter.setBrush(colours_.remark);
   painter.drawRoundedRect(QRectF(box).adjusted(-18.5, -12.5, 18.5, 12.5), 8, 8);
-  painter.setPen(kRemarkTextColour);
+  painter.setPen(colours_.remarkText);
   painter.drawText(box, Qt::AlignCenter | Qt::TextWordWrap, remark_);
 }
 
 void Paper::resizeEvent(QResizeEvent* /*event*/) {
-  image_ = QImage(size(), QImage::Format_RGB32);
-  image_.fill(kPaperColour);
+  redraw();
+}
+
+// In pixels of the screen, so that a fine one shows fine lines.
+void Paper::redraw() {
+  image_ = QImage(size() * devicePixelRatioF(), QImage::Format_RGB32);
+  image_.setDevicePixelRatio(devicePixelRatioF());
+  image_.fill(colours_.paper);
   last_.reset();
   for (const Sample& sample : samples_) {
     draw(sample);
   }
 }
 
-}  // namespace penpad
+}  // namespace pencanvas

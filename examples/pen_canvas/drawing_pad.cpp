@@ -1,10 +1,10 @@
-#include "examples/penpad/drawing_pad.h"
+#include "examples/pen_canvas/drawing_pad.h"
 
 #include <utility>
 
 #include <QCoreApplication>
 
-namespace penpad {
+namespace pencanvas {
 
 DrawingPad::DrawingPad(TabletCallback onTablet, QWidget* parent)
     : Paper(parent), onTablet_(std::move(onTablet)) {
@@ -47,4 +47,4 @@ void DrawingPad::sendAsTablet(QMouseEvent* event) {
   QCoreApplication::sendEvent(this, &tablet);
 }
 
-}  // namespace penpad
+}  // namespace pencanvas

@@ -1,14 +1,14 @@
 // The sheet that receives the input of pen and mouse.
 
-#ifndef EXAMPLES_PENPAD_DRAWING_PAD_H
-#define EXAMPLES_PENPAD_DRAWING_PAD_H
+#ifndef EXAMPLES_PEN_CANVAS_DRAWING_PAD_H
+#define EXAMPLES_PEN_CANVAS_DRAWING_PAD_H
 
 #include <functional>
 
-#include "examples/penpad/mouse_pen.h"
-#include "examples/penpad/paper.h"
+#include "examples/pen_canvas/mouse_pen.h"
+#include "examples/pen_canvas/paper.h"
 
-namespace penpad {
+namespace pencanvas {
 
 // Draws tablet events and passes each one on. Mouse events become tablet events.
 class DrawingPad : public Paper {
@@ -31,6 +31,6 @@ class DrawingPad : public Paper {
   bool isDown_ = false;
 };
 
-}  // namespace penpad
+}  // namespace pencanvas
 
-#endif  // EXAMPLES_PENPAD_DRAWING_PAD_H
+#endif  // EXAMPLES_PEN_CANVAS_DRAWING_PAD_H

@@ -1,12 +1,12 @@
 // Mouse events as tablet events: a slow movement has a high pressure.
 
-#ifndef EXAMPLES_PENPAD_MOUSE_PEN_H
-#define EXAMPLES_PENPAD_MOUSE_PEN_H
+#ifndef EXAMPLES_PEN_CANVAS_MOUSE_PEN_H
+#define EXAMPLES_PEN_CANVAS_MOUSE_PEN_H
 
 #include <QMouseEvent>
 #include <QTabletEvent>
 
-namespace penpad {
+namespace pencanvas {
 
 class MousePen {
  public:
@@ -22,6 +22,6 @@ class MousePen {
   double pressure_ = 0;
 };
 
-}  // namespace penpad
+}  // namespace pencanvas
 
-#endif  // EXAMPLES_PENPAD_MOUSE_PEN_H
+#endif  // EXAMPLES_PEN_CANVAS_MOUSE_PEN_H

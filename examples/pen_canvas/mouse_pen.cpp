@@ -1,9 +1,9 @@
-#include "examples/penpad/mouse_pen.h"
+#include "examples/pen_canvas/mouse_pen.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace penpad {
+namespace pencanvas {
 namespace {
 
 // The pressure at rest, and the speed that halves it.
@@ -53,4 +53,4 @@ double MousePen::pressureAt(const QMouseEvent& event) {
   return pressure_;
 }
 
-}  // namespace penpad
+}  // namespace pencanvas

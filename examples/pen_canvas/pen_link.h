@@ -1,7 +1,7 @@
 // The connection of the two sides of the window: the library, and the port that it writes to.
 
-#ifndef EXAMPLES_PENPAD_PEN_LINK_H
-#define EXAMPLES_PENPAD_PEN_LINK_H
+#ifndef EXAMPLES_PEN_CANVAS_PEN_LINK_H
+#define EXAMPLES_PEN_CANVAS_PEN_LINK_H
 
 #include <cstddef>
 #include <cstdint>
@@ -11,7 +11,7 @@
 #include "pen/pen_frame.h"
 #include "vel/client/client.h"
 
-namespace penpad {
+namespace pencanvas {
 
 // Has a proxy of its own that is never connected: pen input needs no bus.
 class PenLink {
@@ -49,6 +49,6 @@ class PenLink {
   std::string badFrame_;
 };
 
-}  // namespace penpad
+}  // namespace pencanvas
 
-#endif  // EXAMPLES_PENPAD_PEN_LINK_H
+#endif  // EXAMPLES_PEN_CANVAS_PEN_LINK_H

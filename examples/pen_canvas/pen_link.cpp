@@ -1,12 +1,12 @@
-#include "examples/penpad/pen_link.h"
+#include "examples/pen_canvas/pen_link.h"
 
 #include <utility>
 
-namespace penpad {
+namespace pencanvas {
 namespace {
 
 // A port is the pen's when its name contains "space.port.2".
-constexpr char kPortName[] = "penpad.space.port.2";
+constexpr char kPortName[] = "canvas.space.port.2";
 
 }  // namespace
 
@@ -49,4 +49,4 @@ std::string PenLink::obstacle() const {
   return isOpen_ ? "" : "the port is closed";
 }
 
-}  // namespace penpad
+}  // namespace pencanvas
