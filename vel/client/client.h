@@ -722,16 +722,21 @@ class Client {
 
   template <typename Event>
   static Subscription subscribe(internal::Subscribers<Event>& subscribers,
-                                typename internal::Subscriber<Event>::Callback callback,
-                                Executor executor, std::function<Result<void>()> ended = {}) {
-    const auto subscriber =
-        std::make_shared<internal::Subscriber<Event>>(std::move(callback), std::move(executor));
+                                std::function<void(const Event&)> callback, Executor executor,
+                                std::function<Result<void>()> ended = {}) {
+    return begin(subscribers,
+                 internal::makeSubscriber<Event>(std::move(callback), std::move(executor)),
+                 std::move(ended));
+  }
+  static Subscription begin(internal::SubscriberList& subscribers,
+                            std::shared_ptr<internal::Subscriber> subscriber,
+                            std::function<Result<void>()> ended) {
     subscriber->whenStopped([&subscribers, key = subscriber.get(), ended = std::move(ended)] {
       subscribers.remove(key);
       return ended ? ended() : Result<void>();
     });
     subscribers.add(subscriber);
-    return Subscription(subscriber);
+    return Subscription(std::move(subscriber));
   }
 
   template <typename Notify>

@@ -65,10 +65,10 @@ class [[nodiscard]] Subscription {
  private:
   friend class Client;
 
-  explicit Subscription(std::shared_ptr<internal::SubscriberBase> subscriber)
+  explicit Subscription(std::shared_ptr<internal::Subscriber> subscriber)
       : subscriber_(std::move(subscriber)) {}
 
-  std::shared_ptr<internal::SubscriberBase> subscriber_;
+  std::shared_ptr<internal::Subscriber> subscriber_;
 };
 
 }  // namespace VEL_CLIENT_VARIANT

@@ -28,10 +28,16 @@ class InsideCallback {
   InsideCallback& operator=(const InsideCallback&) = delete;
 };
 
-class SubscriberBase {
+class Subscriber final : public std::enable_shared_from_this<Subscriber> {
  public:
-  SubscriberBase(const SubscriberBase&) = delete;
-  SubscriberBase& operator=(const SubscriberBase&) = delete;
+  // Calls a callback with an event. Both are as their kind of event has them: one class serves all
+  // kinds, so that a program is compiled quickly.
+  using Call = void (*)(const void* callback, const void* event);
+
+  Subscriber(std::shared_ptr<const void> callback, Call call, Executor executor)
+      : callback_(std::move(callback)), call_(call), executor_(std::move(executor)) {}
+  Subscriber(const Subscriber&) = delete;
+  Subscriber& operator=(const Subscriber&) = delete;
 
   // The callback never begins again.
   void stop() {
@@ -82,14 +88,20 @@ class SubscriberBase {
     stopped_ = std::move(stopped);
   }
 
- protected:
-  explicit SubscriberBase(std::shared_ptr<const void> callback) : callback_(std::move(callback)) {}
-  ~SubscriberBase() = default;
+  // Calls the callback here, or leaves that to the executor.
+  void deliver(const std::shared_ptr<const void>& event) {
+    if (executor_) {
+      executor_([self = shared_from_this(), event] { self->run(event.get()); });
+    } else {
+      run(event.get());
+    }
+  }
 
+ private:
   // One call of the callback, from its beginning to its end.
   class Run {
    public:
-    explicit Run(SubscriberBase& subscriber) : subscriber_(subscriber) {
+    explicit Run(Subscriber& subscriber) : subscriber_(subscriber) {
       const platform::MutexLock lock(subscriber_.mutex_);
       if (subscriber_.isActive_) {
         ++subscriber_.running_;
@@ -118,11 +130,19 @@ class SubscriberBase {
     const void* callback() const { return callback_; }
 
    private:
-    SubscriberBase& subscriber_;
+    Subscriber& subscriber_;
     const void* callback_ = nullptr;
   };
 
- private:
+  void run(const void* event) {
+    // Also while that ends what the callback has captured: other subscriptions, for instance.
+    const InsideCallback inside;
+    const Run run(*this);
+    if (run.callback()) {
+      call_(run.callback(), event);
+    }
+  }
+
   mutable platform::Mutex mutex_;
   platform::Condition idle_;
   std::function<Result<void>()> stopped_ QX_GUARDED_BY(mutex_);
@@ -130,40 +150,24 @@ class SubscriberBase {
   bool isActive_ QX_GUARDED_BY(mutex_) = true;
   std::size_t running_ QX_GUARDED_BY(mutex_) = 0;
   std::shared_ptr<const void> callback_ QX_GUARDED_BY(mutex_);
-};
-
-template <typename Event>
-class Subscriber final : public SubscriberBase,
-                         public std::enable_shared_from_this<Subscriber<Event>> {
- public:
-  using Callback = std::function<void(const Event&)>;
-
-  Subscriber(Callback callback, Executor executor)
-      : SubscriberBase(std::make_shared<const Callback>(std::move(callback))),
-        executor_(std::move(executor)) {}
-
-  // Calls the callback here, or leaves that to the executor.
-  void deliver(const std::shared_ptr<const Event>& event) {
-    if (executor_) {
-      executor_([self = this->shared_from_this(), event] { self->run(*event); });
-    } else {
-      run(*event);
-    }
-  }
-
- private:
-  void run(const Event& event) {
-    // Also while that ends what the callback has captured: other subscriptions, for instance.
-    const InsideCallback inside;
-    const Run run(*this);
-    const auto* const callback = static_cast<const Callback*>(run.callback());
-    if (callback && *callback) {
-      (*callback)(event);
-    }
-  }
-
+  const Call call_;
   const Executor executor_;
 };
+
+// callback   may be empty
+template <typename Event>
+std::shared_ptr<Subscriber> makeSubscriber(std::function<void(const Event&)> callback,
+                                           Executor executor) {
+  using Callback = std::function<void(const Event&)>;
+  const auto call = [](const void* function, const void* event) {
+    const Callback& typed = *static_cast<const Callback*>(function);
+    if (typed) {
+      typed(*static_cast<const Event*>(event));
+    }
+  };
+  return std::make_shared<Subscriber>(std::make_shared<const Callback>(std::move(callback)), call,
+                                      std::move(executor));
+}
 
 }  // namespace internal
 }  // namespace VEL_CLIENT_VARIANT
