@@ -3,6 +3,7 @@
 #ifndef VEL_APPS_LOCAL_VELCTL_RUN_ACTIONS_H
 #define VEL_APPS_LOCAL_VELCTL_RUN_ACTIONS_H
 
+#include <cstdint>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -17,75 +18,34 @@ namespace velctl {
 // The members of the answer to a request that has a status.
 std::vector<Member> statusMembers();
 
+// What a request calls. A plain function: a lambda of each request costs the compiler only itself.
+template <typename Value>
+struct CallOf {
+  using Function = vel::Result<Value> (*)(const vel::Client& client, const Values& values);
+};
+template <typename Value>
+using Call = typename CallOf<Value>::Function;
+
 // A request that the service answers with a status.
 //
-// call       (const vel::Client&, const Values&) -> vel::Result<void>
 // done       the text after success: "device {DEVICE} attached to {--vm}"
 // activity   what is waited for; empty: the answer
-template <typename Call>
-Action asks(const std::string& method, Call call, const std::string& done,
-            const std::string& activity = {}) {
-  return {method,
-          [call, done, activity](Invocation& invocation) {
-            invocation.finish(invocation.call(call, activity), done);
-          },
-          statusMembers(),
-          "",
-          {}};
-}
+Action asks(const std::string& method, Call<void> call, const std::string& done,
+            const std::string& activity = {});
 
 // A request whose status the library does not return: any answer is a success.
-template <typename Call>
-Action asksWithoutStatus(const std::string& method, Call call, const std::string& done,
-                         const std::string& activity = {}) {
-  return {method,
-          [call, done, activity](Invocation& invocation) {
-            invocation.finishWithoutStatus(invocation.call(call, activity), done);
-          },
-          {},
-          "",
-          {}};
-}
+Action asksWithoutStatus(const std::string& method, Call<void> call, const std::string& done,
+                         const std::string& activity = {});
 
 // A request whose answer the library does not wait for.
-template <typename Call>
-Action sends(const std::string& method, Call call, const std::string& done) {
-  return {
-      method,
-      [call, done](Invocation& invocation) { invocation.finishSent(invocation.call(call), done); },
-      {},
-      "",
-      {}};
-}
+Action sends(const std::string& method, Call<void> call, const std::string& done);
 
 // A text that client and service agree on; velctl does not interpret it.
-template <typename Call>
-Action reads(const std::string& method, const std::string& member, Call call,
-             const std::string& activity = {}) {
-  return {method,
-          [member, call, activity](Invocation& invocation) {
-            const std::string text = invocation.valueOf(invocation.call(call, activity));
-            invocation.finishWith(printableLines(text), Json{{member, jsonText(text)}});
-          },
-          {{member, Type::kText}},
-          "",
-          {}};
-}
+Action reads(const std::string& method, const std::string& member, Call<std::string> call,
+             const std::string& activity = {});
 
 // A number.
-template <typename Call>
-Action gets(const std::string& method, const Member& member, Call call) {
-  return {method,
-          [member, call](Invocation& invocation) {
-            const Json value = invocation.valueOf(invocation.call(call));
-            Json json = Json::object();
-            addMember(json, member, value);
-            invocation.finishWith(cellOf(member, value).text, json);
-          },
-          {member},
-          "",
-          {}};
-}
+Action gets(const std::string& method, const Member& member, Call<std::int32_t> call);
 
 // Gives the records of a list the names of their VMs where this process has not learned them.
 template <typename Record>
@@ -113,11 +73,9 @@ void finishRecords(const Invocation& invocation, const std::string& name,
 }
 
 // A list of records.
-//
-// call       (const vel::Client&, const Values&) -> vel::Result<std::vector<Record>>
-template <typename Record, typename Call>
+template <typename Record>
 Action lists(const std::string& method, const std::string& name,
-             const std::vector<Field<Record>>& fields, Call call,
+             const std::vector<Field<Record>>& fields, Call<std::vector<Record>> call,
              const std::string& activity = {}) {
   return {method,
           [name, fields, call, activity](Invocation& invocation) {
@@ -139,9 +97,9 @@ void finishThing(const Invocation& invocation, const std::vector<Field<Record>>&
 // One thing in full: the first record that the service has of it, which is the only one.
 //
 // noun, listing  for the message when there is none: "device", "velctl device list"
-template <typename Record, typename Call>
+template <typename Record>
 Action shows(const std::string& method, const std::string& noun, const std::string& listing,
-             const std::vector<Field<Record>>& fields, Call call) {
+             const std::vector<Field<Record>>& fields, Call<std::vector<Record>> call) {
   return {method,
           [noun, listing, fields, call](Invocation& invocation) {
             std::vector<Record> records = invocation.valueOf(invocation.call(call));

@@ -4,8 +4,10 @@
 #define VEL_APPS_LOCAL_VELCTL_RUN_INVOCATION_H
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -68,10 +70,10 @@ class Invocation {
 
   // Calls operation(const vel::Client&, const Values&) -> vel::Result and waits for the result.
   template <typename Operation>
-  auto call(Operation operation, const std::string& activity = {}) const {
-    return session_.call(activityOf(activity),
-                         [values = values_, operation = std::move(operation)](
-                             const vel::Client& client) { return operation(client, *values); });
+  auto call(Operation operation, const std::string& activity = {}) const
+      -> std::invoke_result_t<Operation, const vel::Client&, const Values&> {
+    using Result = std::invoke_result_t<Operation, const vel::Client&, const Values&>;
+    return callResult<typename Result::value_type>(std::move(operation), activity);
   }
 
   // What is waited for: by default the answer to the method.
@@ -119,6 +121,15 @@ class Invocation {
   static std::string logs();
 
  private:
+  // Compiled once for each type of result, and not for each of the many operations.
+  template <typename Value>
+  vel::Result<Value> callResult(
+      std::function<vel::Result<Value>(const vel::Client&, const Values&)> operation,
+      const std::string& activity) const {
+    return session_.call(activityOf(activity),
+                         [values = values_, operation = std::move(operation)](
+                             const vel::Client& client) { return operation(client, *values); });
+  }
   Value valueOf(const Parameter& parameter, const std::vector<std::string>& texts);
   void describe();
 

@@ -24,6 +24,19 @@ Session::StopListener::~StopListener() {
   session_.listeners_.erase(entry_);
 }
 
+vel::Result<void> Session::awaitEnd(const Activity& activity, std::function<void()> function) {
+  const auto call = [function = std::move(function)]() -> vel::Result<void> {
+    function();
+    return {};
+  };
+  const auto ends = std::make_shared<Inbox<Ended>>();
+  const Background<void> background(
+      vel::Task<void>(call, {}, [ends](const vel::Result<void>&) { ends->addAlways({}); }, {}));
+  Progress progress(activity.text, activity.limit, output_.isQuiet());
+  static_cast<void>(next(*ends, progress));
+  return background.task().get();
+}
+
 void Session::stopWithOutput() {
   outputEnd_ =
       std::make_unique<OutputEnd>(output_.descriptor(), [this] { stop(Stop::kOutputClosed); });

@@ -108,7 +108,8 @@ class Session {
   template <typename Operation>
   auto call(const Activity& activity, Operation operation)
       -> std::invoke_result_t<Operation, const vel::Client&> {
-    return await(activity, [operation = std::move(operation)] { return operation(vel::Client()); });
+    using Result = std::invoke_result_t<Operation, const vel::Client&>;
+    return callResult<typename Result::value_type>(activity, std::move(operation));
   }
 
   // Calls a function that returns a vel::Result on another thread, and waits for its result.
@@ -133,15 +134,21 @@ class Session {
 
   // Compiled once for each type of result, and not for each of the many functions.
   template <typename Value>
+  vel::Result<Value> callResult(const Activity& activity,
+                                std::function<vel::Result<Value>(const vel::Client&)> operation) {
+    return awaitResult<Value>(
+        activity, [operation = std::move(operation)] { return operation(vel::Client()); });
+  }
+  template <typename Value>
   vel::Result<Value> awaitResult(const Activity& activity,
                                  std::function<vel::Result<Value>()> function) {
-    const auto ends = std::make_shared<Inbox<Ended>>();
-    const Background<Value> background(vel::Task<Value>(
-        std::move(function), {}, [ends](const auto&) { ends->addAlways({}); }, {}));
-    Progress progress(activity.text, activity.limit, output_.isQuiet());
-    static_cast<void>(next(*ends, progress));
-    return background.task().get();
+    const auto result = std::make_shared<std::optional<vel::Result<Value>>>();
+    const vel::Result<void> end = awaitEnd(
+        activity, [result, function = std::move(function)] { result->emplace(function()); });
+    return end ? **result : vel::unexpected<vel::Error>(end.error());
   }
+  // Fails when there is no thread.
+  vel::Result<void> awaitEnd(const Activity& activity, std::function<void()> function);
   void stop(Stop reason) QX_EXCLUDES(mutex_);
   Clock::time_point wakeTime(const Progress& progress, Clock::time_point until) const;
 
