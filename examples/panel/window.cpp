@@ -8,6 +8,7 @@
 
 #include "examples/panel/joysticks/joysticks_page.h"
 #include "examples/panel/pen/pen_page.h"
+#include "examples/panel/printing/printing_page.h"
 #include "examples/panel/quality/quality_page.h"
 #include "examples/panel/things/things_page.h"
 
@@ -22,6 +23,7 @@ Window::Window(Service& service)
   setWindowTitle(tr("Devices and printers"));
   pages_.add(new ThingsPage(service_, things_, vms_), tr("&Devices and printers"));
   pages_.add(new JoysticksPage(service_), tr("&Joysticks"));
+  pages_.add(new PrintingPage(service_), tr("Pr&inting"));
   pages_.add(new PenPage, tr("&Pen"));
   pages_.add(new QualityPage(service_, vms_), tr("Quali&ty"));
   layOut();

@@ -325,6 +325,37 @@
     </message>
 </context>
 <context>
+    <name>panel::Mistakes</name>
+    <message>
+        <source>An address has no blanks.</source>
+        <translation>Eine Adresse hat keine Leerzeichen.</translation>
+    </message>
+    <message>
+        <source>“%1” does not belong into an address: numbers such as 10.0.0.7 do, names do not.</source>
+        <translation>„%1“ gehört nicht in eine Adresse: Sie besteht aus Zahlen wie 10.0.0.7, nicht aus Namen.</translation>
+    </message>
+    <message>
+        <source>%1 begins with 0.</source>
+        <translation>%1 beginnt mit 0.</translation>
+    </message>
+    <message>
+        <source>%1 is more than %2.</source>
+        <translation>%1 ist mehr als %2.</translation>
+    </message>
+    <message>
+        <source>An address has four numbers with dots between them, such as 10.0.0.7.</source>
+        <translation>Eine Adresse hat vier Zahlen mit Punkten dazwischen, wie 10.0.0.7.</translation>
+    </message>
+    <message>
+        <source>Type an address such as 10.0.0.7, or 10.0.0.7:631 with a port.</source>
+        <translation>Geben Sie eine Adresse wie 10.0.0.7 ein, mit Port 10.0.0.7:631.</translation>
+    </message>
+    <message>
+        <source>This is no address such as 10.0.0.7, or 10.0.0.7:631 with a port.</source>
+        <translation>Das ist keine Adresse wie 10.0.0.7, oder mit Port 10.0.0.7:631.</translation>
+    </message>
+</context>
+<context>
     <name>panel::MoreButton</name>
     <message>
         <source>More</source>
@@ -357,6 +388,41 @@
     <message>
         <source>&amp;Diagnose…</source>
         <translation>&amp;Diagnose …</translation>
+    </message>
+</context>
+<context>
+    <name>panel::NetworkPrintersBox</name>
+    <message>
+        <source>Address of the network printer</source>
+        <translation>Adresse des Netzwerkdruckers</translation>
+    </message>
+    <message>
+        <source>Network printers</source>
+        <translation>Netzwerkdrucker</translation>
+    </message>
+    <message>
+        <source>Add t&amp;he printer</source>
+        <translation>Drucker &amp;hinzufügen</translation>
+    </message>
+    <message>
+        <source>Re&amp;move</source>
+        <translation>&amp;Entfernen</translation>
+    </message>
+    <message>
+        <source>The service chooses one</source>
+        <translation>Der Dienst wählt einen</translation>
+    </message>
+    <message>
+        <source>Addr&amp;ess</source>
+        <translation>Ad&amp;resse</translation>
+    </message>
+    <message>
+        <source>&amp;Name</source>
+        <translation>&amp;Name</translation>
+    </message>
+    <message>
+        <source>%1, %2</source>
+        <translation>%1, %2</translation>
     </message>
 </context>
 <context>
@@ -478,6 +544,37 @@
     </message>
 </context>
 <context>
+    <name>panel::PrintQueuesBox</name>
+    <message>
+        <source>Print queues</source>
+        <translation>Druckerwarteschlangen</translation>
+    </message>
+    <message>
+        <source>Driver of the print queue</source>
+        <translation>Treiber der Warteschlange</translation>
+    </message>
+    <message>
+        <source>Print a test pa&amp;ge</source>
+        <translation>&amp;Testseite drucken</translation>
+    </message>
+    <message>
+        <source>Remove the &amp;queue</source>
+        <translation>&amp;Warteschlange entfernen</translation>
+    </message>
+    <message>
+        <source>Driver</source>
+        <translation>Treiber</translation>
+    </message>
+    <message>
+        <source>%1, shared at %2</source>
+        <translation>%1, freigegeben unter %2</translation>
+    </message>
+    <message>
+        <source>%1, %2</source>
+        <translation>%1, %2</translation>
+    </message>
+</context>
+<context>
     <name>panel::QualityPage</name>
     <message>
         <source>Choose a VM to see its bandwidth</source>
@@ -498,6 +595,53 @@
     <message>
         <source>Second figure</source>
         <translation>Zweiter Wert</translation>
+    </message>
+</context>
+<context>
+    <name>panel::SharedPrintersBox</name>
+    <message>
+        <source>Address of the machine that shares printers</source>
+        <translation>Adresse des Rechners, der Drucker freigibt</translation>
+    </message>
+    <message>
+        <source>Printers of other machines</source>
+        <translation>Drucker anderer Rechner</translation>
+    </message>
+    <message>
+        <source>&amp;Search</source>
+        <translation>&amp;Suchen</translation>
+    </message>
+    <message>
+        <source>St&amp;op</source>
+        <translation>A&amp;nhalten</translation>
+    </message>
+    <message>
+        <source>&amp;Add the marked ones</source>
+        <translation>&amp;Markierte hinzufügen</translation>
+    </message>
+    <message>
+        <source>Progress of the search</source>
+        <translation>Fortschritt der Suche</translation>
+    </message>
+    <message>
+        <source>Shared printers that were found</source>
+        <translation>Gefundene freigegebene Drucker</translation>
+    </message>
+    <message>
+        <source>Add&amp;ress</source>
+        <translation>A&amp;dresse</translation>
+    </message>
+    <message>
+        <source>The search was stopped.</source>
+        <translation>Die Suche wurde angehalten.</translation>
+    </message>
+    <message>
+        <source>No printer is shared there.</source>
+        <translation>Dort ist kein Drucker freigegeben.</translation>
+    </message>
+    <message>
+        <source>%1, %2</source>
+        <translation>%1, %2</translation>
     </message>
 </context>
 <context>
@@ -716,6 +860,10 @@
     <message>
         <source>Quali&amp;ty</source>
         <translation>Quali&amp;tät</translation>
+    </message>
+    <message>
+        <source>Pr&amp;inting</source>
+        <translation>Dr&amp;ucken</translation>
     </message>
 </context>
 <context>
