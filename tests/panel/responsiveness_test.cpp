@@ -5,6 +5,8 @@
 
 #include <QElapsedTimer>
 
+#include "examples/panel/joysticks/joysticks_page.h"
+#include "examples/panel/printing/printing_page.h"
 #include "tests/panel/window_test.h"
 
 namespace panel {
@@ -66,6 +68,42 @@ TEST_F(WindowTest, TheEventLoopGoesOnWhileEveryCallTakesItsFullTime) {
   EXPECT_GE(time.elapsed(), 2 * limit.count()) << "the calls have not taken their time";
   // A machine may be busy; a window that waits for one call would be here twice as long.
   EXPECT_LT(gap.longestMs(), limit.count() / 2);
+}
+
+TEST_F(WindowTest, NoPageWaitsForAServiceThatHangs) {
+  ASSERT_TRUE(isReady());
+  JoysticksPage& joysticks = window.pages().page<JoysticksPage>();
+  PrintingPage& printing = window.pages().page<PrintingPage>();
+  QTest::keyClick(&window, Qt::Key_2, Qt::ControlModifier);
+  QTest::keyClick(&window, Qt::Key_3, Qt::ControlModifier);
+  ASSERT_TRUE(loopUntil([&] {
+    return joysticks.cards().size() == 3 && printing.queues().queues().count() == 2 &&
+           !printing.queues().model().isBusy() && !printing.network().model().isBusy();
+  }));
+  const GapMeter gap;
+  {
+    const Hanging hanging(velsim());
+    QTest::keyClicks(&printing.shared().address().edit(), "10.0.0.7");
+    QTest::mouseClick(&printing.shared().search(), Qt::LeftButton);
+    QTest::keyClicks(&printing.network().address().edit(), "10.0.0.6");
+    QTest::mouseClick(&printing.network().add(), Qt::LeftButton);
+    QTest::mouseClick(&printing.shared().stop(), Qt::LeftButton);
+    QTest::mouseClick(&joysticks.cards().front()->calibrate(), Qt::LeftButton);
+    EXPECT_TRUE(printing.shared().model().isSearching());
+    EXPECT_TRUE(becomesUnavailable());
+    // A search may take 10 s, and another slow operation waits for it.
+    EXPECT_TRUE(loopUntil([&] {
+      return !printing.shared().model().isBusy() && !printing.network().model().isBusy() &&
+             !joysticks.cards().front()->status().isBusy();
+    }));
+    EXPECT_NE(printing.shared().status().problem(), QString());
+    EXPECT_NE(printing.network().status().problem(), QString());
+    EXPECT_NE(joysticks.cards().front()->status().problem(), QString());
+  }
+  EXPECT_TRUE(isReady());
+
+  std::cout << "longest gap of the event loop: " << gap.longestMs() << " ms\n";
+  EXPECT_LT(gap.longestMs(), vel::Client::timeLimit("connectDevice").count() / 2);
 }
 
 TEST_F(WindowTest, TheButtonLooksForTheServiceAtOnce) {

@@ -79,7 +79,8 @@ void QualityModel::take(const vel::CommandEvent& event) {
   }
   for (const QJsonValue& report : *reports) {
     const QJsonArray figures = report["bandwidth"].toArray();
-    const auto vm = service_.client().vmName(vel::VmNumber(report["vm"].toInt()));
+    const auto vm =
+        service_.client().vmName(vel::VmNumber(static_cast<std::uint32_t>(report["vm"].toInt())));
     if (vm && figures.size() == 2) {
       std::deque<Bandwidth>& readings = readings_[*vm];
       readings.push_back({figures[0].toDouble(), figures[1].toDouble()});

@@ -92,8 +92,10 @@ void Plot::drawAxes(QPainter& painter, const QRectF& area, double top) const {
                                                 width() - area.right() - half, 2 * half)
                                        : QRectF(0, y - half, area.left() - half, 2 * half);
     painter.setPen(palette().color(group(), QPalette::Text));
-    painter.drawText(place, (isRightToLeft ? Qt::AlignLeft : Qt::AlignRight) | Qt::AlignVCenter,
-                     QLocale().toString(top * line / kGridLines));
+    painter.drawText(
+        place,
+        static_cast<int>((isRightToLeft ? Qt::AlignLeft : Qt::AlignRight) | Qt::AlignVCenter),
+        QLocale().toString(top * line / kGridLines));
   }
 }
 
@@ -126,9 +128,10 @@ void Plot::drawName(QPainter& painter, const QRectF& area, std::size_t index) co
   const double text = begin + sign * 2.5 * letter;
   const double room = column - 3 * letter;
   painter.setPen(palette().color(group(), QPalette::Text));
-  painter.drawText(QRectF(isRightToLeft ? text - room : text, 0, room, 2 * letter),
-                   (isRightToLeft ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter,
-                   lines_[index].name);
+  painter.drawText(
+      QRectF(isRightToLeft ? text - room : text, 0, room, 2 * letter),
+      static_cast<int>((isRightToLeft ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter),
+      lines_[index].name);
 }
 
 }  // namespace panel

@@ -170,7 +170,7 @@ TEST_F(TranslatedWindowTest, TheWindowSpeaksGerman) {
 }
 
 TEST_F(TranslatedWindowTest, ALanguageWithoutATranslationIsEnglish) {
-  const Language welsh(QLocale(QLocale::Welsh));
+  const Language welsh{QLocale(QLocale::Welsh)};
   Service service;
   const Window window(service);
 
