@@ -16,6 +16,7 @@ namespace {
 
 constexpr int kExitNotWritten = 4;
 constexpr char kScreenshot[] = "screenshot";
+constexpr char kPage[] = "page";
 
 QString text(const char* english) {
   return QCoreApplication::translate("panel", english);
@@ -33,6 +34,8 @@ void readArguments(QCommandLineParser& parser) {
                               "Write a picture of the window to this PNG file and exit; needs no "
                               "display")),
        "file"});
+  parser.addOption(
+      {kPage, text(QT_TRANSLATE_NOOP("panel", "Begin with this page; the first is 1")), "number"});
   parser.process(*QCoreApplication::instance());
 }
 
@@ -56,9 +59,10 @@ void save(panel::Window& window, const QString& file) {
 }
 
 // As soon as the service has answered, or cannot be reached.
-int takePicture(const QString& file) {
+int takePicture(const QString& file, int page) {
   panel::Service service;
   panel::Window window(service);
+  window.pages().setCurrentIndex(page);
   QObject::connect(
       &service, &panel::Service::stateChanged, &window, [&] { save(window, file); },
       Qt::QueuedConnection);
@@ -66,9 +70,10 @@ int takePicture(const QString& file) {
   return QApplication::exec();
 }
 
-int show() {
+int show(int page) {
   panel::Service service;
   panel::Window window(service);
+  window.pages().setCurrentIndex(page);
   QSettings settings;
   const panel::Remembered remembered(window, settings);
   panel::Tray tray(window, service);
@@ -89,5 +94,6 @@ int main(int argc, char** argv) {
   const panel::Language language{QLocale()};
   QCommandLineParser parser;
   readArguments(parser);
-  return parser.isSet(kScreenshot) ? takePicture(parser.value(kScreenshot)) : show();
+  const int page = parser.value(kPage).toInt() - 1;
+  return parser.isSet(kScreenshot) ? takePicture(parser.value(kScreenshot), page) : show(page);
 }

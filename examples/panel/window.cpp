@@ -13,6 +13,14 @@
 #include "examples/panel/things/things_page.h"
 
 namespace panel {
+namespace {
+
+// In widths of a letter.
+constexpr int kWidth = 120;
+constexpr int kHeight = 80;
+constexpr int kVmsWidth = 24;
+
+}  // namespace
 
 Window::Window(Service& service)
     : service_(service),
@@ -40,7 +48,6 @@ void Window::layOut() {
   bannerText_.setTextFormat(Qt::PlainText);
   bannerText_.setWordWrap(true);
   retryButton_.setText(tr("&Try now"));
-  banner_.setFrameShape(QFrame::StyledPanel);
   banner_.setAutoFillBackground(true);
   banner_.setBackgroundRole(QPalette::ToolTipBase);
   bannerText_.setForegroundRole(QPalette::ToolTipText);
@@ -68,6 +75,8 @@ void Window::layOut() {
   splitter->addWidget(right);
   splitter->setStretchFactor(1, 1);
   splitter->setChildrenCollapsible(false);
+  const int letter = fontMetrics().averageCharWidth();
+  splitter->setSizes({kVmsWidth * letter, (kWidth - kVmsWidth) * letter});
   auto* const contentRows = new QVBoxLayout(&content_);
   contentRows->setContentsMargins(0, 0, 0, 0);
   contentRows->addWidget(splitter);
@@ -75,8 +84,7 @@ void Window::layOut() {
   auto* const rows = new QVBoxLayout(this);
   rows->addWidget(&banner_);
   rows->addWidget(&content_, 1);
-  const int letter = fontMetrics().averageCharWidth();
-  resize(120 * letter, 80 * letter);
+  resize(kWidth * letter, kHeight * letter);
 }
 
 void Window::showService() {

@@ -4,7 +4,6 @@
 #ifndef EXAMPLES_PANEL_WINDOW_H
 #define EXAMPLES_PANEL_WINDOW_H
 
-#include <QFrame>
 #include <QLabel>
 #include <QPointer>
 #include <QPushButton>
@@ -16,6 +15,7 @@
 #include "examples/panel/service/service.h"
 #include "examples/panel/things/things_model.h"
 #include "examples/panel/vms/vm_list.h"
+#include "examples/panel/widgets/outlined_frame.h"
 
 namespace panel {
 
@@ -43,7 +43,7 @@ class Window : public QWidget {
   Service& service_;
   ThingsModel things_;
   NewDevicesModel newDevices_;
-  QFrame banner_;
+  OutlinedFrame banner_;
   QLabel bannerText_;
   QPushButton retryButton_;
   QWidget content_;

@@ -50,6 +50,9 @@ NOT_RUN = {
     "docs/macos.md": dict.fromkeys(
         ["scripts/build-macos", "scripts/build-macos --release", "./test --macos"],
         "fetches a compiler; ./test --macos is a test of its own"),
+    "tests/panel/pictures/README.md": {
+        "PANEL_WRITE_PICTURES=1 build/dev/tests/panel/panel_tests --gtest_filter='*Pictures*'":
+            "writes into the tree"},
     "examples/panel/translations/README.md": {
         **dict.fromkeys(["cmake --build --preset dev --target panel_translations",
                          "cmake --build --preset dev --target panel"], TREE),

@@ -6,7 +6,6 @@
 namespace panel {
 
 JoystickCard::JoystickCard(const Actions& actions) {
-  setFrameShape(QFrame::StyledPanel);
   QFont bold = name_.font();
   bold.setBold(true);
   name_.setFont(bold);

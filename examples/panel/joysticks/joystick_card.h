@@ -7,16 +7,16 @@
 #include <vector>
 
 #include <QComboBox>
-#include <QFrame>
 #include <QPushButton>
 
 #include "examples/panel/joysticks/joysticks_model.h"
 #include "examples/panel/widgets/operation_status.h"
+#include "examples/panel/widgets/outlined_frame.h"
 #include "examples/panel/widgets/plain_label.h"
 
 namespace panel {
 
-class JoystickCard : public QFrame {
+class JoystickCard : public OutlinedFrame {
   Q_DECLARE_TR_FUNCTIONS(panel::JoystickCard)
 
  public:

@@ -29,7 +29,6 @@ NewDeviceCard::NewDeviceCard(NewDevicesModel& model, VmList& vms) : model_(model
 }
 
 void NewDeviceCard::layOut() {
-  setFrameShape(QFrame::StyledPanel);
   setAutoFillBackground(true);
   setBackgroundRole(QPalette::AlternateBase);
   for (QLabel* const label : {&question_, &others_, &problem_}) {

@@ -7,17 +7,17 @@
 #include <optional>
 
 #include <QCoreApplication>
-#include <QFrame>
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
 
 #include "examples/panel/new_devices/new_devices_model.h"
 #include "examples/panel/vms/vm_list.h"
+#include "examples/panel/widgets/outlined_frame.h"
 
 namespace panel {
 
-class NewDeviceCard : public QFrame {
+class NewDeviceCard : public OutlinedFrame {
   Q_DECLARE_TR_FUNCTIONS(panel::NewDeviceCard)
 
  public:

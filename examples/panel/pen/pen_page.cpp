@@ -54,6 +54,7 @@ void PenPage::layOut() {
   table_.setTabKeyNavigation(false);
   table_.setWordWrap(false);
   table_.verticalHeader()->hide();
+  table_.verticalHeader()->setDefaultSectionSize(fontMetrics().height() * 3 / 2);
   table_.horizontalHeader()->setStretchLastSection(true);
   const int letter = fontMetrics().averageCharWidth();
   for (int column = 0; column < pencanvas::FrameTable::kFlags; ++column) {

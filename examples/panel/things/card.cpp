@@ -16,7 +16,6 @@ constexpr int kLeastWidth = 24;
 
 Card::Card(const Actions& actions) : actions_(actions), more_(actions.more) {
   connect(&switch_, &QCheckBox::clicked, this, actions.toggle);
-  setFrameShape(QFrame::StyledPanel);
   // A long reason must not take the width of other cards.
   setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
   setMinimumWidth(kLeastWidth * fontMetrics().averageCharWidth());

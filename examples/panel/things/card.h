@@ -6,15 +6,14 @@
 
 #include <functional>
 
-#include <QFrame>
-
 #include "examples/panel/things/more_button.h"
 #include "examples/panel/things/thing.h"
+#include "examples/panel/widgets/outlined_frame.h"
 #include "examples/panel/widgets/switch.h"
 
 namespace panel {
 
-class Card : public QFrame {
+class Card : public OutlinedFrame {
   Q_DECLARE_TR_FUNCTIONS(panel::Card)
 
  public:

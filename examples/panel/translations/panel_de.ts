@@ -185,6 +185,10 @@
         <source>the service refused with status %1</source>
         <translation>der Dienst hat mit Status %1 abgelehnt</translation>
     </message>
+    <message>
+        <source>Begin with this page; the first is 1</source>
+        <translation>Mit dieser Seite beginnen; die erste ist 1</translation>
+    </message>
 </context>
 <context>
     <name>panel::Board</name>
