@@ -95,6 +95,15 @@ TEST_F(DiagnosisTest, MayBeClosedEarly) {
   EXPECT_TRUE(ends());
 }
 
+TEST_F(DiagnosisTest, TheReturnKeyClosesIt) {
+  open();
+  ASSERT_TRUE(hasSteps(1));
+
+  QTest::keyClick(dialog.get(), Qt::Key_Return);
+
+  EXPECT_FALSE(dialog->isVisible());
+}
+
 TEST_F(DiagnosisTest, OthersOfTheServiceAreNotShown) {
   open();
   ASSERT_TRUE(hasSteps(1));

@@ -23,7 +23,6 @@ void DiagnosisDialog::layOut() {
   steps_.setAccessibleName(tr("Progress of the diagnosis"));
   again_.setText(tr("&Diagnose again"));
   close_.setText(tr("&Close"));
-  close_.setDefault(true);
   auto* const rows = new QVBoxLayout(this);
   rows->addWidget(&steps_, 1);
   rows->addWidget(&finding_);
@@ -33,6 +32,8 @@ void DiagnosisDialog::layOut() {
   line->addWidget(&again_);
   line->addWidget(&close_);
   rows->addLayout(line);
+  // As a part of the dialog.
+  close_.setDefault(true);
 }
 
 QString DiagnosisDialog::findingText() const {

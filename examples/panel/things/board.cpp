@@ -58,6 +58,7 @@ Card::Actions Board::actionsOf(const Number& number) {
           {[this, number](vel::LocalPolicy policy) { actions_.setPolicy(number, policy); },
            [this, number](bool isOn) { actions_.setAutoConnect(number, isOn); },
            [this, number] { actions_.checkCamera(number); },
+           [this, number] { actions_.configureTurbo(number); },
            [this, number] { actions_.diagnose(number); }}};
 }
 

@@ -27,6 +27,7 @@ class Board : public QScrollArea {
     std::function<void(const Number&, vel::LocalPolicy)> setPolicy;
     std::function<void(const Number&, bool)> setAutoConnect;
     std::function<void(const Number&)> checkCamera;
+    std::function<void(const Number&)> configureTurbo;
     std::function<void(const Number&)> diagnose;
   };
 

@@ -26,8 +26,10 @@ MoreButton::MoreButton(const Actions& actions) {
   autoConnect_->setCheckable(true);
   connect(autoConnect_, &QAction::triggered, this, actions.setAutoConnect);
   menu_.addSeparator();
-  checkCamera_ = menu_.addAction(tr("Check whether cameras may be &used"));
+  checkCamera_ = menu_.addAction(tr("Check whether cameras may &be used"));
   connect(checkCamera_, &QAction::triggered, this, actions.checkCamera);
+  configureTurbo_ = menu_.addAction(tr("T&urbo configuration\u2026"));
+  connect(configureTurbo_, &QAction::triggered, this, actions.configureTurbo);
   diagnose_ = menu_.addAction(tr("&Diagnose\u2026"));
   connect(diagnose_, &QAction::triggered, this, actions.diagnose);
 }
@@ -44,6 +46,7 @@ void MoreButton::setThing(const Thing& thing) {
   autoConnect_->setEnabled(!thing.isBusy);
   checkCamera_->setVisible(thing.type == vel::DeviceType::kCamera);
   checkCamera_->setEnabled(!thing.isBusy);
+  configureTurbo_->setVisible(thing.type == vel::DeviceType::kCamera);
 }
 
 }  // namespace panel

@@ -23,6 +23,7 @@ class MoreButton : public QToolButton {
     std::function<void(vel::LocalPolicy)> setPolicy;
     std::function<void(bool)> setAutoConnect;
     std::function<void()> checkCamera;
+    std::function<void()> configureTurbo;
     std::function<void()> diagnose;
   };
 
@@ -35,6 +36,7 @@ class MoreButton : public QToolButton {
   QAction& policy(vel::LocalPolicy policy) { return *policies_.at(policy); }
   QAction& autoConnect() { return *autoConnect_; }
   QAction& checkCamera() { return *checkCamera_; }
+  QAction& configureTurbo() { return *configureTurbo_; }
   QAction& diagnose() { return *diagnose_; }
 
  private:
@@ -42,6 +44,7 @@ class MoreButton : public QToolButton {
   std::map<vel::LocalPolicy, QAction*> policies_;
   QAction* autoConnect_ = nullptr;
   QAction* checkCamera_ = nullptr;
+  QAction* configureTurbo_ = nullptr;
   QAction* diagnose_ = nullptr;
 };
 

@@ -74,6 +74,7 @@ Thing thingOf(const vel::Device& device) {
   thing.policy = device.policy;
   thing.fullName = device.name;
   thing.policyText = device.policyText;
+  thing.usb = device.usb;
   thing.vm = device.isAttached() ? device.vm : std::string();
   return thing;
 }

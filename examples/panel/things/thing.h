@@ -32,6 +32,7 @@ struct Thing {
   // As the service has them.
   std::string fullName;
   std::string policyText;
+  vel::UsbId usb;
   std::string vm;  // where it is attached; empty: nowhere, or not known
 
   // Of the last operation.

@@ -24,6 +24,7 @@ ThingsPage::ThingsPage(Service& service, ThingsModel& model, VmList& vms)
               },
               [this](const Number& number, bool isOn) { model_.setAutoConnect(number, isOn); },
               [this](const Number& number) { model_.checkCamera(number); },
+              [this](const Number& number) { configureTurbo(number); },
               [this](const Number& number) { diagnose(number); }}) {
   layOut();
   addShortcuts();
@@ -119,9 +120,20 @@ void ThingsPage::diagnose(const Number& number) {
   if (thing && device) {
     const std::string vm = thing->vm.empty() ? vms_.chosen() : thing->vm;
     diagnosis_ = new DiagnosisDialog(service_, *device, vm, thing->name, this);
-    diagnosis_->setAttribute(Qt::WA_DeleteOnClose);
-    diagnosis_->show();
+    open(*diagnosis_);
   }
+}
+
+void ThingsPage::configureTurbo(const Number& number) {
+  if (const Thing* const thing = model_.find(number)) {
+    turbo_ = new TurboDialog(service_, thing->usb, thing->name, this);
+    open(*turbo_);
+  }
+}
+
+void ThingsPage::open(QDialog& dialog) {
+  dialog.setAttribute(Qt::WA_DeleteOnClose);
+  dialog.show();
 }
 
 void ThingsPage::toggle(const Number& number) {

@@ -9,6 +9,7 @@
 #include <QPointer>
 #include <QWidget>
 
+#include "examples/panel/cameras/turbo_dialog.h"
 #include "examples/panel/diagnosis/diagnosis_dialog.h"
 #include "examples/panel/things/board.h"
 #include "examples/panel/things/things_model.h"
@@ -27,8 +28,9 @@ class ThingsPage : public QWidget {
   QComboBox& filter() { return filter_; }
   Board& board() { return board_; }
   QString summary() const { return summary_.text(); }
-  // The one that was opened last; null: it has gone.
+  // Those that were opened last; null: there is none, or it has gone.
   DiagnosisDialog* diagnosis() { return diagnosis_; }
+  TurboDialog* turbo() { return turbo_; }
 
  private:
   void layOut();
@@ -38,6 +40,8 @@ class ThingsPage : public QWidget {
   void showCounts();
   void toggle(const Number& number);
   void diagnose(const Number& number);
+  void configureTurbo(const Number& number);
+  void open(QDialog& dialog);
   bool passes(const Thing& thing) const;
   QString chosenVm() const { return shownText(vms_.chosen()); }
 
@@ -49,6 +53,7 @@ class ThingsPage : public QWidget {
   Board board_;
   QLabel summary_;
   QPointer<DiagnosisDialog> diagnosis_;
+  QPointer<TurboDialog> turbo_;
 };
 
 }  // namespace panel

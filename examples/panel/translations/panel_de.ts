@@ -386,12 +386,16 @@
         <translation>&amp;Jedes dieser Art beim Einstecken verbinden: %1</translation>
     </message>
     <message>
-        <source>Check whether cameras may be &amp;used</source>
+        <source>&amp;Diagnose…</source>
+        <translation>&amp;Diagnose …</translation>
+    </message>
+    <message>
+        <source>Check whether cameras may &amp;be used</source>
         <translation>Prüfen, ob &amp;Kameras benutzt werden dürfen</translation>
     </message>
     <message>
-        <source>&amp;Diagnose…</source>
-        <translation>&amp;Diagnose …</translation>
+        <source>T&amp;urbo configuration…</source>
+        <translation>&amp;Turbo-Einstellung …</translation>
     </message>
 </context>
 <context>
@@ -818,6 +822,25 @@
     <message>
         <source>The service is not available</source>
         <translation>Der Dienst ist nicht erreichbar</translation>
+    </message>
+</context>
+<context>
+    <name>panel::TurboDialog</name>
+    <message>
+        <source>Turbo configuration of %1</source>
+        <translation>Turbo-Einstellung von %1</translation>
+    </message>
+    <message>
+        <source>&amp;Configuration, in the service&apos;s words</source>
+        <translation>Ei&amp;nstellung, in den Worten des Dienstes</translation>
+    </message>
+    <message>
+        <source>&amp;Save</source>
+        <translation>&amp;Speichern</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
     </message>
 </context>
 <context>
