@@ -19,7 +19,8 @@ void OutlinedFrame::changeEvent(QEvent* event) {
 
 void OutlinedFrame::outline() {
   const bool isBlack = palette().color(QPalette::Window).lightness() < kLeastLightness;
-  setFrameStyle(isBlack ? QFrame::Box | QFrame::Plain : QFrame::StyledPanel | QFrame::Plain);
+  setFrameShape(isBlack ? QFrame::Box : QFrame::StyledPanel);
+  setFrameShadow(QFrame::Plain);
 }
 
 }  // namespace panel
