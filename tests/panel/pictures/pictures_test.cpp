@@ -3,11 +3,13 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <memory>
 
 #include <QApplication>
 #include <QDir>
 #include <QFontInfo>
 #include <QImage>
+#include <QStyle>
 #include <QStyleFactory>
 
 #include "examples/panel/pen/pen_page.h"
@@ -71,7 +73,8 @@ struct Look {
 };
 
 Look lookOf(const std::string& name) {
-  const QPalette light = QStyleFactory::create("Fusion")->standardPalette();
+  const std::unique_ptr<QStyle> fusion(QStyleFactory::create("Fusion"));
+  const QPalette light = fusion->standardPalette();
   if (name == "dark") {
     return {name, paletteOf(QColor(45, 45, 48), QColor(30, 30, 30), QColor(235, 235, 235),
                             QColor(42, 130, 218), Qt::white, QColor(128, 128, 128))};
