@@ -94,8 +94,11 @@ void ThingsModel::takeChange(const Thing& change) {
   if (service_.isReading()) {
     changes_.push_back(change);
   }
-  reported_.insert(change.number);
-  const bool wasThere = find(change.number) != nullptr;
+  const Thing* const before = find(change.number);
+  const bool wasThere = before != nullptr;
+  if (wasThere && before->isBusy) {
+    reported_.insert(change.number);
+  }
   apply(change);
   const bool isThere = find(change.number) != nullptr;
   if (wasThere != isThere) {
@@ -269,7 +272,7 @@ void ThingsModel::run(const Number& number, Operation operation, Reach reach) {
 }
 
 void ThingsModel::finish(const Number& number, const Outcome& outcome, Reach reach) {
-  const bool isReported = reported_.count(number) != 0;
+  const bool isReported = reported_.erase(number) != 0;
   bool isDisputed = false;
   const auto found = things_.find(number);
   if (found != things_.end()) {
