@@ -6,6 +6,7 @@
 #include <QImage>
 #include <QProcess>
 #include <QProcessEnvironment>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 
 #include "tests/panel/panel_test.h"
@@ -60,6 +61,28 @@ TEST_F(ProgramTest, APictureThatCannotBeWrittenIsAnError) {
   EXPECT_EQ(run({"--screenshot", folder.filePath("no/such/folder.png")}), 4);
 
   EXPECT_THAT(errors, HasSubstr("cannot write the picture; does the folder exist?"));
+}
+
+TEST_F(ProgramTest, RunsOnAnXServer) {
+  const QString xvfb = QStandardPaths::findExecutable("Xvfb");
+  if (xvfb.isEmpty()) {
+    GTEST_SKIP() << "there is no Xvfb: scripts/install-dependencies";
+  }
+  // The server chooses a free display, and writes its number when it is ready.
+  QProcess server;
+  server.start(xvfb, {"-displayfd", "1", "-screen", "0", "1280x800x24", "-nolisten", "tcp"});
+  constexpr int kPatienceMs = 240000;
+  ASSERT_TRUE(server.waitForReadyRead(kPatienceMs)) << server.readAllStandardError().toStdString();
+  const QString display = ':' + QString::fromLatin1(server.readAllStandardOutput().trimmed());
+  environment.insert("DISPLAY", display);
+  environment.insert("QT_QPA_PLATFORM", "xcb");
+  const QString picture = folder.filePath("panel.png");
+
+  EXPECT_EQ(run({"--screenshot", picture}), 0) << errors;
+
+  EXPECT_GT(QImage(picture).width(), 300);
+  server.terminate();
+  EXPECT_TRUE(server.waitForFinished(kPatienceMs));
 }
 
 TEST_F(ProgramTest, ItsHelpSpeaksTheLanguageOfTheUser) {
