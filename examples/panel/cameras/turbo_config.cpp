@@ -3,8 +3,8 @@
 namespace panel {
 
 void TurboConfig::read() {
-  run([usb = usb_](const vel::Client& client) { return client.turboConfig(usb); },
-      [this](const std::string& text) { text_ = text; });
+  runReading([usb = usb_](const vel::Client& client) { return client.turboConfig(usb); },
+             [this](const std::string& text) { text_ = text; });
 }
 
 void TurboConfig::save(const std::string& text) {

@@ -13,8 +13,8 @@ vel::Result<Printers> readBehind(const vel::Result<void>& change, const vel::Cli
 }  // namespace
 
 void NetworkPrinters::read() {
-  run([](const vel::Client& client) { return client.networkPrinters(); },
-      [this](const Printers& printers) { printers_ = printers; });
+  runReading([](const vel::Client& client) { return client.networkPrinters(); },
+             [this](const Printers& printers) { printers_ = printers; });
 }
 
 void NetworkPrinters::add(const std::string& address, const std::string& name) {

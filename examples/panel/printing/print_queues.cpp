@@ -74,7 +74,7 @@ vel::Result<Queues> readQueues(const vel::Client& client) {
 }  // namespace
 
 void PrintQueues::read() {
-  run(&readQueues, [this](const Queues& queues) { queues_ = queues; });
+  runReading(&readQueues, [this](const Queues& queues) { queues_ = queues; });
 }
 
 void PrintQueues::change(const std::function<vel::Result<void>(const vel::Client&)>& operation) {

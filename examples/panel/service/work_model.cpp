@@ -12,21 +12,25 @@ void WorkModel::refresh() {
 }
 
 bool WorkModel::begin() {
-  if (isBusy_ || !service_.isReady()) {
+  if (!mayBegin()) {
     return false;
   }
-  isBusy_ = true;
   problem_ = {};
-  emit changed();
+  readingProblem_ = {};
+  setBusy();
   return true;
 }
 
-void WorkModel::finish(const Problem& problem) {
-  isBusy_ = false;
-  problem_ = problem;
+void WorkModel::setBusy() {
+  isBusy_ = true;
   emit changed();
-  // A problem stays until the next operation of the user.
-  if (std::exchange(isReadingWanted_, false) && problem.isEmpty()) {
+}
+
+void WorkModel::finish(Problem& left, const Problem& problem) {
+  isBusy_ = false;
+  left = problem;
+  emit changed();
+  if (std::exchange(isReadingWanted_, false)) {
     read();
   }
 }

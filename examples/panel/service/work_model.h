@@ -1,5 +1,8 @@
 // A model with a list of the service's that one operation at a time reads or changes, and what has
 // become of the last one. Knows no widgets.
+//
+// PROBLEMS  That of an operation of the user stays until the user's next one: a service that has
+//           not answered is looked for, and its lists are read again, before anyone could see it.
 
 #ifndef EXAMPLES_PANEL_SERVICE_WORK_MODEL_H
 #define EXAMPLES_PANEL_SERVICE_WORK_MODEL_H
@@ -17,8 +20,8 @@ class WorkModel : public QObject {
 
  public:
   bool isBusy() const { return isBusy_; }
-  // Of the last operation.
-  const Problem& problem() const { return problem_; }
+  // Of the user's last operation, otherwise of the last reading.
+  const Problem& problem() const { return problem_.isEmpty() ? readingProblem_ : problem_; }
 
   // Reads the list, or does it when the operation that runs has ended.
   void refresh();
@@ -35,34 +38,51 @@ class WorkModel : public QObject {
   // Starts the operation that reads the list.
   virtual void read() = 0;
 
-  // Runs an operation that may take long; nothing happens while another one runs, nor while the
-  // service is not available.
+  // Runs an operation of the user that may take long; nothing happens while another one runs, nor
+  // while the service is not available.
   //
   // take   takes the value of a success
   template <typename Operation, typename Take>
   void run(Operation operation, Take take) {
-    if (!begin()) {
-      return;
+    if (begin()) {
+      start(std::move(operation), std::move(take), problem_);
     }
+  }
+  // The same for the operation that reads the list.
+  template <typename Operation, typename Take>
+  void runReading(Operation operation, Take take) {
+    if (mayBegin()) {
+      setBusy();
+      start(std::move(operation), std::move(take), readingProblem_);
+    }
+  }
+
+  // For an operation of the user that run() does not run. False: it may not begin.
+  bool begin();
+  void finish(const Problem& problem) { finish(problem_, problem); }
+
+ private:
+  // left   one of the members: what the operation leaves
+  template <typename Operation, typename Take>
+  void start(Operation operation, Take take, Problem& left) {
     using Outcome = vel::Client::ResultOf<Operation>;
     service_.startSlow(this, std::move(operation),
-                       [this, take = std::move(take)](const Outcome& outcome) {
+                       [this, take = std::move(take), &left](const Outcome& outcome) {
                          if (outcome) {
                            take(*outcome);
                          }
-                         finish(outcome ? Problem() : problemOf(outcome.error()));
+                         finish(left, outcome ? Problem() : problemOf(outcome.error()));
                        });
   }
+  bool mayBegin() const { return !isBusy_ && service_.isReady(); }
+  void setBusy();
+  void finish(Problem& left, const Problem& problem);
 
-  // For an operation that run() does not run. False: it may not begin.
-  bool begin();
-  void finish(const Problem& problem);
-
- private:
   Service& service_;
   bool isBusy_ = false;
   bool isReadingWanted_ = false;
   Problem problem_;
+  Problem readingProblem_;
 };
 
 }  // namespace panel
