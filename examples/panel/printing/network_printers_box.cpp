@@ -1,9 +1,9 @@
 #include "examples/panel/printing/network_printers_box.h"
 
-#include <algorithm>
-
 #include <QFormLayout>
 #include <QVBoxLayout>
+
+#include "examples/panel/widgets/rows.h"
 
 namespace panel {
 
@@ -47,22 +47,14 @@ void NetworkPrintersBox::layOut() {
 }
 
 void NetworkPrintersBox::showModel() {
-  const int row = std::max(printers_.currentRow(), 0);
-  const int count = static_cast<int>(model_.printers().size());
-  while (printers_.count() > count) {
-    delete printers_.takeItem(count);
+  std::vector<Row> rows;
+  for (const vel::NetworkPrinter& printer : model_.printers()) {
+    rows.push_back(
+        {printer.name, tr("%1, %2").arg(shownText(printer.name), shownText(printer.address))});
   }
-  for (int each = 0; each < count; ++each) {
-    const vel::NetworkPrinter& printer = model_.printers()[static_cast<std::size_t>(each)];
-    if (each == printers_.count()) {
-      printers_.addItem(QString());
-    }
-    printers_.item(each)->setText(
-        tr("%1, %2").arg(shownText(printer.name), shownText(printer.address)));
-  }
-  printers_.setCurrentRow(std::min(row, count - 1));
-  printers_.setVisible(count != 0);
-  remove_.setVisible(count != 0);
+  showRows(printers_, rows);
+  printers_.setVisible(!rows.empty());
+  remove_.setVisible(!rows.empty());
   status_.set(model_.isBusy(), model_.problem(), title());
   enable();
 }

@@ -1,19 +1,22 @@
 #include "examples/panel/printing/print_queues_box.h"
 
-#include <algorithm>
-
 #include <QHBoxLayout>
 #include <QVBoxLayout>
+
+#include "examples/panel/widgets/rows.h"
 
 namespace panel {
 
 PrintQueuesBox::PrintQueuesBox(Service& service) : model_(service) {
   setTitle(tr("Print queues"));
   layOut();
-  connect(&queues_, &QListWidget::currentRowChanged, this, [this] { showChosen(); });
+  connect(&queues_, &QListWidget::currentRowChanged, this, [this] {
+    showDrivers();
+    enable();
+  });
   connect(&driver_, QOverload<int>::of(&QComboBox::activated), this, [this](int row) {
     if (const PrintQueue* const queue = chosen()) {
-      model_.setDriver(queue->name, queue->drivers.at(static_cast<std::size_t>(row)));
+      model_.setDriver(queue->name, driver_.itemData(row).toByteArray().toStdString());
     }
   });
   connect(&testPage_, &QPushButton::clicked, this, [this] {
@@ -55,38 +58,37 @@ const PrintQueue* PrintQueuesBox::chosen() const {
 }
 
 void PrintQueuesBox::showModel() {
-  const int row = std::max(queues_.currentRow(), 0);
-  const int count = static_cast<int>(model_.queues().size());
-  while (queues_.count() > count) {
-    delete queues_.takeItem(count);
+  std::vector<Row> rows;
+  for (const PrintQueue& queue : model_.queues()) {
+    const QString name = shownText(queue.name);
+    rows.push_back(queue.shared
+                       ? Row{queue.shared->address + '\n' + queue.name,
+                             tr("%1, shared at %2").arg(name, shownText(queue.shared->address))}
+                       : Row{queue.name, tr("%1, %2").arg(name, shownText(queue.driver))});
   }
-  for (int each = 0; each < count; ++each) {
-    const PrintQueue& queue = model_.queues()[static_cast<std::size_t>(each)];
-    if (each == queues_.count()) {
-      queues_.addItem(QString());
-    }
-    queues_.item(each)->setText(
-        queue.shared
-            ? tr("%1, shared at %2").arg(shownText(queue.name), shownText(queue.shared->address))
-            : tr("%1, %2").arg(shownText(queue.name), shownText(queue.driver)));
-  }
-  queues_.setCurrentRow(std::min(row, count - 1));
+  showRows(queues_, rows);
   status_.set(model_.isBusy(), model_.problem(), title());
-  showChosen();
+  // While it works, what a person has chosen stays.
+  if (!model_.isBusy()) {
+    showDrivers();
+  }
+  enable();
 }
 
-void PrintQueuesBox::showChosen() {
+void PrintQueuesBox::showDrivers() {
+  driver_.clear();
+  const PrintQueue* const queue = chosen();
+  if (queue && !queue->shared) {
+    for (const std::string& driver : queue->drivers) {
+      driver_.addItem(shownText(driver), QByteArray::fromStdString(driver));
+    }
+    driver_.setCurrentIndex(driver_.findData(QByteArray::fromStdString(queue->driver)));
+  }
+}
+
+void PrintQueuesBox::enable() {
   const PrintQueue* const queue = chosen();
   const bool hasDriver = queue && !queue->shared;
-  if (!model_.isBusy()) {
-    driver_.clear();
-    if (hasDriver) {
-      for (const std::string& driver : queue->drivers) {
-        driver_.addItem(shownText(driver));
-      }
-      driver_.setCurrentIndex(driver_.findText(shownText(queue->driver)));
-    }
-  }
   // While it works it keeps the focus, and does nothing.
   driver_.setEnabled(hasDriver);
   testPage_.setEnabled(hasDriver);

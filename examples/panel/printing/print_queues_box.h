@@ -30,7 +30,8 @@ class PrintQueuesBox : public QGroupBox {
  private:
   void layOut();
   void showModel();
-  void showChosen();
+  void showDrivers();
+  void enable();
   // Null: none is chosen.
   const PrintQueue* chosen() const;
 

@@ -279,6 +279,52 @@ TEST_F(PrintingTest, ATestPageIsPrintedAndAQueueRemoved) {
   EXPECT_THAT(textsOf(queues.queues()), ElementsAre("office, Laser PostScript"));
 }
 
+TEST_F(PrintingTest, AnOtherQueueMayBeChosenWhileOneWorks) {
+  ASSERT_GT(queues.driver().count(), 1);
+  velsim().control("fault printTestPage 1 delay 300");
+  QTest::mouseClick(&queues.testPage(), Qt::LeftButton);
+  ASSERT_TRUE(queues.status().isBusy());
+
+  queues.queues().setCurrentRow(1);
+
+  ASSERT_TRUE(queues.status().isBusy());
+  EXPECT_EQ(queues.driver().currentText().toStdString(), "Photo raster");
+  QTest::keyClick(&queues.driver(), Qt::Key_End);
+  QTest::keyClick(&queues.driver(), Qt::Key_Home);
+  EXPECT_TRUE(ends());
+  EXPECT_THAT(textsOf(queues.queues()),
+              ElementsAre("office, Laser PostScript", "photo, Photo raster"));
+}
+
+TEST_F(PrintingTest, TheChosenQueueIsTheSameWhenOthersHaveGone) {
+  ASSERT_TRUE(vel::Client().addSharedPrinters({{"10.0.0.7", "Archive", "Basement"}}));
+  queues.queues().setCurrentRow(1);
+  ASSERT_TRUE(vel::Client().removePrinter("office"));
+
+  QTest::keyClick(&window, Qt::Key_F5);
+  ASSERT_TRUE(loopUntil([&] { return queues.queues().item(0)->text().startsWith("photo"); }));
+
+  EXPECT_EQ(queues.queues().currentItem()->text().toStdString(), "photo, Photo raster");
+  EXPECT_EQ(queues.queues().count(), 2);
+  EXPECT_TRUE(ends());
+}
+
+// The service is looked for then, and the page reads its lists again.
+TEST_F(PrintingTest, TheReasonOfAnOperationWithoutAnAnswerStays) {
+  velsim().control("fault printTestPage 1 no-answer");
+  bool isReadAgain = false;
+  QObject::connect(&service, &Service::refreshed, [&] { isReadAgain = true; });
+  QTest::mouseClick(&queues.testPage(), Qt::LeftButton);
+
+  EXPECT_TRUE(loopUntil([&] { return isReadAgain; }));
+  EXPECT_TRUE(ends());
+  EXPECT_THAT(problemIn(queues.status()), HasSubstr("No reply in time."));
+
+  QTest::mouseClick(&queues.testPage(), Qt::LeftButton);
+  EXPECT_TRUE(ends());
+  EXPECT_EQ(problemIn(queues.status()), "");
+}
+
 TEST_F(PrintingTest, AListThatCannotBeReadHasAReason) {
   velsim().control("fault searchAllPrinter 1 error \"the spooler is away\"");
   QTest::keyClick(&window, Qt::Key_F5);
