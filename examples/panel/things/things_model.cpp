@@ -3,6 +3,8 @@
 #include <optional>
 #include <utility>
 
+#include "vel/client/advice.h"
+
 namespace panel {
 
 struct ThingsModel::Lists {
@@ -53,15 +55,17 @@ vel::Result<ThingsModel::Lists> ThingsModel::readLists(const vel::Client& client
   if (!printers) {
     return vel::unexpected<vel::Error>(printers.error());
   }
+  // Of all types: the first device of a type may be plugged in later.
+  for (const velprotocol::Meaning& type : velprotocol::kDeviceTypes) {
+    const auto each = static_cast<vel::DeviceType>(type.number);
+    const auto setting = client.autoConnect(each);
+    if (!setting) {
+      return vel::unexpected<vel::Error>(setting.error());
+    }
+    lists.autoConnect[each] = *setting != 0;
+  }
   for (const vel::Device& device : *devices) {
     lists.things.push_back(thingOf(device));
-    if (lists.autoConnect.count(device.type) == 0) {
-      const auto setting = client.autoConnect(device.type);
-      if (!setting) {
-        return vel::unexpected<vel::Error>(setting.error());
-      }
-      lists.autoConnect[device.type] = *setting != 0;
-    }
   }
   for (const vel::Printer& printer : *printers) {
     lists.things.push_back(thingOf(printer));

@@ -145,6 +145,25 @@ TEST_F(ThingsModelTest, AutoConnectHoldsForAllDevicesOfAType) {
   unplug(plugged);
 }
 
+TEST_F(ThingsModelTest, AutoConnectIsKnownBeforeTheFirstDeviceOfAType) {
+  const Number tablet = vel::DeviceNumber(13);
+  ASSERT_TRUE(isReady());
+  ASSERT_EQ(model.find(tablet)->type, vel::DeviceType::kTablet);
+  unplug(std::get<vel::DeviceNumber>(tablet));
+  ASSERT_TRUE(vel::Client().setAutoConnect(vel::DeviceType::kTablet, 1));
+  bool isRead = false;
+  QObject::connect(&service, &Service::refreshed, [&] { isRead = true; });
+  service.refresh();
+  ASSERT_TRUE(loopUntil([&] { return isRead && !model.find(tablet); }));
+
+  const vel::DeviceNumber plugged = plug("tablet \"Sketch pad\"");
+
+  ASSERT_TRUE(loopUntil([&] { return model.find(plugged) != nullptr; }));
+  EXPECT_TRUE(model.find(plugged)->isAutoConnected);
+  // The next test begins with a new machine.
+  velsim().kill();
+}
+
 TEST_F(ThingsModelTest, KnowsTheResultWithoutAnEvent) {
   ASSERT_TRUE(isReady());
   // The library drops an event without a record.
