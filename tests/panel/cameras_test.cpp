@@ -65,6 +65,33 @@ TEST_F(CameraTest, AFailureKeepsTheDialogAndWhatWasTyped) {
   EXPECT_EQ(configOf(usb()), "fps=30,hd");
 }
 
+TEST_F(CameraTest, AConfigurationOfSeveralLinesIsShownAndNotDamaged) {
+  ASSERT_TRUE(vel::Client().setTurboConfig(usb(), "fps=30\nhd=1\n"));
+  open();
+
+  EXPECT_FALSE(page.turbo()->save().isEnabled());
+  EXPECT_TRUE(page.turbo()->edit().isReadOnly());
+  EXPECT_EQ(problem(),
+            "The text is more than a line: it would be damaged here. "
+            "Change it with velctl turbo set.");
+}
+
+TEST_F(CameraTest, AServiceThatIsAwayTakesNoConfiguration) {
+  velsim().control("fault getTurboConfigWithVidPid 1 error \"the disk is full\"");
+  open();
+  velsim().kill();
+  ASSERT_TRUE(becomesUnavailable());
+  EXPECT_FALSE(page.turbo()->save().isEnabled());
+
+  velsim().start();
+
+  EXPECT_TRUE(loopUntil([&] { return page.turbo()->save().isEnabled(); })) << "read again";
+  velsim().kill();
+  ASSERT_TRUE(becomesUnavailable());
+  EXPECT_FALSE(page.turbo()->save().isEnabled());
+  EXPECT_EQ(problem(), service.problem().text().toStdString());
+}
+
 TEST_F(CameraTest, AConfigurationThatCannotBeReadIsNotSaved) {
   velsim().control("fault getTurboConfigWithVidPid 1 error \"the disk is full\"");
   open();

@@ -8,7 +8,7 @@
 namespace panel {
 
 TurboDialog::TurboDialog(Service& service, vel::UsbId usb, const QString& name, QWidget* parent)
-    : QDialog(parent), name_(name), model_(service, usb) {
+    : QDialog(parent), service_(service), name_(name), model_(service, usb) {
   setWindowTitle(tr("Turbo configuration of %1").arg(name));
   auto* const label = new QLabel(tr("&Configuration, in the service's words"));
   label->setBuddy(&edit_);
@@ -31,6 +31,12 @@ TurboDialog::TurboDialog(Service& service, vel::UsbId usb, const QString& name, 
   connect(&cancel_, &QPushButton::clicked, this, &QDialog::close);
   connect(&model_, &WorkModel::changed, this, [this] { showModel(); });
   connect(&model_, &TurboConfig::saved, this, &QDialog::close);
+  connect(&service_, &Service::stateChanged, this, [this] { showModel(); });
+  connect(&service_, &Service::refreshed, this, [this] {
+    if (!model_.text()) {
+      model_.refresh();
+    }
+  });
   model_.refresh();
   showModel();
 }
@@ -38,12 +44,23 @@ TurboDialog::TurboDialog(Service& service, vel::UsbId usb, const QString& name, 
 void TurboDialog::showModel() {
   // What a person types afterwards stays.
   if (model_.text() && !std::exchange(isFilled_, true)) {
-    edit_.setText(shownText(*model_.text()));
+    const QString text = shownText(*model_.text());
+    isEditable_ = text.toStdString() == *model_.text();
+    edit_.setText(text);
+    edit_.setReadOnly(!isEditable_);
     edit_.setEnabled(true);
     edit_.setFocus();
   }
-  save_.setEnabled(model_.text() && !model_.isBusy());
-  status_.set(model_.isBusy(), model_.problem(), name_);
+  save_.setEnabled(isEditable_ && !model_.isBusy() && service_.isReady());
+  status_.set(model_.isBusy(), problem(), name_);
+}
+
+Problem TurboDialog::problem() const {
+  if (model_.text() && !isEditable_) {
+    return {tr("The text is more than a line: it would be damaged here."),
+            tr("Change it with velctl turbo set.")};
+  }
+  return service_.isReady() || !model_.problem().isEmpty() ? model_.problem() : service_.problem();
 }
 
 }  // namespace panel

@@ -27,10 +27,14 @@ class TurboDialog : public QDialog {
 
  private:
   void showModel();
+  Problem problem() const;
 
+  Service& service_;
   const QString name_;
   TurboConfig model_;
   bool isFilled_ = false;
+  // The field keeps every character of the text.
+  bool isEditable_ = false;
   QLineEdit edit_;
   OperationStatus status_;
   QPushButton save_;
