@@ -31,9 +31,9 @@ Window::Window(Service& service)
   setWindowTitle(tr("Devices and printers"));
   pages_.add(new ThingsPage(service_, things_, vms_), tr("&Devices and printers"));
   pages_.add(new JoysticksPage(service_), tr("&Joysticks"));
-  pages_.add(new PrintingPage(service_), tr("Pr&inting"));
+  pages_.add(new PrintingPage(service_), tr("Prin&ting"));
   pages_.add(new PenPage, tr("&Pen"));
-  pages_.add(new QualityPage(service_, vms_), tr("Quali&ty"));
+  pages_.add(new QualityPage(service_, vms_), tr("Qua&lity"));
   layOut();
   connect(&service_, &Service::stateChanged, this, [this] { showService(); });
   connect(&service_, &Service::vmsChanged, this, [this] { vms_.setVms(service_.vms()); });

@@ -97,6 +97,16 @@ TEST_F(WindowTest, EverythingThatTakesTheFocusHasANameForAScreenReader) {
   EXPECT_EQ(toggle->text(QAccessible::Name).toStdString(), "Attach Built-in camera to debian");
 }
 
+TEST_F(WindowTest, TheNameOfAVmIsShownAsItIs) {
+  ASSERT_TRUE(isReady());
+  window.vms().setVms({"R&D %2"});
+  window.vms().setCounts({{"R&D %2", 3}});
+
+  EXPECT_THAT(vmTexts(), ElementsAre("R&D %2 (3)"));
+  EXPECT_EQ(card(kCamera).toggle().text().toStdString(), "Attach to R&D %2");
+  EXPECT_TRUE(card(kCamera).toggle().shortcut().isEmpty()) << "Alt+D is the key of a page";
+}
+
 // Sees what a drag carries. Qt's offscreen platform ends every drag where it begins, so a test has
 // to drop by itself.
 class DragWatcher : public QObject {

@@ -73,10 +73,11 @@ void NewDeviceCard::ask(const NewDevice& device, std::size_t others) {
   const QString vm = shownText(vms_.chosen());
   question_.setText(
       tr("New device: %1 (%2). What should happen with it?").arg(device.name, device.kind));
-  attach_.setText(vm.isEmpty() ? tr("&Attach") : tr("&Attach to %1").arg(vm));
-  attach_.setEnabled(!vm.isEmpty() && !device.isBusy);
-  always_.setEnabled(!vm.isEmpty() && !device.isBusy);
-  ignore_.setEnabled(!device.isBusy);
+  attach_.setText(vm.isEmpty() ? tr("&Attach")
+                               : tr("&Attach to %1").arg(QString(vm).replace('&', "&&")));
+  // While the device is busy they keep the focus, and do nothing.
+  attach_.setEnabled(!vm.isEmpty());
+  always_.setEnabled(!vm.isEmpty());
   progress_.setVisible(device.isBusy);
   problem_.setText(device.problem.text());
   problem_.setVisible(!device.problem.isEmpty());

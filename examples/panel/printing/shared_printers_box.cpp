@@ -36,7 +36,7 @@ SharedPrintersBox::SharedPrintersBox(Service& service)
 void SharedPrintersBox::layOut() {
   search_.setText(tr("&Search"));
   stop_.setText(tr("St&op"));
-  add_.setText(tr("&Add the marked ones"));
+  add_.setText(tr("Add the mar&ked ones"));
   progress_.setRange(0, limitMs());
   progress_.setTextVisible(false);
   progress_.setAccessibleName(tr("Progress of the search"));

@@ -65,6 +65,8 @@ void Card::setThing(const Thing& thing, const QString& vm) {
   switch_.setText(thing.isAttached() ? tr("Attached")
                   : vm.isEmpty()     ? tr("Choose a VM to attach to")
                                      : tr("Attach to %1").arg(vm));
+  // An ampersand in the name of a VM is no key.
+  switch_.setShortcut(QKeySequence());
   // While it is busy it keeps the focus, and does nothing.
   switch_.setEnabled(thing.isAttached() || !vm.isEmpty() || thing.isBusy);
   switch_.updateGeometry();

@@ -441,7 +441,7 @@
     </message>
     <message>
         <source>&amp;Ignore</source>
-        <translation>I&amp;gnorieren</translation>
+        <translation>Ign&amp;orieren</translation>
     </message>
     <message>
         <source>Progress of the new device</source>
@@ -563,7 +563,7 @@
     </message>
     <message>
         <source>Print a test pa&amp;ge</source>
-        <translation>&amp;Testseite drucken</translation>
+        <translation>Testseite druc&amp;ken</translation>
     </message>
     <message>
         <source>Remove the &amp;queue</source>
@@ -617,14 +617,14 @@
     </message>
     <message>
         <source>&amp;Search</source>
-        <translation>&amp;Suchen</translation>
+        <translation>Su&amp;chen</translation>
     </message>
     <message>
         <source>St&amp;op</source>
-        <translation>A&amp;nhalten</translation>
+        <translation>Anha&amp;lten</translation>
     </message>
     <message>
-        <source>&amp;Add the marked ones</source>
+        <source>Add the mar&amp;ked ones</source>
         <translation>&amp;Markierte hinzufügen</translation>
     </message>
     <message>
@@ -842,6 +842,14 @@
         <source>Cancel</source>
         <translation>Abbrechen</translation>
     </message>
+    <message>
+        <source>The text is more than a line: it would be damaged here.</source>
+        <translation>Der Text ist mehr als eine Zeile: er würde hier beschädigt.</translation>
+    </message>
+    <message>
+        <source>Change it with velctl turbo set.</source>
+        <translation>Ändern Sie ihn mit velctl turbo set.</translation>
+    </message>
 </context>
 <context>
     <name>panel::VmList</name>
@@ -885,11 +893,11 @@
         <translation>&amp;Stift</translation>
     </message>
     <message>
-        <source>Quali&amp;ty</source>
+        <source>Qua&amp;lity</source>
         <translation>Quali&amp;tät</translation>
     </message>
     <message>
-        <source>Pr&amp;inting</source>
+        <source>Prin&amp;ting</source>
         <translation>Dr&amp;ucken</translation>
     </message>
 </context>

@@ -57,7 +57,7 @@ void VmList::setCounts(const std::map<std::string, int>& counts) {
     const auto attached = counts.find(vm);
     item(row)->setText(attached == counts.end()
                            ? shownText(vm)
-                           : tr("%1 (%2)").arg(shownText(vm)).arg(attached->second));
+                           : tr("%1 (%2)").arg(shownText(vm), QString::number(attached->second)));
   }
 }
 

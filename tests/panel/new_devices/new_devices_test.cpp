@@ -50,7 +50,7 @@ TEST_F(NewDevicesTest, ADeviceThatIsPluggedInIsAskedAboutAndAttached) {
             "New device: Front camera (Camera). What should happen with it?");
   QTest::mouseClick(&asked.attachButton(), Qt::LeftButton);
 
-  EXPECT_FALSE(asked.attachButton().isEnabled()) << "while the service works";
+  EXPECT_TRUE(window.newDevices().waiting().front().isBusy);
   EXPECT_TRUE(asksNoMore());
   EXPECT_TRUE(isState(plugged, "Attached to win10"));
   EXPECT_THAT(requests(), HasSubstr("configNewDeviceAsConnect"));
@@ -103,6 +103,21 @@ TEST_F(NewDevicesTest, IsAnsweredByKeyboardAlone) {
   QTest::keyClick(window.focusWidget(), Qt::Key_Return);
   EXPECT_TRUE(asksNoMore());
   EXPECT_TRUE(isState(second, "Ignored"));
+}
+
+TEST_F(NewDevicesTest, TheNextQuestionIsAnsweredWithTheSameKey) {
+  ASSERT_TRUE(isReady());
+  plug("camera \"First camera\"");
+  plug("camera \"Second camera\"");
+  ASSERT_TRUE(loopUntil([&] { return waiting().size() == 2; }));
+  asked.ignoreButton().setFocus();
+
+  QTest::keyClick(window.focusWidget(), Qt::Key_Return);
+  ASSERT_TRUE(asksFor("Second camera"));
+  EXPECT_EQ(window.focusWidget(), &asked.ignoreButton());
+  QTest::keyClick(window.focusWidget(), Qt::Key_Return);
+
+  EXPECT_TRUE(asksNoMore());
 }
 
 TEST_F(NewDevicesTest, ItsButtonsNameTheDeviceToAScreenReader) {
