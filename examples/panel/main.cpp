@@ -14,6 +14,7 @@
 
 namespace {
 
+constexpr int kExitUsage = 1;  // as Qt's parser has it
 constexpr int kExitNotWritten = 4;
 constexpr char kScreenshot[] = "screenshot";
 constexpr char kPage[] = "page";
@@ -34,8 +35,8 @@ void readArguments(QCommandLineParser& parser) {
                               "Write a picture of the window to this PNG file and exit; needs no "
                               "display")),
        "file"});
-  parser.addOption(
-      {kPage, text(QT_TRANSLATE_NOOP("panel", "Begin with this page; the first is 1")), "number"});
+  parser.addOption({kPage, text(QT_TRANSLATE_NOOP("panel", "Begin with this page; the first is 1")),
+                    "number", "1"});
   parser.process(*QCoreApplication::instance());
 }
 
@@ -49,6 +50,18 @@ void choosePlatform(int argc, char** argv) {
   }
 }
 
+// False: there is no such page.
+bool showPage(panel::Pages& pages, const QString& number) {
+  const int page = number.toInt();
+  if (page < 1 || page > pages.count()) {
+    std::fprintf(stderr, "panel: --page %s: there is no such page; choose one of 1 to %d\n",
+                 qPrintable(number), pages.count());
+    return false;
+  }
+  pages.setCurrentIndex(page - 1);
+  return true;
+}
+
 void save(panel::Window& window, const QString& file) {
   const bool isSaved = window.grab().save(file, "PNG");
   if (!isSaved) {
@@ -59,10 +72,12 @@ void save(panel::Window& window, const QString& file) {
 }
 
 // As soon as the service has answered, or cannot be reached.
-int takePicture(const QString& file, int page) {
+int takePicture(const QString& file, const QString& page) {
   panel::Service service;
   panel::Window window(service);
-  window.pages().setCurrentIndex(page);
+  if (!showPage(window.pages(), page)) {
+    return kExitUsage;
+  }
   QObject::connect(
       &service, &panel::Service::stateChanged, &window, [&] { save(window, file); },
       Qt::QueuedConnection);
@@ -70,10 +85,12 @@ int takePicture(const QString& file, int page) {
   return QApplication::exec();
 }
 
-int show(int page) {
+int show(const QString& page) {
   panel::Service service;
   panel::Window window(service);
-  window.pages().setCurrentIndex(page);
+  if (!showPage(window.pages(), page)) {
+    return kExitUsage;
+  }
   QSettings settings;
   const panel::Remembered remembered(window, settings);
   panel::Tray tray(window, service);
@@ -94,6 +111,6 @@ int main(int argc, char** argv) {
   const panel::Language language{QLocale()};
   QCommandLineParser parser;
   readArguments(parser);
-  const int page = parser.value(kPage).toInt() - 1;
+  const QString page = parser.value(kPage);
   return parser.isSet(kScreenshot) ? takePicture(parser.value(kScreenshot), page) : show(page);
 }

@@ -85,6 +85,14 @@ TEST_F(ProgramTest, RunsOnAnXServer) {
   EXPECT_TRUE(server.waitForFinished(kPatienceMs));
 }
 
+TEST_F(ProgramTest, APageThatIsNotThereIsAnError) {
+  for (const char* const page : {"0", "6", "pen", ""}) {
+    EXPECT_EQ(run({"--screenshot", folder.filePath("panel.png"), "--page", page}), 1) << page;
+
+    EXPECT_THAT(errors, HasSubstr("there is no such page; choose one of 1 to 5")) << page;
+  }
+}
+
 TEST_F(ProgramTest, ItsHelpSpeaksTheLanguageOfTheUser) {
   environment.insert("LC_ALL", "de_DE.UTF-8");
   environment.insert("QT_QPA_PLATFORM", "offscreen");
