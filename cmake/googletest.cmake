@@ -13,12 +13,13 @@ endif()
 # tree.
 #
 #   velproxy_add_tests(PROGRAM [NAME name] [SHARDS number] [ENVIRONMENT variable=value...]
-#                      [ARGUMENTS argument...])
+#                      [ARGUMENTS argument...] [LAUNCHER program argument...])
 #
 # SHARDS: as so many tests, name.1 and so on, which share the program's tests between them. For
 # programs whose tests wait much: ./test runs more programs at once than there are processors.
+# LAUNCHER: what starts the program.
 function(velproxy_add_tests program)
-  cmake_parse_arguments(PARSE_ARGV 1 given "" "NAME;SHARDS" "ARGUMENTS;ENVIRONMENT")
+  cmake_parse_arguments(PARSE_ARGV 1 given "" "NAME;SHARDS" "ARGUMENTS;ENVIRONMENT;LAUNCHER")
   if(given_UNPARSED_ARGUMENTS)
     message(FATAL_ERROR "velproxy_add_tests(${program}): unknown ${given_UNPARSED_ARGUMENTS}")
   endif()
@@ -36,7 +37,7 @@ function(velproxy_add_tests program)
       math(EXPR index "${shard} - 1")
       list(APPEND environment GTEST_TOTAL_SHARDS=${given_SHARDS} GTEST_SHARD_INDEX=${index})
     endif()
-    add_test(NAME ${name} COMMAND ${program} ${given_ARGUMENTS}
+    add_test(NAME ${name} COMMAND ${given_LAUNCHER} $<TARGET_FILE:${program}> ${given_ARGUMENTS}
              --gtest_output=xml:${velproxy_BINARY_DIR}/test-results/${name}.xml)
     # Generous: a slow machine may be busy with other programs.
     set_tests_properties(${name} PROPERTIES TIMEOUT 600 ENVIRONMENT "${environment}")

@@ -1,4 +1,5 @@
-// The main function of tests with Qt, which runs without a display.
+// The main function of tests with Qt, which run without a display unless the environment names a
+// platform that has one.
 
 #include <memory>
 
@@ -26,7 +27,9 @@ std::unique_ptr<QApplication> makeApplication(int& argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  qputenv("QT_QPA_PLATFORM", "offscreen");
+  if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+  }
   testing::InitGoogleMock(&argc, argv);
   const std::unique_ptr<QApplication> application = makeApplication(argc, argv);
   return RUN_ALL_TESTS();
