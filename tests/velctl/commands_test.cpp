@@ -411,6 +411,8 @@ TEST_F(InProcessTest, ADeviceOrPrinterThatTheServiceDoesNotHaveIsUnknown) {
 
   const Ran device = velctl("device show 12", Form::kJson);
   const Ran printer = velctl("printer show 51", Form::kJson);
+  bus.answer("getNetworkPrinterList", Reply().int32(0));
+  const Ran network = velctl("network-printer show Office");
 
   EXPECT_EQ(device.status, velctl::kExitUnknown);
   EXPECT_EQ(device.err,
@@ -422,6 +424,10 @@ TEST_F(InProcessTest, ADeviceOrPrinterThatTheServiceDoesNotHaveIsUnknown) {
             "velctl: getPrinterStatus 51: the service has no such printer; velctl "
             "printer list shows them\n");
   EXPECT_EQ(printer.out, errorJson(velctl::kExitUnknown, "getPrinterStatus", "", printer.err));
+  EXPECT_EQ(network.status, velctl::kExitUnknown);
+  EXPECT_EQ(network.err,
+            "velctl: getNetworkPrinterList: the service has no such network printer; velctl "
+            "network-printer list shows them\n");
 }
 
 TEST_F(InProcessTest, AListThatEndsBeforeItsCountIsShownAndFails) {
