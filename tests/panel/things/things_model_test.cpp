@@ -164,6 +164,15 @@ TEST_F(ThingsModelTest, AutoConnectIsKnownBeforeTheFirstDeviceOfAType) {
   velsim().kill();
 }
 
+TEST_F(ThingsModelTest, IsThereAlsoWhenTheServiceRefusesToSayWhatItConnects) {
+  velsim().control("fault getAutoConnect 1- error \"not here\"");
+  service.refresh();
+
+  ASSERT_TRUE(isReady());
+
+  EXPECT_FALSE(model.find(kCamera)->isAutoConnected);
+}
+
 TEST_F(ThingsModelTest, KnowsTheResultWithoutAnEvent) {
   ASSERT_TRUE(isReady());
   // The library drops an event without a record.
