@@ -93,7 +93,7 @@ TEST_F(CameraTest, AServiceThatIsAwayTakesNoConfiguration) {
 }
 
 TEST_F(CameraTest, AConfigurationThatCannotBeReadIsNotSaved) {
-  velsim().control("fault getTurboConfigWithVidPid 1 error \"the disk is full\"");
+  velsim().control("fault getTurboConfigWithVidPid 1- error \"the disk is full\"");
   open();
 
   EXPECT_EQ(problem(), "The disk is full. See the service's log.");
