@@ -165,17 +165,20 @@ class DragHand : public QObject {
   bool isOver_ = false;
 };
 
+void beginDrag(Card& card) {
+  QTest::mousePress(&card, Qt::LeftButton, Qt::NoModifier, QPoint(8, 8));
+  QTest::mouseMove(&card, QPoint(9, 8));
+  QMouseEvent move(QEvent::MouseMove, QPointF(9.0 + QApplication::startDragDistance(), 8),
+                   Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
+  QCoreApplication::sendEvent(&card, &move);
+}
+
 TEST_F(WindowTest, OnADisplayACardIsDraggedWithTheMouse) {
   if (QGuiApplication::platformName() != "xcb") {
     GTEST_SKIP() << "a drag needs a display";
   }
   ASSERT_TRUE(isReady());
-  Card& dragged = card(kCamera);
-  QTest::mousePress(&dragged, Qt::LeftButton, Qt::NoModifier, QPoint(8, 8));
-  QTest::mouseMove(&dragged, QPoint(9, 8));
-  QMouseEvent move(QEvent::MouseMove, QPointF(9.0 + QApplication::startDragDistance(), 8),
-                   Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
-  QCoreApplication::sendEvent(&dragged, &move);
+  beginDrag(card(kCamera));
   const DragHand hand(window.windowHandle(), window.vms().viewport(),
                       window.vms().visualItemRect(window.vms().item(1)).center());
 
@@ -191,12 +194,7 @@ TEST_F(WindowTest, ACardIsDraggedOntoAVm) {
   }
   ASSERT_TRUE(isReady());
   const DragWatcher watcher;
-  Card& dragged = card(kCamera);
-  QTest::mousePress(&dragged, Qt::LeftButton, Qt::NoModifier, QPoint(8, 8));
-  QTest::mouseMove(&dragged, QPoint(9, 8));
-  QMouseEvent move(QEvent::MouseMove, QPointF(9.0 + QApplication::startDragDistance(), 8),
-                   Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
-  QCoreApplication::sendEvent(&dragged, &move);
+  beginDrag(card(kCamera));
   ASSERT_TRUE(loopUntil([&] { return !watcher.carried().isEmpty(); }));
   QMimeData carried;
   carried.setData(kNumberFormat, watcher.carried());

@@ -1,5 +1,5 @@
-// A model with a list of the service's that one operation at a time reads or changes, and what has
-// become of the last one. Knows no widgets.
+// A model with a list of the service's that one operation at a time reads or changes, and how the
+// last one has ended. Knows no widgets.
 //
 // PROBLEMS  That of an operation of the user stays until the user's next one: a service that has
 //           not answered is looked for, and its lists are read again, before anyone could see it.

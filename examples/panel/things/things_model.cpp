@@ -55,8 +55,8 @@ vel::Result<ThingsModel::Lists> ThingsModel::readLists(const vel::Client& client
   if (!printers) {
     return vel::unexpected<vel::Error>(printers.error());
   }
-  // Of all types: the first device of a type may be plugged in later. A service that refuses one, or
-  // does not know it, attaches none of that type.
+  // Of all types: the first device of a type may be plugged in later. A service that refuses one,
+  // or does not know it, attaches none of that type.
   for (const velprotocol::Meaning& type : velprotocol::kDeviceTypes) {
     const auto each = static_cast<vel::DeviceType>(type.number);
     const auto setting = client.autoConnect(each);
