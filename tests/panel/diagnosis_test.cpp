@@ -87,8 +87,16 @@ TEST_F(DiagnosisTest, MayBeClosedEarly) {
 
   dialog.reset();
 
-  // What comes later finds no one, and another diagnosis is not disturbed.
+  // What comes later finds no one, and another diagnosis is not disturbed. Events do not say of
+  // which diagnosis they are, so those of the first must have come before the second begins.
+  bool hasEnded = false;
+  const vel::Subscription steps = service.slowClient().onDiagnosis(
+      [&](const vel::DiagnosisEvent& event) {
+        hasEnded = hasEnded || event.status != vel::DiagnosisStatus::kRunning;
+      },
+      service.executor());
   velsim().control("advance 200ms");
+  ASSERT_TRUE(loopUntil([&] { return hasEnded; }));
   open();
   ASSERT_TRUE(hasSteps(1));
   velsim().control("advance 200ms");
