@@ -131,8 +131,9 @@ class PicturesTest : public PanelTest, public testing::WithParamInterface<const 
       pen->sampleButton().click();
     } else if (auto* const quality = dynamic_cast<QualityPage*>(&page)) {
       ASSERT_TRUE(loopUntil([&] { return !quality->model().of("debian").empty(); }));
-      // One reading a second would be long to wait for.
-      quality->model().watch(false);
+      // One reading a second would be long to wait for, and the next one would take the place of
+      // these.
+      quality->model().blockSignals(true);
       std::vector<double> wave;
       std::vector<double> lower;
       for (int i = 0; i < static_cast<int>(QualityModel::kMostReadings); ++i) {
