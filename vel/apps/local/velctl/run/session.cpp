@@ -11,17 +11,23 @@ Session::Session(const Output& output, std::optional<std::chrono::milliseconds> 
       interruption_([this] { stop(Stop::kInterrupted); }) {}
 
 Session::StopListener::StopListener(Session& session, std::function<void()> onStop)
-    : session_(session) {
-  const platform::MutexLock lock(session_.mutex_);
-  if (session_.stopped_ != Stop::kNone) {
-    onStop();
-  }
-  entry_ = session_.listeners_.insert(session_.listeners_.end(), std::move(onStop));
-}
+    : session_(session), entry_(session.addListener(std::move(onStop))) {}
 
 Session::StopListener::~StopListener() {
-  const platform::MutexLock lock(session_.mutex_);
-  session_.listeners_.erase(entry_);
+  session_.removeListener(entry_);
+}
+
+Session::Listeners::iterator Session::addListener(std::function<void()> onStop) {
+  const platform::MutexLock lock(mutex_);
+  if (stopped_ != Stop::kNone) {
+    onStop();
+  }
+  return listeners_.insert(listeners_.end(), std::move(onStop));
+}
+
+void Session::removeListener(Listeners::iterator entry) {
+  const platform::MutexLock lock(mutex_);
+  listeners_.erase(entry);
 }
 
 vel::Result<void> Session::awaitEnd(const Activity& activity, std::function<void()> function) {

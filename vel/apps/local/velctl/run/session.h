@@ -69,6 +69,7 @@ class Session {
   const std::string& bus() const { return bus_; }
   void setBus(const std::string& address) { bus_ = address; }
 
+  using Listeners = std::list<std::function<void()>>;
   // Calls a function when the command is to stop, on another thread, at once if it is already;
   // until the result ends.
   class [[nodiscard]] StopListener {
@@ -80,7 +81,7 @@ class Session {
 
    private:
     Session& session_;
-    std::list<std::function<void()>>::iterator entry_;
+    const Listeners::iterator entry_;
   };
 
   // The next item; nullopt when the time has passed, which may be never. Throws Interrupted,
@@ -149,6 +150,8 @@ class Session {
   }
   // Fails when there is no thread.
   vel::Result<void> awaitEnd(const Activity& activity, std::function<void()> function);
+  Listeners::iterator addListener(std::function<void()> onStop) QX_EXCLUDES(mutex_);
+  void removeListener(Listeners::iterator entry) QX_EXCLUDES(mutex_);
   void stop(Stop reason) QX_EXCLUDES(mutex_);
   Clock::time_point wakeTime(const Progress& progress, Clock::time_point until) const;
 
@@ -158,7 +161,7 @@ class Session {
   const Clock::time_point deadline_;
   mutable platform::Mutex mutex_;
   Stop stopped_ QX_GUARDED_BY(mutex_) = Stop::kNone;
-  std::list<std::function<void()>> listeners_ QX_GUARDED_BY(mutex_);
+  Listeners listeners_ QX_GUARDED_BY(mutex_);
   // The last: their threads use the others.
   Interruption interruption_;
   std::unique_ptr<OutputEnd> outputEnd_;
