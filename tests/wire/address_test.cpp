@@ -55,14 +55,14 @@ std::string nameOf(const SocketAddress& address) {
 
 // --- Addresses with a socket ---------------------------------------------------------------------
 
-struct Row {
+struct UsableAddress {
   const char* name;
   std::string address;
   std::string socket;
   std::string guid;
 };
 
-const Row kUsable[] = {
+const UsableAddress kUsable[] = {
     {"Path", "unix:path=/run/bus", "/run/bus\0"s, ""},
     {"EscapedPath", "unix:path=/run/a%20b%2Cc%3b", "/run/a b,c;\0"s, ""},
     {"PathThatNeedsNoEscape", "unix:path=/-_.\\*Az09", "/-_.\\*Az09\0"s, ""},
@@ -78,7 +78,7 @@ const Row kUsable[] = {
     {"LaunchdsVariable", "launchd:env=LAUNCHD", "/asked/socket\0"s, ""},
 };
 
-class UsableAddressTest : public testing::TestWithParam<Row> {};
+class UsableAddressTest : public testing::TestWithParam<UsableAddress> {};
 
 TEST_P(UsableAddressTest, HasASocket) {
   const auto addresses = parseAddresses(GetParam().address, kEverything);

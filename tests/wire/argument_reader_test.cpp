@@ -23,7 +23,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using wiretest::Encoder;
 
-struct Row {
+struct ArgumentRow {
   const char* name;
   std::string signature;
   std::function<void(Encoder*)> encode;
@@ -48,7 +48,7 @@ void encodeDictionary(Encoder* encoder) {
   encoder->setLength(where, start);
 }
 
-const Row kRows[] = {
+const ArgumentRow kArgumentRows[] = {
     {"Int16", "n", [](Encoder* e) { e->number(0x8000, 2); }, std::int16_t{-0x8000}},
     {"UInt16", "q", [](Encoder* e) { e->number(0xFFFE, 2); }, std::uint16_t{0xFFFE}},
     {"Int32", "i", [](Encoder* e) { e->number(0xFFFFFFFF, 4); }, std::int32_t{-1}},
@@ -83,7 +83,7 @@ const Row kRows[] = {
 
 void nothing(Encoder* /*encoder*/) {}
 
-std::string encoded(const Row& row, ByteOrder order, void (*before)(Encoder*),
+std::string encoded(const ArgumentRow& row, ByteOrder order, void (*before)(Encoder*),
                     void (*behind)(Encoder*)) {
   Encoder encoder(order);
   before(&encoder);
@@ -101,10 +101,10 @@ Message messageOf(std::string_view signature, std::string_view body, ByteOrder o
   return message;
 }
 
-class ArgumentTest : public testing::TestWithParam<Row> {};
+class ArgumentTest : public testing::TestWithParam<ArgumentRow> {};
 
 TEST_P(ArgumentTest, OfABodyIsReadWithItsNeighbours) {
-  const Row& row = GetParam();
+  const ArgumentRow& row = GetParam();
   const std::string signature = 'y' + row.signature + 'y';
   for (const ByteOrder order : {ByteOrder::kLittle, ByteOrder::kBig}) {
     const std::string body = encoded(
@@ -117,7 +117,7 @@ TEST_P(ArgumentTest, OfABodyIsReadWithItsNeighbours) {
 }
 
 TEST_P(ArgumentTest, OfAListIsReadOutOfItsVariant) {
-  const Row& row = GetParam();
+  const ArgumentRow& row = GetParam();
   for (const ByteOrder order : {ByteOrder::kLittle, ByteOrder::kBig}) {
     Encoder list(order);
     list.number(0, 4);
@@ -133,7 +133,7 @@ TEST_P(ArgumentTest, OfAListIsReadOutOfItsVariant) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Types, ArgumentTest, testing::ValuesIn(kRows),
+INSTANTIATE_TEST_SUITE_P(Types, ArgumentTest, testing::ValuesIn(kArgumentRows),
                          [](const auto& tested) { return tested.param.name; });
 
 TEST(ArgumentReaderTest, EndsBehindTheLastArgument) {
@@ -188,7 +188,7 @@ TEST(ArgumentReaderTest, ACopyGoesOnFromWhereItWasMade) {
 
 // No check of the body comes before: the reader stays within the bytes all the same.
 TEST(ArgumentReaderTest, ReadsNothingOutsideOfAFaultyBody) {
-  for (const Row& row : kRows) {
+  for (const ArgumentRow& row : kArgumentRows) {
     const std::string whole = encoded(row, kHostOrder, nothing, nothing);
     for (std::size_t size = 0; size < whole.size(); ++size) {
       // A block of its own, so that a sanitizer sees its end.

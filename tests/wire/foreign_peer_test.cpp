@@ -34,7 +34,7 @@ using namespace qxbus::wire;
 using namespace std::string_literals;
 using testing::ElementsAre;
 
-constexpr const char* kGuid = "0123456789abcdef0123456789abcdef";
+constexpr const char* kServerGuid = "0123456789abcdef0123456789abcdef";
 
 // A blocking socket, and the bytes received from it.
 class Stream {
@@ -241,7 +241,7 @@ TEST(ForeignClientTest, IsAuthenticatedAndAnswered) {
 
   // Its destruction ends the connection, and with it the client's wait.
   auto stream = std::make_unique<Stream>(::accept(listener, nullptr, nullptr));
-  ServerAuthentication authentication(::geteuid(), kGuid);
+  ServerAuthentication authentication(::geteuid(), kServerGuid);
   stream->authenticate(&authentication);
   EXPECT_EQ(authentication.state(), AuthenticationState::kDone) << authentication.reason();
   const Message call = stream->next();

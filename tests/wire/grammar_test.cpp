@@ -53,7 +53,7 @@ const Rule kBusName = {"BusName", isBusName, isBusNameInLibdbus};
 const Rule kSignature = {"Signature", isSignature, isSignatureInLibdbus};
 const Rule kSingleType = {"SingleType", isSingleType, isSingleTypeInLibdbus};
 
-struct Row {
+struct GrammarRow {
   const Rule& rule;
   std::string text;
   bool isValid;
@@ -72,7 +72,7 @@ std::string nested(const std::string& open, int depth, const std::string& within
   return repeated(open, depth) + within + repeated(close, depth);
 }
 
-const Row kRows[] = {
+const GrammarRow kGrammarRows[] = {
     {kObjectPath, "/", true},
     {kObjectPath, "/a", true},
     {kObjectPath, "/a_B/9", true},
@@ -181,18 +181,19 @@ const Row kRows[] = {
     {kSingleType, "a", false},
 };
 
-class GrammarTest : public testing::TestWithParam<Row> {};
+class GrammarTest : public testing::TestWithParam<GrammarRow> {};
 
 TEST_P(GrammarTest, HoldsAsInLibdbus) {
-  const Row& row = GetParam();
+  const GrammarRow& row = GetParam();
 
   EXPECT_EQ(row.rule.isValid(row.text), row.isValid) << row.rule.name << ' ' << row.text;
   EXPECT_EQ(row.rule.isValidInLibdbus(row.text), row.isValid) << row.rule.name << ' ' << row.text;
 }
 
-INSTANTIATE_TEST_SUITE_P(Rows, GrammarTest, testing::ValuesIn(kRows), [](const auto& tested) {
-  return tested.param.rule.name + std::to_string(tested.index);
-});
+INSTANTIATE_TEST_SUITE_P(Rows, GrammarTest, testing::ValuesIn(kGrammarRows),
+                         [](const auto& tested) {
+                           return tested.param.rule.name + std::to_string(tested.index);
+                         });
 
 TEST(GrammarTest, NamesWithNulAreRefused) {
   EXPECT_FALSE(isObjectPath("/a\0"s));

@@ -13,13 +13,13 @@
 #include "bus/dbus/wire/message_writer.h"
 #include "tests/wire/encoder.h"
 #include "tests/wire/libdbus.h"
+#include "tests/wire/sizes.h"
 
 namespace {
 
 using namespace qxbus::wire;
 using wiretest::Encoder;
-
-constexpr std::size_t kMebi = std::size_t{1024} * 1024;
+using wiretest::kMebi;
 
 // The first bytes of a message.
 std::string frameBytes(ByteOrder order, std::uint32_t fields, std::uint32_t body) {

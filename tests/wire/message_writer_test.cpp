@@ -14,6 +14,7 @@
 #include "tests/wire/generator.h"
 #include "tests/wire/libdbus.h"
 #include "tests/wire/random.h"
+#include "tests/wire/sizes.h"
 
 namespace {
 
@@ -24,9 +25,8 @@ using qxbus::Value;
 using qxbus::Values;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using wiretest::kMebi;
 using wiretest::Random;
-
-constexpr std::size_t kMebi = std::size_t{1024} * 1024;
 
 Header signalWith(std::string_view signature) {
   Header header;

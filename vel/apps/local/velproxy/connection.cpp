@@ -19,7 +19,6 @@
 namespace qx {
 namespace {
 
-constexpr unsigned int kFailed = 0xFFFFFFFF;
 constexpr int kWaitForTheBus = -1;
 constexpr int kInterfaceMode = 1;
 
@@ -77,7 +76,7 @@ VelProxy* VelProxy::getInstance() {
   // The attempt to connect is part of the operation that follows.
   const LastErrorKeeper keeper;
   if (VelProxy* const instance = mVelProxy.load()) {
-    if (instance->Init() == kFailed) {
+    if (instance->Init() == RemoteCall::kNoAnswerUnsigned) {
       VEL_ERROR("retry to get qxbus interface failed");
     }
     return instance;
@@ -90,7 +89,7 @@ VelProxy* VelProxy::getInstance() {
   auto* const instance = new VelProxy;
   // Stored before Init, so that a call of getInstance() inside Init finds it.
   mVelProxy.store(instance);
-  if (instance->Init() == kFailed) {
+  if (instance->Init() == RemoteCall::kNoAnswerUnsigned) {
     VEL_ERROR("get qxbus interface failed");
   }
   VEL_DEBUG("out, mVelProxy: %p", static_cast<void*>(instance));
@@ -111,13 +110,13 @@ unsigned int VelProxy::Init() {
   // failure instead of making theirs one after the other.
   if (failedInits_.load() != failures) {
     report.fail(VelError::Kind::kNoService, failedInitReason_.load());
-    return kFailed;
+    return RemoteCall::kNoAnswerUnsigned;
   }
   const auto fail = [&](const char* reason) QX_REQUIRES(callMutex_) {
     report.fail(VelError::Kind::kNoService, reason);
     failedInitReason_ = reason;
     ++failedInits_;
-    return kFailed;
+    return RemoteCall::kNoAnswerUnsigned;
   };
   const std::string logPath = GetAppDataPath();
   if (!logPath.empty()) {
@@ -208,7 +207,7 @@ unsigned int VelProxy::ResetService() {
   VEL_DEBUG("enter");
   // (In one expression, clang 17 takes the lock for one that stays.)
   const std::optional<int> answer = RemoteCall(*this).method("resetService").answer();
-  return answer ? 0 : kFailed;
+  return answer ? 0 : RemoteCall::kNoAnswerUnsigned;
 }
 
 // The VMs whose numbers were known, in ascending order.

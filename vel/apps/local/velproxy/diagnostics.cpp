@@ -24,13 +24,13 @@ struct VmToDiagnose {
 VmToDiagnose vmToDiagnose(VelProxy& proxy, const char* method, const std::string& vmId,
                           const char* function = __builtin_FUNCTION()) {
   ErrorReport report(method);
-  const unsigned int attempts = attemptsToConnect();
+  const unsigned int before = attemptsToConnect();
   const unsigned int number = report.numberOf(proxy, vmId);
   if (number == 0) {
     VEL_ERROR_AT(function, __LINE__, "no desktop connected");
     report.refuse("the name of the VM is empty");
   }
-  return {number, attemptsToConnect() == attempts ? Reconnect::kYes : Reconnect::kNo};
+  return {number, attemptsToConnect() == before ? Reconnect::kYes : Reconnect::kNo};
 }
 
 }  // namespace

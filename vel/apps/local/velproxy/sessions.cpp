@@ -14,7 +14,6 @@ namespace {
 using velprotocol::write;
 namespace pipe = velprotocol::pipe;
 
-constexpr unsigned int kNoAnswer = 0xFFFFFFFF;
 constexpr int kConnectTimeoutMs = 2000;
 // Short, because each change of focus waits for it.
 constexpr int kFocusTimeoutMs = 500;
@@ -46,10 +45,10 @@ unsigned int VelProxy::ConnectVm(VmInfo info) {
       info.kstStreamCollaborateType == VEL_KST_STREAM_COLLAB_TYPE_COLLABORATOR) {
     VEL_DEBUG("don't ConnectVm when VEL_KST_STREAM_COLLAB_TYPE_COLLABORATOR");
     call.report().refuse("a collaborator does not attach the session");
-    return kNoAnswer;
+    return RemoteCall::kNoAnswerUnsigned;
   }
   if (!call.method(kMethod, kConnectTimeoutMs)) {
-    return kNoAnswer;
+    return RemoteCall::kNoAnswerUnsigned;
   }
   const unsigned int vm = call.numberOf(info.vmId);
   VEL_DEBUG("ConnectVM vmId:%s, vmid:%d", info.vmId.c_str(), vm);
@@ -70,7 +69,7 @@ unsigned int VelProxy::StartVm(std::string vmId) {
 unsigned int VelProxy::CreatePipe(std::string vmId, std::list<_CHANNEL_HANDLE> handles) {
   RemoteCall call(*this);
   if (!call.method("createPipe")) {
-    return kNoAnswer;
+    return RemoteCall::kNoAnswerUnsigned;
   }
   const unsigned int vm = call.numberOf(vmId);
   VEL_DEBUG("vmId: %s, list size: %ld id:%d", vmId.c_str(), static_cast<long>(handles.size()), vm);
@@ -126,7 +125,7 @@ unsigned int VelProxy::UpdateDriveToken(std::string token) {
   if (token.empty()) {
     VEL_ERROR("token is NULL");
     ErrorReport(kMethod).refuse("the token is empty");
-    return kNoAnswer;
+    return RemoteCall::kNoAnswerUnsigned;
   }
   return static_cast<unsigned int>(RemoteCall(*this).method(kMethod).bytes(token).status());
 }

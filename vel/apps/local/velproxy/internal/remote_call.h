@@ -28,6 +28,8 @@ class Request {
   static constexpr int kSlowTimeoutMs = 10000;
   static constexpr int kNoTimeout = -1;
   static constexpr int kNoAnswer = -1;
+  // Of operations whose status is unsigned.
+  static constexpr unsigned int kNoAnswerUnsigned = 0xFFFFFFFF;
 
   // The log lines of a request: formats, with the common prefix.
   struct Texts {

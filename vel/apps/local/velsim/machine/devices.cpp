@@ -6,8 +6,6 @@
 namespace velsim {
 namespace {
 
-constexpr std::uint16_t kVendor = 0x7E57;
-
 bool isPluggable(DeviceType type) {
   return type != DeviceType::kNetwork && type != DeviceType::kNetworkPrinter;
 }

@@ -29,6 +29,9 @@ std::optional<DeviceType> typeWithWord(const std::string& word);
 std::optional<DeviceType> pluggableType(const std::string& word);
 std::vector<std::string> pluggableTypes();
 
+// Of the simulated devices and printers.
+inline constexpr std::uint16_t kVendor = 0x7E57;
+
 // Vendor id, product id, two zero bytes and number.
 std::uint64_t sourceIdOf(std::uint16_t vid, std::uint16_t pid, std::uint16_t number);
 

@@ -7,7 +7,6 @@
 namespace velsim {
 namespace {
 
-constexpr std::uint16_t kVendor = 0x7E57;
 constexpr std::uint16_t kLocalPid = 0x0100;
 constexpr std::uint16_t kNetworkPid = 0x0101;
 
