@@ -56,7 +56,7 @@ class HotPlugTest : public WindowTest {
 
 TEST_F(HotPlugTest, AThousandHotPlugsLeaveNothing) {
   constexpr int kPatienceMs = 240000;
-  constexpr int kRounds = 500;
+  constexpr int kRounds = HOT_PLUGS;
   // An object or a text for each round would be more.
   constexpr std::int64_t kMostBytesOfRound = 32;
   ASSERT_TRUE(isReady());

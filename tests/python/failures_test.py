@@ -59,6 +59,11 @@ class Failures(unittest.TestCase):
 
         self.assertIn("  LeakSanitizer\n", self.printed(log=LOG.format("LeakSanitizer"), results_file=passed))
 
+    def test_characters_that_xml_does_not_have_hide_no_failure(self):
+        odd = RESULTS.replace('name="Draws"', 'name="Draws" value_param="\x01\x1f"')
+
+        self.assertIn("  Pen.Lifts\n", self.printed(results_file=odd))
+
     def test_half_a_results_file_counts_as_none(self):
         self.assertIn("  killed\n", self.printed(log=LOG.format("killed"), results_file=RESULTS[:99]))
 
