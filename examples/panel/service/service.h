@@ -50,7 +50,8 @@ class Service : public QObject {
 
   // Looks for the service, and reads everything again. One reading is under way at a time.
   void refresh();
-  bool isReading() const { return isReading_; }
+  // Also when it is about to begin.
+  bool isReading() const { return isReading_ || isReadingPosted_; }
 
   // --- For models -------------------------------------------------------------------------------
 
