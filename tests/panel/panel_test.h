@@ -3,6 +3,7 @@
 #ifndef TESTS_PANEL_PANEL_TEST_H
 #define TESTS_PANEL_PANEL_TEST_H
 
+#include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <string>
@@ -33,12 +34,18 @@ class PanelTest : public testing::Test {
       return true;
     }();
     static_cast<void>(isExported);
+    // The library may not have noticed yet that the service before has ended.
+    auto giveUp = std::chrono::steady_clock::now();
     if (velsim().hasEnded()) {
       velsim().start();
+      giveUp += std::chrono::minutes(4);
     }
     velsim().control("clear-faults all");
     unplugAll();
-    const vel::Result<void> reset = vel::Client().reset();
+    vel::Result<void> reset = vel::Client().reset();
+    while (!reset && std::chrono::steady_clock::now() < giveUp) {
+      reset = vel::Client().reset();
+    }
     EXPECT_TRUE(reset) << reset.error().message();
   }
 
