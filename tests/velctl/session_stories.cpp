@@ -42,9 +42,10 @@ std::vector<Story> sessionStories() {
            showsJson("createPipe", "pipe add 7 --vm win10",
                      std::string(kForWin10) + R"("pipe":["7"],"status":0,"statusName":"ok")"),
            shows("setPortChannelStatus", "port set 3 1 --vm win11", "port 3 of win11 has status 1"),
-           showsJson("setPortChannelStatus", "port set 4294967295 -1 --vm win10",
-                     std::string(kForWin10) +
-                         R"("port":4294967295,"portStatus":-1,"status":0,"statusName":"ok")"),
+           showsJson(
+               "setPortChannelStatus", "port set 4294967295 -2147483648 --vm win10",
+               std::string(kForWin10) +
+                   R"("port":4294967295,"portStatus":-2147483648,"status":0,"statusName":"ok")"),
            shows("onFocusChanged", "vm focus win11 --window 7", "focus of win11 reported"),
            showsJson("onFocusChanged", "vm focus win10",
                      std::string(kForWin10) + R"("window":"0","status":0,"statusName":"ok")"),

@@ -148,6 +148,7 @@ TEST_F(TerminalTest, EveryCommandThatTakesLongShowsThatAndCanBeInterrupted) {
       {"diagnoseDevice",
        {"device", "diagnose", "1", "--vm", "win11"},
        "diagnosing, 1 s of at most 10"},
+      {"none: the device is not there", {"wait", "device", "none"}, "waiting for the device, 1 s"},
       {"none: the service has accepted it",
        {"command", "run", "1", "--wait", "600"},
        answer + ", 1 s of at most 600"},

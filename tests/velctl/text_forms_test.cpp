@@ -1,9 +1,13 @@
 #include "vel/apps/local/velctl/output/text_forms.h"
 
+#include <chrono>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include <gtest/gtest.h>
+
+#include "vel/apps/local/velctl/output/time_forms.h"
 
 namespace velctl {
 namespace {
@@ -40,6 +44,17 @@ TEST(TextFormsTest, LinesKeepTheirNewlinesAndTabsExceptTheLastNewline) {
 
 TEST(TextFormsTest, ATextInQuotesIsPrintable) {
   EXPECT_EQ(printableInQuotes("a\x1b\"b"), "\"a\\x1b\"b\"");
+}
+
+TEST(TextFormsTest, AnAgeHasItsTwoLargestUnits) {
+  const std::pair<long, const char*> rows[] = {
+      {0, "0 s"},        {59, "59 s"},          {60, "1 min"},
+      {61, "1 min 1 s"}, {3599, "59 min 59 s"}, {3600, "1 h"},
+      {3659, "1 h"},     {3660, "1 h 1 min"},   {86399, "23 h 59 min"},
+      {86400, "1 d"},    {90000, "1 d 1 h"},    {863999, "9 d 23 h"}};
+  for (const auto& [age, text] : rows) {
+    EXPECT_EQ(ageText(std::chrono::seconds(age)), text) << age;
+  }
 }
 
 TEST(TextFormsTest, BytesAreShownInLinesOfSixteen) {

@@ -23,6 +23,7 @@ class VelctlHelpTest : public ShellTest {
 
 TEST_F(VelctlHelpTest, IsThatOfTheOption) {
   EXPECT_EQ(velctl({"help", "device", "attach"}).out, velctl({"device", "attach", "--help"}).out);
+  EXPECT_THAT(velctl({"help", "device", "attach"}).out, HasSubstr("\nExamples:\n  velctl device"));
   EXPECT_THAT(velctl({"help", "device"}).out, HasSubstr("Attach a device to a VM"));
   EXPECT_THAT(velctl({"help"}).out, HasSubstr("Exit status:"));
 }

@@ -170,6 +170,16 @@ TEST_F(ShellAtTerminalTest, RunsCommandsUntilCtrlD) {
   EXPECT_EQ(end(), 0) << "its user has seen the failure";
 }
 
+TEST_F(ShellAtTerminalTest, AnEmptyLineDoesNothing) {
+  start();
+
+  runLine("");
+  runLine("device show 12");
+
+  EXPECT_THAT(text(), HasSubstr("Built-in camera"));
+  EXPECT_EQ(end(), 0);
+}
+
 TEST_F(ShellAtTerminalTest, ExitEndsIt) {
   start();
 

@@ -36,5 +36,17 @@ TEST(NumberPoolTest, ReturnsZeroWhenAllNumbersAreInUse) {
   EXPECT_EQ(pool.take(), 500);
 }
 
+TEST(NumberPoolTest, BeginsAgainWithItsFirstNumberBehindTheLast) {
+  constexpr std::uint16_t kNearTheEnd = 65534;
+  NumberPool pool(kNearTheEnd);
+  EXPECT_EQ(pool.take(), 65534);
+  EXPECT_EQ(pool.take(), 65535);
+  EXPECT_EQ(pool.take(), 0);
+
+  pool.giveBack(kNearTheEnd);
+
+  EXPECT_EQ(pool.take(), 65534);
+}
+
 }  // namespace
 }  // namespace velsim

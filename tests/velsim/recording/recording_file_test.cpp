@@ -313,6 +313,8 @@ TEST_F(RecordingFileTest, EveryMistakeIsReportedWithItsLine) {
           "\n"
           R"({"time":2,"kind":"event","name":"e","broadcast":false,"values":[{"i":7},{"n":40000}]})"
           "\n"
+          R"({"time":2,"kind":"event","name":"e","broadcast":false,"values":[{"n":-32769}]})"
+          "\n"
           R"({"time":2,"kind":"event","name":"e","broadcast":false,"values":[{"ay":"0g"}]})"
           "\n"
           R"({"time":2,"kind":"event","name":"e","broadcast":false,"values":[{"z":1}]})"
@@ -329,13 +331,14 @@ TEST_F(RecordingFileTest, EveryMistakeIsReportedWithItsLine) {
           ":5: time: must be milliseconds from 0 to 10000000000", ":6: broadcast: is missing",
           ":7: extra: unknown member; the members are time, kind, decoded",
           ":8: values: value 2: \"n\" must hold a number from -32768 to 32767",
-          ":9: values: value 1: \"ay\" must hold pairs of hexadecimal digits",
-          HasSubstr(":10: values: value 1: unknown type \"z\" of a value; the types are n, i"),
-          ":11: values: only a call may have masked values",
-          ":12: id: a call above has the same id 1",
-          ":13: id: no call above waits for an answer to 9", ":14: method: the call was m",
-          ":15: time: is before the line above",
-          ":16: is no JSON object, or ends early: the recording may be cut"));
+          ":9: values: value 1: \"n\" must hold a number from -32768 to 32767",
+          ":10: values: value 1: \"ay\" must hold pairs of hexadecimal digits",
+          HasSubstr(":11: values: value 1: unknown type \"z\" of a value; the types are n, i"),
+          ":12: values: only a call may have masked values",
+          ":13: id: a call above has the same id 1",
+          ":14: id: no call above waits for an answer to 9", ":15: method: the call was m",
+          ":16: time: is before the line above",
+          ":17: is no JSON object, or ends early: the recording may be cut"));
 }
 
 TEST_F(RecordingFileTest, AHeaderMustBeThereAndOfThisVersion) {

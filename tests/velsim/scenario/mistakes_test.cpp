@@ -170,5 +170,23 @@ TEST(ScenarioMistakesTest, AnEmptyObjectIsAMachineWithoutAnything) {
   EXPECT_THAT(mistakesIn("{}"), IsEmpty());
 }
 
+TEST(ScenarioMistakesTest, TheFirstHundredAreReported) {
+  Mistakes mistakes("s.json");
+  for (int line = 1; line <= 100; ++line) {
+    EXPECT_FALSE(mistakes.isFull());
+    mistakes.add(line, "", "wrong");
+  }
+
+  EXPECT_TRUE(mistakes.isFull());
+}
+
+TEST(ScenarioMistakesTest, NamesThatAreVeryLongAreNotSuggested) {
+  const std::string most(64, 'v');
+
+  EXPECT_EQ(nearestName(most, {std::string(63, 'v') + 'w'}), std::string(63, 'v') + 'w');
+  EXPECT_EQ(nearestName(most, {most + 'w'}), std::nullopt);
+  EXPECT_EQ(nearestName(most + 'w', {most}), std::nullopt);
+}
+
 }  // namespace
 }  // namespace velsim

@@ -13,6 +13,7 @@
 #include "vel/apps/local/velctl/checks/way_to_service.h"
 #include "vel/apps/local/velctl/commands/commands.h"
 #include "vel/apps/local/velctl/output/text_forms.h"
+#include "vel/apps/local/velctl/output/time_forms.h"
 #include "vel/apps/local/velctl/run/actions.h"
 
 namespace velctl {
@@ -160,23 +161,6 @@ Json jsonOf(const Status& status) {
     json[kVmsName].push_back(jsonOf(vmStatusFields(), vm));
   }
   return json;
-}
-
-std::string ageText(std::chrono::seconds age) {
-  using Minutes = std::chrono::minutes;
-  using Hours = std::chrono::hours;
-  constexpr auto kDay = Hours(24);
-  const auto two = [](long long first, const char* unit, long long second, const char* next) {
-    return std::to_string(first) + unit + (second > 0 ? ' ' + std::to_string(second) + next : "");
-  };
-  if (age >= kDay) {
-    return two(age / kDay, " d", age % kDay / Hours(1), " h");
-  }
-  if (age >= Hours(1)) {
-    return two(age / Hours(1), " h", age % Hours(1) / Minutes(1), " min");
-  }
-  return age >= Minutes(1) ? two(age / Minutes(1), " min", age.count() % 60, " s")
-                           : std::to_string(age.count()) + " s";
 }
 
 std::string textOf(const Status& status, const Terminal& terminal) {

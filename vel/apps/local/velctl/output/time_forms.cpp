@@ -39,4 +39,21 @@ std::string isoTime(std::chrono::system_clock::time_point time) {
   return formatted(time, "%Y-%m-%dT%H:%M:%S") + milliseconds(time) + zone;
 }
 
+std::string ageText(std::chrono::seconds age) {
+  using Minutes = std::chrono::minutes;
+  using Hours = std::chrono::hours;
+  constexpr auto kDay = Hours(24);
+  const auto two = [](long long first, const char* unit, long long second, const char* next) {
+    return std::to_string(first) + unit + (second > 0 ? ' ' + std::to_string(second) + next : "");
+  };
+  if (age >= kDay) {
+    return two(age / kDay, " d", age % kDay / Hours(1), " h");
+  }
+  if (age >= Hours(1)) {
+    return two(age / Hours(1), " h", age % Hours(1) / Minutes(1), " min");
+  }
+  return age >= Minutes(1) ? two(age / Minutes(1), " min", age.count() % 60, " s")
+                           : std::to_string(age.count()) + " s";
+}
+
 }  // namespace velctl
