@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstdint>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -44,6 +45,7 @@ class PanelTest : public testing::Test {
     unplugAll();
     vel::Result<void> reset = vel::Client().reset();
     while (!reset && std::chrono::steady_clock::now() < giveUp) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
       reset = vel::Client().reset();
     }
     EXPECT_TRUE(reset) << reset.error().message();

@@ -56,7 +56,7 @@ TEST_F(JoysticksModelTest, MapsAndCalibrates) {
   model.setMapping(kRacingWheel, kRacing);
   EXPECT_TRUE(entry(kRacingWheel).isBusy);
   EXPECT_TRUE(isMapped(kRacingWheel, kRacing));
-  EXPECT_FALSE(entry(kRacingWheel).isBusy);
+  EXPECT_TRUE(ends(kRacingWheel)) << "the event may come before the answer";
   model.calibrate(kRacingWheel);
   EXPECT_TRUE(loopUntil([&] { return entry(kRacingWheel).joystick.isCalibrated; }));
   EXPECT_EQ(problemOf(kRacingWheel), "");
