@@ -292,6 +292,8 @@ TEST_F(WindowTest, TheMenuOfACardDiagnosesItsDevice) {
   EXPECT_EQ(page.diagnosis()->windowTitle().toStdString(), "Diagnosis of Built-in camera in win11");
   QTest::mouseClick(&page.diagnosis()->closeButton(), Qt::LeftButton);
   EXPECT_FALSE(page.diagnosis()->isVisible());
+  // A reset does not end a diagnosis.
+  velsim().kill();
 }
 
 TEST_F(WindowTest, TheContextMenuIsTheSame) {
