@@ -234,6 +234,9 @@ class _Finder:
             at += 1
         parts.append((begin, self.tokens[end].begin))
         texts = [self.text[first:last].strip() for first, last in parts]
+        # The smaller or larger of two is the same in either order.
+        if len(texts) == 2 and self.text_at(index - 1) in ("min", "max"):
+            return
         if len(texts) < 2 or any(DECLARATION.match(shortened(text)) for text in texts):
             return
         for (one, two), (one_text, two_text) in zip(zip(parts, parts[1:]), zip(texts, texts[1:])):

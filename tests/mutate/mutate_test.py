@@ -35,7 +35,7 @@ int take(std::vector<int> values, int most) {
   }
   {
     platform::MutexLock inner(other_);
-    state_ = 'c';
+    state_ = std::min('c', most);
     inner.unlock();
   }
   if (const auto found = look()) {
