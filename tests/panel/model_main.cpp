@@ -3,8 +3,12 @@
 #include <gmock/gmock.h>
 #include <QCoreApplication>
 
+#include "tests/client/end_of_loop.h"
+
 int main(int argc, char** argv) {
   testing::InitGoogleMock(&argc, argv);
   const QCoreApplication application(argc, argv);
-  return RUN_ALL_TESTS();
+  const int status = RUN_ALL_TESTS();
+  runLoopToItsEnd();
+  return status;
 }

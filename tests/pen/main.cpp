@@ -6,6 +6,8 @@
 #include <gmock/gmock.h>
 #include <QApplication>
 
+#include "tests/client/end_of_loop.h"
+
 // Functions of LeakSanitizer, null without it.
 extern "C" void __lsan_disable() __attribute__((weak));
 extern "C" void __lsan_enable() __attribute__((weak));
@@ -32,5 +34,7 @@ int main(int argc, char** argv) {
   }
   testing::InitGoogleMock(&argc, argv);
   const std::unique_ptr<QApplication> application = makeApplication(argc, argv);
-  return RUN_ALL_TESTS();
+  const int status = RUN_ALL_TESTS();
+  runLoopToItsEnd();
+  return status;
 }
