@@ -81,11 +81,11 @@ std::vector<Command> sessionCommands() {
           .prints("focus of win11 reported")
           .printsJson(R"({"operation":"onFocusChanged","vm":"win11","vmNumber":101,)"
                       R"("window":"60817415","lost":true,"status":0,"statusName":"ok"})"),
-      Command("PortSet", "port set 3 -1 --vm win11")
-          .sends("setPortChannelStatus(int32 101, int32 3, int32 -1)")
-          .prints("port 3 of win11 has status -1")
+      Command("PortSet", "port set 3 -70000 --vm win11")
+          .sends("setPortChannelStatus(int32 101, int32 3, int32 -70000)")
+          .prints("port 3 of win11 has status -70000")
           .printsJson(R"({"operation":"setPortChannelStatus","vm":"win11","vmNumber":101,)"
-                      R"("port":3,"portStatus":-1,"status":0,"statusName":"ok"})"),
+                      R"("port":3,"portStatus":-70000,"status":0,"statusName":"ok"})"),
       Command("TokenSet", "token set abc")
           .sends("updateDriveToken(bytes[3] 616263)")
           .prints("drive token handed over")
