@@ -1,5 +1,6 @@
 #include "vel/apps/local/velsim/control.h"
 
+#include "base/printable.h"
 #include "tests/velsim/service/simulated_service.h"
 
 namespace velsim {
@@ -267,7 +268,8 @@ struct Wrong {
 };
 
 void PrintTo(const Wrong& wrong, std::ostream* stream) {
-  *stream << wrong.line;
+  // Results files are XML, which not every byte can be in.
+  *stream << base::printable(wrong.line);
 }
 
 class WrongLineTest : public ControlTest, public ::testing::WithParamInterface<Wrong> {};
