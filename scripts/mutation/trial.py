@@ -68,6 +68,17 @@ class Trial:
                     found.setdefault(test, set()).update(programs)
         return found
 
+    def beside(self, found):
+        """The other tests of programs that execute the place themselves, in the same form: what is set up
+        once for a process is executed in the first test that needs it, and the others read it."""
+        others = {}
+        for name, gathered in self.maps.items():
+            own = os.path.basename(self.tests[name]["command"][0])
+            if any(of == name and own in programs for (of, _), programs in found.items()):
+                others.update({(name, test): {own} for test in gathered.seconds
+                               if (name, test) not in found})
+        return others
+
     def that_execute(self, file, lines):
         """As tests_of(), for lines or a whole file; and whether these lines are known to be code."""
         found, has_code = {}, False
@@ -200,9 +211,10 @@ class Trial:
         found = self.tests_of(mutant)
         if not found:
             return self.survived(mutant, path, "no test executes the line")
+        others = self.beside(found)
         spent, left_out = 0.0, 0
         linked = {}
-        for name, tests, programs, seconds in self.plan(found):
+        for name, tests, programs, seconds in [*self.plan(found), *self.plan(others)]:
             if spent > 0 and spent + seconds > self.budget_s:
                 left_out += len(tests)
                 continue
@@ -219,7 +231,8 @@ class Trial:
             noticed = self.run_tests(name, tests, linked, seconds)
             if noticed:
                 return "noticed", noticed
-        by = f"{len(found) - left_out} of {len(found)} tests"
+        count = len(found) + len(others)
+        by = f"{count - left_out} of {count} tests"
         return self.survived(mutant, path, by)
 
     def checked(self, object_path, source):
