@@ -120,6 +120,8 @@ class LineEditor::Library {
 
   std::optional<std::string> readLine() {
     isCancelled_ = false;
+    // Otherwise the prompt comes first, and a Ctrl-D that is typed at once is lost.
+    ::el_set(line_, EL_PREP_TERM, 1);
     int length = 0;
     const char* const typed = ::el_gets(line_, &length);
     if (!typed || length <= 0) {
