@@ -161,8 +161,9 @@ TEST_F(PenPortWithoutBusTest, ARecordedStrokeArrives) {
 
   EXPECT_EQ(replay.status, 0) << replay.err;
   // velsim may still have frames to read when the replay has sent them all.
-  EXPECT_TRUE(comesTrue(
-      [&] { return velsim.err().find("velsim: pen 1: disconnected after ") != std::string::npos; }));
+  EXPECT_TRUE(comesTrue([&] {
+    return velsim.err().find("velsim: pen 1: disconnected after ") != std::string::npos;
+  }));
   const Finished stopped = velsim.end(SIGTERM);
   EXPECT_EQ(stopped.status, velsim::kExitStopped);
   EXPECT_THAT(stopped.err, HasSubstr("velsim: no connection to the bus at " + bus().address()));
