@@ -10,8 +10,9 @@
 // END       The destructor stops velsim. It also ends by itself when the test process ends in any
 //           other way, for instance by SIGKILL, because the socket between both is closed then.
 // ADDRESS   Objects of one process that follow each other have the same address: a client library
-//           that reads QXBUS_ADDRESS once finds them all. Its first calls may fail until it has noticed
-//           the end of the one before. Objects that live at the same time have different ones.
+//           that reads QXBUS_ADDRESS once finds them all. Its first calls may fail until it has
+//           noticed the end of the one before. Objects that live at the same time have different
+//           ones.
 // THREADS   Use an object from one thread at a time.
 // ERRORS    VelsimError, with the log of velsim. No other failure is silent; destructors never
 // throw. TIME      Nothing sleeps. A velsim that does not answer within a minute has failed.
