@@ -18,8 +18,13 @@ set(VELPROXY_HARDENED_OPTIMIZED "")
 set(VELPROXY_HARDENED_LINKING "")
 
 # Programs at random addresses. Without the check CMake compiles for it, and leaves the rest to the
-# linker.
-check_pie_supported(LANGUAGES CXX)
+# linker. With a sanitizer, a program would relocate hundreds of thousands of pointers in its descriptions of
+# the code whenever it starts.
+if(VELPROXY_SANITIZE)
+  add_link_options("$<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:-no-pie>")
+else()
+  check_pie_supported(LANGUAGES CXX)
+endif()
 
 # Sanitizers have checks of their own.
 if(VELPROXY_HARDENING AND NOT VELPROXY_SANITIZE)
