@@ -1,6 +1,7 @@
 #include "tests/client/operations.h"
 
 #include <algorithm>
+#include <iterator>
 #include <ostream>
 #include <stdexcept>
 #include <variant>
@@ -37,19 +38,23 @@ void PrintTo(const ClientOperation& operation, std::ostream* out) {
   *out << operation.testName();
 }
 
-std::vector<ClientOperation> clientOperations() {
-  std::vector<ClientOperation> all;
-  for (const auto rows :
-       {vmClientRows, deviceClientRows, policyClientRows, printerClientRows, serviceClientRows}) {
-    const std::vector<ClientOperation> more = rows();
-    all.insert(all.end(), more.begin(), more.end());
-  }
-  return all;
+const std::vector<ClientOperation>& clientOperations() {
+  static const std::vector<ClientOperation>* const all = [] {
+    auto* const made = new std::vector<ClientOperation>;
+    for (const auto rows :
+         {vmClientRows, deviceClientRows, policyClientRows, printerClientRows, serviceClientRows}) {
+      const std::vector<ClientOperation> more = rows();
+      made->insert(made->end(), more.begin(), more.end());
+    }
+    return made;
+  }();
+  return *all;
 }
 
 std::vector<ClientOperation> clientOperationsThat(
     const std::function<bool(const ClientOperation&)>& applies) {
-  std::vector<ClientOperation> rows = clientOperations();
-  rows.erase(std::remove_if(rows.begin(), rows.end(), std::not_fn(applies)), rows.end());
+  const std::vector<ClientOperation>& all = clientOperations();
+  std::vector<ClientOperation> rows;
+  std::copy_if(all.begin(), all.end(), std::back_inserter(rows), applies);
   return rows;
 }

@@ -134,7 +134,7 @@ class ClientOperation {
 void PrintTo(const ClientOperation& operation, std::ostream* out);
 
 // Every row.
-std::vector<ClientOperation> clientOperations();
+const std::vector<ClientOperation>& clientOperations();
 std::vector<ClientOperation> clientOperationsThat(
     const std::function<bool(const ClientOperation&)>& applies);
 

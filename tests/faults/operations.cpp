@@ -95,10 +95,9 @@ Outcome Operation::runOn(qx::VelProxy& proxy) const {
 const std::vector<Operation>& operations() {
   static const std::vector<Operation>* const all = [] {
     auto* const made = new std::vector<Operation>;
-    std::vector<RemoteOperation> rows = remoteOperations();
-    made->reserve(rows.size());
-    for (RemoteOperation& row : rows) {
-      made->emplace_back(std::move(row));
+    made->reserve(remoteOperations().size());
+    for (const RemoteOperation& row : remoteOperations()) {
+      made->emplace_back(row);
     }
     return made;
   }();

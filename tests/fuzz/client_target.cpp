@@ -140,11 +140,6 @@ constexpr void (*kLists[])(const vel::Client& client, const Reply& reply) = {
 
 // --- All operations ------------------------------------------------------------------------------
 
-const std::vector<ClientOperation>& operations() {
-  static const auto* const all = new std::vector<ClientOperation>(clientOperations());
-  return *all;
-}
-
 void checkOperation(const ClientOperation& operation, const vel::Client& client,
                     const Reply& reply) {
   const Outcome outcome = operation.runOn(client);
@@ -269,7 +264,7 @@ void run(Input& input) {
     if (choice < 128) {
       kLists[choice % std::size(kLists)](caller, reply);
     } else {
-      checkOperation(operations()[choice % operations().size()], caller, reply);
+      checkOperation(clientOperations()[choice % clientOperations().size()], caller, reply);
     }
     bus.answerFrom(nullptr);
   }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <ostream>
 
 #include "tests/library/rows/rows.h"
@@ -10,22 +11,26 @@ using scripted::debugLine;
 using scripted::errorLine;
 using scripted::Reply;
 
-std::vector<RemoteOperation> remoteOperations() {
-  std::vector<RemoteOperation> all;
-  for (const auto rowsOfASubject :
-       {connectionRows, vmIdRows, sessionRows, printerRows, networkPrinterRows, sharedPrinterRows,
-        printQueueRows, deviceRows, newDeviceRows, networkDeviceRows, policyRows, diagnosticRows,
-        streamQualityRows, joystickRows}) {
-    const std::vector<RemoteOperation> rows = rowsOfASubject();
-    all.insert(all.end(), rows.begin(), rows.end());
-  }
-  return all;
+const std::vector<RemoteOperation>& remoteOperations() {
+  static const std::vector<RemoteOperation>* const all = [] {
+    auto* const made = new std::vector<RemoteOperation>;
+    for (const auto rowsOfASubject :
+         {connectionRows, vmIdRows, sessionRows, printerRows, networkPrinterRows, sharedPrinterRows,
+          printQueueRows, deviceRows, newDeviceRows, networkDeviceRows, policyRows, diagnosticRows,
+          streamQualityRows, joystickRows}) {
+      const std::vector<RemoteOperation> rows = rowsOfASubject();
+      made->insert(made->end(), rows.begin(), rows.end());
+    }
+    return made;
+  }();
+  return *all;
 }
 
 std::vector<RemoteOperation> remoteOperationsThat(
     const std::function<bool(const RemoteOperation&)>& applies) {
-  std::vector<RemoteOperation> rows = remoteOperations();
-  rows.erase(std::remove_if(rows.begin(), rows.end(), std::not_fn(applies)), rows.end());
+  const std::vector<RemoteOperation>& all = remoteOperations();
+  std::vector<RemoteOperation> rows;
+  std::copy_if(all.begin(), all.end(), std::back_inserter(rows), applies);
   return rows;
 }
 

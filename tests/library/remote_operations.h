@@ -212,7 +212,7 @@ class RemoteOperation {
 void PrintTo(const RemoteOperation& operation, std::ostream* out);
 
 // Every row.
-std::vector<RemoteOperation> remoteOperations();
+const std::vector<RemoteOperation>& remoteOperations();
 // The rows for which a condition holds.
 std::vector<RemoteOperation> remoteOperationsThat(
     const std::function<bool(const RemoteOperation&)>& applies);
