@@ -169,7 +169,7 @@ void PlayedService::run() {
     connection_ = accepted.add(::accept(listener_.descriptor(), nullptr, nullptr));
     if (takeLine(connection_, end_) &&
         sendAll(connection_, "OK 0123456789abcdef0123456789abcdef\r\n") &&
-        takeLine(connection_, end_)) {
+        takeLine(connection_, end_) && isReadable(connection_, end_)) {
       part_(connection_);
     }
   }
