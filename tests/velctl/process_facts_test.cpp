@@ -42,15 +42,16 @@ TEST_P(ProcessLineTest, HasAnAgeAndACommand) {
 
 INSTANTIATE_TEST_SUITE_P(
     Lines, ProcessLineTest,
-    testing::Values(LineRow{"seconds", "      00:00 sh\n", "sh", 0s},
-                    LineRow{"minutes", "      59:58 velserviced\n", "velserviced", 59min + 58s},
-                    LineRow{"hours", "   23:59:59 velserviced\n", "velserviced", 23h + 59min + 59s},
-                    LineRow{"days", " 1-00:00:01 velserviced\n", "velserviced", 24h + 1s},
-                    LineRow{"many days", "1234-05:06:07 velserviced", "velserviced",
-                            1234 * 24h + 5h + 6min + 7s},
-                    LineRow{"a blank", "00:01 tmux: server\n", "tmux: server", 1s},
-                    LineRow{"a path", "00:01 /usr/libexec/velserviced\n",
-                            "/usr/libexec/velserviced", 1s}));
+    testing::Values(
+        LineRow{"seconds", "      00:00 sh\n", "sh", 0s},
+        LineRow{"minutes", "      59:58 velserviced\n", "velserviced", 59min + 58s},
+        LineRow{"hours", "   23:59:59 velserviced\n", "velserviced", 23h + 59min + 59s},
+        LineRow{"days", " 1-00:00:01 velserviced\n", "velserviced", 24h + 1s},
+        LineRow{"many days", "1234-05:06:07 velserviced", "velserviced",
+                1234 * 24h + 5h + 6min + 7s},
+        LineRow{"a start after now", "441077234-00:18:40 velserviced\n", "velserviced", 0s},
+        LineRow{"a blank", "00:01 tmux: server\n", "tmux: server", 1s},
+        LineRow{"a path", "00:01 /usr/libexec/velserviced\n", "/usr/libexec/velserviced", 1s}));
 
 TEST(ProcessFactsTest, OtherLinesAreNoProcess) {
   for (const char* const line :

@@ -26,7 +26,7 @@ std::optional<long> takeLastNumber(std::string_view* text, char separator) {
   const std::size_t at = text->rfind(separator);
   const std::string_view digits = at == std::string_view::npos ? *text : text->substr(at + 1);
   *text = at == std::string_view::npos ? std::string_view() : text->substr(0, at);
-  constexpr unsigned long long kMost = 1000000;
+  constexpr unsigned long long kMost = 1000000000;
   const auto number = base::parseDecimal(digits, kMost);
   return number ? std::optional(static_cast<long>(*number)) : std::nullopt;
 }
@@ -42,6 +42,12 @@ std::optional<std::chrono::seconds> parseAge(std::string_view text) {
   const auto days = text.empty() ? std::optional(0L) : takeLastNumber(&text, '-');
   if (!minutes || !hours || !days || !text.empty()) {
     return std::nullopt;
+  }
+  // The ps of Linux takes a process that began a moment ago for one that begins a moment later, and
+  // shows the time up to then as 441077234 days.
+  constexpr long kMostDays = 1000000;
+  if (*days > kMostDays) {
+    return std::chrono::seconds(0);
   }
   return std::chrono::seconds(*seconds) + std::chrono::minutes(*minutes) +
          std::chrono::hours(*hours + 24 * *days);
