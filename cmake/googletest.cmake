@@ -18,7 +18,13 @@ endif()
 # SHARDS: as so many tests, name.1 and so on, which share the program's tests between them. For
 # programs whose tests wait much: ./test runs more programs at once than there are processors.
 # LAUNCHER: what starts the program.
+#
+# A program that is not built, see velproxy_leave_to_sanitizers, has no tests.
 function(velproxy_add_tests program)
+  get_target_property(is_left_out ${program} EXCLUDE_FROM_ALL)
+  if(is_left_out)
+    return()
+  endif()
   cmake_parse_arguments(PARSE_ARGV 1 given "" "NAME;SHARDS" "ARGUMENTS;ENVIRONMENT;LAUNCHER")
   if(given_UNPARSED_ARGUMENTS)
     message(FATAL_ERROR "velproxy_add_tests(${program}): unknown ${given_UNPARSED_ARGUMENTS}")
