@@ -96,8 +96,8 @@ void answerAll(int connection,
                const std::function<std::string(const qxbus::wire::Header& message)>& answerTo);
 
 // Authenticates each client in place of a service or a bus, and does with its connection what the
-// test says as soon as the client has sent something: an answer that came before its call would be
-// nobody's. The connection ends with the function, or with this object.
+// test says as soon as the client has sent something: an answer that came before its call would
+// belong to no call. The connection ends with the function, or with this object.
 class PlayedService {
  public:
   using Part = std::function<void(int connection)>;
