@@ -255,12 +255,22 @@ TEST_F(InstallTest, TheFilesThatStartVelsimNameAPlaceWithAnyCharacter) {
 
 // --- Sources ------------------------------------------------------------------------------------
 
+// The last of the compilers that is there: the others have built these sources already, and clang++
+// takes half the time for them.
+std::string fastestCompiler() {
+  std::string found = COMPILER;
+  for (const std::string& compiler : std::vector<std::string>{COMPILERS}) {
+    found = isThere(compiler) ? compiler : found;
+  }
+  return found;
+}
+
 // A client that builds velproxy with its own program, from sources.
 TEST(FetchContentTest, GivesTheSameTargets) {
   // Beside the other one, which tests of another process may be making anew.
   const std::string build = std::string(kBuild) + "/fetch-content-test";
   std::filesystem::remove_all(build);
-  std::vector<std::string> configure = configuring(build, COMPILER);
+  std::vector<std::string> configure = configuring(build, fastestCompiler());
   configure.insert(configure.end(),
                    {"-DVELPROXY_SOURCE=" + std::string(kSource), "-DCMAKE_UNITY_BUILD=ON",
                     "-DCMAKE_UNITY_BUILD_BATCH_SIZE=50"});
