@@ -368,9 +368,7 @@ TEST_F(HostileService, ThatHangsIsNotThereAfterTwoSeconds) {
   ASSERT_TRUE(client);
   const auto handle = (*client)->handleOn("vel", kSafe);
   ASSERT_TRUE(handle);
-  service.signal(SIGSTOP);
-  // The system stops it a moment later.
-  std::this_thread::sleep_for(kSilence);
+  processes::hang(service.pid());
 
   for (int i = 0; i < 2; ++i) {
     const auto begun = TestClock::now();

@@ -173,7 +173,7 @@ TEST_P(RecorderTest, TheDeathOfTheServiceIsADeathToItsClientsAndItsReturnAReturn
 TEST_P(RecorderTest, ACallThatTheServiceNeverAnswersEndsWithTheService) {
   VelsimProcess service;
   VelsimProcess recorder(recorderOf(service, clientAddress()));
-  service.signal(SIGSTOP);
+  processes::hang(service.pid());
   Process call(velctlOptionsAt(recorder, {"device", "list"}));
   ASSERT_TRUE(comesTrue([&] { return count("call") > 0; }));
 

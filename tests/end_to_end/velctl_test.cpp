@@ -152,7 +152,7 @@ TEST_F(VelctlProcessTest, RefusesAVmThatTheServiceDoesNotHaveAndSendsNothing) {
 }
 
 TEST_F(VelctlProcessTest, ReportsAServiceThatDoesNotAnswer) {
-  velsim()->signal(SIGSTOP);
+  processes::hang(velsim()->pid());
 
   Process connect(velctlOptions({"vm", "connect", "win11"}));
   Process list(velctlOptions({"vm", "list"}));

@@ -11,12 +11,11 @@
 #include <utility>
 #include <vector>
 
-#include <sys/wait.h>
-
 #include <gmock/gmock.h>
 
 #include "examples/panel/things/things_model.h"
 #include "tests/client/loop_until.h"
+#include "tests/processes/process.h"
 #include "vel/apps/local/velsim/testing/velsim_process.h"
 #include "vel/client/client.h"
 
@@ -110,10 +109,7 @@ class PanelTest : public testing::Test {
 class Hanging {
  public:
   explicit Hanging(velsim_testing::VelsimProcess& velsim) : velsim_(velsim) {
-    velsim_.signal(SIGSTOP);
-    // It may answer until it has stopped.
-    siginfo_t stopped;
-    EXPECT_EQ(::waitid(P_PID, static_cast<id_t>(velsim_.pid()), &stopped, WSTOPPED | WNOWAIT), 0);
+    processes::hang(velsim_.pid());
   }
   ~Hanging() { velsim_.signal(SIGCONT); }
   Hanging(const Hanging&) = delete;

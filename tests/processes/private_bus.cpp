@@ -56,7 +56,7 @@ void PrivateBus::start() {
 }
 
 void PrivateBus::hang() const {
-  daemon_->signal(SIGSTOP);
+  processes::hang(daemon_->pid());
 }
 
 void PrivateBus::resume() const {

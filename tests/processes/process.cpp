@@ -210,6 +210,16 @@ Finished Process::end(int signalNumber) {
   return wait();
 }
 
+void hang(pid_t program) {
+  ::kill(program, SIGSTOP);
+  siginfo_t stopped;
+  while (::waitid(P_PID, static_cast<id_t>(program), &stopped, WSTOPPED | WNOWAIT) != 0) {
+    if (errno != EINTR) {
+      fail("stopping a program");
+    }
+  }
+}
+
 Finished run(const Process::Options& options) {
   return Process(options).wait();
 }

@@ -78,6 +78,10 @@ class Process {
   std::size_t read_ = 0;  // by readLine()
 };
 
+// Stops a program that this process has started, until SIGCONT. It answers nothing any more once
+// this returns: a signal alone takes effect later, on a busy machine much later.
+void hang(pid_t program);
+
 // Runs a program to its end.
 Finished run(const Process::Options& options);
 

@@ -88,7 +88,7 @@ class StateTest : public testing::TestWithParam<Way> {
   velsim_testing::VelsimProcess& velsim() { return *velsim_; }
   // It takes requests, and answers none until it is killed.
   void hangVelsim() {
-    velsim_->signal(SIGSTOP);
+    processes::hang(velsim_->pid());
     isHanging_ = true;
   }
 
