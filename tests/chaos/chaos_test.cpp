@@ -2,7 +2,10 @@
 //
 //   CHAOS_SEED    the seed of all runs, in place of 1
 
+#include <csignal>
 #include <cstdlib>
+
+#include <sys/wait.h>
 
 #include <gmock/gmock.h>
 
@@ -53,14 +56,32 @@ TEST(ChaosDaemon, AllocationsOfTheLibraryMayFail) {
 }
 
 // The program itself: a run that never fails would show nothing.
+Finished failingRun() {
+  return chaos({"--seconds", "30", "--faults", "stop", "--slack=-100000"});
+}
+
 TEST(ChaosReport, AnOperationBeyondItsLimitEndsTheRunWithItsSeedAndItsSteps) {
-  const Finished finished = chaos({"--seconds", "30", "--faults", "stop", "--slack=-100000"});
+  const Finished finished = failingRun();
 
   EXPECT_EQ(finished.status, 1);
   EXPECT_THAT(finished.err, HasSubstr(" with seed "));
   EXPECT_THAT(finished.err, HasSubstr(": no hang: "));
   EXPECT_THAT(finished.err, HasSubstr(", the latest of "));
   EXPECT_THAT(finished.err, HasSubstr("the same choices again: "));
+}
+
+// It continues what it has stopped: its service, which has to end with it.
+TEST(ChaosReport, ABrokenPromiseContinuesNoProgramOfOthers) {
+  processes::Process::Options options;
+  options.command = {"sleep", "1000"};
+  const processes::Process other(options);
+  processes::hang(other.pid());
+
+  EXPECT_EQ(failingRun().status, 1);
+
+  siginfo_t continued = {};
+  EXPECT_EQ(::waitid(P_PID, static_cast<id_t>(other.pid()), &continued, WCONTINUED | WNOHANG), 0);
+  EXPECT_EQ(continued.si_pid, 0);
 }
 
 TEST(ChaosReport, ATypoInAnOptionIsRefused) {

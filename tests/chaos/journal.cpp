@@ -84,13 +84,26 @@ void Journal::fail(const std::string& promise) {
   }
   std::fprintf(stderr, "  the same choices again: %s\n", command_.c_str());
   std::fflush(stderr);
-  // A service that has been stopped would never notice the end of this process.
-  ::kill(0, SIGCONT);
+  for (const pid_t program : stopped_) {
+    ::kill(program, SIGCONT);
+  }
   if (std::getenv("CHAOS_ABORT")) {
     std::signal(SIGABRT, SIG_DFL);
     std::abort();
   }
   std::_Exit(1);
+}
+
+void Journal::stopped(pid_t program) {
+  const OutsideLibrary outside;
+  const platform::MutexLock lock(mutex_);
+  stopped_.insert(program);
+}
+
+void Journal::continued(pid_t program) {
+  const OutsideLibrary outside;
+  const platform::MutexLock lock(mutex_);
+  stopped_.erase(program);
 }
 
 Milliseconds Journal::sinceBegin() const {

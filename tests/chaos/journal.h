@@ -9,7 +9,10 @@
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <set>
 #include <string>
+
+#include <sys/types.h>
 
 #include "platform/mutex.h"
 
@@ -29,6 +32,9 @@ class Journal {
   // Prints the broken promise, the seed, the time and the latest steps, and ends the process with
   // status 1: the threads of a run with a broken promise may never end.
   [[noreturn]] void fail(const std::string& promise);
+  // Programs that are stopped would never notice the end of this process: fail() continues them.
+  void stopped(pid_t program);
+  void continued(pid_t program);
 
   Milliseconds sinceBegin() const;
   // How many steps each actor has made.
@@ -47,6 +53,7 @@ class Journal {
   std::uint64_t seed_ QX_GUARDED_BY(mutex_) = 0;
   std::string command_ QX_GUARDED_BY(mutex_);
   std::map<std::string, Steps> steps_ QX_GUARDED_BY(mutex_);
+  std::set<pid_t> stopped_ QX_GUARDED_BY(mutex_);
 };
 
 }  // namespace chaos

@@ -8,6 +8,8 @@
 
 #include <stdlib.h>
 
+#include "tests/chaos/journal.h"
+
 namespace chaos {
 
 const std::string kVmNames[4] = {"win11", "win10", "ubuntu", "debian"};
@@ -79,11 +81,13 @@ void World::endService() {
 }
 
 void World::stopService() {
+  Journal::get().stopped(velsim_->pid());
   velsim_->signal(SIGSTOP);
 }
 
 void World::continueService() {
   velsim_->signal(SIGCONT);
+  Journal::get().continued(velsim_->pid());
 }
 
 std::string World::control(const std::string& line) {
@@ -104,11 +108,13 @@ void World::startBus() {
 }
 
 void World::stopBus() {
+  Journal::get().stopped(bus_->pid());
   bus_->hang();
 }
 
 void World::continueBus() {
   bus_->resume();
+  Journal::get().continued(bus_->pid());
 }
 
 }  // namespace chaos
