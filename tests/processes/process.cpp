@@ -211,12 +211,16 @@ Finished Process::end(int signalNumber) {
 }
 
 void hang(pid_t program) {
-  ::kill(program, SIGSTOP);
-  siginfo_t stopped;
-  while (::waitid(P_PID, static_cast<id_t>(program), &stopped, WSTOPPED | WNOWAIT) != 0) {
-    if (errno != EINTR) {
-      fail("stopping a program");
-    }
+  // More than once: a signal has been seen to be lost on a program that was just beginning.
+  const bool hasStopped = comesTrue([program] {
+    ::kill(program, SIGSTOP);
+    siginfo_t stopped = {};
+    return ::waitid(P_PID, static_cast<id_t>(program), &stopped, WSTOPPED | WNOWAIT | WNOHANG) ==
+               0 &&
+           stopped.si_pid == program;
+  });
+  if (!hasStopped) {
+    throw std::runtime_error("a program does not stop");
   }
 }
 
