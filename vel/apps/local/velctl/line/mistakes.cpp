@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <cctype>
-#include <numeric>
 #include <string_view>
 #include <utility>
 
+#include "base/spelling.h"
 #include "base/text.h"
 #include "vel/apps/local/velctl/line/command.h"
 #include "vel/apps/local/velctl/line/command_line.h"
@@ -13,23 +13,6 @@
 
 namespace velctl {
 namespace {
-
-// How many letters to change, insert, remove or swap with the next, to make one word of another.
-std::size_t distance(const std::string& a, const std::string& b) {
-  std::vector<std::vector<std::size_t>> rows(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
-  std::iota(rows[0].begin(), rows[0].end(), std::size_t{0});
-  for (std::size_t i = 1; i <= a.size(); ++i) {
-    rows[i][0] = i;
-    for (std::size_t j = 1; j <= b.size(); ++j) {
-      const std::size_t change = a[i - 1] == b[j - 1] ? 0 : 1;
-      rows[i][j] = std::min({rows[i - 1][j] + 1, rows[i][j - 1] + 1, rows[i - 1][j - 1] + change});
-      if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1]) {
-        rows[i][j] = std::min(rows[i][j], rows[i - 2][j - 2] + 1);
-      }
-    }
-  }
-  return rows[a.size()][b.size()];
-}
 
 // "; did you mean list or show?"
 std::string suggestion(const std::string& word, const std::vector<std::string>& words) {
@@ -141,7 +124,7 @@ std::vector<std::string> nearest(const std::string& word, const std::vector<std:
   for (std::size_t slips = 0; slips <= most && near.empty(); ++slips) {
     for (const std::string& each : words) {
       const bool isBeginning = slips == most && word.size() >= 3 && each.rfind(word, 0) == 0;
-      if (isBeginning || distance(word, each) == slips) {
+      if (isBeginning || base::slipsBetween(word, each) == slips) {
         near.push_back(each);
       }
     }

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "base/spelling.h"
 #include "base/text.h"
 
 namespace velsim {
@@ -21,25 +22,6 @@ void addUnexpected(const JsonNode& node, Mistakes& mistakes, const std::string& 
 template <typename Number>
 std::string range(Number least, Number most) {
   return "from " + std::to_string(least) + " to " + std::to_string(most);
-}
-
-// Number of insertions, deletions, replacements and swaps of neighbours between two short texts.
-std::size_t distance(std::string_view a, std::string_view b) {
-  std::vector<std::vector<std::size_t>> steps(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
-  for (std::size_t i = 0; i <= a.size(); ++i) {
-    for (std::size_t j = 0; j <= b.size(); ++j) {
-      if (i == 0 || j == 0) {
-        steps[i][j] = i + j;
-        continue;
-      }
-      const std::size_t replaced = steps[i - 1][j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1);
-      steps[i][j] = std::min({steps[i - 1][j] + 1, steps[i][j - 1] + 1, replaced});
-      if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1]) {
-        steps[i][j] = std::min(steps[i][j], steps[i - 2][j - 2] + 1);
-      }
-    }
-  }
-  return steps[a.size()][b.size()];
 }
 
 }  // namespace
@@ -284,7 +266,7 @@ std::optional<std::string> nearestName(std::string_view text,
     if (text.size() > kLongest || name.size() > kLongest || difference > least) {
       continue;
     }
-    const std::size_t steps = distance(text, name);
+    const std::size_t steps = base::slipsBetween(text, name);
     if (steps < least || (steps == least && !nearest)) {
       nearest = name;
       least = steps;
