@@ -17,7 +17,7 @@ struct ProcessFacts {
   std::chrono::seconds age{0};
 };
 
-// Asks ps, at most two seconds. nullopt: there is no such process, this user may not see it, or
+// Asks ps, at most ten seconds. nullopt: there is no such process, this user may not see it, or
 // this system has no ps that takes the question.
 std::optional<ProcessFacts> processFactsOf(pid_t process);
 
