@@ -205,16 +205,18 @@ TEST_F(LostConnection, IsReplacedByOneAttemptOfSeveralThreads) {
 }
 
 TEST_F(LostConnection, HasAReasonUntilItIsReplaced) {
-  EXPECT_THAT(qxbus::busFailure(), IsEmpty());
-  bus().kill();
-  EXPECT_FALSE(manager().isServiceRegistered("vel"));
-  EXPECT_THAT(qxbus::busFailure(),
-              AllOf(HasSubstr(bus().address()), HasSubstr("Connection refused")));
+  // Twice, because only the second time is sure to begin without the reason of another test.
+  for (int time = 1; time <= 2; ++time) {
+    bus().kill();
+    EXPECT_FALSE(manager().isServiceRegistered("vel"));
+    EXPECT_THAT(qxbus::busFailure(),
+                AllOf(HasSubstr(bus().address()), HasSubstr("Connection refused")));
 
-  bus().start();
-  EXPECT_FALSE(manager().isServiceRegistered("vel"));
+    bus().start();
+    EXPECT_FALSE(manager().isServiceRegistered("vel"));
 
-  EXPECT_THAT(qxbus::busFailure(), IsEmpty());
+    EXPECT_THAT(qxbus::busFailure(), IsEmpty());
+  }
 }
 
 }  // namespace
