@@ -28,7 +28,10 @@ ANOTHER = "builds the tree once more, instrumented, and takes long"
 # Commands that are not run here, and why. pages_test looks whether their scripts, targets, presets and options
 # exist, as for all others.
 NOT_RUN = {
-    "CONTRIBUTING.md": {"cmake --preset dev && cmake --build --preset dev && ctest --preset dev": TREE},
+    "CONTRIBUTING.md": {
+        "cmake --preset dev && cmake --build --preset dev && ctest --preset dev": TREE,
+        "GTEST_SHUFFLE=1 ctest --preset plain --repeat until-fail:100 --schedule-random --parallel 12":
+            "hours; ./test runs each test once"},
     "README.md": {"./demo": "builds; demo_test runs it with what is built",
                   "./test": "runs this test"},
     "docs/chaos.md": {
