@@ -48,17 +48,19 @@ class ShellTest : public testing::Test {
     options.command = command;
     const char* const path = std::getenv("PATH");
     const std::string programs = std::filesystem::path(VELCTL_PATH).parent_path().string();
-    options.environment = {{"QXBUS_ADDRESS", velsim_.address()},
-                           {"QX_APP_DATA", home_.string()},
-                           {"HOME", home_.string()},
-                           {"ZDOTDIR", home_.string()},
-                           {"XDG_CONFIG_HOME", home_.string()},
-                           {"XDG_DATA_HOME", home_.string()},
-                           {"INPUTRC", "/dev/null"},
-                           {"LC_ALL", "C.UTF-8"},
-                           {"TERM", "xterm"},
-                           {"NO_COLOR", "1"},
-                           {"PATH", programs + (path ? ':' + std::string(path) : "")}};
+    options.environment = {
+        {"QXBUS_ADDRESS", velsim_.address()},
+        {"QX_APP_DATA", home_.string()},
+        {"HOME", home_.string()},
+        {"ZDOTDIR", home_.string()},
+        {"XDG_CONFIG_HOME", home_.string()},
+        {"XDG_DATA_HOME", home_.string()},
+        {"INPUTRC", "/dev/null"},
+        {"LC_ALL", "C.UTF-8"},
+        {"TERM", "xterm"},
+        {"NO_COLOR", "1"},
+        {"VELCTL_COMPLETION_SECONDS", std::to_string(processes::kPatienceSeconds)},
+        {"PATH", programs + (path ? ':' + std::string(path) : "")}};
     return options;
   }
   // With all three streams on a terminal, which controls the program: Ctrl-C is a signal.

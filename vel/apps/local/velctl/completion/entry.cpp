@@ -6,6 +6,7 @@
 #include <exception>
 #include <string_view>
 
+#include "base/text.h"
 #include "vel/apps/local/velctl/failure.h"
 #include "vel/apps/local/velctl/line/words.h"
 #include "vel/apps/local/velctl/run/completion.h"
@@ -14,7 +15,6 @@
 namespace velctl {
 namespace {
 
-constexpr std::chrono::milliseconds kLimit{1000};
 constexpr char kBusOption[] = "--bus";
 
 // The command that is typed may name another bus.
@@ -36,7 +36,7 @@ Completion completionNow(const std::vector<std::string>& words) {
   const Output silent(-1, Form::kText, true);
   return completionOf(words, [&silent](Kind kind) -> std::vector<Thing> {
     try {
-      Session session(silent, kLimit);
+      Session session(silent, completionLimit());
       const auto things =
           session.call({}, [kind](const vel::Client& client) { return thingsOf(kind, client); });
       return things ? *things : std::vector<Thing>();
@@ -94,6 +94,13 @@ void writeForLine(std::string_view line, std::string_view breaks, const Output& 
 }
 
 }  // namespace
+
+std::chrono::seconds completionLimit() {
+  constexpr unsigned long long kMost = 3600;
+  const char* const given = std::getenv("VELCTL_COMPLETION_SECONDS");
+  const auto seconds = base::parseDecimal(given ? given : "", kMost);
+  return std::chrono::seconds(seconds && *seconds > 0 ? *seconds : 1);
+}
 
 bool asksForCandidates(const std::vector<std::string>& arguments) {
   return !arguments.empty() &&

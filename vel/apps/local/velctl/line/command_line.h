@@ -33,6 +33,8 @@ inline constexpr EnvironmentVariable kEnvironment[] = {
     {"QX_LOG_LEVEL", "debug, info, error or off (default: error)"},
     {"NO_COLOR", "No colours, unless it is empty"},
     {"COLUMNS", "Width of the terminal (default: that of its window)"},
+    {"VELCTL_COMPLETION_SECONDS",
+     "How long completion waits for the service, 1 to 3600 seconds (default: 1)"},
 };
 
 struct ParsedLine {

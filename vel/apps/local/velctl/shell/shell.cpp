@@ -24,8 +24,8 @@ namespace velctl {
 namespace {
 
 constexpr char kPrompt[] = "velctl> ";
-// The candidates of a velctl that keeps silent longer are not worth a wait.
-constexpr std::chrono::milliseconds kCompletionLimit{2000};
+// For the rest of what a velctl does that completes: on a busy machine it begins late.
+constexpr std::chrono::seconds kCompletionStart{10};
 
 // The candidates for the last word, as velctl writes them (completion/entry.h).
 Completion candidatesOf(const std::vector<std::string>& words,
@@ -33,7 +33,8 @@ Completion candidatesOf(const std::vector<std::string>& words,
   std::vector<std::string> command = {ownProgram(), kCompleteCommand};
   command.insert(command.end(), globalWords.begin(), globalWords.end());
   command.insert(command.end(), words.begin(), words.end());
-  const base::Result<std::string> lines = base::outputOf(command, kCompletionLimit);
+  const base::Result<std::string> lines =
+      base::outputOf(command, completionLimit() + kCompletionStart);
   Completion completion;
   for (std::string_view rest = lines ? std::string_view(*lines) : ""; !rest.empty();) {
     const std::string_view line = rest.substr(0, rest.find('\n'));
