@@ -57,7 +57,8 @@ Client::Client(std::string address)
       isDirect_(isDirectAddress(address_)),
       threads_(std::make_shared<HandlerThreads>()) {}
 
-base::Result<std::shared_ptr<Client>> Client::connect(std::string address) {
+base::Result<std::shared_ptr<Client>> Client::connect(std::string address,
+                                                      Clock::time_point deadline) {
   std::shared_ptr<Client> client(new Client(std::move(address)));
   if (const auto started = client->threads_->started(); !started) {
     setBusFailure(started.reason());
@@ -68,7 +69,7 @@ base::Result<std::shared_ptr<Client>> Client::connect(std::string address) {
     setBusFailure("");
     return client;
   }
-  const Linked linked = client->linkTo("", deadlineAfter(kBusTimeoutMs));
+  const Linked linked = client->linkTo("", deadline);
   if (!linked) {
     return linked.failed();
   }
@@ -98,7 +99,7 @@ Client::Linked Client::linkTo(const std::string& service, Clock::time_point dead
   if (const std::shared_ptr<Link> open = openLink(*route, deadline)) {
     return open;
   }
-  return route->linking.join([&]() -> Linked {
+  return route->linking.join(deadline, [&]() -> Linked {
     // An attempt may just have ended.
     if (const std::shared_ptr<Link> open = openLink(*route, deadline)) {
       return open;

@@ -32,7 +32,8 @@ namespace qxbus {
 class Client : public std::enable_shared_from_this<Client> {
  public:
   // A direct address needs no service that runs already.
-  static base::Result<std::shared_ptr<Client>> connect(std::string address);
+  static base::Result<std::shared_ptr<Client>> connect(
+      std::string address, Clock::time_point deadline = deadlineAfter(kBusTimeoutMs));
 
   bool isServiceRegistered(const std::string& service);
   // Null when the service is not there or refused; the log has the reason.

@@ -75,8 +75,8 @@ struct FirstConnection {
     return manager;
   }
 
-  QXBusSerivceManager* make() {
-    auto client = qxbus::Client::connect(qxbus::busAddress());
+  QXBusSerivceManager* make(qxbus::Clock::time_point deadline) {
+    auto client = qxbus::Client::connect(qxbus::busAddress(), deadline);
     if (!client) {
       qxbus::logError(client.reason());
       return nullptr;
@@ -101,9 +101,10 @@ QXBusSerivceManager* QXBusSerivceManager::initSync(int /*wait*/) {
   if (QXBusSerivceManager* const made = first->made()) {
     return made;
   }
-  return first->attempt.join([] {
+  const qxbus::Clock::time_point deadline = qxbus::deadlineAfter(qxbus::kBusTimeoutMs);
+  return first->attempt.join(deadline, [deadline] {
     QXBusSerivceManager* const made = first->made();
-    return made ? made : first->make();
+    return made ? made : first->make(deadline);
   });
 }
 

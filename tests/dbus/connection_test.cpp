@@ -379,12 +379,32 @@ TEST(ServingThreadTest, TakesNoTaskAfterItsEnd) {
   (*loop)->stop();
 }
 
+qxbus::Clock::time_point soon() {
+  return qxbus::Clock::now() + kLongestWait;
+}
+
 TEST(SharedAttemptTest, ThatEndsInAnExceptionIsFollowedByAnother) {
   qxbus::SharedAttempt<int> attempt;
 
-  EXPECT_THROW(attempt.join([]() -> int { throw std::bad_alloc(); }), std::bad_alloc);
+  EXPECT_THROW(attempt.join(soon(), []() -> int { throw std::bad_alloc(); }), std::bad_alloc);
 
-  EXPECT_EQ(attempt.join([] { return 7; }), 7);
+  EXPECT_EQ(attempt.join(soon(), [] { return 7; }), 7);
+}
+
+TEST(SharedAttemptTest, ThatHasFailedIsFollowedByAnotherForThoseWhoCameMeanwhile) {
+  qxbus::SharedAttempt<int> attempt;
+  Record<int> results;
+  std::thread second;
+
+  const int first = attempt.join(soon(), [&] {
+    second = std::thread([&] { results.add(attempt.join(soon(), [] { return 7; })); });
+    EXPECT_TRUE(results.stays(0));
+    return 0;
+  });
+
+  EXPECT_EQ(first, 0);
+  second.join();
+  EXPECT_THAT(results.items(), ElementsAre(7));
 }
 
 // --- Who comes in --------------------------------------------------------------------------------

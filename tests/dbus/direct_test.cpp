@@ -1,6 +1,7 @@
 // What only a direct connection has: no daemon, so no names, and a socket that can be stale, taken
 // or flooded.
 
+#include <atomic>
 #include <filesystem>
 #include <set>
 #include <thread>
@@ -107,6 +108,26 @@ TEST_F(DirectConnection, EndsAndIsMadeAgainWithTheService) {
   service = std::make_unique<TestService>();
   EXPECT_THAT(call(*proxyOf(), "echo"), IsReply());
   EXPECT_THAT(call(*first, "echo"), IsDisconnected());
+}
+
+// The other thread finds nothing until just now: that is about the time before the service.
+TEST_F(DirectConnection, IsMadeAsSoonAsTheServiceListensWhileAnotherThreadLooksForIt) {
+  std::atomic<bool> isLooking{true};
+  std::thread other([&isLooking] {
+    while (isLooking) {
+      manager().isServiceRegistered("vel");
+    }
+  });
+
+  int found = 0;
+  for (int i = 0; i < 200; ++i) {
+    const TestService service;
+    found += manager().isServiceRegistered("vel") ? 1 : 0;
+  }
+
+  isLooking = false;
+  other.join();
+  EXPECT_EQ(found, 200);
 }
 
 TEST_F(DirectConnection, IsTheServicesForThisUserAlone) {

@@ -4,6 +4,7 @@
 #include <fstream>
 #include <regex>
 #include <sstream>
+#include <thread>
 
 #include "tests/dbus/dbus_test.h"
 #include "tests/dbus/raw_peer.h"
@@ -171,6 +172,29 @@ TEST_F(HangingBus, ThatHasStartedAnewMeansTheSame) {
   bus().resume();
   const TestService service;
   EXPECT_TRUE(manager().isServiceRegistered("vel"));
+}
+
+// Those who come while an attempt to connect is made wait for it, and for part of the next one.
+TEST_F(HangingBus, ThatHasStartedAnewHoldsUpEachOfSeveralThreadsForTwoSeconds) {
+  bus().kill();
+  bus().start();
+  bus().hang();
+  Record<Milliseconds> took;
+  std::vector<std::thread> threads;
+
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&took] {
+      const auto begun = TestClock::now();
+      EXPECT_FALSE(manager().isServiceRegistered("vel"));
+      took.add(since(begun));
+    });
+    std::this_thread::sleep_for(Milliseconds(500));
+  }
+
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_THAT(took.items(), testing::Each(testing::Lt(Milliseconds(2500))));
 }
 
 }  // namespace
