@@ -16,24 +16,26 @@ namespace qxbus {
 template <typename Result>
 class SharedAttempt {
  public:
-  // Makes the attempt; while another thread makes one, waits for that and takes its success. Its
-  // failure may be older than this call, and than the service that this call looks for: the thread
-  // shares in the next attempt, if there is time for one, and takes the result of that as it is.
+  // Makes the attempt, which takes no longer than the deadline; while another thread makes one,
+  // waits for that and takes its result. A failure that came before its deadline may be older than
+  // this call, and than the service that this call looks for: the thread shares in the next attempt
+  // then, whose result is taken as it is.
   Result join(Clock::time_point deadline, const std::function<Result()>& attempt) {
-    std::promise<Result> promise;
+    std::promise<Outcome> promise;
     platform::MutexLock lock(mutex_);
     if (running_.valid()) {
-      const std::shared_future<Result> earlier = running_;
+      const std::shared_future<Outcome> earlier = running_;
       lock.unlock();
-      Result result = earlier.get();
-      if (result || Clock::now() >= deadline) {
-        return result;
+      const Outcome& outcome = earlier.get();
+      if (outcome.result || outcome.hasUsedItsTime) {
+        return outcome.result;
       }
       lock.lock();
       if (running_.valid()) {
-        const std::shared_future<Result> next = running_;
+        const std::shared_future<Outcome> next = running_;
         lock.unlock();
-        return next.wait_until(deadline) == std::future_status::ready ? next.get() : result;
+        const bool isInTime = next.wait_until(deadline) == std::future_status::ready;
+        return isInTime ? next.get().result : outcome.result;
       }
     }
     running_ = promise.get_future().share();
@@ -43,7 +45,7 @@ class SharedAttempt {
       Result result = attempt();
       // First, so that those who wait for the result do not find this attempt again.
       end.now();
-      promise.set_value(result);
+      promise.set_value({result, Clock::now() >= deadline});
       return result;
     } catch (...) {
       // Out of memory, which is the outcome for those who wait, too.
@@ -54,6 +56,11 @@ class SharedAttempt {
   }
 
  private:
+  struct Outcome {
+    Result result;
+    bool hasUsedItsTime;
+  };
+
   // Also after an exception, the next thread makes an attempt of its own.
   class End {
    public:
@@ -76,7 +83,7 @@ class SharedAttempt {
   };
 
   platform::Mutex mutex_;
-  std::shared_future<Result> running_ QX_GUARDED_BY(mutex_);  // valid while an attempt is made
+  std::shared_future<Outcome> running_ QX_GUARDED_BY(mutex_);  // valid while an attempt is made
 };
 
 }  // namespace qxbus

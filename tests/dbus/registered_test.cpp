@@ -174,8 +174,8 @@ TEST_F(HangingBus, ThatHasStartedAnewMeansTheSame) {
   EXPECT_TRUE(manager().isServiceRegistered("vel"));
 }
 
-// Those who come while an attempt to connect is made wait for it, and for part of the next one.
-TEST_F(HangingBus, ThatHasStartedAnewHoldsUpEachOfSeveralThreadsForTwoSeconds) {
+// Those who come while an attempt to connect is made wait for that one.
+TEST_F(HangingBus, ThatHasStartedAnewHoldsUpEachOfSeveralThreadsForTwoSecondsAtMost) {
   bus().kill();
   bus().start();
   bus().hang();
