@@ -12,7 +12,6 @@ namespace panel {
 namespace {
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
 class NewDevicesTest : public WindowTest {
@@ -36,7 +35,10 @@ class NewDevicesTest : public WindowTest {
     }
     return names;
   }
-  static std::string requests() { return velsim().log(); }
+  // velsim answers before its log has come here.
+  static bool isRequested(const std::string& method) {
+    return loopUntil([&] { return velsim().log().find(method) != std::string::npos; });
+  }
 };
 
 TEST_F(NewDevicesTest, ADeviceThatIsPluggedInIsAskedAboutAndAttached) {
@@ -53,7 +55,7 @@ TEST_F(NewDevicesTest, ADeviceThatIsPluggedInIsAskedAboutAndAttached) {
   EXPECT_TRUE(window.newDevices().waiting().front().isBusy);
   EXPECT_TRUE(asksNoMore());
   EXPECT_TRUE(isState(plugged, "Attached to win10"));
-  EXPECT_THAT(requests(), HasSubstr("configNewDeviceAsConnect"));
+  EXPECT_TRUE(isRequested("configNewDeviceAsConnect"));
   EXPECT_EQ(*vel::Client().autoConnect(vel::DeviceType::kCamera), 0);
 }
 
@@ -66,7 +68,7 @@ TEST_F(NewDevicesTest, AnIgnoredDeviceIsLeftAlone) {
 
   EXPECT_TRUE(asksNoMore());
   EXPECT_TRUE(isState(plugged, "Ignored"));
-  EXPECT_THAT(requests(), HasSubstr("configNewDeviceAsIgnore"));
+  EXPECT_TRUE(isRequested("configNewDeviceAsIgnore"));
 }
 
 TEST_F(NewDevicesTest, AlwaysAttachesTheNextOneWithoutAQuestion) {
