@@ -10,8 +10,9 @@ namespace {
 
 class HotPlugModelsTest : public PanelTest {
  protected:
+  // With the lists of the service that is there now.
   bool isReady() {
-    return loopUntil([&] { return service.isReady(); });
+    return loopUntil([&] { return service.isReady() && !service.isReading(); });
   }
 
   Service service{std::chrono::milliseconds(50)};
