@@ -65,11 +65,10 @@ class SharedAttempt {
   class End {
    public:
     explicit End(SharedAttempt& shared) : shared_(&shared) {}
-    ~End() { now(); }
     End(const End&) = delete;
     End& operator=(const End&) = delete;
 
-    // Once.
+    // Once: the next attempt may have begun when the result finds no memory.
     void now() {
       if (shared_) {
         const platform::MutexLock lock(shared_->mutex_);
