@@ -3,7 +3,9 @@
 #include <atomic>
 #include <chrono>
 #include <future>
+#include <mutex>
 #include <utility>
+#include <vector>
 
 #include "tests/client/client_test.h"
 
@@ -22,9 +24,13 @@ class RestoringTest : public ClientTest {
     bus.answer("unregisterJoystickCallback", Reply().int32(0));
   }
 
-  vel::Subscription back =
-      client.onServiceReturn([this](const vel::ServiceReturn& event) { returns.push_back(event); });
+  // Two deaths may report their returns at once. Tests read when neither has a thread any more.
+  std::mutex mutex;
   std::vector<vel::ServiceReturn> returns;
+  vel::Subscription back = client.onServiceReturn([this](const vel::ServiceReturn& event) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    returns.push_back(event);
+  });
 };
 
 TEST_F(RestoringTest, AVmThatTheServiceDidNotAnswerForIsNamedToTheNextOne) {
