@@ -22,8 +22,11 @@ constexpr char kFaulty[] = "the reply is malformed: the connection is given up";
 // Short enough to take no memory.
 constexpr char kNoMemory[] = "no memory";
 constexpr char kTooLarge[] = "the message is larger than D-Bus allows";
-// What has been sent before the end may take this long to go out; and what came before it, to come.
-constexpr std::chrono::seconds kLastWords{1};
+// What has been sent before the end goes out while the other end takes some of it in each of these
+// times; and what came before it has as long to come.
+constexpr std::chrono::seconds kLastWords{2};
+// An end that takes a byte now and then would keep the rest in memory for as long as it likes.
+constexpr std::chrono::seconds kAllLastWords{10};
 // The other end may leave this much unread. More, and it is taken for dead.
 constexpr std::size_t kMostUnsent = std::size_t{256} * 1024 * 1024;
 // Reads in one turn: a peer that never stops sending must not keep a caller past its deadline, or
@@ -147,6 +150,8 @@ class Connection::Core : public Loop::Source {
 
   bool keep(std::string_view bytes) QX_REQUIRES(outMutex_);
   bool flush() QX_REQUIRES(outMutex_);
+  // Once some of what was sent before the end has gone out.
+  void prolongLastWords();
   void breakOff(int error) QX_REQUIRES(outMutex_);
   void read();
   void takeMessages();
@@ -188,6 +193,7 @@ class Connection::Core : public Loop::Source {
   std::unordered_map<std::uint32_t, Pending> pending_ QX_GUARDED_BY(callMutex_);
   Clock::time_point nextDeadline_ QX_GUARDED_BY(callMutex_) = Clock::time_point::max();
   Clock::time_point closeDeadline_ QX_GUARDED_BY(callMutex_) = Clock::time_point::max();
+  Clock::time_point lastCloseDeadline_ QX_GUARDED_BY(callMutex_) = Clock::time_point::max();
 };
 
 bool Connection::Core::send(std::string_view bytes) {
@@ -263,6 +269,7 @@ bool Connection::Core::flush() {
       return false;
     }
     flushed_ += static_cast<std::size_t>(sent);
+    prolongLastWords();
   }
   if (flushed_ == unsent_.size()) {
     // Gives the memory back, which may be that of a very large message.
@@ -274,6 +281,13 @@ bool Connection::Core::flush() {
   }
   hasUnsent_ = !unsent_.empty();
   return true;
+}
+
+void Connection::Core::prolongLastWords() {
+  if (isClosing_) {
+    const platform::MutexLock lock(callMutex_);
+    closeDeadline_ = std::min(Clock::now() + kLastWords, lastCloseDeadline_);
+  }
 }
 
 bool Connection::Core::drain(Clock::time_point deadline) {
@@ -301,7 +315,9 @@ bool Connection::Core::drain(Clock::time_point deadline) {
 void Connection::Core::requestClose() {
   {
     const platform::MutexLock lock(callMutex_);
-    closeDeadline_ = hasUnsent_ ? Clock::now() + kLastWords : Clock::time_point::min();
+    const Clock::time_point now = Clock::now();
+    closeDeadline_ = hasUnsent_ ? now + kLastWords : Clock::time_point::min();
+    lastCloseDeadline_ = now + kAllLastWords;
   }
   isClosing_ = true;
   loop_->wake();

@@ -63,7 +63,8 @@ class Connection {
   static std::shared_ptr<Connection> adopt(std::shared_ptr<Loop> loop, base::Socket socket,
                                            Inbox inbox, Handlers handlers);
 
-  // Closes the connection once what was sent has gone out, or after a second. Does not wait.
+  // Closes the connection once what was sent has gone out; or when the other end has taken none of
+  // it for two seconds, or not all of it in ten. Does not wait.
   ~Connection();
 
   Connection(const Connection&) = delete;
