@@ -410,14 +410,19 @@ TEST_F(PenReplayToPeerTest, LiftsThePenWhenInterrupted) {
 }
 
 TEST_F(PenReplayToPeerTest, LiftsThePenWhenItsTimeIsOver) {
-  start(std::string(kPress) + kMoveAfterALongPause, {"--json", "--timeout", "1"});
-  PortPeer farEnd = accept();
-  ASSERT_TRUE(farEnd);
-  farEnd.write(kDeviceNumber5);
+  std::string sent;
+  const Finished finished = processes::endedInItsMidst(
+      [&](const std::string& seconds) {
+        start(std::string(kPress) + kMoveAfterALongPause, {"--json", "--timeout", seconds});
+        PortPeer farEnd = accept();
+        EXPECT_TRUE(farEnd);
+        farEnd.write(kDeviceNumber5);
+        sent = farEnd.readAll();
+        return wait();
+      },
+      [&sent](const Finished& /*finished*/) { return !sent.empty(); });
 
-  EXPECT_EQ(farEnd.readAll().size(), 2 * penframe::kFrameSize);
-
-  const Finished finished = wait();
+  EXPECT_EQ(sent.size(), 2 * penframe::kFrameSize);
   EXPECT_EQ(finished.status, velctl::kExitNoReply);
   EXPECT_EQ(finished.err,
             "velctl: pen replay: not done within the time of --timeout; 2 frames "

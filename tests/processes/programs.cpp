@@ -69,6 +69,17 @@ std::string withoutWatchTimes(const std::string& out) {
   return std::regex_replace(withoutTimesOfLines(out, "  "), member, "");
 }
 
+Finished endedInItsMidst(const std::function<Finished(const std::string& seconds)>& run,
+                         const std::function<bool(const Finished& finished)>& hasBegun) {
+  constexpr int kMostSeconds = 16;
+  for (int seconds = 1;; seconds *= 2) {
+    const Finished finished = run(std::to_string(seconds));
+    if (seconds == kMostSeconds || hasBegun(finished)) {
+      return finished;
+    }
+  }
+}
+
 std::vector<std::string> with(std::vector<std::string> arguments, const std::string& last) {
   arguments.push_back(last);
   return arguments;

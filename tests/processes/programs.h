@@ -3,6 +3,7 @@
 #ifndef TESTS_PROCESSES_PROGRAMS_H
 #define TESTS_PROCESSES_PROGRAMS_H
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,14 @@ std::string withoutTimes(const std::string& log);
 
 // The output of velctl watch without the times of its lines, in either form.
 std::string withoutWatchTimes(const std::string& out);
+
+// What a command gives that --timeout ends in its midst: after a second, or after twice as many
+// each time that a busy machine has ended it before it had begun.
+//
+// run       with this value of --timeout
+// hasBegun  looks at what run has given, and at what the command has done
+Finished endedInItsMidst(const std::function<Finished(const std::string& seconds)>& run,
+                         const std::function<bool(const Finished& finished)>& hasBegun);
 
 // Arguments with one more.
 std::vector<std::string> with(std::vector<std::string> arguments, const std::string& last);

@@ -127,7 +127,11 @@ TEST_F(DiagnoseTest, AStatusHasAMeaningAndMayBeNamedByIt) {
 }
 
 TEST_F(DiagnoseTest, ATimeoutEndsItWhileItWaitsAndWhileItFollows) {
-  const Finished following = velctl(command({"--follow", "600", "--timeout", "1"}));
+  const Finished following = processes::endedInItsMidst(
+      [this](const std::string& seconds) {
+        return velctl(command({"--follow", "600", "--timeout", seconds}));
+      },
+      [](const Finished& finished) { return !finished.out.empty(); });
   service().hold("diagnose");
   const Finished waiting = velctl(command({"--timeout", "0.2"}));
 

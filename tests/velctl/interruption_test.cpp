@@ -50,7 +50,11 @@ TEST_F(FakeServiceTest, AnInterruptEndsTheFirstCallOfAWatchAtOnceAndWithSuccess)
 TEST_F(FakeServiceTest, ASearchThatIsNotDoneInTimeIsStopped) {
   service().hold("searchSharePrinter");
 
-  const Finished search = velctl("shared-printer search 10.0.0.7 --timeout 1");
+  const Finished search = processes::endedInItsMidst(
+      [this](const std::string& seconds) {
+        return velctl("shared-printer search 10.0.0.7 --timeout " + seconds);
+      },
+      [this](const Finished& /*search*/) { return !service().requests().empty(); });
 
   EXPECT_EQ(search.status, velctl::kExitNoReply);
   EXPECT_THAT(search.err,

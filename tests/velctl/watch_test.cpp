@@ -516,7 +516,14 @@ TEST_F(ScriptedJoystickTest, SubscribesUntilItIsInterrupted) {
 }
 
 TEST_F(ScriptedJoystickTest, ATimeoutEndsTheSubscription) {
-  const Finished watch = velctl("joystick watch --timeout 1 --json");
+  const Finished watch = processes::endedInItsMidst(
+      [this](const std::string& seconds) {
+        // Without the requests of a watch that was too short.
+        stopService();
+        startService();
+        return velctl("joystick watch --json --timeout " + seconds);
+      },
+      [](const Finished& finished) { return !finished.out.empty(); });
 
   EXPECT_EQ(watch.status, velctl::kExitDone) << watch.err;
   EXPECT_EQ(watch.out, subscribed("register") + subscribed("unregister"));
