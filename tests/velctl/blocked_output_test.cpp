@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <memory>
 #include <regex>
 #include <string>
+#include <vector>
 
 #include "tests/processes/output_pipe.h"
 #include "tests/velctl/process_test.h"
@@ -174,25 +176,46 @@ TEST_F(BlockedOutputTest, EventsThatDoNotFitInTheQueueAreCountedAndReported) {
 }
 
 TEST_F(BlockedOutputTest, ProgressOfADiagnosisThatDoesNotFitInTheQueueIsReported) {
-  constexpr int kReports = 3000;
+  constexpr int kReports = 2000;
   service().answer("diagnose", qxbus::Values{std::string("well")});
   service().hold("diagnose");
-  Process diagnose(intoPipe("device diagnose --source 7 --vm win11 --follow 600 --until 3001"));
-  Process witness(options("watch"));
-  ASSERT_TRUE(isWatching(witness)) << witness.err();
-  ASSERT_TRUE(comesTrue([&] { return service().requests().size() == 3; })) << diagnose.err();
   const auto emitProgress = [this](int status) {
     service().emit({std::int32_t{0}, std::int32_t{9},
                     diagnosisBlock(7, static_cast<unsigned int>(status), 0, "step")});
   };
-  output.fill();
-  // The diagnosis has as many reports as the watch, or nearly so.
-  for (int status = 1; status <= kReports; ++status) {
-    emitProgress(status);
-    const std::string shown = ": id 7, " + (status == 1 ? "running (1)" : std::to_string(status));
-    const bool isPause = status % kAtOnce == 0;
-    ASSERT_TRUE(!isPause ||
-                comesTrue([&] { return witness.out().find(shown + ':') != std::string::npos; }));
+  const auto begun = [this](std::size_t before) {
+    return comesTrue([&] {
+      const std::vector<std::string> requests = service().requests();
+      return requests.size() > before && requests.back().find("diagnose(") == 0;
+    });
+  };
+
+  // The answer has ten seconds, which a busy machine may need for the reports before it.
+  constexpr std::chrono::seconds kInTime{8};
+  constexpr int kMostTries = 5;
+  std::unique_ptr<Process> diagnose;
+  for (int count = 1; !diagnose; ++count) {
+    Process witness(options("watch"));
+    ASSERT_TRUE(isWatching(witness)) << witness.err();
+    const std::size_t before = service().requests().size();
+    const auto start = std::chrono::steady_clock::now();
+    diagnose = std::make_unique<Process>(
+        intoPipe("device diagnose --source 7 --vm win11 --follow 600 --until 2001"));
+    ASSERT_TRUE(begun(before)) << diagnose->err();
+    output.fill();
+    // The diagnosis has as many reports as the watch, or nearly so.
+    for (int status = 1; status <= kReports; ++status) {
+      emitProgress(status);
+      const std::string shown = ": id 7, " + (status == 1 ? "running (1)" : std::to_string(status));
+      const bool isPause = status % kAtOnce == 0;
+      ASSERT_TRUE(!isPause ||
+                  comesTrue([&] { return witness.out().find(shown + ':') != std::string::npos; }));
+    }
+    if (std::chrono::steady_clock::now() - start > kInTime && count < kMostTries) {
+      diagnose->end(SIGTERM);
+      diagnose.reset();
+      output.read();
+    }
   }
 
   ASSERT_TRUE(prints("running (1): step\n"));
@@ -200,9 +223,9 @@ TEST_F(BlockedOutputTest, ProgressOfADiagnosisThatDoesNotFitInTheQueueIsReported
   ASSERT_TRUE(prints("well\n"));
   // Ends the diagnosis, behind all other reports.
   emitProgress(kReports + 1);
-  ASSERT_TRUE(prints("3001: step\n"));
+  ASSERT_TRUE(prints("2001: step\n"));
 
-  const Finished finished = diagnose.wait();
+  const Finished finished = diagnose->wait();
   EXPECT_EQ(finished.status, velctl::kExitDone);
   const auto lines = std::count(read_.begin(), read_.end(), '\n');
   EXPECT_LT(lines, kReports);
