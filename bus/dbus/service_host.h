@@ -75,14 +75,20 @@ class ServiceHost {
   // Exports the object of the service, then takes the name of the service on the bus, or listens at
   // a socket of its own.
   //
-  // address   a D-Bus address, or a direct one; empty stands for QXBUS_ADDRESS, else the session
-  // bus service   "vel" becomes qx.bus.vel events    the names of the signals that introspection
-  // lists objects   beside that of the service, with paths of their own throws std::runtime_error
-  // when the bus cannot be reached, the name is taken or refused, or
-  //           the socket belongs to a program that runs
+  // address   a D-Bus address, or a direct one; empty: QXBUS_ADDRESS, else the session bus
+  //
+  // service   "vel" becomes qx.bus.vel
+  //
+  // events    the names of the signals that introspection lists
+  //
+  // objects   beside that of the service, with paths of their own
+  //
+  // Throws std::runtime_error when the bus cannot be reached, the name is taken or refused, or the
+  // socket belongs to a program that runs.
   ServiceHost(const std::string& address, const std::string& service, std::vector<Method> methods,
               const std::vector<std::string>& events = {}, std::vector<PlainObject> objects = {});
-  // Releases the name, and waits for the handler that is running, unless called inside it.
+  // Releases the name, and waits for the handler that is running, unless called inside it. What was
+  // sent goes out later, while the process lives: flush() waits for it.
   ~ServiceHost();
 
   ServiceHost(const ServiceHost&) = delete;

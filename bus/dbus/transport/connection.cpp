@@ -22,11 +22,12 @@ constexpr char kFaulty[] = "the reply is malformed: the connection is given up";
 // Short enough to take no memory.
 constexpr char kNoMemory[] = "no memory";
 constexpr char kTooLarge[] = "the message is larger than D-Bus allows";
-// What has been sent before the end goes out while the other end takes some of it in each of these
-// times; and what came before it has as long to come.
-constexpr std::chrono::seconds kLastWords{2};
+// A connection that is closing ends when no byte of what was sent has gone out for this long.
+constexpr std::chrono::seconds kCloseIdleTime{2};
 // An end that takes a byte now and then would keep the rest in memory for as long as it likes.
-constexpr std::chrono::seconds kAllLastWords{10};
+constexpr std::chrono::seconds kCloseTime{10};
+// What came before a connection could not send any more is read for this long.
+constexpr std::chrono::seconds kReadTime{1};
 // The other end may leave this much unread. More, and it is taken for dead.
 constexpr std::size_t kMostUnsent = std::size_t{256} * 1024 * 1024;
 // Reads in one turn: a peer that never stops sending must not keep a caller past its deadline, or
@@ -150,8 +151,7 @@ class Connection::Core : public Loop::Source {
 
   bool keep(std::string_view bytes) QX_REQUIRES(outMutex_);
   bool flush() QX_REQUIRES(outMutex_);
-  // Once some of what was sent before the end has gone out.
-  void prolongLastWords();
+  void extendCloseDeadline();
   void breakOff(int error) QX_REQUIRES(outMutex_);
   void read();
   void takeMessages();
@@ -248,7 +248,7 @@ void Connection::Core::breakOff(int error) {
     ::shutdown(socket_.number(), SHUT_WR);
     // Another end that takes nothing more may still not end the connection.
     const platform::MutexLock closing(callMutex_);
-    closeDeadline_ = std::min(closeDeadline_, Clock::now() + kLastWords);
+    closeDeadline_ = std::min(closeDeadline_, Clock::now() + kReadTime);
   }
   loop_->wake();
   unsent_.clear();
@@ -269,7 +269,7 @@ bool Connection::Core::flush() {
       return false;
     }
     flushed_ += static_cast<std::size_t>(sent);
-    prolongLastWords();
+    extendCloseDeadline();
   }
   if (flushed_ == unsent_.size()) {
     // Gives the memory back, which may be that of a very large message.
@@ -283,10 +283,10 @@ bool Connection::Core::flush() {
   return true;
 }
 
-void Connection::Core::prolongLastWords() {
+void Connection::Core::extendCloseDeadline() {
   if (isClosing_) {
     const platform::MutexLock lock(callMutex_);
-    closeDeadline_ = std::min(Clock::now() + kLastWords, lastCloseDeadline_);
+    closeDeadline_ = std::min(Clock::now() + kCloseIdleTime, lastCloseDeadline_);
   }
 }
 
@@ -316,10 +316,11 @@ void Connection::Core::requestClose() {
   {
     const platform::MutexLock lock(callMutex_);
     const Clock::time_point now = Clock::now();
-    closeDeadline_ = hasUnsent_ ? now + kLastWords : Clock::time_point::min();
-    lastCloseDeadline_ = now + kAllLastWords;
+    // First: the thread that sends the last bytes meanwhile ends the connection then.
+    isClosing_ = true;
+    closeDeadline_ = hasUnsent_ ? now + kCloseIdleTime : Clock::time_point::min();
+    lastCloseDeadline_ = now + kCloseTime;
   }
-  isClosing_ = true;
   loop_->wake();
 }
 
@@ -378,12 +379,17 @@ void Connection::Core::onTime() {
   if (hasBacklog_.exchange(false)) {
     takeMessages();
   }
+  if (isClosing_) {
+    // A poll reports the room in a socket only when there is much of it.
+    const platform::MutexLock lock(outMutex_);
+    flush();
+  }
   const Clock::time_point now = Clock::now();
   Finished finished(*loop_);
   bool isOver = false;
   {
     const platform::MutexLock lock(callMutex_);
-    isOver = closeDeadline_ <= now;
+    isOver = closeDeadline_ <= now || (isClosing_ && !hasUnsent_);
     if (nextDeadline_ <= now) {
       finished.reserve(pending_.size());
     }
