@@ -28,6 +28,7 @@ void Injuries::registerWatched() {
   }
   watched_.clear();
   for (std::size_t number = 0; number < kWatched; ++number) {
+    note("register " + watchedName(number));
     watched_.push_back(run_.registrations.begin());
     const Watchdog::Watch watch(run_.watchdog, "RegisterCallback", kRecovery);
     instance_.RegisterCallback(watchedName(number), onVm, watched_.back());

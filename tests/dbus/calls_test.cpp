@@ -157,11 +157,11 @@ TEST_F(CallOverDBus, EndsAtItsDeadline) {
 }
 
 TEST_F(CallOverDBus, TakesNoProcessorTimeWhileItWaits) {
-  const auto before = processorTime();
+  const auto before = processes::processorTime();
 
   EXPECT_THAT(call(*proxy_, "hold", {}, 400), IsNoReply());
 
-  EXPECT_LT(processorTime() - before, Milliseconds(40));
+  EXPECT_LT(processes::processorTime() - before, Milliseconds(40));
 }
 
 TEST_F(CallOverDBus, EndsAtItsDeadlineWhileAnotherCallWaitsLonger) {
@@ -244,7 +244,7 @@ TEST_F(CallOverDBus, EndsAtItsDeadlineWithoutWaitingForACallerThatSendsMuch) {
 TEST_F(CallOverDBus, ACompletionComesAtItsDeadlineAlsoWhenALongerOneWasThereFirst) {
   const Milliseconds late = measuredBelow(kLate, [this] {
     proxy_->callWithReply(messageTo(*proxy_, "hold"), note(), 30000);
-    // By now a thread reads, and wants to be back by that time.
+    // By now a thread polls until that deadline: a call with a nearer one must wake it.
     std::this_thread::sleep_for(kSilence);
     const auto took = std::make_shared<Record<Milliseconds>>();
     const auto begun = TestClock::now();

@@ -46,7 +46,7 @@ class FirstConnection : public DBusTest {
   static Attempt connectTo(const std::string& address) {
     return connect({"QXBUS_ADDRESS=" + address});
   }
-  // What became of it must be known below a limit.
+  // Fails the test when the result takes longer than the limit.
   static Attempt connectBelow(Milliseconds limit, const std::vector<std::string>& arguments) {
     Attempt attempt;
     measuredBelow(limit, [&attempt, &arguments] {

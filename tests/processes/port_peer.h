@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <functional>
 #include <string>
 #include <utility>
 
@@ -25,11 +26,17 @@ class PortPeer {
     return peer;
   }
   // The far end.
-  static PortPeer acceptedFrom(const base::Listener& listener) {
+  //
+  // isGivenUp   whether to wait no longer
+  static PortPeer acceptedFrom(
+      const base::Listener& listener,
+      const std::function<bool()>& isGivenUp = [] { return false; }) {
     base::Socket socket;
     comesTrue([&] {
+      // First: what connects just before it is given up is accepted.
+      const bool isLast = isGivenUp();
       socket = listener.accept();
-      return static_cast<bool>(socket);
+      return socket || isLast;
     });
     PortPeer peer(std::move(socket));
     peer.isThere_ = static_cast<bool>(peer.socket_);

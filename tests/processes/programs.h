@@ -27,10 +27,11 @@ std::string withoutTimes(const std::string& log);
 // The output of velctl watch without the times of its lines, in either form.
 std::string withoutWatchTimes(const std::string& out);
 
-// What a command gives that --timeout ends in its midst: after a second, or after twice as many
-// each time that a busy machine has ended it before it had begun.
+// Runs a command with a --timeout of 1, 2, 4 ... 16 seconds, until --timeout ends it after it has
+// begun: a busy machine may take seconds to start a program.
 //
 // run       with this value of --timeout
+//
 // hasBegun  looks at what run has given, and at what the command has done
 Finished endedInItsMidst(const std::function<Finished(const std::string& seconds)>& run,
                          const std::function<bool(const Finished& finished)>& hasBegun);

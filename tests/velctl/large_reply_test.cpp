@@ -8,7 +8,7 @@ namespace {
 
 using ::testing::HasSubstr;
 
-// The operation has the longest time limit, because so much takes a sanitizer seconds.
+// The operation has the longest time limit, because a sanitizer takes seconds for so much.
 TEST_F(ProcessTest, AReplyOf100MegabytesIsABadReplyAndTheNextCallWorks) {
   const std::string address = "direct:" + (bus().directory() / "vel").string();
   FakeService service(address);

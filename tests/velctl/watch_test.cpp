@@ -523,7 +523,7 @@ TEST_F(ScriptedJoystickTest, ATimeoutEndsTheSubscription) {
         startService();
         return velctl("joystick watch --json --timeout " + seconds);
       },
-      [](const Finished& finished) { return !finished.out.empty(); });
+      [](const Finished& finished) { return finished.out.find(subscribed("register")) == 0; });
 
   EXPECT_EQ(watch.status, velctl::kExitDone) << watch.err;
   EXPECT_EQ(watch.out, subscribed("register") + subscribed("unregister"));
