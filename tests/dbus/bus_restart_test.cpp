@@ -243,6 +243,7 @@ TEST_F(BusThatIsLost, AndTakesNoConnectionsMeansAfterTwoSecondsThatNothingIsTher
     const Milliseconds longest = measuredBelow(Milliseconds(2500), [] {
       Record<Milliseconds> took;
       std::vector<std::thread> callers;
+      callers.reserve(3);
       for (int caller = 0; caller < 3; ++caller) {
         callers.emplace_back([&took] {
           took.add(timeOf([] { EXPECT_FALSE(manager().isServiceRegistered("vel")); }));

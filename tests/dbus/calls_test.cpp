@@ -229,6 +229,7 @@ TEST_F(CallOverDBus, EndsAtItsDeadlineWithoutWaitingForACallerThatSendsMuch) {
 
   const Milliseconds longest = measuredBelow(Milliseconds(50) + 2 * kLate, [this] {
     std::vector<Milliseconds> took;
+    took.reserve(5);
     for (int i = 0; i < 5; ++i) {
       took.push_back(timeOf([this] { EXPECT_THAT(call(*proxy_, "hold", {}, 50), IsNoReply()); }));
     }

@@ -73,7 +73,7 @@ Finished endedInItsMidst(const std::function<Finished(const std::string& seconds
                          const std::function<bool(const Finished& finished)>& hasBegun) {
   constexpr int kMostSeconds = 16;
   for (int seconds = 1;; seconds *= 2) {
-    const Finished finished = run(std::to_string(seconds));
+    Finished finished = run(std::to_string(seconds));
     if (seconds == kMostSeconds || hasBegun(finished)) {
       return finished;
     }
