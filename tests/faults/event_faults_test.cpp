@@ -14,7 +14,6 @@ namespace fault_tests {
 namespace {
 
 using testing::ElementsAre;
-using velsim::Fault;
 using velsim::FaultKind;
 
 class EventFaults : public testing::Test {

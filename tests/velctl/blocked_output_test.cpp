@@ -15,7 +15,6 @@ namespace velctl_tests {
 namespace {
 
 using processes::OutputPipe;
-using ::testing::MatchesRegex;
 
 // Seconds that a program needs to end, with room for a busy machine.
 constexpr std::chrono::seconds kPromptly{15};

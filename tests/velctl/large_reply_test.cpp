@@ -6,8 +6,6 @@
 namespace velctl_tests {
 namespace {
 
-using ::testing::HasSubstr;
-
 // The operation has the longest time limit, because a sanitizer takes seconds for so much.
 TEST_F(ProcessTest, AReplyOf100MegabytesIsABadReplyAndTheNextCallWorks) {
   const std::string address = "direct:" + (bus().directory() / "vel").string();
