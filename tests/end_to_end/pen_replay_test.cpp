@@ -229,7 +229,7 @@ class PenReplayToPeerTest : public PenReplayTest {
     replay_ = std::make_unique<Process>(velctlOptions(replayOf(strokeFile(stroke), options)));
   }
   PortPeer accept() { return PortPeer::acceptedFrom(listener_); }
-  // Nobody, when the program ends before it connects.
+  // No far end when the program ends before it connects.
   PortPeer acceptWhileItRuns() {
     return PortPeer::acceptedFrom(listener_, [this] { return replay_->hasEnded(); });
   }
